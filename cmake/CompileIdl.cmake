@@ -1,0 +1,29 @@
+# folivo_compile_idl(NAME file.idl)
+#
+# Compiles an interface definition into a type library, a C++ header and the definitions of its
+# GUIDs: <stem>.tlb, <stem>_h.h and <stem>_i.c in the current build folder. NAME becomes an
+# INTERFACE library: whoever links to it has that folder on its include path and is built after.
+# windres follows no includes: a resource script that holds the type library must name it in
+# OBJECT_DEPENDS.
+function(folivo_compile_idl name source)
+  # widl alone may see libwine-dev's .idl files: beside them lie headers that clash with mingw's.
+  set(idl_folder /usr/include/wine/wine/windows)
+  set(stdole_folder /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
+  set(widl /usr/bin/x86_64-w64-mingw32-widl -m64 "-I${idl_folder}" "-L${stdole_folder}")
+
+  cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+  cmake_path(GET source STEM stem)
+  set(base "${CMAKE_CURRENT_BINARY_DIR}/${stem}")
+  add_custom_command(
+    OUTPUT "${base}.tlb" "${base}_h.h" "${base}_i.c"
+    COMMAND ${widl} -t -o "${base}.tlb" "${source}"
+    COMMAND ${widl} -h -o "${base}_h.h" "${source}"
+    COMMAND ${widl} -u -o "${base}_i.c" "${source}"
+    DEPENDS "${source}"
+    COMMENT "Compiling ${stem}.idl"
+    VERBATIM)
+  add_custom_target(${name}_generate DEPENDS "${base}.tlb" "${base}_h.h" "${base}_i.c")
+  add_library(${name} INTERFACE)
+  target_include_directories(${name} SYSTEM INTERFACE "${CMAKE_CURRENT_BINARY_DIR}")
+  add_dependencies(${name} ${name}_generate)
+endfunction()

@@ -1,0 +1,13 @@
+# Third-party libraries, built by `./run setup` into build/deps.
+set(FOLIVO_DEPS_DIR "${PROJECT_SOURCE_DIR}/build/deps" CACHE PATH "Where ./run setup put the libraries")
+
+foreach(library IN ITEMS boost_thread tinyxml)
+  if(NOT EXISTS "${FOLIVO_DEPS_DIR}/lib/lib${library}.a")
+    message(FATAL_ERROR "The third-party libraries are missing. Run ./run setup first.")
+  endif()
+  add_library(${library} INTERFACE)
+  target_include_directories(${library} SYSTEM INTERFACE "${FOLIVO_DEPS_DIR}/include")
+  target_link_libraries(${library} INTERFACE "${FOLIVO_DEPS_DIR}/lib/lib${library}.a")
+endforeach()
+target_compile_definitions(boost_thread INTERFACE
+  BOOST_THREAD_USE_LIB BOOST_CHRONO_HEADER_ONLY BOOST_ALL_NO_LIB BOOST_BIND_NO_PLACEHOLDERS)
