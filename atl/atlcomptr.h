@@ -1,0 +1,229 @@
+#pragma once
+
+#include <atlexcept.h>
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+namespace ATL {
+
+/// Makes *pp refer to `lp` and releases what it referred to before. Returns the new value.
+inline IUnknown* AtlComPtrAssign(IUnknown** pp, IUnknown* lp) {
+  if (pp == nullptr) {
+    return nullptr;
+  }
+  if (lp != nullptr) {
+    lp->AddRef();
+  }
+  // Released last: that may run code that looks at *pp.
+  IUnknown* const pOld = std::exchange(*pp, lp);
+  if (pOld != nullptr) {
+    pOld->Release();
+  }
+  return lp;
+}
+
+/// Makes *pp refer to the interface `riid` of `lp`, or null when it has none.
+inline IUnknown* AtlComQIPtrAssign(IUnknown** pp, IUnknown* lp, REFIID riid) {
+  if (pp == nullptr) {
+    return nullptr;
+  }
+  void* pNew = nullptr;
+  if (lp == nullptr || FAILED(lp->QueryInterface(riid, &pNew))) {
+    pNew = nullptr;
+  }
+  IUnknown* const pOld = std::exchange(*pp, static_cast<IUnknown*>(pNew));
+  if (pOld != nullptr) {
+    pOld->Release();
+  }
+  return *pp;
+}
+
+/// Owner of one reference to a COM object. Not for use by two threads at a time.
+template <class T>
+class CComPtrBase {
+ public:
+  CComPtrBase(const CComPtrBase&) = delete;
+  CComPtrBase& operator=(const CComPtrBase&) = delete;
+  ~CComPtrBase() {
+    if (p != nullptr) {
+      p->Release();
+    }
+  }
+
+  operator T*() const noexcept { return p; }
+  T& operator*() const {
+    ATLENSURE(p != nullptr);
+    return *p;
+  }
+  T* operator->() const noexcept {
+    ATLASSERT(p != nullptr);
+    return p;
+  }
+  /// For functions that return a reference; only while empty.
+  T** operator&() noexcept {
+    ATLASSERT(p == nullptr);
+    return &p;
+  }
+  bool operator!() const noexcept { return p == nullptr; }
+  bool operator<(T* pT) const noexcept { return p < pT; }
+  bool operator==(T* pT) const noexcept { return p == pT; }
+  bool operator!=(T* pT) const noexcept { return p != pT; }
+
+  void Release() noexcept {
+    // Cleared first: the object's last Release may come back to this owner.
+    if (T* const pOld = std::exchange(p, nullptr); pOld != nullptr) {
+      pOld->Release();
+    }
+  }
+  /// Takes over a reference that the caller owns.
+  void Attach(T* p2) noexcept {
+    if (T* const pOld = std::exchange(p, p2); pOld != nullptr) {
+      pOld->Release();
+    }
+  }
+  /// Hands the reference to the caller.
+  T* Detach() noexcept { return std::exchange(p, nullptr); }
+  HRESULT CopyTo(T** ppT) const noexcept {
+    ATLASSERT(ppT != nullptr);
+    if (ppT == nullptr) {
+      return E_POINTER;
+    }
+    *ppT = p;
+    if (p != nullptr) {
+      p->AddRef();
+    }
+    return S_OK;
+  }
+  /// True when both are interfaces of the same COM object, or both are null.
+  bool IsEqualObject(IUnknown* pOther) const noexcept {
+    if (p == nullptr || pOther == nullptr) {
+      return p == nullptr && pOther == nullptr;
+    }
+    const IUnknown* const pMine = Identity(p);
+    return pMine != nullptr && pMine == Identity(pOther);
+  }
+  HRESULT CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter = nullptr,
+                           DWORD dwClsContext = CLSCTX_ALL) noexcept {
+    ATLASSERT(p == nullptr);
+    return ::CoCreateInstance(rclsid, pUnkOuter, dwClsContext, __uuidof(T),
+                              reinterpret_cast<void**>(&p));
+  }
+  HRESULT CoCreateInstance(LPCOLESTR szProgID, LPUNKNOWN pUnkOuter = nullptr,
+                           DWORD dwClsContext = CLSCTX_ALL) noexcept {
+    CLSID clsid;
+    const HRESULT hr = ::CLSIDFromProgID(szProgID, &clsid);
+    return FAILED(hr) ? hr : CoCreateInstance(clsid, pUnkOuter, dwClsContext);
+  }
+  template <class Q>
+  HRESULT QueryInterface(Q** pp) const noexcept {
+    ATLASSERT(pp != nullptr);
+    if (p == nullptr) {
+      return E_POINTER;
+    }
+    return p->QueryInterface(__uuidof(Q), reinterpret_cast<void**>(pp));
+  }
+
+  T* p = nullptr;
+
+ protected:
+  CComPtrBase() noexcept = default;
+  explicit CComPtrBase(T* lp) noexcept : p(lp) {
+    if (p != nullptr) {
+      p->AddRef();
+    }
+  }
+
+ private:
+  /// The object's identity: a pointer to compare, not to call.
+  static const IUnknown* Identity(IUnknown* pUnk) noexcept {
+    IUnknown* pIdentity = nullptr;
+    if (FAILED(pUnk->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&pIdentity)))) {
+      return nullptr;
+    }
+    pIdentity->Release();
+    return pIdentity;
+  }
+};
+
+/// Owner of one reference, for interfaces with a `__uuidof`.
+template <class T>
+class CComPtr : public CComPtrBase<T> {
+ public:
+  using CComPtrBase<T>::p;
+
+  CComPtr() noexcept = default;
+  CComPtr(std::nullptr_t) noexcept {}
+  CComPtr(T* lp) noexcept : CComPtrBase<T>(lp) {}
+  CComPtr(const CComPtr& lp) noexcept : CComPtrBase<T>(lp.p) {}
+  CComPtr(CComPtr&& lp) noexcept { p = lp.Detach(); }
+
+  T* operator=(T* lp) noexcept {
+    CComPtr(lp).Swap(*this);
+    return p;
+  }
+  T* operator=(const CComPtr& lp) noexcept { return *this = lp.p; }
+  T* operator=(CComPtr&& lp) noexcept {
+    CComPtr(std::move(lp)).Swap(*this);
+    return p;
+  }
+  /// Asks the other object for T; null when it has no such interface.
+  template <class Q>
+  T* operator=(const CComPtr<Q>& lp) noexcept {
+    CComPtr pNew;
+    if (lp.p != nullptr &&
+        FAILED(lp.p->QueryInterface(__uuidof(T), reinterpret_cast<void**>(&pNew.p)))) {
+      pNew.p = nullptr;
+    }
+    pNew.Swap(*this);
+    return p;
+  }
+
+ private:
+  void Swap(CComPtr& other) noexcept { std::swap(p, other.p); }
+};
+
+/// CComPtr that asks any object it is given for T. `piid` names the interface for types without
+/// `__uuidof`; null means `__uuidof(T)`, which GCC does not accept as a template argument.
+template <class T, const IID* piid = nullptr>
+class CComQIPtr : public CComPtr<T> {
+ public:
+  using CComPtr<T>::p;
+
+  CComQIPtr() noexcept = default;
+  CComQIPtr(std::nullptr_t) noexcept {}
+  CComQIPtr(T* lp) noexcept : CComPtr<T>(lp) {}
+  CComQIPtr(const CComQIPtr& lp) noexcept = default;
+  CComQIPtr(CComQIPtr&& lp) noexcept = default;
+  CComQIPtr(IUnknown* lp) noexcept requires(!std::is_same_v<T, IUnknown>) { p = Queried(lp); }
+
+  T* operator=(T* lp) noexcept { return CComPtr<T>::operator=(lp); }
+  T* operator=(const CComQIPtr& lp) noexcept { return *this = lp.p; }
+  T* operator=(CComQIPtr&& lp) noexcept {
+    CComPtr<T>::operator=(static_cast<CComPtr<T>&&>(lp));
+    return p;
+  }
+  T* operator=(IUnknown* lp) noexcept requires(!std::is_same_v<T, IUnknown>) {
+    this->Attach(Queried(lp));
+    return p;
+  }
+
+ private:
+  static T* Queried(IUnknown* lp) noexcept {
+    void* pNew = nullptr;
+    if (lp == nullptr || FAILED(lp->QueryInterface(Iid(), &pNew))) {
+      return nullptr;
+    }
+    return static_cast<T*>(pNew);
+  }
+  static REFIID Iid() noexcept {
+    if constexpr (piid == nullptr) {
+      return __uuidof(T);
+    } else {
+      return *piid;
+    }
+  }
+};
+
+}  // namespace ATL

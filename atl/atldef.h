@@ -1,0 +1,39 @@
+#pragma once
+
+// Basic definitions that every other header of the library builds on.
+
+#include <windows.h>
+// windows.h leaves OLE out under WIN32_LEAN_AND_MEAN.
+#include <ole2.h>
+#include <tchar.h>
+
+#include <cassert>
+
+/// Checks an assumption about the program itself; compiled out when NDEBUG is defined.
+#ifndef ATLASSERT
+#define ATLASSERT(expr) assert(expr)
+#endif
+
+/// Evaluates `expr` in every build and asserts its truth.
+#ifdef NDEBUG
+#define ATLVERIFY(expr) (static_cast<void>(expr))
+#else
+#define ATLVERIFY(expr) ATLASSERT(expr)
+#endif
+
+/// Throws CAtlException(hr) unless `expr` holds; needs atlexcept.h at the point of use.
+#define ATLENSURE_THROW(expr, hr) \
+  do {                            \
+    if (!(expr)) {                \
+      ATL::AtlThrow(hr);          \
+    }                             \
+  } while (0)
+#define ATLENSURE(expr) ATLENSURE_THROW(expr, E_FAIL)
+
+/// Tracing goes nowhere: a debugger shows the calls, and a browser's output window is shared.
+#define ATLTRACE(...) (static_cast<void>(0))
+#define ATLTRACE2(...) (static_cast<void>(0))
+
+/// The hint has no counterpart in GCC; the vtable is simply emitted.
+#define ATL_NO_VTABLE
+#define ATL_NOINLINE __attribute__((noinline))

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <atlexcept.h>
+
+#include <climits>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+namespace ATL {
+
+/// Growing array for small numbers of elements. Failures are reported as FALSE, never thrown
+/// (except by the elements themselves).
+template <class T>
+class CSimpleArray {
+ public:
+  CSimpleArray() noexcept = default;
+  CSimpleArray(const CSimpleArray& src) { *this = src; }
+  CSimpleArray& operator=(const CSimpleArray& src) {
+    if (this != &src) {
+      RemoveAll();
+      for (int i = 0; i < src.m_nSize; ++i) {
+        if (!Add(src.m_aT[i])) {
+          AtlThrow(E_OUTOFMEMORY);
+        }
+      }
+    }
+    return *this;
+  }
+  ~CSimpleArray() { RemoveAll(); }
+
+  int GetSize() const noexcept { return m_nSize; }
+  T* GetData() const noexcept { return m_aT; }
+
+  /// FALSE when out of memory. `t` may be an element of this array.
+  BOOL Add(const T& t) {
+    if (m_nSize < m_nAllocSize) {
+      std::construct_at(m_aT + m_nSize, t);
+      ++m_nSize;
+      return TRUE;
+    }
+    if (m_nAllocSize > INT_MAX / 2) {
+      return FALSE;
+    }
+    const int nNewAlloc = m_nAllocSize == 0 ? 1 : m_nAllocSize * 2;
+    Block block(static_cast<T*>(std::calloc(static_cast<size_t>(nNewAlloc), sizeof(T))));
+    if (!block) {
+      return FALSE;
+    }
+    // The new element first: it may be a copy of one that the next line moves away.
+    std::construct_at(block.get() + m_nSize, t);
+    std::uninitialized_move_n(m_aT, m_nSize, block.get());
+    const int nNewSize = m_nSize + 1;
+    RemoveAll();
+    m_aT = block.release();
+    m_nSize = nNewSize;
+    m_nAllocSize = nNewAlloc;
+    return TRUE;
+  }
+
+  /// The index of the first element equal to `t`, or -1.
+  int Find(const T& t) const {
+    for (int i = 0; i < m_nSize; ++i) {
+      if (m_aT[i] == t) {
+        return i;
+      }
+    }
+    return -1;
+  }
+  BOOL Remove(const T& t) {
+    const int nIndex = Find(t);
+    return nIndex < 0 ? FALSE : RemoveAt(nIndex);
+  }
+  BOOL RemoveAt(int nIndex) {
+    if (nIndex < 0 || nIndex >= m_nSize) {
+      return FALSE;
+    }
+    for (int i = nIndex; i + 1 < m_nSize; ++i) {
+      m_aT[i] = std::move(m_aT[i + 1]);
+    }
+    std::destroy_at(m_aT + --m_nSize);
+    return TRUE;
+  }
+  void RemoveAll() noexcept {
+    std::destroy_n(m_aT, m_nSize);
+    std::free(m_aT);
+    m_aT = nullptr;
+    m_nSize = 0;
+    m_nAllocSize = 0;
+  }
+  BOOL SetAtIndex(int nIndex, const T& t) {
+    if (nIndex < 0 || nIndex >= m_nSize) {
+      return FALSE;
+    }
+    m_aT[nIndex] = t;
+    return TRUE;
+  }
+
+  /// An index outside the array throws CAtlException(E_INVALIDARG).
+  T& operator[](int nIndex) { return m_aT[CheckedIndex(nIndex)]; }
+  const T& operator[](int nIndex) const { return m_aT[CheckedIndex(nIndex)]; }
+
+ private:
+  struct Freed {
+    void operator()(T* p) const noexcept { std::free(p); }
+  };
+  using Block = std::unique_ptr<T, Freed>;
+
+  int CheckedIndex(int nIndex) const {
+    if (nIndex < 0 || nIndex >= m_nSize) {
+      AtlThrow(E_INVALIDARG);
+    }
+    return nIndex;
+  }
+
+  T* m_aT = nullptr;
+  int m_nSize = 0;
+  int m_nAllocSize = 0;
+};
+
+}  // namespace ATL

@@ -1,0 +1,291 @@
+#pragma once
+
+#include <atlexcept.h>
+
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <utility>
+
+namespace ATL {
+
+/// The names by which string code speaks of its own ("X") and of the other ("Y") character type.
+template <typename BaseType>
+struct ChTraitsBase;
+
+template <>
+struct ChTraitsBase<char> {
+  using XCHAR = char;
+  using PXSTR = LPSTR;
+  using PCXSTR = LPCSTR;
+  using YCHAR = wchar_t;
+  using PYSTR = LPWSTR;
+  using PCYSTR = LPCWSTR;
+};
+
+template <>
+struct ChTraitsBase<wchar_t> {
+  using XCHAR = wchar_t;
+  using PXSTR = LPWSTR;
+  using PCXSTR = LPCWSTR;
+  using YCHAR = char;
+  using PYSTR = LPSTR;
+  using PCYSTR = LPCSTR;
+};
+
+/// Header of a character buffer; the characters follow it. Strings share a buffer until one of
+/// them is changed, on any thread: the count is changed by interlocked operations only.
+struct CStringData {
+  int nDataLength;   ///< characters in use, without the terminator
+  int nAllocLength;  ///< characters there is room for, without the terminator
+  LONG nRefs;        ///< strings that share the buffer
+
+  void* data() noexcept { return this + 1; }
+  bool IsShared() const noexcept { return nRefs > 1; }
+  void AddRef() noexcept { ::InterlockedIncrement(&nRefs); }
+  void Release() noexcept {
+    if (::InterlockedDecrement(&nRefs) == 0) {
+      std::free(this);
+    }
+  }
+};
+
+/// The buffer of every empty string: never counted, never freed, never written.
+template <typename BaseType>
+struct CStringNil {
+  CStringData header;
+  BaseType text[1];
+};
+template <typename BaseType>
+inline constinit CStringNil<BaseType> atlNilString{{0, 0, 2}, {0}};
+static_assert(offsetof(CStringNil<wchar_t>, text) == sizeof(CStringData));
+
+/// Reference-counted character buffer with copy on write. Lengths are in characters. Every
+/// function that allocates throws CAtlException(E_OUTOFMEMORY) and leaves the string unchanged.
+template <typename BaseType>
+class CSimpleStringT {
+ public:
+  using XCHAR = typename ChTraitsBase<BaseType>::XCHAR;
+  using PXSTR = typename ChTraitsBase<BaseType>::PXSTR;
+  using PCXSTR = typename ChTraitsBase<BaseType>::PCXSTR;
+  using YCHAR = typename ChTraitsBase<BaseType>::YCHAR;
+  using PYSTR = typename ChTraitsBase<BaseType>::PYSTR;
+  using PCYSTR = typename ChTraitsBase<BaseType>::PCYSTR;
+
+  CSimpleStringT() noexcept : m_pszData(Nil()) {}
+  CSimpleStringT(const CSimpleStringT& strSrc) noexcept : m_pszData(strSrc.Share()) {}
+  CSimpleStringT(CSimpleStringT&& strSrc) noexcept
+      : m_pszData(std::exchange(strSrc.m_pszData, Nil())) {}
+  CSimpleStringT(PCXSTR pszSrc) : CSimpleStringT() { SetString(pszSrc); }
+  CSimpleStringT(const XCHAR* pchSrc, int nLength) : CSimpleStringT() {
+    SetString(pchSrc, nLength);
+  }
+  ~CSimpleStringT() { ReleaseData(); }
+
+  CSimpleStringT& operator=(const CSimpleStringT& strSrc) noexcept {
+    const PXSTR pszShared = strSrc.Share();
+    ReleaseData();
+    m_pszData = pszShared;
+    return *this;
+  }
+  CSimpleStringT& operator=(CSimpleStringT&& strSrc) noexcept {
+    std::swap(m_pszData, strSrc.m_pszData);
+    return *this;
+  }
+  CSimpleStringT& operator=(PCXSTR pszSrc) {
+    SetString(pszSrc);
+    return *this;
+  }
+  CSimpleStringT& operator+=(const CSimpleStringT& strSrc) {
+    Append(strSrc);
+    return *this;
+  }
+  CSimpleStringT& operator+=(PCXSTR pszSrc) {
+    Append(pszSrc);
+    return *this;
+  }
+  CSimpleStringT& operator+=(XCHAR ch) {
+    AppendChar(ch);
+    return *this;
+  }
+
+  operator PCXSTR() const noexcept { return m_pszData; }
+  PCXSTR GetString() const noexcept { return m_pszData; }
+  int GetLength() const noexcept { return GetData()->nDataLength; }
+  int GetAllocLength() const noexcept { return GetData()->nAllocLength; }
+  bool IsEmpty() const noexcept { return GetLength() == 0; }
+  void Empty() noexcept {
+    ReleaseData();
+    m_pszData = Nil();
+  }
+
+  /// Reads a character; the index of the terminator is allowed. Any other index throws
+  /// E_INVALIDARG.
+  XCHAR GetAt(int iChar) const {
+    ATLENSURE_THROW(iChar >= 0 && iChar <= GetLength(), E_INVALIDARG);
+    return m_pszData[iChar];
+  }
+  XCHAR operator[](int iChar) const { return GetAt(iChar); }
+  void SetAt(int iChar, XCHAR ch) {
+    ATLENSURE_THROW(iChar >= 0 && iChar < GetLength(), E_INVALIDARG);
+    GetBuffer()[iChar] = ch;
+  }
+
+  /// `pszSrc` may be null, and may point into this string.
+  void SetString(PCXSTR pszSrc) { SetString(pszSrc, StringLength(pszSrc)); }
+  void SetString(PCXSTR pszSrc, int nLength) {
+    if (nLength == 0) {
+      Empty();
+      return;
+    }
+    ATLENSURE_THROW(pszSrc != nullptr && nLength > 0, E_INVALIDARG);
+    const OwnPart part(*this, pszSrc);
+    const PXSTR pszBuffer = GetBuffer(nLength);
+    std::memmove(pszBuffer, part.In(pszBuffer), Bytes(nLength));
+    SetLength(nLength);
+  }
+  void Append(PCXSTR pszSrc) { Append(pszSrc, StringLength(pszSrc)); }
+  void Append(const CSimpleStringT& strSrc) {
+    if (IsEmpty()) {
+      *this = strSrc;  // shares the buffer instead of copying it
+    } else {
+      Append(strSrc.m_pszData, strSrc.GetLength());
+    }
+  }
+  /// `pszSrc` may point into this string.
+  void Append(PCXSTR pszSrc, int nLength) {
+    if (nLength == 0) {
+      return;
+    }
+    const int nOldLength = GetLength();
+    ATLENSURE_THROW(pszSrc != nullptr && nLength > 0, E_INVALIDARG);
+    ATLENSURE_THROW(nLength <= INT_MAX - nOldLength, E_OUTOFMEMORY);
+    const OwnPart part(*this, pszSrc);
+    const PXSTR pszBuffer = PrepareAppend(nOldLength + nLength);
+    std::memmove(pszBuffer + nOldLength, part.In(pszBuffer), Bytes(nLength));
+    SetLength(nOldLength + nLength);
+  }
+  void AppendChar(XCHAR ch) { Append(&ch, 1); }
+
+  /// A private copy to write into: at most GetAllocLength() characters. Valid until the next call.
+  PXSTR GetBuffer() { return GetBuffer(GetLength()); }
+  /// The same with room for at least nMinBufferLength characters; the text is kept.
+  PXSTR GetBuffer(int nMinBufferLength) {
+    ATLENSURE_THROW(nMinBufferLength >= 0, E_INVALIDARG);
+    const int nNeeded = nMinBufferLength > GetLength() ? nMinBufferLength : GetLength();
+    if (!IsWritable() || nNeeded > GetAllocLength()) {
+      Reallocate(nNeeded);
+    }
+    return m_pszData;
+  }
+  PXSTR GetBufferSetLength(int nLength) {
+    const PXSTR pszBuffer = GetBuffer(nLength);
+    SetLength(nLength);
+    return pszBuffer;
+  }
+  void Preallocate(int nLength) { GetBuffer(nLength); }
+  /// Ends the writing started by GetBuffer; -1 takes the length up to the first NUL.
+  void ReleaseBuffer(int nNewLength = -1) {
+    ReleaseBufferSetLength(nNewLength == -1 ? WrittenLength() : nNewLength);
+  }
+  void ReleaseBufferSetLength(int nNewLength) { SetLength(nNewLength); }
+
+  /// The length of a C string; 0 for a null pointer.
+  static int StringLength(PCXSTR psz) {
+    if (psz == nullptr) {
+      return 0;
+    }
+    size_t nLength = 0;
+    if constexpr (sizeof(XCHAR) == 1) {
+      nLength = std::strlen(psz);
+    } else {
+      nLength = std::wcslen(psz);
+    }
+    ATLENSURE_THROW(nLength <= INT_MAX, E_OUTOFMEMORY);
+    return static_cast<int>(nLength);
+  }
+
+ private:
+  /// Remembers that a source lies inside the string itself, whose buffer is about to move.
+  class OwnPart {
+   public:
+    OwnPart(const CSimpleStringT& str, PCXSTR pszSrc) noexcept : m_pszSrc(pszSrc) {
+      const auto nStart = reinterpret_cast<uintptr_t>(str.m_pszData);
+      const auto nSource = reinterpret_cast<uintptr_t>(pszSrc);
+      m_bInside = nSource >= nStart && nSource <= nStart + Bytes(str.GetLength());
+      m_nOffset = m_bInside ? pszSrc - str.m_pszData : 0;
+    }
+    PCXSTR In(PCXSTR pszBuffer) const noexcept {
+      return m_bInside ? pszBuffer + m_nOffset : m_pszSrc;
+    }
+
+   private:
+    PCXSTR m_pszSrc;
+    ptrdiff_t m_nOffset;
+    bool m_bInside;
+  };
+
+  static size_t Bytes(int nLength) noexcept { return static_cast<size_t>(nLength) * sizeof(XCHAR); }
+  static PXSTR Nil() noexcept { return atlNilString<BaseType>.text; }
+  CStringData* GetData() const noexcept { return reinterpret_cast<CStringData*>(m_pszData) - 1; }
+  bool IsNil() const noexcept { return m_pszData == Nil(); }
+  bool IsWritable() const noexcept { return !IsNil() && !GetData()->IsShared(); }
+  PXSTR Share() const noexcept {
+    if (!IsNil()) {
+      GetData()->AddRef();
+    }
+    return m_pszData;
+  }
+  void ReleaseData() noexcept {
+    if (!IsNil()) {
+      GetData()->Release();
+    }
+  }
+
+  /// Moves the text into a buffer of its own with room for nAllocLength >= GetLength().
+  void Reallocate(int nAllocLength) {
+    const size_t nBytes =
+        sizeof(CStringData) + (static_cast<size_t>(nAllocLength) + 1) * sizeof(XCHAR);
+    void* const pBlock = std::malloc(nBytes);
+    ATLENSURE_THROW(pBlock != nullptr, E_OUTOFMEMORY);
+    auto* const pData = static_cast<CStringData*>(pBlock);
+    *pData = {GetLength(), nAllocLength, 1};
+    const PXSTR pszNew = static_cast<PXSTR>(pData->data());
+    std::memcpy(pszNew, m_pszData, Bytes(GetLength() + 1));
+    ReleaseData();
+    m_pszData = pszNew;
+  }
+  /// Grows by half at least, so that a loop of appends stays linear.
+  PXSTR PrepareAppend(int nLength) {
+    const int nOld = GetAllocLength();
+    if (nLength <= nOld || nOld > INT_MAX / 3 * 2) {
+      return GetBuffer(nLength);
+    }
+    return GetBuffer(nLength > nOld + nOld / 2 ? nLength : nOld + nOld / 2);
+  }
+  int WrittenLength() const noexcept {
+    int nLength = 0;
+    while (nLength < GetAllocLength() && m_pszData[nLength] != 0) {
+      ++nLength;
+    }
+    return nLength;
+  }
+  void SetLength(int nLength) {
+    ATLENSURE_THROW(nLength >= 0 && nLength <= GetAllocLength(), E_INVALIDARG);
+    if (!IsNil()) {
+      GetData()->nDataLength = nLength;
+      m_pszData[nLength] = 0;
+    }
+  }
+
+  PXSTR m_pszData;
+};
+
+using CSimpleStringA = CSimpleStringT<char>;
+using CSimpleStringW = CSimpleStringT<wchar_t>;
+using CSimpleString = CSimpleStringT<TCHAR>;
+
+}  // namespace ATL
