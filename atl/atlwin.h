@@ -1,0 +1,9 @@
+#pragma once
+
+// Windows: CWindow, message maps, CWindowImpl, CDialogImpl.
+
+#include <atldialog.h>
+#include <atlmsgmap.h>
+#include <atlwindow.h>
+#include <atlwinimpl.h>
+#include <commctrl.h>

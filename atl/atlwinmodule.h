@@ -1,0 +1,168 @@
+#pragma once
+
+#include <atlbase.h>
+
+namespace ATL {
+
+/// Entry for an object whose window is being created: on the creator's stack.
+struct _AtlCreateWndData {
+  void* m_pThis = nullptr;
+  DWORD m_dwThreadID = 0;
+  _AtlCreateWndData* m_pNext = nullptr;
+};
+
+/// Entry for an object that has a window: part of the object itself, so that connecting the two
+/// allocates nothing and cannot fail.
+struct CWindowLink {
+  HWND m_hWnd = nullptr;
+  void* m_pThis = nullptr;
+  CWindowLink* m_pNext = nullptr;
+};
+
+/// A window class that is registered when its first window is created.
+struct CWndClassInfo {
+  WNDCLASSEX m_wc = {};
+  ATOM m_atom = 0;
+  TCHAR m_szAutoName[32] = {};
+
+  /// Returns the class, or 0 when it cannot be registered. The argument would receive the procedure
+  /// of a class to build on; classes here stand alone, so that it stays unchanged.
+  inline ATOM Register(WNDPROC* pProc);
+
+  /// Fills in what is known only at run time. A class without a name gets one of its own.
+  void Prepare() noexcept {
+    if (m_wc.lpszClassName == nullptr) {
+      ::wsprintf(m_szAutoName, TEXT("ATL:%p"), static_cast<void*>(this));
+      m_wc.lpszClassName = m_szAutoName;
+    }
+    m_wc.hInstance = _AtlBaseModule.GetModuleInstance();
+    m_wc.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
+  }
+};
+
+/// The class information that DECLARE_WND_CLASS asks for. `nBackground` is a COLOR_ constant.
+inline CWndClassInfo AtlWndClass(LPCTSTR lpszName, UINT nStyle, int nBackground,
+                                 WNDPROC pProc) noexcept {
+  CWndClassInfo info = {};
+  info.m_wc.cbSize = sizeof(info.m_wc);
+  info.m_wc.style = nStyle;
+  info.m_wc.lpfnWndProc = pProc;
+  info.m_wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(nBackground) + 1);
+  info.m_wc.lpszClassName = lpszName;
+  return info;
+}
+
+/// The module's windows. Functions may be called by any thread.
+class CAtlWinModule {
+ public:
+  CAtlWinModule() = default;
+  CAtlWinModule(const CAtlWinModule&) = delete;
+  CAtlWinModule& operator=(const CAtlWinModule&) = delete;
+  /// Window classes die with the module whose code they point to.
+  ~CAtlWinModule() {
+    for (int i = 0; i < m_classes.GetSize(); ++i) {
+      ::UnregisterClass(reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(m_classes[i])),
+                        _AtlBaseModule.GetModuleInstance());
+    }
+  }
+
+  /// Announces that the calling thread's next window belongs to pObject. The entry must live until
+  /// it is extracted.
+  void AddCreateWndData(_AtlCreateWndData* pData, void* pObject) {
+    pData->m_pThis = pObject;
+    pData->m_dwThreadID = ::GetCurrentThreadId();
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    pData->m_pNext = m_pCreating;
+    m_pCreating = pData;
+  }
+  /// The object last announced by the calling thread; null when there is none.
+  void* ExtractCreateWndData() {
+    const DWORD dwThreadID = ::GetCurrentThreadId();
+    return ExtractIf(
+        [=](const _AtlCreateWndData& data) { return data.m_dwThreadID == dwThreadID; });
+  }
+  /// Withdraws an announcement for which no window appeared.
+  void RemoveCreateWndData(const _AtlCreateWndData* pData) {
+    ExtractIf([=](const _AtlCreateWndData& data) { return &data == pData; });
+  }
+
+  void AddWindow(CWindowLink* pLink, HWND hWnd, void* pObject) {
+    ATLASSERT(pLink->m_hWnd == nullptr);
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    pLink->m_hWnd = hWnd;
+    pLink->m_pThis = pObject;
+    pLink->m_pNext = m_pWindows;
+    m_pWindows = pLink;
+  }
+  void RemoveWindow(CWindowLink* pLink) {
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    for (CWindowLink** ppLink = &m_pWindows; *ppLink != nullptr; ppLink = &(*ppLink)->m_pNext) {
+      if (*ppLink == pLink) {
+        *ppLink = pLink->m_pNext;
+        *pLink = {};
+        return;
+      }
+    }
+  }
+  /// The object of a window; null when it has none (any more).
+  void* FindWindowObject(HWND hWnd) {
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    for (const CWindowLink* pLink = m_pWindows; pLink != nullptr; pLink = pLink->m_pNext) {
+      if (pLink->m_hWnd == hWnd) {
+        return pLink->m_pThis;
+      }
+    }
+    return nullptr;
+  }
+
+  /// Registers a window class on first use, by whichever thread comes first. Returns 0 on failure.
+  ATOM RegisterClassOnce(CWndClassInfo& info) {
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    if (info.m_atom == 0) {
+      info.Prepare();
+      info.m_atom = ::RegisterClassEx(&info.m_wc);
+      if (info.m_atom != 0) {
+        m_classes.Add(info.m_atom);
+      }
+    }
+    return info.m_atom;
+  }
+
+ private:
+  template <class Predicate>
+  void* ExtractIf(Predicate matches) {
+    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    for (_AtlCreateWndData** ppData = &m_pCreating; *ppData != nullptr;
+         ppData = &(*ppData)->m_pNext) {
+      if (matches(**ppData)) {
+        _AtlCreateWndData* const pFound = *ppData;
+        *ppData = pFound->m_pNext;
+        return pFound->m_pThis;
+      }
+    }
+    return nullptr;
+  }
+
+  CComAutoCriticalSection m_lock;
+  _AtlCreateWndData* m_pCreating = nullptr;
+  CWindowLink* m_pWindows = nullptr;
+  CSimpleArray<ATOM> m_classes;
+};
+
+inline CAtlWinModule _AtlWinModule;
+
+inline ATOM CWndClassInfo::Register(WNDPROC*) { return _AtlWinModule.RegisterClassOnce(*this); }
+
+/// An announcement that is withdrawn at the end of the scope if no window took it.
+class CCreateWndScope {
+ public:
+  explicit CCreateWndScope(void* pObject) { _AtlWinModule.AddCreateWndData(&m_data, pObject); }
+  ~CCreateWndScope() { _AtlWinModule.RemoveCreateWndData(&m_data); }
+  CCreateWndScope(const CCreateWndScope&) = delete;
+  CCreateWndScope& operator=(const CCreateWndScope&) = delete;
+
+ private:
+  _AtlCreateWndData m_data;
+};
+
+}  // namespace ATL
