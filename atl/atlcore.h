@@ -118,6 +118,9 @@ class CComCritSecLock {
 /// Knows the handle of the module this code was linked into and where its resources are.
 class CAtlBaseModule {
  public:
+  /// Set when something that every module needs could not be made; such a module does not load.
+  static inline bool m_bInitFailed = false;
+
   constexpr CAtlBaseModule() noexcept = default;
 
   HINSTANCE GetModuleInstance() const noexcept { return reinterpret_cast<HINSTANCE>(&__ImageBase); }

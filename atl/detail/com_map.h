@@ -1,0 +1,161 @@
+#pragma once
+
+// COM maps: the table from which a class answers QueryInterface.
+
+#include <memory>
+
+#include "module_types.h"
+
+namespace ATL {
+
+/// One way to answer QueryInterface. A null piid makes a blind entry, asked for every interface. A
+/// table ends with a null pFunc.
+struct _ATL_INTMAP_ENTRY {
+  const IID* piid;
+  DWORD_PTR dw;
+  _ATL_CREATORARGFUNC* pFunc;
+};
+
+/// Where the COM map of a base class is, and where the base is in its object.
+struct _ATL_CHAINDATA {
+  DWORD_PTR dwOffset;
+  const _ATL_INTMAP_ENTRY*(WINAPI* pFunc)();
+};
+
+/// In place of a function: the interface is the base class `dw` bytes into the object.
+#define _ATL_SIMPLEMAPENTRY (reinterpret_cast<ATL::_ATL_CREATORARGFUNC*>(1))
+
+// Any address but null, which static_cast leaves as it is. Suitably aligned for every class.
+#define _ATL_PACKING 0x1000
+/// Distance of the base class from the start of an object of the derived class.
+#define offsetofclass(base, derived)                                                           \
+  (reinterpret_cast<DWORD_PTR>(static_cast<base*>(reinterpret_cast<derived*>(_ATL_PACKING))) - \
+   _ATL_PACKING)
+
+/// Whether this is IUnknown's identifier.
+inline BOOL WINAPI InlineIsEqualUnknown(REFGUID rguid) noexcept {
+  return ::IsEqualGUID(rguid, IID_IUnknown);
+}
+
+/// Answers QueryInterface for the object at `pThis` from its COM map, which begins with a simple
+/// entry: that is the object's identity.
+inline HRESULT WINAPI AtlInternalQueryInterface(void* pThis, const _ATL_INTMAP_ENTRY* pEntries,
+                                                REFIID iid, void** ppvObject) {
+  ATLASSERT(pThis != nullptr);
+  ATLASSERT(pEntries->pFunc == _ATL_SIMPLEMAPENTRY);
+  if (ppvObject == nullptr) {
+    return E_POINTER;
+  }
+  *ppvObject = nullptr;
+  const bool wantsIdentity = InlineIsEqualUnknown(iid);
+  for (; pEntries->pFunc != nullptr; ++pEntries) {
+    const bool isBlind = pEntries->piid == nullptr;
+    if (!wantsIdentity && !isBlind && !::IsEqualGUID(*pEntries->piid, iid)) {
+      continue;
+    }
+    if (pEntries->pFunc == _ATL_SIMPLEMAPENTRY) {
+      auto* const pUnk =
+          reinterpret_cast<IUnknown*>(reinterpret_cast<DWORD_PTR>(pThis) + pEntries->dw);
+      pUnk->AddRef();
+      *ppvObject = pUnk;
+      return S_OK;
+    }
+    const HRESULT hr = pEntries->pFunc(pThis, iid, ppvObject, pEntries->dw);
+    if (hr == S_OK || (!isBlind && FAILED(hr))) {
+      return hr;
+    }
+  }
+  return E_NOINTERFACE;
+}
+
+namespace detail {
+
+/// What a COM_INTERFACE_ENTRY_CHAIN points to.
+template <class Base, class Derived>
+inline const _ATL_CHAINDATA* ChainData() noexcept {
+  static const _ATL_CHAINDATA data = {offsetofclass(Base, Derived), &Base::_GetEntries};
+  return &data;
+}
+
+/// Distance of a member from the start of its object.
+template <class Class, class Member>
+DWORD_PTR OffsetOfMember(Member Class::*member) noexcept {
+  auto* const pObject = reinterpret_cast<Class*>(_ATL_PACKING);
+  return reinterpret_cast<DWORD_PTR>(std::addressof(pObject->*member)) - _ATL_PACKING;
+}
+
+}  // namespace detail
+}  // namespace ATL
+
+// IUnknown's methods come from the class that is instantiated (CComObject and its like): an
+// implementation class that names some overrides and not these is meant that way.
+#ifdef __clang__
+#define _ATL_BEGIN_UNMARKED_OVERRIDES \
+  _Pragma("clang diagnostic push")    \
+      _Pragma("clang diagnostic ignored \"-Winconsistent-missing-override\"")
+#define _ATL_END_UNMARKED_OVERRIDES _Pragma("clang diagnostic pop")
+#else
+#define _ATL_BEGIN_UNMARKED_OVERRIDES
+#define _ATL_END_UNMARKED_OVERRIDES
+#endif
+
+/// The interfaces of class `x`. The first entry must be a plain COM_INTERFACE_ENTRY.
+#define BEGIN_COM_MAP(x)                                                                       \
+ public:                                                                                       \
+  typedef x _ComMapClass;                                                                      \
+  _ATL_BEGIN_UNMARKED_OVERRIDES                                                                \
+  STDMETHOD(QueryInterface)(REFIID iid, void** ppvObject) = 0;                                 \
+  STDMETHOD_(ULONG, AddRef)() = 0;                                                             \
+  STDMETHOD_(ULONG, Release)() = 0;                                                            \
+  _ATL_END_UNMARKED_OVERRIDES                                                                  \
+  IUnknown* _GetRawUnknown() noexcept {                                                        \
+    ATLASSERT(_GetEntries()[0].pFunc == _ATL_SIMPLEMAPENTRY);                                  \
+    return reinterpret_cast<IUnknown*>(reinterpret_cast<DWORD_PTR>(this) + _GetEntries()->dw); \
+  }                                                                                            \
+  IUnknown* GetUnknown() noexcept { return _GetRawUnknown(); }                                 \
+  HRESULT _InternalQueryInterface(REFIID iid, void** ppvObject) {                              \
+    return this->InternalQueryInterface(this, _GetEntries(), iid, ppvObject);                  \
+  }                                                                                            \
+  static const ATL::_ATL_INTMAP_ENTRY* WINAPI _GetEntries() noexcept {                         \
+    static const ATL::_ATL_INTMAP_ENTRY _entries[] = {
+#define END_COM_MAP()     \
+  { nullptr, 0, nullptr } \
+  }                       \
+  ;                       \
+  return _entries;        \
+  }
+
+#define _ATL_IIDOF(x) __uuidof(x)
+
+/// Interface x, a base class.
+#define COM_INTERFACE_ENTRY(x) \
+  {&_ATL_IIDOF(x), offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
+/// Base class x under another identifier: for base interfaces of x.
+#define COM_INTERFACE_ENTRY_IID(iid, x) {&iid, offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
+/// Interface x, which several base classes have: the one of base class x2.
+#define COM_INTERFACE_ENTRY2(x, x2)                                                        \
+  {&_ATL_IIDOF(x),                                                                         \
+   reinterpret_cast<DWORD_PTR>(                                                            \
+       static_cast<x*>(static_cast<x2*>(reinterpret_cast<_ComMapClass*>(_ATL_PACKING)))) - \
+       _ATL_PACKING,                                                                       \
+   _ATL_SIMPLEMAPENTRY},
+#define COM_INTERFACE_ENTRY2_IID(iid, x, x2)                                               \
+  {&iid,                                                                                   \
+   reinterpret_cast<DWORD_PTR>(                                                            \
+       static_cast<x*>(static_cast<x2*>(reinterpret_cast<_ComMapClass*>(_ATL_PACKING)))) - \
+       _ATL_PACKING,                                                                       \
+   _ATL_SIMPLEMAPENTRY},
+/// A function decides: S_OK answers, any failure ends the query.
+#define COM_INTERFACE_ENTRY_FUNC(iid, dw, func) {&iid, dw, func},
+/// The same for every interface; a failure lets the query go on.
+#define COM_INTERFACE_ENTRY_FUNC_BLIND(dw, func) {nullptr, dw, func},
+/// Never this interface, whatever follows in the map.
+#define COM_INTERFACE_ENTRY_NOINTERFACE(x) {&_ATL_IIDOF(x), 0, _NoInterface},
+/// The object that member `punk` refers to, made part of this one.
+#define COM_INTERFACE_ENTRY_AGGREGATE(iid, punk) \
+  {&iid, ATL::detail::OffsetOfMember(&_ComMapClass::punk), _Delegate},
+#define COM_INTERFACE_ENTRY_AGGREGATE_BLIND(punk) \
+  {nullptr, ATL::detail::OffsetOfMember(&_ComMapClass::punk), _Delegate},
+/// The COM map of a base class.
+#define COM_INTERFACE_ENTRY_CHAIN(classname) \
+  {nullptr, reinterpret_cast<DWORD_PTR>(ATL::detail::ChainData<classname, _ComMapClass>()), _Chain},

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "com_module.h"
+#include "module.h"
+
+namespace ATL {
+
+/// A module with COM classes. T is the module's own class, which says what is special about it by
+/// the DECLARE_ macros below.
+template <class T>
+class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
+ public:
+  CAtlModuleT() noexcept { T::InitLibId(); }
+
+  /// Registers the classes, or the one named, and the type library if that is asked for.
+  HRESULT RegisterServer(BOOL bRegTypeLib = FALSE, const CLSID* pCLSID = nullptr) noexcept {
+    return _AtlComModule.RegisterServer(bRegTypeLib, pCLSID);
+  }
+  HRESULT UnregisterServer(BOOL bUnRegTypeLib, const CLSID* pCLSID = nullptr) noexcept {
+    return _AtlComModule.UnregisterServer(bUnRegTypeLib, pCLSID);
+  }
+  HRESULT UnregisterServer(const CLSID* pCLSID = nullptr) noexcept {
+    return UnregisterServer(FALSE, pCLSID);
+  }
+
+  /// Runs the module's own script.
+  HRESULT RegisterAppId() noexcept { return T::UpdateRegistryAppId(TRUE); }
+  HRESULT UnregisterAppId() noexcept { return T::UpdateRegistryAppId(FALSE); }
+
+  HRESULT AddCommonRGSReplacements(IRegistrarBase* pRegistrar) noexcept override {
+    return pRegistrar->AddReplacement(L"APPID", T::GetAppId());
+  }
+
+  // What holds for a module that declares nothing.
+  static void InitLibId() noexcept {}
+  static LPCOLESTR GetAppId() noexcept { return L""; }
+  static HRESULT WINAPI UpdateRegistryAppId(BOOL) noexcept { return S_OK; }
+};
+
+namespace detail {
+
+/// Switches the thread's locale for a scope: what registration writes must not depend on the
+/// settings of whoever runs it.
+class CThreadLocaleScope {
+ public:
+  explicit CThreadLocaleScope(LCID lcid) noexcept : m_lcidPrevious(::GetThreadLocale()) {
+    ::SetThreadLocale(lcid);
+  }
+  CThreadLocaleScope(const CThreadLocaleScope&) = delete;
+  CThreadLocaleScope& operator=(const CThreadLocaleScope&) = delete;
+  ~CThreadLocaleScope() { ::SetThreadLocale(m_lcidPrevious); }
+
+ private:
+  const LCID m_lcidPrevious;
+};
+
+}  // namespace detail
+
+/// A DLL with COM classes: the bodies of its entry point and of its four exported functions.
+template <class T>
+class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
+ public:
+  /// False refuses to load: when the module's own initialisation failed.
+  BOOL WINAPI DllMain(DWORD dwReason, LPVOID /*lpReserved*/) noexcept {
+    if (dwReason == DLL_PROCESS_ATTACH) {
+      if (CAtlBaseModule::m_bInitFailed) {
+        return FALSE;
+      }
+      _AtlComModule.ExecuteObjectMain(true);
+    } else if (dwReason == DLL_PROCESS_DETACH) {
+      _AtlComModule.ExecuteObjectMain(false);
+    }
+    return TRUE;
+  }
+
+  HRESULT DllCanUnloadNow() noexcept {
+    return static_cast<T*>(this)->GetLockCount() == 0 ? S_OK : S_FALSE;
+  }
+
+  HRESULT DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
+    return static_cast<T*>(this)->GetClassObject(rclsid, riid, ppv);
+  }
+  HRESULT GetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
+    return _AtlComModule.GetClassObject(rclsid, riid, ppv);
+  }
+
+  /// The module's own script, then the classes, then the type library; the first failure ends it.
+  HRESULT DllRegisterServer(BOOL bRegTypeLib = TRUE) noexcept {
+    const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
+    T& module = *static_cast<T*>(this);
+    const HRESULT hr = module.RegisterAppId();
+    return FAILED(hr) ? hr : module.RegisterServer(bRegTypeLib);
+  }
+
+  /// The same in the opposite order.
+  HRESULT DllUnregisterServer(BOOL bUnRegTypeLib = TRUE) noexcept {
+    const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
+    T& module = *static_cast<T*>(this);
+    const HRESULT hr = module.UnregisterServer(bUnRegTypeLib);
+    return FAILED(hr) ? hr : module.UnregisterAppId();
+  }
+};
+
+}  // namespace ATL
+
+/// In the module's class: the identifier of its type library.
+#define DECLARE_LIBID(libid) \
+  static void InitLibId() noexcept { ATL::CAtlModule::m_libid = libid; }
+
+/// In the module's class: the script of the module itself, run with %APPID% for `appid`.
+#define DECLARE_REGISTRY_APPID_RESOURCEID(resid, appid)                                         \
+  static LPCOLESTR GetAppId() noexcept { return OLESTR(appid); }                                \
+  static LPCTSTR GetAppIdT() noexcept { return _T(appid); }                                     \
+  static HRESULT WINAPI UpdateRegistryAppId(BOOL bRegister) noexcept {                          \
+    ATL::_ATL_REGMAP_ENTRY aMapEntries[] = {{OLESTR("APPID"), GetAppId()}, {nullptr, nullptr}}; \
+    return ATL::_pAtlModule->UpdateRegistryFromResource(resid, bRegister, aMapEntries);         \
+  }
