@@ -1,5 +1,6 @@
 // Drives the dialogs of other processes by window messages, as a person would by mouse and keys.
 #include <windows.h>
+
 #include <commctrl.h>
 
 #include <cstdio>
@@ -112,7 +113,8 @@ bool ParseKey(const std::wstring& name, WORD& key) {
   static constexpr struct {
     const wchar_t* name;
     WORD key;
-  } kKeys[] = {{L"enter", VK_RETURN}, {L"escape", VK_ESCAPE}, {L"space", VK_SPACE}, {L"tab", VK_TAB}};
+  } kKeys[] = {
+      {L"enter", VK_RETURN}, {L"escape", VK_ESCAPE}, {L"space", VK_SPACE}, {L"tab", VK_TAB}};
   for (const auto& entry : kKeys) {
     if (name == entry.name) {
       key = entry.key;
@@ -160,9 +162,10 @@ std::string ControlState(const WindowFacts& facts) {
 }
 
 std::string ControlLine(const WindowFacts& facts) {
-  return std::to_string(facts.id) + '\t' + Field(facts.className) + '\t' + Field(facts.text) + '\t' +
-         (facts.visible ? "visible" : "hidden") + '\t' + (facts.enabled ? "enabled" : "disabled") +
-         '\t' + RectText(facts.rect) + ControlState(facts);
+  return std::to_string(facts.id) + '\t' + Field(facts.className) + '\t' + Field(facts.text) +
+         '\t' + (facts.visible ? "visible" : "hidden") + '\t' +
+         (facts.enabled ? "enabled" : "disabled") + '\t' + RectText(facts.rect) +
+         ControlState(facts);
 }
 
 int Report(ActionResult result) {

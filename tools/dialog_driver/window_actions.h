@@ -19,12 +19,12 @@ enum class ActionResult {
 /// Text for a person who reads the driver's error output.
 const wchar_t* Describe(ActionResult result);
 
-/// Clicks a control of a dialog. Waits up to `timeout` milliseconds for it to be visible and enabled.
-/// The click is posted: a button that opens a modal dialog does not hold the caller up.
+/// Clicks a control of a dialog. Waits up to `timeout` milliseconds for it to be visible and
+/// enabled. The click is posted: a button that opens a modal dialog does not hold the caller up.
 ActionResult Click(HWND dialog, int id, DWORD timeout);
 
-/// Puts text into a control, once that is visible and enabled (`timeout` in milliseconds), and checks
-/// that it is there.
+/// Puts text into a control, once that is visible and enabled (`timeout` in milliseconds), and
+/// checks that it is there.
 ActionResult SetControlText(HWND dialog, int id, const std::wstring& text, DWORD timeout);
 
 /// Presses and releases a key in a control of a dialog, or in the dialog itself when id is 0.
