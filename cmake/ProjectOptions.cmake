@@ -9,6 +9,11 @@ foreach(language IN ITEMS C CXX)
   set(CMAKE_${language}_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 endforeach()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # An error in Boost 1.74 to clang, though it lies in a system header.
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-enum-constexpr-conversion>)
+endif()
+
 option(FOLIVO_UBSAN "Trap on undefined behaviour (clang only)" OFF)
 
 # For everything in the build, third-party code included.

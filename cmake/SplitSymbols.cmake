@@ -13,6 +13,5 @@ function(folivo_split_symbols target)
     COMMAND "${CMAKE_OBJCOPY}" --strip-all
       "--add-gnu-debuglink=$<TARGET_FILE_NAME:${target}>.debug" "$<TARGET_FILE_NAME:${target}>"
     WORKING_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
-    BYPRODUCTS "$<TARGET_FILE:${target}>.debug"
     VERBATIM)
 endfunction()

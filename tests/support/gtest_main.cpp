@@ -24,8 +24,8 @@ LONG WINAPI ReportCrash(EXCEPTION_POINTERS* exception) {
           static_cast<const char*>(record.ExceptionAddress), &module)) {
     GetModuleFileNameA(module, path, MAX_PATH);
   }
-  const auto offset = reinterpret_cast<uintptr_t>(record.ExceptionAddress) -
-                      reinterpret_cast<uintptr_t>(module);
+  const auto offset =
+      reinterpret_cast<uintptr_t>(record.ExceptionAddress) - reinterpret_cast<uintptr_t>(module);
   std::fprintf(stderr, "CRASH: exception 0x%08lx at %s+0x%llx, thread %lu\n", record.ExceptionCode,
                path, static_cast<unsigned long long>(offset), GetCurrentThreadId());
   const auto* test = testing::UnitTest::GetInstance()->current_test_info();

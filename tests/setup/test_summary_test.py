@@ -1,0 +1,115 @@
+#!/usr/bin/env python3
+"""Checks the closing line and the exit code that tools/setup/test_summary.py makes of results."""
+
+import json
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+GTEST_PASS = '<testcase name="A" status="run" result="completed" classname="S"/>'
+GTEST_FAIL = ('<testcase name="B" status="run" result="completed" classname="S">'
+              '<failure message="x.cpp:1&#x0A;Expected" type=""/></testcase>')
+GTEST_SKIP = '<testcase name="C" status="run" result="skipped" classname="S"/>'
+GTEST_DISABLED = '<testcase name="D" status="notrun" result="suppressed" classname="S"/>'
+
+
+class SummaryTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.results = pathlib.Path(folder.name)
+        self.expected = []
+        self.outcomes = []
+
+    def add(self, name, status, report=None, gtest=True, message=""):
+        """One CTest entry: status as CTest gives it (None: it is not in CTest's results)."""
+        command = ["wine", f"{name}.exe", "--gtest_output=xml:x"] if gtest else ["python3", "x.py"]
+        self.expected.append({"name": name, "command": command})
+        if status:
+            failure = f'<failure message="{message}"/>' if status == "fail" else ""
+            self.outcomes.append(f'<testcase name="{name}" status="{status}">{failure}</testcase>')
+        if report is not None:
+            text = f"<testsuites><testsuite>{report}</testsuite></testsuites>"
+            (self.results / f"{name}.xml").write_text(text)
+
+    def summarize(self):
+        """Returns (exit code, all lines)."""
+        (self.results / "expected.json").write_text(json.dumps({"tests": self.expected}))
+        (self.results / "ctest.junit").write_text(
+            f"<testsuite>{''.join(self.outcomes)}</testsuite>")
+        run = subprocess.run(
+            ["/usr/bin/python3", ROOT / "tools/setup/test_summary.py", self.results],
+            capture_output=True, text=True)
+        self.assertEqual(run.stderr, "")
+        return run.returncode, run.stdout.splitlines()
+
+    def assert_closes(self, line, code):
+        returncode, lines = self.summarize()
+        self.assertEqual((lines[-1], returncode), (line, code), lines)
+        return lines
+
+    def test_cases_and_scripts_are_counted(self):
+        self.add("one", "run", GTEST_PASS + GTEST_PASS)
+        self.add("script", "run", gtest=False)
+        self.assert_closes("3 passed, 0 failed", 0)
+
+    def test_failed_cases_are_named_with_the_way_to_run_them_again(self):
+        self.add("one", "fail", GTEST_PASS + GTEST_FAIL, message="Failed")
+        lines = self.assert_closes("1 passed, 1 failed", 1)
+        self.assertIn("  one: S.B", lines)
+        self.assertIn("      again: GTEST_FILTER=S.B ./run test -R '^one$'", lines)
+
+    def test_a_crash_counts_although_there_is_no_report(self):
+        self.add("one", "run", GTEST_PASS)
+        self.add("two", "fail", message="SEGFAULT")
+        self.assert_closes("1 passed, 1 failed", 1)
+
+    def test_a_crash_at_the_end_counts_although_all_cases_passed(self):
+        self.add("one", "fail", GTEST_PASS, message="Failed")
+        self.assert_closes("1 passed, 1 failed", 1)
+
+    def test_success_without_a_report_is_a_failure(self):
+        self.add("one", "run")
+        self.add("two", "run", GTEST_PASS)
+        self.assert_closes("1 passed, 1 failed", 1)
+
+    def test_a_cut_off_report_is_a_failure(self):
+        self.add("one", "run")
+        (self.results / "one.xml").write_text("<testsuites><testsuite>")
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_a_report_without_cases_is_a_failure(self):
+        self.add("one", "run", "")
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_a_program_that_was_not_built_is_a_failure(self):
+        self.add("one", "notrun")
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_a_test_that_ctest_never_reached_is_a_failure(self):
+        self.add("one", None)
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_a_failing_script_is_a_failure(self):
+        self.add("script", "fail", gtest=False, message="Failed")
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_skipped_cases_are_named_and_disabled_ones_ignored(self):
+        self.add("one", "run", GTEST_PASS + GTEST_SKIP + GTEST_DISABLED)
+        lines = self.assert_closes("1 passed, 0 failed", 0)
+        self.assertIn("  one: S.C", lines)
+
+    def test_no_tests_at_all_is_a_failure(self):
+        self.assert_closes("0 passed, 1 failed", 1)
+
+    def test_lint_counts_each_check(self):
+        self.add("one", "run", GTEST_PASS)
+        (self.results / "lint.tsv").write_text("format\tpassed\ntidy\tfailed\n")
+        self.assert_closes("2 passed, 1 failed", 1)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""Runs clang-tidy over the project's own sources, in parallel, and skips files that were clean
+before and have not changed since, nor anything they include.
+
+Usage: clang_tidy.py BUILD_DIR [SOURCE...]    (BUILD_DIR configured and built)
+"""
+
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+
+CLANG_TIDY = "/usr/bin/clang-tidy-19"
+# The compile commands are GCC's; clang reads them for the same target. What GCC knows and clang
+# does not, or the other way round, is not what this looks for.
+EXTRA_ARGUMENTS = [
+    "--extra-arg=--target=x86_64-w64-mingw32",
+    "--extra-arg=-Wno-unknown-warning-option",
+    # An error in Boost 1.74 to clang, though it lies in a system header.
+    "--extra-arg=-Wno-enum-constexpr-conversion",
+]
+DIAGNOSTIC = re.compile(r"^[^\s:]+:\d+:\d+: (?:warning|error): ")
+
+
+def dependencies(build_dir):
+    """Maps each object file to the files it was compiled from, as ninja recorded them."""
+    output = subprocess.run(
+        ["/usr/bin/ninja", "-C", str(build_dir), "-t", "deps"],
+        check=True, capture_output=True, text=True).stdout
+    result, current = {}, None
+    for line in output.splitlines():
+        if line.startswith("    "):
+            current.append(line.strip())
+        elif ": #deps" in line:
+            current = result.setdefault(line.split(": #deps")[0], [])
+    return result
+
+
+class Checker:
+    """Checks single sources, remembering the clean ones in `stamps`."""
+
+    def __init__(self, root, build_dir):
+        self.root = root
+        self.build_dir = build_dir
+        self.stamps = root / "build" / "lint"
+        self.stamps.mkdir(parents=True, exist_ok=True)
+        self.dependencies = dependencies(build_dir)
+        self.hashes = {}
+        configurations = sorted(root.glob(".clang-tidy")) + sorted(root.glob("t*/.clang-tidy"))
+        self.base = hashlib.sha256(b"".join(
+            [file.read_bytes() for file in configurations]
+            + [pathlib.Path(__file__).read_bytes(), self.version()])).hexdigest()
+
+    @staticmethod
+    def version():
+        return subprocess.run([CLANG_TIDY, "--version"], check=True, capture_output=True).stdout
+
+    def hash_of(self, path):
+        if path not in self.hashes:
+            try:
+                content = pathlib.Path(self.build_dir, path).read_bytes()
+            except OSError:
+                content = b"missing"
+            self.hashes[path] = hashlib.sha256(content).hexdigest()
+        return self.hashes[path]
+
+    def key(self, entry):
+        """What the result for a source depends on. Installed headers change with their packages
+        only; their paths stand for them."""
+        command = shlex.split(entry["command"])
+        output = command[command.index("-o") + 1]
+        files = self.dependencies.get(output, []) + [entry["file"]]
+        own = str(self.root) + "/"
+        parts = [self.base, entry["command"]]
+        for path in sorted(set(files)):
+            absolute = os.path.normpath(self.build_dir / path)
+            parts.append(absolute + (self.hash_of(path) if absolute.startswith(own) else ""))
+        return hashlib.sha256("\n".join(parts).encode()).hexdigest()
+
+    def check(self, entry):
+        """Returns clang-tidy's findings, an empty text for a clean source."""
+        name = os.path.relpath(entry["file"], self.root).replace("/", "+")
+        stamp = self.stamps / name
+        key = self.key(entry)
+        if stamp.exists() and stamp.read_text() == key:
+            return ""
+        run = subprocess.run(
+            [CLANG_TIDY, "-p", str(self.build_dir), "--quiet", "--warnings-as-errors=*",
+             *EXTRA_ARGUMENTS, entry["file"]],
+            capture_output=True, text=True)
+        if run.returncode == 0:
+            stamp.write_text(key)
+            return ""
+        stamp.unlink(missing_ok=True)
+        return run.stdout or run.stderr or f"clang-tidy failed on {entry['file']}\n"
+
+
+def own_sources(root, build_dir, wanted):
+    """The compile commands of the project's own sources; of each source the first."""
+    seen = set()
+    for entry in json.loads((build_dir / "compile_commands.json").read_text()):
+        file = os.path.normpath(entry["file"])
+        if not file.endswith(".cpp") or not file.startswith(str(root) + "/"):
+            continue
+        if file.startswith(str(root / "build") + "/") or file in seen:
+            continue
+        if wanted and file not in wanted:
+            continue
+        seen.add(file)
+        yield entry
+
+
+def blocks(output):
+    """Splits clang-tidy's output into findings: the line with the place, and what follows."""
+    block = []
+    for line in output.splitlines():
+        if DIAGNOSTIC.match(line) and block:
+            yield "\n".join(block)
+            block = []
+        block.append(line)
+    if block:
+        yield "\n".join(block)
+
+
+def main():
+    root = pathlib.Path(__file__).resolve().parents[2]
+    build_dir = pathlib.Path(sys.argv[1]).resolve()
+    wanted = {os.path.abspath(path) for path in sys.argv[2:]}
+    checker = Checker(root, build_dir)
+    entries = list(own_sources(root, build_dir, wanted))
+    if not entries:
+        print("no sources to check")
+        return 1
+    findings = {}
+    with concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
+        for output in pool.map(checker.check, entries):
+            # A finding in a header comes with every source that includes it.
+            findings.update(dict.fromkeys(blocks(output.replace(f"{root}/", ""))))
+    for finding in findings:
+        print(finding)
+    print(f"{len(entries)} sources, {len(findings)} findings")
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

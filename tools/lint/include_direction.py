@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Checks that the product's includes point one way: plugin -> browser, collections -> download ->
+ui -> atl, and that no part of the product includes tests or tools.
+
+Usage: include_direction.py [ROOT]
+"""
+
+import pathlib
+import re
+import sys
+
+# Which folders each part of the product may include, besides itself.
+ALLOWED = {
+    "atl": set(),
+    "resources": set(),
+    "ui": {"atl", "resources"},
+    "download": {"atl", "resources", "ui"},
+    "browser": {"atl", "resources", "ui", "download"},
+    "collections": {"atl", "resources", "ui", "download"},
+    "plugin": {"atl", "resources", "ui", "download", "browser", "collections"},
+}
+FOLDERS = set(ALLOWED) | {"bench", "tests", "tools"}
+INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
+SUFFIXES = {".h", ".cpp", ".rc", ".idl"}
+
+
+def violations(root):
+    """Yields (file, line, included path) for each include that points the wrong way."""
+    for folder, allowed in ALLOWED.items():
+        for file in sorted((root / folder).rglob("*")):
+            if file.suffix not in SUFFIXES:
+                continue
+            text = file.read_text(encoding="utf-8")
+            for match in INCLUDE.finditer(text):
+                target = match.group(1)
+                # "../ui/x.h" would hide where it points.
+                first = target.split("/")[0] if "/" in target else folder
+                if first == ".." or (first in FOLDERS and first not in allowed | {folder}):
+                    yield file, text.count("\n", 0, match.start()) + 1, target
+
+
+def main():
+    root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ".").resolve()
+    found = list(violations(root))
+    for file, line, target in found:
+        folder = file.relative_to(root).parts[0]
+        print(f"{file.relative_to(root)}:{line}: {folder} must not include {target}")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

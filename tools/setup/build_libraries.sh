@@ -1,0 +1,33 @@
+#!/bin/bash
+# Unpacks the pinned sources from build/downloads and cross-compiles them into build/deps.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+source tools/setup/common.sh
+
+sources=$build_dir/src
+rm -rf "$sources" "$build_dir/libraries" "$build_dir/deps"
+mkdir -p "$sources" "$build_dir/deps/include"
+
+while read -r name version hash; do
+  tools/setup/check_source.sh "$name" "$version" "$hash"
+  case $name in
+    boost*)
+      # Debian's patches touch nothing in there, and the whole tree would be 600 MB.
+      tar -xJf "$build_dir/downloads/${name}_${version%-*}.orig.tar.xz" -C "$sources" \
+        --wildcards '*/libs/thread/src/*'
+      mv "$sources"/boost* "$sources/boost-unpacked"
+      mv "$sources/boost-unpacked" "$sources/boost"
+      ;;
+    *) dpkg-source -x "$build_dir/downloads/${name}_${version}.dsc" "$sources/$name" ;;
+  esac
+done < <(locked source)
+
+# The one folder of headers that may be shared with Windows: /usr/include itself must never be on
+# the include path of the cross-compiler.
+ln -s /usr/include/boost "$build_dir/deps/include/boost"
+
+cmake -G Ninja -S cmake/libraries -B "$build_dir/libraries" \
+  --toolchain "$root/cmake/toolchain-mingw64.cmake" \
+  -DCMAKE_BUILD_TYPE=Release "-DCMAKE_INSTALL_PREFIX=$build_dir/deps" \
+  "-DBOOST_SOURCE=$sources/boost" "-DTINYXML_SOURCE=$sources/tinyxml"
+cmake --build "$build_dir/libraries" --target install

@@ -1,0 +1,10 @@
+#!/bin/bash
+# Installs Debian packages, as root and without questions: install_packages.sh PACKAGE...
+set -euo pipefail
+export DEBIAN_FRONTEND=noninteractive
+
+# Indexes of other repositories on the machine may be out of reach without harm; whether those that
+# matter are there shows in the installation.
+apt-get -q -o Acquire::Retries=3 update || echo "apt-get update failed; going on with what is there"
+apt-get -q -y -o Acquire::Retries=3 -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 \
+  install --no-install-recommends "$@"

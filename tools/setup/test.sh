@@ -1,0 +1,75 @@
+# ./run test (sourced): lint, then CTest under Wine beside the test server, then one closing line.
+source tools/setup/wine_env.sh
+
+# The test server chooses its port and says so in its first line; everything tests ask for goes
+# there. It is the only server, and it listens on loopback only.
+start_test_server() {
+  local script=tests/http_server/server.py output line
+  [[ -e $script ]] || return 0
+  exec {output}< <(exec /usr/bin/python3 "$script" 2> "$log_dir/test-server.log" < /dev/null)
+  test_server_pid=$!
+  at_exit stop_test_server
+  read -r -t 30 line <&"$output" || line=
+  [[ $line =~ ^PORT\ ([0-9]+)$ ]] ||
+    die "The test server did not start: \"$line\"" "$(tail -n 5 "$log_dir/test-server.log")"
+  export FOLIVO_TEST_SERVER_PORT=${BASH_REMATCH[1]}
+  # Whatever else it says must not fill the pipe.
+  cat <&"$output" >> "$log_dir/test-server.log" &
+  exec {output}<&-
+}
+
+stop_test_server() { kill "$test_server_pid" 2> /dev/null; }
+
+# Has Windows' heap check itself in the programs that were registered with HEAP_CHECK.
+enable_heap_checks() {
+  local program
+  while read -r program; do
+    [[ $program ]] || continue
+    printf '[HKEY_LOCAL_MACHINE\\%s\\%s]\n"GlobalFlag"=dword:000000f0\n\n' \
+      'Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options' "$program"
+  done < "$build_dir/$preset/heap_checked_tests.txt" | wine_env_registry
+}
+
+# run_tests [--lint] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and, last, the closing
+# line; returns non-zero when anything failed.
+run_tests() {
+  local selection=() lint=yes tests=yes
+  while (($#)); do
+    case $1 in
+      --lint) tests= ;;
+      -R | -L)
+        (($# > 1)) || die "$1 needs a value. See ./run help."
+        selection+=("$1" "$2") lint=
+        shift
+        ;;
+      *) die "./run test does not know $1. See ./run help." ;;
+    esac
+    shift
+  done
+  [[ $lint || $tests ]] || die "--lint and a selection of tests exclude each other."
+
+  build "--$preset"
+  local preset_dir=$build_dir/$preset results=$build_dir/$preset/test-results
+  rm -rf "$results"
+  mkdir -p "$results"
+  if [[ $lint ]]; then
+    say "Checking the sources"
+    tools/lint/lint.sh "$preset_dir" || true  # what failed is in the results
+  fi
+  if [[ $tests ]]; then
+    say "Running the tests (build/logs/tests.log)"
+    local wine_options=()
+    [[ ! -e tests/support/hosts ]] || wine_options=(--hosts "$root/tests/support/hosts")
+    wine_env_start test "${wine_options[@]}"
+    enable_heap_checks
+    start_test_server
+    # Passing cases say nothing, failing ones everything.
+    export GTEST_BRIEF=1
+    ctest --test-dir "$preset_dir" --show-only=json-v1 "${selection[@]}" > "$results/expected.json"
+    ctest --test-dir "$preset_dir" "${selection[@]}" --parallel "$(nproc)" --no-tests=error \
+      --output-on-failure --output-junit "$results/ctest.junit" < /dev/null 2>&1 |
+      tee "$log_dir/tests.log" || true  # the summary decides, from the result files
+    wine_env_stop
+  fi
+  /usr/bin/python3 tools/setup/test_summary.py "$results"
+}

@@ -1,0 +1,131 @@
+#!/usr/bin/env python3
+"""Counts what ./run test left in a folder of results, and prints failures and the closing line.
+
+Usage: test_summary.py RESULTS_DIR
+
+Reads, as far as they are there: lint.tsv; expected.json (the tests CTest was to run), ctest.junit
+(what became of them) and NAME.xml (GoogleTest's own report). A program that fails without a failing
+case in its report (crash, time-out, no report) counts as one failure. Exit code 0 only when
+something passed and nothing failed.
+"""
+
+import json
+import pathlib
+import shlex
+import sys
+import xml.etree.ElementTree as ElementTree
+
+
+class Summary:
+    """Passed and failed names, each failure with a reason and a command that runs it again."""
+
+    def __init__(self):
+        self.passed = 0
+        self.skipped = []
+        self.failures = []
+
+    def fail(self, name, reason, command):
+        self.failures.append((name, reason, command))
+
+
+def read_lint(path, summary):
+    for line in path.read_text().splitlines():
+        name, outcome = line.split("\t")
+        if outcome == "passed":
+            summary.passed += 1
+        else:
+            summary.fail(f"lint {name}", "findings above", "./run test --lint")
+
+
+def rerun(test, case=None):
+    command = f"./run test -R '^{test}$'"
+    return f"GTEST_FILTER={shlex.quote(case)} {command}" if case else command
+
+
+def read_gtest_report(path, test, summary):
+    """Counts the cases of one program; returns how many failed, or None without a usable report."""
+    try:
+        cases = list(ElementTree.parse(path).getroot().iter("testcase"))
+    except (OSError, ElementTree.ParseError):
+        return None
+    failed = 0
+    for case in cases:
+        if case.get("status") != "run":
+            continue
+        name = f"{case.get('classname')}.{case.get('name')}"
+        failures = case.findall("failure")
+        if failures:
+            failed += 1
+            reason = (failures[0].get("message") or "").strip().splitlines()
+            summary.fail(f"{test}: {name}", reason[0] if reason else "failed", rerun(test, name))
+        elif case.get("result") == "skipped" or case.find("skipped") is not None:
+            summary.skipped.append(f"{test}: {name}")
+        else:
+            summary.passed += 1
+    return failed
+
+
+def read_outcomes(path):
+    """Maps test name to (status, message) as CTest saw it."""
+    try:
+        root = ElementTree.parse(path).getroot()
+    except (OSError, ElementTree.ParseError):
+        return {}
+    outcomes = {}
+    for case in root.iter("testcase"):
+        failure = case.find("failure")
+        message = failure.get("message", "") if failure is not None else ""
+        outcomes[case.get("name")] = (case.get("status"), message)
+    return outcomes
+
+
+def read_tests(results, summary):
+    expected = json.loads((results / "expected.json").read_text())["tests"]
+    outcomes = read_outcomes(results / "ctest.junit")
+    for test in expected:
+        name = test["name"]
+        status, message = outcomes.get(name, ("missing", "CTest did not run it"))
+        is_gtest = any(part.startswith("--gtest_output=") for part in test.get("command", []))
+        failed_cases = 0
+        if is_gtest:
+            before = summary.passed + len(summary.skipped)
+            failed_cases = read_gtest_report(results / f"{name}.xml", name, summary)
+            if failed_cases is None:
+                summary.fail(name, message or "no report: it crashed or was ended", rerun(name))
+                continue
+            if not failed_cases and before == summary.passed + len(summary.skipped):
+                summary.fail(name, "no case was run", rerun(name))
+                continue
+        if status != "run":
+            if not failed_cases:
+                summary.fail(name, message or status, rerun(name))
+        elif failed_cases:
+            summary.fail(name, "reported success with failed cases", rerun(name))
+        elif not is_gtest:
+            summary.passed += 1
+    if not expected:
+        summary.fail("tests", "none matched the selection", "./run test")
+
+
+def main():
+    results = pathlib.Path(sys.argv[1])
+    summary = Summary()
+    if (results / "lint.tsv").exists():
+        read_lint(results / "lint.tsv", summary)
+    if (results / "expected.json").exists():
+        read_tests(results, summary)
+
+    if summary.skipped:
+        print(f"Skipped ({len(summary.skipped)}):")
+        for name in summary.skipped:
+            print(f"  {name}")
+    if summary.failures:
+        print("Failed:")
+        for name, reason, command in summary.failures:
+            print(f"  {name}\n      {reason}\n      again: {command}")
+    print(f"{summary.passed} passed, {len(summary.failures)} failed")
+    return 0 if summary.passed and not summary.failures else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
