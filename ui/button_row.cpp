@@ -1,0 +1,113 @@
+#include "ui/button_row.h"
+
+#include <atlsimpcoll.h>
+
+#include <algorithm>
+
+#include "ui/scoped_handle.h"
+#include "ui/selected_font_dc.h"
+
+namespace {
+
+constexpr int kStandardWidth = 60;
+constexpr int kStandardHeight = 24;
+constexpr int kLabelPadding = 16;
+constexpr int kMeasureExtent = 1000;
+
+// The size of NONCLIENTMETRICSW before Windows Vista added a member: every version accepts it.
+constexpr UINT kPreVistaMetricsSize = 500;
+
+/// The buttons of one row: identifiers and rectangles, grown together.
+struct CRow {
+  CSimpleArray<int> ids;
+  CSimpleArray<RECT> bounds;
+};
+
+CScopedFont CreateMessageFont() {
+  NONCLIENTMETRICSW metrics = {};
+  metrics.cbSize = kPreVistaMetricsSize;
+  SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics.cbSize, &metrics, 0);
+  return CScopedFont(CreateFontIndirectW(&metrics.lfMessageFont));
+}
+
+int WidthOf(const RECT& bounds) { return bounds.right - bounds.left; }
+int HeightOf(const RECT& bounds) { return bounds.bottom - bounds.top; }
+
+SIZE StartingSize(HWND button, bool keepSize) {
+  RECT bounds = {0, 0, kStandardWidth, kStandardHeight};
+  if (keepSize) {
+    GetWindowRect(button, &bounds);
+  }
+  return {WidthOf(bounds), HeightOf(bounds)};
+}
+
+SIZE MeasureButton(HWND dialog, HWND button, const CStringW& label, bool keepSize) {
+  SIZE size = StartingSize(button, keepSize);
+  const CScopedFont font = CreateMessageFont();
+  const CSelectedFontDC dc(dialog, font.Get());
+  const SIZE text = dc.MeasureText(label, kMeasureExtent, kMeasureExtent);
+  size.cx = std::max(size.cx, text.cx + kLabelPadding);
+  return size;
+}
+
+/// Appends one button, to the right of those already in the row.
+void AppendButton(CRow& row, HWND dialog, int id, const CStringW& label, bool keepSize) {
+  const HWND button = GetDlgItem(dialog, id);
+  const SIZE size = MeasureButton(dialog, button, label, keepSize);
+  SendMessageW(button, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(label.GetString()));
+
+  int left = 0;
+  if (const int count = row.bounds.GetSize(); count > 0) {
+    const RECT& previous = row.bounds[count - 1];
+    left = previous.right + HeightOf(previous) / 2;
+  }
+  RECT bounds = {left, 0, left + size.cx, size.cy};
+  if (!row.ids.Add(id) || !row.bounds.Add(bounds)) {
+    AtlThrow(E_OUTOFMEMORY);
+  }
+}
+
+/// Moves the measured buttons to their places and returns the width that the row takes.
+int PlaceRow(CRow& row, HWND dialog, bool centre) {
+  const int count = row.ids.GetSize();
+  if (count == 0) {
+    AtlThrow(E_INVALIDARG);
+  }
+  const int gap = HeightOf(row.bounds[0]) / 2;
+  const int rowRight = row.bounds[count - 1].right;
+  RECT client = {};
+  GetClientRect(dialog, &client);
+  const int rowLeft =
+      centre ? (WidthOf(client) - rowRight) / 2 : client.right - rowRight - gap;
+
+  int taken = (count + 1) * gap;
+  for (int i = 0; i < count; ++i) {
+    const HWND button = GetDlgItem(dialog, row.ids[i]);
+    const RECT& bounds = row.bounds[i];
+    SetWindowLongPtrW(button, GWL_STYLE, GetWindowLongPtrW(button, GWL_STYLE) | BS_CENTER);
+    MoveWindow(button, rowLeft + bounds.left, client.bottom - 3 * gap, WidthOf(bounds),
+               HeightOf(bounds), FALSE);
+    taken += WidthOf(bounds);
+  }
+  return taken;
+}
+
+}  // namespace
+
+int LayoutButtonRow(bool centre, HWND dialog, int id1, const CStringW& label1, int id2,
+                    const CStringW& label2, int id3, const CStringW& label3, int id4,
+                    const CStringW& label4, bool keepSize) {
+  CRow row;
+  // The first slot counts even when its button was never created: it keeps its place in the row.
+  AppendButton(row, dialog, id1, label1, keepSize);
+  if (id2 != 0) {
+    AppendButton(row, dialog, id2, label2, keepSize);
+  }
+  if (id3 != 0) {
+    AppendButton(row, dialog, id3, label3, keepSize);
+  }
+  if (id4 != 0) {
+    AppendButton(row, dialog, id4, label4, keepSize);
+  }
+  return PlaceRow(row, dialog, centre);
+}

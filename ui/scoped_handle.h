@@ -1,0 +1,66 @@
+#pragma once
+
+#include <windows.h>
+
+#include <utility>
+
+/// Keeps the thread's last error over a clean-up call, so that closing a handle on the way out
+/// never hides why the caller failed.
+class CLastErrorKeeper {
+ public:
+  CLastErrorKeeper() : m_error(GetLastError()) {}
+  ~CLastErrorKeeper() { SetLastError(m_error); }
+  CLastErrorKeeper(const CLastErrorKeeper&) = delete;
+  CLastErrorKeeper& operator=(const CLastErrorKeeper&) = delete;
+
+ private:
+  const DWORD m_error;
+};
+
+/// Sole owner of one system handle that lives on one thread.
+/// `Traits` names the handle type, its empty value and how it is closed.
+template <typename Traits>
+class CScopedHandle {
+ public:
+  using Handle = typename Traits::Handle;
+
+  CScopedHandle() = default;
+  explicit CScopedHandle(Handle handle) : m_handle(handle) {}
+  CScopedHandle(CScopedHandle&& other) noexcept
+      : m_handle(std::exchange(other.m_handle, Traits::Empty())) {}
+  CScopedHandle& operator=(CScopedHandle&& other) noexcept {
+    if (this != &other) {
+      Close();
+      m_handle = std::exchange(other.m_handle, Traits::Empty());
+    }
+    return *this;
+  }
+  ~CScopedHandle() { Close(); }
+
+  Handle Get() const { return m_handle; }
+  explicit operator bool() const { return m_handle != Traits::Empty(); }
+
+  void Close() {
+    if (m_handle != Traits::Empty()) {
+      const CLastErrorKeeper keeper;
+      Traits::Close(std::exchange(m_handle, Traits::Empty()));
+    }
+  }
+
+ private:
+  Handle m_handle = Traits::Empty();
+};
+
+struct CFontTraits {
+  using Handle = HFONT;
+  static Handle Empty() { return nullptr; }
+  static void Close(Handle font) { DeleteObject(font); }
+};
+using CScopedFont = CScopedHandle<CFontTraits>;
+
+struct CLibraryTraits {
+  using Handle = HMODULE;
+  static Handle Empty() { return nullptr; }
+  static void Close(Handle library) { FreeLibrary(library); }
+};
+using CScopedLibrary = CScopedHandle<CLibraryTraits>;
