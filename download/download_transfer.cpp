@@ -1,0 +1,344 @@
+// The transfer behind CProgressDialog. PeekContent drives it on the caller's thread until the head
+// of the body is judged; WorkerThreadProc drives the same request on to its end.
+#include "download/progress_dialog.h"
+
+#include <commctrl.h>
+#include <wininet.h>
+
+#include <exception>
+#include <vector>
+
+#include "download/content_check.h"
+#include "download/download_texts.h"
+#include "download/file_operations.h"
+#include "download/progress_arithmetic.h"
+#include "download/thread_name.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr wchar_t kUserAgent[] = L"FolivoAX";
+constexpr DWORD kConnectTimeoutMs = 25000;
+constexpr DWORD kOpenFlags =
+    INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_KEEP_CONNECTION;
+constexpr DWORD kErrorDialogFlags = FLAGS_ERROR_UI_FILTER_FOR_ERRORS |
+                                    FLAGS_ERROR_UI_FLAGS_CHANGE_OPTIONS |
+                                    FLAGS_ERROR_UI_FLAGS_GENERATE_DATA;
+constexpr DWORD kWorkerBufferSize = 0x20000;
+constexpr DWORD kPeekBufferSize = kContentHeadSize;
+constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
+constexpr int kProgressFull = 100;
+
+/// Exactly these are refused. Every other answer is judged by its content, 401 and 503 included.
+bool IsRefusedStatus(DWORD status) {
+  switch (status) {
+    case HTTP_STATUS_NO_CONTENT:
+    case HTTP_STATUS_FORBIDDEN:
+    case HTTP_STATUS_NOT_FOUND:
+    case HTTP_STATUS_GONE:
+    case HTTP_STATUS_SERVER_ERROR:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// A step's buffer. One character longer than its stated size, so that a text read into it always
+/// has a terminator.
+std::vector<BYTE> MakeStepBuffer(DWORD size) { return std::vector<BYTE>(size + sizeof(wchar_t)); }
+
+/// Sets a flag for its scope.
+class CFlagScope {
+ public:
+  explicit CFlagScope(std::atomic<bool>& flag) : m_flag(flag) { m_flag = true; }
+  ~CFlagScope() { m_flag = false; }
+  CFlagScope(const CFlagScope&) = delete;
+  CFlagScope& operator=(const CFlagScope&) = delete;
+
+ private:
+  std::atomic<bool>& m_flag;
+};
+
+/// Dispatches one message if there is one. False on WM_QUIT, which is put back for the loop of the
+/// browser that it is meant for.
+bool DispatchOneMessage() {
+  MSG message;
+  if (!PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    return true;
+  }
+  if (message.message == WM_QUIT) {
+    PostQuitMessage(static_cast<int>(message.wParam));
+    return false;
+  }
+  DispatchMessageW(&message);
+  return true;
+}
+
+}  // namespace
+
+bool CProgressDialog::PeekContent(const CStringW& extension) {
+  m_extension = extension;
+  m_hPeekEvent.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  CHandle timer(CreateWaitableTimerW(nullptr, FALSE, nullptr));
+  LARGE_INTEGER dueTime = {};
+  dueTime.QuadPart = kPeekTimeLimit;
+  SetWaitableTimer(timer, &dueTime, 0, nullptr, nullptr, FALSE);
+  std::vector<BYTE> buffer = MakeStepBuffer(kPeekBufferSize);
+
+  const HANDLE handles[] = {timer, m_hPeekEvent};
+  for (;;) {
+    const DWORD wait = MsgWaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, 0,
+                                                 QS_MOUSEBUTTON);
+    if (wait == WAIT_TIMEOUT) {
+      DownloadStep(buffer.data(), kPeekBufferSize);
+      if (m_complete != 0) {
+        // An empty body: there is nothing left to judge, and the time limit decides. Meanwhile
+        // others may have the processor.
+        Sleep(1);
+      }
+    } else if (wait != WAIT_OBJECT_0 + ARRAYSIZE(handles) || !DispatchOneMessage()) {
+      break;
+    }
+  }
+  m_hPeekEvent.Close();
+  return m_valid;
+}
+
+void CProgressDialog::WorkerThreadProc() {
+  NameCurrentThread("CProgressDialog");
+  try {
+    RunWorkerSteps();
+  } catch (const std::exception&) {
+    // Out of memory: the transfer counts as failed.
+  } catch (const CAtlException&) {
+  }
+  if (m_running) {
+    m_finished = 1;
+    ::PostMessageW(m_hWnd, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
+  } else {
+    CloseLateHandles();
+  }
+}
+
+void CProgressDialog::RunWorkerSteps() {
+  std::vector<BYTE> buffer = MakeStepBuffer(kWorkerBufferSize);
+  while (m_running) {
+    if (!DownloadStep(buffer.data(), kWorkerBufferSize)) {
+      break;
+    }
+    Sleep(0);
+  }
+}
+
+/// Closes what was opened or put back after the dialog had closed everything it saw.
+void CProgressDialog::CloseLateHandles() {
+  const HANDLE file = m_hFile.Take();
+  if (file != CFileTraits::Empty()) {
+    CFileTraits::Close(file);
+    // The dialog could not delete the file while it was open here.
+    DeleteFileForced(m_tempPath);
+  }
+  m_hRequest.Close();
+  m_hSession.Close();
+}
+
+bool CProgressDialog::DownloadStep(void* buffer, DWORD size) {
+  return m_opened ? TransferChunk(buffer, size) : OpenTransfer(buffer, size);
+}
+
+bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
+  if (!OpenRequest()) {
+    return m_running && ReportFailure(kNotAvailableText, m_url);
+  }
+  DWORD status = 0;
+  DWORD statusSize = sizeof(status);
+  const bool known = HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER,
+                                    &status, &statusSize, nullptr) != FALSE;
+  if (!known || IsRefusedStatus(status)) {
+    return RefuseStatus();
+  }
+  ReadContentLength(buffer, size);
+  return CreateTempFile();
+}
+
+/// Opens the session and the request, asking the user for credentials where the server does. False
+/// when there is no request, or when the dialog has gone meanwhile.
+bool CProgressDialog::OpenRequest() {
+  // What an earlier attempt left.
+  m_hRequest.Close();
+  m_hSession.Close();
+  m_hFile.Close();
+
+  m_hSession.Put(InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
+  DWORD timeout = kConnectTimeoutMs;
+  InternetSetOptionW(m_hSession.Get(), INTERNET_OPTION_CONNECT_TIMEOUT, &timeout, sizeof(timeout));
+
+  const CFlagScope blocking(m_inBlockingCall);
+  while (m_running) {
+    const HINTERNET request =
+        InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
+    const DWORD error = GetLastError();
+    m_hRequest.Put(request);
+    if (request == nullptr || !m_running) {
+      break;
+    }
+    const HWND owner = m_hWnd != nullptr ? m_hWnd : GetForegroundWindow();
+    if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
+        ERROR_INTERNET_FORCE_RETRY) {
+      break;
+    }
+    m_hRequest.Close();
+  }
+  return m_running && m_hSession.IsOpen() && m_hRequest.IsOpen();
+}
+
+/// The answer to a status that is not accepted. Ends the transfer in every mode: under the
+/// pre-check the event ends the loop, which would ask again and again otherwise.
+bool CProgressDialog::RefuseStatus() {
+  if (!m_running) {
+    return false;
+  }
+  if (!ReportFailure(kNotAvailableText, m_url) && m_running) {
+    m_finished = 1;
+    ::PostMessageW(m_hWnd, WM_USER, kDownloadFailed, 0);
+  }
+  return false;
+}
+
+void CProgressDialog::ReadContentLength(void* buffer, DWORD size) {
+  DWORD length = size;
+  DWORD index = 0;
+  if (HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_CONTENT_LENGTH, buffer, &length, &index)) {
+    m_total = _wtoi(static_cast<const wchar_t*>(buffer));
+    m_lengthKnown = 1;
+  } else {
+    m_lengthKnown = 0;
+    m_total = kAssumedSize;
+  }
+}
+
+bool CProgressDialog::CreateTempFile() {
+  // Nobody else may open the file until it is delivered.
+  m_hFile.Put(CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                          FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!m_hFile.IsOpen()) {
+    return m_running && ReportFailure(kCannotCreateText, m_tempPath.GetText());
+  }
+  m_opened = true;
+  return true;
+}
+
+bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
+  DWORD received = 0;
+  bool succeeded = false;
+  {
+    const CFlagScope blocking(m_inBlockingCall);
+    succeeded = m_running &&
+                InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
+  }
+  if (!succeeded) {
+    if (!m_running) {
+      return false;
+    }
+    // Still open without sharing, so this takes no effect: the file goes with the dialog's end.
+    DeleteFileForced(m_tempPath);
+    return ReportFailure(kNotAvailableText, m_url);
+  }
+  if (received == 0) {
+    return FinishTransfer();
+  }
+  if (m_checkPending.exchange(false)) {
+    if (!IsValidContent(static_cast<const std::uint8_t*>(buffer),
+                        static_cast<std::int32_t>(received), m_extension)) {
+      if (IsPeeking()) {
+        SetEvent(m_hPeekEvent);
+        return true;
+      }
+      return m_running && ReportFailure(kNotAFolivoFileText, m_url);
+    }
+    m_valid = true;
+    if (IsPeeking()) {
+      SetEvent(m_hPeekEvent);
+    }
+  }
+  return WriteChunk(buffer, received);
+}
+
+bool CProgressDialog::FinishTransfer() {
+  if (IsPeeking()) {
+    // No window yet, and no event: an empty body keeps the pre-check waiting for its time limit.
+    m_complete = 1;
+    return false;
+  }
+  if (!m_running) {
+    return false;
+  }
+  ::SendDlgItemMessageW(m_hWnd, IDC_PROGRESS, PBM_SETPOS, kProgressFull, 0);
+  m_complete = 1;
+  ::EnableWindow(::GetDlgItem(m_hWnd, IDC_OPEN_FILE), TRUE);
+  ::EnableWindow(::GetDlgItem(m_hWnd, IDC_OPEN_FOLDER), TRUE);
+  ::SetWindowTextW(::GetDlgItem(m_hWnd, IDCANCEL), kCloseLabel);
+  ::SetWindowTextW(::GetDlgItem(m_hWnd, IDC_PROGRESS_TEXT), kDownloadCompleteText);
+  ::SetWindowTextW(m_hWnd, kDownloadCompleteText);
+  return false;
+}
+
+bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
+  DWORD written = 0;
+  {
+    // Taken out while in use: the dialog closes what it finds here, and a value closed under the
+    // write could name somebody else's file by then.
+    const CFlagScope using_(m_fileInUse);
+    const HANDLE file = m_hFile.Take();
+    if (file == CFileTraits::Empty()) {
+      return false;
+    }
+    const bool succeeded = WriteFile(file, data, size, &written, nullptr) != FALSE;
+    m_hFile.Put(file);
+    if (!succeeded) {
+      written = 0;
+    }
+  }
+  if (written == 0) {
+    if (!m_running) {
+      return false;
+    }
+    m_valid = false;  // A file without its head is never delivered.
+    return ReportFailure(kCannotWriteText, m_tempPath.GetText());
+  }
+  if (!IsPeeking()) {
+    ShowProgress(written);
+  }
+  return true;
+}
+
+void CProgressDialog::ShowProgress(DWORD written) {
+  m_received = WrappingAdd(m_received, static_cast<std::int32_t>(written));
+  if (m_lengthKnown == 0 && m_received > m_total) {
+    m_total = WrappingAdd(m_received, kAssumedSize);
+  }
+  const auto percent = ProgressPercent(m_received, m_total);
+  if (m_running && percent) {
+    ::SendDlgItemMessageW(m_hWnd, IDC_PROGRESS, PBM_SETPOS, static_cast<WPARAM>(*percent), 0);
+  }
+}
+
+/// Shows why the step failed. Under the pre-check that ends its loop and the step counts as done;
+/// on the worker it ends the worker.
+bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
+  {
+    const CFlagScope blocking(m_inBlockingCall);
+    ShowMessage(format, subject);
+  }
+  if (IsPeeking()) {
+    SetEvent(m_hPeekEvent);
+    return true;
+  }
+  return false;
+}
+
+void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
+  CStringW text;
+  text.Format(format, subject.GetString());
+  ::MessageBoxW(m_hWnd, text, kProductName, MB_ICONEXCLAMATION);
+}

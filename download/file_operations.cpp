@@ -1,0 +1,54 @@
+#include "download/file_operations.h"
+
+#include <io.h>
+#include <shlwapi.h>
+
+bool PathExists(const CFilePath& path) { return !path.IsEmpty() && PathFileExistsW(path) != FALSE; }
+
+bool IsFolder(const CFilePath& path) { return PathIsDirectoryW(path) != FALSE; }
+
+bool CreateFolderTree(const CFilePath& path) {
+  if (PathExists(path)) {
+    return true;
+  }
+  CFilePath parent = path;
+  if (parent.RemoveLastComponent()) {
+    // Whether the parent came about shows in the last step.
+    CreateFolderTree(parent);
+  }
+  return CreateDirectoryW(path, nullptr) != FALSE;
+}
+
+bool DeleteFileForced(const CFilePath& path) {
+  if (!PathExists(path)) {
+    return true;
+  }
+  if (!SetFileAttributesW(path, FILE_ATTRIBUTE_NORMAL)) {
+    return false;
+  }
+  return DeleteFileW(path) != FALSE;
+}
+
+bool CopyFileTo(const CFilePath& source, const CFilePath& target, bool failIfExists) {
+  return CopyFileW(source, target, failIfExists) != FALSE;
+}
+
+CFileStream OpenFileNoInherit(const CFilePath& path, LPCWSTR mode) {
+  CFileStream stream(_wfopen(path, mode));
+  if (stream) {
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream.get())));
+    SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0);
+  }
+  return stream;
+}
+
+int GetFileSize32(const CFilePath& path) {
+  if (!PathExists(path) || IsFolder(path)) {
+    return -1;
+  }
+  const CFileStream stream = OpenFileNoInherit(path, L"rb");
+  if (!stream || fseek(stream.get(), 0, SEEK_END) != 0) {
+    return -1;
+  }
+  return ftell(stream.get());
+}

@@ -1,0 +1,85 @@
+#include "download/file_path.h"
+
+namespace {
+
+constexpr wchar_t kSeparator = L'\\';
+constexpr wchar_t kIllegalNameChars[] = L"<>:\"/\\|?*";
+
+// A colon further left belongs to a plain drive path ("C:\"), not to a prefix in front of one.
+constexpr int kFirstPrefixedColon = 4;
+
+}  // namespace
+
+CStringW NormalizePath(const CStringW& text) {
+  CStringW path = text;
+  const int colon = path.ReverseFind(L':');
+  if (colon >= kFirstPrefixedColon && colon + 1 < path.GetLength() &&
+      path[colon + 1] == kSeparator) {
+    path = path.Mid(colon - 1);
+  }
+  path.Replace(L'/', kSeparator);
+  if (!path.IsEmpty() && path[path.GetLength() - 1] == kSeparator) {
+    path = path.Left(path.GetLength() - 1);
+  }
+  return path;
+}
+
+CStringW RemoveIllegalFileNameChars(const CStringW& name) {
+  CStringW legal;
+  for (int i = 0; i < name.GetLength(); ++i) {
+    if (wcschr(kIllegalNameChars, name[i]) == nullptr) {
+      legal.AppendChar(name[i]);
+    }
+  }
+  return legal;
+}
+
+CFilePath::CFilePath(const CStringW& text) : m_text(NormalizePath(text)) {}
+CFilePath::CFilePath(LPCWSTR text) : m_text(NormalizePath(CStringW(text))) {}
+
+CStringW CFilePath::GetFileNamePart() const {
+  return m_text.Mid(m_text.ReverseFind(kSeparator) + 1);
+}
+
+CFilePath CFilePath::GetParentFolder() const {
+  CFilePath parent = *this;
+  parent.RemoveLastComponent();
+  return CFilePath(parent.m_text);
+}
+
+bool CFilePath::RemoveLastComponent() {
+  const int separator = m_text.ReverseFind(kSeparator);
+  if (separator < 0) {
+    return false;
+  }
+  m_text = m_text.Left(separator);
+  return true;
+}
+
+void CFilePath::AppendComponent(const CStringW& component) {
+  if (!component.IsEmpty()) {
+    m_text = NormalizePath(m_text + kSeparator + component);
+  }
+}
+
+int CFilePath::FindExtension() const {
+  const int dot = m_text.ReverseFind(L'.');
+  // A dot in a folder's name is no extension of the file.
+  return dot >= m_text.ReverseFind(kSeparator) ? dot : -1;
+}
+
+CStringW CFilePath::GetExtension() const {
+  const int dot = FindExtension();
+  return dot < 0 ? CStringW() : m_text.Mid(dot);
+}
+
+void CFilePath::ChangeExtension(const CStringW& extension) {
+  const int dot = FindExtension();
+  m_text = (dot < 0 ? m_text : m_text.Left(dot)) + extension;
+}
+
+CFilePath JoinPath(const CStringW& folder, const CStringW& name) {
+  CStringW path;
+  path.Format(L"%s%c%s", folder.GetString(), kSeparator, name.GetString());
+  return CFilePath(path);
+}

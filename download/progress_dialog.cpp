@@ -1,0 +1,234 @@
+#include "download/progress_dialog.h"
+
+#include <commctrl.h>
+#include <shellapi.h>
+
+#include <boost/bind/bind.hpp>
+#include <boost/thread/thread.hpp>
+#include <exception>
+
+#include "download/download_texts.h"
+#include "download/file_operations.h"
+#include "download/ie_frame_library.h"
+#include "download/module_keep_alive.h"
+#include "ui/button_row.h"
+#include "ui/edition.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+// How long the dialog waits for the disk to take a chunk that the worker is just writing.
+constexpr ULONGLONG kWriteWaitMs = 2000;
+
+// Sent messages, above all those of the worker to the dialog's controls.
+constexpr DWORD kServeSentMessages = PM_NOREMOVE | PM_QS_SENDMESSAGE;
+
+}  // namespace
+
+CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePath& tempPath) {
+  // Two layers of ownership: the worker shares the inner one, so that it never touches a dead
+  // object; the caller's goes at once when it lets go, whatever the worker is doing.
+  auto shared = std::make_shared<CProgressDialog>(url, tempPath);
+  CProgressDialog* const dialog = shared.get();
+  return {dialog, [shared = std::move(shared)](CProgressDialog* d) mutable {
+            d->Abandon();
+            shared.reset();
+          }};
+}
+
+CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath)
+    : m_tempPath(tempPath), m_url(url), m_fileName(m_tempPath.GetFileNamePart()) {}
+
+CProgressDialog::~CProgressDialog() {
+  StopDownload();
+  if (m_hPeekEvent != nullptr) {
+    SetEvent(m_hPeekEvent);
+    m_hPeekEvent.Close();
+  }
+}
+
+void CProgressDialog::Abandon() {
+  StopDownload();
+  if (!m_tempFileSettled) {
+    DeleteFileForced(m_tempPath);
+  }
+}
+
+LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
+  CAxDialogImpl<CProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
+
+  SetWindowText(kSeEdition ? kDownloadTitleSe : kDownloadTitle);
+  CStringW text;
+  text.Format(kDownloadingText, m_fileName.GetString());
+  SetDlgItemText(IDC_PROGRESS_TEXT, text);
+
+  // Never shown again: the dialog closes by itself, so there would be nobody left to press them.
+  for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
+    const CWindow button(GetDlgItem(id));
+    ::EnableWindow(button, FALSE);
+    ::ShowWindow(button, SW_HIDE);
+  }
+  SendDlgItemMessage(IDC_PROGRESS, PBM_SETRANGE32, 1, 100);
+
+  try {
+    LayoutButtonRow(true, m_hWnd, IDC_OPEN_FILE, kOpenLabel, IDC_OPEN_FOLDER, kOpenFolderLabel,
+                    IDCANCEL, kCancelLabel, 0, CStringW(), false);
+  } catch (const CAtlException&) {
+    // The buttons stay where the template has them; nothing may unwind through the system's code.
+  }
+  StartWorker();
+  return TRUE;
+}
+
+void CProgressDialog::StartWorker() {
+  try {
+    m_thread = std::make_shared<boost::thread>(
+        boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
+  } catch (const std::exception&) {
+    ShowMessage(kNotAvailableText, m_url);
+    m_finished = 1;
+    PostMessage(WM_USER, kDownloadFailed);
+  }
+}
+
+LRESULT CProgressDialog::OnOk(WORD, WORD, HWND, BOOL&) {
+  EndDialog(kDownloadDelivered);
+  return 0;
+}
+
+LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
+  if (m_complete != 0) {  // The button reads "Close".
+    m_finished = 1;
+    PostMessage(WM_USER, kDownloadDelivered);
+    return 0;
+  }
+  if (m_hPeekEvent != nullptr) {
+    SetEvent(m_hPeekEvent);
+  }
+  StopDownload();
+  DeleteFileForced(m_tempPath);
+  m_tempFileSettled = true;
+  EndDialog(kDownloadCancelled);
+  return 0;
+}
+
+LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& handled) {
+  handled = TRUE;
+  if (m_hFile.IsOpen() || m_fileInUse) {
+    CloseFile();
+    if (code != kDownloadFailed) {
+      DeliverFile();
+    }
+  }
+  StopDownload();
+  if (code == kDownloadFailed) {
+    DeleteFileForced(m_tempPath);
+    m_tempFileSettled = true;
+  }
+  EndDialog(static_cast<int>(code));
+  return 0;
+}
+
+void CProgressDialog::DeliverFile() {
+  m_tempFileSettled = true;
+  if (m_saveState != nullptr) {
+    CompleteProtectedSave();
+    return;
+  }
+  // A failed copy is not reported and the temporary file goes all the same: required as it stands.
+  CopyFileTo(m_tempPath, m_destPath, false);
+  DeleteFileForced(m_tempPath);
+}
+
+void CProgressDialog::CompleteProtectedSave() {
+  // The temporary file stays: the browser moves it at a time of its own choosing.
+  if (!CIeFrameLibrary().SaveFile(m_saveState, m_tempPath)) {
+    ShowMessage(kCannotCreateText, m_tempPath.GetText());
+  }
+}
+
+LRESULT CProgressDialog::OnOpenFile(WORD, WORD, HWND, BOOL&) {
+  ShellOpen(m_tempPath);
+  return 0;
+}
+
+LRESULT CProgressDialog::OnOpenFolder(WORD, WORD, HWND, BOOL&) {
+  ShellOpen(m_tempPath.GetParentFolder());
+  return 0;
+}
+
+void CProgressDialog::ShellOpen(const CFilePath& path) {
+  SHELLEXECUTEINFOW info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = SEE_MASK_UNICODE | SEE_MASK_NOASYNC;
+  info.lpVerb = L"open";
+  info.lpFile = path;
+  info.nShow = SW_SHOWNORMAL;
+  ShellExecuteExW(&info);
+  m_finished = 1;
+  PostMessage(WM_USER, kDownloadDelivered);
+}
+
+LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
+  handled = FALSE;
+  return 1;
+}
+
+void CProgressDialog::StopDownload() {
+  m_running = false;
+  if (m_thread) {
+    if (m_finished != 0 && ServeMessagesUntilWorkerEnds()) {
+      m_thread->join();
+    } else {
+      LeaveWorker();
+    }
+    m_thread.reset();
+  }
+  CloseFile();
+  m_hRequest.Close();
+  m_hSession.Close();
+  m_saveState = nullptr;
+}
+
+/// Lets an unfinished worker end by itself, with the module held until it has.
+void CProgressDialog::LeaveWorker() {
+  KeepModuleUntilThreadEnds(m_thread->native_handle());
+  m_thread->detach();
+}
+
+/// Serves the messages that the worker sends to the dialog until it has ended, as it may still be
+/// inside one when it is to be joined. False when it is in a call that may take for ever.
+bool CProgressDialog::ServeMessagesUntilWorkerEnds() {
+  const HANDLE worker = m_thread->native_handle();
+  while (!m_inBlockingCall) {
+    const DWORD wait = MsgWaitForMultipleObjects(1, &worker, FALSE, INFINITE, QS_SENDMESSAGE);
+    if (wait != WAIT_OBJECT_0 + 1) {
+      return wait == WAIT_OBJECT_0;
+    }
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, kServeSentMessages);
+  }
+  return WaitForSingleObject(worker, 0) == WAIT_OBJECT_0;
+}
+
+/// Takes the file out of the worker's reach. A write under way is let finish, as its bytes must not
+/// go into a recycled handle; a disk that does not answer is left to the worker.
+HANDLE CProgressDialog::TakeFile() {
+  const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
+  for (;;) {
+    const bool inUse = m_fileInUse;
+    const HANDLE file = m_hFile.Take();
+    if (file != CFileTraits::Empty() || !inUse || GetTickCount64() >= deadline) {
+      return file;
+    }
+    SwitchToThread();
+  }
+}
+
+void CProgressDialog::CloseFile() {
+  const HANDLE file = TakeFile();
+  if (file != CFileTraits::Empty()) {
+    const CLastErrorKeeper keeper;
+    CFileTraits::Close(file);
+  }
+}

@@ -1,0 +1,76 @@
+#include "download/temp_files.h"
+
+#include <cstdlib>
+
+#include "download/file_operations.h"
+#include "ui/edition.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr wchar_t kCompanyFolder[] = L"MERLO Technologies";
+constexpr wchar_t kTempFilesFolder[] = L"TempFiles";
+constexpr wchar_t kDefaultTempName[] = L"FVK-%d-%x";
+constexpr DWORD kTempPathLength = 260;
+
+CStringW g_tempBaseFolder;
+
+}  // namespace
+
+CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
+                             const CStringW& extension) {
+  CStringW candidate;
+  candidate.Format(L"%s%c%s%s", folder.GetString(), L'\\', baseName.GetString(),
+                   extension.GetString());
+  CFilePath path(candidate);
+  while (PathExists(path)) {
+    // Never seeded, so that each thread draws the runtime's default sequence: other tools of the
+    // maker recognise their files by these numbers. No limit on the tries, on purpose.
+    candidate.Format(L"%s%c%s(%d)%s", folder.GetString(), L'\\', baseName.GetString(), rand(),
+                     extension.GetString());
+    path = CFilePath(candidate);
+  }
+  return path;
+}
+
+CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name) {
+  CFilePath path = JoinPath(parent, name);
+  for (int number = 1; PathExists(path); ++number) {
+    CStringW numbered;
+    numbered.Format(L"%s%d", name.GetString(), number);
+    path = JoinPath(parent, numbered);
+  }
+  return path;
+}
+
+CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName) {
+  CStringW name = baseName;
+  if (name.IsEmpty()) {
+    name.Format(kDefaultTempName, GetCurrentProcessId(), GetTickCount());
+  }
+  return MakeUniqueFilePath(GetTempBaseFolder().GetText(), name, extension);
+}
+
+void SetTempBaseFolder(const CStringW& folder) { g_tempBaseFolder = folder; }
+
+CFilePath GetTempBaseFolder() {
+  return g_tempBaseFolder.IsEmpty() ? GetSystemTempFolder() : CFilePath(g_tempBaseFolder);
+}
+
+CFilePath GetSystemTempFolder() {
+  wchar_t folder[kTempPathLength + 1] = {};
+  const DWORD length = GetTempPathW(kTempPathLength, folder);
+  if (length == 0 || length >= kTempPathLength) {
+    return {};
+  }
+  return CFilePath(folder);
+}
+
+CFilePath GetAppTempFilesFolder(const CStringW& application) {
+  CFilePath folder = GetSystemTempFolder();
+  folder.AppendComponent(kCompanyFolder);
+  const bool isProduct = application.CompareNoCase(kProductName) == 0;
+  folder.AppendComponent(kSeEdition && isProduct ? CStringW(kProductNameSe) : application);
+  folder.AppendComponent(kTempFilesFolder);
+  return folder;
+}

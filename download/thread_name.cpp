@@ -1,0 +1,41 @@
+#include "download/thread_name.h"
+
+#include <windows.h>
+
+namespace {
+
+// The convention that debuggers know: this exception with this record names a thread.
+constexpr DWORD kSetThreadNameException = 0x406D1388;
+constexpr DWORD kThreadNameRecordType = 0x1000;
+constexpr DWORD kCallingThread = static_cast<DWORD>(-1);
+
+#pragma pack(push, 8)
+struct CThreadNameRecord {
+  DWORD type;
+  LPCSTR name;
+  DWORD threadId;
+  DWORD flags;
+};
+#pragma pack(pop)
+
+LONG CALLBACK ContinueAfterNaming(EXCEPTION_POINTERS* exception) {
+  return exception->ExceptionRecord->ExceptionCode == kSetThreadNameException
+             ? EXCEPTION_CONTINUE_EXECUTION
+             : EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
+void NameCurrentThread(const char* name) {
+  const CThreadNameRecord record = {kThreadNameRecordType, name, kCallingThread, 0};
+  ULONG_PTR arguments[sizeof(record) / sizeof(ULONG_PTR)] = {};
+  memcpy(arguments, &record, sizeof(record));
+  // A handler of our own, as not every compiler of this code knows __try: an attached debugger
+  // sees the exception before it.
+  void* const handler = AddVectoredExceptionHandler(1, ContinueAfterNaming);
+  if (handler == nullptr) {
+    return;
+  }
+  RaiseException(kSetThreadNameException, 0, ARRAYSIZE(arguments), arguments);
+  RemoveVectoredExceptionHandler(handler);
+}
