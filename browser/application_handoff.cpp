@@ -1,0 +1,136 @@
+#include "browser/application_handoff.h"
+
+#include <shellapi.h>
+
+#include "browser/navigation_arguments.h"
+#include "download/file_operations.h"
+#include "download/temp_files.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr wchar_t kApplicationKey[] =
+    L"Software\\MERLO Technologies\\Folivo Software\\Install Information";
+constexpr wchar_t kPanelDriversKey[] =
+    L"Software\\MERLO Technologies\\MERLO Panel Drivers\\Install Information";
+constexpr wchar_t kFolderValue[] = L"FolivoExePath";
+constexpr DWORD kFolderLength = 512;
+constexpr wchar_t kLauncherName[] = L"LaunchFolivo.exe";
+constexpr wchar_t kInsertSwitch[] = L"/insertinfolivo:";
+
+constexpr wchar_t kShortcutBaseName[] = L"File";
+constexpr wchar_t kShortcutExtension[] = L".url";
+constexpr char kShortcutHead[] = "[InternetShortcut]\nURL=";
+
+bool ReadFolderValue(HKEY key, CStringW& folder) {
+  // One character more than is read: a registry string need not be terminated.
+  wchar_t buffer[kFolderLength + 1] = {};
+  DWORD type = REG_NONE;
+  DWORD size = kFolderLength * sizeof(wchar_t);
+  if (RegQueryValueExW(key, kFolderValue, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size) !=
+          ERROR_SUCCESS ||
+      (type != REG_SZ && type != REG_EXPAND_SZ)) {
+    return false;
+  }
+  folder = buffer;
+  return true;
+}
+
+/// Has the shell run `file`; how that went is not looked at, as the user sees it for himself.
+void Launch(HWND owner, const CFilePath& file, LPCWSTR parameters) {
+  SHELLEXECUTEINFOW info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = SEE_MASK_UNICODE | SEE_MASK_NOASYNC;
+  info.hwnd = owner;
+  info.lpVerb = L"open";
+  info.lpFile = file;
+  info.lpParameters = parameters;
+  info.nShow = SW_SHOWNORMAL;
+  ShellExecuteExW(&info);
+}
+
+CStringA ToUtf8(const CStringW& text) {
+  const int length =
+      WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), nullptr, 0, nullptr, nullptr);
+  CStringA utf8;
+  WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), utf8.GetBuffer(length), length, nullptr,
+                      nullptr);
+  utf8.ReleaseBuffer(length);
+  return utf8;
+}
+
+bool WriteAndClose(CFileStream stream, const CStringA& text) {
+  const auto length = static_cast<size_t>(text.GetLength());
+  const bool written = fwrite(text.GetString(), 1, length, stream.get()) == length;
+  return fclose(stream.release()) == 0 && written;
+}
+
+}  // namespace
+
+bool GetInstallFolder(CFilePath& folder) {
+  constexpr REGSAM kAccess = KEY_READ | KEY_WOW64_32KEY;
+  CRegKey key;
+  // The second key stands in for a missing first one only, not for one that lacks the value.
+  if (key.Open(HKEY_LOCAL_MACHINE, kApplicationKey, kAccess) != ERROR_SUCCESS &&
+      key.Open(HKEY_LOCAL_MACHINE, kPanelDriversKey, kAccess) != ERROR_SUCCESS) {
+    return false;
+  }
+  CStringW text;
+  if (!ReadFolderValue(key, text)) {
+    return false;
+  }
+  folder = CFilePath(text);
+  return true;
+}
+
+void OpenInApplication(HWND owner, const CFilePath& path) {
+  CFilePath folder;
+  if (!GetInstallFolder(folder)) {
+    Launch(owner, path, nullptr);
+    return;
+  }
+  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
+  if (PathExists(launcher)) {
+    // Without quotes, blanks or not: the launcher takes its whole command line for the path.
+    Launch(owner, launcher, path);
+  }
+}
+
+HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
+  const CFilePath folder = GetAppTempFilesFolder(kProductName);
+  CreateFolderTree(folder);
+  const CFilePath path =
+      MakeUniqueFilePath(folder.GetText(), kShortcutBaseName, kShortcutExtension);
+  if (PathExists(path)) {
+    return E_FAIL;
+  }
+  CFileStream stream = OpenFileNoInherit(path, L"wt");
+  if (!stream) {
+    return E_FAIL;
+  }
+  if (!WriteAndClose(std::move(stream), kShortcutHead + ToUtf8(url))) {
+    DeleteFileForced(path);
+    return E_FAIL;
+  }
+  shortcutPath = path;
+  return S_OK;
+}
+
+HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
+                     const CFilePath& shortcutPath, const DISPPARAMS& params) {
+  CFilePath folder;
+  if (!GetInstallFolder(folder)) {
+    return S_OK;
+  }
+  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
+  if (!PathExists(launcher)) {
+    return S_OK;
+  }
+  Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
+  // A launch pumps messages: the browser may have let go of its helper meanwhile.
+  if (const CComPtr<IWebBrowser2> current = browser; current != nullptr) {
+    current->Stop();
+  }
+  CancelNavigation(params);
+  return S_OK;
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+// Every text that the interception and the open-or-save choice show, as it stands on the screen.
+
+inline constexpr wchar_t kPromptTitle[] = L"File Download";
+inline constexpr wchar_t kPromptText[] = L"Would you like to open or save this Folivo file?";
+inline constexpr wchar_t kPromptOpenLabel[] = L"Open";
+inline constexpr wchar_t kPromptSaveLabel[] = L"Save";
+inline constexpr wchar_t kPromptCancelLabel[] = L"Cancel";
+
+inline constexpr wchar_t kFileMissingText[] =
+    L"The file %s does not exist. Please verify that the path to the file is valid.";
+inline constexpr wchar_t kRenamedText[] =
+    L"We were unable to get the proper download filename. Your downloaded file will be renamed to "
+    L"%s.";
+
+inline constexpr wchar_t kLessonFilter[] =
+    L"Folivo Files (*.folivo;*.qdk;*.fvk)|*.folivo;*.qdk;*.fvk|All Files|*.*|";
+inline constexpr wchar_t kGalleryFilter[] =
+    L"Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)|"
+    L"*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi|All Files|*.*|";

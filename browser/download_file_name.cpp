@@ -1,0 +1,56 @@
+#include "browser/download_file_name.h"
+
+#include <wininet.h>
+
+#include "browser/browser_texts.h"
+#include "browser/notice.h"
+#include "download/file_path.h"
+
+namespace {
+
+// In this order: a value in the query names the file before the path does.
+constexpr wchar_t kNameSeparators[] = L"=?&\\/:><*|\"";
+
+constexpr DWORD kDecodedLength = 260;
+constexpr wchar_t kReplacementName[] = L"downloadedfile";
+constexpr wchar_t kReplacementExtension[] = L".folivo";
+
+/// What follows the last separator of the first kind that the URL contains; empty when it contains
+/// none at all.
+CStringW TakeName(const CStringW& url) {
+  for (const wchar_t separator : kNameSeparators) {
+    // The array's terminator is the last round: nothing follows a text's end.
+    const CStringW name =
+        separator == L'\0' ? CStringW() : url.Mid(url.ReverseFind(separator) + 1);
+    if (name.CompareNoCase(url) != 0) {
+      return name;
+    }
+  }
+  return {};
+}
+
+bool Decode(CStringW& name) {
+  wchar_t decoded[kDecodedLength + 1] = {};
+  DWORD length = kDecodedLength;
+  if (!InternetCanonicalizeUrlW(name, decoded, &length, ICU_DECODE | ICU_NO_ENCODE)) {
+    return false;
+  }
+  name = decoded;
+  return true;
+}
+
+CStringW MakeReplacementName(const CStringW& name) {
+  const int dot = name.ReverseFind(L'.');
+  return kReplacementName + (dot < 0 ? CStringW(kReplacementExtension) : name.Mid(dot));
+}
+
+}  // namespace
+
+CStringW MakeDownloadFileName(HWND owner, const CStringW& url) {
+  CStringW name = TakeName(url);
+  if (!Decode(name)) {
+    name = MakeReplacementName(name);
+    ShowNotice(owner, kRenamedText, name);
+  }
+  return RemoveIllegalFileNameChars(name);
+}

@@ -1,0 +1,194 @@
+#include "browser/ie_download.h"
+
+#include <exdispid.h>
+#include <shlwapi.h>
+
+#include <exception>
+
+#include "browser/application_handoff.h"
+#include "browser/browser_texts.h"
+#include "browser/navigation_arguments.h"
+#include "browser/notice.h"
+#include "browser/open_or_save.h"
+#include "browser/url_extension.h"
+#include "download/content_check.h"
+#include "download/file_operations.h"
+#include "download/progress_dialog.h"
+#include "download/temp_files.h"
+#include "resources/resource.h"
+#include "ui/class_registration.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr wchar_t kFriendlyName[] = L"MERLO Folivo Download Utility";
+constexpr wchar_t kInsertMarker[] = L"insertinfolivo";
+constexpr wchar_t kTempBaseName[] = L"iedownload";
+constexpr int kClassNameLength = 260;
+constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
+
+/// The folder of this product's temporary files, made sure of and used for all of a download.
+CFilePath PrepareTempFolder() {
+  const CFilePath folder = GetAppTempFilesFolder(kProductName);
+  CreateFolderTree(folder);
+  SetTempBaseFolder(folder.GetText());
+  return folder;
+}
+
+}  // namespace
+
+HRESULT WINAPI CIEDownload::UpdateRegistry(BOOL registers) {
+  return UpdateClassRegistry(IDR_IEDOWNLOAD, kFriendlyName, registers);
+}
+
+STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
+  if (site != m_browser.p) {
+    CComPtr<IWebBrowser2> browser;
+    if (site != nullptr) {
+      site->QueryInterface(IID_PPV_ARGS(&browser));
+    }
+    m_browser = browser;
+    m_spUnkSite = browser ? site : nullptr;
+  }
+  if (!m_browser) {
+    return E_INVALIDARG;
+  }
+
+  SHANDLE_PTR window = 0;
+  if (FAILED(m_browser->get_HWND(&window)) || window == 0) {
+    FindBrowserFrameWindow();
+  } else {
+    m_browserWindow = reinterpret_cast<HWND>(window);
+  }
+  m_container.Release();
+  if (FAILED(m_browser->QueryInterface(IID_PPV_ARGS(&m_container)))) {
+    return E_POINTER;
+  }
+  return Advise();
+}
+
+HRESULT CIEDownload::FindConnectionPoint(IConnectionPoint** point) const {
+  *point = nullptr;
+  return m_container ? m_container->FindConnectionPoint(DIID_DWebBrowserEvents2, point) : E_POINTER;
+}
+
+HRESULT CIEDownload::Advise() {
+  CComPtr<IConnectionPoint> point;
+  const HRESULT found = FindConnectionPoint(&point);
+  if (FAILED(found)) {
+    return found;
+  }
+  return point->Advise(static_cast<IDispatch*>(this), &m_adviseCookie);
+}
+
+HRESULT CIEDownload::Unadvise() {
+  CComPtr<IConnectionPoint> point;
+  const HRESULT found = FindConnectionPoint(&point);
+  if (FAILED(found)) {
+    return found;
+  }
+  return point->Unadvise(m_adviseCookie);
+}
+
+HRESULT CIEDownload::OnQuit() {
+  Unadvise();
+  return S_OK;
+}
+
+BOOL CALLBACK CIEDownload::StoreIfBrowserFrame(HWND window, LPARAM self) {
+  wchar_t name[kClassNameLength] = {};
+  GetClassNameW(window, name, kClassNameLength);
+  for (const wchar_t* frameClass : kFrameClasses) {
+    if (lstrcmpiW(name, frameClass) == 0) {
+      reinterpret_cast<CIEDownload*>(self)->m_browserWindow = window;
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+
+HRESULT CIEDownload::FindBrowserFrameWindow() {
+  EnumThreadWindows(GetCurrentThreadId(), StoreIfBrowserFrame, reinterpret_cast<LPARAM>(this));
+  return IsWindow(m_browserWindow) ? S_OK : E_POINTER;
+}
+
+STDMETHODIMP CIEDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*,
+                                 EXCEPINFO*, UINT*) {
+  if (params == nullptr) {
+    return E_INVALIDARG;
+  }
+  // Whatever happens while a dialog is open: this object outlives the call.
+  const CComPtr<IUnknown> self(GetUnknown());
+  switch (dispid) {
+    case DISPID_BEFORENAVIGATE2:
+    case DISPID_BEFORENAVIGATE:
+      OnBeforeNavigate(*params);
+      break;
+    case DISPID_ONQUIT:
+      OnQuit();
+      break;
+    default:
+      break;
+  }
+  return S_OK;
+}
+
+void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
+  if (!HasNavigationArguments(params)) {
+    return;
+  }
+  // A variant that cannot be copied is the one failure that the browser is told, as an exception.
+  const CStringW url = GetNavigationUrl(params);
+  try {
+    Navigate(url, params);
+  } catch (const CAtlException&) {
+    // Out of memory: the browser carries on by itself.
+  } catch (const std::exception&) {
+  }
+}
+
+void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
+  if (!url.IsEmpty() && url.Find(kInsertMarker) >= 0) {
+    CFilePath shortcut;
+    if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
+      LaunchInsert(m_browserWindow, m_browser, shortcut, params);
+      return;
+    }
+  }
+  const CStringW extension = GetUrlExtension(url);
+  if (IsInterceptedExtension(extension)) {
+    OfferFile(url, extension, params);
+  }
+}
+
+void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
+                            const DISPPARAMS& params) {
+  const HWND owner = m_browserWindow;
+  const CFilePath tempPath =
+      MakeUniqueFilePath(PrepareTempFolder().GetText(), kTempBaseName, extension);
+
+  CProgressDialog::Ptr dialog;
+  if (PathIsURLW(url)) {
+    dialog = CProgressDialog::Create(url, tempPath);
+    if (!dialog->PeekContent(extension)) {
+      return;
+    }
+  } else if (!PathExists(CFilePath(url))) {
+    ShowNotice(owner, kFileMissingText, url);
+    return;
+  } else if (!ValidateLocalFile(CFilePath(url), extension)) {
+    return;
+  }
+
+  switch (AskOpenOrSave(owner)) {
+    case kAnswerOpen:
+      OpenOrSave(owner, dialog, false, url, extension);
+      break;
+    case kAnswerSave:
+      OpenOrSave(owner, dialog, true, url, extension);
+      break;
+    default:
+      break;
+  }
+  CancelNavigation(params);
+}

@@ -1,0 +1,89 @@
+#include "browser/open_or_save.h"
+
+#include <shlwapi.h>
+
+#include <optional>
+
+#include "browser/application_handoff.h"
+#include "browser/browser_texts.h"
+#include "browser/download_file_name.h"
+#include "browser/long_path.h"
+#include "browser/notice.h"
+#include "browser/save_dialog.h"
+#include "download/file_operations.h"
+#include "download/ie_frame_library.h"
+#include "download/temp_files.h"
+
+namespace {
+
+// IDI_QUESTION as the number that the box takes.
+constexpr UINT kQuestionIcon = 32514;
+
+CStringW RemoveExtension(const CStringW& name) {
+  CStringW base = name;
+  PathRemoveExtensionW(base.GetBuffer());
+  base.ReleaseBuffer();
+  return base;
+}
+
+/// Where a download is put to be opened: a temporary file that has the download's name.
+CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
+  CStringW base = RemoveExtension(name);
+  CFilePath path = MakeTempFilePath(extension, base);
+  if (FitPathLength(path, extension, base)) {
+    path = MakeTempFilePath(extension, base);
+  }
+  return path;
+}
+
+/// Transfers the rest of the file to `destination`. True when it was delivered.
+bool RunDownload(CProgressDialog& dialog, const CFilePath& destination, HANDLE saveState) {
+  dialog.m_saveState = saveState;
+  dialog.m_destPath = destination;
+  dialog.m_fileName = destination.GetFileNamePart();
+  return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;
+}
+
+}  // namespace
+
+int AskOpenOrSave(HWND owner) {
+  return ShowCustomMessageBox(owner, kPromptTitle, kPromptText, kQuestionIcon, kPromptOpenLabel,
+                              kPromptSaveLabel, kPromptCancelLabel, CStringW(), CStringW(),
+                              nullptr);
+}
+
+void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const CStringW& url,
+                const CStringW& extension) {
+  const CStringW name = MakeDownloadFileName(owner, url);
+  const bool isProtected = CIeFrameLibrary().IsProtectedModeProcess();
+
+  CSaveChoice place;
+  if (save) {
+    std::optional<CSaveChoice> choice = AskSavePath(owner, isProtected, name, extension);
+    if (!choice) {
+      return;
+    }
+    place = *choice;
+  } else {
+    place.path = MakeOpenPath(name, extension);
+  }
+
+  SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+  if (PathIsURLW(url)) {
+    if (!dialog || !RunDownload(*dialog, place.path, place.saveState)) {
+      return;
+    }
+  } else if (!PathExists(CFilePath(url))) {
+    ShowNotice(owner, kFileMissingText, url);
+    return;
+  } else if (save) {
+    // A failure is not reported: required as it stands.
+    CopyFileW(url, place.path, FALSE);
+  } else {
+    place.path = CFilePath(url);
+  }
+
+  if (!save) {
+    OpenInApplication(owner, place.path);
+  }
+}

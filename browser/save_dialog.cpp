@@ -1,0 +1,113 @@
+#include "browser/save_dialog.h"
+
+#include <commdlg.h>
+
+#include <algorithm>
+#include <array>
+
+#include "browser/browser_texts.h"
+#include "download/ie_frame_library.h"
+
+namespace {
+
+constexpr DWORD kPathLength = 260;
+constexpr DWORD kFilterIndex = 1;
+constexpr DWORD kFlags = OFN_EXPLORER | OFN_NOREADONLYRETURN | OFN_PATHMUSTEXIST |
+                         OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT;
+
+/// Holds the name on the way in and the chosen path on the way out. One longer than its stated
+/// size, so that a text cut to fit still has a terminator.
+using CPathBuffer = std::array<wchar_t, kPathLength + 1>;
+
+void CopyTruncated(LPCWSTR text, CPathBuffer& buffer) {
+  const size_t length = std::min<size_t>(wcslen(text), kPathLength - 1);
+  std::copy_n(text, length, buffer.begin());
+  buffer[length] = L'\0';
+}
+
+bool IsLessonExtension(const CStringW& extension) {
+  return extension.CompareNoCase(L".folivo") == 0 || extension.CompareNoCase(L".qdk") == 0 ||
+         extension.CompareNoCase(L".fvk") == 0;
+}
+
+DWORD OpenFileNameSize() {
+  OSVERSIONINFOW version = {};
+  version.dwOSVersionInfoSize = sizeof(version);
+  const bool hasFullSize = GetVersionExW(&version) &&
+                           version.dwPlatformId == VER_PLATFORM_WIN32_NT &&
+                           version.dwMajorVersion >= 5;
+  return hasFullSize ? sizeof(OPENFILENAMEW) : OPENFILENAME_SIZE_VERSION_400W;
+}
+
+bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& extension,
+                     CPathBuffer& buffer) {
+  const CStringW filter = GetCommonDialogFilter(extension);
+  OPENFILENAMEW dialog = {};
+  dialog.lStructSize = OpenFileNameSize();
+  dialog.hwndOwner = owner;
+  dialog.lpstrFilter = filter.IsEmpty() ? nullptr : filter.GetString();
+  dialog.nFilterIndex = kFilterIndex;
+  dialog.lpstrFile = buffer.data();
+  dialog.nMaxFile = kPathLength;
+  dialog.Flags = kFlags;
+  dialog.nFileExtension = static_cast<WORD>(fileName.ReverseFind(L'.') + 1);
+  return GetSaveFileNameW(&dialog) != FALSE;
+}
+
+bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& extension,
+                      CPathBuffer& buffer, HANDLE& saveState) {
+  const CStringW filter = GetSaveFilter(extension);
+  const CIeFrameLibrary library;
+  CComHeapPtr<wchar_t> path;
+  const HRESULT answer = library.ShowSaveFileDialog(
+      owner, fileName, filter.IsEmpty() ? nullptr : filter.GetString(), kFilterIndex, kFlags,
+      &path, &saveState);
+  if (answer != S_OK) {
+    library.CancelSaveFile(saveState);
+    saveState = nullptr;
+    return false;
+  }
+  CopyTruncated(path != nullptr ? static_cast<LPCWSTR>(path) : L"", buffer);
+  return true;
+}
+
+}  // namespace
+
+CStringW GetSaveFilter(const CStringW& extension) {
+  if (IsLessonExtension(extension)) {
+    return kLessonFilter;
+  }
+  if (extension.CompareNoCase(L".qdt") == 0) {
+    // Without a list, on purpose: template galleries are saved under the name they have.
+    return {};
+  }
+  return kGalleryFilter;
+}
+
+CStringW GetCommonDialogFilter(const CStringW& extension) {
+  CStringW filter = GetSaveFilter(extension);
+  if (!filter.IsEmpty()) {
+    // The text's own terminator is the second of the two NULs at the end.
+    filter.Replace(L'|', L'\0');
+  }
+  return filter;
+}
+
+std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStringW& fileName,
+                                       const CStringW& extension) {
+  CPathBuffer buffer = {};
+  CopyTruncated(fileName, buffer);
+  CSaveChoice choice;
+  const bool chosen =
+      isProtected ? AskBrowserDialog(owner, fileName, extension, buffer, choice.saveState)
+                  : AskCommonDialog(owner, fileName, extension, buffer);
+  if (!chosen) {
+    return std::nullopt;
+  }
+  CStringW path = CFilePath(buffer.data()).GetText();
+  if (CFilePath(path).GetExtension().IsEmpty()) {
+    path += extension;
+  }
+  choice.path = CFilePath(path);
+  return choice;
+}

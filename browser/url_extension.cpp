@@ -1,0 +1,30 @@
+#include "browser/url_extension.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+// Not ".qdi": a single gallery item opened by itself is the browser's business.
+constexpr const wchar_t* kInterceptedExtensions[] = {L".qdk",    L".qdc",     L".qdt",        L".fvk",
+                                                     L".folivo", L".gallery", L".galleryitem"};
+
+}  // namespace
+
+CStringW GetUrlExtension(const CStringW& url) {
+  CStringW path = url;
+  if (const int query = path.Find(L'?'); query >= 0) {
+    path = path.Left(query);
+  }
+  // Only the backslash ends a folder here, so that "/a.b/file" matches no type and stays with the
+  // browser: kept as it is.
+  const int separator = path.ReverseFind(L'\\');
+  const int dot = path.ReverseFind(L'.');
+  return dot >= 0 && dot >= separator ? path.Mid(dot) : CStringW();
+}
+
+bool IsInterceptedExtension(const CStringW& extension) {
+  return std::any_of(
+      std::begin(kInterceptedExtensions), std::end(kInterceptedExtensions),
+      [&](const wchar_t* intercepted) { return extension.CompareNoCase(intercepted) == 0; });
+}

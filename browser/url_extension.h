@@ -1,0 +1,11 @@
+#pragma once
+
+#include <atlbase.h>
+#include <atlstr.h>
+
+/// The extension of a URL or path, with its dot, the query left out; empty when it has none.
+/// A dot in a folder counts when only forward slashes follow it: "/a.b/file" gives ".b/file".
+CStringW GetUrlExtension(const CStringW& url);
+
+/// Whether files of this extension (with its dot, case ignored) are taken over from the browser.
+bool IsInterceptedExtension(const CStringW& extension);
