@@ -1,0 +1,43 @@
+// The functions that the DLL exports, and its load notification.
+
+#include "plugin/folivo_plugin.h"
+
+#include "plugin/host_process.h"
+#include "plugin/thread_locale.h"
+
+namespace {
+
+CFolivoPluginClass g_module;
+
+}  // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
+  if (reason != DLL_PROCESS_ATTACH) {
+    g_module.DllMain(reason, reserved);
+    return TRUE;
+  }
+  // The shell must never host us: it would keep the file in use from logon to logoff.
+  return !IsRefusedHostProcess() && g_module.DllMain(reason, reserved);
+}
+
+STDAPI DllCanUnloadNow() { return g_module.DllCanUnloadNow(); }
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
+  return g_module.DllGetClassObject(clsid, iid, out);
+}
+
+STDAPI DllRegisterServer() {
+  const CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
+  const HRESULT registered = g_module.DllRegisterServer();
+  if (FAILED(registered)) {
+    return registered;
+  }
+  // Once more, as administrators' tools have always seen it: the helper-object entry comes last.
+  return g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, TRUE);
+}
+
+STDAPI DllUnregisterServer() {
+  const HRESULT unregistered = g_module.DllUnregisterServer();
+  const HRESULT removed = g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, FALSE);
+  return FAILED(unregistered) ? unregistered : removed;
+}
