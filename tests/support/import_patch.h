@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+/// Replaces one function that this program imports, for the object's scope: the product's code is
+/// linked into the test program, so it calls the replacement. For what the system here cannot show,
+/// such as a function that fails or a last error that Windows would leave.
+class CImportPatch {
+ public:
+  /// Fails the test when the program does not import `function` from `library` ("wininet.dll").
+  template <typename Function>
+  CImportPatch(const char* library, const char* function, Function* replacement)
+      : CImportPatch(library, function, reinterpret_cast<void*>(replacement), 0) {}
+  ~CImportPatch();
+  CImportPatch(const CImportPatch&) = delete;
+  CImportPatch& operator=(const CImportPatch&) = delete;
+
+  /// The function that was replaced.
+  template <typename Function>
+  Function* Original() const {
+    return reinterpret_cast<Function*>(m_original);
+  }
+
+ private:
+  CImportPatch(const char* library, const char* function, void* replacement, int);
+
+  void** m_slot = nullptr;
+  void* m_original = nullptr;
+};

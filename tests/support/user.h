@@ -1,0 +1,60 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+// What a person does with the dialogs of this process: waits for them, reads them, clicks. Called
+// from a thread beside the one that is inside the modal dialog (CParallel). Waits poll, as another
+// thread's windows signal nothing; when the time is up they fail the test and answer null or false.
+
+inline constexpr DWORD kUserPatienceMs = 20000;
+
+/// Waits for a visible, enabled dialog with exactly this title. Null after the time is up.
+HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs = kUserPatienceMs);
+
+/// Whether such a dialog is there now.
+HWND FindDialog(const std::wstring& title);
+
+/// All visible dialogs (class #32770) of this process now.
+std::vector<HWND> VisibleDialogs();
+
+/// Waits until the window is gone or hidden.
+bool WaitUntilGone(HWND window, DWORD timeoutMs = kUserPatienceMs);
+
+/// Waits until `condition` holds, polling. `what` names it in the failure.
+template <typename Condition>
+bool WaitUntil(const char* what, Condition condition, DWORD timeoutMs = kUserPatienceMs);
+
+/// Clicks the button with this identifier.
+void Click(HWND dialog, int id);
+
+/// Presses the close box.
+void Close(HWND window);
+
+std::wstring TextOf(HWND window);
+std::wstring ChildText(HWND dialog, int id);
+
+/// Text of a system message box.
+std::wstring MessageText(HWND box);
+
+/// Waits for a message box with this caption, clicks OK and gives its text.
+std::wstring DismissMessage(const std::wstring& caption = L"MERLO Folivo");
+
+/// Waits for the system's save dialog, types `path` (nothing when empty) and presses Save.
+void SaveAs(const std::wstring& path);
+
+/// Waits for the system's save dialog and cancels it.
+void CancelSaveDialog();
+
+namespace user_detail {
+bool Poll(const char* what, bool (*condition)(void*), void* context, DWORD timeoutMs);
+}
+
+template <typename Condition>
+bool WaitUntil(const char* what, Condition condition, DWORD timeoutMs) {
+  return user_detail::Poll(
+      what, [](void* context) -> bool { return (*static_cast<Condition*>(context))(); }, &condition,
+      timeoutMs);
+}
