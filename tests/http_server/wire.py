@@ -13,7 +13,7 @@ from collections.abc import Callable
 _HUNG_UP = select.POLLRDHUP | select.POLLHUP | select.POLLERR | select.POLLNVAL
 _RECEIVE_SIZE = 65536
 _LINGER_S = 1.0
-_DRAIN_S = 2.0
+_DRAIN_S = 5.0
 
 
 class ClientGone(Exception):
