@@ -1,0 +1,69 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/path_script.h"
+#include "tests/support/request_record.h"
+
+class HttpTestServer;
+
+// A folder of the test server that no other test knows, answered by a script. The destructor
+// removes the script; answers that still wait then flow to their end, so that nobody hangs.
+// The server must outlive it. Nothing changes after construction: the methods may be called from
+// any thread. All throw std::runtime_error when the server does not answer.
+class ScriptedPath {
+ public:
+  static constexpr std::chrono::milliseconds kPatience = std::chrono::seconds(20);
+
+  ScriptedPath(const HttpTestServer& server, const PathScript& script);
+  ~ScriptedPath();
+  ScriptedPath(const ScriptedPath&) = delete;
+  ScriptedPath& operator=(const ScriptedPath&) = delete;
+
+  // The address of a file in the folder. Every name is answered by the script; `name` is taken as
+  // it is, with percent signs, query and fragment.
+  std::wstring Url(std::wstring_view name) const;
+  // The folder as it appears in RequestRecord::path, with a slash at both ends.
+  const std::string& Folder() const { return m_folder; }
+
+  // All requests to the folder so far, in the order of their arrival.
+  std::vector<RequestRecord> Requests() const;
+
+  // Each waits until the event has happened, at once if that was before, and returns false if it
+  // does not happen within the time-out. `count` is the number of requests for which it must have.
+  [[nodiscard]] bool WaitForRequest(int count = 1,
+                                    std::chrono::milliseconds timeout = kPatience) const;
+  // At least `bytes` body bytes of one answer have been handed to the network.
+  [[nodiscard]] bool WaitForBytesSent(uint64_t bytes,
+                                      std::chrono::milliseconds timeout = kPatience) const;
+  // An answer waits at a point (see http_point); empty: at any. The first wait of a gated answer is
+  // at BodyByte(0).
+  [[nodiscard]] bool WaitForHeld(std::string_view point = {}, int count = 1,
+                                 std::chrono::milliseconds timeout = kPatience) const;
+  // Any end of an answer; the whole answer has been sent; the client left before that.
+  [[nodiscard]] bool WaitForEnd(int count = 1, std::chrono::milliseconds timeout = kPatience) const;
+  [[nodiscard]] bool WaitForFinished(int count = 1,
+                                     std::chrono::milliseconds timeout = kPatience) const;
+  [[nodiscard]] bool WaitForAborted(int count = 1,
+                                    std::chrono::milliseconds timeout = kPatience) const;
+
+  // Lets that many more body bytes of each gated answer pass; the second form sets their sum.
+  void Allow(uint64_t bytes) const;
+  void AllowUpTo(uint64_t bytes) const;
+  // Lets all answers pass a held point, or only the next `times` ones.
+  void AllowPoint(std::string_view point) const;
+  void AllowPoint(std::string_view point, int times) const;
+  // Lets everything pass, without holds, gates and rates, from now on.
+  void AllowAll() const;
+
+ private:
+  std::string Target(std::string_view command) const;
+  bool Wait(const std::string& event, std::chrono::milliseconds timeout) const;
+
+  const HttpTestServer& m_server;
+  const std::string m_folder;
+};
