@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 
 namespace ATL {
@@ -43,7 +44,7 @@ class CHeapPtr {
   ~CHeapPtr() { Free(); }
 
   CHeapPtr& operator=(CHeapPtr& p) noexcept {
-    if (this != &p) {
+    if (this != std::addressof(p)) {
       Attach(p.Detach());
     }
     return *this;

@@ -193,12 +193,15 @@ class CComQIPtr : public CComPtr<T> {
 
   CComQIPtr() noexcept = default;
   CComQIPtr(std::nullptr_t) noexcept {}
-  CComQIPtr(T* lp) noexcept : CComPtr<T>(lp) {}
+  CComQIPtr(T* lp) noexcept { p = Referenced(lp); }
   CComQIPtr(const CComQIPtr& lp) noexcept = default;
   CComQIPtr(CComQIPtr&& lp) noexcept = default;
   CComQIPtr(IUnknown* lp) noexcept requires(!std::is_same_v<T, IUnknown>) { p = Queried(lp); }
 
-  T* operator=(T* lp) noexcept { return CComPtr<T>::operator=(lp); }
+  T* operator=(T* lp) noexcept {
+    this->Attach(Referenced(lp));
+    return p;
+  }
   T* operator=(const CComQIPtr& lp) noexcept { return *this = lp.p; }
   T* operator=(CComQIPtr&& lp) noexcept {
     CComPtr<T>::operator=(static_cast<CComPtr<T>&&>(lp));
@@ -210,6 +213,18 @@ class CComQIPtr : public CComPtr<T> {
   }
 
  private:
+  /// The pointer itself, except that IUnknown stands for the object's identity, which any other
+  /// interface pointer passes for without being it.
+  static T* Referenced(T* lp) noexcept {
+    if constexpr (std::is_same_v<T, IUnknown>) {
+      return Queried(lp);
+    } else {
+      if (lp != nullptr) {
+        lp->AddRef();
+      }
+      return lp;
+    }
+  }
   static T* Queried(IUnknown* lp) noexcept {
     void* pNew = nullptr;
     if (lp == nullptr || FAILED(lp->QueryInterface(Iid(), &pNew))) {

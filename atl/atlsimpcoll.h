@@ -43,7 +43,7 @@ class CSimpleArray {
       return FALSE;
     }
     const int nNewAlloc = m_nAllocSize == 0 ? 1 : m_nAllocSize * 2;
-    Block block(static_cast<T*>(std::calloc(static_cast<size_t>(nNewAlloc), sizeof(T))));
+    Block block(static_cast<T*>(std::malloc(static_cast<size_t>(nNewAlloc) * sizeof(T))));
     if (!block) {
       return FALSE;
     }

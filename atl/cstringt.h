@@ -280,7 +280,9 @@ class CStringT : public CSimpleStringT<BaseType> {
 
   /// A new BSTR with the same text; the caller frees it by SysFreeString.
   BSTR AllocSysString() const {
-    const BSTR bstr = AllocBstr(*this);
+    const CStringT<wchar_t, StrTraitATL<wchar_t>> strWide(*this);
+    const BSTR bstr =
+        ::SysAllocStringLen(strWide.GetString(), static_cast<UINT>(strWide.GetLength()));
     ATLENSURE_THROW(bstr != nullptr, E_OUTOFMEMORY);
     return bstr;
   }
@@ -329,9 +331,6 @@ class CStringT : public CSimpleStringT<BaseType> {
     strResult.Append(a, nA);
     strResult.Append(b, nB);
     return strResult;
-  }
-  static BSTR AllocBstr(const CSimpleStringT<wchar_t>& str) noexcept {
-    return ::SysAllocStringLen(str.GetString(), static_cast<UINT>(str.GetLength()));
   }
 
   int PositionOf(PCXSTR pszFound) const noexcept {

@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <atlcomcli.h>
+#include <objidl.h>
+#include <shlguid.h>
+#include <shobjidl.h>
+
+#include <memory>
+
+#include "counted_object.h"
+
+using namespace ATL;
+
+namespace {
+
+TEST(ComPtr, CountsOneReferencePerOwner) {
+  CCountedObject object;
+  {
+    const CComPtr<IPersist> first(&object);
+    EXPECT_EQ(2, object.References());
+    CComPtr<IPersist> second(first);
+    EXPECT_EQ(3, object.References());
+    CComPtr<IPersist> third(std::move(second));
+    EXPECT_EQ(3, object.References());
+    EXPECT_TRUE(!second);
+    second = third;
+    EXPECT_EQ(4, object.References());
+    const CComPtr<IPersist>& same = second;
+    second = same;
+    EXPECT_EQ(4, object.References());
+    second = std::move(third);
+    EXPECT_EQ(3, object.References());
+    second = nullptr;
+    EXPECT_EQ(2, object.References());
+    second = &object;
+    second.Release();
+    second.Release();
+    EXPECT_EQ(2, object.References());
+  }
+  EXPECT_EQ(1, object.References());
+}
+
+TEST(ComPtr, AttachDetachCopyTo) {
+  CCountedObject object;
+  CComPtr<IPersist> owner;
+  object.AddRef();
+  owner.Attach(&object);
+  EXPECT_EQ(2, object.References());
+  IPersist* copy = nullptr;
+  EXPECT_EQ(S_OK, owner.CopyTo(&copy));
+  EXPECT_EQ(3, object.References());
+  copy->Release();
+  EXPECT_EQ(static_cast<IPersist*>(&object), owner.Detach());
+  EXPECT_EQ(2, object.References());
+  object.Release();
+  EXPECT_EQ(S_OK, owner.CopyTo(&copy));
+  EXPECT_EQ(nullptr, copy);
+}
+
+TEST(ComPtr, ComparesPointersAndIdentities) {
+  CCountedObject object;
+  CCountedObject other;
+  const CComPtr<IPersist> owner(&object);
+  const CComPtr<IPersist> empty;
+  EXPECT_TRUE(owner == static_cast<IPersist*>(&object));
+  EXPECT_TRUE(owner != static_cast<IPersist*>(&other));
+  EXPECT_TRUE(owner.IsEqualObject(object.Unknown()));
+  EXPECT_FALSE(owner.IsEqualObject(other.Unknown()));
+  EXPECT_FALSE(owner.IsEqualObject(nullptr));
+  EXPECT_FALSE(empty.IsEqualObject(object.Unknown()));
+  EXPECT_TRUE(empty.IsEqualObject(nullptr));
+  EXPECT_EQ(2, object.References());
+}
+
+TEST(ComPtr, QueryInterface) {
+  CCountedObject object;
+  const CComPtr<IPersist> owner(&object);
+  CComPtr<ISupportErrorInfo> info;
+  EXPECT_EQ(S_OK, owner.QueryInterface(&info));
+  EXPECT_EQ(static_cast<ISupportErrorInfo*>(&object), info.p);
+  EXPECT_EQ(3, object.References());
+  CComPtr<IUnknown> none;
+  EXPECT_EQ(E_POINTER, CComPtr<IPersist>().QueryInterface(&none));
+}
+
+TEST(ComPtr, AssignmentFromAnotherInterfaceAsksForIt) {
+  CCountedObject object;
+  const CComPtr<IPersist> persist(&object);
+  CComPtr<ISupportErrorInfo> info;
+  info = persist;
+  EXPECT_EQ(static_cast<ISupportErrorInfo*>(&object), info.p);
+  EXPECT_EQ(3, object.References());
+  CComPtr<IStream> stream;
+  stream = persist;
+  EXPECT_EQ(nullptr, stream.p);
+  EXPECT_EQ(3, object.References());
+}
+
+TEST(ComPtr, ReleaseIsSafeAgainstBeingEnteredAgain) {
+  // An object whose last Release reaches back to the owner that is letting it go.
+  class CReentrant : public CCountedObject {
+   public:
+    STDMETHODIMP_(ULONG) Release() override {
+      const ULONG left = CCountedObject::Release();
+      if (left == 1 && m_owner != nullptr) {
+        m_owner->Release();
+      }
+      return left;
+    }
+    CComPtr<IPersist>* m_owner = nullptr;
+  } object;
+  CComPtr<IPersist> owner(&object);
+  object.m_owner = std::addressof(owner);
+  owner.Release();
+  EXPECT_EQ(1, object.References());
+  owner = static_cast<IPersist*>(&object);
+  owner = static_cast<IPersist*>(nullptr);
+  EXPECT_EQ(1, object.References());
+}
+
+TEST(ComPtr, DereferencingNullThrows) {
+  const CComPtr<IPersist> empty;
+  EXPECT_THROW(*empty, CAtlException);
+}
+
+TEST(ComPtr, CoCreateInstance) {
+  ASSERT_EQ(S_OK, ::CoInitialize(nullptr));
+  {
+    CComPtr<IShellLinkW> link;
+    EXPECT_EQ(S_OK, link.CoCreateInstance(CLSID_ShellLink));
+    EXPECT_NE(nullptr, link.p);
+    CComPtr<IStream> wrong;
+    EXPECT_EQ(E_NOINTERFACE, wrong.CoCreateInstance(CLSID_ShellLink));
+    EXPECT_EQ(nullptr, wrong.p);
+    EXPECT_EQ(CO_E_CLASSSTRING, wrong.CoCreateInstance(L"No.Such.Program"));
+  }
+  ::CoUninitialize();
+}
+
+TEST(ComQiPtr, AsksForItsInterface) {
+  CCountedObject object;
+  {
+    const CComQIPtr<ISupportErrorInfo> info(static_cast<IPersist*>(&object));
+    EXPECT_EQ(static_cast<ISupportErrorInfo*>(&object), info.p);
+    const CComQIPtr<IStream> stream(static_cast<IPersist*>(&object));
+    EXPECT_EQ(nullptr, stream.p);
+    const CComPtr<IPersist> persist(&object);
+    CComQIPtr<ISupportErrorInfo, &IID_ISupportErrorInfo> byName(persist);
+    EXPECT_EQ(static_cast<ISupportErrorInfo*>(&object), byName.p);
+    EXPECT_EQ(4, object.References());
+    byName = static_cast<IUnknown*>(nullptr);
+    EXPECT_EQ(3, object.References());
+    byName = persist;
+    EXPECT_EQ(4, object.References());
+    const CComQIPtr<IUnknown> identity(persist);
+    EXPECT_EQ(object.Unknown(), identity.p);
+  }
+  EXPECT_EQ(1, object.References());
+}
+
+TEST(ComQiPtr, SameInterfaceIsNotAsked) {
+  CCountedObject object;
+  // IStream is not among the object's interfaces: only a plain copy can work.
+  CComQIPtr<IStream> first;
+  first.Attach(reinterpret_cast<IStream*>(object.Unknown()));
+  object.AddRef();
+  {
+    CComQIPtr<IStream> second(first.p);
+    EXPECT_EQ(first.p, second.p);
+    second = first;
+    EXPECT_EQ(first.p, second.p);
+    EXPECT_EQ(3, object.References());
+  }
+  first.Release();
+  EXPECT_EQ(1, object.References());
+}
+
+TEST(ComPtrAssign, Functions) {
+  CCountedObject object;
+  IUnknown* held = nullptr;
+  EXPECT_EQ(object.Unknown(), AtlComPtrAssign(&held, object.Unknown()));
+  EXPECT_EQ(2, object.References());
+  EXPECT_EQ(object.Unknown(), AtlComPtrAssign(&held, object.Unknown()));
+  EXPECT_EQ(2, object.References());
+  EXPECT_EQ(nullptr, AtlComQIPtrAssign(&held, object.Unknown(), IID_IStream));
+  EXPECT_EQ(1, object.References());
+  EXPECT_NE(nullptr, AtlComQIPtrAssign(&held, object.Unknown(), IID_IPersist));
+  EXPECT_EQ(2, object.References());
+  EXPECT_EQ(nullptr, AtlComPtrAssign(&held, nullptr));
+  EXPECT_EQ(nullptr, held);
+  EXPECT_EQ(1, object.References());
+  EXPECT_EQ(nullptr, AtlComPtrAssign(nullptr, object.Unknown()));
+}
+
+}  // namespace

@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <atlhandle.h>
+
+using namespace ATL;
+
+namespace {
+
+HANDLE NewEvent() { return ::CreateEventW(nullptr, TRUE, FALSE, nullptr); }
+bool IsOpen(HANDLE h) {
+  DWORD flags = 0;
+  return ::GetHandleInformation(h, &flags) != FALSE;
+}
+
+TEST(Handle, ClosesAtTheEndOfItsLife) {
+  const HANDLE raw = NewEvent();
+  ASSERT_TRUE(IsOpen(raw));
+  { const CHandle owner(raw); }
+  EXPECT_FALSE(IsOpen(raw));
+}
+
+TEST(Handle, MovesOwnership) {
+  const HANDLE raw = NewEvent();
+  CHandle first(raw);
+  CHandle second(first);
+  EXPECT_EQ(nullptr, first.m_h);
+  CHandle third;
+  third = second;
+  EXPECT_EQ(nullptr, second.m_h);
+  EXPECT_EQ(raw, third.m_h);
+  third = static_cast<CHandle&>(third);
+  EXPECT_TRUE(IsOpen(third));
+  third = CHandle(NewEvent());
+  EXPECT_FALSE(IsOpen(raw));
+}
+
+TEST(Handle, DetachedHandleStaysOpen) {
+  CHandle owner;
+  owner.Attach(NewEvent());
+  const HANDLE raw = owner.Detach();
+  owner.Close();
+  EXPECT_TRUE(IsOpen(raw));
+  ::CloseHandle(raw);
+}
+
+TEST(Handle, CloseKeepsTheLastError) {
+  CHandle owner(NewEvent());
+  ::SetLastError(ERROR_DISK_FULL);
+  owner.Close();
+  owner.Close();
+  EXPECT_EQ(static_cast<DWORD>(ERROR_DISK_FULL), ::GetLastError());
+}
+
+}  // namespace
