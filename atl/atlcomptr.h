@@ -184,6 +184,16 @@ class CComPtr : public CComPtrBase<T> {
   void Swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 };
 
+/// The interface identifier behind CComQIPtr's parameters.
+template <class T, const IID* piid>
+struct CIidOf {
+  static REFIID Get() noexcept { return *piid; }
+};
+template <class T>
+struct CIidOf<T, nullptr> {
+  static REFIID Get() noexcept { return __uuidof(T); }
+};
+
 /// CComPtr that asks any object it is given for T. `piid` names the interface for types without
 /// `__uuidof`; null means `__uuidof(T)`, which GCC does not accept as a template argument.
 template <class T, const IID* piid = nullptr>
@@ -227,17 +237,10 @@ class CComQIPtr : public CComPtr<T> {
   }
   static T* Queried(IUnknown* lp) noexcept {
     void* pNew = nullptr;
-    if (lp == nullptr || FAILED(lp->QueryInterface(Iid(), &pNew))) {
+    if (lp == nullptr || FAILED(lp->QueryInterface(CIidOf<T, piid>::Get(), &pNew))) {
       return nullptr;
     }
     return static_cast<T*>(pNew);
-  }
-  static REFIID Iid() noexcept {
-    if constexpr (piid == nullptr) {
-      return __uuidof(T);
-    } else {
-      return *piid;
-    }
   }
 };
 

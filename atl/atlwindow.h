@@ -21,6 +21,11 @@ class _U_MENUorID {
   HMENU m_hMenu;
 };
 
+/// The distance between two edges. Wraps: for the default rectangle it gives CW_USEDEFAULT.
+inline int AtlExtent(LONG nFrom, LONG nTo) noexcept {
+  return static_cast<int>(static_cast<ULONG>(nTo) - static_cast<ULONG>(nFrom));
+}
+
 /// A window handle with the window functions as members. Owns nothing: the window outlives it.
 class CWindow {
  public:
@@ -39,9 +44,10 @@ class CWindow {
               LPCTSTR szWindowName = nullptr, DWORD dwStyle = 0, DWORD dwExStyle = 0,
               _U_MENUorID MenuOrID = 0U, LPVOID lpCreateParam = nullptr) noexcept {
     const RECT& rc = rect.m_lpRect == nullptr ? rcDefault : *rect.m_lpRect;
-    m_hWnd = ::CreateWindowEx(dwExStyle, lpstrWndClass, szWindowName, dwStyle, rc.left, rc.top,
-                              rc.right - rc.left, rc.bottom - rc.top, hWndParent, MenuOrID.m_hMenu,
-                              _AtlBaseModule.GetModuleInstance(), lpCreateParam);
+    m_hWnd =
+        ::CreateWindowEx(dwExStyle, lpstrWndClass, szWindowName, dwStyle, rc.left, rc.top,
+                         AtlExtent(rc.left, rc.right), AtlExtent(rc.top, rc.bottom), hWndParent,
+                         MenuOrID.m_hMenu, _AtlBaseModule.GetModuleInstance(), lpCreateParam);
     return m_hWnd;
   }
   BOOL DestroyWindow() noexcept {

@@ -142,8 +142,8 @@ class ATL_NO_VTABLE CWindowImplBaseT : public CWindowImplRoot<TBase> {
     const RECT& rc = rect.m_lpRect == nullptr ? TBase::rcDefault : *rect.m_lpRect;
     const CCreateWndScope announced(this);
     return ::CreateWindowEx(dwExStyle, reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(atom)),
-                            szWindowName, dwStyle, rc.left, rc.top, rc.right - rc.left,
-                            rc.bottom - rc.top, hWndParent, MenuOrID.m_hMenu,
+                            szWindowName, dwStyle, rc.left, rc.top, AtlExtent(rc.left, rc.right),
+                            AtlExtent(rc.top, rc.bottom), hWndParent, MenuOrID.m_hMenu,
                             _AtlBaseModule.GetModuleInstance(), lpCreateParam);
   }
 };

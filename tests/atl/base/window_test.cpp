@@ -26,6 +26,16 @@ class Window : public testing::Test {
   CWindow m_child;
 };
 
+TEST_F(Window, WithoutARectangleTheSystemChoosesOne) {
+  CWindow window;
+  ASSERT_NE(nullptr, window.Create(L"STATIC", nullptr, nullptr, L"", WS_OVERLAPPEDWINDOW));
+  RECT rect;
+  EXPECT_TRUE(window.GetWindowRect(&rect));
+  EXPECT_LT(100, Width(rect));
+  EXPECT_LT(100, Height(rect));
+  window.DestroyWindow();
+}
+
 TEST_F(Window, Text) {
   CString text;
   EXPECT_EQ(5, m_window.GetWindowText(text));
