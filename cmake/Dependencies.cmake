@@ -1,5 +1,6 @@
 # Third-party libraries, built by `./run setup` into build/deps.
-set(FOLIVO_DEPS_DIR "${PROJECT_SOURCE_DIR}/build/deps" CACHE PATH "Where ./run setup put the libraries")
+set(FOLIVO_DEPS_DIR "${PROJECT_SOURCE_DIR}/build/deps"
+  CACHE PATH "Where ./run setup put the libraries")
 
 foreach(library IN ITEMS boost_thread tinyxml)
   if(NOT EXISTS "${FOLIVO_DEPS_DIR}/lib/lib${library}.a")

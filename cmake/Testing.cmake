@@ -14,7 +14,8 @@
 #
 # `./run test` sets the environment: display, Wine prefix, FOLIVO_TEST_SERVER_PORT.
 
-set(FOLIVO_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources (package googletest)")
+set(FOLIVO_GOOGLETEST_DIR /usr/src/googletest
+  CACHE PATH "GoogleTest's sources (package googletest)")
 if(NOT EXISTS "${FOLIVO_GOOGLETEST_DIR}/googletest/src/gtest-all.cc")
   message(FATAL_ERROR "GoogleTest's sources are missing. Run ./run setup first.")
 endif()

@@ -56,7 +56,8 @@ done
 options=(
   -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$apt_dir/parts"
   -o "Dir::State::lists=$apt_dir/lists"
-  -o "Dir::Cache::pkgcache=$apt_dir/pkgcache.bin" -o "Dir::Cache::srcpkgcache=$apt_dir/srcpkgcache.bin"
+  -o "Dir::Cache::pkgcache=$apt_dir/pkgcache.bin"
+  -o "Dir::Cache::srcpkgcache=$apt_dir/srcpkgcache.bin"
   -o "APT::Sandbox::User=$(id -un)" -o Acquire::Retries=3)
 apt-get "${options[@]}" -q update
 cd "$dest"

@@ -21,11 +21,21 @@ find "$WINEPREFIX/drive_c/users" -type l -print | while read -r link; do
   mkdir "$link"
 done
 
-# Managed=N: there is no window manager on the private display, so Wine draws the title bars.
+# Debian's Wine does not look where Debian puts Wine's own fonts (Tahoma for dialogs, Marlett for
+# the buttons in title bars).
+ln -s /usr/share/wine/fonts/* "$WINEPREFIX/drive_c/windows/Fonts/"
+
+# Managed=N: there is no window manager on the private display, so Wine draws the title bars. It
+# draws those of active windows too in the colours of inactive ones, so these get the others'.
 # Grey-scale font smoothing: screenshots stay legible, and have no coloured fringes when enlarged.
 wine_env_registry << 'END'
 [HKEY_CURRENT_USER\Software\Wine\X11 Driver]
 "Managed"="N"
+
+[HKEY_CURRENT_USER\Control Panel\Colors]
+"InactiveTitle"="50 150 250"
+"GradientInactiveTitle"="50 150 250"
+"InactiveTitleText"="0 0 0"
 
 [HKEY_CURRENT_USER\Control Panel\Desktop]
 "FontSmoothing"="2"

@@ -36,7 +36,7 @@ fetch_sources() {
   done < <(locked source)
   ((${#wanted[@]} == 0)) && return
   step sources "Fetching library sources" \
-    "Is the network reachable? If a version is no longer served, pin its successor in dependencies.lock." \
+    "Is the network reachable? Is the version in dependencies.lock still served?" \
     tools/setup/fetch_sources.sh "$build_dir/downloads" "${wanted[@]}"
 }
 

@@ -71,16 +71,19 @@ wine_env_stop_display() {
 
 # Making a prefix takes seconds, copying one a fraction of that: the first use makes a template.
 wine_env_make_template() {
-  local template=$build_dir/wine/template version
-  version=$(dpkg-query -W -f '${Version}' wine64)
+  local template=$build_dir/wine/template key
+  key=$({
+    dpkg-query -W -f '${Version}' wine64 fonts-wine
+    cat "$root/tools/setup/make_wine_prefix.sh"
+  } | sha256sum)
   # Two scripts may want it at the same time.
   exec {template_lock}> "$build_dir/wine/template.lock"
   flock "$template_lock"
-  if [[ ! -e $template/.ready || $(< "$template/.ready") != "$version" ]]; then
+  if [[ ! -e $template/.ready || $(< "$template/.ready") != "$key" ]]; then
     rm -rf "$template"
     step wine-prefix "Preparing Wine" "Remove build/wine and try again." \
-      tools/setup/make_wine_prefix.sh "$template"
-    echo "$version" > "$template/.ready"
+      "$root"/tools/setup/make_wine_prefix.sh "$template"
+    echo "$key" > "$template/.ready"
   fi
   exec {template_lock}>&-
 }
