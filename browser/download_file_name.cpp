@@ -20,8 +20,7 @@ constexpr wchar_t kReplacementExtension[] = L".folivo";
 CStringW TakeName(const CStringW& url) {
   for (const wchar_t separator : kNameSeparators) {
     // The array's terminator is the last round: nothing follows a text's end.
-    const CStringW name =
-        separator == L'\0' ? CStringW() : url.Mid(url.ReverseFind(separator) + 1);
+    const CStringW name = separator == L'\0' ? CStringW() : url.Mid(url.ReverseFind(separator) + 1);
     if (name.CompareNoCase(url) != 0) {
       return name;
     }

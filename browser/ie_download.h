@@ -28,10 +28,10 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   static HRESULT WINAPI UpdateRegistry(BOOL registers);
 
   BEGIN_COM_MAP(CIEDownload)
-    COM_INTERFACE_ENTRY(IObjectWithSite)
-    COM_INTERFACE_ENTRY(IIEDownload)
-    COM_INTERFACE_ENTRY(IDispatch)
-    COM_INTERFACE_ENTRY(IProvideClassInfo)
+  COM_INTERFACE_ENTRY(IObjectWithSite)
+  COM_INTERFACE_ENTRY(IIEDownload)
+  COM_INTERFACE_ENTRY(IDispatch)
+  COM_INTERFACE_ENTRY(IProvideClassInfo)
   END_COM_MAP()
 
   DECLARE_PROTECT_FINAL_CONSTRUCT()

@@ -95,8 +95,7 @@ bool FitPathLength(const CFilePath& destination, const CStringW& extension, CStr
   if (expandedLength > 0 && expandedLength < kPathLimit) {
     folderLength = expandedLength;
   }
-  const int excess =
-      folderLength + baseName.GetLength() + extension.GetLength() - kPathLimit;
+  const int excess = folderLength + baseName.GetLength() + extension.GetLength() - kPathLimit;
   if (excess <= 0) {
     return false;
   }

@@ -59,9 +59,9 @@ bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& exte
   const CStringW filter = GetSaveFilter(extension);
   const CIeFrameLibrary library;
   CComHeapPtr<wchar_t> path;
-  const HRESULT answer = library.ShowSaveFileDialog(
-      owner, fileName, filter.IsEmpty() ? nullptr : filter.GetString(), kFilterIndex, kFlags,
-      &path, &saveState);
+  const HRESULT answer =
+      library.ShowSaveFileDialog(owner, fileName, filter.IsEmpty() ? nullptr : filter.GetString(),
+                                 kFilterIndex, kFlags, &path, &saveState);
   if (answer != S_OK) {
     library.CancelSaveFile(saveState);
     saveState = nullptr;
@@ -98,9 +98,9 @@ std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStri
   CPathBuffer buffer = {};
   CopyTruncated(fileName, buffer);
   CSaveChoice choice;
-  const bool chosen =
-      isProtected ? AskBrowserDialog(owner, fileName, extension, buffer, choice.saveState)
-                  : AskCommonDialog(owner, fileName, extension, buffer);
+  const bool chosen = isProtected
+                          ? AskBrowserDialog(owner, fileName, extension, buffer, choice.saveState)
+                          : AskCommonDialog(owner, fileName, extension, buffer);
   if (!chosen) {
     return std::nullopt;
   }

@@ -6,8 +6,8 @@
 namespace {
 
 // Not ".qdi": a single gallery item opened by itself is the browser's business.
-constexpr const wchar_t* kInterceptedExtensions[] = {L".qdk",    L".qdc",     L".qdt",        L".fvk",
-                                                     L".folivo", L".gallery", L".galleryitem"};
+constexpr const wchar_t* kInterceptedExtensions[] = {
+    L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery", L".galleryitem"};
 
 }  // namespace
 

@@ -34,9 +34,8 @@ bool BeginsWith(const std::uint8_t* data, std::int32_t length, const std::uint8_
 template <std::size_t N>
 bool BeginsWithAny(const std::uint8_t* data, std::int32_t length,
                    const char* const (&prefixes)[N]) {
-  return std::any_of(std::begin(prefixes), std::end(prefixes), [&](const char* prefix) {
-    return MatchPrefix(data, length, prefix) == 0;
-  });
+  return std::any_of(std::begin(prefixes), std::end(prefixes),
+                     [&](const char* prefix) { return MatchPrefix(data, length, prefix) == 0; });
 }
 
 bool IsExtension(const CStringW& extension, const wchar_t* wanted) {
@@ -55,8 +54,7 @@ int MatchPrefix(const std::uint8_t* data, std::int32_t length, const char* prefi
 
 bool IsValidContent(const std::uint8_t* data, std::int32_t length, const CStringW& extension) {
   if (IsExtension(extension, L".qdk")) {
-    return BeginsWith(data, length, kZlibHeader) ||
-           BeginsWithAny(data, length, kLessonXmlPrefixes);
+    return BeginsWith(data, length, kZlibHeader) || BeginsWithAny(data, length, kLessonXmlPrefixes);
   }
   if (IsExtension(extension, L".qdc")) {
     return BeginsWith(data, length, kZlibHeader) ||

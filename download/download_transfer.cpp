@@ -87,8 +87,8 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
 
   const HANDLE handles[] = {timer, m_hPeekEvent};
   for (;;) {
-    const DWORD wait = MsgWaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, 0,
-                                                 QS_MOUSEBUTTON);
+    const DWORD wait =
+        MsgWaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, 0, QS_MOUSEBUTTON);
     if (wait == WAIT_TIMEOUT) {
       DownloadStep(buffer.data(), kPeekBufferSize);
       if (m_complete != 0) {
@@ -152,8 +152,9 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   }
   DWORD status = 0;
   DWORD statusSize = sizeof(status);
-  const bool known = HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER,
-                                    &status, &statusSize, nullptr) != FALSE;
+  const bool known =
+      HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status,
+                     &statusSize, nullptr) != FALSE;
   if (!known || IsRefusedStatus(status)) {
     return RefuseStatus();
   }
@@ -175,8 +176,7 @@ bool CProgressDialog::OpenRequest() {
 
   const CFlagScope blocking(m_inBlockingCall);
   while (m_running) {
-    const HINTERNET request =
-        InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
+    const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
     const DWORD error = GetLastError();
     m_hRequest.Put(request);
     if (request == nullptr || !m_running) {
@@ -233,8 +233,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
   bool succeeded = false;
   {
     const CFlagScope blocking(m_inBlockingCall);
-    succeeded = m_running &&
-                InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
+    succeeded = m_running && InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
   }
   if (!succeeded) {
     if (!m_running) {

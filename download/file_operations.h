@@ -27,5 +27,6 @@ bool CopyFileTo(const CFilePath& source, const CFilePath& target, bool failIfExi
 /// Opens a C stream whose handle child processes do not inherit; null on failure.
 CFileStream OpenFileNoInherit(const CFilePath& path, LPCWSTR mode);
 
-/// The file's size in bytes, as far as 32 signed bits hold it; -1 for a folder or an unreadable file.
+/// The file's size in bytes, as far as 32 signed bits hold it; -1 for a folder or an unreadable
+/// file.
 int GetFileSize32(const CFilePath& path);

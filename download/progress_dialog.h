@@ -60,13 +60,13 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool PeekContent(const CStringW& extension);
 
   BEGIN_MSG_MAP(CProgressDialog)
-    MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)
-    MESSAGE_HANDLER(WM_USER, OnDownloadFinished)
-    COMMAND_HANDLER(IDOK, 0, OnOk)
-    COMMAND_HANDLER(IDCANCEL, 0, OnCancel)
-    COMMAND_HANDLER(IDC_OPEN_FOLDER, 0, OnOpenFolder)
-    COMMAND_HANDLER(IDC_OPEN_FILE, 0, OnOpenFile)
-    MESSAGE_HANDLER(WM_DESTROY, OnDestroy)
+  MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)
+  MESSAGE_HANDLER(WM_USER, OnDownloadFinished)
+  COMMAND_HANDLER(IDOK, 0, OnOk)
+  COMMAND_HANDLER(IDCANCEL, 0, OnCancel)
+  COMMAND_HANDLER(IDC_OPEN_FOLDER, 0, OnOpenFolder)
+  COMMAND_HANDLER(IDC_OPEN_FILE, 0, OnOpenFile)
+  MESSAGE_HANDLER(WM_DESTROY, OnDestroy)
   END_MSG_MAP()
 
  private:
@@ -111,35 +111,35 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   void ShowMessage(LPCWSTR format, const CStringW& subject) const;
   bool IsPeeking() const { return m_hPeekEvent != nullptr; }
 
-  std::atomic<bool> m_opened{false};            // request open and file created: steps now read
+  std::atomic<bool> m_opened{false};  // request open and file created: steps now read
   CAtomicInternetHandle m_hSession;
   CAtomicInternetHandle m_hRequest;
   CAtomicFile m_hFile;
-  std::atomic<bool> m_checkPending{true};       // the next chunk is the first, to be checked
-  std::atomic<std::int32_t> m_complete{0};      // the body has ended
-  std::atomic<std::int32_t> m_lengthKnown{0};   // the server told the body's length
-  std::atomic<std::int32_t> m_finished{0};      // the worker ends: it may be joined
-  std::atomic<std::int32_t> m_total{0};         // expected bytes
-  std::atomic<std::int32_t> m_received{0};      // bytes written by the worker
-  std::atomic<bool> m_running{true};            // the dialog is alive
-  CHandle m_hPeekEvent;                         // set only while PeekContent runs
-  CStringW m_extension;                         // selects the content rule
-  std::atomic<bool> m_valid{false};             // the first chunk passed its check
+  std::atomic<bool> m_checkPending{true};      // the next chunk is the first, to be checked
+  std::atomic<std::int32_t> m_complete{0};     // the body has ended
+  std::atomic<std::int32_t> m_lengthKnown{0};  // the server told the body's length
+  std::atomic<std::int32_t> m_finished{0};     // the worker ends: it may be joined
+  std::atomic<std::int32_t> m_total{0};        // expected bytes
+  std::atomic<std::int32_t> m_received{0};     // bytes written by the worker
+  std::atomic<bool> m_running{true};           // the dialog is alive
+  CHandle m_hPeekEvent;                        // set only while PeekContent runs
+  CStringW m_extension;                        // selects the content rule
+  std::atomic<bool> m_valid{false};            // the first chunk passed its check
   std::shared_ptr<boost::thread> m_thread;
   CFilePath m_tempPath;
 
  public:
-  CFilePath m_destPath;                         ///< Where to deliver; set before DoModal.
-  HANDLE m_saveState = nullptr;                 ///< Set before DoModal for a protected-mode save.
+  CFilePath m_destPath;          ///< Where to deliver; set before DoModal.
+  HANDLE m_saveState = nullptr;  ///< Set before DoModal for a protected-mode save.
 
  private:
   CStringW m_url;
 
  public:
-  CStringW m_fileName;                          ///< Shown while downloading; set before DoModal.
+  CStringW m_fileName;  ///< Shown while downloading; set before DoModal.
 
  private:
-  std::atomic<bool> m_inBlockingCall{false};    // network or message box: not to be waited for
-  std::atomic<bool> m_fileInUse{false};         // a write is under way with the file taken out
-  bool m_tempFileSettled = false;               // delivered, deleted or handed over
+  std::atomic<bool> m_inBlockingCall{false};  // network or message box: not to be waited for
+  std::atomic<bool> m_fileInUse{false};       // a write is under way with the file taken out
+  bool m_tempFileSettled = false;             // delivered, deleted or handed over
 };

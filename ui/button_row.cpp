@@ -77,8 +77,7 @@ int PlaceRow(CRow& row, HWND dialog, bool centre) {
   const int rowRight = row.bounds[count - 1].right;
   RECT client = {};
   GetClientRect(dialog, &client);
-  const int rowLeft =
-      centre ? (WidthOf(client) - rowRight) / 2 : client.right - rowRight - gap;
+  const int rowLeft = centre ? (WidthOf(client) - rowRight) / 2 : client.right - rowRight - gap;
 
   int taken = (count + 1) * gap;
   for (int i = 0; i < count; ++i) {

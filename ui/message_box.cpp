@@ -232,8 +232,7 @@ INT_PTR CALLBACK BoxProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam
     case WM_COMMAND:
       // By handle: the check box shares its identifier 0 with the statics.
       if (g_box.checkBox != nullptr && reinterpret_cast<HWND>(lParam) == g_box.checkBox) {
-        g_box.checkState =
-            SendMessageW(g_box.checkBox, BM_GETCHECK, 0, 0) == BST_CHECKED ? 1 : 0;
+        g_box.checkState = SendMessageW(g_box.checkBox, BM_GETCHECK, 0, 0) == BST_CHECKED ? 1 : 0;
         return TRUE;
       }
       DestroyChildren();
@@ -288,8 +287,8 @@ int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
   // Placeholders: the procedure sizes the window in pixels once it has measured the text.
   boxTemplate.header.cx = 4000;
   boxTemplate.header.cy = 400;
-  const auto result =
-      static_cast<int>(DialogBoxIndirectParamW(HostModule(), &boxTemplate.header, owner, BoxProc, 0));
+  const auto result = static_cast<int>(
+      DialogBoxIndirectParamW(HostModule(), &boxTemplate.header, owner, BoxProc, 0));
 
   if (FAILED(g_box.failure)) {
     AtlThrow(g_box.failure);

@@ -19,8 +19,8 @@ enum CustomMessageBoxResult {
 /// with the state that the last box left.
 ///
 /// Returns the command that closed the box: a CustomMessageBoxResult, or whatever other command
-/// reached it. While a box of this module is open, a second call answers kMessageBoxButton3 at once.
-/// Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
+/// reached it. While a box of this module is open, a second call answers kMessageBoxButton3 at
+/// once. Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
 int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
                          const CStringW& button1, const CStringW& button2, const CStringW& button3,
                          const CStringW& button4, const CStringW& checkLabel, LONG* checkState);
