@@ -1,0 +1,71 @@
+#include "ui/scoped_handle.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+std::vector<int> g_closed;
+
+struct CNumberTraits {
+  using Handle = int;
+  static Handle Empty() { return -1; }
+  static void Close(Handle handle) {
+    g_closed.push_back(handle);
+    SetLastError(ERROR_INVALID_HANDLE);
+  }
+};
+using CScopedNumber = CScopedHandle<CNumberTraits>;
+
+class ScopedHandle : public testing::Test {
+ protected:
+  void SetUp() override { g_closed.clear(); }
+};
+
+TEST_F(ScopedHandle, ClosesAtScopeEndAndKeepsTheLastError) {
+  SetLastError(ERROR_DISK_FULL);
+  {
+    const CScopedNumber handle(4);
+    EXPECT_EQ(handle.Get(), 4);
+    EXPECT_TRUE(handle);
+  }
+  EXPECT_EQ(g_closed, std::vector{4});
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
+}
+
+TEST_F(ScopedHandle, EmptyIsNeverClosed) {
+  {
+    const CScopedNumber handle;
+    EXPECT_FALSE(handle);
+    EXPECT_EQ(handle.Get(), -1);
+  }
+  EXPECT_TRUE(g_closed.empty());
+}
+
+TEST_F(ScopedHandle, ClosesOnlyOnce) {
+  {
+    CScopedNumber handle(0);  // a value that is false but not empty
+    EXPECT_TRUE(handle);
+    handle.Close();
+    EXPECT_FALSE(handle);
+  }
+  EXPECT_EQ(g_closed, std::vector{0});
+}
+
+TEST_F(ScopedHandle, MovingHandsTheHandleOver) {
+  {
+    CScopedNumber first(1);
+    CScopedNumber second(std::move(first));
+    EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move): that is what is tested
+    EXPECT_EQ(second.Get(), 1);
+    CScopedNumber third(3);
+    third = std::move(second);
+    EXPECT_EQ(g_closed, std::vector{3});
+    EXPECT_EQ(third.Get(), 1);
+  }
+  EXPECT_EQ(g_closed, (std::vector{3, 1}));
+}
+
+}  // namespace
