@@ -65,6 +65,9 @@ std::wstring TextOf(HWND window) {
 
 CBrowserWindow::~CBrowserWindow() {
   CloseWindow();
+  if (m_sink) {
+    m_sink->Detach();
+  }
   if (m_font) {
     DeleteObject(m_font);
   }
@@ -180,6 +183,7 @@ void CBrowserWindow::OnBrowserEvent(const BrowserEvent& event) {
 
 HRESULT CBrowserWindow::Navigate(const std::wstring& url) {
   m_navigation.Started();
+  SetDlgItemTextW(m_window, kAddressEdit, url.c_str());
   const HRESULT hr = m_control.Navigate(url);
   if (FAILED(hr)) {
     m_navigation.Refused();
@@ -229,9 +233,6 @@ void CBrowserWindow::OnDestroy() {
   // The control first: what it still has to tell, the helper objects are to hear.
   m_control.Close();
   m_helpers.Release();
-  if (m_sink) {
-    m_sink->Detach();
-  }
   m_closed = true;
   PostQuitMessage(0);
 }

@@ -44,9 +44,6 @@ class CBrowserWindow final : public IControlFrame,
 
   HWND Window() const { return m_window; }
 
-  /// True once the window has been closed.
-  bool Closed() const { return m_closed; }
-
   /// Handles keys of the control and of the address bar. True when the message is dealt with.
   bool PreTranslateMessage(MSG& message);
 
@@ -65,6 +62,7 @@ class CBrowserWindow final : public IControlFrame,
   bool NavigationUnderWay() const override { return m_navigation.UnderWay(); }
   bool Idle() const override;
   void CloseWindow() override;
+  bool Closed() const override { return m_closed; }
   void WakeAfter(DWORD milliseconds) override;
 
  private:

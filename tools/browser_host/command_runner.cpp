@@ -43,7 +43,7 @@ void CCommandRunner::Step() {
     Answer();
   }
   CCommandQueue::Entry entry;
-  while (m_queue->Pop(entry)) {
+  while (!m_target.Closed() && m_queue->Pop(entry)) {
     if (!entry) {
       m_error = kUnknownCommand;
     } else if (!Start(*entry)) {
@@ -126,7 +126,8 @@ void CCommandRunner::Finish() {
     m_waiting.reset();
     Answer();
   }
-  while (m_queue->Pop(entry)) {
+  // Who reads a batch's output wants to know why it failed, not each command that never came up.
+  while ((m_mode == Mode::kDialog || m_succeeded) && m_queue->Pop(entry)) {
     if (!entry || !EndsTheRun(*entry)) {
       m_error = kClosed;
     }

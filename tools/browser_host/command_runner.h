@@ -19,6 +19,8 @@ class ICommandTarget {
   virtual bool Idle() const = 0;
   /// Closes the window before it returns.
   virtual void CloseWindow() = 0;
+  /// True once the window has been closed, by whomever.
+  virtual bool Closed() const = 0;
   /// Has the message loop turn at least once more after so many milliseconds.
   virtual void WakeAfter(DWORD milliseconds) = 0;
 

@@ -97,7 +97,7 @@ int wmain(int count, wchar_t** values) {
     return kWrongUsage;
   }
   if (options->help) {
-    std::fputs(kHelpText, stdout);
+    std::fputs(kBrowserHostHelp, stdout);
     return kSuccess;
   }
   CLineOutput output;

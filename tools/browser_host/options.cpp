@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-const char kHelpText[] =
+const char kBrowserHostHelp[] =
     R"(browser_host: a small browser with the system's WebBrowser control and the registered helper objects
 
 usage: browser_host [OPTION...] [COMMAND...]

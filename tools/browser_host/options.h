@@ -21,7 +21,7 @@ struct Options {
 };
 
 /// What --help prints.
-extern const char kHelpText[];
+extern const char kBrowserHostHelp[];
 
 /// Reads the command line's words (without the program's name); nothing when they are wrong.
 std::optional<Options> ParseOptions(const std::vector<std::wstring>& words);

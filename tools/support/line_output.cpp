@@ -47,8 +47,7 @@ bool CLineOutput::OpenLog(const wchar_t* path) {
 
 void CLineOutput::WriteLine(std::string_view line) {
   std::string bytes(line);
-  std::replace_if(
-      bytes.begin(), bytes.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  std::replace_if(bytes.begin(), bytes.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
   bytes += '\n';
   EnterCriticalSection(&m_lock);
   WriteAll(m_standardOutput, bytes);

@@ -1,0 +1,251 @@
+// The browser host as a process of its own, with and without a helper object.
+#include <winsock2.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/tools/helper_double.h"
+#include "tests/tools/helper_registration.h"
+#include "tests/tools/tool_process.h"
+#include "tools/browser_host/browser_window.h"
+#include "tools/dialog_driver/polling.h"
+#include "tools/dialog_driver/window_actions.h"
+#include "tools/dialog_driver/window_query.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::StartsWith;
+
+// Nobody listens there: a navigation that is not cancelled fails at once.
+const std::wstring kDeadServer = L"http://127.0.0.1:1/";
+const std::string kDoubleLoaded = "helper {6F1D3C52-8A4E-4B7B-9C0D-513E2A77D419} hr=0x00000000";
+
+class CBrowserProcess : public CToolProcess {
+ public:
+  explicit CBrowserProcess(const std::wstring& arguments)
+      : CToolProcess(ToolPath(L"browser_host.exe"), arguments) {}
+
+  /// The frame window, as the host announces it.
+  HWND Frame() {
+    const auto line = WaitForLine("frame hwnd=");
+    EXPECT_TRUE(line);
+    return line ? reinterpret_cast<HWND>(std::stoull(line->substr(11), nullptr, 16)) : nullptr;
+  }
+};
+
+size_t IndexOf(const std::vector<std::string>& lines, const std::string& line) {
+  return static_cast<size_t>(std::find(lines.begin(), lines.end(), line) - lines.begin());
+}
+
+/// A loopback port that takes connections and never answers.
+class CSilentServer {
+ public:
+  CSilentServer() {
+    WSADATA data{};
+    EXPECT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
+    m_socket = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int size = sizeof(address);
+    EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0);
+    EXPECT_EQ(listen(m_socket, 5), 0);
+    EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
+    m_port = ntohs(address.sin_port);
+  }
+  ~CSilentServer() {
+    closesocket(m_socket);
+    WSACleanup();
+  }
+  CSilentServer(const CSilentServer&) = delete;
+  CSilentServer& operator=(const CSilentServer&) = delete;
+  std::wstring Url() const { return L"http://127.0.0.1:" + std::to_wstring(m_port) + L"/"; }
+
+ private:
+  SOCKET m_socket;
+  unsigned short m_port = 0;
+};
+
+}  // namespace
+
+TEST(BrowserHost, CarriesOutCommandsInOrder) {
+  CBrowserProcess browser(
+      L"--no-helpers navigate about:blank wait-navigation print \"\u00fcber\" quit");
+  EXPECT_EQ(browser.WaitForExit(), 0u);
+  const auto& lines = browser.Lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_THAT(lines[0], StartsWith("frame hwnd=0x"));
+  EXPECT_THAT(lines, Contains("event BeforeNavigate2 url=<about:blank> cancel=0"));
+  EXPECT_EQ(lines.back(),
+            "\xc3\xbc"
+            "ber");
+}
+
+TEST(BrowserHost, RefusesWrongUsage) {
+  for (const wchar_t* arguments : {L"frobnicate", L"--frobnicate", L"wait x"}) {
+    CBrowserProcess browser(arguments);
+    EXPECT_EQ(browser.WaitForExit(), 2u) << arguments;
+    EXPECT_TRUE(browser.Lines().empty());
+  }
+}
+
+TEST(BrowserHost, GivesRegisteredHelperObjectsTheFrame) {
+  const CHelperRegistration registration;
+  CBrowserProcess browser(L"navigate about:blank quit");
+  EXPECT_EQ(browser.WaitForExit(), 0u);
+  EXPECT_THAT(browser.Lines(),
+              IsSupersetOf({std::string("double SetSite window=IEFrame"), kDoubleLoaded,
+                            std::string("double BeforeNavigate2 arguments=7 browser=site")}));
+}
+
+TEST(BrowserHost, LoadsOnlyWhatItIsToldTo) {
+  const CHelperRegistration registration;
+  CBrowserProcess none(L"--no-helpers quit");
+  EXPECT_EQ(none.WaitForExit(), 0u);
+  EXPECT_THAT(none.Lines(), Not(Contains(StartsWith("helper"))));
+
+  CBrowserProcess given(L"--helper {00000000-1111-2222-3333-444444444444} --helper nonsense quit");
+  EXPECT_EQ(given.WaitForExit(), 0u);
+  EXPECT_THAT(given.Lines(),
+              ElementsAre(StartsWith("frame"),
+                          "helper {00000000-1111-2222-3333-444444444444} hr=0x80040154",
+                          "helper nonsense hr=0x800401f3"));
+}
+
+TEST(BrowserHost, PrintsTheCancelFlagAsTheHelperObjectLeftIt) {
+  const CHelperRegistration registration;
+  CBrowserProcess browser(L"navigate " + kDeadServer + kCancelMark +
+                          L" wait-navigation print between" + L" navigate " + kDeadServer +
+                          L" wait-navigation quit");
+  EXPECT_EQ(browser.WaitForExit(), 0u);
+  const auto& lines = browser.Lines();
+  const size_t cancelled =
+      IndexOf(lines, "event BeforeNavigate2 url=<http://127.0.0.1:1/double-cancel> cancel=1");
+  const size_t between = IndexOf(lines, "between");
+  const size_t followed =
+      IndexOf(lines, "event BeforeNavigate2 url=<http://127.0.0.1:1/> cancel=0");
+  ASSERT_LT(followed, lines.size());
+  // The cancelled navigation went no further, the other one did.
+  EXPECT_EQ(cancelled + 1, between);
+  EXPECT_LT(followed, IndexOf(lines, "event DownloadBegin"));
+}
+
+TEST(BrowserHost, TakesTheSiteAwayAndLetsGoAtTheEnd) {
+  const CHelperRegistration registration;
+  CBrowserProcess browser(std::wstring(L"navigate about:") + kLetGoMark + L" wait-navigation quit");
+  EXPECT_EQ(browser.WaitForExit(), 0u);
+  const auto& lines = browser.Lines();
+  ASSERT_GE(lines.size(), 2u);
+  EXPECT_EQ(lines[lines.size() - 2], "double SetSite null");
+  EXPECT_EQ(lines.back(), "double destroyed");
+}
+
+TEST(BrowserHost, SurvivesBeingClosedWhileAHelperObjectIsModal) {
+  const CHelperRegistration registration;
+  // The control sends the first kind of event at once and the second from its message loop.
+  for (const std::string& url :
+       {std::string("about:double-modal"), std::string("http://127.0.0.1:1/double-modal")}) {
+    CBrowserProcess browser(L"--commands-from-stdin");
+    browser.WriteLine("navigate about:blank");
+    ASSERT_TRUE(browser.WaitForLine("ok"));
+    browser.WriteLine("navigate " + url);
+    WindowFilter filter{.title = kModalTitle, .className = {}, .processId = browser.ProcessId()};
+    ASSERT_TRUE(PollUntil(kToolTimeout, [&] { return FindVisibleWindow(filter) != nullptr; }));
+
+    browser.WriteLine("close");
+    EXPECT_EQ(browser.WaitForExit(), 0u) << url;
+    const auto& lines = browser.Lines();
+    const size_t taken = IndexOf(lines, "double SetSite null");
+    const size_t modalEnd = IndexOf(lines, "double modal end browser=gone");
+    EXPECT_LT(taken, modalEnd);
+    EXPECT_LT(modalEnd, IndexOf(lines, "event BeforeNavigate2 url=<" + url + "> cancel=1"));
+    EXPECT_EQ(lines.back(), "ok");
+  }
+}
+
+TEST(BrowserHost, AnswersCommandsFromStandardInput) {
+  CBrowserProcess browser(L"--no-helpers --commands-from-stdin");
+  browser.WriteLine("print caf\xc3\xa9 & more");
+  EXPECT_TRUE(browser.WaitForLine("caf\xc3\xa9 & more"));
+  EXPECT_TRUE(browser.WaitForLine("ok"));
+  browser.WriteLine("frobnicate");
+  EXPECT_TRUE(browser.WaitForLine("error no such command"));
+  browser.WriteLine("wait 50");
+  EXPECT_TRUE(browser.WaitForLine("ok"));
+  browser.WriteLine("back");
+  EXPECT_TRUE(browser.WaitForLine("error hr=0x"));
+  browser.CloseInput();
+  EXPECT_TRUE(browser.WaitForLine("ok"));  // of the quit that the end of the input stands for
+  EXPECT_EQ(browser.WaitForExit(), 0u);
+}
+
+TEST(BrowserHost, ReportsANavigationThatIsNotOverInTime) {
+  const CSilentServer server;
+  CBrowserProcess browser(L"--no-helpers --timeout 300 navigate " + server.Url() +
+                          L" wait-navigation print never");
+  EXPECT_EQ(browser.WaitForExit(), 1u);
+  EXPECT_EQ(browser.Lines().back(), "error not in time");
+}
+
+TEST(BrowserHost, WritesTheLogToo) {
+  const std::wstring log = TestFilePath(L"browser_host_test.log");
+  {
+    CBrowserProcess browser(L"--no-helpers --log \"" + log + L"\" print logged quit");
+    EXPECT_EQ(browser.WaitForExit(), 0u);
+  }
+  std::ifstream file(log.c_str());
+  std::string text((std::istreambuf_iterator<char>(file)), {});
+  file.close();
+  EXPECT_THAT(text, HasSubstr("frame hwnd=0x"));
+  EXPECT_THAT(text, HasSubstr("\nlogged\n"));
+  EXPECT_TRUE(DeleteFileW(log.c_str()));
+}
+
+TEST(BrowserHost, NavigatesByTheAddressBar) {
+  CBrowserProcess browser(L"--no-helpers --show --commands-from-stdin");
+  const HWND frame = browser.Frame();
+  EXPECT_EQ(WindowClass(frame), L"IEFrame");
+  ASSERT_EQ(SetControlText(frame, kAddressEdit, L"about:one", kToolTimeout), ActionResult::kDone);
+  ASSERT_EQ(PressKey(frame, kAddressEdit, VK_RETURN), ActionResult::kDone);
+  EXPECT_TRUE(browser.WaitForLine("event BeforeNavigate2 url=<about:one> cancel=0"));
+  ASSERT_EQ(SetControlText(frame, kAddressEdit, L"about:two", kToolTimeout), ActionResult::kDone);
+  ASSERT_EQ(Click(frame, kGoButton, kToolTimeout), ActionResult::kDone);
+  EXPECT_TRUE(browser.WaitForLine("event BeforeNavigate2 url=<about:two> cancel=0"));
+  browser.WriteLine("wait-idle");
+  ASSERT_TRUE(browser.WaitForLine("ok"));
+  EXPECT_THAT(WindowText(frame), StartsWith(L"about:two"));
+}
+
+TEST(BrowserHost, FillsTheWindowAtEverySize) {
+  CBrowserProcess browser(L"--no-helpers --show --commands-from-stdin");
+  const HWND frame = browser.Frame();
+  for (const SIZE size : {SIZE{900, 700}, SIZE{420, 300}}) {
+    ASSERT_TRUE(SetWindowPos(frame, nullptr, 20, 20, size.cx, size.cy, SWP_NOZORDER));
+    browser.WriteLine("wait-idle");
+    ASSERT_TRUE(browser.WaitForLine("ok"));
+    RECT client{};
+    GetClientRect(frame, &client);
+    MapWindowPoints(frame, nullptr, reinterpret_cast<POINT*>(&client), 2);
+    const HWND control = FindWindowExW(frame, nullptr, L"Shell Embedding", nullptr);
+    ASSERT_TRUE(control);
+    const RECT inner = ReadWindow(control).rect;
+    const RECT address = ReadWindow(GetDlgItem(frame, kAddressEdit)).rect;
+    const RECT status = ReadWindow(GetDlgItem(frame, kStatusBar)).rect;
+    EXPECT_EQ(inner.left, client.left);
+    EXPECT_EQ(inner.right, client.right);
+    EXPECT_GE(inner.top, address.bottom);
+    EXPECT_EQ(inner.bottom, status.top);
+    EXPECT_LT(address.right, client.right);
+  }
+}
