@@ -48,7 +48,7 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComGloba
 
 /// The factory lives in the object map, which is why its own reference does not count as a lock.
 #define DECLARE_CLASSFACTORY_EX(cf) \
-  typedef ATL::CComCreator<ATL::CComObjectCached<cf>> _ClassFactoryCreatorClass;
+  using _ClassFactoryCreatorClass = ATL::CComCreator<ATL::CComObjectCached<cf>>;
 #define DECLARE_CLASSFACTORY() DECLARE_CLASSFACTORY_EX(ATL::CComClassFactory)
 
 #define DECLARE_AGGREGATABLE(x)                                      \
@@ -67,4 +67,4 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComGloba
       _CreatorClass;
 #define DECLARE_POLY_AGGREGATABLE(x) \
  public:                             \
-  typedef ATL::CComCreator<ATL::CComPolyObject<x>> _CreatorClass;
+  using _CreatorClass = ATL::CComCreator<ATL::CComPolyObject<x>>;

@@ -13,7 +13,7 @@ class CComCoClass {
  public:
   DECLARE_CLASSFACTORY()
   DECLARE_AGGREGATABLE(T)
-  typedef T _CoClass;
+  using _CoClass = T;
 
   static const CLSID& WINAPI GetObjectCLSID() { return *pclsid; }
   /// Text for an object list; null keeps the class out of it.

@@ -27,7 +27,7 @@ class CModuleLockScope {
 template <class Base>
 class CComObject : public Base {
  public:
-  typedef Base _BaseClass;
+  using _BaseClass = Base;
 
   explicit CComObject(void* = nullptr) { _pAtlModule->Lock(); }
   virtual ~CComObject() {
@@ -55,7 +55,6 @@ class CComObject : public Base {
 
   /// Makes an object with no references yet: AddRef it before anything else.
   static HRESULT WINAPI CreateInstance(CComObject<Base>** pp) noexcept {
-    ATLASSERT(pp != nullptr);
     if (pp == nullptr) {
       return E_POINTER;
     }
@@ -75,7 +74,7 @@ class CComObject : public Base {
 template <class Base>
 class CComObjectNoLock : public Base {
  public:
-  typedef Base _BaseClass;
+  using _BaseClass = Base;
 
   explicit CComObjectNoLock(void* = nullptr) {}
   virtual ~CComObjectNoLock() {
@@ -101,7 +100,7 @@ class CComObjectNoLock : public Base {
 template <class Base>
 class CComObjectCached : public Base {
  public:
-  typedef Base _BaseClass;
+  using _BaseClass = Base;
 
   explicit CComObjectCached(void* = nullptr) {}
   virtual ~CComObjectCached() {
@@ -134,7 +133,7 @@ class CComObjectCached : public Base {
 template <class Base>
 class CComObjectStack : public Base {
  public:
-  typedef Base _BaseClass;
+  using _BaseClass = Base;
 
   explicit CComObjectStack(void* = nullptr) {
     m_hResFinalConstruct = this->_AtlInitialConstruct();
@@ -161,7 +160,7 @@ class CComObjectStack : public Base {
 template <class Base>
 class CComContainedObject : public Base {
  public:
-  typedef Base _BaseClass;
+  using _BaseClass = Base;
 
   explicit CComContainedObject(void* pv) { this->m_pOuterUnknown = static_cast<IUnknown*>(pv); }
 
@@ -189,8 +188,8 @@ template <class Contained>
 class CComContainer : public IUnknown,
                       public CComObjectRootEx<typename Contained::_ThreadModel::ThreadModelNoCS> {
  public:
-  typedef Contained _BaseClass;
-  typedef CComObjectRootEx<typename Contained::_ThreadModel::ThreadModelNoCS> _Root;
+  using _BaseClass = Contained;
+  using _Root = CComObjectRootEx<typename Contained::_ThreadModel::ThreadModelNoCS>;
 
   explicit CComContainer(IUnknown* pOuter) : m_contained(pOuter) { _pAtlModule->Lock(); }
   CComContainer(const CComContainer&) = delete;

@@ -31,7 +31,6 @@ HRESULT FinishConstruction(T& object, void* pv) {
 /// Makes an object and asks it, by `query`, for what the caller wants.
 template <class T, class Query>
 HRESULT CreateAndQuery(void* pv, LPVOID* ppv, Query query) noexcept {
-  ATLASSERT(ppv != nullptr);
   if (ppv == nullptr) {
     return E_POINTER;
   }

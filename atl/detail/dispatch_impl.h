@@ -14,7 +14,7 @@ template <class T, const IID* piid = &__uuidof(T), const GUID* plibid = &CAtlMod
           WORD wMajor = 1, WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
 class ATL_NO_VTABLE IDispatchImpl : public T {
  public:
-  typedef tihclass _tihclass;
+  using _tihclass = tihclass;
 
   STDMETHOD(GetTypeInfoCount)(UINT* pctinfo) override {
     if (pctinfo == nullptr) {
@@ -48,7 +48,7 @@ template <const CLSID* pcoclsid, const GUID* plibid = &CAtlModule::m_libid, WORD
           WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
 class ATL_NO_VTABLE IProvideClassInfoImpl : public IProvideClassInfo {
  public:
-  typedef tihclass _tihclass;
+  using _tihclass = tihclass;
 
   STDMETHOD(GetClassInfo)(ITypeInfo** pptinfo) override {
     return _tih.GetTypeInfo(0, LANG_NEUTRAL, pptinfo);
@@ -63,7 +63,7 @@ template <const CLSID* pcoclsid, const IID* psrcid, const GUID* plibid = &CAtlMo
           WORD wMajor = 1, WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
 class ATL_NO_VTABLE IProvideClassInfo2Impl : public IProvideClassInfo2 {
  public:
-  typedef tihclass _tihclass;
+  using _tihclass = tihclass;
 
   STDMETHOD(GetClassInfo)(ITypeInfo** pptinfo) override {
     return _tih.GetTypeInfo(0, LANG_NEUTRAL, pptinfo);

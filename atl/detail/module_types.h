@@ -8,12 +8,14 @@
 
 namespace ATL {
 
-typedef HRESULT(WINAPI _ATL_CREATORFUNC)(void* pv, REFIID riid, LPVOID* ppv);
-typedef HRESULT(WINAPI _ATL_CREATORARGFUNC)(void* pv, REFIID riid, LPVOID* ppv, DWORD_PTR dw);
-typedef LPCTSTR(WINAPI _ATL_DESCRIPTIONFUNC)();
-typedef const struct _ATL_CATMAP_ENTRY*(_ATL_CATMAPFUNC)();
-typedef void(WINAPI _ATL_OBJECTMAINFUNC)(bool bStarting);
-typedef void(__stdcall _ATL_TERMFUNC)(DWORD_PTR dw);
+struct _ATL_CATMAP_ENTRY;
+
+using _ATL_CREATORFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv);
+using _ATL_CREATORARGFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv, DWORD_PTR dw);
+using _ATL_DESCRIPTIONFUNC = LPCTSTR WINAPI();
+using _ATL_CATMAPFUNC = const _ATL_CATMAP_ENTRY*();
+using _ATL_OBJECTMAINFUNC = void WINAPI(bool bStarting);
+using _ATL_TERMFUNC = void __stdcall(DWORD_PTR dw);
 
 /// One replacement for a registrar script. A table ends with a null key.
 struct _ATL_REGMAP_ENTRY {

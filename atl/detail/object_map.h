@@ -25,7 +25,7 @@ struct _ATL_OBJMAP_ENTRY_EX {
   _ATL_CATMAPFUNC* pfnGetCategoryMap;
   _ATL_OBJECTMAINFUNC* pfnObjectMain;
 };
-typedef _ATL_OBJMAP_ENTRY_EX _ATL_OBJMAP_ENTRY;
+using _ATL_OBJMAP_ENTRY = _ATL_OBJMAP_ENTRY_EX;
 
 namespace detail {
 

@@ -90,9 +90,9 @@ class CComObjectRootBase {
 template <class ThreadModel>
 class CComObjectRootEx : public CComObjectRootBase {
  public:
-  typedef ThreadModel _ThreadModel;
-  typedef typename _ThreadModel::AutoDeleteCriticalSection _AutoDelCritSec;
-  typedef CComObjectLockT<_ThreadModel> ObjectLock;
+  using _ThreadModel = ThreadModel;
+  using _AutoDelCritSec = typename _ThreadModel::AutoDeleteCriticalSection;
+  using ObjectLock = CComObjectLockT<_ThreadModel>;
 
   /// Makes the lock. The creators call it before FinalConstruct.
   HRESULT _AtlInitialConstruct() { return m_critsec.Init(); }
@@ -112,7 +112,7 @@ class CComObjectRootEx : public CComObjectRootBase {
   _AutoDelCritSec m_critsec;
 };
 
-typedef CComObjectRootEx<CComObjectThreadModel> CComObjectRoot;
+using CComObjectRoot = CComObjectRootEx<CComObjectThreadModel>;
 
 namespace detail {
 

@@ -34,7 +34,7 @@ struct RegistrarRoot {
   RegistrarKey top;
 };
 
-typedef std::vector<RegistrarRoot> RegistrarScript;
+using RegistrarScript = std::vector<RegistrarRoot>;
 
 /// Wraps what was meant for HKEY_CLASSES_ROOT as HKCU { Software { Classes { ... } } }, where the
 /// current user's own classes are. The wrapping keys are the system's: they are never removed.

@@ -15,7 +15,7 @@ namespace ATL::detail {
 struct CLibraryFreer {
   void operator()(HMODULE hModule) const noexcept { ::FreeLibrary(hModule); }
 };
-typedef std::unique_ptr<std::remove_pointer_t<HMODULE>, CLibraryFreer> CLibraryHandle;
+using CLibraryHandle = std::unique_ptr<std::remove_pointer_t<HMODULE>, CLibraryFreer>;
 
 /// UTF-16 when a byte order mark says so, else the ANSI code page, which resource compilers keep.
 /// Text ends at the first null character.

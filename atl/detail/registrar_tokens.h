@@ -31,7 +31,7 @@ struct CLessIgnoreCase {
 };
 
 /// What stands for %NAME%; names without regard to case.
-typedef std::map<std::wstring, std::wstring, CLessIgnoreCase> ReplacementMap;
+using ReplacementMap = std::map<std::wstring, std::wstring, CLessIgnoreCase>;
 
 /// The script with every %NAME% replaced and every %% made one percent sign. Replacements are
 /// taken as they are, so a value meant for a quoted token has its single quotes doubled already.

@@ -22,10 +22,10 @@ class CComAutoDeleteCriticalSection : public CComSafeDeleteCriticalSection {
 /// Counters for any thread, no locks: for objects that own no state worth a lock.
 class CComMultiThreadModelNoCS {
  public:
-  typedef CComFakeCriticalSection AutoCriticalSection;
-  typedef CComFakeCriticalSection AutoDeleteCriticalSection;
-  typedef CComFakeCriticalSection CriticalSection;
-  typedef CComMultiThreadModelNoCS ThreadModelNoCS;
+  using AutoCriticalSection = CComFakeCriticalSection;
+  using AutoDeleteCriticalSection = CComFakeCriticalSection;
+  using CriticalSection = CComFakeCriticalSection;
+  using ThreadModelNoCS = CComMultiThreadModelNoCS;
 
   static ULONG WINAPI Increment(LPLONG p) noexcept {
     return static_cast<ULONG>(::InterlockedIncrement(p));
@@ -38,10 +38,10 @@ class CComMultiThreadModelNoCS {
 /// Counters and locks for objects that several threads call.
 class CComMultiThreadModel {
  public:
-  typedef CComAutoCriticalSection AutoCriticalSection;
-  typedef CComAutoDeleteCriticalSection AutoDeleteCriticalSection;
-  typedef CComCriticalSection CriticalSection;
-  typedef CComMultiThreadModelNoCS ThreadModelNoCS;
+  using AutoCriticalSection = CComAutoCriticalSection;
+  using AutoDeleteCriticalSection = CComAutoDeleteCriticalSection;
+  using CriticalSection = CComCriticalSection;
+  using ThreadModelNoCS = CComMultiThreadModelNoCS;
 
   static ULONG WINAPI Increment(LPLONG p) noexcept {
     return CComMultiThreadModelNoCS::Increment(p);
@@ -54,10 +54,10 @@ class CComMultiThreadModel {
 /// Plain counters for objects that live in one apartment.
 class CComSingleThreadModel {
  public:
-  typedef CComFakeCriticalSection AutoCriticalSection;
-  typedef CComFakeCriticalSection AutoDeleteCriticalSection;
-  typedef CComFakeCriticalSection CriticalSection;
-  typedef CComSingleThreadModel ThreadModelNoCS;
+  using AutoCriticalSection = CComFakeCriticalSection;
+  using AutoDeleteCriticalSection = CComFakeCriticalSection;
+  using CriticalSection = CComFakeCriticalSection;
+  using ThreadModelNoCS = CComSingleThreadModel;
 
   static ULONG WINAPI Increment(LPLONG p) noexcept { return static_cast<ULONG>(++*p); }
   static ULONG WINAPI Decrement(LPLONG p) noexcept { return static_cast<ULONG>(--*p); }
@@ -66,14 +66,14 @@ class CComSingleThreadModel {
 // What an object and what the module's globals use. Free threading is the default, as it is the
 // one choice that is never wrong.
 #if defined(_ATL_SINGLE_THREADED)
-typedef CComSingleThreadModel CComObjectThreadModel;
-typedef CComSingleThreadModel CComGlobalsThreadModel;
+using CComObjectThreadModel = CComSingleThreadModel;
+using CComGlobalsThreadModel = CComSingleThreadModel;
 #elif defined(_ATL_APARTMENT_THREADED)
-typedef CComSingleThreadModel CComObjectThreadModel;
-typedef CComMultiThreadModel CComGlobalsThreadModel;
+using CComObjectThreadModel = CComSingleThreadModel;
+using CComGlobalsThreadModel = CComMultiThreadModel;
 #else
-typedef CComMultiThreadModel CComObjectThreadModel;
-typedef CComMultiThreadModel CComGlobalsThreadModel;
+using CComObjectThreadModel = CComMultiThreadModel;
+using CComGlobalsThreadModel = CComMultiThreadModel;
 #endif
 
 }  // namespace ATL

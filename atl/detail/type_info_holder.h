@@ -23,7 +23,6 @@ class CComTypeInfoHolder {
 
   /// The caller owns the reference.
   HRESULT GetTI(LCID lcid, ITypeInfo** ppInfo) noexcept {
-    ATLASSERT(ppInfo != nullptr);
     if (ppInfo == nullptr) {
       return E_POINTER;
     }

@@ -1,0 +1,231 @@
+// Class factories, and objects inside other objects.
+
+#include <gtest/gtest.h>
+
+#include "atl_test_module.h"
+#include "test_objects.h"
+
+namespace {
+
+class ClassFactory : public testing::Test {
+ protected:
+  void SetUp() override { g_log = {}; }
+  void TearDown() override { EXPECT_TRUE(g_log.AllGone()); }
+
+  /// A factory that makes T, as the object map does it.
+  template <class T>
+  static CComPtr<IClassFactory> FactoryOf() {
+    CComPtr<IClassFactory> factory;
+    EXPECT_EQ(S_OK, T::_ClassFactoryCreatorClass::CreateInstance(
+                        reinterpret_cast<void*>(&T::_CreatorClass::CreateInstance),
+                        __uuidof(IClassFactory), reinterpret_cast<void**>(&factory)));
+    return factory;
+  }
+
+  CLockBalance m_locks;
+};
+
+/// The object that takes another one in: everything but IUnknown is the inner object's.
+class COuter : public IUnknown {
+ public:
+  COuter() = default;
+  COuter(const COuter&) = delete;
+  COuter& operator=(const COuter&) = delete;
+  virtual ~COuter() { EXPECT_EQ(1, m_references); }
+
+  STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override {
+    if (iid == IID_IUnknown) {
+      *ppv = static_cast<IUnknown*>(this);
+      AddRef();
+      return S_OK;
+    }
+    return m_inner->QueryInterface(iid, ppv);
+  }
+  STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++m_references); }
+  STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--m_references); }
+
+  CComPtr<IUnknown> m_inner;
+  LONG m_references = 1;
+};
+
+TEST_F(ClassFactory, Interfaces) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
+  EXPECT_EQ(factory.p, Peek<IClassFactory>(factory));
+  EXPECT_NE(nullptr, Peek<IUnknown>(factory));
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, factory->QueryInterface(IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(ClassFactory, CreateInstance) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
+  CComPtr<IColour> object;
+  EXPECT_EQ(S_OK,
+            factory->CreateInstance(nullptr, __uuidof(IColour), reinterpret_cast<void**>(&object)));
+  EXPECT_EQ(7, object->Colour());
+  EXPECT_EQ(1, m_locks.Gained()) << "the object's; the factory's first reference is the cache's";
+
+  EXPECT_EQ(E_POINTER, factory->CreateInstance(nullptr, __uuidof(IColour), nullptr));
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, factory->CreateInstance(nullptr, IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(ClassFactory, FailureOfTheObjectIsTheResult) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
+  g_log.finalConstructResult = E_ACCESSDENIED;
+  void* p = &p;
+  EXPECT_EQ(E_ACCESSDENIED, factory->CreateInstance(nullptr, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(ClassFactory, LockServerHoldsTheModule) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
+  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
+  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
+  EXPECT_EQ(2, m_locks.Gained());
+  EXPECT_EQ(S_OK, factory->LockServer(FALSE));
+  EXPECT_EQ(S_OK, factory->LockServer(FALSE));
+  EXPECT_EQ(0, m_locks.Gained());
+}
+
+TEST_F(ClassFactory, OuterObjectMustAskForUnknown) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
+  COuter outer;
+  void* p = &p;
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, __uuidof(INumber), &p));
+  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(0, g_log.constructed);
+}
+
+TEST_F(ClassFactory, NotAggregatable) {
+  const CComPtr<IClassFactory> factory = FactoryOf<CNotAggregatable>();
+  COuter outer;
+  void* p = &p;
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+  CComPtr<INumber> object;
+  EXPECT_EQ(S_OK,
+            factory->CreateInstance(nullptr, __uuidof(INumber), reinterpret_cast<void**>(&object)));
+}
+
+TEST_F(ClassFactory, OnlyAggregatable) {
+  const CComPtr<IClassFactory> factory = FactoryOf<COnlyAggregatable>();
+  void* p = &p;
+  EXPECT_EQ(E_FAIL, factory->CreateInstance(nullptr, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+  COuter outer;
+  EXPECT_EQ(S_OK, factory->CreateInstance(&outer, IID_IUnknown,
+                                          reinterpret_cast<void**>(&outer.m_inner)));
+}
+
+/// Both ways of making an object that can be part of another one.
+template <class T>
+class Aggregation : public ClassFactory {};
+using AggregatableTypes = testing::Types<CTestObject, CPolyAggregatable>;
+TYPED_TEST_SUITE(Aggregation, AggregatableTypes);
+
+TYPED_TEST(Aggregation, InnerObjectHasTheOuterIdentity) {
+  const CComPtr<IClassFactory> factory = this->template FactoryOf<TypeParam>();
+  COuter outer;
+  ASSERT_EQ(S_OK, factory->CreateInstance(&outer, IID_IUnknown,
+                                          reinterpret_cast<void**>(&outer.m_inner)));
+  EXPECT_EQ(1, this->m_locks.Gained());
+  EXPECT_EQ(1, outer.m_references) << "the inner object must not own the outer one";
+  EXPECT_NE(static_cast<IUnknown*>(&outer), outer.m_inner.p);
+  EXPECT_EQ(outer.m_inner.p, Peek<IUnknown>(outer.m_inner)) << "its own, for the owner only";
+
+  CComPtr<INumber> number;
+  ASSERT_EQ(S_OK, outer.QueryInterface(__uuidof(INumber), reinterpret_cast<void**>(&number)));
+  EXPECT_EQ(42, number->Number());
+  EXPECT_EQ(2, outer.m_references) << "its interfaces count on the outer object";
+  EXPECT_EQ(1U, References(outer.m_inner));
+  EXPECT_EQ(static_cast<IUnknown*>(&outer), Peek<IUnknown>(number));
+  EXPECT_EQ(7, Peek<IColour>(number)->Colour());
+  number.Release();
+  EXPECT_EQ(1, outer.m_references);
+
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, outer.m_inner->QueryInterface(IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(E_POINTER, outer.m_inner->QueryInterface(IID_IUnknown, nullptr));
+
+  EXPECT_EQ(0, g_log.finalReleased);
+  outer.m_inner.Release();
+  EXPECT_EQ(1, g_log.finalConstructed);
+  EXPECT_EQ(1, g_log.finalReleased);
+  EXPECT_EQ(1, g_log.destroyed);
+}
+
+TYPED_TEST(Aggregation, FailedFinalConstructLeavesNothing) {
+  g_log.finalConstructResult = E_ACCESSDENIED;
+  COuter outer;
+  EXPECT_EQ(E_ACCESSDENIED, TypeParam::_CreatorClass::CreateInstance(
+                                &outer, IID_IUnknown, reinterpret_cast<void**>(&outer.m_inner)));
+  EXPECT_EQ(nullptr, outer.m_inner.p);
+  EXPECT_EQ(1, g_log.destroyed);
+}
+
+TYPED_TEST(Aggregation, StandsAloneToo) {
+  CComPtr<INumber> number;
+  ASSERT_EQ(S_OK, TypeParam::CreateInstance(&number));
+  EXPECT_EQ(42, number->Number());
+  EXPECT_EQ(1U, References(number));
+  EXPECT_EQ(number.p, Peek<INumber>(Peek<IUnknown>(Peek<IColour>(number))));
+  number.Release();
+  EXPECT_EQ(1, g_log.finalReleased);
+}
+
+TYPED_TEST(Aggregation, InnerObjectByTypedCreation) {
+  COuter outer;
+  EXPECT_EQ(S_OK, TypeParam::CreateInstance(&outer, &outer.m_inner));
+  EXPECT_NE(nullptr, outer.m_inner.p);
+}
+
+/// Takes an object in by itself, while it is constructed: that one needs to know who is outside.
+class CTakerIn : public CComObjectRootEx<CComSingleThreadModel>,
+                 public CComCoClass<CTakerIn>,
+                 public IObjectWithSiteImpl<CTakerIn> {
+ public:
+  CTakerIn() = default;
+  CTakerIn(const CTakerIn&) = delete;
+  CTakerIn& operator=(const CTakerIn&) = delete;
+  virtual ~CTakerIn() = default;
+
+  DECLARE_PROTECT_FINAL_CONSTRUCT()
+  DECLARE_GET_CONTROLLING_UNKNOWN()
+
+  BEGIN_COM_MAP(CTakerIn)
+  COM_INTERFACE_ENTRY(IObjectWithSite)
+  COM_INTERFACE_ENTRY_AGGREGATE(__uuidof(INumber), m_inner)
+  END_COM_MAP()
+
+  HRESULT FinalConstruct() {
+    return CTestObject::CreateInstance(GetControllingUnknown(), &m_inner);
+  }
+  void FinalRelease() { m_inner.Release(); }
+
+  CComPtr<IUnknown> m_inner;
+};
+
+TEST_F(ClassFactory, ControllingUnknownIsTheOutermost) {
+  CComPtr<IObjectWithSite> alone;
+  ASSERT_EQ(S_OK, CTakerIn::CreateInstance(&alone));
+  EXPECT_EQ(42, Peek<INumber>(alone)->Number());
+  EXPECT_EQ(Peek<IUnknown>(alone), Peek<IUnknown>(Peek<INumber>(alone)));
+  EXPECT_EQ(1U, References(alone));
+  alone.Release();
+
+  COuter outer;
+  ASSERT_EQ(S_OK, CTakerIn::CreateInstance(&outer, &outer.m_inner));
+  EXPECT_EQ(static_cast<IUnknown*>(&outer), Peek<IUnknown>(Peek<INumber>(&outer)));
+  EXPECT_EQ(1, outer.m_references);
+}
+
+TEST_F(ClassFactory, CoClassHasDefaults) {
+  EXPECT_TRUE(CTestObject::GetObjectCLSID() == CLSID_NULL);
+  EXPECT_EQ(nullptr, CTestObject::GetObjectDescription());
+  EXPECT_EQ(nullptr, CTestObject::GetCategoryMap());
+}
+
+}  // namespace

@@ -1,0 +1,357 @@
+// The object map and what the module does with it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "atl_test_module.h"
+#include "registry_sandbox.h"
+#include "test_objects.h"
+#include "tests/support/parallel.h"
+
+namespace {
+
+constexpr CLSID kFirstClass = {
+    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x51}};
+constexpr CLSID kSecondClass = {
+    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x52}};
+constexpr CLSID kUnknownClass = {
+    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x53}};
+constexpr CATID kCategory = {
+    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x54}};
+
+/// What the module asked of the classes, in this order.
+std::vector<std::wstring> g_calls;
+HRESULT g_registerFirst = S_OK;
+HRESULT g_constructFactory = S_OK;
+HRESULT g_queryFactory = S_OK;
+LCID g_localeDuringRegistration = 0;
+LONG g_factoriesMade = 0;
+LONG g_factoriesAlive = 0;
+
+class CCountedFactory : public CComClassFactory {
+ public:
+  HRESULT FinalConstruct() {
+    InterlockedIncrement(&g_factoriesMade);
+    InterlockedIncrement(&g_factoriesAlive);
+    return g_constructFactory;
+  }
+  void FinalRelease() { InterlockedDecrement(&g_factoriesAlive); }
+
+  /// Takes the place of the COM map's: a careless one answers with success and nothing.
+  HRESULT _InternalQueryInterface(REFIID iid, void** ppv) {
+    return g_queryFactory != S_OK ? g_queryFactory
+                                  : CComClassFactory::_InternalQueryInterface(iid, ppv);
+  }
+};
+
+class CFirst : public CTestObject {
+ public:
+  DECLARE_CLASSFACTORY_EX(CCountedFactory)
+  BEGIN_CATEGORY_MAP(CFirst)
+  IMPLEMENTED_CATEGORY(kCategory)
+  END_CATEGORY_MAP()
+
+  static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
+    g_calls.push_back(bRegister ? L"first +" : L"first -");
+    g_localeDuringRegistration = GetThreadLocale();
+    return g_registerFirst;
+  }
+  static void WINAPI ObjectMain(bool bStarting) {
+    g_calls.push_back(bStarting ? L"first starts" : L"first ends");
+  }
+};
+
+class CSecond : public CTestObject {
+ public:
+  static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
+    g_calls.push_back(bRegister ? L"second +" : L"second -");
+    return S_OK;
+  }
+  static void WINAPI ObjectMain(bool bStarting) {
+    g_calls.push_back(bStarting ? L"second starts" : L"second ends");
+  }
+};
+
+OBJECT_ENTRY_AUTO(kFirstClass, CFirst)
+OBJECT_ENTRY_AUTO(kSecondClass, CSecond)
+
+using Calls = std::vector<std::wstring>;
+
+class Module : public testing::Test {
+ protected:
+  void SetUp() override {
+    g_calls.clear();
+    g_registerFirst = S_OK;
+    g_constructFactory = S_OK;
+    g_queryFactory = S_OK;
+    g_factoriesMade = 0;
+    g_log = {};
+  }
+
+  /// Asks a COM module of the test's own, so that its factories are gone at the end of the test.
+  HRESULT Get(REFCLSID clsid, REFIID iid, void** out) {
+    return m_com.GetClassObject(clsid, iid, out);
+  }
+  template <class T>
+  HRESULT Get(REFCLSID clsid, CComPtr<T>& out) {
+    return Get(clsid, __uuidof(T), reinterpret_cast<void**>(&out));
+  }
+
+  CLockBalance m_locks;
+  CAtlComModule m_com;
+};
+
+TEST_F(Module, ClassObjectNeedsAnOutPointer) {
+  EXPECT_EQ(E_POINTER, TestModule().DllGetClassObject(kFirstClass, IID_IUnknown, nullptr));
+  EXPECT_EQ(E_POINTER, AtlComModuleGetClassObject(nullptr, kFirstClass, IID_IUnknown, nullptr));
+}
+
+TEST_F(Module, ClassObjectOfAnUnknownClass) {
+  void* p = &p;
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
+            TestModule().DllGetClassObject(kUnknownClass, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(Module, ClassObjectIsMadeOnceAndKept) {
+  EXPECT_EQ(0, g_factoriesMade);
+  CComPtr<IClassFactory> first;
+  ASSERT_EQ(S_OK, Get(kFirstClass, first));
+  CComPtr<IUnknown> again;
+  EXPECT_EQ(S_OK, Get(kFirstClass, again));
+  EXPECT_EQ(again.p, Peek<IUnknown>(first));
+  EXPECT_EQ(1, g_factoriesMade);
+
+  CComPtr<INumber> object;
+  EXPECT_EQ(S_OK,
+            first->CreateInstance(nullptr, __uuidof(INumber), reinterpret_cast<void**>(&object)));
+  EXPECT_EQ(42, object->Number());
+
+  first.Release();
+  again.Release();
+  EXPECT_EQ(1, g_factoriesAlive) << "the module keeps it";
+  m_com.Term();
+  EXPECT_EQ(0, g_factoriesAlive);
+}
+
+TEST_F(Module, ClassesDoNotShareFactories) {
+  CComPtr<IUnknown> first;
+  CComPtr<IUnknown> second;
+  ASSERT_EQ(S_OK, Get(kFirstClass, first));
+  ASSERT_EQ(S_OK, Get(kSecondClass, second));
+  EXPECT_NE(first.p, second.p);
+  EXPECT_EQ(1, g_factoriesMade);
+}
+
+TEST_F(Module, ClassObjectWithoutTheInterface) {
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, Get(kFirstClass, IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(Module, FailureOfTheFactoryIsNotKept) {
+  g_constructFactory = E_ACCESSDENIED;
+  void* p = &p;
+  EXPECT_EQ(E_ACCESSDENIED, Get(kFirstClass, IID_IClassFactory, &p));
+  EXPECT_EQ(nullptr, p);
+  g_constructFactory = S_OK;
+  CComPtr<IClassFactory> factory;
+  EXPECT_EQ(S_OK, Get(kFirstClass, factory));
+}
+
+TEST_F(Module, SuccessWithoutAnObjectIsNoSuccess) {
+  g_queryFactory = S_FALSE;
+  void* p = &p;
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is made";
+  EXPECT_EQ(nullptr, p);
+  g_queryFactory = S_OK;
+  CComPtr<IUnknown> factory;
+  ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+  g_queryFactory = S_FALSE;
+  p = &p;
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is given";
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(Module, NoClassObjectsAfterTheEnd) {
+  m_com.Term();
+  void* p = &p;
+  EXPECT_EQ(E_UNEXPECTED, Get(kFirstClass, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+  p = &p;
+  EXPECT_EQ(E_INVALIDARG, AtlComModuleGetClassObject(nullptr, kFirstClass, IID_IUnknown, &p));
+  EXPECT_EQ(nullptr, p);
+}
+
+TEST_F(Module, ThreadsMakeOneFactory) {
+  for (int round = 0; round < 50; ++round) {
+    CAtlComModule com;
+    g_factoriesMade = 0;
+    const auto work = [&] {
+      CComPtr<IClassFactory> factory;
+      EXPECT_EQ(S_OK, com.GetClassObject(kFirstClass, IID_IClassFactory,
+                                         reinterpret_cast<void**>(&factory)));
+    };
+    {
+      const CParallel one(work);
+      const CParallel two(work);
+      const CParallel three(work);
+    }
+    EXPECT_EQ(1, g_factoriesMade);
+  }
+}
+
+TEST_F(Module, UnloadsWhenNothingIsInUse) {
+  EXPECT_EQ(S_OK, TestModule().DllCanUnloadNow());
+  CComPtr<IClassFactory> factory;
+  ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+  EXPECT_EQ(S_FALSE, TestModule().DllCanUnloadNow()) << "somebody holds a factory";
+  CComPtr<INumber> object;
+  ASSERT_EQ(S_OK,
+            factory->CreateInstance(nullptr, __uuidof(INumber), reinterpret_cast<void**>(&object)));
+  factory.Release();
+  EXPECT_EQ(S_FALSE, TestModule().DllCanUnloadNow()) << "an object lives";
+  object.Release();
+  EXPECT_EQ(S_OK, TestModule().DllCanUnloadNow());
+
+  ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
+  IClassFactory* const unlocker = factory;
+  factory.Release();
+  EXPECT_EQ(S_FALSE, TestModule().DllCanUnloadNow()) << "locked";
+  EXPECT_EQ(S_OK, unlocker->LockServer(FALSE));
+  EXPECT_EQ(S_OK, TestModule().DllCanUnloadNow());
+}
+
+TEST_F(Module, LoadNotifications) {
+  EXPECT_TRUE(TestModule().DllMain(DLL_PROCESS_ATTACH, nullptr));
+  EXPECT_TRUE(TestModule().DllMain(DLL_THREAD_ATTACH, nullptr));
+  EXPECT_TRUE(TestModule().DllMain(DLL_THREAD_DETACH, nullptr));
+  EXPECT_EQ((Calls{L"first starts", L"second starts"}), g_calls);
+  EXPECT_TRUE(TestModule().DllMain(DLL_PROCESS_DETACH, nullptr));
+  EXPECT_EQ((Calls{L"first starts", L"second starts", L"first ends", L"second ends"}), g_calls);
+
+  CAtlBaseModule::m_bInitFailed = true;
+  EXPECT_FALSE(TestModule().DllMain(DLL_PROCESS_ATTACH, nullptr));
+  CAtlBaseModule::m_bInitFailed = false;
+}
+
+TEST_F(Module, RegistersTheClassesInOrder) {
+  const CRegistrySandbox sandbox;
+  EXPECT_EQ(S_OK, TestModule().RegisterServer());
+  EXPECT_EQ((Calls{L"first +", L"second +"}), g_calls);
+  const std::wstring categories =
+      L"CLSID\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}\\Implemented Categories\\"
+      L"{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}\n";
+  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT), testing::HasSubstr(categories));
+  g_calls.clear();
+  EXPECT_EQ(S_OK, TestModule().UnregisterServer());
+  EXPECT_EQ((Calls{L"first -", L"second -"}), g_calls);
+  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT),
+              testing::Not(testing::HasSubstr(L"Implemented Categories")));
+}
+
+TEST_F(Module, RegistersOneClass) {
+  const CRegistrySandbox sandbox;
+  EXPECT_EQ(S_OK, TestModule().RegisterServer(FALSE, &kSecondClass));
+  EXPECT_EQ(S_OK, TestModule().UnregisterServer(FALSE, &kSecondClass));
+  EXPECT_EQ((Calls{L"second +", L"second -"}), g_calls);
+}
+
+TEST_F(Module, StopsAtTheFirstFailure) {
+  const CRegistrySandbox sandbox;
+  g_registerFirst = E_ACCESSDENIED;
+  EXPECT_EQ(E_ACCESSDENIED, TestModule().DllRegisterServer());
+  EXPECT_EQ((Calls{L"first +"}), g_calls);
+  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT)) << "no categories, no type library";
+  g_calls.clear();
+  EXPECT_EQ(E_ACCESSDENIED, TestModule().DllUnregisterServer());
+  EXPECT_EQ((Calls{L"first -"}), g_calls);
+}
+
+TEST_F(Module, RegistrationHasALocaleOfItsOwn) {
+  constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
+  const LCID before = GetThreadLocale();
+  // What the system default is called once it is set.
+  ASSERT_TRUE(SetThreadLocale(LOCALE_SYSTEM_DEFAULT));
+  const LCID systemDefault = GetThreadLocale();
+  ASSERT_TRUE(SetThreadLocale(kGerman));
+  const CRegistrySandbox sandbox;
+  for (const HRESULT result : {S_OK, E_ACCESSDENIED}) {
+    g_registerFirst = result;
+    g_localeDuringRegistration = kGerman;
+    EXPECT_EQ(result, TestModule().DllRegisterServer());
+    EXPECT_EQ(systemDefault, g_localeDuringRegistration);
+    EXPECT_EQ(kGerman, GetThreadLocale());
+    g_localeDuringRegistration = kGerman;
+    EXPECT_EQ(result, TestModule().DllUnregisterServer(result == S_OK));
+    EXPECT_EQ(systemDefault, g_localeDuringRegistration);
+    EXPECT_EQ(kGerman, GetThreadLocale());
+  }
+  SetThreadLocale(before);
+}
+
+TEST_F(Module, ScriptsKnowThePathOfTheModule) {
+  const CRegistrySandbox sandbox;
+  _ATL_REGMAP_ENTRY more[] = {{L"More", L"more"}, {nullptr, nullptr}};
+  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, TRUE, more));
+  wchar_t path[MAX_PATH];
+  ASSERT_NE(0U, GetModuleFileNameW(nullptr, path, MAX_PATH));
+  // This module is the program, so its path is a command line.
+  EXPECT_EQ(Lines({L"TestModule", L"TestModule [appid] = s:",
+                   L"TestModule [module] = s:\"" + std::wstring(path) + L"\"",
+                   L"TestModule [more] = s:more", L"TestModule [raw] = s:" + std::wstring(path)}),
+            CRegistrySandbox::Dump(HKEY_CURRENT_USER));
+  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, FALSE, more));
+  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CURRENT_USER));
+
+  EXPECT_EQ(DISP_E_EXCEPTION, TestModule().UpdateRegistryFromResource(201, TRUE))
+      << "one replacement is missing";
+  _ATL_REGMAP_ENTRY broken[] = {{L"More", nullptr}, {nullptr, nullptr}};
+  EXPECT_EQ(E_INVALIDARG, TestModule().UpdateRegistryFromResource(201, TRUE, broken));
+  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(_T("NAMED"), TRUE));
+  EXPECT_EQ(Lines({L"TestByName"}), CRegistrySandbox::Dump(HKEY_CURRENT_USER));
+  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResourceD(_T("NAMED"), FALSE));
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND),
+            TestModule().UpdateRegistryFromResourceD(9999, TRUE));
+}
+
+/// Notes in what order the functions are called, and what with.
+std::vector<DWORD_PTR> g_termCalls;
+void __stdcall NoteTerm(DWORD_PTR dw) { g_termCalls.push_back(dw); }
+
+/// A module besides the program's own one.
+class COtherModule : public CAtlModuleT<COtherModule> {};
+
+TEST_F(Module, TermFunctionsAreCalledOnceLastOneFirst) {
+  CAtlModule* const own = _pAtlModule;
+  {
+    COtherModule module;
+    EXPECT_EQ(&module, _pAtlModule);
+    EXPECT_EQ(S_OK, module.AddTermFunc(NoteTerm, 1));
+    EXPECT_EQ(S_OK, module.AddTermFunc(NoteTerm, 2));
+    module.Term();
+    EXPECT_EQ((std::vector<DWORD_PTR>{2, 1}), g_termCalls);
+    EXPECT_EQ(S_OK, module.AddTermFunc(NoteTerm, 3));
+  }
+  EXPECT_EQ((std::vector<DWORD_PTR>{2, 1, 3}), g_termCalls) << "at the module's end at the latest";
+  EXPECT_EQ(nullptr, _pAtlModule);
+  _pAtlModule = own;
+}
+
+TEST_F(Module, LocksAreCounted) {
+  EXPECT_EQ(0, TestModule().GetLockCount());
+  EXPECT_EQ(1, TestModule().Lock());
+  EXPECT_EQ(2, TestModule().Lock());
+  EXPECT_EQ(1, TestModule().Unlock());
+  EXPECT_EQ(0, TestModule().Unlock());
+}
+
+TEST_F(Module, LibraryIdentifierIsDeclared) {
+  EXPECT_TRUE(CAtlModule::m_libid == LIBID_AtlComTestTypes);
+}
+
+}  // namespace

@@ -1,0 +1,275 @@
+// Reference counts, QueryInterface and the life of an object that stands alone.
+
+#include <gtest/gtest.h>
+
+#include "atl_test_module.h"
+#include "test_objects.h"
+#include "tests/support/parallel.h"
+
+namespace {
+
+class ObjectRoot : public testing::Test {
+ protected:
+  void SetUp() override { g_log = {}; }
+  void TearDown() override { EXPECT_TRUE(g_log.AllGone()); }
+
+  CLockBalance m_locks;
+};
+
+TEST_F(ObjectRoot, CreateInstanceGivesAnObjectWithoutReferences) {
+  CComObject<CTestObject>* object = nullptr;
+  ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
+  EXPECT_EQ(1, m_locks.Gained());
+  EXPECT_EQ(1, g_log.finalConstructed);
+  EXPECT_EQ(1U, object->AddRef());
+  EXPECT_EQ(2U, object->AddRef());
+  EXPECT_EQ(1U, object->Release());
+  EXPECT_EQ(0, g_log.finalReleased);
+  EXPECT_EQ(0U, object->Release());
+  EXPECT_EQ(1, g_log.finalReleased);
+  EXPECT_EQ(1, g_log.destroyed);
+  EXPECT_EQ(0, m_locks.Gained());
+  EXPECT_EQ(E_POINTER, CComObject<CTestObject>::CreateInstance(nullptr));
+}
+
+TEST_F(ObjectRoot, ModuleStaysLockedUntilTheMembersAreGone) {
+  CComPtr<INumber> object;
+  ASSERT_EQ(S_OK, CTestObject::CreateInstance(&object));
+  const LONG alive = TestModule().GetLockCount();
+  object.Release();
+  EXPECT_EQ(alive, g_log.locksInDestructor);
+}
+
+TEST_F(ObjectRoot, QueryInterface) {
+  CComPtr<INumber> number;
+  ASSERT_EQ(S_OK, CTestObject::CreateInstance(&number));
+  EXPECT_EQ(42, number->Number());
+  CComPtr<IColour> colour;
+  EXPECT_EQ(S_OK, number.QueryInterface(&colour));
+  EXPECT_EQ(7, colour->Colour());
+  EXPECT_EQ(2U, References(number));
+  EXPECT_EQ(Peek<IUnknown>(number), Peek<IUnknown>(colour)) << "one identity";
+  EXPECT_EQ(number.p, Peek<INumber>(colour));
+
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, number->QueryInterface(IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(E_POINTER, number->QueryInterface(IID_IUnknown, nullptr));
+  EXPECT_EQ(2U, References(number));
+}
+
+TEST_F(ObjectRoot, TypedQueryInterfaceAndUnknown) {
+  CComObject<CTestObject>* object = nullptr;
+  ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
+  const CComPtr<INumber> holder(object);
+  CComPtr<IColour> colour;
+  EXPECT_EQ(S_OK, object->QueryInterface(&colour));
+  EXPECT_EQ(Peek<IUnknown>(colour), object->GetUnknown());
+}
+
+TEST_F(ObjectRoot, FailedFinalConstructLeavesNothing) {
+  g_log.finalConstructResult = E_ACCESSDENIED;
+  CComPtr<INumber> object;
+  EXPECT_EQ(E_ACCESSDENIED, CTestObject::CreateInstance(&object));
+  EXPECT_EQ(nullptr, object.p);
+  EXPECT_EQ(1, g_log.destroyed);
+
+  CComObject<CTestObject>* raw = reinterpret_cast<CComObject<CTestObject>*>(&raw);
+  EXPECT_EQ(E_ACCESSDENIED, CComObject<CTestObject>::CreateInstance(&raw));
+  EXPECT_EQ(nullptr, raw);
+  EXPECT_EQ(2, g_log.destroyed);
+}
+
+TEST_F(ObjectRoot, NoInterfaceAtCreationLeavesNothing) {
+  void* p = &p;
+  EXPECT_EQ(E_NOINTERFACE, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(1, g_log.destroyed);
+  EXPECT_EQ(E_POINTER, CComFailCreator<E_FAIL>::CreateInstance(nullptr, IID_IUnknown, nullptr));
+}
+
+/// Throws what the test says, in the constructor or later.
+class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber {
+ public:
+  enum class Where { kConstructor, kFinalConstruct };
+  enum class What { kAtlException, kAtlSuccess, kBadAlloc, kOther };
+  static inline Where s_where;
+  static inline What s_what;
+
+  CThrower() {
+    ++g_log.constructed;
+    if (s_where == Where::kConstructor) {
+      ++g_log.destroyed;  // an object that never was
+      Throw();
+    }
+  }
+  CThrower(const CThrower&) = delete;
+  CThrower& operator=(const CThrower&) = delete;
+  virtual ~CThrower() { ++g_log.destroyed; }
+
+  BEGIN_COM_MAP(CThrower)
+  COM_INTERFACE_ENTRY(INumber)
+  END_COM_MAP()
+
+  HRESULT FinalConstruct() {
+    Throw();
+    return S_OK;
+  }
+  STDMETHOD_(int, Number)() override { return 0; }
+
+ private:
+  static void Throw() {
+    switch (s_what) {
+      case What::kAtlException:
+        AtlThrow(E_ACCESSDENIED);
+      case What::kAtlSuccess:
+        AtlThrow(S_OK);
+      case What::kBadAlloc:
+        throw std::bad_alloc();
+      case What::kOther:
+        throw 1;
+    }
+  }
+};
+
+TEST_F(ObjectRoot, ExceptionsAtCreationBecomeResults) {
+  using Where = CThrower::Where;
+  using What = CThrower::What;
+  for (const Where where : {Where::kConstructor, Where::kFinalConstruct}) {
+    for (const auto& [what, result] :
+         {std::pair(What::kAtlException, E_ACCESSDENIED), std::pair(What::kAtlSuccess, E_FAIL),
+          std::pair(What::kBadAlloc, E_OUTOFMEMORY), std::pair(What::kOther, E_FAIL)}) {
+      CThrower::s_where = where;
+      CThrower::s_what = what;
+      void* p = &p;
+      EXPECT_EQ(result,
+                CComCreator<CComObject<CThrower>>::CreateInstance(nullptr, __uuidof(INumber), &p));
+      EXPECT_EQ(nullptr, p);
+      EXPECT_EQ(result, CComCreator<CComAggObject<CThrower>>::CreateInstance(
+                            nullptr, __uuidof(INumber), &p));
+      CComObject<CThrower>* object = nullptr;
+      EXPECT_EQ(result, CComObject<CThrower>::CreateInstance(&object));
+      EXPECT_TRUE(g_log.AllGone());
+      EXPECT_EQ(0, m_locks.Gained());
+    }
+  }
+}
+
+TEST_F(ObjectRoot, AnySuccessOfFinalConstructIsSuccess) {
+  g_log.finalConstructResult = S_FALSE;
+  CComPtr<INumber> object;
+  EXPECT_EQ(S_OK, CTestObject::CreateInstance(&object));
+  EXPECT_NE(nullptr, object.p);
+}
+
+/// Hands itself out while it is still being constructed, and once more when it is going.
+class CSelfUser : public CTestObject {
+ public:
+  DECLARE_PROTECT_FINAL_CONSTRUCT()
+
+  HRESULT FinalConstruct() {
+    UseSelf();
+    return CTestObject::FinalConstruct();
+  }
+  void FinalRelease() {
+    UseSelf();
+    CTestObject::FinalRelease();
+  }
+
+ private:
+  void UseSelf() {
+    CComPtr<IUnknown> self(GetUnknown());
+    self.Release();
+    EXPECT_EQ(g_log.destroyed, 0);
+  }
+};
+
+TEST_F(ObjectRoot, ProtectedFinalConstructSurvivesItsOwnReferences) {
+  CComObject<CSelfUser>* object = nullptr;
+  ASSERT_EQ(S_OK, CComObject<CSelfUser>::CreateInstance(&object));
+  EXPECT_EQ(0, g_log.finalReleased);
+  object->AddRef();
+  object->Release();
+  EXPECT_EQ(1, g_log.finalReleased);
+  EXPECT_EQ(1, g_log.destroyed);
+}
+
+class CSharedObject : public CComObjectRootEx<CComMultiThreadModel>, public INumber {
+ public:
+  CSharedObject() = default;
+  CSharedObject(const CSharedObject&) = delete;
+  CSharedObject& operator=(const CSharedObject&) = delete;
+  virtual ~CSharedObject() = default;
+
+  BEGIN_COM_MAP(CSharedObject)
+  COM_INTERFACE_ENTRY(INumber)
+  END_COM_MAP()
+
+  STDMETHOD_(int, Number)() override {
+    const ObjectLock lock(this);
+    // Read and written in two steps: without the lock, steps of another thread come between.
+    volatile int& number = m_number;
+    const int before = number;
+    number = before + 1;
+    return before;
+  }
+
+  int m_number = 0;
+};
+
+TEST_F(ObjectRoot, ThreadsShareCountAndLock) {
+  constexpr int kRounds = 200000;
+  CComObject<CSharedObject>* object = nullptr;
+  ASSERT_EQ(S_OK, CComObject<CSharedObject>::CreateInstance(&object));
+  const CComPtr<INumber> holder(object);
+  const auto work = [&] {
+    for (int i = 0; i < kRounds; ++i) {
+      const CComPtr<INumber> user(holder);
+      user->Number();
+    }
+  };
+  {
+    const CParallel one(work);
+    const CParallel two(work);
+  }
+  EXPECT_EQ(2 * kRounds, object->m_number);
+  EXPECT_EQ(1U, References(holder));
+}
+
+TEST_F(ObjectRoot, ObjectWithoutLock) {
+  auto* const object = new CComObjectNoLock<CTestObject>;
+  EXPECT_EQ(0, m_locks.Gained());
+  EXPECT_EQ(1U, object->AddRef());
+  EXPECT_NE(nullptr, Peek<IColour>(static_cast<INumber*>(object)));
+  EXPECT_EQ(0U, object->Release());
+  EXPECT_EQ(1, g_log.finalReleased);
+}
+
+TEST_F(ObjectRoot, CachedObjectLocksWhileOthersUseIt) {
+  auto* const object = new CComObjectCached<CTestObject>;
+  EXPECT_EQ(1U, object->AddRef());
+  EXPECT_EQ(0, m_locks.Gained());
+  EXPECT_EQ(2U, object->AddRef());
+  EXPECT_EQ(1, m_locks.Gained());
+  EXPECT_EQ(3U, object->AddRef());
+  EXPECT_EQ(1, m_locks.Gained());
+  EXPECT_EQ(2U, object->Release());
+  EXPECT_EQ(1U, object->Release());
+  EXPECT_EQ(0, m_locks.Gained());
+  EXPECT_EQ(0U, object->Release());
+}
+
+TEST_F(ObjectRoot, ObjectOnTheStack) {
+  {
+    CComObjectStack<CTestObject> object;
+    EXPECT_EQ(S_OK, object.m_hResFinalConstruct);
+    EXPECT_EQ(42, object.Number());
+    EXPECT_EQ(0, m_locks.Gained());
+  }
+  EXPECT_EQ(1, g_log.finalReleased);
+  g_log.finalConstructResult = E_FAIL;
+  const CComObjectStack<CTestObject> failed;
+  EXPECT_EQ(E_FAIL, failed.m_hResFinalConstruct);
+}
+
+}  // namespace
