@@ -4,21 +4,23 @@ source tools/setup/wine_env.sh
 # The test server chooses its port and says so in its first line; everything tests ask for goes
 # there. It is the only server, and it listens on loopback only.
 start_test_server() {
-  local script=tests/http_server/server.py output line
-  [[ -e $script ]] || return 0
-  exec {output}< <(exec /usr/bin/python3 "$script" 2> "$log_dir/test-server.log" < /dev/null)
-  test_server_pid=$!
+  local log=$log_dir/test-server.log output line
+  # Its standard input is ours to hold open: it ends with this script, even a killed one.
+  coproc test_server {
+    exec /usr/bin/python3 tests/http_server/server.py --exit-with-stdin 2> "$log" {wine_env_lock}>&-
+  }
   at_exit stop_test_server
+  exec {output}<&"${test_server[0]}"
   read -r -t 30 line <&"$output" || line=
   [[ $line =~ ^PORT\ ([0-9]+)$ ]] ||
-    die "The test server did not start: \"$line\"" "$(tail -n 5 "$log_dir/test-server.log")"
+    die "The test server did not start: \"$line\"" "$(tail -n 5 "$log")"
   export FOLIVO_TEST_SERVER_PORT=${BASH_REMATCH[1]}
   # Whatever else it says must not fill the pipe.
-  cat <&"$output" >> "$log_dir/test-server.log" &
+  cat <&"$output" >> "$log" {wine_env_lock}>&- &
   exec {output}<&-
 }
 
-stop_test_server() { kill "$test_server_pid" 2> /dev/null; }
+stop_test_server() { kill "$test_server_PID" 2> /dev/null; }
 
 # Has Windows' heap check itself in the programs that were registered with HEAP_CHECK.
 enable_heap_checks() {
@@ -29,6 +31,9 @@ enable_heap_checks() {
       'Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options' "$program"
   done < "$build_dir/$preset/heap_checked_tests.txt" | wine_env_registry
 }
+
+tests_pid=
+stop_tests() { [[ ! $tests_pid ]] || kill -- "-$tests_pid"; }
 
 # run_tests [--lint] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and, last, the closing
 # line; returns non-zero when anything failed.
@@ -66,9 +71,15 @@ run_tests() {
     # Passing cases say nothing, failing ones everything.
     export GTEST_BRIEF=1
     ctest --test-dir "$preset_dir" --show-only=json-v1 "${selection[@]}" > "$results/expected.json"
-    ctest --test-dir "$preset_dir" "${selection[@]}" --parallel "$(nproc)" --no-tests=error \
-      --output-on-failure --output-junit "$results/ctest.junit" < /dev/null 2>&1 |
-      tee "$log_dir/tests.log" || true  # the summary decides, from the result files
+    # In a group of its own, so that it can be ended together with what it started.
+    # shellcheck disable=SC2016
+    setsid bash -c 'log=$1; shift; "$@" 2>&1 | tee "$log"' tests "$log_dir/tests.log" \
+      ctest --test-dir "$preset_dir" "${selection[@]}" --parallel "$(nproc)" --no-tests=error \
+      --output-on-failure --output-junit "$results/ctest.junit" < /dev/null &
+    tests_pid=$!
+    at_exit stop_tests
+    wait "$tests_pid" || true  # the summary decides, from the result files
+    tests_pid=
     wine_env_stop
   fi
   /usr/bin/python3 tools/setup/test_summary.py "$results"

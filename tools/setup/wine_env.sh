@@ -106,7 +106,9 @@ wine_env_start() {
   local prefix=$build_dir/wine/$wine_env_name
   mkdir -p "$build_dir/wine" "$log_dir"
   exec {wine_env_lock}> "$prefix.lock"
-  flock -n "$wine_env_lock" || die "Another run of the same kind is using build/wine/$wine_env_name."
+  flock -n "$wine_env_lock" ||
+    die "Another run is using build/wine/$wine_env_name." \
+      "If it was killed, what is left of it ends by itself."
   at_exit wine_env_stop
 
   # What a run that was killed may have left behind.
