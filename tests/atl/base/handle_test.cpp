@@ -45,6 +45,7 @@ TEST(Handle, DetachedHandleStaysOpen) {
 
 TEST(Handle, CloseKeepsTheLastError) {
   CHandle owner(NewEvent());
+  ::CloseHandle(owner);  // so that the owner's own attempt fails and sets an error
   ::SetLastError(ERROR_DISK_FULL);
   owner.Close();
   owner.Close();

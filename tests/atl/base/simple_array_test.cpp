@@ -29,8 +29,9 @@ TEST(SimpleArray, AnElementCanBeAddedAgain) {
   for (int i = 0; i < 20; ++i) {
     EXPECT_TRUE(array.Add(array[0]));
   }
-  EXPECT_STREQ(L"text", array[0]);
-  EXPECT_STREQ(L"text", array[20]);
+  for (int i = 0; i < array.GetSize(); ++i) {
+    EXPECT_STREQ(L"text", array[i]) << i;
+  }
 }
 
 TEST(SimpleArray, RemoveKeepsTheOrder) {

@@ -97,34 +97,37 @@ TEST(SimpleStringShare, SelfAssignment) {
   EXPECT_STREQ(L"lf", text);
 }
 
-// Two threads copy, change and drop strings that share one buffer. A count that is not changed
-// atomically would free the buffer early or never; the heap check of this test sees the first.
+// Two threads copy and drop strings that share one buffer. A count that is not changed atomically
+// is off at the end: the buffer then looks shared for ever, or is freed too early.
 TEST(SimpleStringShare, ThreadsMayShareABuffer) {
-  struct Work {
+  struct CWork {
     static DWORD WINAPI Run(void* context) {
-      const CStringW& shared = *static_cast<const CStringW*>(context);
-      for (int i = 0; i < 20000; ++i) {
-        CStringW copy(shared);
-        const CStringW second(copy);
-        copy.AppendChar(L'x');
-        if (second != L"shared by threads" || copy.GetLength() != second.GetLength() + 1) {
+      auto& work = *static_cast<CWork*>(context);
+      ::InterlockedIncrement(&work.running);
+      while (::InterlockedOr(&work.running, 0) != 2) {
+        ::SwitchToThread();
+      }
+      for (int i = 0; i < 5000000; ++i) {
+        const CStringW copy(work.shared);
+        if (copy.GetLength() != 17) {
           return 1;
         }
       }
       return 0;
     }
-  };
-  CStringW shared(L"shared by threads");
-  CHandle other(::CreateThread(nullptr, 0, Work::Run, &shared, 0, nullptr));
+    CStringW shared{L"shared by threads"};
+    volatile LONG running = 0;
+  } work;
+  CHandle other(::CreateThread(nullptr, 0, CWork::Run, &work, 0, nullptr));
   ASSERT_TRUE(other);
-  EXPECT_EQ(0U, Work::Run(&shared));
+  EXPECT_EQ(0U, CWork::Run(&work));
   ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(other, INFINITE));
   DWORD code = 1;
   ASSERT_TRUE(::GetExitCodeThread(other, &code));
   EXPECT_EQ(0U, code);
   // The count is back at one: writing needs no new buffer.
-  const wchar_t* const text = shared.GetString();
-  EXPECT_EQ(text, shared.GetBuffer());
+  const wchar_t* const text = work.shared.GetString();
+  EXPECT_EQ(text, work.shared.GetBuffer());
 }
 
 TEST(SimpleStringBuffer, GetBufferKeepsTheTextAndMakesRoom) {

@@ -160,7 +160,7 @@ TEST(StringChange, ReplaceCharacters) {
   EXPECT_EQ(0, text.Replace(L'a', L'a'));
 }
 
-TEST(StringChange, ReplaceText) {
+TEST(StringChange, ReplaceSubstrings) {
   CStringW text(L"it's 'x'");
   EXPECT_EQ(3, text.Replace(L"'", L"''"));
   EXPECT_STREQ(L"it''s ''x''", text);

@@ -131,6 +131,7 @@ TEST(ComVariant, Comparison) {
   EXPECT_TRUE(CComVariant(5) == CComVariant(5));
   EXPECT_TRUE(CComVariant(5) != CComVariant(6));
   EXPECT_TRUE(CComVariant(5) != CComVariant(5U));
+  EXPECT_TRUE(CComVariant(5) != CComVariant(5.0));
   EXPECT_TRUE(CComVariant(L"a") == CComVariant("a"));
   EXPECT_TRUE(CComVariant(L"a") != CComVariant(L"A"));
   EXPECT_TRUE(CComVariant(true) == CComVariant(true));
