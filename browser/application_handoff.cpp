@@ -127,8 +127,10 @@ HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
     return S_OK;
   }
   Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
-  // A launch pumps messages: the browser may have let go of its helper meanwhile.
-  if (const CComPtr<IWebBrowser2> current = browser; current != nullptr) {
+  // A launch pumps messages: the browser may have let go of its helper meanwhile, or do so in Stop.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds the browser
+  const CComPtr<IWebBrowser2> current = browser;
+  if (current != nullptr) {
     current->Stop();
   }
   CancelNavigation(params);

@@ -3,8 +3,6 @@
 #include <exdispid.h>
 #include <shlwapi.h>
 
-#include <exception>
-
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"
 #include "browser/navigation_arguments.h"
@@ -17,6 +15,7 @@
 #include "download/temp_files.h"
 #include "resources/resource.h"
 #include "ui/class_registration.h"
+#include "ui/exception_boundary.h"
 #include "ui/product_texts.h"
 
 namespace {
@@ -139,12 +138,8 @@ void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
   }
   // A variant that cannot be copied is the one failure that the browser is told, as an exception.
   const CStringW url = GetNavigationUrl(params);
-  try {
-    Navigate(url, params);
-  } catch (const CAtlException&) {
-    // Out of memory: the browser carries on by itself.
-  } catch (const std::exception&) {
-  }
+  // Any other failure, such as running out of memory, leaves the navigation to the browser.
+  CallGuarded([&] { Navigate(url, params); });
 }
 
 void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {

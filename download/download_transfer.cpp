@@ -5,7 +5,6 @@
 #include <commctrl.h>
 #include <wininet.h>
 
-#include <exception>
 #include <vector>
 
 #include "download/content_check.h"
@@ -13,6 +12,7 @@
 #include "download/file_operations.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
+#include "ui/exception_boundary.h"
 #include "ui/product_texts.h"
 
 namespace {
@@ -106,11 +106,8 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
 
 void CProgressDialog::WorkerThreadProc() {
   NameCurrentThread("CProgressDialog");
-  try {
-    RunWorkerSteps();
-  } catch (const std::exception&) {
-    // Out of memory: the transfer counts as failed.
-  } catch (const CAtlException&) {
+  if (FAILED(CallGuarded([this] { RunWorkerSteps(); }))) {
+    m_complete = 0;  // Out of memory: the transfer has failed.
   }
   if (m_running) {
     m_finished = 1;

@@ -5,7 +5,6 @@
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
-#include <exception>
 
 #include "download/download_texts.h"
 #include "download/file_operations.h"
@@ -13,6 +12,7 @@
 #include "download/module_keep_alive.h"
 #include "ui/button_row.h"
 #include "ui/edition.h"
+#include "ui/exception_boundary.h"
 #include "ui/product_texts.h"
 
 namespace {
@@ -70,21 +70,21 @@ LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam
   }
   SendDlgItemMessage(IDC_PROGRESS, PBM_SETRANGE32, 1, 100);
 
-  try {
+  // On a failure the buttons stay where the template has them.
+  CallGuarded([this] {
     LayoutButtonRow(true, m_hWnd, IDC_OPEN_FILE, kOpenLabel, IDC_OPEN_FOLDER, kOpenFolderLabel,
                     IDCANCEL, kCancelLabel, 0, CStringW(), false);
-  } catch (const CAtlException&) {
-    // The buttons stay where the template has them; nothing may unwind through the system's code.
-  }
+  });
   StartWorker();
   return TRUE;
 }
 
 void CProgressDialog::StartWorker() {
-  try {
+  const HRESULT started = CallGuarded([this] {
     m_thread = std::make_shared<boost::thread>(
         boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
-  } catch (const std::exception&) {
+  });
+  if (FAILED(started)) {
     ShowMessage(kNotAvailableText, m_url);
     m_finished = 1;
     PostMessage(WM_USER, kDownloadFailed);
@@ -177,11 +177,14 @@ LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
 void CProgressDialog::StopDownload() {
   m_running = false;
   if (m_thread) {
-    if (m_finished != 0 && ServeMessagesUntilWorkerEnds()) {
-      m_thread->join();
-    } else {
-      LeaveWorker();
-    }
+    // Joining a thread that has ended cannot fail; it is guarded as destructors end up here.
+    CallGuarded([this] {
+      if (m_finished != 0 && ServeMessagesUntilWorkerEnds()) {
+        m_thread->join();
+      } else {
+        LeaveWorker();
+      }
+    });
     m_thread.reset();
   }
   CloseFile();

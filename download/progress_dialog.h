@@ -49,6 +49,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   static Ptr Create(const CStringW& url, const CFilePath& tempPath);
 
   CProgressDialog(const CStringW& url, const CFilePath& tempPath);
+  // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
   virtual ~CProgressDialog();
   CProgressDialog(const CProgressDialog&) = delete;
   CProgressDialog& operator=(const CProgressDialog&) = delete;

@@ -69,8 +69,9 @@ CFilePath GetSystemTempFolder() {
 CFilePath GetAppTempFilesFolder(const CStringW& application) {
   CFilePath folder = GetSystemTempFolder();
   folder.AppendComponent(kCompanyFolder);
-  const bool isProduct = application.CompareNoCase(kProductName) == 0;
-  folder.AppendComponent(kSeEdition && isProduct ? CStringW(kProductNameSe) : application);
+  folder.AppendComponent(kSeEdition && application.CompareNoCase(kProductName) == 0
+                             ? CStringW(kProductNameSe)
+                             : application);
   folder.AppendComponent(kTempFilesFolder);
   return folder;
 }

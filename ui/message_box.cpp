@@ -7,6 +7,7 @@
 
 #include "ui/button_row.h"
 #include "ui/edition.h"
+#include "ui/exception_boundary.h"
 #include "ui/gui_lang.h"
 #include "ui/product_texts.h"
 #include "ui/selected_font_dc.h"
@@ -223,10 +224,8 @@ void FailBox(HWND dialog, HRESULT failure) {
 INT_PTR CALLBACK BoxProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_INITDIALOG:
-      try {
-        InitialiseBox(dialog);
-      } catch (const CAtlException& e) {
-        FailBox(dialog, e.m_hr);
+      if (const HRESULT result = CallGuarded([=] { InitialiseBox(dialog); }); FAILED(result)) {
+        FailBox(dialog, result);
       }
       return FALSE;  // The focus set above stays.
     case WM_COMMAND:

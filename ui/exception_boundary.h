@@ -1,0 +1,22 @@
+#pragma once
+
+#include <atlbase.h>
+
+#include <exception>
+#include <new>
+
+/// Calls `function` and turns what it throws into an HRESULT: the one way by which exceptions end
+/// where code that knows none called us (the system's dialog code, a thread's start, COM).
+template <typename Function>
+HRESULT CallGuarded(Function function) {
+  try {
+    function();
+    return S_OK;
+  } catch (const CAtlException& e) {
+    return e.m_hr;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (const std::exception&) {
+    return E_FAIL;
+  }
+}
