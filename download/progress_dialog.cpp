@@ -49,14 +49,28 @@ CProgressDialog::~CProgressDialog() {
 
 void CProgressDialog::Abandon() {
   StopDownload();
-  if (!m_tempFileSettled) {
+  // Only a file that this dialog made: another download may have come to use the same name.
+  if (m_opened && !m_tempFileSettled) {
     DeleteFileForced(m_tempPath);
   }
 }
 
 LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
   CAxDialogImpl<CProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
+  const HRESULT started = CallGuarded([this] {
+    ShowInitialState();
+    m_thread = std::make_shared<boost::thread>(
+        boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
+  });
+  if (FAILED(started)) {
+    CallGuarded([this] { ShowMessage(kNotAvailableText, m_url); });
+    m_finished = 1;
+    PostMessage(WM_USER, kDownloadFailed);
+  }
+  return TRUE;
+}
 
+void CProgressDialog::ShowInitialState() {
   SetWindowText(kSeEdition ? kDownloadTitleSe : kDownloadTitle);
   CStringW text;
   text.Format(kDownloadingText, m_fileName.GetString());
@@ -69,26 +83,8 @@ LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam
     ::ShowWindow(button, SW_HIDE);
   }
   SendDlgItemMessage(IDC_PROGRESS, PBM_SETRANGE32, 1, 100);
-
-  // On a failure the buttons stay where the template has them.
-  CallGuarded([this] {
-    LayoutButtonRow(true, m_hWnd, IDC_OPEN_FILE, kOpenLabel, IDC_OPEN_FOLDER, kOpenFolderLabel,
-                    IDCANCEL, kCancelLabel, 0, CStringW(), false);
-  });
-  StartWorker();
-  return TRUE;
-}
-
-void CProgressDialog::StartWorker() {
-  const HRESULT started = CallGuarded([this] {
-    m_thread = std::make_shared<boost::thread>(
-        boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
-  });
-  if (FAILED(started)) {
-    ShowMessage(kNotAvailableText, m_url);
-    m_finished = 1;
-    PostMessage(WM_USER, kDownloadFailed);
-  }
+  LayoutButtonRow(true, m_hWnd, IDC_OPEN_FILE, kOpenLabel, IDC_OPEN_FOLDER, kOpenFolderLabel,
+                  IDCANCEL, kCancelLabel, 0, CStringW(), false);
 }
 
 LRESULT CProgressDialog::OnOk(WORD, WORD, HWND, BOOL&) {
@@ -218,14 +214,13 @@ bool CProgressDialog::ServeMessagesUntilWorkerEnds() {
 /// go into a recycled handle; a disk that does not answer is left to the worker.
 HANDLE CProgressDialog::TakeFile() {
   const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
-  for (;;) {
-    const bool inUse = m_fileInUse;
-    const HANDLE file = m_hFile.Take();
-    if (file != CFileTraits::Empty() || !inUse || GetTickCount64() >= deadline) {
+  while (m_fileInUse && GetTickCount64() < deadline) {
+    if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
       return file;
     }
     SwitchToThread();
   }
+  return m_hFile.Take();
 }
 
 void CProgressDialog::CloseFile() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atlbase.h>
+#include <atlcom.h>
 #include <atlhost.h>
 #include <atlstr.h>
 #include <atlwin.h>
@@ -82,7 +83,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   LRESULT OnDestroy(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
 
   // The dialog's side (progress_dialog.cpp), dialog thread.
-  void StartWorker();
+  void ShowInitialState();
   void StopDownload();
   void LeaveWorker();
   bool ServeMessagesUntilWorkerEnds();
