@@ -52,7 +52,7 @@ TEST_F(ClassFactory, Interfaces) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   EXPECT_EQ(factory.p, Peek<IClassFactory>(factory));
   EXPECT_NE(nullptr, Peek<IUnknown>(factory));
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, factory->QueryInterface(IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
 }
@@ -66,7 +66,7 @@ TEST_F(ClassFactory, CreateInstance) {
   EXPECT_EQ(1, m_locks.Gained()) << "the object's; the factory's first reference is the cache's";
 
   EXPECT_EQ(E_POINTER, factory->CreateInstance(nullptr, __uuidof(IColour), nullptr));
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, factory->CreateInstance(nullptr, IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
 }
@@ -74,7 +74,7 @@ TEST_F(ClassFactory, CreateInstance) {
 TEST_F(ClassFactory, FailureOfTheObjectIsTheResult) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   g_log.finalConstructResult = E_ACCESSDENIED;
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_ACCESSDENIED, factory->CreateInstance(nullptr, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
 }
@@ -92,7 +92,7 @@ TEST_F(ClassFactory, LockServerHoldsTheModule) {
 TEST_F(ClassFactory, OuterObjectMustAskForUnknown) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   COuter outer;
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, __uuidof(INumber), &p));
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(0, g_log.constructed);
@@ -101,7 +101,7 @@ TEST_F(ClassFactory, OuterObjectMustAskForUnknown) {
 TEST_F(ClassFactory, NotAggregatable) {
   const CComPtr<IClassFactory> factory = FactoryOf<CNotAggregatable>();
   COuter outer;
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
   CComPtr<INumber> object;
@@ -111,7 +111,7 @@ TEST_F(ClassFactory, NotAggregatable) {
 
 TEST_F(ClassFactory, OnlyAggregatable) {
   const CComPtr<IClassFactory> factory = FactoryOf<COnlyAggregatable>();
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_FAIL, factory->CreateInstance(nullptr, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
   COuter outer;
@@ -145,7 +145,7 @@ TYPED_TEST(Aggregation, InnerObjectHasTheOuterIdentity) {
   number.Release();
   EXPECT_EQ(1, outer.m_references);
 
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, outer.m_inner->QueryInterface(IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(E_POINTER, outer.m_inner->QueryInterface(IID_IUnknown, nullptr));

@@ -164,7 +164,7 @@ TEST_F(DispatchImpl, ClassWithoutEvents) {
 TEST_F(DispatchImpl, Site) {
   CComPtr<IObjectWithSite> object;
   ASSERT_EQ(S_OK, m_dispatch.QueryInterface(&object));
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_FAIL, object->GetSite(IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(E_POINTER, object->GetSite(IID_IUnknown, nullptr));
@@ -176,7 +176,7 @@ TEST_F(DispatchImpl, Site) {
   CComPtr<IStream> got;
   EXPECT_EQ(S_OK, object->GetSite(__uuidof(IStream), reinterpret_cast<void**>(&got)));
   EXPECT_EQ(site.p, got.p);
-  p = &p;
+  p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, object->GetSite(IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
   got.Release();

@@ -110,7 +110,7 @@ TEST_F(Module, ClassObjectNeedsAnOutPointer) {
 }
 
 TEST_F(Module, ClassObjectOfAnUnknownClass) {
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
             TestModule().DllGetClassObject(kUnknownClass, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
@@ -147,14 +147,14 @@ TEST_F(Module, ClassesDoNotShareFactories) {
 }
 
 TEST_F(Module, ClassObjectWithoutTheInterface) {
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, Get(kFirstClass, IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
 }
 
 TEST_F(Module, FailureOfTheFactoryIsNotKept) {
   g_constructFactory = E_ACCESSDENIED;
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_ACCESSDENIED, Get(kFirstClass, IID_IClassFactory, &p));
   EXPECT_EQ(nullptr, p);
   g_constructFactory = S_OK;
@@ -164,24 +164,24 @@ TEST_F(Module, FailureOfTheFactoryIsNotKept) {
 
 TEST_F(Module, SuccessWithoutAnObjectIsNoSuccess) {
   g_queryFactory = S_FALSE;
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is made";
   EXPECT_EQ(nullptr, p);
   g_queryFactory = S_OK;
   CComPtr<IUnknown> factory;
   ASSERT_EQ(S_OK, Get(kFirstClass, factory));
   g_queryFactory = S_FALSE;
-  p = &p;
+  p = Garbage();
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is given";
   EXPECT_EQ(nullptr, p);
 }
 
 TEST_F(Module, NoClassObjectsAfterTheEnd) {
   m_com.Term();
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_UNEXPECTED, Get(kFirstClass, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
-  p = &p;
+  p = Garbage();
   EXPECT_EQ(E_INVALIDARG, AtlComModuleGetClassObject(nullptr, kFirstClass, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
 }

@@ -51,7 +51,7 @@ TEST_F(ObjectRoot, QueryInterface) {
   EXPECT_EQ(Peek<IUnknown>(number), Peek<IUnknown>(colour)) << "one identity";
   EXPECT_EQ(number.p, Peek<INumber>(colour));
 
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, number->QueryInterface(IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(E_POINTER, number->QueryInterface(IID_IUnknown, nullptr));
@@ -81,7 +81,7 @@ TEST_F(ObjectRoot, FailedFinalConstructLeavesNothing) {
 }
 
 TEST_F(ObjectRoot, NoInterfaceAtCreationLeavesNothing) {
-  void* p = &p;
+  void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(1, g_log.destroyed);
@@ -141,7 +141,7 @@ TEST_F(ObjectRoot, ExceptionsAtCreationBecomeResults) {
           std::pair(What::kBadAlloc, E_OUTOFMEMORY), std::pair(What::kOther, E_FAIL)}) {
       CThrower::s_where = where;
       CThrower::s_what = what;
-      void* p = &p;
+      void* p = Garbage();
       EXPECT_EQ(result,
                 CComCreator<CComObject<CThrower>>::CreateInstance(nullptr, __uuidof(INumber), &p));
       EXPECT_EQ(nullptr, p);

@@ -82,3 +82,9 @@ inline ULONG References(IUnknown* object) {
   object->AddRef();
   return object->Release();
 }
+
+/// What an out-parameter holds before the call, to see it cleared: no object, not null.
+inline void* Garbage() {
+  static int nothing = 0;
+  return &nothing;
+}
