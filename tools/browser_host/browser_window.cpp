@@ -12,6 +12,7 @@ namespace {
 constexpr wchar_t kFrameClass[] = L"IEFrame";  // what helper objects look for
 constexpr wchar_t kName[] = L"Browser host";
 constexpr UINT_PTR kWakeTimer = 1;
+constexpr SIZE kFrameSize{800, 600};
 
 ATOM RegisterFrameClass(WNDPROC procedure) {
   WNDCLASSEXW description{};
@@ -23,6 +24,13 @@ ATOM RegisterFrameClass(WNDPROC procedure) {
   description.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
   description.lpszClassName = kFrameClass;
   return RegisterClassExW(&description);
+}
+
+/// In the middle of the screen, where message boxes come up: they then lie over the browser.
+POINT CentredPlace(const SIZE& size) {
+  RECT area{};
+  SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
+  return {(area.left + area.right - size.cx) / 2, (area.top + area.bottom - size.cy) / 2};
 }
 
 HFONT CreateMessageFont() {
@@ -77,8 +85,9 @@ HRESULT CBrowserWindow::Create(bool show) {
   if (!RegisterFrameClass(WindowProc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
     return HRESULT_FROM_WIN32(GetLastError());
   }
+  const POINT place = CentredPlace(kFrameSize);
   CreateWindowExW(WS_EX_CONTROLPARENT, kFrameClass, kName, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                  CW_USEDEFAULT, CW_USEDEFAULT, 800, 600, nullptr, nullptr,
+                  place.x, place.y, kFrameSize.cx, kFrameSize.cy, nullptr, nullptr,
                   GetModuleHandleW(nullptr), this);
   if (!m_window || !CreateParts()) {
     return HRESULT_FROM_WIN32(GetLastError());

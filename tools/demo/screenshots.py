@@ -9,6 +9,7 @@ from dialogs import Window
 from wine import DemoError
 
 _DESKTOP = "#3b6ea5"
+_MARGIN = 16  # pixels around the windows; import leaves out what is beyond the screen
 _SAME = 3  # equal pictures in a row: the windows have been drawn
 _PAUSE_S = 0.1
 _LIMIT_S = 5
@@ -28,9 +29,9 @@ class Screenshots:
         if not self._painted:
             _paint_desktop()
             self._painted = True
-        sides = zip(*(window.rectangle for window in windows))
-        left, top, right, bottom = (pick(side) for pick, side in zip((min, min, max, max), sides))
-        crop = f"{right - left}x{bottom - top}+{left}+{top}"
+        lefts, tops, rights, bottoms = zip(*(window.rectangle for window in windows))
+        left, top = max(0, min(lefts) - _MARGIN), max(0, min(tops) - _MARGIN)
+        crop = f"{max(rights) + _MARGIN - left}x{max(bottoms) + _MARGIN - top}+{left}+{top}"
         path = self._folder / f"{name}.png"
         path.write_bytes(self._settled(crop))
         self.taken[path] = shows
@@ -51,7 +52,8 @@ class Screenshots:
 
 def _paint_desktop() -> None:
     """A desktop has a colour: black would look like a hole in the picture."""
-    _imagemagick("display", "-window", "root", "-size", "64x64", f"xc:{_DESKTOP}")
+    # display ends with 1 here although it has painted; how it looks is not worth a failure.
+    _run("display", "-window", "root", "-size", "64x64", f"xc:{_DESKTOP}")
 
 
 def _import(crop: str) -> bytes:
@@ -59,12 +61,15 @@ def _import(crop: str) -> bytes:
     # Without the time of day, so that equal pictures are equal files.
     for time_stamp in ("date:create", "date:modify", "date:timestamp"):
         options += ["+set", time_stamp]
-    return _imagemagick("import", *options, "png:-")
+    done = _run("import", *options, "png:-")
+    if done.returncode != 0:
+        raise DemoError(f"no screenshot: {done.stderr.decode('utf-8', 'replace').strip()}")
+    return done.stdout
 
 
-def _imagemagick(*command: str) -> bytes:
+def _run(*command: str) -> subprocess.CompletedProcess[bytes]:
     try:
-        done = subprocess.run(
+        return subprocess.run(
             command,
             stdin=subprocess.DEVNULL,
             capture_output=True,
@@ -73,6 +78,3 @@ def _imagemagick(*command: str) -> bytes:
         )
     except (OSError, subprocess.TimeoutExpired) as error:
         raise DemoError(f"no screenshot: {error}") from error
-    if done.returncode != 0:
-        raise DemoError(f"no screenshot: {done.stderr.decode('utf-8', 'replace').strip()}")
-    return done.stdout
