@@ -1,0 +1,28 @@
+#include "tests/browser/launch_recorder.h"
+
+#include <shellapi.h>
+
+namespace {
+
+std::vector<CLaunch> g_launches;
+BOOL g_answer = TRUE;
+
+std::wstring TextOf(LPCWSTR text) { return text != nullptr ? text : L""; }
+
+BOOL WINAPI Record(SHELLEXECUTEINFOW* info) {
+  g_launches.push_back({info->cbSize, info->fMask, info->hwnd, TextOf(info->lpVerb),
+                        TextOf(info->lpFile), info->lpParameters != nullptr,
+                        TextOf(info->lpParameters), info->lpDirectory != nullptr, info->nShow});
+  return g_answer;
+}
+
+}  // namespace
+
+CLaunchRecorder::CLaunchRecorder() : m_patch("shell32.dll", "ShellExecuteExW", &Record) {
+  g_launches.clear();
+  g_answer = TRUE;
+}
+
+const std::vector<CLaunch>& CLaunchRecorder::Launches() const { return g_launches; }
+
+void CLaunchRecorder::SetAnswer(BOOL answer) const { g_answer = answer; }

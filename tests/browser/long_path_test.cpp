@@ -1,0 +1,240 @@
+#include "browser/long_path.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/import_patch.h"
+#include "tests/support/temp_sandbox.h"
+
+namespace {
+
+constexpr DWORD kBufferLength = 261;
+constexpr DWORD kUntouched = 4711;
+
+struct CLongForm {
+  explicit CLongForm(const std::wstring& path) {
+    SetLastError(kUntouched);
+    length = GetLongPathForm(path.c_str(), text, kBufferLength);
+    error = GetLastError();
+  }
+  wchar_t text[kBufferLength] = L"untouched";
+  DWORD length;
+  DWORD error;
+};
+
+std::wstring ShortForm(const std::wstring& path) {
+  wchar_t text[MAX_PATH] = {};
+  GetShortPathNameW(path.c_str(), text, MAX_PATH);
+  return text;
+}
+
+/// Makes every path exist, so that forms which this file system cannot hold can be looked at.
+class CEverythingExists {
+ public:
+  CEverythingExists() : m_patch("shlwapi.dll", "PathFileExistsW", &Exists) {}
+
+ private:
+  static BOOL WINAPI Exists(LPCWSTR) { return TRUE; }
+  CImportPatch m_patch;
+};
+
+/// A file system that reports one name for whatever it is asked for. One at a time.
+class CFileSystemOfOneName {
+ public:
+  explicit CFileSystemOfOneName(const std::wstring& name)
+      : m_find("kernel32.dll", "FindFirstFileW", &Find),
+        m_close("kernel32.dll", "FindClose", &Close) {
+    s_name = name;
+    s_asked.clear();
+  }
+  /// The patterns that were asked for, each with a semicolon behind it.
+  const std::wstring& Asked() const { return s_asked; }
+
+ private:
+  static HANDLE WINAPI Find(LPCWSTR pattern, WIN32_FIND_DATAW* data) {
+    s_asked += std::wstring(pattern) + L";";
+    wcscpy(data->cFileName, s_name.c_str());
+    return data;  // any value but the one for failure
+  }
+  static BOOL WINAPI Close(HANDLE) { return TRUE; }
+
+  static inline std::wstring s_name;
+  static inline std::wstring s_asked;
+  CEverythingExists m_everything;
+  CImportPatch m_find;
+  CImportPatch m_close;
+};
+
+TEST(LongPathForm, StoredNamesReplaceTheCaseOfTheCaller) {
+  const CTempSandbox sandbox;
+  const std::wstring file = sandbox.Write(L"Some Folder\\My Lesson.folivo", "x");
+  const CLongForm form(sandbox / L"SOME FOLDER\\my lesson.FOLIVO");
+  EXPECT_EQ(std::wstring(form.text).substr(sandbox.Path().size()),
+            L"\\Some Folder\\My Lesson.folivo");
+  EXPECT_EQ(form.length, wcslen(form.text));
+  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_SUCCESS));
+}
+
+TEST(LongPathForm, ShortComponentsBecomeTheirLongNames) {
+  const CTempSandbox sandbox;
+  const std::wstring file = sandbox.Write(L"A folder with a long name\\A long name.folivo", "x");
+  const std::wstring shortForm = ShortForm(file);
+  ASSERT_NE(shortForm.find(L'~'), std::wstring::npos) << "no short names here";
+  EXPECT_EQ(std::wstring(CLongForm(shortForm).text), CLongForm(file).text);
+  EXPECT_NE(
+      std::wstring(CLongForm(shortForm).text).find(L"A folder with a long name\\A long name."),
+      std::wstring::npos);
+}
+
+TEST(LongPathForm, DriveRootStaysAsWritten) {
+  EXPECT_EQ(std::wstring(CLongForm(L"c:\\WINDOWS").text), L"c:\\windows");
+  const CLongForm root(L"c:\\");
+  EXPECT_EQ(std::wstring(root.text), L"c:\\");
+  EXPECT_EQ(root.length, 3u);
+}
+
+TEST(LongPathForm, AnyPathWithItsThirdCharacterABackslashHasARootOfThree) {
+  const CEverythingExists everything;
+  EXPECT_EQ(std::wstring(CLongForm(L"ab\\no such name").text), L"ab\\no such name");
+}
+
+TEST(LongPathForm, ServerAndShareStayAsWritten) {
+  const CEverythingExists everything;
+  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share\\folder\\file.qdk").text),
+            L"\\\\server\\share\\folder\\file.qdk");
+  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share").text), L"\\\\server\\share");
+  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server").text), L"\\\\server");
+}
+
+TEST(LongPathForm, ComponentsBelowAShareAreLookedUp) {
+  const CFileSystemOfOneName fileSystem(L"Long");
+  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share\\A~1\\B~1").text),
+            L"\\\\server\\share\\Long\\Long");
+  EXPECT_EQ(fileSystem.Asked(), L"\\\\server\\share\\A~1;\\\\server\\share\\Long\\B~1;");
+}
+
+TEST(LongPathForm, DotsAreAppendedAsWritten) {
+  EXPECT_EQ(std::wstring(CLongForm(L"C:\\WINDOWS\\.").text), L"C:\\windows\\.");
+  EXPECT_EQ(std::wstring(CLongForm(L"C:\\WINDOWS\\..\\WINDOWS").text), L"C:\\windows\\..\\windows");
+}
+
+TEST(LongPathForm, MissingPathIsAnInvalidParameter) {
+  const CLongForm form(L"C:\\no such folder\\file");
+  EXPECT_EQ(form.length, 0u);
+  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  EXPECT_EQ(std::wstring(form.text), L"untouched");
+  EXPECT_EQ(CLongForm(L"").error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
+TEST(LongPathForm, MoreThan260CharactersAreAnInvalidParameter) {
+  const CEverythingExists everything;
+  EXPECT_EQ(CLongForm(L"C:\\" + std::wstring(257, L'a')).length, 260u);
+  const CLongForm form(L"C:\\" + std::wstring(258, L'a'));
+  EXPECT_EQ(form.length, 0u);
+  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
+TEST(LongPathForm, RelativePathIsInvalidData) {
+  const CTempSandbox sandbox;
+  sandbox.Write(L"here", "x");
+  wchar_t previous[MAX_PATH] = {};
+  GetCurrentDirectoryW(MAX_PATH, previous);
+  ASSERT_TRUE(SetCurrentDirectoryW(sandbox.Path().c_str()));
+  const CLongForm form(L"here");
+  SetCurrentDirectoryW(previous);
+  EXPECT_EQ(form.length, 0u);
+  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_DATA));
+}
+
+TEST(LongPathForm, NullBufferOnlyMeasures) {
+  SetLastError(kUntouched);
+  EXPECT_EQ(GetLongPathForm(L"C:\\WINDOWS", nullptr, 0), 10u);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
+}
+
+TEST(LongPathForm, LongerThan260CharactersIsNotCopied) {
+  const CFileSystemOfOneName fileSystem(std::wstring(130, L'n'));
+  // 3 + 130, then 1 + 130 more.
+  EXPECT_EQ(CLongForm(L"C:\\A").length, 133u);
+  const CLongForm form(L"C:\\A\\B");
+  EXPECT_EQ(form.length, 0u);
+  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  EXPECT_EQ(std::wstring(form.text), L"untouched");
+}
+
+TEST(LongPathForm, BufferOfExactly260CharactersAndTheTerminatorIsFilled) {
+  const CEverythingExists everything;
+  const std::wstring path = L"C:\\" + std::wstring(257, L'a');
+  EXPECT_EQ(std::wstring(CLongForm(path).text), path);
+}
+
+TEST(LongPathForm, TooSmallABufferIsNotOverrun) {
+  wchar_t buffer[] = L"0123456789abc";
+  EXPECT_EQ(GetLongPathForm(L"C:\\windows", buffer, 10), 0u);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  EXPECT_EQ(std::wstring(buffer), L"0123456789abc");
+}
+
+/// A folder that does not exist, so that it is measured as it is written: `length` characters.
+std::wstring FolderOfLength(size_t length) { return L"Q:\\" + std::wstring(length - 3, L'f'); }
+
+/// The length that is left of a base name, given the sum of folder, base name and extension.
+int FittedLength(int sum) {
+  const std::wstring folder = FolderOfLength(200);
+  const CStringW extension(L".folivo");
+  const std::wstring base(static_cast<size_t>(sum) - 200 - 7, L'b');
+  CStringW fitted(base.c_str());
+  const bool shortened =
+      FitPathLength(CFilePath((folder + L"\\" + base + L".folivo").c_str()), extension, fitted);
+  EXPECT_EQ(shortened, fitted.GetLength() != static_cast<int>(base.size()));
+  EXPECT_EQ(base.compare(0, static_cast<size_t>(fitted.GetLength()), fitted.GetString()), 0);
+  return fitted.GetLength();
+}
+
+TEST(FitPathLength, SumOf260Fits) {
+  EXPECT_EQ(FittedLength(259), 259 - 207);
+  EXPECT_EQ(FittedLength(260), 260 - 207);
+}
+
+TEST(FitPathLength, ExcessAndFiveSpareCharactersGo) {
+  EXPECT_EQ(FittedLength(261), 261 - 207 - 1 - 5);
+  EXPECT_EQ(FittedLength(262), 262 - 207 - 2 - 5);
+  EXPECT_EQ(FittedLength(300), 300 - 207 - 40 - 5);
+}
+
+TEST(FitPathLength, NothingLeftIsNoNegativeLength) {
+  const std::wstring folder = FolderOfLength(250);
+  CStringW base(L"abcd");
+  EXPECT_TRUE(
+      FitPathLength(CFilePath((folder + L"\\abcd.galleryitem").c_str()), L".galleryitem", base));
+  EXPECT_EQ(base, L"");
+}
+
+TEST(FitPathLength, FolderIsMeasuredInItsLongForm) {
+  const CTempSandbox sandbox;
+  const std::wstring longName = L"A folder whose name is long " + std::wstring(100, L'x');
+  const std::wstring folder = sandbox / longName;
+  std::filesystem::create_directory(folder);
+  const std::wstring shortForm = ShortForm(folder);
+  ASSERT_LT(shortForm.size() + 20, folder.size());
+  const std::wstring base(260 - folder.size() - 4 + 1, L'b');
+  CStringW fitted(base.c_str());
+  EXPECT_TRUE(
+      FitPathLength(CFilePath((shortForm + L"\\" + base + L".qdk").c_str()), L".qdk", fitted));
+  EXPECT_EQ(fitted.GetLength(), static_cast<int>(base.size()) - 1 - 5);
+}
+
+TEST(FitPathLength, LongFormOf260CharactersIsNotUsed) {
+  const CFilePath destination(L"C:\\A\\B\\name.qdk");
+  CStringW base(L"name");
+  {
+    const CFileSystemOfOneName fileSystem(std::wstring(128, L'n'));  // 3 + 128 + 1 + 128 = 260
+    EXPECT_FALSE(FitPathLength(destination, L".qdk", base));
+  }
+  const CFileSystemOfOneName fileSystem(std::wstring(127, L'n'));
+  EXPECT_TRUE(FitPathLength(destination, L".qdk", base));
+}
+
+}  // namespace

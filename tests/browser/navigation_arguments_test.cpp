@@ -1,0 +1,205 @@
+#include "browser/navigation_arguments.h"
+
+#include <gtest/gtest.h>
+#include <oleauto.h>
+
+#include <cstring>
+#include <string>
+
+#include "tests/browser/navigation_event.h"
+
+namespace {
+
+constexpr VARTYPE kCorruptType = 0x0FFF;
+
+std::wstring UrlOf(CNavigationEvent& event) {
+  const CStringW url = GetNavigationUrl(*event.Params());
+  return {url.GetString(), static_cast<size_t>(url.GetLength())};
+}
+
+/// The URL of an event whose URL argument is `argument` itself.
+std::wstring UrlOf(const VARIANT& argument) {
+  CNavigationEvent event(L"");
+  event.Argument(5) = argument;
+  return UrlOf(event);
+}
+
+VARIANT MakeVariant(VARTYPE type, void* value = nullptr) {
+  VARIANT variant = {};
+  variant.vt = type;
+  variant.byref = value;
+  return variant;
+}
+
+TEST(NavigationArguments, SixAreNeeded) {
+  CNavigationEvent event(L"http://server/a.qdk");
+  for (const UINT count : {0u, 1u, 5u}) {
+    event.Params()->cArgs = count;
+    EXPECT_FALSE(HasNavigationArguments(*event.Params())) << count;
+  }
+  for (const UINT count : {6u, 7u, 20u}) {
+    event.Params()->cArgs = count;
+    EXPECT_TRUE(HasNavigationArguments(*event.Params())) << count;
+  }
+}
+
+TEST(NavigationArguments, CountWithoutArgumentsIsNone) {
+  DISPPARAMS params = {nullptr, nullptr, 7, 0};
+  EXPECT_FALSE(HasNavigationArguments(params));
+}
+
+TEST(NavigationUrl, IsBehindAReferenceToAVariant) {
+  CNavigationEvent event(L"http://server/a.qdk");
+  EXPECT_EQ(UrlOf(event), L"http://server/a.qdk");
+}
+
+TEST(NavigationUrl, MayBeAPlainString) {
+  CComBSTR url(L"http://server/a.qdk");
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BSTR, url.m_str)), L"http://server/a.qdk");
+}
+
+TEST(NavigationUrl, MayBeAStringByReference) {
+  CComBSTR url(L"http://server/a.qdk");
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BYREF | VT_BSTR, &url.m_str)), L"http://server/a.qdk");
+  CNavigationEvent event(L"");
+  event.Url().vt = VT_BYREF | VT_BSTR;
+  event.Url().pbstrVal = &url.m_str;
+  EXPECT_EQ(UrlOf(event), L"http://server/a.qdk");
+  event.Url().vt = VT_EMPTY;
+}
+
+TEST(NavigationUrl, EventsOwnVariantIsNotChanged) {
+  CNavigationEvent event(L"");
+  event.Url() = 42;
+  EXPECT_EQ(UrlOf(event), L"42");
+  EXPECT_EQ(event.Url().vt, VT_I4);
+  EXPECT_EQ(event.Url().lVal, 42);
+  CNavigationEvent text(L"http://server/a.qdk");
+  const BSTR before = text.Url().bstrVal;
+  EXPECT_EQ(UrlOf(text), L"http://server/a.qdk");
+  EXPECT_EQ(text.Url().bstrVal, before);
+  EXPECT_EQ(std::wstring(before), L"http://server/a.qdk");
+}
+
+TEST(NavigationUrl, EndsAtTheFirstNul) {
+  CNavigationEvent event(L"");
+  event.Url() = CComVariant();
+  event.Url().vt = VT_BSTR;
+  event.Url().bstrVal = SysAllocStringLen(L"http://server/a.qdk\0.exe", 24);
+  EXPECT_EQ(UrlOf(event), L"http://server/a.qdk");
+}
+
+TEST(NavigationUrl, NullReferencesAndStringsAreEmpty) {
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BYREF | VT_VARIANT)), L"");
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BSTR)), L"");
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BYREF | VT_BSTR)), L"");
+  BSTR none = nullptr;
+  EXPECT_EQ(UrlOf(MakeVariant(VT_BYREF | VT_BSTR, &none)), L"");
+}
+
+TEST(NavigationUrl, WhatIsNoTextIsEmpty) {
+  for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_DISPATCH, VT_UNKNOWN, VT_ERROR}) {
+    EXPECT_EQ(UrlOf(MakeVariant(static_cast<VARTYPE>(type))), L"") << type;
+  }
+  CNavigationEvent event(L"");
+  VARIANT inner = MakeVariant(VT_BYREF | VT_VARIANT, &event.Argument(6));
+  event.Argument(5).pvarVal = &inner;
+  EXPECT_EQ(UrlOf(event), L"") << "a reference behind a reference";
+}
+
+TEST(NavigationUrl, EveryTypeByReferenceWithNullInsideIsSurvived) {
+  for (VARTYPE type = VT_I2; type <= VT_UINT; ++type) {
+    CNavigationEvent event(L"");
+    event.Argument(5) = MakeVariant(static_cast<VARTYPE>(VT_BYREF | type));
+    try {
+      UrlOf(event);
+    } catch (const CAtlException& e) {
+      EXPECT_TRUE(FAILED(e.m_hr)) << type;
+    }
+  }
+}
+
+TEST(NavigationUrl, UncopyableVariantThrowsItsFailure) {
+  VARIANT corrupt = MakeVariant(kCorruptType);
+  CComVariant copy;
+  const HRESULT expected = VariantCopy(&copy, &corrupt);
+  ASSERT_TRUE(FAILED(expected));
+  CNavigationEvent event(L"");
+  for (const bool behindReference : {false, true}) {
+    VARIANT inner = corrupt;
+    event.Argument(5) = behindReference ? MakeVariant(VT_BYREF | VT_VARIANT, &inner) : corrupt;
+    try {
+      UrlOf(event);
+      ADD_FAILURE() << "no exception";
+    } catch (const CAtlException& e) {
+      EXPECT_EQ(e.m_hr, expected);
+    }
+  }
+}
+
+TEST(CancelNavigation, SetsAFlagByReference) {
+  CNavigationEvent event(L"");
+  CancelNavigation(*event.Params());
+  EXPECT_TRUE(event.Cancelled());
+  EXPECT_TRUE(event.FlagIntact());
+}
+
+TEST(CancelNavigation, TurnsAVariantByReferenceIntoAFlag) {
+  for (const VARTYPE type : {VT_BOOL, VT_EMPTY, VT_I4, VT_NULL}) {
+    CNavigationEvent event(L"");
+    VARIANT flags[3] = {MakeVariant(VT_I8, &event), MakeVariant(type), MakeVariant(VT_I8, &event)};
+    VARIANT guard[3];
+    std::memcpy(guard, flags, sizeof(flags));
+    event.Argument(0) = MakeVariant(VT_BYREF | VT_VARIANT, &flags[1]);
+    CancelNavigation(*event.Params());
+    EXPECT_EQ(flags[1].vt, VT_BOOL);
+    EXPECT_EQ(flags[1].boolVal, VARIANT_TRUE);
+    EXPECT_EQ(std::memcmp(&flags[0], &guard[0], sizeof(VARIANT)), 0);
+    EXPECT_EQ(std::memcmp(&flags[2], &guard[2], sizeof(VARIANT)), 0);
+    EXPECT_FALSE(event.Cancelled());
+  }
+}
+
+TEST(CancelNavigation, WhatTheVariantHeldIsReleased) {
+  CNavigationEvent event(L"");
+  CComVariant flag(L"text that would leak");
+  event.Argument(0) = MakeVariant(VT_BYREF | VT_VARIANT, &flag);
+  CancelNavigation(*event.Params());
+  EXPECT_EQ(flag.vt, VT_BOOL);
+  EXPECT_EQ(flag.boolVal, VARIANT_TRUE);
+}
+
+TEST(CancelNavigation, NullReferencesAreLeftAlone) {
+  CNavigationEvent event(L"");
+  for (const VARTYPE type : {VT_BYREF | VT_BOOL, VT_BYREF | VT_VARIANT}) {
+    event.Argument(0) = MakeVariant(type);
+    CancelNavigation(*event.Params());
+    EXPECT_EQ(event.Argument(0).vt, type);
+    EXPECT_EQ(event.Argument(0).byref, nullptr);
+  }
+}
+
+TEST(CancelNavigation, EveryOtherTypeIsLeftAlone) {
+  // What a reference of another type points to, with room behind it for any type.
+  unsigned char target[64];
+  unsigned char before[sizeof(target)];
+  std::memset(target, 0xA5, sizeof(target));
+  std::memcpy(before, target, sizeof(target));
+  CNavigationEvent event(L"");
+  for (VARTYPE type = VT_EMPTY; type <= VT_UINT; ++type) {
+    for (const VARTYPE modifier : {VARTYPE{0}, VARTYPE{VT_BYREF}, VARTYPE{VT_ARRAY}}) {
+      const auto whole = static_cast<VARTYPE>(type | modifier);
+      if (whole == (VT_BYREF | VT_BOOL) || whole == (VT_BYREF | VT_VARIANT)) {
+        continue;
+      }
+      event.Argument(0) = MakeVariant(whole, target);
+      CancelNavigation(*event.Params());
+      EXPECT_EQ(event.Argument(0).vt, whole);
+      EXPECT_EQ(event.Argument(0).byref, static_cast<void*>(target)) << whole;
+      EXPECT_EQ(std::memcmp(target, before, sizeof(target)), 0) << whole;
+    }
+  }
+  EXPECT_FALSE(event.Cancelled());
+}
+
+}  // namespace

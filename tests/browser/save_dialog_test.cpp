@@ -1,0 +1,285 @@
+#include "browser/save_dialog.h"
+
+#include <commdlg.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/import_patch.h"
+
+namespace {
+
+constexpr wchar_t kLessons[] =
+    L"Folivo Files (*.folivo;*.qdk;*.fvk)|*.folivo;*.qdk;*.fvk|All Files|*.*|";
+constexpr wchar_t kGalleries[] =
+    L"Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)|"
+    L"*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi|All Files|*.*|";
+
+const HWND kOwner = GetDesktopWindow();
+const HANDLE kState = GetCurrentThread();  // any value: only handed on
+
+/// Stands in for the common save dialog: takes down what it is given. One at a time.
+class CCommonDialog {
+ public:
+  /// An empty choice cancels.
+  explicit CCommonDialog(const std::wstring& choice)
+      : m_patch("comdlg32.dll", "GetSaveFileNameW", &Ask) {
+    s_choice = choice;
+    s_calls = 0;
+  }
+  int Calls() const { return s_calls; }
+  const OPENFILENAMEW& Given() const { return s_given; }
+  const std::wstring& GivenName() const { return s_name; }
+  /// The filter with bars for its NULs, up to the two at its end; "none" for a null filter.
+  const std::wstring& GivenFilter() const { return s_filter; }
+
+ private:
+  static BOOL WINAPI Ask(OPENFILENAMEW* dialog) {
+    ++s_calls;
+    s_given = *dialog;
+    s_name = dialog->lpstrFile;
+    s_filter = L"none";
+    if (dialog->lpstrFilter != nullptr) {
+      s_filter.clear();
+      for (LPCWSTR text = dialog->lpstrFilter; *text != L'\0'; text += wcslen(text) + 1) {
+        s_filter += std::wstring(text) + L"|";
+      }
+    }
+    if (s_choice.empty()) {
+      return FALSE;
+    }
+    wcscpy(dialog->lpstrFile, s_choice.c_str());
+    return TRUE;
+  }
+
+  static inline std::wstring s_choice;
+  static inline int s_calls;
+  static inline OPENFILENAMEW s_given;
+  static inline std::wstring s_name;
+  static inline std::wstring s_filter;
+  CImportPatch m_patch;
+};
+
+std::wstring ChosenPath(const std::wstring& choice, LPCWSTR extension = L".folivo") {
+  const CCommonDialog dialog(choice);
+  const auto answer = AskSavePath(kOwner, false, L"lesson.folivo", extension);
+  return answer ? answer->path.GetText().GetString() : L"nothing";
+}
+
+TEST(SaveFilter, LessonsInAnyCase) {
+  for (const LPCWSTR extension : {L".folivo", L".qdk", L".fvk", L".QDK", L".Folivo"}) {
+    EXPECT_EQ(GetSaveFilter(extension), kLessons);
+  }
+}
+
+TEST(SaveFilter, EveryOtherExtensionIsAGallery) {
+  for (const LPCWSTR extension :
+       {L".qdc", L".gallery", L".galleryitem", L".qdi", L".QDC", L".txt", L""}) {
+    EXPECT_EQ(GetSaveFilter(extension), kGalleries);
+  }
+}
+
+TEST(SaveFilter, TemplateGalleriesHaveNone) {
+  EXPECT_EQ(GetSaveFilter(L".qdt"), L"");
+  EXPECT_EQ(GetSaveFilter(L".QDT"), L"");
+  EXPECT_EQ(GetCommonDialogFilter(L".qdt"), L"");
+}
+
+TEST(SaveFilter, CommonDialogTakesNulsForTheBarsAndTwoAtTheEnd) {
+  for (const auto& [extension, bars] : {std::pair(L".qdk", kLessons), {L".qdc", kGalleries}}) {
+    const CStringW filter = GetCommonDialogFilter(extension);
+    std::wstring expected(bars);
+    for (wchar_t& c : expected) {
+      c = c == L'|' ? L'\0' : c;
+    }
+    // The text ends with the bar's NUL; its own terminator is the second one.
+    EXPECT_EQ(std::wstring(filter.GetString(), static_cast<size_t>(filter.GetLength())), expected);
+    EXPECT_EQ(filter.GetString()[filter.GetLength()], L'\0');
+  }
+}
+
+TEST(CommonSaveDialog, IsGivenExactlyWhatItNeeds) {
+  const CCommonDialog dialog(L"");
+  AskSavePath(kOwner, false, L"My Lesson.folivo", L".folivo");
+  ASSERT_EQ(dialog.Calls(), 1);
+  const OPENFILENAMEW& given = dialog.Given();
+  EXPECT_EQ(given.lStructSize, sizeof(OPENFILENAMEW));
+  EXPECT_EQ(given.hwndOwner, kOwner);
+  EXPECT_EQ(dialog.GivenFilter(), kLessons);
+  EXPECT_EQ(given.nFilterIndex, 1u);
+  EXPECT_EQ(dialog.GivenName(), L"My Lesson.folivo");
+  EXPECT_EQ(given.nMaxFile, 260u);
+  EXPECT_EQ(given.Flags, 0x88806u);
+  EXPECT_EQ(given.nFileExtension, 10);
+  EXPECT_EQ(given.lpstrInitialDir, nullptr);
+  EXPECT_EQ(given.lpstrTitle, nullptr);
+  EXPECT_EQ(given.lpstrDefExt, nullptr);
+  EXPECT_EQ(given.lpfnHook, nullptr);
+  EXPECT_EQ(given.nFileOffset, 0);
+}
+
+TEST(CommonSaveDialog, ExtensionOffsetIsZeroWithoutDot) {
+  const CCommonDialog dialog(L"");
+  AskSavePath(kOwner, false, L"1", L".folivo");
+  EXPECT_EQ(dialog.Given().nFileExtension, 0);
+}
+
+TEST(CommonSaveDialog, FilterFollowsTheExtension) {
+  const CCommonDialog dialog(L"");
+  AskSavePath(kOwner, false, L"a.gallery", L".gallery");
+  EXPECT_EQ(dialog.GivenFilter(), kGalleries);
+  AskSavePath(kOwner, false, L"a.qdt", L".qdt");
+  EXPECT_EQ(dialog.GivenFilter(), L"none");
+}
+
+TEST(CommonSaveDialog, OldSystemsAreGivenTheOldSize) {
+  struct {
+    DWORD platform;
+    DWORD major;
+    DWORD size;
+  } const cases[] = {
+      {VER_PLATFORM_WIN32_NT, 5, sizeof(OPENFILENAMEW)},
+      {VER_PLATFORM_WIN32_NT, 4, OPENFILENAME_SIZE_VERSION_400W},
+      {VER_PLATFORM_WIN32_WINDOWS, 5, OPENFILENAME_SIZE_VERSION_400W},
+  };
+  static OSVERSIONINFOW version;
+  const CImportPatch patch(
+      "kernel32.dll", "GetVersionExW", +[](OSVERSIONINFOW* out) -> BOOL {
+        out->dwPlatformId = version.dwPlatformId;
+        out->dwMajorVersion = version.dwMajorVersion;
+        return TRUE;
+      });
+  const CCommonDialog dialog(L"");
+  for (const auto& [platform, major, size] : cases) {
+    version.dwPlatformId = platform;
+    version.dwMajorVersion = major;
+    AskSavePath(kOwner, false, L"a.folivo", L".folivo");
+    EXPECT_EQ(dialog.Given().lStructSize, size);
+  }
+}
+
+TEST(CommonSaveDialog, LongNameIsCutToTheBuffer) {
+  const CCommonDialog dialog(L"");
+  AskSavePath(kOwner, false, CStringW(L'n', 259), L".qdk");
+  EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
+  AskSavePath(kOwner, false, CStringW(L'n', 260), L".qdk");
+  EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
+  AskSavePath(kOwner, false, CStringW(L'n', 5000), L".qdk");
+  EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
+}
+
+TEST(SaveChoice, CancellingChoosesNothing) { EXPECT_EQ(ChosenPath(L""), L"nothing"); }
+
+TEST(SaveChoice, PathIsNormalised) {
+  EXPECT_EQ(ChosenPath(L"C:/x/name.qdk"), L"C:\\x\\name.qdk");
+  EXPECT_EQ(ChosenPath(L"C:\\x\\name.qdk\\"), L"C:\\x\\name.qdk");
+}
+
+TEST(SaveChoice, ExtensionIsAddedWhereThereIsNone) {
+  EXPECT_EQ(ChosenPath(L"C:\\x\\name"), L"C:\\x\\name.folivo");
+  EXPECT_EQ(ChosenPath(L"C:\\x.y\\name", L".qdt"), L"C:\\x.y\\name.qdt");
+  EXPECT_EQ(ChosenPath(L"C:\\x\\name.txt"), L"C:\\x\\name.txt");
+}
+
+TEST(SaveChoice, NoSaveStateOutsideTheProtectedMode) {
+  const CCommonDialog dialog(L"C:\\x\\name.qdk");
+  EXPECT_EQ(AskSavePath(kOwner, false, L"a.qdk", L".qdk")->saveState, nullptr);
+}
+
+/// The user picks `path` in the browser's dialog.
+void Choose(const CIeFrameDouble& browser, const std::wstring& path) {
+  browser->saveDialogState = kState;
+  path.copy(browser->saveDialogPath, ARRAYSIZE(browser->saveDialogPath) - 1);
+}
+
+TEST(ProtectedSaveDialog, IsGivenExactlyWhatItNeeds) {
+  const CIeFrameDouble browser;
+  AskSavePath(kOwner, true, L"My Lesson.folivo", L".folivo");
+  EXPECT_EQ(browser->saveDialogCalls, 1);
+  EXPECT_EQ(browser->saveDialogOwner, kOwner);
+  EXPECT_EQ(std::wstring(browser->saveDialogFileName), L"My Lesson.folivo");
+  EXPECT_FALSE(browser->saveDialogHasFolder);
+  EXPECT_EQ(std::wstring(browser->saveDialogFilter), kLessons);
+  EXPECT_FALSE(browser->saveDialogHasExtension);
+  EXPECT_EQ(browser->saveDialogFilterIndex, 1u);
+  EXPECT_EQ(browser->saveDialogFlags, 0x88806u);
+}
+
+TEST(ProtectedSaveDialog, FilterFollowsTheExtension) {
+  const CIeFrameDouble browser;
+  AskSavePath(kOwner, true, L"a.galleryitem", L".galleryitem");
+  EXPECT_EQ(std::wstring(browser->saveDialogFilter), kGalleries);
+  AskSavePath(kOwner, true, L"a.qdt", L".qdt");
+  EXPECT_FALSE(browser->saveDialogHasFilter);
+}
+
+TEST(ProtectedSaveDialog, ChoiceComesWithItsState) {
+  const CIeFrameDouble browser;
+  Choose(browser, L"C:/x/name");
+  const auto choice = AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  ASSERT_TRUE(choice);
+  EXPECT_EQ(choice->path.GetText(), L"C:\\x\\name.qdk");
+  EXPECT_EQ(choice->saveState, kState);
+  EXPECT_EQ(browser->cancelCalls, 0);
+  EXPECT_EQ(browser->saveCalls, 0);
+}
+
+TEST(ProtectedSaveDialog, EveryAnswerButSuccessCancelsTheSave) {
+  for (const HRESULT answer : {S_FALSE, E_FAIL, HRESULT_FROM_WIN32(ERROR_CANCELLED), E_ABORT}) {
+    const CIeFrameDouble browser;
+    Choose(browser, L"C:\\x\\name.qdk");
+    browser->saveDialogResult = answer;
+    EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+    EXPECT_EQ(browser->cancelCalls, 1);
+    EXPECT_EQ(browser->cancelledState, kState);
+  }
+}
+
+TEST(ProtectedSaveDialog, LongChoiceIsCutToTheBuffer) {
+  const CIeFrameDouble browser;
+  Choose(browser, L"C:\\" + std::wstring(400, L'n'));
+  const auto choice = AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  ASSERT_TRUE(choice);
+  EXPECT_EQ(std::wstring(choice->path), L"C:\\" + std::wstring(256, L'n') + L".qdk");
+}
+
+TEST(ProtectedSaveDialog, LibraryIsFreedOnEveryWay) {
+  const CIeFrameDouble browser;
+  static int balance;
+  balance = 0;
+  static decltype(&LoadLibraryW) load;
+  static decltype(&FreeLibrary) release;
+  const CImportPatch loading(
+      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR name) -> HMODULE {
+        ++balance;
+        return load(name);
+      });
+  const CImportPatch freeing(
+      "kernel32.dll", "FreeLibrary", +[](HMODULE module) -> BOOL {
+        --balance;
+        return release(module);
+      });
+  load = loading.Original<decltype(LoadLibraryW)>();
+  release = freeing.Original<decltype(FreeLibrary)>();
+  Choose(browser, L"C:\\a.qdk");
+  AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  EXPECT_EQ(balance, 0);
+  browser->saveDialogResult = E_FAIL;
+  AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  EXPECT_EQ(balance, 0);
+}
+
+TEST(ProtectedSaveDialog, MissingFunctionsChooseNothing) {
+  const CImportPatch patch(
+      "kernel32.dll", "GetProcAddress", +[](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
+  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+}
+
+TEST(ProtectedSaveDialog, MissingLibraryChoosesNothing) {
+  const CImportPatch patch(
+      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
+  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+}
+
+}  // namespace
