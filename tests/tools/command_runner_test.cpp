@@ -11,6 +11,7 @@ using testing::Return;
 
 class CMockTarget : public ICommandTarget {
  public:
+  virtual ~CMockTarget() = default;
   MOCK_METHOD(HRESULT, Navigate, (const std::wstring&), (override));
   MOCK_METHOD(HRESULT, GoBack, (), (override));
   MOCK_METHOD(HRESULT, Stop, (), (override));

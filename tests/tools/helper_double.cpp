@@ -33,6 +33,10 @@ std::string ClassOf(HWND window) {
 class CHelperDouble : public CRefCounted<IObjectWithSite, IDispatch> {
  public:
   CHelperDouble() { ++g_objects; }
+  ~CHelperDouble() override {
+    Tell("destroyed");
+    --g_objects;
+  }
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     if (iid == IID_IUnknown || iid == IID_IObjectWithSite) {
@@ -91,11 +95,6 @@ class CHelperDouble : public CRefCounted<IObjectWithSite, IDispatch> {
   }
 
  private:
-  ~CHelperDouble() override {
-    Tell("destroyed");
-    --g_objects;
-  }
-
   HRESULT Advise(IUnknown* site) {
     m_container.Release();
     HRESULT hr =

@@ -25,11 +25,11 @@ std::string ReadFileBytes(const std::wstring& path) {
 
 class LauncherStandIn : public testing::Test {
  protected:
-  LauncherStandIn() {
+  void SetUp() override {
     DeleteFileW(m_record.c_str());
     SetRecordFile(m_record);
   }
-  ~LauncherStandIn() override {
+  void TearDown() override {
     DeleteFileW(m_record.c_str());
     RegDeleteKeyValueW(HKEY_CURRENT_USER, kSettings, L"LauncherRecord");
     RegDeleteKeyW(HKEY_CURRENT_USER, kSettings);

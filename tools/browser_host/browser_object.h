@@ -16,6 +16,8 @@ class CBrowserObject : public CRefCounted<IWebBrowser2> {
   /// Makes the control and the object in front of it. `frame` is what get_HWND answers.
   static HRESULT Create(HWND frame, CComPtr<CBrowserObject>& object);
 
+  ~CBrowserObject() override;
+
   /// The frame has gone: get_HWND fails from now on, as the bare control's does.
   void DetachFrame() { m_frame = nullptr; }
 
@@ -104,7 +106,6 @@ class CBrowserObject : public CRefCounted<IWebBrowser2> {
 
  private:
   explicit CBrowserObject(HWND frame) : m_frame(frame) {}
-  ~CBrowserObject() override;
   HRESULT CreateControl();
 
   HWND m_frame;

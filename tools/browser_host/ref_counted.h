@@ -4,12 +4,14 @@
 #include <unknwn.h>
 
 /// AddRef and Release of an object that implements the given interfaces and lives on the heap. It
-/// begins with one reference, which its creator owns. All calls come from one apartment's thread.
+/// begins with one reference, which its creator owns; nobody but Release deletes it. All calls come
+/// from one apartment's thread.
 template <class... Interfaces>
 class CRefCounted : public Interfaces... {
  public:
   CRefCounted(const CRefCounted&) = delete;
   CRefCounted& operator=(const CRefCounted&) = delete;
+  virtual ~CRefCounted() = default;
 
   ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
   ULONG STDMETHODCALLTYPE Release() override {
@@ -24,7 +26,6 @@ class CRefCounted : public Interfaces... {
 
  protected:
   CRefCounted() = default;
-  virtual ~CRefCounted() = default;
 
  private:
   static constexpr ULONG kDestroying = 0x10000;
