@@ -10,6 +10,7 @@ function(folivo_compile_idl name source)
   set(idl_folder /usr/include/wine/wine/windows)
   set(stdole_folder /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
   set(widl /usr/bin/x86_64-w64-mingw32-widl -m64 "-I${idl_folder}" "-L${stdole_folder}")
+  set(undate "${PROJECT_SOURCE_DIR}/cmake/undate_type_library.py")
 
   cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
   cmake_path(GET source STEM stem)
@@ -17,9 +18,10 @@ function(folivo_compile_idl name source)
   add_custom_command(
     OUTPUT "${base}.tlb" "${base}_h.h" "${base}_i.c"
     COMMAND ${widl} -t -o "${base}.tlb" "${source}"
+    COMMAND /usr/bin/python3 "${undate}" "${base}.tlb"
     COMMAND ${widl} -h -o "${base}_h.h" "${source}"
     COMMAND ${widl} -u -o "${base}_i.c" "${source}"
-    DEPENDS "${source}"
+    DEPENDS "${source}" "${undate}"
     COMMENT "Compiling ${stem}.idl"
     VERBATIM)
   add_custom_target(${name}_generate DEPENDS "${base}.tlb" "${base}_h.h" "${base}_i.c")

@@ -7,10 +7,12 @@ function(folivo_split_symbols target)
   if(NOT CMAKE_BUILD_TYPE STREQUAL "Release")
     return()
   endif()
+  # objcopy writes the time into what it makes, unless told which.
+  set(objcopy "${CMAKE_COMMAND}" -E env SOURCE_DATE_EPOCH=0 "${CMAKE_OBJCOPY}")
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND "${CMAKE_OBJCOPY}" --only-keep-debug
+    COMMAND ${objcopy} --only-keep-debug
       "$<TARGET_FILE_NAME:${target}>" "$<TARGET_FILE_NAME:${target}>.debug"
-    COMMAND "${CMAKE_OBJCOPY}" --strip-all
+    COMMAND ${objcopy} --strip-all
       "--add-gnu-debuglink=$<TARGET_FILE_NAME:${target}>.debug" "$<TARGET_FILE_NAME:${target}>"
     WORKING_DIRECTORY "$<TARGET_FILE_DIR:${target}>"
     VERBATIM)

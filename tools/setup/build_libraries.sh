@@ -5,8 +5,9 @@ cd "$(dirname "$0")/../.."
 source tools/setup/common.sh
 
 sources=$build_dir/src
-rm -rf "$sources" "$build_dir/libraries" "$build_dir/deps"
-mkdir -p "$sources" "$build_dir/deps/include"
+result=$build_dir/libraries/result
+rm -rf "$sources" "$build_dir/libraries"
+mkdir -p "$sources" "$result/include"
 
 while read -r name version hash; do
   tools/setup/check_source.sh "$name" "$version" "$hash"
@@ -24,10 +25,14 @@ done < <(locked source)
 
 # The one folder of headers that may be shared with Windows: /usr/include itself must never be on
 # the include path of the cross-compiler.
-ln -s /usr/include/boost "$build_dir/deps/include/boost"
+ln -s /usr/include/boost "$result/include/boost"
 
 cmake -G Ninja -S cmake/libraries -B "$build_dir/libraries" \
   --toolchain "$root/cmake/toolchain-mingw64.cmake" \
-  -DCMAKE_BUILD_TYPE=Release "-DCMAKE_INSTALL_PREFIX=$build_dir/deps" \
+  -DCMAKE_BUILD_TYPE=Release "-DCMAKE_INSTALL_PREFIX=$result" \
   "-DBOOST_SOURCE=$sources/boost" "-DTINYXML_SOURCE=$sources/tinyxml"
 cmake --build "$build_dir/libraries" --target install
+
+# Only now, in one go: the libraries that are in use stay usable until there are new ones.
+rm -rf "$build_dir/deps"
+mv "$result" "$build_dir/deps"

@@ -1,0 +1,68 @@
+#!/usr/bin/env python3
+"""Checks what users install, from the outside: release_dll_test.py FolivoPlugin.dll CHECKOUT."""
+
+import binascii
+import pathlib
+import re
+import subprocess
+import sys
+import unittest
+
+CHECKOUT = sys.argv.pop()
+DLL = pathlib.Path(sys.argv.pop())
+DEBUG_FILE = DLL.with_name(DLL.name + ".debug")
+
+# Parts of every Windows that the DLL supports.
+SYSTEM_DLLS = {
+    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll",
+    "ole32.dll", "oleaut32.dll", "shell32.dll", "shlwapi.dll", "urlmon.dll", "user32.dll",
+    "version.dll", "wininet.dll",
+}
+
+
+def objdump(*arguments):
+    return subprocess.run(["/usr/bin/x86_64-w64-mingw32-objdump", *arguments],
+                          check=True, capture_output=True, text=True).stdout
+
+
+class ReleaseDllTest(unittest.TestCase):
+    def test_only_system_dlls_are_imported(self):
+        imported = {name.lower() for name in re.findall(r"DLL Name: (\S+)", objdump("-p", DLL))}
+        self.assertIn("kernel32.dll", imported)
+        self.assertEqual(imported - SYSTEM_DLLS, set())
+
+    def test_no_time_of_building_is_inside(self):
+        headers = objdump("-p", DLL)
+        self.assertRegex(headers, r"Time/Date\s+Thu Jan  1 00:00:00 1970")
+        self.assertRegex(headers, r"Time/Date stamp\s+0\n")
+        made = re.search(rb"Created by WIDL version \S+ at ([^\n]*)", DLL.read_bytes())
+        self.assertEqual(made.group(1), b"Thu Jan  1 00:00:00 1970")
+
+    def test_no_place_of_building_is_inside(self):
+        for file in DLL, DEBUG_FILE:
+            self.assertNotIn(CHECKOUT.encode(), file.read_bytes(), file.name)
+
+    def test_symbols_are_in_the_file_beside(self):
+        self.assertNotRegex(objdump("-h", DLL), r"\.debug_info")
+        self.assertRegex(objdump("-h", DEBUG_FILE), r"\.debug_info")
+        self.assertIn("no symbols", objdump("-t", DLL))
+
+    def test_the_file_beside_is_the_one_that_the_dll_names(self):
+        # The section holds the file's name, padded, and its CRC-32.
+        link = DLL.read_bytes()
+        offset = int(re.search(r"\.gnu_debuglink\s+\S+\s+\S+\s+\S+\s+(\S+)",
+                               objdump("-h", DLL)).group(1), 16)
+        name = link[offset:link.index(b"\0", offset)].decode()
+        self.assertEqual(name, DEBUG_FILE.name)
+        checksum = offset + (len(name) + 4) // 4 * 4
+        self.assertEqual(int.from_bytes(link[checksum:checksum + 4], "little"),
+                         binascii.crc32(DEBUG_FILE.read_bytes()))
+
+    def test_memory_protections_are_on(self):
+        headers = objdump("-p", DLL)
+        for protection in "HIGH_ENTROPY_VA", "DYNAMIC_BASE", "NX_COMPAT":
+            self.assertIn(protection, headers)
+
+
+if __name__ == "__main__":
+    unittest.main()
