@@ -71,7 +71,7 @@ bool StartStdinReader(std::shared_ptr<CCommandQueue> queue, HWND window) {
   if (!thread) {
     return false;
   }
-  reader.release();  // the thread's now
+  static_cast<void>(reader.release());  // the thread's now
   CloseHandle(thread);
   return true;
 }
