@@ -38,6 +38,7 @@ class Browser:
     def __init__(self, tools: Path, folder: Path, log: IO[bytes]):
         self._lines: list[tuple[float, str]] = []
         self._changed = threading.Condition()
+        self._ended = False
         self._mark = 0  # where the lines of the latest navigation begin
         self._log = log
         self._process = subprocess.Popen(
@@ -65,6 +66,9 @@ class Browser:
             with self._changed:
                 self._lines.append((time.monotonic(), raw.decode("utf-8", "replace").rstrip()))
                 self._changed.notify_all()
+        with self._changed:
+            self._ended = True
+            self._changed.notify_all()
 
     def _wait(
         self, wanted: re.Pattern[str], timeout_s: float, what: str
@@ -78,7 +82,10 @@ class Browser:
             return None
 
         with self._changed:
-            found = self._changed.wait_for(find, timeout_s)
+            self._changed.wait_for(lambda: self._ended or find(), timeout_s)
+            found = find()
+        if not found and self._ended:
+            raise DemoError(f"the browser ended before {what} came")
         if not found:
             raise DemoError(f"{what} did not come within {timeout_s:.0f} s")
         return found

@@ -63,7 +63,7 @@ class Dialogs:
         windows = [_window(line) for line in self._run("list of windows", "list").splitlines()]
         return [window for window in windows if window.process == self._process]
 
-    def wait(self, title: str, timeout_s: float = 15) -> Window:
+    def wait(self, title: str, timeout_s: float = 20) -> Window:
         """Waits for the window of this whole title."""
         options = ("--title", title, "--pid", str(self._process))
         what = f'window "{title}"'

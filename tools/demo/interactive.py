@@ -4,6 +4,7 @@ Usage: interactive.py BUILD_FOLDER OUTPUT_FOLDER, in the environment of demo.sh.
 browser is closed.
 """
 
+import os
 import re
 import signal
 import subprocess
@@ -19,6 +20,7 @@ from wine import DemoError
 
 _MEGABYTE = 1_000_000
 _BEFORE_NAVIGATE = re.compile(r"event BeforeNavigate2 url=<(.*)> cancel=([01])")
+_NO_WINDOW = 3  # exit code of the browser
 _LOOK_S = 0.5
 _PAGE = [{"text": "<!DOCTYPE html><html><body><h1>Ask your teacher.</h1></body></html>"}]
 
@@ -90,6 +92,8 @@ def _play(stage: Stage) -> int:
         print(f"  {address:<{width}}  {what}")
     print(f"Its drive C: is {wine.unix_path(LESSONS).parent}", flush=True)
     code = _browse(stage)
+    if code == _NO_WINDOW:
+        raise DemoError(f"no window can be opened on the display {os.environ['DISPLAY']}")
     if code != 0:
         raise DemoError(f"the browser ended with exit code {code}")
     return code

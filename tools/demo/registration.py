@@ -36,11 +36,13 @@ class Registration:
         removed = _difference(before, after)
         stays = {key for key in self._added if key in after}
         may_stay = {_HELPERS_KEY} & self._added.keys()
+        to_go = {key: values for key, values in self._added.items() if key not in may_stay}
+        differing = _difference(to_go, removed) | _difference(removed, to_go)
         scene.check_that(
             "keys that were added, and go",
-            f"{len(self._added) - len(may_stay)} keys, the same",
-            f"{len(removed)} keys",
-            bool(removed) and removed == _without(self._added, stays),
+            f"{len(to_go)}, the same",
+            f"{len(removed)}, {_list(differing) if differing else 'the same'}",
+            bool(to_go) and not differing,
         )
         scene.check("keys that it has added to", {}, _difference(after, before))
         scene.check("keys that were added, and stay", may_stay, stays)
@@ -59,5 +61,5 @@ def _difference(left: Registry, right: Registry) -> Registry:
     }
 
 
-def _without(registry: Registry, keys: set[str]) -> Registry:
-    return {key: values for key, values in registry.items() if key not in keys}
+def _list(registry: Registry) -> str:
+    return "other: " + ", ".join(sorted(registry))

@@ -17,7 +17,7 @@ _PROGRESS_TEXT, _PROGRESS_BAR = 207, 205
 _PROMPT_TEXT = "Would you like to open or save this Folivo file?"
 _NOT_AVAILABLE_TEXT = "The file {} is not available for downloading."
 _MISSING_TEXT = "The file {} does not exist. Please verify that the path to the file is valid."
-_AT_ONCE_MS = 1000
+_AT_ONCE_MS = 3000  # the start of the program that clicks included
 
 
 def _prompt(browser: Browser) -> Window:
@@ -167,7 +167,7 @@ def error_document(stage: Stage, scene: Scene) -> None:
     with stage.browser() as browser:
         browser.go(url)
         # A prompt would hold this up, as nobody is there to answer it.
-        scene.check("browser's navigation cancelled", False, browser.navigation(10).cancelled)
+        scene.check("browser's navigation cancelled", False, browser.navigation().cancelled)
         browser.wait_idle()
         scene.check("windows besides the browser's", [], browser.windows())
         scene.check("who has asked the server", "plug-in, browser", stage.server.askers(url))
@@ -187,7 +187,7 @@ def other_type(stage: Stage, scene: Scene) -> None:
     url = stage.server.serve("/pictures/Garden.png", "image/png", body=picture)
     with stage.browser() as browser:
         browser.go(url)
-        scene.check("browser's navigation cancelled", False, browser.navigation(10).cancelled)
+        scene.check("browser's navigation cancelled", False, browser.navigation().cancelled)
         browser.wait_idle()
         scene.check("windows besides the browser's", [], browser.windows())
     scene.check("who has asked the server", "browser", stage.server.askers(url))
