@@ -12,6 +12,8 @@ endforeach()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   # An error in Boost 1.74 to clang, though it lies in a system header.
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-enum-constexpr-conversion>)
+  # mingw-w64's <intrin.h> would define what clang's own headers define.
+  add_compile_definitions(__INTRINSIC_DEFINED___cpuidex)
 endif()
 
 option(FOLIVO_UBSAN "Trap on undefined behaviour (clang only)" OFF)

@@ -23,6 +23,8 @@ EXTRA_ARGUMENTS = [
     "--extra-arg=-Wno-unknown-warning-option",
     # An error in Boost 1.74 to clang, though it lies in a system header.
     "--extra-arg=-Wno-enum-constexpr-conversion",
+    # mingw-w64's <intrin.h> would define what clang's own headers define.
+    "--extra-arg=-D__INTRINSIC_DEFINED___cpuidex",
 ]
 DIAGNOSTIC = re.compile(r"^[^\s:]+:\d+:\d+: (?:warning|error): ")
 
