@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace {
@@ -13,7 +14,14 @@ T* At(ULONGLONG offset) {
   return reinterpret_cast<T*>(g_image + offset);
 }
 
-void** FindSlot(const char* library, const char* function) {
+/// An entry of an import table, which some linkers align to 4 bytes only.
+ULONGLONG ReadEntry(const void* entry) {
+  ULONGLONG value = 0;
+  std::memcpy(&value, entry, sizeof(value));
+  return value;
+}
+
+void* FindSlot(const char* library, const char* function) {
   const auto* const dos = At<IMAGE_DOS_HEADER>(0);
   const auto* const nt = At<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(dos->e_lfanew));
   const DWORD directory =
@@ -22,26 +30,27 @@ void** FindSlot(const char* library, const char* function) {
     if (_stricmp(At<const char>(entry->Name), library) != 0) {
       continue;
     }
-    auto* name = At<IMAGE_THUNK_DATA>(entry->OriginalFirstThunk);
-    auto* slot = At<IMAGE_THUNK_DATA>(entry->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
+    ULONGLONG nameAt = entry->OriginalFirstThunk;
+    ULONGLONG slotAt = entry->FirstThunk;
+    for (; const ULONGLONG name = ReadEntry(At<void>(nameAt));
+         nameAt += sizeof(IMAGE_THUNK_DATA), slotAt += sizeof(IMAGE_THUNK_DATA)) {
+      if (IMAGE_SNAP_BY_ORDINAL(name)) {
         continue;
       }
-      const auto* const import = At<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData);
-      if (std::strcmp(reinterpret_cast<const char*>(import->Name), function) == 0) {
-        return reinterpret_cast<void**>(&slot->u1.Function);
+      const char* const text = At<const char>(name + offsetof(IMAGE_IMPORT_BY_NAME, Name));
+      if (std::strcmp(text, function) == 0) {
+        return At<void>(slotAt);
       }
     }
   }
   return nullptr;
 }
 
-void WriteSlot(void** slot, void* value) {
+void WriteSlot(void* slot, void* value) {
   DWORD protection = 0;
-  VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
-  *slot = value;
-  VirtualProtect(slot, sizeof(*slot), protection, &protection);
+  VirtualProtect(slot, sizeof(value), PAGE_READWRITE, &protection);
+  std::memcpy(slot, &value, sizeof(value));
+  VirtualProtect(slot, sizeof(value), protection, &protection);
 }
 
 }  // namespace
@@ -50,7 +59,7 @@ CImportPatch::CImportPatch(const char* library, const char* function, void* repl
     : m_slot(FindSlot(library, function)) {
   EXPECT_NE(m_slot, nullptr) << function << " of " << library << " is not imported";
   if (m_slot != nullptr) {
-    m_original = *m_slot;
+    std::memcpy(&m_original, m_slot, sizeof(m_original));
     WriteSlot(m_slot, replacement);
   }
 }

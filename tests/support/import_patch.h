@@ -24,6 +24,6 @@ class CImportPatch {
  private:
   CImportPatch(const char* library, const char* function, void* replacement, int);
 
-  void** m_slot = nullptr;
+  void* m_slot = nullptr;  // may lie at any multiple of 4 bytes
   void* m_original = nullptr;
 };
