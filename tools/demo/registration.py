@@ -19,6 +19,8 @@ class Registration:
         self._added: Registry = {}
 
     def register(self, stage: Stage, scene: Scene) -> None:
+        with stage.browser() as browser:
+            scene.check("helper objects before", [], browser.helpers)
         before = wine.read_registry()
         scene.check("exit code of regsvr32", 0, stage.register())
         after = wine.read_registry()

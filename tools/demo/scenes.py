@@ -54,8 +54,7 @@ def save_lesson(stage: Stage, scene: Scene) -> None:
         browser.go(url)
         prompt = _prompt(browser)
         texts = _texts(browser, prompt)
-        scene.check("the prompt asks", _PROMPT_TEXT, _PROMPT_TEXT if _PROMPT_TEXT in texts else texts)
-        scene.check("its buttons", {"Open", "Save", "Cancel"}, texts & {"Open", "Save", "Cancel"})
+        scene.check("texts of the prompt", {_PROMPT_TEXT, "Open", "Save", "Cancel"}, texts - {""})
         pictures.take("2-prompt", "the open-or-save prompt", browser.frame, prompt)
         _answer(browser, _SAVE)
 
@@ -71,7 +70,8 @@ def save_lesson(stage: Stage, scene: Scene) -> None:
         percent = first_part * 100 // lesson.size
         bar = browser.dialogs.wait_progress(progress, _PROGRESS_BAR, percent)
         scene.check("its bar while the server waits", f"{percent} of 100", f"{bar} of 100")
-        pictures.take("4-progress-dialog", "the progress dialog in mid-transfer", browser.frame, progress)
+        shows = "the progress dialog in mid-transfer"
+        pictures.take("4-progress-dialog", shows, browser.frame, progress)
         stage.server.allow(url)
         browser.dialogs.wait_gone(progress)
         scene.check("browser's navigation cancelled", True, browser.navigation().cancelled)
@@ -175,8 +175,8 @@ def error_document(stage: Stage, scene: Scene) -> None:
         url = stage.server.serve("/lessons/Gone.folivo", "text/html", status=404, body=page)
         browser.go(url)
         message = _message(browser, scene, "message for 404", _NOT_AVAILABLE_TEXT.format(url))
-        pictures = stage.screenshots
-        pictures.take("5-not-available-message", "the message for 404", browser.frame, message)
+        shows = "the message for 404"
+        stage.screenshots.take("5-not-available-message", shows, browser.frame, message)
         browser.dialogs.click(message, _OK)
         scene.check("navigation to it cancelled", False, browser.navigation().cancelled)
     scene.check("temporary files left", set(), stage.temp_files() - before)
@@ -222,8 +222,8 @@ def gallery_link(stage: Stage, scene: Scene) -> None:
         chosen = browser.dialogs.control(dialog, _FILE_TYPE).text
         expected = "Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)"
         scene.check("file type in the save dialog", expected, chosen)
-        pictures = stage.screenshots
-        pictures.take("6-save-dialog-gallery", "the save dialog for a gallery", browser.frame, dialog)
+        shows = "the save dialog for a gallery"
+        stage.screenshots.take("6-save-dialog-gallery", shows, browser.frame, dialog)
         _save_as(browser, rf"{LESSONS}\My Symbols")
         scene.check("browser's navigation cancelled", True, browser.navigation().cancelled)
     saved = wine.unix_path(LESSONS) / "My Symbols.gallery"
@@ -247,8 +247,8 @@ def local_lesson(stage: Stage, scene: Scene) -> None:
         browser.go(missing)
         expected = _MISSING_TEXT.format(missing)
         message = _message(browser, scene, "message for a missing file", expected)
-        pictures = stage.screenshots
-        pictures.take("7-missing-file-message", "the message for a missing file", browser.frame, message)
+        shows = "the message for a missing file"
+        stage.screenshots.take("7-missing-file-message", shows, browser.frame, message)
         browser.dialogs.click(message, _OK)
         scene.check("navigation to it cancelled", False, browser.navigation().cancelled)
     scene.check("launches for it", 0, len(stage.launches()) - launches - 1)

@@ -9,7 +9,8 @@ PREFIX = Path(os.environ["WINEPREFIX"])
 _WINE = os.environ["WINE"]
 _TIMEOUT_S = 30
 _EXPORT = r"C:\windows\temp\demo_export.reg"
-_EXPORTED = ("HKEY_LOCAL_MACHINE", "HKEY_USERS")
+# Not the machine's "System": Wine notes there, at any time, what screens and devices it finds.
+_EXPORTED = (r"HKEY_LOCAL_MACHINE\Software", "HKEY_USERS")
 
 # All keys, each with its values as the lines of a .reg file.
 Registry = dict[str, frozenset[str]]
@@ -65,7 +66,7 @@ def set_registry_text(key: str, name: str, text: str) -> None:
 
 
 def read_registry() -> Registry:
-    """Every key of the machine's and the users' registry."""
+    """Every key of the machine's and the users' software."""
     registry: Registry = {}
     for root in _EXPORTED:
         code, output = run("regedit", "/E", _EXPORT, root)
