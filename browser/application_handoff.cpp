@@ -91,7 +91,7 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
   }
   const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
   if (PathExists(launcher)) {
-    // Without quotes, blanks or not: the launcher takes its whole command line for the path.
+    // Deliberately without quotes, blanks or not.
     Launch(owner, launcher, path);
   }
 }

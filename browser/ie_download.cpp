@@ -136,7 +136,7 @@ void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
   if (!HasNavigationArguments(params)) {
     return;
   }
-  // A variant that cannot be copied is the one failure that the browser is told, as an exception.
+  // A variant that cannot be copied is told to the caller, as an exception that leaves Invoke.
   const CStringW url = GetNavigationUrl(params);
   // Any other failure, such as running out of memory, leaves the navigation to the browser.
   CallGuarded([&] { Navigate(url, params); });
@@ -177,13 +177,14 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
 
   switch (AskOpenOrSave(owner)) {
     case kAnswerOpen:
-      OpenOrSave(owner, dialog, false, url, extension);
+      CallGuarded([&] { OpenOrSave(owner, dialog, false, url, extension); });
       break;
     case kAnswerSave:
-      OpenOrSave(owner, dialog, true, url, extension);
+      CallGuarded([&] { OpenOrSave(owner, dialog, true, url, extension); });
       break;
     default:
       break;
   }
+  // Whatever the answer, and however carrying it out ended.
   CancelNavigation(params);
 }

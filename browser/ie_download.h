@@ -37,14 +37,9 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   DECLARE_PROTECT_FINAL_CONSTRUCT()
 
   /// Takes the browser of `site` and subscribes to its events. E_INVALIDARG without a browser, null
-  /// included: that lets go of the browser but leaves the subscription, as required. E_POINTER when
+  /// included: that lets go of the browser but deliberately keeps the subscription. E_POINTER when
   /// the browser has no events, else the result of subscribing.
   STDMETHOD(SetSite)(IUnknown* site) override;
-
-  /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
-  /// CAtlException when the URL's variant cannot be copied.
-  STDMETHOD(Invoke)(DISPID dispid, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params,
-                    VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
 
   virtual ~CIEDownload() = default;
 
@@ -57,6 +52,12 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   /// Finds the browser's frame among this thread's windows, for a browser that does not tell its
   /// own. E_POINTER when there is none.
   virtual HRESULT FindBrowserFrameWindow();
+
+  /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
+  /// CAtlException when the URL's variant cannot be copied.
+  // Behind the class's own operations, which have fixed places in the primary table of functions.
+  STDMETHOD(Invoke)(DISPID dispid, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params,
+                    VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
 
  private:
   void OnBeforeNavigate(const DISPPARAMS& params);

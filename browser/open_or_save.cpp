@@ -77,7 +77,7 @@ void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const
     ShowNotice(owner, kFileMissingText, url);
     return;
   } else if (save) {
-    // A failure is not reported: required as it stands.
+    // Deliberately silent on a failure.
     CopyFileW(url, place.path, FALSE);
   } else {
     place.path = CFilePath(url);

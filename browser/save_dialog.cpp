@@ -78,7 +78,7 @@ CStringW GetSaveFilter(const CStringW& extension) {
     return kLessonFilter;
   }
   if (extension.CompareNoCase(L".qdt") == 0) {
-    // Without a list, on purpose: template galleries are saved under the name they have.
+    // Deliberately without a list.
     return {};
   }
   return kGalleryFilter;

@@ -10,7 +10,8 @@
 /// Where the user chose to save a download.
 struct CSaveChoice {
   CFilePath path;
-  /// The browser's state of a protected-mode save, to be ended by it; null for an ordinary save.
+  /// The browser's state of a protected-mode save, for the dialog's m_saveState; null for an
+  /// ordinary save.
   HANDLE saveState = nullptr;
 };
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Not ".qdi": a single gallery item opened by itself is the browser's business.
+// Deliberately without ".qdi", though the save dialog lists it.
 constexpr const wchar_t* kInterceptedExtensions[] = {
     L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery", L".galleryitem"};
 
@@ -16,8 +16,8 @@ CStringW GetUrlExtension(const CStringW& url) {
   if (const int query = path.Find(L'?'); query >= 0) {
     path = path.Left(query);
   }
-  // Only the backslash ends a folder here, so that "/a.b/file" matches no type and stays with the
-  // browser: kept as it is.
+  // Deliberately only the backslash ends a folder: "/a.b/file" matches no type and stays with the
+  // browser.
   const int separator = path.ReverseFind(L'\\');
   const int dot = path.ReverseFind(L'.');
   return dot >= 0 && dot >= separator ? path.Mid(dot) : CStringW();

@@ -20,8 +20,10 @@ class CAtomicHandle {
   CAtomicHandle(const CAtomicHandle&) = delete;
   CAtomicHandle& operator=(const CAtomicHandle&) = delete;
 
-  /// The handle as it is now; still owned here.
+  /// The handle as it is now; still owned here. It may be closed by the other thread at any moment,
+  /// on purpose for a WinINet handle: that is what wakes a read that uses it.
   Handle Get() const { return m_handle.load(); }
+  /// Whether there is a handle now.
   bool IsOpen() const { return Get() != Traits::Empty(); }
 
   /// Hands the handle over to the caller and leaves this one empty.
@@ -30,6 +32,7 @@ class CAtomicHandle {
   /// Takes over `handle`, closing one that is still held.
   void Put(Handle handle) { CloseValue(m_handle.exchange(handle)); }
 
+  /// Closes the handle, if there is one, keeping the thread's last error.
   void Close() { CloseValue(Take()); }
 
  private:
@@ -43,6 +46,7 @@ class CAtomicHandle {
   std::atomic<Handle> m_handle{Traits::Empty()};
 };
 
+/// A file or other kernel handle whose empty value is INVALID_HANDLE_VALUE.
 struct CFileTraits {
   using Handle = HANDLE;
   static Handle Empty() { return INVALID_HANDLE_VALUE; }
@@ -50,6 +54,7 @@ struct CFileTraits {
 };
 using CAtomicFile = CAtomicHandle<CFileTraits>;
 
+/// A WinINet handle.
 struct CInternetTraits {
   using Handle = HINTERNET;
   static Handle Empty() { return nullptr; }

@@ -111,7 +111,7 @@ void CProgressDialog::WorkerThreadProc() {
   }
   if (m_running) {
     m_finished = 1;
-    ::PostMessageW(m_hWnd, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
+    ::PostMessageW(m_window, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
   } else {
     CloseLateHandles();
   }
@@ -145,7 +145,7 @@ bool CProgressDialog::DownloadStep(void* buffer, DWORD size) {
 
 bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   if (!OpenRequest()) {
-    return m_running && ReportFailure(kNotAvailableText, m_url);
+    return ReportFailure(kNotAvailableText, m_url);
   }
   DWORD status = 0;
   DWORD statusSize = sizeof(status);
@@ -163,9 +163,9 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
 /// when there is no request, or when the dialog has gone meanwhile.
 bool CProgressDialog::OpenRequest() {
   // What an earlier attempt left.
+  m_hFile.Close();
   m_hRequest.Close();
   m_hSession.Close();
-  m_hFile.Close();
 
   m_hSession.Put(InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
   DWORD timeout = kConnectTimeoutMs;
@@ -179,7 +179,8 @@ bool CProgressDialog::OpenRequest() {
     if (request == nullptr || !m_running) {
       break;
     }
-    const HWND owner = m_hWnd != nullptr ? m_hWnd : GetForegroundWindow();
+    const HWND window = m_window;
+    const HWND owner = window != nullptr ? window : GetForegroundWindow();
     if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
         ERROR_INTERNET_FORCE_RETRY) {
       break;
@@ -197,7 +198,7 @@ bool CProgressDialog::RefuseStatus() {
   }
   if (!ReportFailure(kNotAvailableText, m_url) && m_running) {
     m_finished = 1;
-    ::PostMessageW(m_hWnd, WM_USER, kDownloadFailed, 0);
+    ::PostMessageW(m_window, WM_USER, kDownloadFailed, 0);
   }
   return false;
 }
@@ -215,11 +216,14 @@ void CProgressDialog::ReadContentLength(void* buffer, DWORD size) {
 }
 
 bool CProgressDialog::CreateTempFile() {
+  if (!m_running) {
+    return false;  // Another download may have come to use the same name.
+  }
   // Nobody else may open the file until it is delivered.
   m_hFile.Put(CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                           FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!m_hFile.IsOpen()) {
-    return m_running && ReportFailure(kCannotCreateText, m_tempPath.GetText());
+    return ReportFailure(kCannotCreateText, m_tempPath.GetText());
   }
   m_opened = true;
   return true;
@@ -250,7 +254,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
         SetEvent(m_hPeekEvent);
         return true;
       }
-      return m_running && ReportFailure(kNotAFolivoFileText, m_url);
+      return ReportFailure(kNotAFolivoFileText, m_url);
     }
     m_valid = true;
     if (IsPeeking()) {
@@ -269,13 +273,13 @@ bool CProgressDialog::FinishTransfer() {
   if (!m_running) {
     return false;
   }
-  ::SendDlgItemMessageW(m_hWnd, IDC_PROGRESS, PBM_SETPOS, kProgressFull, 0);
+  ::SendDlgItemMessageW(m_window, IDC_PROGRESS, PBM_SETPOS, kProgressFull, 0);
   m_complete = 1;
-  ::EnableWindow(::GetDlgItem(m_hWnd, IDC_OPEN_FILE), TRUE);
-  ::EnableWindow(::GetDlgItem(m_hWnd, IDC_OPEN_FOLDER), TRUE);
-  ::SetWindowTextW(::GetDlgItem(m_hWnd, IDCANCEL), kCloseLabel);
-  ::SetWindowTextW(::GetDlgItem(m_hWnd, IDC_PROGRESS_TEXT), kDownloadCompleteText);
-  ::SetWindowTextW(m_hWnd, kDownloadCompleteText);
+  ::EnableWindow(::GetDlgItem(m_window, IDC_OPEN_FILE), TRUE);
+  ::EnableWindow(::GetDlgItem(m_window, IDC_OPEN_FOLDER), TRUE);
+  ::SetWindowTextW(::GetDlgItem(m_window, IDCANCEL), kCloseLabel);
+  ::SetWindowTextW(::GetDlgItem(m_window, IDC_PROGRESS_TEXT), kDownloadCompleteText);
+  ::SetWindowTextW(m_window, kDownloadCompleteText);
   return false;
 }
 
@@ -315,7 +319,7 @@ void CProgressDialog::ShowProgress(DWORD written) {
   }
   const auto percent = ProgressPercent(m_received, m_total);
   if (m_running && percent) {
-    ::SendDlgItemMessageW(m_hWnd, IDC_PROGRESS, PBM_SETPOS, static_cast<WPARAM>(*percent), 0);
+    ::SendDlgItemMessageW(m_window, IDC_PROGRESS, PBM_SETPOS, static_cast<WPARAM>(*percent), 0);
   }
 }
 
@@ -324,6 +328,9 @@ void CProgressDialog::ShowProgress(DWORD written) {
 bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
   {
     const CFlagScope blocking(m_inBlockingCall);
+    if (!m_running) {
+      return false;
+    }
     ShowMessage(format, subject);
   }
   if (IsPeeking()) {
@@ -334,7 +341,9 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
 }
 
 void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
-  CStringW text;
-  text.Format(format, subject.GetString());
-  ::MessageBoxW(m_hWnd, text, kProductName, MB_ICONEXCLAMATION);
+  CallGuarded([&] {
+    CStringW text;
+    text.Format(format, subject.GetString());
+    ::MessageBoxW(m_window, text, kProductName, MB_ICONEXCLAMATION);
+  });
 }

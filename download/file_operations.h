@@ -5,6 +5,7 @@
 
 #include "download/file_path.h"
 
+/// Closes a C stream.
 struct CFileCloser {
   void operator()(FILE* stream) const { fclose(stream); }
 };
@@ -13,6 +14,7 @@ using CFileStream = std::unique_ptr<FILE, CFileCloser>;
 
 /// True when a file or folder of that path exists; false for an empty path.
 bool PathExists(const CFilePath& path);
+/// True when a folder of that path exists.
 bool IsFolder(const CFilePath& path);
 
 /// Creates the folder and those above it. True when it exists afterwards or was created.

@@ -14,11 +14,15 @@ CStringW RemoveIllegalFileNameChars(const CStringW& name);
 class CFilePath {
  public:
   CFilePath() = default;
-  CFilePath(const CStringW& text);  // NOLINT(google-explicit-constructor): any text is a path
+  /// Normalises the text; any text is a path.
+  CFilePath(const CStringW& text);  // NOLINT(google-explicit-constructor)
   CFilePath(LPCWSTR text);          // NOLINT(google-explicit-constructor)
 
+  /// The text in normal form.
   const CStringW& GetText() const { return m_text; }
+  /// The same for system calls; valid as long as this object is unchanged.
   operator LPCWSTR() const { return m_text; }  // NOLINT(google-explicit-constructor)
+  /// Whether this stands for no path.
   bool IsEmpty() const { return m_text.IsEmpty(); }
 
   /// The text after the last backslash; all of it when there is none.

@@ -14,7 +14,7 @@ class CIeFrameLibrary {
   bool IsProtectedModeProcess() const;
 
   /// IEShowSaveFileDialog's arguments and answer, as documented for it. E_NOTIMPL when missing.
-  /// The caller frees `path` with CoTaskMemFree and ends `state` with SaveFile or CancelSaveFile.
+  /// The caller frees `path` with CoTaskMemFree and hands `state` to SaveFile or CancelSaveFile.
   HRESULT ShowSaveFileDialog(HWND owner, LPCWSTR fileName, LPCWSTR filter, DWORD filterIndex,
                              DWORD flags, LPWSTR* path, HANDLE* state) const;
 

@@ -5,6 +5,7 @@
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
+#include <utility>
 
 #include "download/download_texts.h"
 #include "download/file_operations.h"
@@ -18,7 +19,7 @@
 namespace {
 
 // How long the dialog waits for the disk to take a chunk that the worker is just writing.
-constexpr ULONGLONG kWriteWaitMs = 2000;
+constexpr ULONGLONG kWriteWaitMs = 200;
 
 // Sent messages, above all those of the worker to the dialog's controls.
 constexpr DWORD kServeSentMessages = PM_NOREMOVE | PM_QS_SENDMESSAGE;
@@ -37,7 +38,11 @@ CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePat
 }
 
 CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath)
-    : m_tempPath(tempPath), m_url(url), m_fileName(m_tempPath.GetFileNamePart()) {}
+    : m_tempPath(tempPath), m_url(url), m_fileName(m_tempPath.GetFileNamePart()) {
+  // Without it the dialog's progress bar has no window class, and there is no dialog.
+  const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
+  InitCommonControlsEx(&controls);
+}
 
 CProgressDialog::~CProgressDialog() {
   StopDownload();
@@ -57,13 +62,15 @@ void CProgressDialog::Abandon() {
 
 LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
   CAxDialogImpl<CProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
+  handled = TRUE;  // The base leaves the message open, and the default focus would not be set.
+  m_window = m_hWnd;
   const HRESULT started = CallGuarded([this] {
     ShowInitialState();
     m_thread = std::make_shared<boost::thread>(
         boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
   });
   if (FAILED(started)) {
-    CallGuarded([this] { ShowMessage(kNotAvailableText, m_url); });
+    ShowMessage(kNotAvailableText, m_url);
     m_finished = 1;
     PostMessage(WM_USER, kDownloadFailed);
   }
@@ -109,7 +116,11 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
 }
 
 LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& handled) {
-  handled = TRUE;
+  // The dialog manager's DM_GETDEFID has the same number, with a parameter of 0.
+  handled = code != 0;
+  if (code == 0) {
+    return 0;
+  }
   if (m_hFile.IsOpen() || m_fileInUse) {
     CloseFile();
     if (code != kDownloadFailed) {
@@ -131,7 +142,7 @@ void CProgressDialog::DeliverFile() {
     CompleteProtectedSave();
     return;
   }
-  // A failed copy is not reported and the temporary file goes all the same: required as it stands.
+  // Deliberately silent when the copy fails: the temporary file goes all the same.
   CopyFileTo(m_tempPath, m_destPath, false);
   DeleteFileForced(m_tempPath);
 }
@@ -149,7 +160,7 @@ LRESULT CProgressDialog::OnOpenFile(WORD, WORD, HWND, BOOL&) {
 }
 
 LRESULT CProgressDialog::OnOpenFolder(WORD, WORD, HWND, BOOL&) {
-  ShellOpen(m_tempPath.GetParentFolder());
+  CallGuarded([this] { ShellOpen(m_tempPath.GetParentFolder()); });
   return 0;
 }
 
@@ -166,22 +177,25 @@ void CProgressDialog::ShellOpen(const CFilePath& path) {
 }
 
 LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
+  m_window = nullptr;
   handled = FALSE;
   return 1;
 }
 
 void CProgressDialog::StopDownload() {
   m_running = false;
-  if (m_thread) {
+  // Taken out first: a message served below may come here again.
+  if (const std::shared_ptr<boost::thread> worker = std::exchange(m_thread, nullptr)) {
     // Joining a thread that has ended cannot fail; it is guarded as destructors end up here.
-    CallGuarded([this] {
-      if (m_finished != 0 && ServeMessagesUntilWorkerEnds()) {
-        m_thread->join();
+    CallGuarded([&] {
+      if (m_finished != 0 && ServeMessagesUntilEnded(*worker)) {
+        worker->join();
       } else {
-        LeaveWorker();
+        // It ends by itself, with the module held until it has.
+        KeepModuleUntilThreadEnds(worker->native_handle());
+        worker->detach();
       }
     });
-    m_thread.reset();
   }
   CloseFile();
   m_hRequest.Close();
@@ -189,25 +203,20 @@ void CProgressDialog::StopDownload() {
   m_saveState = nullptr;
 }
 
-/// Lets an unfinished worker end by itself, with the module held until it has.
-void CProgressDialog::LeaveWorker() {
-  KeepModuleUntilThreadEnds(m_thread->native_handle());
-  m_thread->detach();
-}
-
 /// Serves the messages that the worker sends to the dialog until it has ended, as it may still be
 /// inside one when it is to be joined. False when it is in a call that may take for ever.
-bool CProgressDialog::ServeMessagesUntilWorkerEnds() {
-  const HANDLE worker = m_thread->native_handle();
+bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
+  const HANDLE handle = worker.native_handle();
   while (!m_inBlockingCall) {
-    const DWORD wait = MsgWaitForMultipleObjects(1, &worker, FALSE, INFINITE, QS_SENDMESSAGE);
+    const DWORD wait =
+        MsgWaitForMultipleObjectsEx(1, &handle, INFINITE, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
     if (wait != WAIT_OBJECT_0 + 1) {
       return wait == WAIT_OBJECT_0;
     }
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, kServeSentMessages);
   }
-  return WaitForSingleObject(worker, 0) == WAIT_OBJECT_0;
+  return WaitForSingleObject(handle, 0) == WAIT_OBJECT_0;
 }
 
 /// Takes the file out of the worker's reach. A write under way is let finish, as its bytes must not

@@ -49,6 +49,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   /// A dialog for downloading `url` into the file `tempPath`, which is created by the transfer.
   static Ptr Create(const CStringW& url, const CFilePath& tempPath);
 
+  /// For `Create`: a dialog is always shared with its worker.
   CProgressDialog(const CStringW& url, const CFilePath& tempPath);
   // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
   virtual ~CProgressDialog();
@@ -85,8 +86,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   // The dialog's side (progress_dialog.cpp), dialog thread.
   void ShowInitialState();
   void StopDownload();
-  void LeaveWorker();
-  bool ServeMessagesUntilWorkerEnds();
+  bool ServeMessagesUntilEnded(boost::thread& worker);
   HANDLE TakeFile();
   void CloseFile();
   void DeliverFile();
@@ -107,7 +107,6 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool TransferChunk(void* buffer, DWORD size);
   bool FinishTransfer();
   bool WriteChunk(const void* data, DWORD size);
-  bool WriteToFile(HANDLE file, const void* data, DWORD size, DWORD& written);
   void ShowProgress(DWORD written);
   bool ReportFailure(LPCWSTR format, const CStringW& subject);
   void ShowMessage(LPCWSTR format, const CStringW& subject) const;
@@ -141,6 +140,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CStringW m_fileName;  ///< Shown while downloading; set before DoModal.
 
  private:
+  std::atomic<HWND> m_window{nullptr};        // the worker's copy of m_hWnd
   std::atomic<bool> m_inBlockingCall{false};  // network or message box: not to be waited for
   std::atomic<bool> m_fileInUse{false};       // a write is under way with the file taken out
   bool m_tempFileSettled = false;             // delivered, deleted or handed over

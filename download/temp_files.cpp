@@ -24,8 +24,8 @@ CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
                    extension.GetString());
   CFilePath path(candidate);
   while (PathExists(path)) {
-    // Never seeded, so that each thread draws the runtime's default sequence: other tools of the
-    // maker recognise their files by these numbers. No limit on the tries, on purpose.
+    // Deliberately never seeded, so that each thread draws the runtime's default sequence, and
+    // without a limit on the tries.
     candidate.Format(L"%s%c%s(%d)%s", folder.GetString(), L'\\', baseName.GetString(), rand(),
                      extension.GetString());
     path = CFilePath(candidate);
@@ -51,7 +51,13 @@ CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName) 
   return MakeUniqueFilePath(GetTempBaseFolder().GetText(), name, extension);
 }
 
-void SetTempBaseFolder(const CStringW& folder) { g_tempBaseFolder = folder; }
+void SetTempBaseFolder(const CStringW& folder) {
+  // Browser windows have threads of their own and all set the same folder: not replacing it leaves
+  // the text alone that another one may be reading.
+  if (g_tempBaseFolder != folder) {
+    g_tempBaseFolder = folder;
+  }
+}
 
 CFilePath GetTempBaseFolder() {
   return g_tempBaseFolder.IsEmpty() ? GetSystemTempFolder() : CFilePath(g_tempBaseFolder);

@@ -32,7 +32,7 @@ STDAPI DllRegisterServer() {
   if (FAILED(registered)) {
     return registered;
   }
-  // Once more, as administrators' tools have always seen it: the helper-object entry comes last.
+  // Deliberately once more: the helper-object entry comes last, when all that it needs is there.
   return g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, TRUE);
 }
 

@@ -1,7 +1,6 @@
 #include "plugin/host_process.h"
 
-#include <atlbase.h>
-#include <atlstr.h>
+#include <cwchar>
 
 namespace {
 
@@ -10,11 +9,13 @@ constexpr DWORD kPathLength = 260;
 
 }  // namespace
 
+// Without strings that allocate: nobody can catch an exception that leaves DllMain.
 bool IsRefusedHost(LPCWSTR path) {
-  CStringW lowered(path);
-  lowered.MakeLower();
+  wchar_t lowered[kPathLength + 1] = {};
+  wcsncpy(lowered, path, kPathLength);
+  _wcslwr(lowered);
   // Anywhere in the path; "iexplore.exe" does not contain it.
-  return lowered.Find(kShellExecutable) >= 0;
+  return wcsstr(lowered, kShellExecutable) != nullptr;
 }
 
 bool IsRefusedHostProcess() {

@@ -2,7 +2,6 @@
 
 #include <atlbase.h>
 
-#include <exception>
 #include <new>
 
 /// Calls `function` and turns what it throws into an HRESULT: the one way by which exceptions end
@@ -13,10 +12,10 @@ HRESULT CallGuarded(Function function) {
     function();
     return S_OK;
   } catch (const CAtlException& e) {
-    return e.m_hr;
+    return FAILED(e.m_hr) ? e.m_hr : E_FAIL;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
-  } catch (const std::exception&) {
+  } catch (...) {  // Whatever it is, it must not go on into code that knows no exceptions.
     return E_FAIL;
   }
 }

@@ -5,11 +5,17 @@
 class IGUILang {
  public:
   virtual ~IGUILang() = default;
+  /// Whether windows are mirrored for this language.
   virtual bool IsRightToLeft() const = 0;
+  /// Called by a host product when the language becomes current; this module never does.
   virtual void Activate() = 0;
+  /// Whether the language's texts are there; not asked by this module.
   virtual bool IsAvailable() const = 0;
+  /// Number of the language's variant, 0 for the plain one; not asked by this module.
   virtual int GetVariant() const = 0;
+  /// Name of the locale, such as "en_CA"; owned by the language.
   virtual const char* GetLocaleNameNarrow() const = 0;
+  /// The same as a wide text.
   virtual const wchar_t* GetLocaleNameWide() const = 0;
 };
 

@@ -101,7 +101,7 @@ void SetControlFont(HWND control, HGDIOBJ font) {
   SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
 }
 
-void CreateIcon(HWND dialog) {
+void CreateIconControl(HWND dialog) {
   const RECT bounds = {kMargin, kMargin, kMargin + kIconExtent, kMargin + kIconExtent};
   g_box.icon = CreateChild(dialog, L"static", L"", kIconStyle, bounds, 0);
   const HICON icon = LoadIconW(nullptr, MAKEINTRESOURCEW(g_box.iconId));
@@ -126,7 +126,7 @@ void CreateCheckBox(HWND dialog, int textHeight, int checkHeight, HGDIOBJ font) 
 }
 
 /// Button 1 is the default one; each other is plain only behind a button that came before it.
-/// Button 4 looks at button 2, not at button 3: pages and tests count on the styles as they are.
+/// Button 4 deliberately looks at button 2, not at button 3.
 DWORD ButtonStyle(int index) {
   switch (index) {
     case 0:
@@ -180,7 +180,7 @@ void InitialiseBox(HWND dialog) {
                FALSE);
     CWindow(dialog).CenterWindow();
 
-    CreateIcon(dialog);
+    CreateIconControl(dialog);
     CreateText(dialog, textHeight, font);
     if (!g_box.checkLabel.IsEmpty()) {
       CreateCheckBox(dialog, textHeight, checkHeight, font);
@@ -278,7 +278,7 @@ int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
   g_box.iconId = iconId;
   g_box.failure = S_OK;
 
-  CEmptyTemplate boxTemplate = {};
+  alignas(DWORD) CEmptyTemplate boxTemplate = {};
   boxTemplate.header.style = kBoxStyle;
   boxTemplate.header.dwExtendedStyle = ExtendedStyle(owner);
   boxTemplate.header.x = 50;

@@ -37,9 +37,11 @@ class CScopedHandle {
   }
   ~CScopedHandle() { Close(); }
 
+  /// The handle; still owned here.
   Handle Get() const { return m_handle; }
   explicit operator bool() const { return m_handle != Traits::Empty(); }
 
+  /// Closes the handle, if there is one, keeping the thread's last error.
   void Close() {
     if (m_handle != Traits::Empty()) {
       const CLastErrorKeeper keeper;
@@ -51,6 +53,7 @@ class CScopedHandle {
   Handle m_handle = Traits::Empty();
 };
 
+/// A font made by CreateFont.
 struct CFontTraits {
   using Handle = HFONT;
   static Handle Empty() { return nullptr; }
@@ -58,6 +61,7 @@ struct CFontTraits {
 };
 using CScopedFont = CScopedHandle<CFontTraits>;
 
+/// A library loaded by LoadLibrary.
 struct CLibraryTraits {
   using Handle = HMODULE;
   static Handle Empty() { return nullptr; }
