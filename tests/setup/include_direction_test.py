@@ -42,8 +42,9 @@ class IncludeDirectionTest(unittest.TestCase):
         self.assertEqual(self.check({"ui/u.h": '#include "tests/support/x.h"\n'})[0], 1)
         self.assertEqual(self.check({"plugin/p.rc": '  # include <tools/x.h>\n'})[0], 1)
 
-    def test_parent_folders_are_refused(self):
-        self.assertEqual(self.check({"atl/a.h": '#include "../ui/u.h"\n'})[0], 1)
+    def test_relative_paths_are_followed(self):
+        self.assertEqual(self.check({"atl/detail/a.h": '#include "../../ui/u.h"\n'})[0], 1)
+        self.assertEqual(self.check({"atl/detail/a.h": '#include "../b.h"\n'}), (0, []))
 
     def test_tests_may_include_everything(self):
         self.assertEqual(self.check({"tests/ui/t.cpp": '#include "download/d.h"\n'}), (0, []))

@@ -5,6 +5,7 @@ ui -> atl, and that no part of the product includes tests or tools.
 Usage: include_direction.py [ROOT]
 """
 
+import os
 import pathlib
 import re
 import sys
@@ -24,6 +25,15 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
 SUFFIXES = {".h", ".cpp", ".rc", ".idl"}
 
 
+def included_folder(root, file, target):
+    """The first folder, seen from the root, of what `file` includes as `target`."""
+    if ".." in target.split("/"):
+        target = os.path.relpath(os.path.join(file.parent, target), root)
+    elif "/" not in target:
+        return None  # a system's header, or one of the same folder
+    return target.split("/")[0]
+
+
 def violations(root):
     """Yields (file, line, included path) for each include that points the wrong way."""
     for folder, allowed in ALLOWED.items():
@@ -33,9 +43,8 @@ def violations(root):
             text = file.read_text(encoding="utf-8")
             for match in INCLUDE.finditer(text):
                 target = match.group(1)
-                # "../ui/x.h" would hide where it points.
-                first = target.split("/")[0] if "/" in target else folder
-                if first == ".." or (first in FOLDERS and first not in allowed | {folder}):
+                other = included_folder(root, file, target)
+                if other in FOLDERS - allowed - {folder}:
                     yield file, text.count("\n", 0, match.start()) + 1, target
 
 
