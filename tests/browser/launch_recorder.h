@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ class CLaunchRecorder {
   const std::vector<CLaunch>& Launches() const;
   /// What every launch answers from now on; TRUE at first.
   void SetAnswer(BOOL answer) const;
+  /// What is to happen during a launch.
+  void WhileLaunching(std::function<void()> action) const;
 
  private:
   CImportPatch m_patch;

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/import_patch.h"
 
@@ -18,48 +19,6 @@ constexpr wchar_t kGalleries[] =
 
 const HWND kOwner = GetDesktopWindow();
 const HANDLE kState = GetCurrentThread();  // any value: only handed on
-
-/// Stands in for the common save dialog: takes down what it is given. One at a time.
-class CCommonDialog {
- public:
-  /// An empty choice cancels.
-  explicit CCommonDialog(const std::wstring& choice)
-      : m_patch("comdlg32.dll", "GetSaveFileNameW", &Ask) {
-    s_choice = choice;
-    s_calls = 0;
-  }
-  int Calls() const { return s_calls; }
-  const OPENFILENAMEW& Given() const { return s_given; }
-  const std::wstring& GivenName() const { return s_name; }
-  /// The filter with bars for its NULs, up to the two at its end; "none" for a null filter.
-  const std::wstring& GivenFilter() const { return s_filter; }
-
- private:
-  static BOOL WINAPI Ask(OPENFILENAMEW* dialog) {
-    ++s_calls;
-    s_given = *dialog;
-    s_name = dialog->lpstrFile;
-    s_filter = L"none";
-    if (dialog->lpstrFilter != nullptr) {
-      s_filter.clear();
-      for (LPCWSTR text = dialog->lpstrFilter; *text != L'\0'; text += wcslen(text) + 1) {
-        s_filter += std::wstring(text) + L"|";
-      }
-    }
-    if (s_choice.empty()) {
-      return FALSE;
-    }
-    wcscpy(dialog->lpstrFile, s_choice.c_str());
-    return TRUE;
-  }
-
-  static inline std::wstring s_choice;
-  static inline int s_calls;
-  static inline OPENFILENAMEW s_given;
-  static inline std::wstring s_name;
-  static inline std::wstring s_filter;
-  CImportPatch m_patch;
-};
 
 std::wstring ChosenPath(const std::wstring& choice, LPCWSTR extension = L".folivo") {
   const CCommonDialog dialog(choice);

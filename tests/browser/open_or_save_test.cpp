@@ -1,0 +1,306 @@
+// The steps after the user's choice. The download dialog and the save dialog answer at once here,
+// and nothing is run; they are shown in open_or_save_tests.
+
+#include "browser/open_or_save.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "download/temp_files.h"
+#include "tests/browser/common_dialog.h"
+#include "tests/browser/dialog_result.h"
+#include "tests/browser/install_information.h"
+#include "tests/browser/launch_recorder.h"
+#include "tests/browser/lesson_bytes.h"
+#include "tests/browser/prompt_answer.h"
+#include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/temp_sandbox.h"
+
+namespace {
+
+const HWND kOwner = GetDesktopWindow();
+const HANDLE kState = GetCurrentThread();  // any value: only handed on
+
+TEST(AskOpenOrSave, AnswersAreTheButtons) {
+  for (const int answer : {6, 7, 2, 3, 0}) {
+    const CPromptAnswer prompt(answer);
+    EXPECT_EQ(AskOpenOrSave(kOwner), answer);
+    EXPECT_EQ(prompt.Owner(), kOwner);
+  }
+  EXPECT_EQ(kAnswerOpen, 6);
+  EXPECT_EQ(kAnswerSave, 7);
+}
+
+class OpenOrSaveSteps : public testing::Test {
+ protected:
+  OpenOrSaveSteps() { SetTempBaseFolder(m_sandbox.Path().c_str()); }
+  ~OpenOrSaveSteps() override { SetTempBaseFolder(CStringW()); }
+
+  /// What was opened; empty when nothing was.
+  std::wstring Opened() const {
+    EXPECT_LE(m_launches.Launches().size(), 1u);
+    return m_launches.Launches().empty() ? std::wstring() : m_launches.Launches()[0].file;
+  }
+
+  const CTempSandbox m_sandbox;
+  CMessageRecorder m_messages;
+  const CLaunchRecorder m_launches;
+  const CInstallInformation m_information;  // none: files are opened by their association
+  const CIeFrameDouble m_browser;
+};
+
+class DownloadSteps : public OpenOrSaveSteps {
+ protected:
+  /// Runs a download of `url`, whose dialog ends with `result`.
+  void Run(bool save, const std::wstring& url, INT_PTR result = kDownloadDelivered) {
+    const CProgressDialog::Ptr dialog =
+        CProgressDialog::Create(url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()));
+    const CDialogResult run(result);
+    run.WhileRunning([&] {
+      m_destination = dialog->m_destPath.GetText().GetString();
+      m_shownName = dialog->m_fileName.GetString();
+      m_saveState = dialog->m_saveState;
+    });
+    OpenOrSave(kOwner, dialog, save, url.c_str(), L".qdk");
+    m_runs = run.Count();
+    m_template = run.Template();
+    m_parent = run.Parent();
+  }
+
+  int m_runs = 0;
+  UINT m_template = 0;
+  HWND m_parent = nullptr;
+  std::wstring m_destination;
+  std::wstring m_shownName;
+  HANDLE m_saveState = nullptr;
+};
+
+TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
+  const CCommonDialog dialog(L"C:/x/My name");
+  Run(true, L"http://localhost/files/a%20b.qdk");
+  EXPECT_EQ(dialog.GivenName(), L"a b.qdk");
+  EXPECT_EQ(dialog.Given().hwndOwner, kOwner);
+  EXPECT_EQ(m_runs, 1);
+  EXPECT_EQ(m_template, 206u);
+  EXPECT_EQ(m_parent, GetActiveWindow());
+  EXPECT_EQ(m_destination, L"C:\\x\\My name.qdk");
+  EXPECT_EQ(m_shownName, L"My name.qdk");
+  EXPECT_EQ(m_saveState, nullptr);
+  EXPECT_EQ(Opened(), L"");
+}
+
+TEST_F(DownloadSteps, CancelledSaveDialogRunsNothing) {
+  const CCommonDialog dialog(L"");
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(dialog.Calls(), 1);
+  EXPECT_EQ(m_runs, 0);
+  EXPECT_EQ(Opened(), L"");
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(DownloadSteps, OpenGoesToATemporaryFileOfTheDownloadsName) {
+  const CCommonDialog dialog(L"C:\\not asked.qdk");
+  Run(false, L"http://localhost/files/a%20b.qdk");
+  EXPECT_EQ(dialog.Calls(), 0);
+  EXPECT_EQ(m_destination, m_sandbox / L"a b.qdk");
+  EXPECT_EQ(m_shownName, L"a b.qdk");
+  EXPECT_EQ(Opened(), m_destination);
+}
+
+TEST_F(DownloadSteps, OnlyADeliveredDownloadIsOpened) {
+  for (const int result : {2, 3, 0, -1}) {
+    Run(false, L"http://localhost/a.qdk", result);
+    EXPECT_EQ(m_runs, 1);
+    EXPECT_EQ(Opened(), L"") << result;
+  }
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(DownloadSteps, ExtensionOfTheNameGivesWayToTheDownloads) {
+  Run(false, L"http://localhost/a.qdk?name=other.exe");
+  EXPECT_EQ(m_destination, m_sandbox / L"other.qdk");
+}
+
+TEST_F(DownloadSteps, NameWithoutLettersGetsOneFromProcessAndTime) {
+  Run(false, L"http://localhost/a.qdk?x=");
+  const std::wstring beginning = L"FVK-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+  EXPECT_EQ(m_shownName.substr(0, beginning.size()), beginning);
+  EXPECT_EQ(m_shownName.substr(m_shownName.size() - 4), L".qdk");
+  Run(false, L"http://localhost/a.qdk?x=.hidden");
+  EXPECT_EQ(m_shownName.substr(0, beginning.size()), beginning);
+}
+
+TEST_F(DownloadSteps, TakenNameIsNumbered) {
+  m_sandbox.Write(L"a.qdk", "taken");
+  Run(false, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_shownName.substr(0, 2), L"a(");
+}
+
+TEST_F(DownloadSteps, LongNameIsShortenedUntilThePathFits) {
+  const std::wstring name(251, L'n');
+  Run(false, L"http://localhost/" + name + L".qdk");
+  EXPECT_EQ(m_destination.size(), 256u);  // 260 - 5, the backslash before the name not counted
+  EXPECT_EQ(m_shownName.substr(0, 50), name.substr(0, 50));
+  EXPECT_EQ(Opened(), m_destination);
+}
+
+TEST_F(DownloadSteps, ShortenedNameIsUniqueToo) {
+  const std::wstring url = L"http://localhost/" + std::wstring(251, L'n') + L".qdk";
+  Run(false, url);
+  m_sandbox.Write(m_shownName, "taken");
+  const std::wstring first = m_destination;
+  const CLaunchRecorder launches;
+  Run(false, url);
+  EXPECT_NE(m_destination, first);
+  EXPECT_EQ(m_shownName.find(L'('), m_shownName.rfind(L'n') + 1);
+}
+
+TEST_F(DownloadSteps, NameThatDoesNotDecodeIsReplacedAndTheDownloadGoesOn) {
+  Run(false, L"http://localhost/" + std::wstring(300, L'n') + L".qdk");
+  EXPECT_EQ(m_messages.TakeTexts().size(), 1u);
+  EXPECT_EQ(m_shownName, L"downloadedfile.qdk");
+  const CCommonDialog dialog(L"");
+  Run(true, L"http://localhost/" + std::wstring(300, L'n') + L".qdk");
+  EXPECT_EQ(m_messages.TakeTexts().size(), 1u);
+  EXPECT_EQ(dialog.GivenName(), L"downloadedfile.qdk");
+}
+
+TEST_F(DownloadSteps, ProtectedSaveHandsItsStateToTheDownload) {
+  const CCommonDialog dialog(L"C:\\not asked.qdk");
+  m_browser->isProtectedMode = TRUE;
+  m_browser->saveDialogState = kState;
+  wcscpy(m_browser->saveDialogPath, L"C:\\Users\\chosen.qdk");
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(dialog.Calls(), 0);
+  EXPECT_EQ(std::wstring(m_browser->saveDialogFileName), L"a.qdk");
+  EXPECT_EQ(m_saveState, kState);
+  EXPECT_EQ(m_destination, L"C:\\Users\\chosen.qdk");
+  EXPECT_EQ(m_browser->saveCalls, 0);  // the download's business
+}
+
+TEST_F(DownloadSteps, CancelledProtectedSaveRunsNothing) {
+  m_browser->isProtectedMode = TRUE;
+  m_browser->saveDialogResult = S_FALSE;
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_runs, 0);
+  EXPECT_EQ(m_browser->cancelCalls, 1);
+}
+
+TEST_F(DownloadSteps, ProtectedOpenHasNoSaveState) {
+  m_browser->isProtectedMode = TRUE;
+  m_browser->saveDialogState = kState;
+  Run(false, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_browser->saveDialogCalls, 0);
+  EXPECT_EQ(m_saveState, nullptr);
+  EXPECT_EQ(Opened(), m_sandbox / L"a.qdk");
+}
+
+TEST_F(DownloadSteps, FailingProtectedModeQuestionCountsAsUnprotected) {
+  const CCommonDialog dialog(L"");
+  m_browser->isProtectedMode = TRUE;
+  m_browser->protectedModeResult = E_FAIL;
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_browser->protectedModeCalls, 1);
+  EXPECT_EQ(dialog.Calls(), 1);
+}
+
+TEST_F(DownloadSteps, MissingLibraryOrFunctionCountsAsUnprotected) {
+  const CCommonDialog dialog(L"");
+  {
+    const CImportPatch patch(
+        "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
+    Run(true, L"http://localhost/a.qdk");
+  }
+  EXPECT_EQ(dialog.Calls(), 1);
+  const CImportPatch patch(
+      "kernel32.dll", "GetProcAddress", +[](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(dialog.Calls(), 2);
+}
+
+TEST_F(DownloadSteps, UrlWithoutADownloadDoesNothing) {
+  const CDialogResult run(kDownloadDelivered);
+  OpenOrSave(kOwner, nullptr, false, L"http://localhost/a.qdk", L".qdk");
+  EXPECT_EQ(run.Count(), 0);
+  EXPECT_EQ(Opened(), L"");
+}
+
+class LocalFileSteps : public OpenOrSaveSteps {
+ protected:
+  void Run(bool save, const std::wstring& path) const {
+    OpenOrSave(kOwner, nullptr, save, path.c_str(), L".qdk");
+  }
+  const std::wstring m_file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
+};
+
+TEST_F(LocalFileSteps, OpenRunsTheFileItself) {
+  Run(false, m_file);
+  EXPECT_EQ(Opened(), m_file);
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+}
+
+TEST_F(LocalFileSteps, OpenNormalisesThePath) {
+  std::wstring slashes = m_file;
+  for (wchar_t& c : slashes) {
+    c = c == L'\\' ? L'/' : c;
+  }
+  Run(false, slashes);
+  EXPECT_EQ(Opened(), m_file);
+}
+
+TEST_F(LocalFileSteps, SaveCopiesOverAnExistingFile) {
+  const std::wstring target = m_sandbox.Write(L"target.qdk", "old, and longer than the new one");
+  const CCommonDialog dialog(target);
+  Run(true, m_file);
+  EXPECT_EQ(dialog.GivenName(), L"a b.qdk");
+  EXPECT_EQ(ReadFileBytes(target), kOldLessonHead);
+  EXPECT_EQ(ReadFileBytes(m_file), kOldLessonHead);
+  EXPECT_EQ(Opened(), L"");
+}
+
+TEST_F(LocalFileSteps, FailedCopyIsNotReported) {
+  const CCommonDialog dialog(m_sandbox / L"no such folder\\target.qdk");
+  Run(true, m_file);
+  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+}
+
+TEST_F(LocalFileSteps, CancelledSaveDialogCopiesNothing) {
+  const CCommonDialog dialog(L"");
+  Run(true, m_file);
+  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+}
+
+TEST_F(LocalFileSteps, ProtectedSaveIsACopyToo) {
+  const std::wstring target = m_sandbox / L"target.qdk";
+  m_browser->isProtectedMode = TRUE;
+  wcscpy(m_browser->saveDialogPath, target.c_str());
+  Run(true, m_file);
+  EXPECT_EQ(ReadFileBytes(target), kOldLessonHead);
+  EXPECT_EQ(m_browser->saveCalls, 0);
+}
+
+TEST_F(LocalFileSteps, FileThatHasGoneIsReportedAndNothingElseHappens) {
+  std::filesystem::remove(m_file);
+  const CCommonDialog dialog(m_sandbox / L"target.qdk");
+  for (const bool save : {false, true}) {
+    Run(save, m_file);
+    const auto shown = m_messages.Take();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0].text, L"The file " + m_file +
+                                 L" does not exist. Please verify that the path to the file is "
+                                 L"valid.");
+    EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+    EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_OK));
+    EXPECT_EQ(shown[0].owner, kOwner);
+  }
+  EXPECT_EQ(Opened(), L"");
+  EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+}  // namespace
