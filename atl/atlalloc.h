@@ -9,12 +9,17 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
+// conversion and the move from lvalues
+
 /// The C library's heap.
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): this is the owner of what it allocates
 struct CCRTAllocator {
   static void* Allocate(size_t nBytes) noexcept { return std::malloc(nBytes); }
   static void* Reallocate(void* p, size_t nBytes) noexcept { return std::realloc(p, nBytes); }
   static void Free(void* p) noexcept { std::free(p); }
 };
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 /// The COM task allocator: memory that crosses interfaces.
 struct CComAllocator {
@@ -49,7 +54,10 @@ class CHeapPtr {
     }
     return *this;
   }
-  CHeapPtr& operator=(CHeapPtr&& p) noexcept { return *this = p; }
+  CHeapPtr& operator=(CHeapPtr&& p) noexcept {
+    *this = p;
+    return *this;
+  }
 
   operator T*() const noexcept { return m_pData; }
   T* operator->() const noexcept {
@@ -100,5 +108,7 @@ class CComHeapPtr : public CHeapPtr<T, CComAllocator> {
   CComHeapPtr() noexcept = default;
   explicit CComHeapPtr(T* pData) noexcept : CHeapPtr<T, CComAllocator>(pData) {}
 };
+
+// NOLINTEND(google-explicit-constructor, misc-unconventional-assign-operator)
 
 }  // namespace ATL

@@ -16,5 +16,5 @@
 #endif
 
 #ifndef _ATL_NO_AUTOMATIC_NAMESPACE
-using namespace ATL;
+using namespace ATL;  // NOLINT(google-global-names-in-headers): as documented
 #endif

@@ -9,6 +9,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
+
 /// Owner of a BSTR. Lengths are in characters. Constructors and assignments throw
 /// CAtlException(E_OUTOFMEMORY); the named functions return an HRESULT instead.
 class CComBSTR {
@@ -206,5 +208,7 @@ class CComBSTR {
     return nLength == Length() && (nLength == 0 || std::wmemcmp(m_str, pch, nLength) == 0);
   }
 };
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

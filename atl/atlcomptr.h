@@ -8,6 +8,9 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
+// conversions and results
+
 /// Makes *pp refer to `lp` and releases what it referred to before. Returns the new value.
 inline IUnknown* AtlComPtrAssign(IUnknown** pp, IUnknown* lp) {
   if (pp == nullptr) {
@@ -206,7 +209,11 @@ class CComQIPtr : public CComPtr<T> {
   CComQIPtr(T* lp) noexcept { p = Referenced(lp); }
   CComQIPtr(const CComQIPtr& lp) noexcept = default;
   CComQIPtr(CComQIPtr&& lp) noexcept = default;
-  CComQIPtr(IUnknown* lp) noexcept requires(!std::is_same_v<T, IUnknown>) { p = Queried(lp); }
+  CComQIPtr(IUnknown* lp) noexcept
+    requires(!std::is_same_v<T, IUnknown>)
+  {
+    p = Queried(lp);
+  }
 
   T* operator=(T* lp) noexcept {
     this->Attach(Referenced(lp));
@@ -217,7 +224,9 @@ class CComQIPtr : public CComPtr<T> {
     CComPtr<T>::operator=(static_cast<CComPtr<T>&&>(lp));
     return p;
   }
-  T* operator=(IUnknown* lp) noexcept requires(!std::is_same_v<T, IUnknown>) {
+  T* operator=(IUnknown* lp) noexcept
+    requires(!std::is_same_v<T, IUnknown>)
+  {
     this->Attach(Queried(lp));
     return p;
   }
@@ -243,5 +252,7 @@ class CComQIPtr : public CComPtr<T> {
     return static_cast<T*>(pNew);
   }
 };
+
+// NOLINTEND(google-explicit-constructor, misc-unconventional-assign-operator)
 
 }  // namespace ATL

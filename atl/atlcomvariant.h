@@ -7,6 +7,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
+
 /// Owner of a VARIANT's contents. Constructors and assignments throw CAtlException; the named
 /// functions return an HRESULT instead.
 class CComVariant : public tagVARIANT {
@@ -84,9 +86,9 @@ class CComVariant : public tagVARIANT {
   }
   /// Takes every type that a constructor takes.
   template <class V>
-  requires(std::is_constructible_v<CComVariant, V> &&
-           !std::is_base_of_v<VARIANT, std::decay_t<V>>) CComVariant&
-  operator=(V&& value) {
+    requires(std::is_constructible_v<CComVariant, V> &&
+             !std::is_base_of_v<VARIANT, std::decay_t<V>>)
+  CComVariant& operator=(V&& value) {
     CComVariant varNew(std::forward<V>(value));
     Swap(varNew);
     return *this;
@@ -157,5 +159,7 @@ class CComVariant : public tagVARIANT {
     std::swap(static_cast<VARIANT&>(*this), static_cast<VARIANT&>(other));
   }
 };
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

@@ -22,12 +22,7 @@
 #endif
 
 /// Throws CAtlException(hr) unless `expr` holds; needs atlexcept.h at the point of use.
-#define ATLENSURE_THROW(expr, hr) \
-  do {                            \
-    if (!(expr)) {                \
-      ATL::AtlThrow(hr);          \
-    }                             \
-  } while (0)
+#define ATLENSURE_THROW(expr, hr) ((expr) ? static_cast<void>(0) : ATL::AtlThrow(hr))
 #define ATLENSURE(expr) ATLENSURE_THROW(expr, E_FAIL)
 
 /// Tracing goes nowhere: a debugger shows the calls, and a browser's output window is shared.

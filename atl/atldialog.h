@@ -99,6 +99,7 @@ class ATL_NO_VTABLE CDialogImplBaseT : public CWindowImplRoot<TBase> {
 
 /// A dialog made from the template T::IDD, with T's message map.
 template <class T, class TBase = CWindow>
+// NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CDialogImpl : public CDialogImplBaseT<TBase> {
  public:
   /// The code given to EndDialog, or -1 when the dialog cannot be created.

@@ -4,6 +4,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents this conversion
+
 /// The one exception type of the library: a failure code, nothing else.
 class CAtlException {
  public:
@@ -25,5 +27,7 @@ inline HRESULT AtlHresultFromLastError() noexcept { return AtlHresultFromWin32(:
 
 /// Throws CAtlException with the thread's last error.
 [[noreturn]] ATL_NOINLINE inline void AtlThrowLastWin32() { AtlThrow(AtlHresultFromLastError()); }
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

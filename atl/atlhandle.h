@@ -6,6 +6,9 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
+// conversion and the move from lvalues
+
 /// Owner of a kernel object handle whose "none" value is null (events, threads, timers; not files).
 class CHandle {
  public:
@@ -22,7 +25,10 @@ class CHandle {
     }
     return *this;
   }
-  CHandle& operator=(CHandle&& h) noexcept { return *this = h; }
+  CHandle& operator=(CHandle&& h) noexcept {
+    *this = h;
+    return *this;
+  }
 
   operator HANDLE() const noexcept { return m_h; }
 
@@ -42,5 +48,7 @@ class CHandle {
 
   HANDLE m_h = nullptr;
 };
+
+// NOLINTEND(google-explicit-constructor, misc-unconventional-assign-operator)
 
 }  // namespace ATL

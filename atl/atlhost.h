@@ -7,6 +7,7 @@ namespace ATL {
 /// A dialog made from the template T::IDD, with T's message map. The template may hold windows
 /// only: ActiveX controls are not hosted, and a template with one cannot be created.
 template <class T, class TBase = CWindow>
+// NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CAxDialogImpl : public CDialogImplBaseT<TBase> {
  public:
   /// The code given to EndDialog, or -1 when the dialog cannot be created.

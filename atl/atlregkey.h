@@ -6,6 +6,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents this conversion
+
 /// Owner of a registry key handle. The functions return Win32 error codes (ERROR_SUCCESS is 0),
 /// never throw, and leave the thread's last error alone.
 class CRegKey {
@@ -184,5 +186,7 @@ class CRegKey {
     return nResult;
   }
 };
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

@@ -9,6 +9,9 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): the buffers of these classes are raw memory of their
+// own
+
 /// Growing array for small numbers of elements. Failures are reported as FALSE, never thrown
 /// (except by the elements themselves).
 template <class T>
@@ -117,5 +120,7 @@ class CSimpleArray {
   int m_nSize = 0;
   int m_nAllocSize = 0;
 };
+
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 }  // namespace ATL

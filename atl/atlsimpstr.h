@@ -12,6 +12,11 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): the buffers of these classes are raw memory of their
+// own
+
+// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
+
 /// The names by which string code speaks of its own ("X") and of the other ("Y") character type.
 template <typename BaseType>
 struct ChTraitsBase;
@@ -287,5 +292,9 @@ class CSimpleStringT {
 using CSimpleStringA = CSimpleStringT<char>;
 using CSimpleStringW = CSimpleStringT<wchar_t>;
 using CSimpleString = CSimpleStringT<TCHAR>;
+
+// NOLINTEND(google-explicit-constructor)
+
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 }  // namespace ATL

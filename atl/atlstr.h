@@ -15,5 +15,5 @@ using CString = CAtlString;
 }  // namespace ATL
 
 #ifndef _ATL_NO_AUTOMATIC_NAMESPACE
-using namespace ATL;
+using namespace ATL;  // NOLINT(google-global-names-in-headers): as documented
 #endif

@@ -5,6 +5,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
+
 /// A rectangle argument that may be a reference, a pointer, or absent.
 class _U_RECT {
  public:
@@ -267,5 +269,7 @@ inline BOOL CWindow::CenterWindow(HWND hWndCenter) noexcept {
       place(rcCenter.top, rcCenter.bottom, rcSelf.bottom - rcSelf.top, rcArea.top, rcArea.bottom);
   return SetWindowPos(nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

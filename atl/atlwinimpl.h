@@ -150,6 +150,7 @@ class ATL_NO_VTABLE CWindowImplBaseT : public CWindowImplRoot<TBase> {
 
 /// A window of class T's own window class (DECLARE_WND_CLASS) with T's message map.
 template <class T, class TBase = CWindow, class TWinTraits = CControlWinTraits>
+// NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CWindowImpl : public CWindowImplBaseT<TBase, TWinTraits> {
  public:
   static CWndClassInfo& GetWndClassInfo() {

@@ -68,34 +68,34 @@ class CAtlWinModule {
 
   /// Announces that the calling thread's next window belongs to pObject. The entry must live until
   /// it is extracted.
-  void AddCreateWndData(_AtlCreateWndData* pData, void* pObject) {
+  void AddCreateWndData(_AtlCreateWndData* pData, void* pObject) noexcept {
     pData->m_pThis = pObject;
     pData->m_dwThreadID = ::GetCurrentThreadId();
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    const CScope scope(m_lock);
     pData->m_pNext = m_pCreating;
     m_pCreating = pData;
   }
   /// The object last announced by the calling thread; null when there is none.
-  void* ExtractCreateWndData() {
+  void* ExtractCreateWndData() noexcept {
     const DWORD dwThreadID = ::GetCurrentThreadId();
     return ExtractIf(
         [=](const _AtlCreateWndData& data) { return data.m_dwThreadID == dwThreadID; });
   }
   /// Withdraws an announcement for which no window appeared.
-  void RemoveCreateWndData(const _AtlCreateWndData* pData) {
+  void RemoveCreateWndData(const _AtlCreateWndData* pData) noexcept {
     ExtractIf([=](const _AtlCreateWndData& data) { return &data == pData; });
   }
 
-  void AddWindow(CWindowLink* pLink, HWND hWnd, void* pObject) {
+  void AddWindow(CWindowLink* pLink, HWND hWnd, void* pObject) noexcept {
     ATLASSERT(pLink->m_hWnd == nullptr);
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    const CScope scope(m_lock);
     pLink->m_hWnd = hWnd;
     pLink->m_pThis = pObject;
     pLink->m_pNext = m_pWindows;
     m_pWindows = pLink;
   }
-  void RemoveWindow(CWindowLink* pLink) {
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+  void RemoveWindow(CWindowLink* pLink) noexcept {
+    const CScope scope(m_lock);
     for (CWindowLink** ppLink = &m_pWindows; *ppLink != nullptr; ppLink = &(*ppLink)->m_pNext) {
       if (*ppLink == pLink) {
         *ppLink = pLink->m_pNext;
@@ -105,8 +105,8 @@ class CAtlWinModule {
     }
   }
   /// The object of a window; null when it has none (any more).
-  void* FindWindowObject(HWND hWnd) {
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+  void* FindWindowObject(HWND hWnd) noexcept {
+    const CScope scope(m_lock);
     for (const CWindowLink* pLink = m_pWindows; pLink != nullptr; pLink = pLink->m_pNext) {
       if (pLink->m_hWnd == hWnd) {
         return pLink->m_pThis;
@@ -117,7 +117,7 @@ class CAtlWinModule {
 
   /// Registers a window class on first use, by whichever thread comes first. Returns 0 on failure.
   ATOM RegisterClassOnce(CWndClassInfo& info) {
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+    const CScope scope(m_lock);
     if (info.m_atom == 0) {
       info.Prepare();
       info.m_atom = ::RegisterClassEx(&info.m_wc);
@@ -129,9 +129,21 @@ class CAtlWinModule {
   }
 
  private:
+  /// Entering a critical section does not fail: unlike CComCritSecLock, nothing here throws.
+  class CScope {
+   public:
+    explicit CScope(CComCriticalSection& lock) noexcept : m_lock(lock) { m_lock.Lock(); }
+    ~CScope() { m_lock.Unlock(); }
+    CScope(const CScope&) = delete;
+    CScope& operator=(const CScope&) = delete;
+
+   private:
+    CComCriticalSection& m_lock;
+  };
+
   template <class Predicate>
-  void* ExtractIf(Predicate matches) {
-    const CComCritSecLock<CComCriticalSection> lock(m_lock);
+  void* ExtractIf(Predicate matches) noexcept {
+    const CScope scope(m_lock);
     for (_AtlCreateWndData** ppData = &m_pCreating; *ppData != nullptr;
          ppData = &(*ppData)->m_pNext) {
       if (matches(**ppData)) {

@@ -13,6 +13,8 @@
 
 namespace ATL {
 
+// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
+
 /// Where a string finds its character functions and its resources.
 template <typename BaseType, class StringIterator = ChTraitsCRT<BaseType>>
 struct StrTraitATL : StringIterator {
@@ -71,7 +73,10 @@ class CStringT : public CSimpleStringT<BaseType> {
     SetString(pszSrc);
     return *this;
   }
-  CStringT& operator=(PCYSTR pszSrc) { return *this = CStringT(pszSrc); }
+  CStringT& operator=(PCYSTR pszSrc) {
+    *this = CStringT(pszSrc);
+    return *this;
+  }
   CStringT& operator=(XCHAR ch) {
     SetString(&ch, 1);
     return *this;
@@ -352,5 +357,7 @@ class CStringT : public CSimpleStringT<BaseType> {
     ReleaseBufferSetLength(nNeeded);
   }
 };
+
+// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

@@ -55,7 +55,7 @@ TEST(ComBstr, MoveAndDetach) {
   const BSTR text = source.m_str;
   CComBSTR target(std::move(source));
   EXPECT_EQ(text, target.m_str);
-  EXPECT_TRUE(!source);
+  EXPECT_TRUE(!source);  // NOLINT(bugprone-use-after-move): that is what is tested
   CComBSTR taker;
   taker.Attach(target.Detach());
   EXPECT_EQ(text, taker.m_str);

@@ -22,7 +22,7 @@ TEST(ComPtr, CountsOneReferencePerOwner) {
     EXPECT_EQ(3, object.References());
     CComPtr<IPersist> third(std::move(second));
     EXPECT_EQ(3, object.References());
-    EXPECT_TRUE(!second);
+    EXPECT_TRUE(!second);  // NOLINT(bugprone-use-after-move): that is what is tested
     second = third;
     EXPECT_EQ(4, object.References());
     const CComPtr<IPersist>& same = second;

@@ -25,9 +25,12 @@ class CBaseMap : public CMessageMap {
     return result;
   }
   CString m_log;
+
+ protected:
+  ~CBaseMap() = default;
 };
 
-class CTestMap : public CBaseMap {
+class CTestMap final : public CBaseMap {
  public:
   enum { kFirst = 100, kLast = 110 };
 

@@ -44,6 +44,7 @@ TEST_F(RegKey, OwnershipMoves) {
   ASSERT_EQ(ERROR_SUCCESS, first.Create(m_key, L"sub"));
   const HKEY raw = first;
   CRegKey second(std::move(first));
+  // NOLINTNEXTLINE(bugprone-use-after-move): that is what is tested
   EXPECT_EQ(nullptr, first.m_hKey);
   EXPECT_EQ(raw, second.Detach());
   first.Attach(raw);
