@@ -2,6 +2,9 @@
 
 #include <atlbase.h>
 #include <atlcom.h>
+#include <exdispid.h>
+
+#include <string>
 
 #include "browser/ie_download.h"
 #include "tests/browser/navigation_event.h"
