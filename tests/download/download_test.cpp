@@ -1,0 +1,73 @@
+#include "tests/download/download_test.h"
+
+#include <commctrl.h>
+
+#include <vector>
+
+#include "tests/support/http_pattern.h"
+#include "tests/support/parallel.h"
+#include "tests/support/test_module.h"
+#include "tests/support/user.h"
+
+namespace {
+
+CTestModule g_module;
+
+constexpr uint64_t kSeed = 20;
+
+}  // namespace
+
+std::wstring NotAvailable(const std::wstring& url) {
+  return L"The file " + url + L" is not available for downloading.";
+}
+
+LRESULT BarPosition(HWND window) {
+  return SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0);
+}
+
+std::vector<WPARAM> TakePostedResults() {
+  std::vector<WPARAM> results;
+  const auto threadMessages = reinterpret_cast<HWND>(static_cast<INT_PTR>(-1));
+  MSG message = {};
+  while (PeekMessageW(&message, threadMessages, WM_USER, WM_USER, PM_REMOVE)) {
+    results.push_back(message.wParam);
+  }
+  return results;
+}
+
+INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)>& user) {
+  const CParallel thread([&] {
+    const HWND window = WaitForDialog(kDialogTitle);
+    if (window == nullptr) {
+      for (const HWND other : VisibleDialogs()) {
+        PostMessageW(other, WM_COMMAND, IDCANCEL, 0);
+      }
+      return;
+    }
+    user(window);
+    if (!WaitUntilGone(window)) {
+      PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
+    }
+  });
+  return dialog.DoModal(nullptr);
+}
+
+DownloadTest::DownloadTest() : m_locksBefore(g_module.GetLockCount()) {}
+
+DownloadTest::~DownloadTest() {
+  EXPECT_TRUE(VisibleDialogs().empty());
+  WaitUntil("the module to be free of locks", [this] { return LocksTaken() == 0; });
+}
+
+LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }
+
+CProgressDialog::Ptr DownloadTest::Make(const std::wstring& url) const {
+  CProgressDialog::Ptr dialog = CProgressDialog::Create(url.c_str(), TempPath().c_str());
+  dialog->m_destPath = CFilePath(DestPath().c_str());
+  CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
+  return dialog;
+}
+
+std::string LessonBytes(size_t length) { return kLessonHead + PatternBytes(kSeed, 0, length); }
+
+HttpAnswer Lesson(size_t length) { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, length); }

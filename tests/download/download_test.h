@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "download/progress_dialog.h"
+#include "tests/download/progress_dialog_peer.h"
+#include "tests/support/http_answer.h"
+#include "tests/support/http_server.h"
+#include "tests/support/temp_sandbox.h"
+
+/// Title of the dialog while it downloads.
+inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
+
+/// The message about a URL that cannot be fetched.
+std::wstring NotAvailable(const std::wstring& url);
+
+/// Where the dialog's progress bar stands.
+LRESULT BarPosition(HWND window);
+
+/// The results that were posted to this thread, as by a dialog without a window.
+std::vector<WPARAM> TakePostedResults();
+
+/// Runs the dialog modally with a user: a thread that gets the window once it is visible. A dialog
+/// that the user leaves open and that does not end by itself is cancelled. Gives its result.
+INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)>& user);
+
+/// Lessons of a test server, downloaded into a folder of the test's own. At the end of each test no
+/// dialog is left, and nothing keeps the module loaded.
+class DownloadTest : public testing::Test {
+ protected:
+  DownloadTest();
+  ~DownloadTest() override;
+
+  /// A dialog whose temporary and final files lie in the sandbox; content rule ".qdk".
+  CProgressDialog::Ptr Make(const std::wstring& url) const;
+
+  /// How many more locks the module has than at the begin of the test.
+  LONG LocksTaken() const;
+
+  std::wstring TempPath() const { return m_sandbox / L"temporary.qdk"; }
+  std::wstring DestPath() const { return m_sandbox / L"Lesson.qdk"; }
+
+  const HttpTestServer m_server;
+  const CTempSandbox m_sandbox;
+
+ private:
+  const LONG m_locksBefore;
+};
+
+/// The head of a lesson body, and a whole one: the head and `length` bytes of a pattern.
+inline constexpr char kLessonHead[] = "\x78\x9C";
+std::string LessonBytes(size_t length);
+/// The same as a server's answer.
+HttpAnswer Lesson(size_t length);

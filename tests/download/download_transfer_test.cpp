@@ -1,0 +1,591 @@
+// The steps of a transfer, driven one by one without a window.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+#include <wininet.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/download/download_test.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/scripted_path.h"
+
+namespace {
+
+constexpr DWORD kPeekSize = 800;
+
+class TransferStep : public DownloadTest {
+ protected:
+  /// The one message so far; fails when there is none or more.
+  std::wstring OnlyMessage() {
+    const auto messages = m_messages.Take();
+    if (messages.size() != 1) {
+      ADD_FAILURE() << messages.size() << " messages";
+      return {};
+    }
+    EXPECT_EQ(messages[0].caption, L"MERLO Folivo");
+    EXPECT_EQ(messages[0].style, static_cast<UINT>(MB_ICONEXCLAMATION));
+    return messages[0].text;
+  }
+
+  CMessageRecorder m_messages;
+};
+
+TEST_F(TransferStep, FirstOneOpensRequestAndFile) {
+  const ScriptedPath path(m_server, Lesson(1000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  EXPECT_TRUE(peer.Step());
+  EXPECT_TRUE(peer.IsOpened());
+  EXPECT_TRUE(peer.IsCheckPending());
+  EXPECT_EQ(peer.FileSize(), 0);
+  EXPECT_EQ(path.Requests().size(), 1u);
+  EXPECT_EQ(path.Requests()[0].Header("User-Agent"), "FolivoAX");
+  EXPECT_EQ(path.Requests()[0].method, "GET");
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(TransferStep, FileIsNotShared) {
+  const ScriptedPath path(m_server, Lesson(1000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  const HANDLE other = CreateFileW(TempPath().c_str(), GENERIC_READ,
+                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                   OPEN_EXISTING, 0, nullptr);
+  EXPECT_EQ(other, INVALID_HANDLE_VALUE);
+}
+
+TEST_F(TransferStep, ExistingFileIsEmptied) {
+  const ScriptedPath path(m_server, Lesson(1000));
+  m_sandbox.Write(L"temporary.qdk", "something old");
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  EXPECT_EQ(peer.FileSize(), 0);
+}
+
+TEST_F(TransferStep, ExactlyFiveStatusesAreRefused) {
+  for (const int status : {204, 403, 404, 410, 500}) {
+    for (const bool peeking : {false, true}) {
+      const ScriptedPath path(m_server, HttpAnswer().Status(status));
+      const std::wstring url = path.Url(L"a.qdk");
+      const auto dialog = Make(url);
+      CProgressDialogPeer peer{*dialog};
+      if (peeking) {
+        peer.BeginPeek();
+      }
+      EXPECT_FALSE(peer.Step()) << status;
+      EXPECT_EQ(OnlyMessage(), NotAvailable(url)) << status;
+      EXPECT_FALSE(peer.IsOpened());
+      if (peeking) {
+        EXPECT_TRUE(peer.IsPeekSignalled()) << "or the pre-check would ask again and again";
+        EXPECT_TRUE(TakePostedResults().empty());
+        EXPECT_FALSE(peer.IsFinished());
+      } else {
+        EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{3});
+        EXPECT_TRUE(peer.IsFinished());
+      }
+      EXPECT_TRUE(m_sandbox.Files().empty()) << "refused before the file is made";
+    }
+  }
+}
+
+TEST_F(TransferStep, EveryOtherStatusIsAccepted) {
+  for (const int status : {200, 201, 202, 203, 206, 300, 304, 400, 401, 402, 405,
+                           406, 409, 411, 418, 429, 501, 502, 503, 504, 505, 599}) {
+    const ScriptedPath path(m_server, Lesson(10).Status(status));
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step()) << status;
+    EXPECT_TRUE(m_messages.Take().empty()) << status;
+    EXPECT_TRUE(TakePostedResults().empty()) << status;
+  }
+}
+
+TEST_F(TransferStep, ServerThatIsNotThereIsReported) {
+  const std::wstring url = L"http://127.0.0.1:1/a.qdk";
+  for (const bool peeking : {false, true}) {
+    const auto dialog = Make(url);
+    CProgressDialogPeer peer{*dialog};
+    if (peeking) {
+      peer.BeginPeek();
+    }
+    EXPECT_EQ(peer.Step(), peeking);
+    EXPECT_EQ(OnlyMessage(), NotAvailable(url));
+    EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
+    EXPECT_TRUE(TakePostedResults().empty());
+    EXPECT_TRUE(m_sandbox.Files().empty());
+  }
+}
+
+TEST_F(TransferStep, AddressThatIsNoneIsReportedAsItIs) {
+  for (const LPCWSTR url : {L"", L"nonsense", L"100%s%n", L"http://"}) {
+    const auto dialog = Make(url);
+    EXPECT_FALSE(CProgressDialogPeer{*dialog}.Step());
+    EXPECT_EQ(OnlyMessage(), NotAvailable(url));
+  }
+}
+
+TEST_F(TransferStep, StatusThatCannotBeAskedIsRefused) {
+  const ScriptedPath path(m_server, Lesson(10));
+  const std::wstring url = path.Url(L"a.qdk");
+  const auto dialog = Make(url);
+  const CImportPatch patch(
+      "wininet.dll", "HttpQueryInfoW",
+      +[](HINTERNET, DWORD, LPVOID, LPDWORD, LPDWORD) -> BOOL { return FALSE; });
+  EXPECT_FALSE(CProgressDialogPeer{*dialog}.Step());
+  EXPECT_EQ(OnlyMessage(), NotAvailable(url));
+  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{3});
+}
+
+TEST_F(TransferStep, FileThatCannotBeMadeIsReported) {
+  const ScriptedPath path(m_server, Lesson(10));
+  const std::wstring target = m_sandbox / L"missing\\folder\\a.qdk";
+  for (const bool peeking : {false, true}) {
+    const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+    CProgressDialogPeer peer{*dialog};
+    if (peeking) {
+      peer.BeginPeek();
+    }
+    EXPECT_EQ(peer.Step(), peeking);
+    EXPECT_EQ(OnlyMessage(), L"Unable to create the destination file " + target + L".");
+    EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
+    EXPECT_FALSE(peer.IsOpened());
+  }
+}
+
+TEST_F(TransferStep, RepeatedOpenClosesWhatTheFirstLeft) {
+  const ScriptedPath path(m_server, Lesson(10));
+  const std::wstring target = m_sandbox / L"later\\a.qdk";
+  const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+  CProgressDialogPeer peer{*dialog};
+  peer.BeginPeek();
+  ASSERT_TRUE(peer.Step());
+  OnlyMessage();
+  static int closed = 0;
+  static decltype(&InternetCloseHandle) close;
+  const CImportPatch patch(
+      "wininet.dll", "InternetCloseHandle", +[](HINTERNET handle) -> BOOL {
+        ++closed;
+        return close(handle);
+      });
+  close = patch.Original<BOOL WINAPI(HINTERNET)>();
+  m_sandbox.Write(L"later\\other", "");
+  EXPECT_TRUE(peer.Step());
+  EXPECT_EQ(closed, 2);
+  EXPECT_TRUE(peer.IsOpened());
+}
+
+TEST_F(TransferStep, ContentLengthSetsTheTotal) {
+  struct CCase {
+    HttpAnswer answer;
+    bool known;
+    int total;
+  };
+  const CCase cases[] = {
+      {Lesson(998), true, 1000},
+      {Lesson(998).Chunked(), false, 1000000},
+      {Lesson(998).CloseDelimited(), false, 1000000},
+      {Lesson(998).ClaimLength("abc"), true, 0},
+      {Lesson(998).ClaimLength("5000"), true, 5000},
+      // Whatever _wtoi makes of it.
+      {Lesson(998).ClaimLength("2147483647"), true, 2147483647},
+  };
+  for (const CCase& c : cases) {
+    const ScriptedPath path(m_server, c.answer);
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    CProgressDialogPeer peer{*dialog};
+    ASSERT_TRUE(peer.Step(kPeekSize));
+    EXPECT_EQ(peer.IsLengthKnown(), c.known);
+    EXPECT_EQ(peer.Total(), c.total);
+  }
+}
+
+TEST_F(TransferStep, LengthLongerThanTheBufferIsUnknown) {
+  const ScriptedPath path(m_server, Lesson(10).ClaimLength(std::string(2000, '1')));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step(kPeekSize));
+  EXPECT_FALSE(peer.IsLengthKnown());
+  EXPECT_EQ(peer.Total(), 1000000);
+}
+
+TEST_F(TransferStep, EachReadsOneBufferful) {
+  const ScriptedPath path(m_server, Lesson(2500));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step(1000));
+  for (const int received : {1000, 2000, 2502}) {
+    EXPECT_TRUE(peer.Step(1000));
+    EXPECT_EQ(peer.Received(), received);
+    EXPECT_EQ(peer.FileSize(), received);
+  }
+  EXPECT_FALSE(peer.Step(1000));
+  EXPECT_TRUE(peer.IsComplete());
+  EXPECT_NE(peer.File(), INVALID_HANDLE_VALUE) << "left open for the dialog";
+  peer.CloseFile();
+  EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(2500));
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(TransferStep, ValidFirstChunkIsWrittenAndTellsThePreCheck) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  peer.BeginPeek();
+  ASSERT_TRUE(peer.Step(kPeekSize));
+  EXPECT_FALSE(peer.IsPeekSignalled());
+  EXPECT_TRUE(peer.Step(kPeekSize));
+  EXPECT_TRUE(peer.IsPeekSignalled());
+  EXPECT_TRUE(peer.IsValid());
+  EXPECT_FALSE(peer.IsCheckPending());
+  EXPECT_EQ(peer.FileSize(), 800);
+  EXPECT_EQ(peer.Received(), 0) << "the bar counts the worker's bytes only";
+}
+
+TEST_F(TransferStep, InvalidFirstChunkUnderThePreCheckIsSilent) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  peer.BeginPeek();
+  ASSERT_TRUE(peer.Step(kPeekSize));
+  EXPECT_TRUE(peer.Step(kPeekSize));
+  EXPECT_TRUE(peer.IsPeekSignalled());
+  EXPECT_FALSE(peer.IsValid());
+  EXPECT_EQ(peer.FileSize(), 0);
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(TransferStep, InvalidFirstChunkWithoutPreCheckIsReported) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
+  const std::wstring url = path.Url(L"a.qdk");
+  const auto dialog = Make(url);
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  EXPECT_FALSE(peer.Step());
+  EXPECT_EQ(OnlyMessage(), L"The file " + url +
+                               L" is not a valid Folivo file. Please ensure that the link to the "
+                               L"Folivo file is valid.");
+  EXPECT_EQ(peer.FileSize(), 0);
+}
+
+TEST_F(TransferStep, OnlyTheFirstChunkIsChecked) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  ASSERT_TRUE(peer.Step(2));
+  peer.SetExtension(L".qdt");  // nothing passes any more
+  EXPECT_TRUE(peer.Step(100));
+  EXPECT_EQ(peer.FileSize(), 102);
+}
+
+TEST_F(TransferStep, ClosedFileEndsWithoutAMessage) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  ASSERT_TRUE(peer.Step(100));
+  peer.CloseFile();
+  EXPECT_FALSE(peer.Step(100));
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+BOOL WINAPI FailOnFullDisk(HANDLE, LPCVOID, DWORD, LPDWORD written, LPOVERLAPPED) {
+  *written = 0;
+  SetLastError(ERROR_DISK_FULL);
+  return FALSE;
+}
+
+TEST_F(TransferStep, FullDiskIsReported) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  for (const bool peeking : {false, true}) {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    CProgressDialogPeer peer{*dialog};
+    if (peeking) {
+      peer.BeginPeek();
+    }
+    ASSERT_TRUE(peer.Step());
+    {
+      const CImportPatch patch("kernel32.dll", "WriteFile", &FailOnFullDisk);
+      EXPECT_EQ(peer.Step(kPeekSize), peeking);
+    }
+    EXPECT_EQ(OnlyMessage(), L"Unable to write to the destination file " + TempPath() + L".");
+    EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
+    EXPECT_FALSE(peer.IsValid()) << "a file without its head is never delivered";
+    EXPECT_EQ(peer.Received(), 0);
+  }
+}
+
+TEST_F(TransferStep, HandleThatCannotBeWrittenIsReported) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  peer.SetFile(CreateFileW(m_sandbox.Write(L"other", "").c_str(), GENERIC_READ, 0, nullptr,
+                           OPEN_EXISTING, 0, nullptr));
+  EXPECT_FALSE(peer.Step());
+  EXPECT_EQ(OnlyMessage(), L"Unable to write to the destination file " + TempPath() + L".");
+}
+
+BOOL WINAPI FailToRead(HINTERNET, LPVOID, DWORD, LPDWORD) {
+  SetLastError(ERROR_INTERNET_CONNECTION_RESET);
+  return FALSE;
+}
+
+TEST_F(TransferStep, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
+  const ScriptedPath path(m_server, Lesson(10000));
+  const std::wstring url = path.Url(L"a.qdk");
+  for (const bool peeking : {false, true}) {
+    const auto dialog = Make(url);
+    CProgressDialogPeer peer{*dialog};
+    if (peeking) {
+      peer.BeginPeek();
+    }
+    ASSERT_TRUE(peer.Step());
+    ASSERT_TRUE(peer.Step(1000));
+    const CImportPatch patch("wininet.dll", "InternetReadFile", &FailToRead);
+    EXPECT_EQ(peer.Step(), peeking);
+    EXPECT_EQ(OnlyMessage(), NotAvailable(url));
+    EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
+    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+  }
+  EXPECT_TRUE(m_sandbox.Files().empty()) << "it goes with the dialog";
+}
+
+TEST_F(TransferStep, StoppedOnesAreSilent) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  peer.SetRunning(false);
+  EXPECT_FALSE(peer.Step());
+
+  const auto unopened = Make(L"http://127.0.0.1:1/a.qdk");
+  CProgressDialogPeer unopenedPeer{*unopened};
+  unopenedPeer.SetRunning(false);
+  EXPECT_FALSE(unopenedPeer.Step());
+  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_TRUE(TakePostedResults().empty());
+}
+
+struct COpenCall {
+  std::wstring url;
+  DWORD flags;
+  bool hasHeaders;
+};
+struct CErrorDialogCall {
+  HWND owner;
+  DWORD error;
+  DWORD flags;
+  bool hasData;
+};
+std::vector<COpenCall> g_opens;
+std::vector<CErrorDialogCall> g_errorDialogs;
+decltype(&InternetOpenUrlW) g_openUrl;
+
+HINTERNET WINAPI RecordOpen(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD headersLength,
+                            DWORD flags, DWORD_PTR context) {
+  g_opens.push_back({url, flags, headers != nullptr});
+  const HINTERNET request = g_openUrl(session, url, headers, headersLength, flags, context);
+  SetLastError(4711);
+  return request;
+}
+
+/// Wants a retry the first two times.
+DWORD WINAPI RecordErrorDialog(HWND owner, HINTERNET, DWORD error, DWORD flags, LPVOID* data) {
+  g_errorDialogs.push_back({owner, error, flags, data != nullptr});
+  return g_errorDialogs.size() < 3 ? ERROR_INTERNET_FORCE_RETRY : ERROR_CANCELLED;
+}
+
+TEST_F(TransferStep, RetryThatTheErrorDialogWantsOpensTheSameRequestAgain) {
+  const ScriptedPath path(m_server, Lesson(10));
+  const std::wstring url = path.Url(L"a.qdk");
+  const CImportPatch open("wininet.dll", "InternetOpenUrlW", &RecordOpen);
+  g_openUrl =
+      open.Original<HINTERNET WINAPI(HINTERNET, LPCWSTR, LPCWSTR, DWORD, DWORD, DWORD_PTR)>();
+  const CImportPatch error("wininet.dll", "InternetErrorDlg", &RecordErrorDialog);
+  g_opens.clear();
+  g_errorDialogs.clear();
+  const auto dialog = Make(url);
+  EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step());
+  ASSERT_EQ(g_opens.size(), 3u);
+  for (const COpenCall& call : g_opens) {
+    EXPECT_EQ(call.url, url);
+    EXPECT_EQ(call.flags, 0x84400000u);
+    EXPECT_FALSE(call.hasHeaders);
+  }
+  ASSERT_EQ(g_errorDialogs.size(), 3u);
+  for (const CErrorDialogCall& call : g_errorDialogs) {
+    EXPECT_EQ(call.owner, GetForegroundWindow());
+    EXPECT_EQ(call.error, 4711u) << "the last error that the open left";
+    EXPECT_EQ(call.flags, 7u);
+    EXPECT_FALSE(call.hasData);
+  }
+  EXPECT_EQ(path.Requests().size(), 3u);
+}
+
+TEST_F(TransferStep, WithoutARequestThereIsNoErrorDialog) {
+  const CImportPatch error("wininet.dll", "InternetErrorDlg", &RecordErrorDialog);
+  g_errorDialogs.clear();
+  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  EXPECT_FALSE(CProgressDialogPeer{*dialog}.Step());
+  EXPECT_TRUE(g_errorDialogs.empty());
+}
+
+std::vector<WPARAM> g_positions;
+
+LRESULT WINAPI RecordPosition(HWND, int id, UINT message, WPARAM wParam, LPARAM) {
+  EXPECT_EQ(id, 205);
+  EXPECT_EQ(message, static_cast<UINT>(PBM_SETPOS));
+  g_positions.push_back(wParam);
+  return 0;
+}
+
+class TransferProgress : public TransferStep {
+ protected:
+  TransferProgress() : m_patch("user32.dll", "SendDlgItemMessageW", &RecordPosition) {
+    g_positions.clear();
+  }
+
+  /// The positions of the bar through the download of this answer, and its end.
+  std::vector<WPARAM> PositionsOf(const HttpAnswer& answer, DWORD bufferSize = 0x20000) {
+    const ScriptedPath path(m_server, answer);
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    CProgressDialogPeer peer{*dialog};
+    while (peer.Step(bufferSize)) {
+    }
+    EXPECT_TRUE(peer.IsComplete());
+    return std::exchange(g_positions, {});
+  }
+
+ private:
+  CImportPatch m_patch;
+};
+
+TEST_F(TransferProgress, FollowsTheKnownLength) {
+  EXPECT_EQ(PositionsOf(Lesson(998), 300), (std::vector<WPARAM>{30, 60, 90, 100, 100}));
+}
+
+TEST_F(TransferProgress, OfAnUnknownLengthIsRebasedEachTimeItIsPassed) {
+  std::vector<WPARAM> expected;
+  int total = 1000000;
+  for (int received = 0; received < 3000000;) {
+    received = std::min(received + 131072, 3000000);
+    if (received > total) {
+      total = received + 1000000;
+    }
+    expected.push_back(static_cast<WPARAM>(received * 100 / total));
+  }
+  expected.push_back(100);
+  const auto positions = PositionsOf(Lesson(3000000 - 2).CloseDelimited());
+  EXPECT_EQ(positions, expected);
+  const std::vector<WPARAM> begin(positions.begin(), positions.begin() + 9);
+  EXPECT_EQ(begin, (std::vector<WPARAM>{13, 26, 39, 52, 65, 78, 91, 51, 57}));
+  EXPECT_EQ(std::count(positions.begin(), positions.end(), 100u), 1) << "at the end only";
+}
+
+TEST_F(TransferProgress, WrapsInLargeBodies) {
+  // Two chunks, the second beyond 2^31 / 100 bytes.
+  const auto positions = PositionsOf(Lesson(21474837 - 2), 21474836);
+  EXPECT_EQ(positions,
+            (std::vector<WPARAM>{99, static_cast<WPARAM>((-2147483647 - 1 + 52) / 21474837), 100}));
+}
+
+TEST_F(TransferProgress, StaysWhereItIsWhenTheLengthIsNoNumber) {
+  EXPECT_EQ(PositionsOf(Lesson(998).ClaimLength("abc").Close(), 600), (std::vector<WPARAM>{100}))
+      << "the end alone";
+}
+
+TEST_F(TransferProgress, IsNotShownUnderThePreCheck) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
+  EXPECT_TRUE(g_positions.empty());
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step(1000));
+  EXPECT_EQ(peer.Received(), 1000) << "without the 800 bytes of the pre-check";
+  EXPECT_EQ(g_positions, (std::vector<WPARAM>{19}));  // of 5002
+}
+
+class TransferWorker : public TransferStep {};
+
+TEST_F(TransferWorker, PostsOneForACompleteBody) {
+  const ScriptedPath path(m_server, Lesson(300000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  peer.RunWorker();
+  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
+  EXPECT_TRUE(peer.IsFinished());
+  EXPECT_TRUE(peer.IsComplete());
+  peer.CloseFile();
+  EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(300000));
+}
+
+TEST_F(TransferWorker, PostsThreeForAFailure) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("no lesson"));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  peer.RunWorker();
+  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{3});
+  EXPECT_TRUE(peer.IsFinished());
+  EXPECT_FALSE(peer.IsComplete());
+  OnlyMessage();
+}
+
+TEST_F(TransferWorker, PostsThreeTwiceForABadStatus) {
+  const ScriptedPath path(m_server, HttpAnswer().Status(404));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer{*dialog}.RunWorker();
+  EXPECT_EQ(TakePostedResults(), (std::vector<WPARAM>{3, 3}));
+  OnlyMessage();
+}
+
+TEST_F(TransferWorker, EmptyBodyIsCompleteAndUnchecked) {
+  const ScriptedPath path(m_server, HttpAnswer());
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  peer.RunWorker();
+  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
+  EXPECT_TRUE(peer.IsCheckPending());
+  EXPECT_EQ(peer.FileSize(), 0);
+}
+
+TEST_F(TransferWorker, StoppedOneSaysNothingAndCleansUp) {
+  const ScriptedPath path(m_server, Lesson(300000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  ASSERT_TRUE(peer.Step(1000));
+  peer.SetRunning(false);
+  peer.RunWorker();
+  EXPECT_TRUE(TakePostedResults().empty());
+  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_FALSE(peer.IsFinished());
+  EXPECT_EQ(peer.Session(), nullptr);
+  EXPECT_EQ(peer.Request(), nullptr);
+  EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+TEST_F(TransferWorker, NamesItsThread) {
+  static std::string name;
+  const CImportPatch patch(
+      "kernel32.dll", "RaiseException", +[](DWORD code, DWORD, DWORD, const ULONG_PTR* arguments) {
+        EXPECT_EQ(code, 0x406D1388u);
+        name = reinterpret_cast<const char*>(arguments[1]);
+      });
+  const ScriptedPath path(m_server, HttpAnswer());
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer{*dialog}.RunWorker();
+  EXPECT_EQ(name, "CProgressDialog");
+  TakePostedResults();
+}
+
+}  // namespace

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <vector>
+
+#include "download/progress_dialog.h"
+
+/// A test's view of the transfer's state, and its hand on single steps.
+struct CProgressDialogPeer {
+  CProgressDialog& dialog;
+
+  /// One step with a buffer of `size` bytes, the worker's by default.
+  bool Step(DWORD size = 0x20000) {
+    std::vector<BYTE> buffer(size + sizeof(wchar_t));
+    return dialog.DownloadStep(buffer.data(), size);
+  }
+  /// The worker's whole run, on the calling thread.
+  void RunWorker() { dialog.WorkerThreadProc(); }
+
+  /// What PeekContent does at its begin.
+  void BeginPeek() { dialog.m_hPeekEvent.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr)); }
+  bool IsPeeking() const { return dialog.m_hPeekEvent != nullptr; }
+  bool IsPeekSignalled() const { return WaitForSingleObject(dialog.m_hPeekEvent, 0) == 0; }
+
+  bool IsOpened() const { return dialog.m_opened; }
+  bool IsCheckPending() const { return dialog.m_checkPending; }
+  bool IsValid() const { return dialog.m_valid; }
+  bool IsComplete() const { return dialog.m_complete == 1; }
+  bool IsLengthKnown() const { return dialog.m_lengthKnown == 1; }
+  bool IsFinished() const { return dialog.m_finished == 1; }
+  bool IsRunning() const { return dialog.m_running; }
+  int Total() const { return dialog.m_total; }
+  int Received() const { return dialog.m_received; }
+  bool HasThread() const { return dialog.m_thread != nullptr; }
+  HINTERNET Session() const { return dialog.m_hSession.Get(); }
+  HINTERNET Request() const { return dialog.m_hRequest.Get(); }
+  HANDLE File() const { return dialog.m_hFile.Get(); }
+  CStringW Url() const { return dialog.m_url; }
+  CStringW TempPath() const { return dialog.m_tempPath.GetText(); }
+
+  LONGLONG FileSize() const {
+    LARGE_INTEGER size = {};
+    return GetFileSizeEx(File(), &size) ? size.QuadPart : -1;
+  }
+
+  void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
+  void SetRunning(bool running) { dialog.m_running = running; }
+  void SetComplete() { dialog.m_complete = 1; }
+  void SetFile(HANDLE file) { dialog.m_hFile.Put(file); }
+  void CloseFile() { dialog.m_hFile.Close(); }
+  void StopDownload() { dialog.StopDownload(); }
+};
