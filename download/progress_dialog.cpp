@@ -223,13 +223,16 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
 /// go into a recycled handle; a disk that does not answer is left to the worker.
 HANDLE CProgressDialog::TakeFile() {
   const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
-  while (m_fileInUse && GetTickCount64() < deadline) {
+  for (;;) {
     if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
       return file;
     }
+    // Asked only after a look at the handle: the worker raises the flag before it takes that out.
+    if (!m_fileInUse || GetTickCount64() >= deadline) {
+      return m_hFile.Take();  // It may have been put back meanwhile.
+    }
     SwitchToThread();
   }
-  return m_hFile.Take();
 }
 
 void CProgressDialog::CloseFile() {
