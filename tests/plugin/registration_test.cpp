@@ -1,108 +1,280 @@
+// Registration, judged by the whole of what software has in the registry, before and after.
+
+#include <atlbase.h>
 #include <gtest/gtest.h>
-#include <windows.h>
+#include <ocidl.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <string>
+#include <vector>
 
-#include "tests/plugin/plugin_dll.h"
+#include "folivo_plugin_h.h"
+#include "tests/plugin/plugin_library.h"
 #include "tests/plugin/registry_dump.h"
+#include "tests/support/temp_sandbox.h"
 
 namespace {
 
-using Dump = std::map<std::wstring, std::wstring>;
+using Lines = std::vector<std::wstring>;
 
-constexpr wchar_t kFriendlyName[] = L"1:MERLO Folivo Download Utility";
-constexpr wchar_t kClass[] = L"{69402495-68F6-4342-B726-0659FADD1883}";
-constexpr wchar_t kLibrary[] = L"{5B5EE03E-59D9-43C6-A9A7-65303B48614A}";
-constexpr wchar_t kInterface[] = L"{5645A8E4-4B79-452B-8EC7-6545B7323B0A}";
-constexpr wchar_t kApplication[] = L"{D1728953-607F-4348-A009-03FDA01E39C2}";
+constexpr wchar_t kClasses[] = L"HKLM\\Classes";
 constexpr wchar_t kHelperObjects[] =
-    L"HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Browser Helper Objects";
+    L"HKLM\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Browser Helper Objects";
+constexpr wchar_t kApplicationId[] = L"{D1728953-607F-4348-A009-03FDA01E39C2}";
+constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
 
-std::wstring Text(const std::wstring& text) { return L"1:" + text; }
-
-/// Unregisters whatever a test leaves.
-class Registration : public ::testing::Test {
- protected:
-  ~Registration() override { m_dll.UnregisterServer(); }
-  const CPluginDll m_dll;
+struct CRegisteredClass {
+  GUID clsid;
+  LPCWSTR progId;
+  LPCWSTR currentProgId;
+  LPCWSTR friendlyName;
+  GUID interfaceId;
 };
 
-/// What registering writes for the class and the helper object, values only.
-Dump ClassAndHelperValues() {
-  const std::wstring classes = L"HKLM\\Software\\Classes\\";
-  const std::wstring key = classes + L"CLSID\\" + kClass;
-  return {
-      {classes + L"FolivoDownloadPlugin.IEDownload.1|", kFriendlyName},
-      {classes + L"FolivoDownloadPlugin.IEDownload.1\\CLSID|", Text(kClass)},
-      {classes + L"FolivoDownloadPlugin.IEDownload|", kFriendlyName},
-      {classes + L"FolivoDownloadPlugin.IEDownload\\CLSID|", Text(kClass)},
-      {classes + L"FolivoDownloadPlugin.IEDownload\\CurVer|",
-       Text(L"FolivoDownloadPlugin.IEDownload.1")},
-      {key + L"|", kFriendlyName},
-      {key + L"|AppID", Text(kApplication)},
-      {key + L"\\ProgID|", Text(L"FolivoDownloadPlugin.IEDownload.1")},
-      {key + L"\\VersionIndependentProgID|", Text(L"FolivoDownloadPlugin.IEDownload")},
-      {key + L"\\InprocServer32|", Text(PluginDllPath())},
-      {key + L"\\InprocServer32|ThreadingModel", Text(L"apartment")},
-      {key + L"\\TypeLib|", Text(kLibrary)},
-      {std::wstring(kHelperObjects) + L"\\" + kClass + L"|", kFriendlyName},
-  };
+const CRegisteredClass kRegisteredClasses[] = {
+    {CLSID_CIEDownload, L"FolivoDownloadPlugin.IEDownload", L"FolivoDownloadPlugin.IEDownload.1",
+     L"MERLO Folivo Download Utility", IID_IIEDownload},
+};
+
+std::wstring TextOf(const GUID& guid) {
+  wchar_t text[39] = {};
+  StringFromGUID2(guid, text, ARRAYSIZE(text));
+  return text;
 }
 
-/// Whether the system writes this entry for a registered type library, below a key of its own.
-bool IsOfTypeLibrary(const std::wstring& path) {
-  return path.find(std::wstring(L"\\") + kLibrary) != std::wstring::npos;
-}
-bool IsOfInterface(const std::wstring& path) { return path.find(kInterface) != std::wstring::npos; }
-
-TEST_F(Registration, WritesExactlyTheStatedKeys) {
-  const Dump before = DumpRegistry();
-  ASSERT_EQ(m_dll.RegisterServer(), S_OK);
-  const Dump added = Added(before, DumpRegistry());
-
-  Dump values;
-  bool hasLibrary = false;
-  for (const auto& [path, text] : added) {
-    EXPECT_EQ(text.find(L'%'), std::wstring::npos) << std::string(path.begin(), path.end());
-    if (IsOfTypeLibrary(path)) {
-      hasLibrary = true;
-    } else if (!IsOfInterface(path) && path.find(L'|') != std::wstring::npos) {
-      values[path] = text;
+/// The lines that registration adds for the classes and the browser.
+class CExpectation {
+ public:
+  explicit CExpectation(const std::wstring& library) : m_library(library) {
+    for (const CRegisteredClass& registered : kRegisteredClasses) {
+      AddClass(registered);
     }
+    AddKey(std::wstring(kHelperObjects) + L"\\" + TextOf(CLSID_CIEDownload),
+           L"MERLO Folivo Download Utility");
   }
-  EXPECT_EQ(values, ClassAndHelperValues());
-  EXPECT_TRUE(hasLibrary);
-  EXPECT_TRUE(added.contains(std::wstring(L"HKLM\\Software\\Classes\\CLSID\\") + kClass +
-                             L"\\Programmable"));
+
+  Lines Sorted() const {
+    Lines lines = m_lines;
+    std::sort(lines.begin(), lines.end());
+    return lines;
+  }
+
+ private:
+  void AddKey(const std::wstring& key) { m_lines.push_back(KeyLine(key)); }
+  void AddKey(const std::wstring& key, const std::wstring& text) {
+    AddKey(key);
+    m_lines.push_back(ValueLine(key, L"", text));
+  }
+  void AddValue(const std::wstring& key, const std::wstring& name, const std::wstring& text) {
+    m_lines.push_back(ValueLine(key, name, text));
+  }
+
+  void AddClass(const CRegisteredClass& registered) {
+    const std::wstring clsid = TextOf(registered.clsid);
+    const std::wstring classes = std::wstring(kClasses) + L"\\";
+    AddKey(classes + registered.currentProgId, registered.friendlyName);
+    AddKey(classes + registered.currentProgId + L"\\CLSID", clsid);
+    AddKey(classes + registered.progId, registered.friendlyName);
+    AddKey(classes + registered.progId + L"\\CLSID", clsid);
+    AddKey(classes + registered.progId + L"\\CurVer", registered.currentProgId);
+    const std::wstring key = classes + L"CLSID\\" + clsid;
+    AddKey(key, registered.friendlyName);
+    AddValue(key, L"AppID", kApplicationId);
+    AddKey(key + L"\\ProgID", registered.currentProgId);
+    AddKey(key + L"\\VersionIndependentProgID", registered.progId);
+    AddKey(key + L"\\Programmable");
+    AddKey(key + L"\\InprocServer32", m_library);
+    AddValue(key + L"\\InprocServer32", L"ThreadingModel", L"apartment");
+    AddKey(key + L"\\TypeLib", TextOf(LIBID_MERLOFolivoIEPlugin));
+  }
+
+  const std::wstring m_library;
+  Lines m_lines;
+};
+
+/// The class that an object tells of itself.
+GUID ClassOf(IUnknown* object) {
+  const CComQIPtr<IProvideClassInfo> provider(object);
+  CComPtr<ITypeInfo> info;
+  TYPEATTR* attributes = nullptr;
+  if (provider == nullptr || provider->GetClassInfo(&info) != S_OK ||
+      info->GetTypeAttr(&attributes) != S_OK) {
+    return GUID_NULL;
+  }
+  const GUID guid = attributes->guid;
+  info->ReleaseTypeAttr(attributes);
+  return guid;
+}
+
+/// The class's key below HKEY_CLASSES_ROOT, and another one in it.
+std::wstring StrayKey(LPCWSTR below) {
+  return L"CLSID\\" + TextOf(CLSID_CIEDownload) + below + L"\\Stray";
+}
+
+class Registration : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    // What registration never removes has to be there before, to be compared.
+    CRegKey helperObjects;
+    EXPECT_EQ(helperObjects.Create(HKEY_LOCAL_MACHINE,
+                                   L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\"
+                                   L"Browser Helper Objects"),
+              ERROR_SUCCESS);
+    helperObjects.Close();
+    s_before = DumpRegistry();
+  }
+  static void TearDownTestSuite() { EXPECT_EQ(LinesMissingIn(s_before, DumpRegistry()), Lines()); }
+
+  ~Registration() override { m_library.UnregisterServer(); }
+
+  /// Nothing is lost, and exactly what registration of this library writes has come. Takes the
+  /// registration back.
+  static void ExpectRegistered(const CPluginLibrary& library) {
+    const Lines now = DumpRegistry();
+    const Lines added = LinesMissingIn(s_before, now);
+    EXPECT_EQ(LinesMissingIn(now, s_before), Lines()) << "lost";
+    EXPECT_EQ(library.UnregisterServer(), S_OK);
+
+    Lines expected = CExpectation(library.Path()).Sorted();
+    const Lines typeLibrary = TypeLibraryLines(library.Path());
+    expected.insert(expected.end(), typeLibrary.begin(), typeLibrary.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(LinesMissingIn(added, expected), Lines()) << "not written";
+    EXPECT_EQ(LinesMissingIn(expected, added), Lines()) << "not asked for";
+  }
+
+  /// What the system itself writes for the type library, in ways and places of its own.
+  static Lines TypeLibraryLines(const std::wstring& library) {
+    CComPtr<ITypeLib> typeLibrary;
+    EXPECT_EQ(LoadTypeLibEx(library.c_str(), REGKIND_NONE, &typeLibrary), S_OK);
+    std::wstring path = library;
+    std::wstring folder = library.substr(0, library.rfind(L'\\'));
+    EXPECT_EQ(RegisterTypeLib(typeLibrary, path.data(), folder.data()), S_OK);
+    const Lines lines = LinesMissingIn(s_before, DumpRegistry());
+    EXPECT_EQ(UnRegisterTypeLib(LIBID_MERLOFolivoIEPlugin, 1, 0, LOCALE_NEUTRAL, SYS_WIN64), S_OK);
+    EXPECT_FALSE(lines.empty());
+    return lines;
+  }
+
+  static void ExpectAsBefore() {
+    const Lines now = DumpRegistry();
+    EXPECT_EQ(LinesMissingIn(s_before, now), Lines());
+    EXPECT_EQ(LinesMissingIn(now, s_before), Lines());
+  }
+
+  const CPluginLibrary m_library;
+  static inline Lines s_before;
+};
+
+TEST_F(Registration, AddsExactlyItsKeysAndValues) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  ExpectRegistered(m_library);
 }
 
 TEST_F(Registration, TwiceIsAsOnce) {
-  ASSERT_EQ(m_dll.RegisterServer(), S_OK);
-  const Dump once = DumpRegistry();
-  ASSERT_EQ(m_dll.RegisterServer(), S_OK);
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  const Lines once = DumpRegistry();
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
   EXPECT_EQ(DumpRegistry(), once);
 }
 
-TEST_F(Registration, RemovalLeavesOnlyTheHelperObjectsKey) {
-  const Dump before = DumpRegistry();
-  ASSERT_EQ(m_dll.RegisterServer(), S_OK);
-  ASSERT_EQ(m_dll.UnregisterServer(), S_OK);
-  const Dump after = DumpRegistry();
-  Dump left = Added(before, after);
-  left.erase(kHelperObjects);
-  EXPECT_EQ(left, Dump());
-  EXPECT_EQ(Added(after, before), Dump());
-  EXPECT_TRUE(after.contains(kHelperObjects));
+TEST_F(Registration, AgainRemovesWhatOthersPutIntoItsKeys) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  const Lines once = DumpRegistry();
+  CRegKey stray;
+  for (const LPCWSTR below : {L"", L"\\Programmable"}) {
+    EXPECT_EQ(stray.Create(HKEY_CLASSES_ROOT, StrayKey(below).c_str()), ERROR_SUCCESS);
+  }
+  EXPECT_EQ(stray.Create(HKEY_LOCAL_MACHINE,
+                         (L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Browser Helper "
+                          L"Objects\\" +
+                          TextOf(CLSID_CIEDownload) + L"\\Stray")
+                             .c_str()),
+            ERROR_SUCCESS);
+  stray.Close();
+  EXPECT_NE(DumpRegistry(), once);
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(DumpRegistry(), once);
 }
 
-TEST_F(Registration, RestoresTheThreadsLocale) {
+TEST_F(Registration, UnregistrationRemovesExactlyWhatWasAdded) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+  ExpectAsBefore();
+}
+
+TEST_F(Registration, UnregistrationLeavesOtherHelperObjectsAlone) {
+  const std::wstring other = std::wstring(L"Software\\Microsoft\\Windows\\CurrentVersion\\") +
+                             L"Explorer\\Browser Helper Objects\\" + TextOf(GUID_NULL);
+  CRegKey key;
+  EXPECT_EQ(key.Create(HKEY_LOCAL_MACHINE, other.c_str()), ERROR_SUCCESS);
+  key.Close();
+  const Lines before = DumpRegistry();
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+  EXPECT_EQ(DumpRegistry(), before);
+  EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, other.c_str()), ERROR_SUCCESS);
+}
+
+TEST_F(Registration, UnregistrationOfNothingRemovesNothing) {
+  m_library.UnregisterServer();
+  ExpectAsBefore();
+}
+
+TEST_F(Registration, ObjectsAreFoundByTheirNames) {
+  ASSERT_EQ(m_library.RegisterServer(), S_OK);
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  for (const CRegisteredClass& registered : kRegisteredClasses) {
+    for (const LPCWSTR progId : {registered.progId, registered.currentProgId}) {
+      CLSID clsid = GUID_NULL;
+      EXPECT_EQ(CLSIDFromProgID(progId, &clsid), S_OK);
+      EXPECT_EQ(clsid, registered.clsid);
+    }
+    CComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(registered.clsid, nullptr, CLSCTX_INPROC_SERVER,
+                               registered.interfaceId, reinterpret_cast<void**>(&object)),
+              S_OK);
+    EXPECT_EQ(ClassOf(object), registered.clsid);
+  }
+  CoUninitialize();
+}
+
+TEST_F(Registration, PathOfTheDllMayHoldQuotesPercentSignsAndAnyLetters) {
+  const CTempSandbox sandbox;
+  const std::wstring folder = sandbox / L"o'brien's 100% %MODULE% \u00dcbung";
+  std::filesystem::create_directory(folder);
+  const std::wstring path = folder + L"\\FolivoPlugin.dll";
+  std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
+  const CPluginLibrary copy(path);
+  EXPECT_EQ(copy.RegisterServer(), S_OK);
+  ExpectRegistered(copy);
+  ExpectAsBefore();
+}
+
+TEST_F(Registration, ThreadsLocaleIsRestored) {
   const LCID previous = GetThreadLocale();
-  const LCID french = MAKELCID(MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH), SORT_DEFAULT);
-  ASSERT_TRUE(SetThreadLocale(french));
-  EXPECT_EQ(m_dll.RegisterServer(), S_OK);
-  EXPECT_EQ(GetThreadLocale(), french);
-  EXPECT_EQ(m_dll.UnregisterServer(), S_OK);
-  EXPECT_EQ(GetThreadLocale(), french);
+  SetThreadLocale(kGerman);
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(GetThreadLocale(), kGerman);
+  EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+  EXPECT_EQ(GetThreadLocale(), kGerman);
+  SetThreadLocale(previous);
+}
+
+TEST_F(Registration, FailureIsReturnedAndTheLocaleRestored) {
+  const LCID previous = GetThreadLocale();
+  SetThreadLocale(kGerman);
+  // A key that has been deleted takes the place of the root: nothing can be written below it.
+  CRegKey root;
+  EXPECT_EQ(root.Create(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
+  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
+  for (const HKEY replaced : {HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT}) {
+    EXPECT_EQ(RegOverridePredefKey(replaced, root), ERROR_SUCCESS);
+    EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
+    EXPECT_EQ(RegOverridePredefKey(replaced, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(GetThreadLocale(), kGerman);
+  }
   SetThreadLocale(previous);
 }
 

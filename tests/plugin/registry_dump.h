@@ -1,12 +1,18 @@
 #pragma once
 
-#include <map>
 #include <string>
+#include <vector>
 
-/// Every value below HKLM\Software and the user's Software, by "KEY" and "KEY|value name", with the
-/// value's type and text. Keys stand with an empty text.
-std::map<std::wstring, std::wstring> DumpRegistry();
+/// Everything that software has written into the registry (HKLM\Software and HKCU\Software, both
+/// views), one line for each key and each value, sorted. The rest of the registry is left out:
+/// the system itself writes there at any time.
+std::vector<std::wstring> DumpRegistry();
 
-/// What `after` has and `before` has not, or has otherwise.
-std::map<std::wstring, std::wstring> Added(const std::map<std::wstring, std::wstring>& before,
-                                           const std::map<std::wstring, std::wstring>& after);
+/// A key's line.
+std::wstring KeyLine(const std::wstring& key);
+/// A string value's line; an empty name stands for the key's own value.
+std::wstring ValueLine(const std::wstring& key, const std::wstring& name, const std::wstring& text);
+
+/// The lines of `one` that `other` lacks. Both are sorted.
+std::vector<std::wstring> LinesMissingIn(const std::vector<std::wstring>& other,
+                                         const std::vector<std::wstring>& one);

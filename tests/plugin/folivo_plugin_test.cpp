@@ -1,0 +1,249 @@
+// The DLL's exports and class objects, asked as the system asks them.
+
+#include <gtest/gtest.h>
+#include <ocidl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folivo_plugin_h.h"
+#include "tests/plugin/plugin_library.h"
+#include "tests/support/parallel.h"
+
+namespace {
+
+/// A loaded module's headers and tables.
+class CImage {
+ public:
+  explicit CImage(HMODULE module) : m_base(reinterpret_cast<const BYTE*>(module)) {}
+
+  template <typename T>
+  const T* At(ULONGLONG offset) const {
+    return reinterpret_cast<const T*>(m_base + offset);
+  }
+  const IMAGE_NT_HEADERS& Headers() const {
+    return *At<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+  }
+  template <typename T>
+  const T& Directory(int index) const {
+    return *At<T>(Headers().OptionalHeader.DataDirectory[index].VirtualAddress);
+  }
+
+ private:
+  const BYTE* m_base;
+};
+
+/// An outer object that aggregates: only counts its references.
+class COuter final : public IUnknown {
+ public:
+  long references = 1;
+  STDMETHOD(QueryInterface)(REFIID iid, void** object) override {
+    *object = iid == IID_IUnknown ? this : nullptr;
+    references += iid == IID_IUnknown ? 1 : 0;
+    return iid == IID_IUnknown ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++references); }
+  STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--references); }
+};
+
+TEST(Library, IsA64BitDll) {
+  const CPluginLibrary library;
+  const IMAGE_NT_HEADERS& headers = CImage(library.Module()).Headers();
+  EXPECT_EQ(headers.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+  EXPECT_NE(headers.FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
+  const std::wstring path = library.Path();
+  EXPECT_EQ(path.substr(path.rfind(L'\\') + 1), L"FolivoPlugin.dll");
+}
+
+TEST(Library, ExportsExactlyItsFourFunctions) {
+  const CPluginLibrary library;
+  const CImage image(library.Module());
+  const auto& exports = image.Directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+  EXPECT_EQ(exports.NumberOfFunctions, 4u);
+  std::vector<std::string> names;
+  for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
+    names.emplace_back(image.At<char>(image.At<DWORD>(exports.AddressOfNames)[i]));
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject",
+                                             "DllRegisterServer", "DllUnregisterServer"}));
+  EXPECT_EQ(std::string(image.At<char>(exports.Name)), "FolivoPlugin.dll");
+}
+
+TEST(Library, NeedsNothingButTheSystem) {
+  const CPluginLibrary library;
+  const CImage image(library.Module());
+  wchar_t system[MAX_PATH] = {};
+  GetSystemDirectoryW(system, MAX_PATH);
+  const auto* entry = &image.Directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
+  EXPECT_NE(entry->Name, 0u);
+  for (; entry->Name != 0; ++entry) {
+    const std::string name(image.At<char>(entry->Name));
+    const std::wstring path = std::wstring(system) + L"\\" + std::wstring(name.begin(), name.end());
+    EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << name;
+  }
+}
+
+TEST(ClassObject, NullOutIsAPointerError) {
+  const CPluginLibrary library;
+  EXPECT_EQ(library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, nullptr), E_POINTER);
+  EXPECT_EQ(library.GetClassObject(GUID_NULL, IID_IClassFactory, nullptr), E_POINTER);
+}
+
+TEST(ClassObject, UnknownClassIsNotAvailable) {
+  const CPluginLibrary library;
+  for (const CLSID& clsid : {GUID_NULL, IID_IIEDownload, LIBID_MERLOFolivoIEPlugin}) {
+    void* out = &out;
+    EXPECT_EQ(library.GetClassObject(clsid, IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(out, nullptr);
+  }
+}
+
+TEST(ClassObject, UnknownInterfaceIsTheFactorysFailure) {
+  const CPluginLibrary library;
+  void* out = &out;
+  EXPECT_EQ(library.GetClassObject(CLSID_CIEDownload, IID_IDispatch, &out), E_NOINTERFACE);
+  EXPECT_EQ(out, nullptr);
+}
+
+TEST(ClassObject, IsOneFactoryForEveryRequest) {
+  const CPluginLibrary library;
+  CComPtr<IUnknown> unknown;
+  EXPECT_EQ(
+      library.GetClassObject(CLSID_CIEDownload, IID_IUnknown, reinterpret_cast<void**>(&unknown)),
+      S_OK);
+  EXPECT_TRUE(unknown.IsEqualObject(library.HelperFactory()));
+}
+
+TEST(ClassObject, IsMadeOnceByManyThreads) {
+  const CPluginLibrary library;
+  constexpr int kThreads = 8;
+  const HANDLE start = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  void* factories[kThreads] = {};
+  {
+    std::vector<std::unique_ptr<CParallel>> threads;
+    for (void*& factory : factories) {
+      threads.push_back(std::make_unique<CParallel>([&library, &factory, start] {
+        WaitForSingleObject(start, INFINITE);
+        library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, &factory);
+      }));
+    }
+    SetEvent(start);
+  }
+  CloseHandle(start);
+  for (void* const factory : factories) {
+    EXPECT_NE(factory, nullptr);
+    EXPECT_EQ(factory, factories[0]);
+    static_cast<IClassFactory*>(factory)->Release();
+  }
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, FreeModuleMayBeUnloaded) {
+  const CPluginLibrary library;
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, ObjectHoldsIt) {
+  const CPluginLibrary library;
+  CComPtr<IUnknown> object;
+  EXPECT_EQ(library.HelperFactory()->CreateInstance(nullptr, IID_IUnknown,
+                                                    reinterpret_cast<void**>(&object)),
+            S_OK);
+  EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+  object.Release();
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, HeldFactoryHoldsIt) {
+  const CPluginLibrary library;
+  CComPtr<IClassFactory> factory = library.HelperFactory();
+  EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+  factory.Release();
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, ServerLocksAreCounted) {
+  const CPluginLibrary library;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(library.HelperFactory()->LockServer(TRUE), S_OK);
+    EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+  }
+  EXPECT_EQ(library.HelperFactory()->LockServer(FALSE), S_OK);
+  EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+  EXPECT_EQ(library.HelperFactory()->LockServer(FALSE), S_OK);
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, FailedCreationLeavesNone) {
+  const CPluginLibrary library;
+  void* out = &out;
+  EXPECT_EQ(library.HelperFactory()->CreateInstance(nullptr, IID_IOleObject, &out), E_NOINTERFACE);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(library.HelperFactory()->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(ModuleLock, ModuleGoesWhenFreedAndComesBackNew) {
+  for (int i = 0; i < 3; ++i) {
+    CPluginLibrary library;
+    CComPtr<IUnknown> object;
+    library.HelperFactory()->CreateInstance(nullptr, IID_IUnknown,
+                                            reinterpret_cast<void**>(&object));
+    EXPECT_NE(object.p, nullptr);
+    object.Release();
+    EXPECT_EQ(library.CanUnloadNow(), S_OK);
+    library.Free();
+    EXPECT_EQ(GetModuleHandleW(L"FolivoPlugin.dll"), nullptr);
+  }
+}
+
+TEST(HelperObject, IsMadeForEachOfItsInterfaces) {
+  const CPluginLibrary library;
+  for (const IID& iid :
+       {IID_IUnknown, IID_IDispatch, IID_IIEDownload, IID_IObjectWithSite, IID_IProvideClassInfo}) {
+    CComPtr<IUnknown> object;
+    EXPECT_EQ(
+        library.HelperFactory()->CreateInstance(nullptr, iid, reinterpret_cast<void**>(&object)),
+        S_OK);
+  }
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(HelperObject, CanBeAggregated) {
+  const CPluginLibrary library;
+  COuter outer;
+  CComPtr<IUnknown> inner;
+  ASSERT_EQ(library.HelperFactory()->CreateInstance(&outer, IID_IUnknown,
+                                                    reinterpret_cast<void**>(&inner)),
+            S_OK);
+  EXPECT_EQ(outer.references, 1);
+  EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+  {
+    const CComQIPtr<IObjectWithSite> site(inner);
+    ASSERT_NE(site.p, nullptr);
+    EXPECT_EQ(outer.references, 2);
+    CComPtr<IUnknown> identity;
+    EXPECT_EQ(site->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
+    EXPECT_EQ(identity.p, &outer);
+    EXPECT_EQ(site->SetSite(nullptr), E_INVALIDARG);
+  }
+  EXPECT_EQ(outer.references, 1);
+  inner.Release();
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(HelperObject, AggregationGivesTheInnerIdentityOnly) {
+  const CPluginLibrary library;
+  COuter outer;
+  void* out = &out;
+  EXPECT_EQ(library.HelperFactory()->CreateInstance(&outer, IID_IObjectWithSite, &out),
+            CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(outer.references, 1);
+  EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#include "tests/plugin/plugin_library.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdlib>
+
+#include "folivo_plugin_h.h"
+
+std::wstring CPluginLibrary::BuiltPath() {
+  wchar_t path[1024] = {};
+  EXPECT_NE(GetEnvironmentVariableW(L"FOLIVO_PLUGIN_DLL", path, ARRAYSIZE(path)), 0u);
+  return path;
+}
+
+CPluginLibrary::CPluginLibrary(const std::wstring& path) : m_module(LoadLibraryW(path.c_str())) {
+  if (m_module == nullptr) {
+    ADD_FAILURE() << "the DLL does not load, error " << GetLastError();
+    TerminateProcess(GetCurrentProcess(), EXIT_FAILURE);
+  }
+}
+
+CPluginLibrary::~CPluginLibrary() { Free(); }
+
+std::wstring CPluginLibrary::Path() const {
+  wchar_t path[1024] = {};
+  GetModuleFileNameW(m_module, path, ARRAYSIZE(path));
+  return path;
+}
+
+void CPluginLibrary::Free() {
+  if (m_module != nullptr) {
+    FreeLibrary(m_module);
+    m_module = nullptr;
+  }
+}
+
+HRESULT CPluginLibrary::GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
+  return Find<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid, out);
+}
+
+HRESULT CPluginLibrary::RegisterServer() const {
+  return Find<HRESULT WINAPI()>("DllRegisterServer")();
+}
+
+HRESULT CPluginLibrary::UnregisterServer() const {
+  return Find<HRESULT WINAPI()>("DllUnregisterServer")();
+}
+
+HRESULT CPluginLibrary::CanUnloadNow() const { return Find<HRESULT WINAPI()>("DllCanUnloadNow")(); }
+
+CComPtr<IClassFactory> CPluginLibrary::HelperFactory() const {
+  CComPtr<IClassFactory> factory;
+  EXPECT_EQ(
+      GetClassObject(CLSID_CIEDownload, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+      S_OK);
+  return factory;
+}
+
+template <typename Function>
+Function* CPluginLibrary::Find(const char* name) const {
+  return std::bit_cast<Function*>(GetProcAddress(m_module, name));
+}

@@ -1,0 +1,113 @@
+// The type library inside the DLL.
+
+#include <atlbase.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "folivo_plugin_h.h"
+#include "tests/plugin/plugin_library.h"
+
+namespace {
+
+struct CType {
+  TYPEKIND kind;
+  std::wstring name;
+  std::wstring help;
+  GUID guid;
+
+  bool operator==(const CType&) const = default;
+};
+
+/// In the order in which the library tells them. TKIND_DISPATCH: a dual interface.
+const std::vector<CType> kTypes = {
+    {TKIND_COCLASS, L"CIEDownload", L"MERLO Folivo Download Utility", CLSID_CIEDownload},
+    {TKIND_DISPATCH, L"IIEDownload", L"IIEDownload Interface", IID_IIEDownload},
+};
+
+class TypeLibrary : public testing::Test {
+ protected:
+  TypeLibrary() {
+    EXPECT_EQ(LoadTypeLibEx(CPluginLibrary::BuiltPath().c_str(), REGKIND_NONE, &m_library), S_OK);
+  }
+  CComPtr<ITypeInfo> Type(UINT index) const {
+    CComPtr<ITypeInfo> info;
+    EXPECT_EQ(m_library->GetTypeInfo(index, &info), S_OK);
+    return info;
+  }
+  CComPtr<ITypeLib> m_library;
+};
+
+template <typename Source>
+std::pair<std::wstring, std::wstring> NameAndHelp(Source& source, int index) {
+  CComBSTR name;
+  CComBSTR help;
+  EXPECT_EQ(source.GetDocumentation(index, &name, &help, nullptr, nullptr), S_OK);
+  return {std::wstring(name, name.Length()), std::wstring(help, help.Length())};
+}
+
+TEST_F(TypeLibrary, HasItsNameAndVersion) {
+  TLIBATTR* attributes = nullptr;
+  ASSERT_EQ(m_library->GetLibAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->guid, LIBID_MERLOFolivoIEPlugin);
+  EXPECT_EQ(attributes->wMajorVerNum, 1);
+  EXPECT_EQ(attributes->wMinorVerNum, 0);
+  EXPECT_EQ(attributes->syskind, SYS_WIN64);
+  m_library->ReleaseTLibAttr(attributes);
+  EXPECT_EQ(NameAndHelp(*m_library, -1),
+            std::pair(std::wstring(L"MERLOFolivoIEPlugin"),
+                      std::wstring(L"MERLO Folivo Download Utility Type Library")));
+}
+
+TEST_F(TypeLibrary, IsTheResourceOneOfTheDll) {
+  const CPluginLibrary library;
+  const HRSRC resource = FindResourceExW(library.Module(), L"TYPELIB", MAKEINTRESOURCEW(1), 1033);
+  EXPECT_NE(resource, nullptr);
+}
+
+TEST_F(TypeLibrary, ListsItsTypesInOrder) {
+  std::vector<CType> types;
+  for (UINT i = 0; i < m_library->GetTypeInfoCount(); ++i) {
+    const CComPtr<ITypeInfo> info = Type(i);
+    const auto [name, help] = NameAndHelp(*info.p, MEMBERID_NIL);
+    TYPEATTR* attributes = nullptr;
+    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+    types.push_back({attributes->typekind, name, help, attributes->guid});
+    if (attributes->typekind == TKIND_DISPATCH) {
+      EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FDUAL, 0) << i;
+    }
+    info->ReleaseTypeAttr(attributes);
+  }
+  EXPECT_EQ(types, kTypes);
+}
+
+TEST_F(TypeLibrary, EachClassHasTheInterfaceBehindItAsItsDefault) {
+  for (UINT i = 0; i + 1 < kTypes.size(); i += 2) {
+    const CComPtr<ITypeInfo> info = Type(i);
+    INT flags = 0;
+    ASSERT_EQ(info->GetImplTypeFlags(0, &flags), S_OK);
+    EXPECT_NE(flags & IMPLTYPEFLAG_FDEFAULT, 0);
+    HREFTYPE reference = 0;
+    ASSERT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
+    CComPtr<ITypeInfo> interfaceInfo;
+    ASSERT_EQ(info->GetRefTypeInfo(reference, &interfaceInfo), S_OK);
+    EXPECT_EQ(NameAndHelp(*interfaceInfo.p, MEMBERID_NIL).first, kTypes[i + 1].name);
+  }
+}
+
+TEST_F(TypeLibrary, HelperObjectsInterfaceHasNoMembersOfItsOwn) {
+  CComPtr<ITypeInfo> dispatch;
+  ASSERT_EQ(m_library->GetTypeInfoOfGuid(IID_IIEDownload, &dispatch), S_OK);
+  HREFTYPE reference = 0;
+  ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
+  CComPtr<ITypeInfo> vtable;
+  ASSERT_EQ(dispatch->GetRefTypeInfo(reference, &vtable), S_OK);
+  TYPEATTR* attributes = nullptr;
+  ASSERT_EQ(vtable->GetTypeAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->cFuncs, 0);
+  EXPECT_EQ(attributes->cVars, 0);
+  vtable->ReleaseTypeAttr(attributes);
+}
+
+}  // namespace
