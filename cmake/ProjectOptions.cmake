@@ -10,8 +10,9 @@ foreach(language IN ITEMS C CXX)
 endforeach()
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  # An error in Boost 1.74 to clang, though it lies in a system header.
-  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-enum-constexpr-conversion>)
+  # Errors to clang in what Boost 1.74 and <commdlg.h> define; GCC looks after narrowing in ours.
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-enum-constexpr-conversion>
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-c++11-narrowing>)
   # mingw-w64's <intrin.h> would define what clang's own headers define.
   add_compile_definitions(__INTRINSIC_DEFINED___cpuidex)
 endif()

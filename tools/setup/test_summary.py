@@ -98,7 +98,8 @@ def read_tests(results, summary):
                 continue
         if status != "run":
             if not failed_cases:
-                summary.fail(name, message or status, rerun(name))
+                reason = message or {"notrun": "it could not be started"}.get(status, status)
+                summary.fail(name, f"{reason}; see its output above", rerun(name))
         elif failed_cases:
             summary.fail(name, "reported success with failed cases", rerun(name))
         elif not is_gtest:
