@@ -3,6 +3,9 @@
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 
+# What an interrupted installation left half done would stop the next one.
+dpkg --configure -a
+
 # Indexes of other repositories on the machine may be out of reach without harm; whether those that
 # matter are there shows in the installation.
 apt-get -q -o Acquire::Retries=3 update || echo "apt-get update failed; going on with what is there"
