@@ -21,8 +21,9 @@ class FailedDownload : public DownloadTest {
   /// Runs the dialog for a URL that fails, and gives the message that the user dismisses.
   std::wstring MessageOf(CProgressDialog& dialog) {
     std::wstring text;
-    const CParallel user([&] { text = DismissMessage(); });
+    CParallel user([&] { text = DismissMessage(); });
     EXPECT_EQ(dialog.DoModal(nullptr), 3);
+    user.Join();
     return text;
   }
 
