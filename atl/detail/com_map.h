@@ -79,7 +79,7 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
 
 /// Distance of a member from the start of its object.
 template <class Class, class Member>
-DWORD_PTR OffsetOfMember(Member Class::*member) noexcept {
+DWORD_PTR OffsetOfMember(Member Class::* member) noexcept {
   auto* const pObject = reinterpret_cast<Class*>(_ATL_PACKING);
   return reinterpret_cast<DWORD_PTR>(std::addressof(pObject->*member)) - _ATL_PACKING;
 }
@@ -118,11 +118,13 @@ DWORD_PTR OffsetOfMember(Member Class::*member) noexcept {
   }                                                                                            \
   static const ATL::_ATL_INTMAP_ENTRY* WINAPI _GetEntries() noexcept {                         \
     static const ATL::_ATL_INTMAP_ENTRY _entries[] = {
-#define END_COM_MAP()     \
-  { nullptr, 0, nullptr } \
-  }                       \
-  ;                       \
-  return _entries;        \
+#define END_COM_MAP()   \
+  {                     \
+    nullptr, 0, nullptr \
+  }                     \
+  }                     \
+  ;                     \
+  return _entries;      \
   }
 
 #define _ATL_IIDOF(x) __uuidof(x)

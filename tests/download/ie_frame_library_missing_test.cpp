@@ -35,7 +35,9 @@ TEST(MissingIeFrameLibrary, AnswersWithoutItsFunctions) {
 }
 
 TEST(MissingIeFrameLibrary, IsFreedWithTheObject) {
-  { const CIeFrameLibrary library; }
+  {
+    const CIeFrameLibrary library;
+  }
   EXPECT_EQ(GetModuleHandleW(L"ieframe.dll"), nullptr);
 }
 

@@ -56,14 +56,12 @@ HWND FindDialog(const std::wstring& title) {
 HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs) {
   HWND dialog = nullptr;
   const std::string what = "dialog \"" + std::string(title.begin(), title.end()) + "\"";
-  WaitUntil(
-      what.c_str(), [&] { return (dialog = FindDialog(title)) != nullptr; }, timeoutMs);
+  WaitUntil(what.c_str(), [&] { return (dialog = FindDialog(title)) != nullptr; }, timeoutMs);
   return dialog;
 }
 
 bool WaitUntilGone(HWND window, DWORD timeoutMs) {
-  return WaitUntil(
-      "a window to go", [=] { return !IsWindowVisible(window); }, timeoutMs);
+  return WaitUntil("a window to go", [=] { return !IsWindowVisible(window); }, timeoutMs);
 }
 
 void Click(HWND dialog, int id) {

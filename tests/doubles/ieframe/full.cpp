@@ -48,10 +48,11 @@ __declspec(dllexport) HRESULT STDAPICALLTYPE IEIsProtectedModeProcess(BOOL* resu
   return g_record.protectedModeResult;
 }
 
-__declspec(dllexport) HRESULT STDAPICALLTYPE
-    IEShowSaveFileDialog(HWND owner, LPCWSTR fileName, LPCWSTR folder, LPCWSTR filter,
-                         LPCWSTR extension, DWORD filterIndex, DWORD flags, LPWSTR* path,
-                         HANDLE* state) {
+__declspec(dllexport) HRESULT STDAPICALLTYPE IEShowSaveFileDialog(HWND owner, LPCWSTR fileName,
+                                                                  LPCWSTR folder, LPCWSTR filter,
+                                                                  LPCWSTR extension,
+                                                                  DWORD filterIndex, DWORD flags,
+                                                                  LPWSTR* path, HANDLE* state) {
   ++g_record.saveDialogCalls;
   g_record.saveDialogOwner = owner;
   Keep(g_record.saveDialogFileName, fileName);
