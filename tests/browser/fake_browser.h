@@ -20,14 +20,16 @@ class CFakeConnectionPoint final : public IConnectionPoint {
   std::vector<IUnknown*> sinks;  // one for each Advise, not held
   std::vector<DWORD> unadvised;  // the cookie of each Unadvise
 
-  STDMETHOD(QueryInterface)(REFIID iid, void** object) override;
-  STDMETHOD_(ULONG, AddRef)() override;
-  STDMETHOD_(ULONG, Release)() override;
-  STDMETHOD(GetConnectionInterface)(IID*) override { return E_NOTIMPL; }
-  STDMETHOD(GetConnectionPointContainer)(IConnectionPointContainer**) override { return E_NOTIMPL; }
-  STDMETHOD(Advise)(IUnknown* sink, DWORD* cookie) override;
-  STDMETHOD(Unadvise)(DWORD cookie) override;
-  STDMETHOD(EnumConnections)(IEnumConnections**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override;
+  HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override;
+  HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections**) override { return E_NOTIMPL; }
 };
 
 /// The container of that connection point.
@@ -38,11 +40,13 @@ class CFakeContainer final : public IConnectionPointContainer {
   std::vector<IID> asked;  // by FindConnectionPoint
   CFakeConnectionPoint point;
 
-  STDMETHOD(QueryInterface)(REFIID iid, void** object) override;
-  STDMETHOD_(ULONG, AddRef)() override;
-  STDMETHOD_(ULONG, Release)() override;
-  STDMETHOD(EnumConnectionPoints)(IEnumConnectionPoints**) override { return E_NOTIMPL; }
-  STDMETHOD(FindConnectionPoint)(REFIID iid, IConnectionPoint** found) override;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** found) override;
 };
 
 /// A browser as a helper object sees it. Lives on the test's stack: references are counted, and
@@ -63,11 +67,11 @@ class CFakeBrowser final : public CWebBrowserStub {
   std::function<void()> onStop;
   CFakeContainer container;
 
-  STDMETHOD(QueryInterface)(REFIID iid, void** object) override;
-  STDMETHOD_(ULONG, AddRef)() override;
-  STDMETHOD_(ULONG, Release)() override;
-  STDMETHOD(get_HWND)(SHANDLE_PTR* value) override;
-  STDMETHOD(Stop)() override;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE get_HWND(SHANDLE_PTR* value) override;
+  HRESULT STDMETHODCALLTYPE Stop() override;
 };
 
 /// A site with an identity of its own that leads to a browser, or to none.
@@ -80,9 +84,9 @@ class CFakeSite final : public IUnknown {
 
   long references = 0;
 
-  STDMETHOD(QueryInterface)(REFIID iid, void** object) override;
-  STDMETHOD_(ULONG, AddRef)() override;
-  STDMETHOD_(ULONG, Release)() override;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
 
  private:
   CFakeBrowser* m_browser;

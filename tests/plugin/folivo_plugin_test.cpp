@@ -40,13 +40,13 @@ class CImage {
 class COuter final : public IUnknown {
  public:
   long references = 1;
-  STDMETHOD(QueryInterface)(REFIID iid, void** object) override {
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     *object = iid == IID_IUnknown ? this : nullptr;
     references += iid == IID_IUnknown ? 1 : 0;
     return iid == IID_IUnknown ? S_OK : E_NOINTERFACE;
   }
-  STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++references); }
-  STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--references); }
+  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
+  ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
 };
 
 TEST(Library, IsA64BitDll) {
