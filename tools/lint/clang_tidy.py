@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over the project's own sources, in parallel, and skips files that were clean
-before and have not changed since, nor anything they include.
+"""Runs clang-tidy over the product's sources, in parallel, and skips files that were clean before
+and have not changed since, nor anything they include.
 
-Usage: clang_tidy.py BUILD_DIR [SOURCE...]    (BUILD_DIR configured and built)
+Usage: clang_tidy.py BUILD_DIR [--all | SOURCE...]    (BUILD_DIR configured and built)
+
+Each source costs seconds, most of them for the system's headers: a test run checks what users load;
+--all checks tests and tools too.
 """
 
 import concurrent.futures
@@ -27,6 +30,8 @@ EXTRA_ARGUMENTS = [
     # mingw-w64's <intrin.h> would define what clang's own headers define.
     "--extra-arg=-D__INTRINSIC_DEFINED___cpuidex",
 ]
+# What users load; atl/ is headers only and checked with the sources that include it.
+PRODUCT_FOLDERS = ("browser", "collections", "download", "plugin", "ui")
 DIAGNOSTIC = re.compile(r"^[^\s:]+:\d+:\d+: (?:warning|error): ")
 
 
@@ -104,7 +109,8 @@ class Checker:
 
 
 def own_sources(root, build_dir, wanted):
-    """The compile commands of the project's own sources; of each source the first."""
+    """The compile commands of the project's own sources, of each source the first: those `wanted`,
+    all when that is empty, the product's when it is None."""
     seen = set()
     for entry in json.loads((build_dir / "compile_commands.json").read_text()):
         file = os.path.normpath(entry["file"])
@@ -113,6 +119,8 @@ def own_sources(root, build_dir, wanted):
         if file.startswith(str(root / "build") + "/") or file in seen:
             continue
         if wanted and file not in wanted:
+            continue
+        if wanted is None and os.path.relpath(file, root).split("/")[0] not in PRODUCT_FOLDERS:
             continue
         seen.add(file)
         yield entry
@@ -133,7 +141,10 @@ def blocks(output):
 def main():
     root = pathlib.Path(__file__).resolve().parents[2]
     build_dir = pathlib.Path(sys.argv[1]).resolve()
-    wanted = {os.path.abspath(path) for path in sys.argv[2:]}
+    arguments = sys.argv[2:]
+    wanted = {os.path.abspath(path) for path in arguments if path != "--all"}
+    if not arguments:
+        wanted = None
     checker = Checker(root, build_dir)
     entries = list(own_sources(root, build_dir, wanted))
     if not entries:
