@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 #include "browser/browser_texts.h"
 #include "download/ie_frame_library.h"
@@ -12,6 +13,9 @@ namespace {
 
 constexpr DWORD kPathLength = 260;
 constexpr DWORD kFilterIndex = 1;
+
+// OPENFILENAME_SIZE_VERSION_400, whose macro takes a member of a null pointer.
+constexpr DWORD kOldDialogSize = offsetof(OPENFILENAMEW, pvReserved);
 constexpr DWORD kFlags = OFN_EXPLORER | OFN_NOREADONLYRETURN | OFN_PATHMUSTEXIST |
                          OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT;
 
@@ -36,7 +40,7 @@ DWORD OpenFileNameSize() {
   const bool hasFullSize = GetVersionExW(&version) &&
                            version.dwPlatformId == VER_PLATFORM_WIN32_NT &&
                            version.dwMajorVersion >= 5;
-  return hasFullSize ? sizeof(OPENFILENAMEW) : OPENFILENAME_SIZE_VERSION_400W;
+  return hasFullSize ? sizeof(OPENFILENAMEW) : kOldDialogSize;
 }
 
 bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& extension,

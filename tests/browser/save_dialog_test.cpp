@@ -3,6 +3,7 @@
 #include <commdlg.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 
 #include "tests/browser/common_dialog.h"
@@ -16,6 +17,9 @@ constexpr wchar_t kLessons[] =
 constexpr wchar_t kGalleries[] =
     L"Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)|"
     L"*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi|All Files|*.*|";
+
+// Up to lpTemplateName.
+constexpr DWORD kOldSize = offsetof(OPENFILENAMEW, pvReserved);
 
 const HWND kOwner = GetDesktopWindow();
 const HANDLE kState = GetCurrentThread();  // any value: only handed on
@@ -99,8 +103,8 @@ TEST(CommonSaveDialog, OldSystemsAreGivenTheOldSize) {
     DWORD size;
   } const cases[] = {
       {VER_PLATFORM_WIN32_NT, 5, sizeof(OPENFILENAMEW)},
-      {VER_PLATFORM_WIN32_NT, 4, OPENFILENAME_SIZE_VERSION_400W},
-      {VER_PLATFORM_WIN32_WINDOWS, 5, OPENFILENAME_SIZE_VERSION_400W},
+      {VER_PLATFORM_WIN32_NT, 4, kOldSize},
+      {VER_PLATFORM_WIN32_WINDOWS, 5, kOldSize},
   };
   static OSVERSIONINFOW version;
   const CImportPatch patch(

@@ -3,8 +3,7 @@
 #include <gtest/gtest.h>
 #include <ocidl.h>
 
-#include <algorithm>
-#include <atomic>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,25 +14,27 @@
 
 namespace {
 
-/// A loaded module's headers and tables.
+/// A loaded module's headers and tables. They are copied, as linkers align them as they like.
 class CImage {
  public:
-  explicit CImage(HMODULE module) : m_base(reinterpret_cast<const BYTE*>(module)) {}
+  explicit CImage(HMODULE module) : m_base(reinterpret_cast<const char*>(module)) {}
 
   template <typename T>
-  const T* At(ULONGLONG offset) const {
-    return reinterpret_cast<const T*>(m_base + offset);
+  T Read(ULONGLONG offset) const {
+    T value = {};
+    std::memcpy(&value, m_base + offset, sizeof(value));
+    return value;
   }
-  const IMAGE_NT_HEADERS& Headers() const {
-    return *At<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+  std::string Text(ULONGLONG offset) const { return m_base + offset; }
+  IMAGE_NT_HEADERS Headers() const {
+    return Read<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(Read<IMAGE_DOS_HEADER>(0).e_lfanew));
   }
-  template <typename T>
-  const T& Directory(int index) const {
-    return *At<T>(Headers().OptionalHeader.DataDirectory[index].VirtualAddress);
+  ULONGLONG Directory(int index) const {
+    return Headers().OptionalHeader.DataDirectory[index].VirtualAddress;
   }
 
  private:
-  const BYTE* m_base;
+  const char* m_base;
 };
 
 /// An outer object that aggregates: only counts its references.
@@ -51,7 +52,7 @@ class COuter final : public IUnknown {
 
 TEST(Library, IsA64BitDll) {
   const CPluginLibrary library;
-  const IMAGE_NT_HEADERS& headers = CImage(library.Module()).Headers();
+  const IMAGE_NT_HEADERS headers = CImage(library.Module()).Headers();
   EXPECT_EQ(headers.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
   EXPECT_NE(headers.FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
   const std::wstring path = library.Path();
@@ -61,15 +62,17 @@ TEST(Library, IsA64BitDll) {
 TEST(Library, ExportsExactlyItsFourFunctions) {
   const CPluginLibrary library;
   const CImage image(library.Module());
-  const auto& exports = image.Directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+  const auto exports =
+      image.Read<IMAGE_EXPORT_DIRECTORY>(image.Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
   EXPECT_EQ(exports.NumberOfFunctions, 4u);
   std::vector<std::string> names;
   for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
-    names.emplace_back(image.At<char>(image.At<DWORD>(exports.AddressOfNames)[i]));
+    const ULONGLONG entry = exports.AddressOfNames + ULONGLONG{i} * sizeof(DWORD);
+    names.push_back(image.Text(image.Read<DWORD>(entry)));
   }
   EXPECT_EQ(names, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject",
                                              "DllRegisterServer", "DllUnregisterServer"}));
-  EXPECT_EQ(std::string(image.At<char>(exports.Name)), "FolivoPlugin.dll");
+  EXPECT_EQ(image.Text(exports.Name), "FolivoPlugin.dll");
 }
 
 TEST(Library, NeedsNothingButTheSystem) {
@@ -77,10 +80,13 @@ TEST(Library, NeedsNothingButTheSystem) {
   const CImage image(library.Module());
   wchar_t system[MAX_PATH] = {};
   GetSystemDirectoryW(system, MAX_PATH);
-  const auto* entry = &image.Directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
-  EXPECT_NE(entry->Name, 0u);
-  for (; entry->Name != 0; ++entry) {
-    const std::string name(image.At<char>(entry->Name));
+  const auto read = [&](ULONGLONG index) {
+    return image.Read<IMAGE_IMPORT_DESCRIPTOR>(image.Directory(IMAGE_DIRECTORY_ENTRY_IMPORT) +
+                                               index * sizeof(IMAGE_IMPORT_DESCRIPTOR));
+  };
+  EXPECT_NE(read(0).Name, 0u);
+  for (ULONGLONG i = 0; read(i).Name != 0; ++i) {
+    const std::string name = image.Text(read(i).Name);
     const std::wstring path = std::wstring(system) + L"\\" + std::wstring(name.begin(), name.end());
     EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << name;
   }
