@@ -10,6 +10,7 @@
 #include "download/content_check.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
+#include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
 #include "ui/exception_boundary.h"
@@ -28,20 +29,6 @@ constexpr DWORD kWorkerBufferSize = 0x20000;
 constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
 constexpr int kProgressFull = 100;
-
-/// Exactly these are refused. Every other answer is judged by its content, 401 and 503 included.
-bool IsRefusedStatus(DWORD status) {
-  switch (status) {
-    case HTTP_STATUS_NO_CONTENT:
-    case HTTP_STATUS_FORBIDDEN:
-    case HTTP_STATUS_NOT_FOUND:
-    case HTTP_STATUS_GONE:
-    case HTTP_STATUS_SERVER_ERROR:
-      return true;
-    default:
-      return false;
-  }
-}
 
 /// A step's buffer. One character longer than its stated size, so that a text read into it always
 /// has a terminator.

@@ -1,0 +1,158 @@
+// The collection dialog's first stage: the archive, from a trusted host or a local path.
+#include "collections/zip_progress_dialog.h"
+
+#include <shlwapi.h>
+
+#include <array>
+
+#include "collections/collection_texts.h"
+#include "collections/pause.h"
+#include "collections/trusted_hosts.h"
+#include "download/file_operations.h"
+#include "download/http_status.h"
+#include "download/progress_arithmetic.h"
+
+namespace {
+
+constexpr wchar_t kUserAgent[] = L"FolivoAX";
+constexpr DWORD kOpenFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
+                             INTERNET_FLAG_KEEP_CONNECTION | INTERNET_FLAG_NO_COOKIES;
+constexpr DWORD kErrorDialogFlags = FLAGS_ERROR_UI_FILTER_FOR_ERRORS |
+                                    FLAGS_ERROR_UI_FLAGS_CHANGE_OPTIONS |
+                                    FLAGS_ERROR_UI_FLAGS_GENERATE_DATA;
+constexpr DWORD kChunkSize = 10000;
+constexpr DWORD kLengthBufferSize = 1024;
+constexpr std::int32_t kAssumedArchiveSize = 2000000;
+constexpr int kCheckedCharacters = 10;
+constexpr wchar_t kPageMarker[] = L"<html>";
+
+/// Whether a chunk, taken for a text up to its first zero byte, begins like a page. `chunk` is
+/// zero-terminated.
+bool LooksLikePage(const char* chunk) {
+  return CStringW(CStringA(chunk)).Left(kCheckedCharacters).Find(kPageMarker) >= 0;
+}
+
+}  // namespace
+
+bool CZipProgressDialog::DownloadArchive() {
+  SetStatus(kDownloadingStage, L"");
+  SetProgress(0);
+  if (!PathIsURLW(m_sourceUrl)) {
+    return CopyLocalArchive();
+  }
+  if (!IsTrustedHost(m_sourceUrl)) {
+    ShowError(kSourceMissingText);
+    return false;
+  }
+  bool succeeded = OpenTransfer();
+  while (succeeded && !m_done) {
+    Sleep(kShortPauseMs);
+    succeeded = ReadChunk();
+  }
+  if (succeeded) {
+    SetProgress(100);
+  }
+  return succeeded;
+}
+
+bool CZipProgressDialog::CopyLocalArchive() {
+  SetProgress(50);
+  Sleep(kReadingPauseMs);
+  if (!PathFileExistsW(m_sourceUrl)) {
+    ShowError(kSourceMissingText);
+    return false;
+  }
+  // The test is the wrong way round and stays so: pages rely on a local source going on with the
+  // archive that lies there already.
+  if (!CopyFileW(m_sourceUrl, m_zipPath, TRUE)) {
+    SetProgress(100);
+    return true;
+  }
+  ShowArchiveError(kCannotWriteArchiveText);
+  return false;
+}
+
+bool CZipProgressDialog::OpenTransfer() {
+  if (!OpenRequest()) {
+    ShowError(kUnavailableText);
+    return false;
+  }
+  // The number is read as a text all the same: zero for most lengths, and the bar then stays.
+  std::array<wchar_t, kLengthBufferSize / sizeof(wchar_t) + 1> length = {};
+  DWORD size = kLengthBufferSize;
+  m_total = HttpQueryInfoW(m_hRequest, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER,
+                           length.data(), &size, nullptr)
+                ? _wtoi(length.data())
+                : kAssumedArchiveSize;
+  m_hFile = CreateFileW(m_zipPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                        nullptr);
+  if (m_hFile == INVALID_HANDLE_VALUE) {
+    ShowArchiveError(kCannotCreateArchiveText);
+    return false;
+  }
+  return true;
+}
+
+/// Opens session and request, asking the user for credentials where the server does. False when the
+/// archive is not to be had.
+bool CZipProgressDialog::OpenRequest() {
+  m_hSession = InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);
+  for (;;) {
+    SetLastError(ERROR_SUCCESS);
+    m_hRequest = InternetOpenUrlW(m_hSession, m_sourceUrl, nullptr, 0, kOpenFlags, 0);
+    if (m_hRequest == nullptr ||
+        InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr) !=
+            ERROR_INTERNET_FORCE_RETRY) {
+      break;
+    }
+    InternetCloseHandle(m_hRequest);
+    m_hRequest = nullptr;
+  }
+  // A last error counts as a failure even with a request: required as it stands.
+  if (GetLastError() != ERROR_SUCCESS || m_hRequest == nullptr || m_hSession == nullptr) {
+    return false;
+  }
+  DWORD status = 0;
+  DWORD size = sizeof(status);
+  return HttpQueryInfoW(m_hRequest, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status, &size,
+                        nullptr) &&
+         !IsRefusedStatus(status);
+}
+
+bool CZipProgressDialog::ReadChunk() {
+  // One longer than a chunk, so that its text has an end.
+  std::array<char, kChunkSize + 1> buffer = {};
+  DWORD read = 0;
+  if (!InternetReadFile(m_hRequest, buffer.data(), kChunkSize, &read)) {
+    DeleteFileForced(CFilePath(m_zipPath));
+    ShowError(kUnavailableText);
+    return false;
+  }
+  if (read == 0) {
+    // The archive stays open, without sharing, until the dialog ends: kept as it is.
+    m_done = true;
+    Sleep(kReadingPauseMs);
+    return true;
+  }
+  if (m_firstChunk) {
+    m_firstChunk = false;
+    if (LooksLikePage(buffer.data())) {
+      ShowError(kNotValidText);
+      return false;
+    }
+  }
+  return WriteChunk(buffer.data(), read);
+}
+
+bool CZipProgressDialog::WriteChunk(const void* data, DWORD size) {
+  DWORD written = 0;
+  if (!WriteFile(m_hFile, data, size, &written, nullptr)) {
+    ShowArchiveError(kCannotWriteArchiveText);
+    return false;
+  }
+  m_received = WrappingAdd(m_received, static_cast<std::int32_t>(written));
+  if (const auto percent = ProgressPercent(m_received, m_total)) {
+    SetProgress(*percent);
+  }
+  return true;
+}

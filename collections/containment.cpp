@@ -1,0 +1,68 @@
+#include "collections/containment.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr const wchar_t* kDeviceNames[] = {L"CON",    L"PRN",     L"AUX",   L"NUL",
+                                           L"CONIN$", L"CONOUT$", L"CLOCK$"};
+constexpr const wchar_t* kNumberedDeviceNames[] = {L"COM", L"LPT"};
+constexpr wchar_t kDeviceNumbers[] = L"0123456789\u00B9\u00B2\u00B3";
+
+/// Whether the system takes the name, with whatever extension, for a device.
+bool IsDeviceName(const CStringW& name) {
+  CStringW stem = name;
+  if (const int dot = stem.Find(L'.'); dot >= 0) {
+    stem = stem.Left(dot);
+  }
+  stem.TrimRight();
+  const auto isStem = [&](const wchar_t* device) { return stem.CompareNoCase(device) == 0; };
+  if (std::any_of(std::begin(kDeviceNames), std::end(kDeviceNames), isStem)) {
+    return true;
+  }
+  return stem.GetLength() == 4 && wcschr(kDeviceNumbers, stem[3]) != nullptr &&
+         std::any_of(
+             std::begin(kNumberedDeviceNames), std::end(kNumberedDeviceNames),
+             [&](const wchar_t* device) { return stem.Left(3).CompareNoCase(device) == 0; });
+}
+
+bool HasControlCharacter(const CStringW& name) {
+  for (int i = 0; i < name.GetLength(); ++i) {
+    if (name[i] < L' ') {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+bool IsPlainFileName(const CStringW& name) {
+  if (name.IsEmpty() || name.FindOneOf(L"\\/:") >= 0 || HasControlCharacter(name)) {
+    return false;
+  }
+  // The system drops dots and blanks at the end, so that such a name means another one; "." and
+  // ".." are among them.
+  const wchar_t last = name[name.GetLength() - 1];
+  return last != L'.' && last != L' ' && !IsDeviceName(name);
+}
+
+bool IsFolderWithin(const CFilePath& path, const CFilePath& folder) {
+  if (folder.IsEmpty() || path.GetText().GetLength() >= MAX_PATH) {
+    return false;
+  }
+  const CStringW prefix = folder.GetText() + L'\\';
+  const CStringW text = path.GetText() + L'\\';
+  if (text.Left(prefix.GetLength()).CompareNoCase(prefix) != 0) {
+    return false;
+  }
+  for (int start = prefix.GetLength(); start < text.GetLength();) {
+    const int end = text.Find(L'\\', start);
+    if (!IsPlainFileName(text.Mid(start, end - start))) {
+      return false;
+    }
+    start = end + 1;
+  }
+  return true;
+}

@@ -1,0 +1,70 @@
+#include "collections/unzip_callbacks.h"
+
+#include <cstdio>
+
+#include "ui/exception_boundary.h"
+
+namespace {
+
+constexpr int kNotSupplied = 1;
+
+// A name longer than a path can be is cut in the report.
+constexpr int kReportedNameLength = 1024;
+
+CSimpleArray<CStringW>* g_listingTarget = nullptr;
+
+CStringW ToWide(LPCSTR text) {
+  const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
+  CStringW wide;
+  MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, wide.GetBuffer(length), length);
+  wide.ReleaseBuffer();
+  return wide;
+}
+
+CStringW FactorText(unsigned long size, unsigned long compressedSize, unsigned factor) {
+  if (factor == 100) {
+    return L"100%%";  // Copied, not formatted: both signs stay, as tools that read the line expect.
+  }
+  CStringW text;
+  text.Format(L"%c%d%%", size < compressedSize ? L'-' : L' ', factor);
+  return text;
+}
+
+}  // namespace
+
+CUnzipListingTarget::CUnzipListingTarget(CSimpleArray<CStringW>& entries) {
+  g_listingTarget = &entries;
+}
+
+CUnzipListingTarget::~CUnzipListingTarget() { g_listingTarget = nullptr; }
+
+int WINAPI UnzipPrint(LPSTR text, unsigned long length) {
+  if (text != nullptr) {
+    std::printf("%s", text);
+  }
+  return static_cast<int>(length);
+}
+
+int WINAPI UnzipReplace(LPSTR) { return kNotSupplied; }
+
+int WINAPI UnzipPassword(LPSTR, int, LPCSTR, LPCSTR) { return kNotSupplied; }
+
+void WINAPI UnzipListEntry(unsigned long, unsigned long, unsigned, unsigned, unsigned, unsigned,
+                           unsigned, unsigned, char, LPSTR entry, LPSTR, unsigned long, char) {
+  if (g_listingTarget != nullptr && entry != nullptr) {
+    CallGuarded([=] { g_listingTarget->Add(ToWide(entry)); });
+  }
+}
+
+void WINAPI UnzipReportEntry(unsigned long size, unsigned long compressedSize, unsigned factor,
+                             unsigned month, unsigned day, unsigned year, unsigned hour,
+                             unsigned minute, char flag, LPSTR entry, LPSTR, unsigned long, char) {
+  CallGuarded([=] {
+    const CStringW name = ToWide(entry != nullptr ? entry : "").Left(kReportedNameLength);
+    CStringW line;
+    line.Format(L"%7lu  %7lu %4s  %02u-%02u-%02u  %02u:%02u  %c%s", size, compressedSize,
+                FactorText(size, compressedSize, factor).GetString(), month, day, year, hour,
+                minute, static_cast<wchar_t>(static_cast<unsigned char>(flag)), name.GetString());
+    std::wprintf(L"%ls\n", line.GetString());
+  });
+}

@@ -1,0 +1,153 @@
+#include "collections/zip_progress_dialog.h"
+
+#include <commctrl.h>
+#include <tinyxml.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "collections/collection_texts.h"
+#include "collections/pause.h"
+#include "collections/unzip_library.h"
+#include "download/file_operations.h"
+#include "ui/button_row.h"
+#include "ui/exception_boundary.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr UINT_PTR kStartTimer = 0;
+constexpr UINT kStartDelayMs = 100;
+
+}  // namespace
+
+CZipProgressDialog::CZipProgressDialog(const CStringW& sourceUrl, const CStringW& zipPath,
+                                       const CStringW& contentFolder)
+    : m_zipPath(zipPath), m_sourceUrl(sourceUrl), m_contentFolder(contentFolder) {}
+
+CZipProgressDialog::~CZipProgressDialog() {
+  // A dialog whose window somebody else destroyed never came to its end.
+  if (!m_ended) {
+    CloseHandles();
+  }
+}
+
+LRESULT CZipProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam,
+                                         BOOL& handled) {
+  CAxDialogImpl<CZipProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
+  CenterWindow();
+  SetStatus(kDownloadingStage, L"");
+  ::EnableWindow(GetDlgItem(IDOK), FALSE);
+  ::EnableWindow(GetDlgItem(IDCANCEL), TRUE);
+  SetTimer(kStartTimer, kStartDelayMs);
+  // On a failure the buttons stay where the template has them.
+  CallGuarded([this] {
+    LayoutButtonRow(true, m_hWnd, IDOK, kOkLabel, IDCANCEL, kCancelCollectionLabel, 0, CStringW(),
+                    0, CStringW(), false);
+  });
+  SendDlgItemMessage(IDC_COLLECTION_PROGRESS, PBM_SETRANGE32, 1, 100);
+  return TRUE;
+}
+
+LRESULT CZipProgressDialog::OnTimer(UINT, WPARAM, LPARAM, BOOL&) {
+  KillTimer(kStartTimer);
+  if (FAILED(CallGuarded([this] { RunPipeline(); }))) {
+    EndWithResult(kCollectionFailed);  // Out of memory, with no text left to say so.
+  }
+  return 0;
+}
+
+LRESULT CZipProgressDialog::OnYes(WORD, WORD, HWND, BOOL&) {
+  EndWithResult(kCollectionYes);
+  return 0;
+}
+
+LRESULT CZipProgressDialog::OnNo(WORD, WORD, HWND, BOOL&) {
+  EndWithResult(kCollectionNo);
+  return 0;
+}
+
+void CZipProgressDialog::RunPipeline() {
+  if (!DownloadArchive()) {
+    return;
+  }
+  SetStatus(kRetrievingStage, L"");
+  SetProgress(0);
+  Sleep(kShortPauseMs);
+  SetProgress(25);
+  Sleep(kShortPauseMs);
+  if (!ListZipEntries(m_zipPath, &m_entries)) {
+    ShowError(kCannotUnzipText);
+    return;
+  }
+  SetProgress(75);
+  Sleep(kShortPauseMs);
+  SetProgress(100);
+  Sleep(kShortPauseMs);
+
+  const auto document = std::make_shared<TiXmlDocument>();
+  if (FAILED(ReadManifest(*document))) {
+    ShowError(kCannotUnzipText);
+    return;
+  }
+  if (FAILED(AddCollections(*document))) {
+    ShowError(kCannotAddText);
+    return;
+  }
+  AskToView();
+}
+
+/// The closing question, in the dialog itself: its buttons end it with the answer.
+void CZipProgressDialog::AskToView() {
+  SetStatus(kCompletedStage, kViewQuestion);
+  ::EnableWindow(GetDlgItem(IDOK), TRUE);
+  SetDlgItemText(IDOK, kYesLabel);
+  ::EnableWindow(GetDlgItem(IDCANCEL), TRUE);
+  SetDlgItemText(IDCANCEL, kNoLabel);
+}
+
+void CZipProgressDialog::SetStatus(LPCWSTR title, LPCWSTR subtitle) {
+  SetDlgItemText(IDC_COLLECTION_TITLE, title);
+  SetDlgItemText(IDC_COLLECTION_SUBTITLE, subtitle);
+}
+
+void CZipProgressDialog::SetProgress(int percent) {
+  const int position = std::clamp(percent, 0, 100);
+  SendDlgItemMessage(IDC_COLLECTION_PROGRESS, PBM_SETPOS, static_cast<WPARAM>(position));
+}
+
+void CZipProgressDialog::ShowError(LPCWSTR text) {
+  ::MessageBoxW(m_hWnd, text, kProductName, MB_ICONHAND);
+  EndWithResult(kCollectionFailed);
+}
+
+void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
+  CStringW text;
+  text.Format(format, m_zipPath.GetString());
+  ShowError(text);
+}
+
+void CZipProgressDialog::EndWithResult(int code) {
+  if (m_ended) {
+    return;
+  }
+  m_ended = true;
+  CloseHandles();
+  if (code == kCollectionFailed) {
+    DeleteFileForced(CFilePath(m_zipPath));
+  }
+  EndDialog(code);
+}
+
+/// Closes what the transfer opened. The members keep their values: nothing looks at them any more.
+void CZipProgressDialog::CloseHandles() {
+  if (m_hFile != INVALID_HANDLE_VALUE) {
+    CloseHandle(m_hFile);
+  }
+  if (m_hRequest != nullptr) {
+    InternetCloseHandle(m_hRequest);
+  }
+  if (m_hSession != nullptr) {
+    InternetCloseHandle(m_hSession);
+  }
+}
