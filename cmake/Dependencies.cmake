@@ -12,3 +12,18 @@ foreach(library IN ITEMS boost_thread tinyxml)
 endforeach()
 target_compile_definitions(boost_thread INTERFACE
   BOOST_THREAD_USE_LIB BOOST_CHRONO_HEADER_ONLY BOOST_ALL_NO_LIB BOOST_BIND_NO_PLACEHOLDERS)
+
+# UNZIP32.DLL is no library to link: the product looks for it when it runs. It and its license lie
+# beside FolivoPlugin.dll, to be installed together.
+set(unzip32_files)
+foreach(file IN ITEMS UNZIP32.DLL UNZIP32-LICENSE.txt)
+  if(NOT EXISTS "${FOLIVO_DEPS_DIR}/bin/${file}")
+    message(FATAL_ERROR "${file} is missing. Run ./run setup first.")
+  endif()
+  add_custom_command(OUTPUT "${PROJECT_BINARY_DIR}/${file}"
+    COMMAND "${CMAKE_COMMAND}" -E copy "${FOLIVO_DEPS_DIR}/bin/${file}" "${PROJECT_BINARY_DIR}"
+    DEPENDS "${FOLIVO_DEPS_DIR}/bin/${file}"
+    VERBATIM)
+  list(APPEND unzip32_files "${PROJECT_BINARY_DIR}/${file}")
+endforeach()
+add_custom_target(unzip32 ALL DEPENDS ${unzip32_files})

@@ -30,7 +30,8 @@ ln -s /usr/include/boost "$result/include/boost"
 cmake -G Ninja -S cmake/libraries -B "$build_dir/libraries" \
   --toolchain "$root/cmake/toolchain-mingw64.cmake" \
   -DCMAKE_BUILD_TYPE=Release "-DCMAKE_INSTALL_PREFIX=$result" \
-  "-DBOOST_SOURCE=$sources/boost" "-DTINYXML_SOURCE=$sources/tinyxml"
+  "-DBOOST_SOURCE=$sources/boost" "-DTINYXML_SOURCE=$sources/tinyxml" \
+  "-DUNZIP_SOURCE=$sources/unzip"
 cmake --build "$build_dir/libraries" --target install
 
 # Only now, in one go: the libraries that are in use stay usable until there are new ones.

@@ -46,13 +46,13 @@ build_libraries() {
   key=$({
     locked source
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-win32 libboost1.74-dev
-    cat cmake/libraries/CMakeLists.txt cmake/toolchain-*.cmake tools/setup/build_libraries.sh
+    cat cmake/libraries/* cmake/toolchain-*.cmake tools/unzip32/* tools/setup/build_libraries.sh
     echo "$root"
   } | sha256sum)
   local stamp=$build_dir/deps/.built
   [[ -e $stamp && $(< "$stamp") == "$key" ]] && return
   rm -f "$stamp"
-  step libraries "Building Boost.Thread and TinyXML" \
+  step libraries "Building Boost.Thread, TinyXML and UNZIP32.DLL" \
     "If the sources are damaged: ./run clean --all, then ./run setup." \
     tools/setup/build_libraries.sh
   echo "$key" > "$stamp"

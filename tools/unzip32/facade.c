@@ -1,0 +1,169 @@
+/* The interface of version 5.5x on the engine of version 6.0, whose own one has other structures.
+ * What the engine offers under the same names stays inside: unzip32.def exports these functions. */
+
+#define UNZIP_INTERNAL
+#include <setjmp.h>
+#include <stddef.h>
+#include <unzip.h>
+#include <windll/windll.h>
+
+typedef struct {
+  int ExtractOnlyNewer;
+  int SpaceToUnderscore;
+  int PromptToOverwrite;
+  int fQuiet;
+  int ncflag;
+  int ntflag;
+  int nvflag;
+  int nfflag;
+  int nzflag;
+  int ndflag;
+  int noflag;
+  int naflag;
+  int nZIflag;
+  int C_flag;
+  int fPrivilege;
+  LPSTR lpszZipFN;
+  LPSTR lpszExtractDir;
+} OldOptions;
+
+/* The callbacks differ from the engine's only in the width of sizes. On x64 each argument has eight
+ * bytes of its own, so a function that reads four of them gets the lower half. */
+typedef struct {
+  DLLPRNT* print;
+  DLLSND* sound;
+  DLLREPLACE* replace;
+  DLLPASSWORD* password;
+  DLLMESSAGE* SendApplicationMessage;
+  DLLSERVICE* ServCallBk;
+  unsigned long TotalSizeComp;
+  unsigned long TotalSize;
+  unsigned long CompFactor;
+  unsigned long NumMembers;
+  WORD cchComment;
+} OldFunctions;
+
+_Static_assert(sizeof(OldOptions) == 80 && offsetof(OldOptions, lpszZipFN) == 64, "5.5x layout");
+_Static_assert(sizeof(OldFunctions) == 72 && offsetof(OldFunctions, cchComment) == 64,
+               "5.5x layout");
+
+static DCL ToEngineOptions(const OldOptions* old) {
+  /* What 5.5x does not know (backups, dates, UTF-8) stays 0. */
+  DCL options = {.StructVersID = UZ_DCL_STRUCTVER,
+                 .ExtractOnlyNewer = old->ExtractOnlyNewer,
+                 .SpaceToUnderscore = old->SpaceToUnderscore,
+                 .PromptToOverwrite = old->PromptToOverwrite,
+                 .fQuiet = old->fQuiet,
+                 .ncflag = old->ncflag,
+                 .ntflag = old->ntflag,
+                 .nvflag = old->nvflag,
+                 .nfflag = old->nfflag,
+                 .nzflag = old->nzflag,
+                 .ndflag = old->ndflag,
+                 .noflag = old->noflag,
+                 .naflag = old->naflag,
+                 .nZIflag = old->nZIflag,
+                 .C_flag = old->C_flag,
+                 .fPrivilege = old->fPrivilege,
+                 .lpszZipFN = old->lpszZipFN,
+                 .lpszExtractDir = old->lpszExtractDir};
+  return options;
+}
+
+/* A block of our own also keeps the engine from writing the address of its dummy `sound` into the
+ * caller's, where it would outlive the library. */
+static USERFUNCTIONS ToEngineFunctions(const OldFunctions* old) {
+  USERFUNCTIONS functions = {.print = old->print,
+                             .sound = old->sound,
+                             .replace = old->replace,
+                             .password = old->password,
+                             .SendApplicationMessage = old->SendApplicationMessage,
+                             .ServCallBk = old->ServCallBk};
+  return functions;
+}
+
+static void CopyTotals(const USERFUNCTIONS* from, OldFunctions* to) {
+  to->TotalSizeComp = (unsigned long)from->TotalSizeComp;
+  to->TotalSize = (unsigned long)from->TotalSize;
+  to->CompFactor = from->CompFactor;
+  to->NumMembers = (unsigned long)from->NumMembers;
+  to->cchComment = from->cchComment;
+}
+
+int WINAPI FacadeSingleEntryUnzip(int include_count, char** includes, int exclude_count,
+                                  char** excludes, OldOptions* old_options,
+                                  OldFunctions* old_functions) {
+  DCL options;
+  USERFUNCTIONS functions;
+  int result;
+
+  if (old_options == NULL || old_functions == NULL) {
+    return PK_PARAM;
+  }
+  options = ToEngineOptions(old_options);
+  functions = ToEngineFunctions(old_functions);
+  result =
+      Wiz_SingleEntryUnzip(include_count, includes, exclude_count, excludes, &options, &functions);
+  CopyTotals(&functions, old_functions);
+  return result;
+}
+
+/* Extracts with the given state. The engine's own function tells no more than success and failure,
+ * and leaves the jump that a read error takes without a target. */
+static int ExtractToMemory(Uz_Globs* pG, char* archive, char* entry, USERFUNCTIONS* functions,
+                           UzpBuffer* buffer) {
+  int result;
+
+  G.zipfd = -1;
+  if (!Wiz_Init(pG, functions)) {
+    return PK_BADERR;
+  }
+  G.redirect_data = 1;
+  if (setjmp(dll_error_return) != 0) {
+    if (G.zipfd != -1) {
+      close(G.zipfd);
+    }
+    buffer->strptr = (char*)G.redirect_buffer;
+    return PK_BADERR;
+  }
+  result = unzipToMemory(pG, archive, entry, buffer);
+  if (result > PK_WARN) {
+    return result;
+  }
+  if (buffer->strptr == NULL) {
+    return PK_FIND; /* the archive's name is a pattern that no file matches */
+  }
+  if (G.redirect_pointer != G.redirect_buffer + G.redirect_size) {
+    return PK_ERR; /* the header promises more than there is: the rest of the block is no data */
+  }
+  return result;
+}
+
+/* Returns the engine's result, and hands out a block on success only. */
+int WINAPI FacadeUnzipToMemory(LPSTR archive, LPSTR entry, OldFunctions* old_functions,
+                               UzpBuffer* buffer) {
+  USERFUNCTIONS functions;
+  Uz_Globs* state;
+  int result;
+
+  if (old_functions == NULL || buffer == NULL) {
+    return PK_PARAM;
+  }
+  buffer->strptr = NULL;
+  buffer->strlength = 0;
+  state = globalsCtor();
+  if (state == NULL) {
+    return PK_MEM;
+  }
+  functions = ToEngineFunctions(old_functions);
+  result = ExtractToMemory(state, archive, entry, &functions, buffer);
+  if (result > PK_WARN) {
+    free(buffer->strptr);
+    buffer->strptr = NULL;
+    buffer->strlength = 0;
+  }
+  free_G_buffers(state);
+  free(state);
+  CopyTotals(&functions, old_functions);
+  return result;
+}
