@@ -4,10 +4,14 @@
 
 #include "plugin/host_process.h"
 #include "plugin/thread_locale.h"
+#include "ui/advapi32_dll.h"
 
 namespace {
 
 CFolivoPluginClass g_module;
+
+// Functions that not every system has, bound once for the module's lifetime. Nothing calls them yet.
+const CAdvapi32Dll g_advapi32;
 
 }  // namespace
 

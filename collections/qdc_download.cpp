@@ -1,0 +1,201 @@
+#include "collections/qdc_download.h"
+
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include "collections/collection_texts.h"
+#include "collections/interface_type_info.h"
+#include "collections/zip_progress_dialog.h"
+#include "download/file_operations.h"
+#include "resources/resource.h"
+#include "ui/class_registration.h"
+#include "ui/exception_boundary.h"
+#include "ui/product_texts.h"
+
+namespace {
+
+constexpr wchar_t kFriendlyName[] = L"CQDCDownload Object";
+constexpr const wchar_t* kContentFolderLevels[] = {L"My Folivo Content", L"My Content",
+                                                   L"Downloaded Content"};
+constexpr wchar_t kTempFolderName[] = L"ZDH";
+constexpr wchar_t kArchiveName[] = L"download.zip";
+constexpr DWORD kPathLength = 260;
+constexpr UINT kLongestSourceUrl = 1000;
+
+constexpr DISPID kSourceUrlId = 0;
+constexpr DISPID kDownloadFileId = 1;
+
+/// Opens a file as its type says. Whether that works is the user's business and the file type's.
+void OpenInShell(const CStringW& path) {
+  SHELLEXECUTEINFOW info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = SEE_MASK_NOASYNC | SEE_MASK_UNICODE;
+  info.lpVerb = L"open";
+  info.lpFile = path;
+  info.nShow = SW_SHOWNORMAL;
+  ShellExecuteExW(&info);
+}
+
+}  // namespace
+
+CQDCDownload::CQDCDownload() {
+  if (FAILED(CallGuarded([this] {
+        const bool hasContentFolder = PrepareContentFolder();
+        m_ready = PrepareTempFolder() && hasContentFolder;
+      }))) {
+    m_ready = false;
+  }
+  // Deliberately never balanced by CoUninitialize: the thread is the page's, which goes on using COM.
+  if (FAILED(CoInitialize(nullptr))) {
+    m_ready = false;
+  }
+}
+
+HRESULT WINAPI CQDCDownload::UpdateRegistry(BOOL registers) {
+  return UpdateClassRegistry(IDR_QDCDOWNLOAD, kFriendlyName, registers);
+}
+
+/// False without a Documents folder. That the folder cannot be made deliberately counts for
+/// nothing here: it shows when a collection is added.
+bool CQDCDownload::PrepareContentFolder() {
+  wchar_t documents[kPathLength] = {};
+  if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, 0, documents))) {
+    return false;
+  }
+  CFilePath folder(documents);
+  for (const wchar_t* level : kContentFolderLevels) {
+    folder.AppendComponent(level);
+  }
+  m_contentFolder = folder.GetText();
+  if (!PathExists(folder)) {
+    CreateFolderTree(folder);
+  }
+  return true;
+}
+
+bool CQDCDownload::PrepareTempFolder() {
+  wchar_t temp[kPathLength + 1] = {};
+  const DWORD length = GetTempPathW(kPathLength, temp);
+  if (length == 0 || length > kPathLength) {
+    return false;
+  }
+  const CFilePath folder = JoinPath(temp, kTempFolderName);
+  m_tempFolder = folder.GetText();
+  return CreateFolderTree(folder);
+}
+
+STDMETHODIMP CQDCDownload::DownloadFile(BSTR SourceURL) {
+  // The dialog pumps messages: the page may let go of this object while it is open.
+  const CComPtr<IUnknown> self(GetUnknown());
+  HRESULT result = S_OK;
+  const HRESULT guarded = CallGuarded([&] { result = RunDownload(SourceURL); });
+  return FAILED(guarded) ? guarded : result;
+}
+
+HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
+  if (!m_ready) {
+    ShowNotReady();
+    return E_FAIL;
+  }
+  const CFilePath archive = JoinPath(m_tempFolder, kArchiveName);
+  const CStringW url(sourceUrl);
+  if (SysStringLen(sourceUrl) > kLongestSourceUrl) {
+    return E_INVALIDARG;
+  }
+  CZipProgressDialog dialog(url, archive.GetText(), m_contentFolder);
+  const INT_PTR answer = dialog.DoModal(GetActiveWindow());
+  const CSimpleArray<CStringW>& added = dialog.GetAddedFiles();
+  if (answer == kCollectionYes && added.GetSize() > 0) {
+    OpenInShell(added[0]);
+  }
+  return S_OK;
+}
+
+void CQDCDownload::ShowNotReady() {
+  MessageBoxW(FindOwnerWindow(), kNotReadyText, kProductName, MB_ICONHAND);
+}
+
+/// The control's own window, else that of the container it stands in, else none.
+HWND CQDCDownload::FindOwnerWindow() {
+  if (m_hWnd != nullptr) {
+    return m_hWnd;
+  }
+  CComQIPtr<IOleInPlaceSite> site(m_spClientSite);
+  HWND window = nullptr;
+  return site && SUCCEEDED(site->GetWindow(&window)) ? window : nullptr;
+}
+
+STDMETHODIMP CQDCDownload::GetTypeInfoCount(UINT* count) {
+  if (count == nullptr) {
+    return E_POINTER;
+  }
+  CComPtr<ITypeInfo> info;
+  *count = SUCCEEDED(LoadInterfaceTypeInfo(IID_IQDCDownload, &info)) ? 1 : 0;
+  return S_OK;
+}
+
+STDMETHODIMP CQDCDownload::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
+  if (info != nullptr) {
+    *info = nullptr;
+  }
+  if (index != 0) {
+    return DISP_E_BADINDEX;
+  }
+  return info != nullptr ? LoadInterfaceTypeInfo(IID_IQDCDownload, info) : E_POINTER;
+}
+
+STDMETHODIMP CQDCDownload::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  if (count != 0 && (names == nullptr || ids == nullptr)) {
+    return E_POINTER;
+  }
+  for (UINT i = 0; i < count; ++i) {
+    if (names[i] == nullptr) {
+      return DISP_E_UNKNOWNNAME;
+    }
+    if (_wcsicmp(names[i], L"SourceURL") == 0) {
+      ids[i] = kSourceUrlId;
+    } else if (_wcsicmp(names[i], L"DownloadFile") == 0) {
+      ids[i] = kDownloadFileId;
+    } else {
+      return DISP_E_UNKNOWNNAME;  // Those before it keep what was written: required so.
+    }
+  }
+  return S_OK;
+}
+
+STDMETHODIMP CQDCDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params,
+                                  VARIANT* result, EXCEPINFO* exception, UINT* argumentError) {
+  // The order of these tests is what callers see; it must stay.
+  if (params == nullptr) {
+    return DISP_E_BADVARTYPE;
+  }
+  if (params->cArgs > 1) {
+    return DISP_E_BADPARAMCOUNT;
+  }
+  if (result != nullptr) {
+    VariantInit(result);
+  }
+  if (dispid != kDownloadFileId) {
+    return DISP_E_MEMBERNOTFOUND;
+  }
+  if (params->cArgs != 1 || params->rgvarg == nullptr) {
+    return DISP_E_BADPARAMCOUNT;
+  }
+  CComVariant converted;
+  const VARIANT* source = &params->rgvarg[0];
+  if (source->vt != VT_BSTR) {
+    if (FAILED(converted.ChangeType(VT_BSTR, source))) {
+      if (argumentError != nullptr) {
+        *argumentError = 0;
+      }
+      return DISP_E_TYPEMISMATCH;
+    }
+    source = &converted;
+  }
+  const HRESULT downloaded = DownloadFile(source->bstrVal);
+  if (FAILED(downloaded) && exception != nullptr) {
+    *exception = {};
+    exception->scode = downloaded;
+  }
+  return downloaded;
+}

@@ -1,0 +1,73 @@
+#include "plugin/file_version.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::optional<VS_FIXEDFILEINFO> CopyFixedInfo(const void* block, UINT size) {
+  VS_FIXEDFILEINFO info;
+  if (block == nullptr || size < sizeof(info)) {
+    return std::nullopt;
+  }
+  std::memcpy(&info, block, sizeof(info));
+  return info;
+}
+
+/// The system's functions in wide and narrow text, under one name each.
+DWORD GetInfoSize(LPCWSTR path) { return GetFileVersionInfoSizeW(path, nullptr); }
+DWORD GetInfoSize(LPCSTR path) { return GetFileVersionInfoSizeA(path, nullptr); }
+bool GetInfo(LPCWSTR path, std::vector<BYTE>& info) {
+  return GetFileVersionInfoW(path, 0, static_cast<DWORD>(info.size()), info.data()) != FALSE;
+}
+bool GetInfo(LPCSTR path, std::vector<BYTE>& info) {
+  return GetFileVersionInfoA(path, 0, static_cast<DWORD>(info.size()), info.data()) != FALSE;
+}
+bool QueryRoot(LPCWSTR, const std::vector<BYTE>& info, void** block, UINT* size) {
+  return VerQueryValueW(info.data(), L"\\", block, size) != FALSE;
+}
+bool QueryRoot(LPCSTR, const std::vector<BYTE>& info, void** block, UINT* size) {
+  return VerQueryValueA(info.data(), "\\", block, size) != FALSE;
+}
+
+/// The path in the system's ANSI code page; empty when it cannot be converted.
+std::string ToAnsi(LPCWSTR path) {
+  const int size = WideCharToMultiByte(CP_ACP, 0, path, -1, nullptr, 0, nullptr, nullptr);
+  if (size <= 0) {
+    return {};
+  }
+  std::string narrow(static_cast<size_t>(size), '\0');
+  WideCharToMultiByte(CP_ACP, 0, path, -1, narrow.data(), size, nullptr, nullptr);
+  return narrow;
+}
+
+/// The rest of reading once the size is known.
+template <typename Path>
+std::optional<VS_FIXEDFILEINFO> ReadInfo(Path path, DWORD infoSize) {
+  std::vector<BYTE> info(infoSize);
+  void* block = nullptr;
+  UINT size = 0;
+  if (infoSize == 0 || !GetInfo(path, info) || !QueryRoot(path, info, &block, &size)) {
+    return std::nullopt;
+  }
+  return CopyFixedInfo(block, size);
+}
+
+}  // namespace
+
+std::optional<VS_FIXEDFILEINFO> ReadFileVersion(const CStringW& path) {
+  const DWORD size = GetInfoSize(path.GetString());
+  if (size == 0 && GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) {
+    const std::string narrow = ToAnsi(path);
+    return ReadInfo(narrow.c_str(), GetInfoSize(narrow.c_str()));
+  }
+  return ReadInfo(path.GetString(), size);
+}
+
+CStringW FormatFileVersion(const VS_FIXEDFILEINFO& version) {
+  CStringW text;
+  text.Format(L"%d.%d.%d.%d", HIWORD(version.dwFileVersionMS), LOWORD(version.dwFileVersionMS),
+              HIWORD(version.dwFileVersionLS), LOWORD(version.dwFileVersionLS));
+  return text;
+}

@@ -1,0 +1,41 @@
+#include "plugin/folivo_plugin_version.h"
+
+#include <atlstr.h>
+
+#include "plugin/file_version.h"
+#include "resources/resource.h"
+#include "ui/class_registration.h"
+#include "ui/exception_boundary.h"
+
+namespace {
+
+constexpr wchar_t kFriendlyName[] = L"CFolivoPluginVersion Object";
+constexpr wchar_t kModuleName[] = L"FolivoPlugin.dll";
+constexpr DWORD kPathLength = 259;
+
+/// The path of the module of that fixed name. Deliberately not this module's own handle: where none
+/// of that name is loaded, the null handle stands for the host program, whose version is then told.
+CStringW FindModulePath() {
+  wchar_t path[kPathLength + 1] = {};
+  GetModuleFileNameW(GetModuleHandleW(kModuleName), path, kPathLength);
+  return path;
+}
+
+}  // namespace
+
+HRESULT WINAPI CFolivoPluginVersion::UpdateRegistry(BOOL registers) {
+  return UpdateClassRegistry(IDR_FOLIVOPLUGINVERSION, kFriendlyName, registers);
+}
+
+STDMETHODIMP CFolivoPluginVersion::get_Version(BSTR* pVal) {
+  if (pVal == nullptr) {
+    return E_POINTER;
+  }
+  *pVal = nullptr;
+  CallGuarded([pVal] {
+    if (const auto version = ReadFileVersion(FindModulePath())) {
+      *pVal = SysAllocString(FormatFileVersion(*version));
+    }
+  });
+  return *pVal != nullptr ? S_OK : E_FAIL;
+}
