@@ -1,7 +1,7 @@
 #pragma once
 
-// The implementation of COM classes: objects and their lifetime, class factories, IDispatch, and
-// registration of a class.
+// The implementation of COM classes: objects and their lifetime, class factories, IDispatch,
+// persistence, and registration of a class.
 
 #include <atlbase.h>
 
@@ -16,4 +16,7 @@
 #include "detail/object_map.h"
 #include "detail/object_root.h"
 #include "detail/object_with_site.h"
+#include "detail/persist_storage.h"
+#include "detail/persist_stream_init.h"
+#include "detail/property_map.h"
 #include "detail/type_info_holder.h"

@@ -107,3 +107,10 @@ struct _ATL_MSG : MSG {
   if (theChainClass::ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult, msgMapID)) { \
     return TRUE;                                                                            \
   }
+
+/// Gives messages that the parent window reflects to its child (OCM_ messages) the default
+/// processing of the original ones.
+#define DEFAULT_REFLECTION_HANDLER()                                         \
+  if (this->DefaultReflectionHandler(hWnd, uMsg, wParam, lParam, lResult)) { \
+    return TRUE;                                                             \
+  }

@@ -7,3 +7,5 @@
 #include <atlwindow.h>
 #include <atlwinimpl.h>
 #include <commctrl.h>
+
+#include "detail/himetric.h"

@@ -3,6 +3,7 @@
 #include <atlmsgmap.h>
 #include <atlwindow.h>
 #include <atlwinmodule.h>
+#include <olectl.h>
 
 namespace ATL {
 
@@ -23,6 +24,35 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
   BOOL DestroyWindow() noexcept {
     ATLASSERT(this->IsWindow());
     return ::DestroyWindow(this->m_hWnd);
+  }
+
+  /// FALSE for a message that is no reflected one.
+  static BOOL DefaultReflectionHandler(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam,
+                                       LRESULT& lResult) noexcept {
+    switch (uMsg) {
+      case OCM_COMMAND:
+      case OCM_CTLCOLORBTN:
+      case OCM_CTLCOLOREDIT:
+      case OCM_CTLCOLORDLG:
+      case OCM_CTLCOLORLISTBOX:
+      case OCM_CTLCOLORMSGBOX:
+      case OCM_CTLCOLORSCROLLBAR:
+      case OCM_CTLCOLORSTATIC:
+      case OCM_DRAWITEM:
+      case OCM_MEASUREITEM:
+      case OCM_DELETEITEM:
+      case OCM_VKEYTOITEM:
+      case OCM_CHARTOITEM:
+      case OCM_COMPAREITEM:
+      case OCM_HSCROLL:
+      case OCM_VSCROLL:
+      case OCM_PARENTNOTIFY:
+      case OCM_NOTIFY:
+        lResult = ::DefWindowProc(hWnd, uMsg - OCM__BASE, wParam, lParam);
+        return TRUE;
+      default:
+        return FALSE;
+    }
   }
 
  protected:

@@ -1,0 +1,298 @@
+#pragma once
+
+// How a control becomes active in place, and inactive again. Each call to the container may call
+// back, up to deactivating or closing the control: state is looked at again after it.
+
+#include <initializer_list>
+
+#include "control_base.h"
+
+namespace ATL {
+
+/// Where in the container the control is, as its site tells.
+class CComControlBase::CWindowContext {
+ public:
+  explicit CWindowContext(IOleInPlaceSiteWindowless* pSite) {
+    OLEINPLACEFRAMEINFO frameInfo = {};
+    frameInfo.cb = sizeof(frameInfo);
+    m_hr = pSite->GetWindowContext(&m_pFrame, &m_pDoc, &m_rcPos, &m_rcClip, &frameInfo);
+  }
+  CWindowContext(const CWindowContext&) = delete;
+  CWindowContext& operator=(const CWindowContext&) = delete;
+  ~CWindowContext() = default;
+
+  /// Tells the frame and the document window, if they are there, who gets the keys. A control
+  /// brings no tools of its own, which a space at their borders would be for.
+  void SetActiveObject(IOleInPlaceActiveObject* pActiveObject) const {
+    for (IOleInPlaceUIWindow* const pWindow :
+         {static_cast<IOleInPlaceUIWindow*>(m_pFrame.p), m_pDoc.p}) {
+      if (pWindow != nullptr) {
+        pWindow->SetActiveObject(pActiveObject, nullptr);
+        if (pActiveObject != nullptr) {
+          pWindow->SetBorderSpace(nullptr);
+        }
+      }
+    }
+  }
+
+  HRESULT m_hr;
+  CComPtr<IOleInPlaceFrame> m_pFrame;
+  CComPtr<IOleInPlaceUIWindow> m_pDoc;
+  RECT m_rcPos = {};
+  RECT m_rcClip = {};
+};
+
+inline void CComControlBase::SetControlSite(IOleClientSite* pClientSite) {
+  m_spClientSite = pClientSite;
+  m_spAmbientDispatch = static_cast<IUnknown*>(pClientSite);
+  if (!m_bInPlaceActive) {
+    // It is the old site's.
+    m_spInPlaceSite.Release();
+    m_bNegotiatedWnd = FALSE;
+    m_bWndLess = FALSE;
+    m_bInPlaceSiteEx = FALSE;
+  }
+}
+
+/// Finds the most capable interface of the site, which also decides about having a window.
+inline HRESULT CComControlBase::NegotiateSite() {
+  if (m_bNegotiatedWnd) {
+    return S_OK;
+  }
+  void** const ppSite = reinterpret_cast<void**>(&m_spInPlaceSite);
+  if (!m_bWindowOnly && SUCCEEDED(InternalGetSite(__uuidof(IOleInPlaceSiteWindowless), ppSite))) {
+    m_bWndLess = m_spInPlaceSite->CanWindowlessActivate() == S_OK;
+    if (m_bWndLess) {
+      m_bWasOnceWindowless = TRUE;
+    } else {
+      m_spInPlaceSite.Release();
+    }
+  }
+  m_bInPlaceSiteEx = m_bWndLess || SUCCEEDED(InternalGetSite(__uuidof(IOleInPlaceSiteEx), ppSite));
+  const HRESULT hr = m_bInPlaceSiteEx ? S_OK : InternalGetSite(__uuidof(IOleInPlaceSite), ppSite);
+  m_bNegotiatedWnd = SUCCEEDED(hr);
+  return hr;
+}
+
+/// Tells the container that the control becomes active; the control's window comes after that.
+inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteWindowless* pSite) {
+  HRESULT hr = pSite->CanInPlaceActivate();
+  if (hr != S_OK) {
+    return FAILED(hr) ? hr : E_FAIL;
+  }
+  m_bInPlaceActive = TRUE;
+  if (m_bInPlaceSiteEx) {
+    BOOL fNoRedraw = FALSE;
+    hr = pSite->OnInPlaceActivateEx(&fNoRedraw, m_bWndLess ? ACTIVATE_WINDOWLESS : 0);
+  } else {
+    hr = pSite->OnInPlaceActivate();
+  }
+  if (FAILED(hr)) {
+    m_bInPlaceActive = FALSE;
+  }
+  return hr;
+}
+
+inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteWindowless* pSite, RECT& rcPos) {
+  if (m_bWndLess) {
+    return S_OK;
+  }
+  if (m_hWndCD != nullptr) {
+    ::ShowWindow(m_hWndCD, SW_SHOWNA);
+    return S_OK;
+  }
+  HWND hWndParent = nullptr;
+  const HRESULT hr = pSite->GetWindow(&hWndParent);
+  if (FAILED(hr)) {
+    return hr;
+  }
+  return CreateControlWindow(hWndParent, rcPos) != nullptr ? S_OK : E_FAIL;
+}
+
+inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPosRect*/) {
+  HRESULT hr = NegotiateSite();
+  if (FAILED(hr)) {
+    return hr;
+  }
+  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  if (!m_bInPlaceActive) {
+    hr = EnterInPlaceState(pSite);
+    if (FAILED(hr)) {
+      return hr;
+    }
+  }
+  CWindowContext context(pSite);
+  hr = context.m_hr;
+  if (SUCCEEDED(hr) && m_bInPlaceActive) {
+    hr = ShowControlWindow(pSite, context.m_rcPos);
+  }
+  if (FAILED(hr)) {
+    DeactivateInPlace();
+    return hr;
+  }
+  CComPtr<IOleInPlaceObject> pInPlaceObject;
+  if (m_bInPlaceActive &&
+      SUCCEEDED(ControlQueryInterface(__uuidof(IOleInPlaceObject),
+                                      reinterpret_cast<void**>(&pInPlaceObject)))) {
+    pInPlaceObject->SetObjectRects(&context.m_rcPos, &context.m_rcClip);
+  }
+  if (m_bInPlaceActive && !m_bUIActive && DoesVerbUIActivate(iVerb)) {
+    hr = UIActivate(pSite, context);
+  }
+  if (SUCCEEDED(hr) && m_bInPlaceActive && m_spClientSite != nullptr) {
+    m_spClientSite->ShowObject();
+  }
+  return hr;
+}
+
+inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteWindowless* pSite,
+                                           const CWindowContext& context) {
+  // Refusing is for sites that know the question; the others have answered it by activating.
+  if (m_bInPlaceSiteEx && pSite->RequestUIActivate() == S_FALSE) {
+    pSite->OnUIDeactivate(FALSE);
+    return E_FAIL;
+  }
+  // Set first: the focus that comes below activates, too.
+  m_bUIActive = TRUE;
+  HRESULT hr = pSite->OnUIActivate();
+  if (FAILED(hr)) {
+    m_bUIActive = FALSE;
+    return hr;
+  }
+  SetControlFocus(TRUE);
+  CComPtr<IOleInPlaceActiveObject> pActiveObject;
+  hr = ControlQueryInterface(__uuidof(IOleInPlaceActiveObject),
+                             reinterpret_cast<void**>(&pActiveObject));
+  if (SUCCEEDED(hr) && m_bUIActive) {
+    context.SetActiveObject(pActiveObject);
+  }
+  return hr;
+}
+
+inline HRESULT CComControlBase::DeactivateUI() {
+  if (!m_bUIActive) {
+    return S_OK;
+  }
+  m_bUIActive = FALSE;
+  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  if (pSite != nullptr) {
+    CWindowContext(pSite).SetActiveObject(nullptr);
+    pSite->OnUIDeactivate(FALSE);
+  }
+  return S_OK;
+}
+
+inline HRESULT CComControlBase::DeactivateInPlace() {
+  if (!m_bInPlaceActive) {
+    return S_OK;
+  }
+  DeactivateUI();
+  m_bInPlaceActive = FALSE;
+  if (m_hWndCD != nullptr) {
+    ::DestroyWindow(m_hWndCD);
+  }
+  m_bUsingWindowRgn = FALSE;
+  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  if (pSite == nullptr) {
+    return S_OK;
+  }
+  if (m_bInPlaceSiteEx) {
+    pSite->OnInPlaceDeactivateEx(FALSE);
+  } else {
+    pSite->OnInPlaceDeactivate();
+  }
+  return S_OK;
+}
+
+inline BOOL CComControlBase::SetControlFocus(BOOL bGrab) {
+  if (m_bWndLess) {
+    if (!m_bUIActive && bGrab) {
+      return FALSE;
+    }
+    return m_spInPlaceSite->SetFocus(bGrab) == S_OK;
+  }
+  if (m_hWndCD == nullptr) {
+    return FALSE;
+  }
+  const HWND hWndFocus = ::GetFocus();
+  const bool bHasFocus = hWndFocus == m_hWndCD || ::IsChild(m_hWndCD, hWndFocus);
+  if (!bGrab) {
+    return !bHasFocus;
+  }
+  if (!bHasFocus) {
+    ::SetFocus(m_hWndCD);
+  }
+  return TRUE;
+}
+
+inline HRESULT CComControlBase::SetControlRects(LPCRECT prcPos, LPCRECT prcClip) {
+  if (prcPos == nullptr || prcClip == nullptr) {
+    return E_POINTER;
+  }
+  m_rcPos = *prcPos;
+  if (m_hWndCD == nullptr) {
+    return S_OK;
+  }
+  RECT rcVisible;
+  ::IntersectRect(&rcVisible, prcPos, prcClip);
+  if (!::EqualRect(&rcVisible, prcPos)) {
+    // A region is in the window's own coordinates, and belongs to the window.
+    ::OffsetRect(&rcVisible, -prcPos->left, -prcPos->top);
+    ::SetWindowRgn(m_hWndCD, ::CreateRectRgnIndirect(&rcVisible), TRUE);
+    m_bUsingWindowRgn = TRUE;
+  } else if (m_bUsingWindowRgn) {
+    ::SetWindowRgn(m_hWndCD, nullptr, TRUE);
+    m_bUsingWindowRgn = FALSE;
+  }
+  ::SetWindowPos(m_hWndCD, nullptr, prcPos->left, prcPos->top, prcPos->right - prcPos->left,
+                 prcPos->bottom - prcPos->top, SWP_NOZORDER | SWP_NOACTIVATE);
+  return S_OK;
+}
+
+inline HRESULT CComControlBase::GetControlWindow(HWND* phwnd) const noexcept {
+  if (phwnd == nullptr) {
+    return E_POINTER;
+  }
+  *phwnd = m_hWndCD;
+  return m_hWndCD == nullptr ? E_FAIL : S_OK;
+}
+
+inline void CComControlBase::TellFocus(BOOL bGotFocus) {
+  CComPtr<IOleControlSite> pSite;
+  if (SUCCEEDED(InternalGetSite(__uuidof(IOleControlSite), reinterpret_cast<void**>(&pSite)))) {
+    pSite->OnFocus(bGotFocus);
+  }
+}
+
+/// Focus that comes by the keyboard or by a program activates like a click.
+inline LRESULT CComControlBase::OnSetFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
+  if (m_bInPlaceActive) {
+    if (!m_bUIActive) {
+      InPlaceActivate(OLEIVERB_UIACTIVATE);
+    }
+    TellFocus(TRUE);
+  }
+  bHandled = FALSE;
+  return 0;
+}
+
+inline LRESULT CComControlBase::OnKillFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
+  if (m_bInPlaceActive) {
+    TellFocus(FALSE);
+  }
+  bHandled = FALSE;
+  return 0;
+}
+
+/// In design mode a click is the container's own.
+inline LRESULT CComControlBase::OnMouseActivate(UINT, WPARAM, LPARAM, BOOL& bHandled) {
+  BOOL bUserMode = TRUE;
+  GetAmbientUserMode(bUserMode);
+  if (bUserMode && m_bInPlaceActive && !m_bUIActive) {
+    InPlaceActivate(OLEIVERB_UIACTIVATE);
+  }
+  bHandled = FALSE;
+  return 0;
+}
+
+}  // namespace ATL
