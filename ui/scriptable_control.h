@@ -63,7 +63,7 @@ class CScriptableControl
   COM_INTERFACE_ENTRY(ISpecifyPropertyPages)
   COM_INTERFACE_ENTRY(IProvideClassInfo)
   COM_INTERFACE_ENTRY(IProvideClassInfo2)
-  COM_INTERFACE_ENTRY(IObjectSafety)
+  COM_INTERFACE_ENTRY_IID(IID_IObjectSafety, IObjectSafety)
   END_COM_MAP()
 
   // Only the size is kept with the page that the control stands in.

@@ -3,6 +3,7 @@
 #include <atlbase.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,18 @@ struct CType {
 const std::vector<CType> kTypes = {
     {TKIND_COCLASS, L"CIEDownload", L"MERLO Folivo Download Utility", CLSID_CIEDownload},
     {TKIND_DISPATCH, L"IIEDownload", L"IIEDownload Interface", IID_IIEDownload},
+    {TKIND_COCLASS, L"CFolivoPluginVersion", L"Folivo Plugin Version Helper Class",
+     CLSID_CFolivoPluginVersion},
+    {TKIND_DISPATCH, L"IFolivoPluginVersion", L"IFolivoPluginVersion Interface",
+     IID_IFolivoPluginVersion},
+    {TKIND_COCLASS, L"CQDCDownload", L"QDCDownload Class", CLSID_CQDCDownload},
+    {TKIND_DISPATCH, L"IQDCDownload", L"IQDCDownload Interface", IID_IQDCDownload},
 };
+
+std::ostream& operator<<(std::ostream& stream, const CType& type) {
+  return stream << type.kind << " " << std::string(type.name.begin(), type.name.end()) << ": "
+                << std::string(type.help.begin(), type.help.end());
+}
 
 class TypeLibrary : public testing::Test {
  protected:
@@ -96,18 +108,78 @@ TEST_F(TypeLibrary, EachClassHasTheInterfaceBehindItAsItsDefault) {
   }
 }
 
-TEST_F(TypeLibrary, HelperObjectsInterfaceHasNoMembersOfItsOwn) {
-  CComPtr<ITypeInfo> dispatch;
-  ASSERT_EQ(m_library->GetTypeInfoOfGuid(IID_IIEDownload, &dispatch), S_OK);
-  HREFTYPE reference = 0;
-  ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
-  CComPtr<ITypeInfo> vtable;
-  ASSERT_EQ(dispatch->GetRefTypeInfo(reference, &vtable), S_OK);
-  TYPEATTR* attributes = nullptr;
-  ASSERT_EQ(vtable->GetTypeAttr(&attributes), S_OK);
-  EXPECT_EQ(attributes->cFuncs, 0);
-  EXPECT_EQ(attributes->cVars, 0);
-  vtable->ReleaseTypeAttr(attributes);
+class Members : public TypeLibrary {
+ protected:
+  /// The dual interface as C++ sees it.
+  CComPtr<ITypeInfo> VTable(REFIID iid) const {
+    CComPtr<ITypeInfo> dispatch;
+    EXPECT_EQ(m_library->GetTypeInfoOfGuid(iid, &dispatch), S_OK);
+    HREFTYPE reference = 0;
+    EXPECT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
+    CComPtr<ITypeInfo> vtable;
+    EXPECT_EQ(dispatch->GetRefTypeInfo(reference, &vtable), S_OK);
+    return vtable;
+  }
+  static WORD CountFunctions(ITypeInfo& info) {
+    TYPEATTR* attributes = nullptr;
+    EXPECT_EQ(info.GetTypeAttr(&attributes), S_OK);
+    const WORD count = attributes->cFuncs;
+    EXPECT_EQ(attributes->cVars, 0);
+    info.ReleaseTypeAttr(attributes);
+    return count;
+  }
+  static std::vector<std::wstring> Names(ITypeInfo& info, MEMBERID id) {
+    BSTR names[4] = {};
+    UINT count = 0;
+    EXPECT_EQ(info.GetNames(id, names, 4, &count), S_OK);
+    std::vector<std::wstring> texts;
+    for (UINT i = 0; i < count; ++i) {
+      texts.emplace_back(names[i], SysStringLen(names[i]));
+      SysFreeString(names[i]);
+    }
+    return texts;
+  }
+};
+
+TEST_F(Members, HelperObjectsInterfaceHasNone) {
+  EXPECT_EQ(CountFunctions(*VTable(IID_IIEDownload)), 0);
+}
+
+TEST_F(Members, VersionIsAReadOnlyText) {
+  const CComPtr<ITypeInfo> info = VTable(IID_IFolivoPluginVersion);
+  ASSERT_EQ(CountFunctions(*info), 1);
+  FUNCDESC* function = nullptr;
+  ASSERT_EQ(info->GetFuncDesc(0, &function), S_OK);
+  EXPECT_EQ(function->memid, 1);
+  EXPECT_EQ(function->invkind, INVOKE_PROPERTYGET);
+  EXPECT_EQ(function->funckind, FUNC_PUREVIRTUAL);
+  EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
+  ASSERT_EQ(function->cParams, 1);
+  const ELEMDESC& result = function->lprgelemdescParam[0];
+  EXPECT_EQ(result.paramdesc.wParamFlags, PARAMFLAG_FOUT | PARAMFLAG_FRETVAL);
+  ASSERT_EQ(result.tdesc.vt, VT_PTR);
+  EXPECT_EQ(result.tdesc.lptdesc->vt, VT_BSTR);
+  info->ReleaseFuncDesc(function);
+  EXPECT_EQ(NameAndHelp(*info.p, 1),
+            std::pair(std::wstring(L"Version"),
+                      std::wstring(L"Gets the version of the plugin as a string")));
+}
+
+TEST_F(Members, DownloadFileTakesAText) {
+  const CComPtr<ITypeInfo> info = VTable(IID_IQDCDownload);
+  ASSERT_EQ(CountFunctions(*info), 1);
+  FUNCDESC* function = nullptr;
+  ASSERT_EQ(info->GetFuncDesc(0, &function), S_OK);
+  EXPECT_EQ(function->memid, 1);
+  EXPECT_EQ(function->invkind, INVOKE_FUNC);
+  EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
+  ASSERT_EQ(function->cParams, 1);
+  EXPECT_EQ(function->lprgelemdescParam[0].paramdesc.wParamFlags, PARAMFLAG_FIN);
+  EXPECT_EQ(function->lprgelemdescParam[0].tdesc.vt, VT_BSTR);
+  info->ReleaseFuncDesc(function);
+  EXPECT_EQ(NameAndHelp(*info.p, 1),
+            std::pair(std::wstring(L"DownloadFile"), std::wstring(L"method DownloadFile")));
+  EXPECT_EQ(Names(*info.p, 1), (std::vector<std::wstring>{L"DownloadFile", L"SourceURL"}));
 }
 
 }  // namespace
