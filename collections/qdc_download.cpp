@@ -45,7 +45,8 @@ CQDCDownload::CQDCDownload() {
       }))) {
     m_ready = false;
   }
-  // Deliberately never balanced by CoUninitialize: the thread is the page's, which goes on using COM.
+  // Deliberately never balanced by CoUninitialize: the thread is the page's, which goes on using
+  // COM.
   if (FAILED(CoInitialize(nullptr))) {
     m_ready = false;
   }
@@ -79,7 +80,8 @@ bool CQDCDownload::PrepareTempFolder() {
   if (length == 0 || length > kPathLength) {
     return false;
   }
-  const CFilePath folder = JoinPath(temp, kTempFolderName);
+  CFilePath folder(temp);
+  folder.AppendComponent(kTempFolderName);
   m_tempFolder = folder.GetText();
   return CreateFolderTree(folder);
 }

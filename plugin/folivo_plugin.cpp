@@ -10,7 +10,8 @@ namespace {
 
 CFolivoPluginClass g_module;
 
-// Functions that not every system has, bound once for the module's lifetime. Nothing calls them yet.
+// Functions that not every system has, bound once for the module's lifetime. Nothing calls them
+// yet.
 const CAdvapi32Dll g_advapi32;
 
 }  // namespace

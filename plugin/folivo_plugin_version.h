@@ -19,7 +19,7 @@ class CFolivoPluginVersion
   COM_INTERFACE_ENTRY_CHAIN(CScriptableControl)
   END_COM_MAP()
 
-  /// The plug-in's file version, such as "1.0.0.0"; the caller owns the string. Null and E_FAIL when
-  /// it cannot be read.
+  /// The plug-in's file version, such as "1.0.0.0"; the caller owns the string. Null and E_FAIL
+  /// when it cannot be read.
   STDMETHOD(get_Version)(BSTR* pVal) override;
 };

@@ -34,8 +34,8 @@ class CScriptableControl
       public IDataObjectImpl<T>,
       public ISpecifyPropertyPagesImpl<T>,
       public IProvideClassInfo2Impl<pclsid, nullptr, &LIBID_MERLOFolivoIEPlugin>,
-      public IObjectSafetyImpl<
-          T, INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA> {
+      public IObjectSafetyImpl<T, INTERFACESAFE_FOR_UNTRUSTED_CALLER |
+                                      INTERFACESAFE_FOR_UNTRUSTED_DATA> {
  public:
   CScriptableControl(const CScriptableControl&) = delete;
   CScriptableControl& operator=(const CScriptableControl&) = delete;

@@ -15,7 +15,7 @@
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
 #include "tests/browser/install_information.h"
-#include "tests/browser/launch_recorder.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"

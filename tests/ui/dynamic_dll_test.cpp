@@ -101,9 +101,8 @@ FARPROC WINAPI RecordName(HMODULE module, LPCSTR name) {
   EXPECT_EQ(module, GetModuleHandleW(L"advapi32.dll"));
   g_names.emplace_back(name);
   // An old system without one of them.
-  return g_names.back() == "CreateProcessAsUserA"
-             ? nullptr
-             : reinterpret_cast<FARPROC>(g_names.size());
+  return g_names.back() == "CreateProcessAsUserA" ? nullptr
+                                                  : reinterpret_cast<FARPROC>(g_names.size());
 }
 
 TEST(Advapi32Dll, FindsAllFunctionsOfTheSystem) {

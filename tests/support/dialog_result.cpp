@@ -1,4 +1,4 @@
-#include "tests/browser/dialog_result.h"
+#include "tests/support/dialog_result.h"
 
 #include <utility>
 

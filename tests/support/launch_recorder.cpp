@@ -1,4 +1,4 @@
-#include "tests/browser/launch_recorder.h"
+#include "tests/support/launch_recorder.h"
 
 #include <shellapi.h>
 

@@ -1,0 +1,10 @@
+# The control that pages script, and the hosts that it trusts.
+folivo_add_test(NAME collection_control_tests LABELS ui TIMEOUT 60 HEAP_CHECK
+  SOURCES
+    documents_folder.cpp
+    qdc_download_dispatch_test.cpp
+    qdc_download_test.cpp
+    trusted_hosts_test.cpp
+    ../browser/test_module.cpp
+    $<TARGET_OBJECTS:plugin_resources>
+  LIBS collections test_support)

@@ -1,0 +1,180 @@
+// The control's own implementation of IDispatch.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/collections/control_object.h"
+#include "tests/support/dialog_result.h"
+#include "tests/support/import_patch.h"
+
+namespace {
+
+constexpr DISPID kDownloadFile = 1;
+
+class Dispatch : public testing::Test {
+ protected:
+  Dispatch() : m_control(m_sandbox), m_dialog(2) {}
+
+  HRESULT Names(std::vector<std::wstring> names, std::vector<DISPID>& ids) const {
+    std::vector<LPOLESTR> texts;
+    for (std::wstring& name : names) {
+      texts.push_back(name.data());
+    }
+    ids.assign(names.size(), -77);
+    return m_control.Dispatch()->GetIDsOfNames(IID_NULL, texts.data(),
+                                               static_cast<UINT>(texts.size()), 0, ids.data());
+  }
+
+  HRESULT Invoke(DISPID id, std::vector<VARIANT> arguments, VARIANT* result = nullptr,
+                 EXCEPINFO* exception = nullptr, UINT* argument = nullptr,
+                 WORD flags = DISPATCH_METHOD) const {
+    DISPPARAMS params = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+    return m_control.Dispatch()->Invoke(id, IID_NULL, 0, flags, &params, result, exception,
+                                        argument);
+  }
+
+  const CTempSandbox m_sandbox;
+  const CControlObject m_control;
+  const CDialogResult m_dialog;
+};
+
+TEST_F(Dispatch, HasTypeInformation) {
+  EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(nullptr), E_POINTER);
+  UINT count = 77;
+  EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(&count), S_OK);
+  EXPECT_EQ(count, 1u);
+
+  CComPtr<ITypeInfo> info;
+  ASSERT_EQ(m_control.Dispatch()->GetTypeInfo(0, LOCALE_SYSTEM_DEFAULT, &info), S_OK);
+  TYPEATTR* attributes = nullptr;
+  ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->guid, IID_IQDCDownload);
+  info->ReleaseTypeAttr(attributes);
+  info.p->AddRef();
+  EXPECT_GE(info.p->Release(), 1u) << "the caller owns a reference";
+}
+
+TEST_F(Dispatch, TypeInformationHasOneIndex) {
+  const auto* const garbage = reinterpret_cast<ITypeInfo*>(1);
+  auto* info = const_cast<ITypeInfo*>(garbage);
+  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
+  EXPECT_EQ(info, nullptr);
+  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(1, 0, nullptr), DISP_E_BADINDEX);
+  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(0, 0, nullptr), E_POINTER);
+}
+
+DWORD g_nameLength;
+DWORD WINAPI AnswerFileName(HMODULE module, LPWSTR name, DWORD size) {
+  EXPECT_EQ(module, ATL::_AtlBaseModule.GetModuleInstance());
+  EXPECT_EQ(size, 260u);
+  name[0] = L'\0';
+  return g_nameLength;
+}
+
+TEST_F(Dispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
+  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &AnswerFileName);
+  for (const DWORD length : {0, 260}) {
+    g_nameLength = length;
+    CComPtr<ITypeInfo> info;
+    EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(0, 0, &info), E_FAIL) << length;
+    UINT count = 77;
+    EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(count, 0u);
+  }
+}
+
+TEST_F(Dispatch, NamesAreFoundInAnyCaseAndPlace) {
+  std::vector<DISPID> ids;
+  EXPECT_EQ(Names({L"DownloadFile", L"SourceURL"}, ids), S_OK);
+  EXPECT_EQ(ids, (std::vector<DISPID>{1, 0}));
+  EXPECT_EQ(Names({L"sourceurl"}, ids), S_OK);
+  EXPECT_EQ(ids, (std::vector<DISPID>{0}));
+  EXPECT_EQ(Names({L"DOWNLOADFILE"}, ids), S_OK);
+  EXPECT_EQ(ids, (std::vector<DISPID>{1}));
+  EXPECT_EQ(Names({}, ids), S_OK);
+}
+
+TEST_F(Dispatch, UnknownNameEndsTheSearchAtOnce) {
+  std::vector<DISPID> ids;
+  EXPECT_EQ(Names({L"DownloadFile", L"Download", L"SourceURL"}, ids), DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(ids, (std::vector<DISPID>{1, -77, -77}));
+  EXPECT_EQ(Names({L"", L"DownloadFile"}, ids), DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(ids, (std::vector<DISPID>{-77, -77}));
+  LPOLESTR null = nullptr;
+  DISPID id = 0;
+  EXPECT_EQ(m_control.Dispatch()->GetIDsOfNames(IID_NULL, &null, 1, 0, &id), DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(m_control.Dispatch()->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_POINTER);
+}
+
+TEST_F(Dispatch, RunsTheDownload) {
+  CComVariant result(77);
+  EXPECT_EQ(Invoke(kDownloadFile, {CComVariant(L"x")}, &result), S_OK);
+  EXPECT_EQ(result.vt, VT_EMPTY);
+  EXPECT_EQ(m_dialog.Count(), 1);
+}
+
+TEST_F(Dispatch, TellsWhatIsWrongInAFixedOrder) {
+  const CComVariant text(L"x");
+  EXPECT_EQ(m_control.Dispatch()->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr,
+                                         nullptr, nullptr),
+            DISP_E_BADVARTYPE);
+  // Too many arguments come before the identifier, and before the result is touched.
+  CComVariant result(77);
+  EXPECT_EQ(Invoke(99, {text, text}, &result), DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(result.vt, VT_I4);
+  // The identifier comes before a missing argument, and after the result is emptied.
+  for (const DISPID id : {0, 2, 99, -3}) {
+    CComVariant other(77);
+    EXPECT_EQ(Invoke(id, {}, &other), DISP_E_MEMBERNOTFOUND) << id;
+    EXPECT_EQ(other.vt, VT_EMPTY);
+    EXPECT_EQ(Invoke(id, {text}), DISP_E_MEMBERNOTFOUND) << id;
+  }
+  EXPECT_EQ(Invoke(kDownloadFile, {}), DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(m_dialog.Count(), 0);
+}
+
+TEST_F(Dispatch, ConvertsItsArgument) {
+  for (const CComVariant& argument : {CComVariant(42), CComVariant(true), CComVariant(1.5)}) {
+    EXPECT_EQ(Invoke(kDownloadFile, {argument}), S_OK) << argument.vt;
+  }
+  CComVariant text(L"x");
+  VARIANT reference = {};
+  reference.vt = VT_BYREF | VT_VARIANT;
+  reference.pvarVal = &text;
+  EXPECT_EQ(Invoke(kDownloadFile, {reference}), S_OK);
+  EXPECT_EQ(text.vt, VT_BSTR);
+  EXPECT_EQ(m_dialog.Count(), 4);
+}
+
+TEST_F(Dispatch, ArgumentThatIsNoTextIsNamed) {
+  VARIANT object = {};
+  object.vt = VT_UNKNOWN;
+  UINT argument = 77;
+  EXPECT_EQ(Invoke(kDownloadFile, {object}, nullptr, nullptr, &argument), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(argument, 0u);
+  EXPECT_EQ(Invoke(kDownloadFile, {object}), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(m_dialog.Count(), 0);
+}
+
+TEST_F(Dispatch, FailureIsHandedBack) {
+  const CComVariant longText(std::wstring(1001, L'a').c_str());
+  EXCEPINFO exception;
+  memset(&exception, 0x77, sizeof(exception));
+  EXPECT_EQ(Invoke(kDownloadFile, {longText}, nullptr, &exception), E_INVALIDARG);
+  EXPECT_EQ(exception.scode, E_INVALIDARG);
+  EXPECT_EQ(exception.bstrSource, nullptr);
+  EXPECT_EQ(exception.bstrDescription, nullptr);
+  EXPECT_EQ(exception.pfnDeferredFillIn, nullptr);
+  EXPECT_EQ(Invoke(kDownloadFile, {longText}), E_INVALIDARG);
+}
+
+TEST_F(Dispatch, SuccessLeavesTheExceptionAlone) {
+  EXCEPINFO exception = {};
+  exception.scode = 77;
+  EXPECT_EQ(Invoke(kDownloadFile, {CComVariant(L"x")}, nullptr, &exception), S_OK);
+  EXPECT_EQ(exception.scode, 77);
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+#include "collections/trusted_hosts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cwctype>
+#include <string>
+
+#include "collections/trusted_host_list.h"
+
+namespace {
+
+bool IsTrusted(const std::wstring& address) { return IsTrustedHost(address.c_str()); }
+
+std::wstring Capital(std::wstring name) {
+  name[0] = static_cast<wchar_t>(std::towupper(name[0]));
+  return name;
+}
+
+TEST(TrustedHosts, AreNineBareNames) {
+  ASSERT_EQ(std::size(kTrustedHosts), 9u);
+  for (const std::wstring name : kTrustedHosts) {
+    EXPECT_FALSE(name.starts_with(L"www."));
+    EXPECT_TRUE(std::ranges::all_of(name, [](wchar_t c) {
+      return (c >= L'a' && c <= L'z') || (c >= L'0' && c <= L'9') || c == L'-' || c == L'.';
+    })) << std::string(name.begin(), name.end());
+  }
+}
+
+TEST(TrustedHosts, TwoAreSubDomainsOfAThird) {
+  int pairs = 0;
+  for (const std::wstring name : kTrustedHosts) {
+    for (const std::wstring other : kTrustedHosts) {
+      pairs += other.ends_with(L"." + name) ? 1 : 0;
+    }
+  }
+  EXPECT_EQ(pairs, 2);
+}
+
+class EachTrustedHost : public testing::TestWithParam<const wchar_t*> {
+ protected:
+  const std::wstring m_name = GetParam();
+};
+
+TEST_P(EachTrustedHost, IsTrustedWithAndWithoutWww) {
+  EXPECT_TRUE(IsTrusted(L"http://" + m_name + L"/a.zip"));
+  EXPECT_TRUE(IsTrusted(L"http://www." + m_name + L"/a.zip"));
+  EXPECT_TRUE(IsTrusted(L"http://" + m_name + L"/"));
+}
+
+TEST_P(EachTrustedHost, NeedNotHaveAScheme) {
+  EXPECT_TRUE(IsTrusted(m_name + L"/a.zip"));
+  EXPECT_TRUE(IsTrusted(L"www." + m_name + L"/a.zip"));
+}
+
+TEST_P(EachTrustedHost, NeedsASlashBehindIt) {
+  EXPECT_FALSE(IsTrusted(L"http://" + m_name));
+  EXPECT_FALSE(IsTrusted(L"http://www." + m_name));
+  EXPECT_FALSE(IsTrusted(m_name));
+}
+
+TEST_P(EachTrustedHost, IsNotTrustedWithHttps) {
+  EXPECT_FALSE(IsTrusted(L"https://" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"https://www." + m_name + L"/a.zip"));
+}
+
+TEST_P(EachTrustedHost, IsComparedToTheLetter) {
+  EXPECT_FALSE(IsTrusted(L"HTTP://" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"Http://" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http://WWW." + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http://" + Capital(m_name) + L"/a.zip"));
+}
+
+TEST_P(EachTrustedHost, HasWwwDroppedOnceOnly) {
+  EXPECT_FALSE(IsTrusted(L"http://www.www." + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"www.http://" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http://http://" + m_name + L"/a.zip"));
+}
+
+// Deliberate: the name is a prefix, and what follows it is not looked at.
+TEST_P(EachTrustedHost, MayGoOnInAnyWay) {
+  EXPECT_TRUE(IsTrusted(L"http://" + m_name + L":8080/a.zip"));
+  EXPECT_TRUE(IsTrusted(L"http://" + m_name + L".evil.example/a.zip"));
+  EXPECT_TRUE(IsTrusted(L"http://" + m_name + L"x/a.zip"));
+}
+
+TEST_P(EachTrustedHost, MustStandFirst) {
+  EXPECT_FALSE(IsTrusted(L"http://x" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http://user@" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L" http://" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http://evil.example/" + m_name + L"/a.zip"));
+  EXPECT_FALSE(IsTrusted(L"http:/" + m_name + L"/a.zip"));
+}
+
+INSTANTIATE_TEST_SUITE_P(List, EachTrustedHost, testing::ValuesIn(kTrustedHosts));
+
+TEST(TrustedHosts, NothingElseIsTrusted) {
+  for (const wchar_t* address : {L"", L"/", L"http://", L"http:///", L"www.", L"www./",
+                                 L"http://evil.example/", L"http://localhost/a.zip", L"C:\\a.zip",
+                                 L"\\\\server\\a.zip", L"http://folivo/", L"http://.example/"}) {
+    EXPECT_FALSE(IsTrusted(address)) << CStringA(address).GetString();
+  }
+}
+
+}  // namespace
