@@ -13,6 +13,7 @@ from collections.abc import Callable
 from pathlib import Path
 
 import scenes
+import script_scenes
 from lesson_server import LessonServer
 from registration import Registration
 from report import Scene, table, verdict
@@ -35,6 +36,10 @@ def _programme() -> list[tuple[str, _Play]]:
         ("a link to insert into Folivo", scenes.insert_link),
         ("gallery link, Save", scenes.gallery_link),
         ("a local lesson, and one that is missing", scenes.local_lesson),
+        ("a script asks for the version", script_scenes.version),
+        ("a script downloads collections", script_scenes.download_collections),
+        ("a script's collections are unzipped", script_scenes.unzip_collections),
+        ("a script names a host that is not trusted", script_scenes.untrusted_host),
         ("regsvr32 /u removes the plug-in", registration.unregister),
     ]
 

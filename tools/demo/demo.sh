@@ -24,7 +24,8 @@ stop_driver() {
   wait "$driver_pid" || true
 }
 
-wine_env_start demo "${display[@]}"
+# The names that collections may come from stand for this machine.
+wine_env_start demo --hosts "$root/tests/support/hosts" "${display[@]}"
 # In the background, so that a signal to this script is heard at once and ends the driver too.
 /usr/bin/python3 "$driver" "$build_dir/release" "$build_dir/demo" < /dev/null &
 driver_pid=$!

@@ -44,9 +44,9 @@ def _window(line: str) -> Window:
 
 
 class Dialogs:
-    """What a user sees and does, in the windows of one process."""
+    """What a user sees and does, in the windows of one process, or of all (None)."""
 
-    def __init__(self, driver: Path, process: int):
+    def __init__(self, driver: Path, process: int | None):
         self._driver = driver
         self._process = process
 
@@ -61,11 +61,12 @@ class Dialogs:
     def visible(self) -> list[Window]:
         """The process's top-level windows, the topmost first."""
         windows = [_window(line) for line in self._run("list of windows", "list").splitlines()]
-        return [window for window in windows if window.process == self._process]
+        return [window for window in windows if self._process in (None, window.process)]
 
     def wait(self, title: str, timeout_s: float = 20) -> Window:
         """Waits for the window of this whole title."""
-        options = ("--title", title, "--pid", str(self._process))
+        process = () if self._process is None else ("--pid", str(self._process))
+        options = ("--title", title, *process)
         what = f'window "{title}"'
         return _window(self._run(what, "wait-window", *options, timeout_s=timeout_s).rstrip("\n"))
 

@@ -1,5 +1,6 @@
 """The scriptable server of tests/http_server, as the demo's web site on loopback."""
 
+import base64
 import json
 import select
 import subprocess
@@ -72,6 +73,14 @@ class LessonServer:
 
     def serve_lesson(self, lesson: Lesson, folder: str = "/lessons", **answer: Any) -> str:
         return self.serve(f"{folder}/{quote(lesson.name)}", body=lesson.body(), **answer)
+
+    def serve_bytes(self, path: str, data: bytes, **answer: Any) -> str:
+        body = [{"bytes": base64.b64encode(data).decode()}]
+        return self.serve(path, body=body, **answer)
+
+    def named_url(self, host: str, path: str) -> str:
+        """The URL of a path under a name that stands for this machine."""
+        return f"http://{host}:{self._port}{path}"
 
     def _path(self, url: str) -> str:
         return url.removeprefix(self.url(""))

@@ -20,6 +20,7 @@ _LAUNCHER = "LaunchFolivo.exe"
 _INSTALL_KEY = (
     r"HKLM\Software\Wow6432Node\MERLO Technologies\Folivo Software\Install Information"
 )
+_VERSION_FILE = Path(__file__).parents[2] / "VERSION"
 _POLL_S = 0.03
 
 
@@ -27,13 +28,16 @@ class Stage:
     """The machine as it is before the plug-in is registered, and what happens on it."""
 
     def __init__(self, build: Path, output: Path, server: LessonServer, log: IO[bytes]):
+        self.build = build
         self.plugin = build / "FolivoPlugin.dll"
+        self.version = _VERSION_FILE.read_text(encoding="ascii").strip()
         self.server = server
         self.screenshots = Screenshots(output)
         self.tools = build / "tools"
         self._log = log
         self._records = wine.unix_path(_APPLICATION) / "LaunchFolivo.log"
-        self.temp_folder = wine.temporary_folder() + r"\MERLO Technologies\MERLO Folivo\TempFiles"
+        self.windows_temp = wine.temporary_folder()
+        self.temp_folder = self.windows_temp + r"\MERLO Technologies\MERLO Folivo\TempFiles"
         wine.unix_path(LESSONS).mkdir()
         self._install_application()
 

@@ -21,6 +21,13 @@ std::vector<HWND> Collect(HWND parent) {
   return windows;
 }
 
+/// The title that the system keeps: even a program that answers nobody just now has one.
+std::wstring Title(HWND window) {
+  std::array<wchar_t, 512> text{};
+  const int length = GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  return {text.data(), static_cast<size_t>(length)};
+}
+
 bool Matches(HWND window, const WindowFilter& filter) {
   if (!IsWindowVisible(window)) {
     return false;
@@ -39,6 +46,9 @@ bool Matches(HWND window, const WindowFilter& filter) {
 }  // namespace
 
 std::wstring WindowText(HWND window) {
+  if (!(GetWindowLongW(window, GWL_STYLE) & WS_CHILD)) {
+    return Title(window);
+  }
   DWORD_PTR length = 0;
   if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, kAnswerTimeout,
                            &length)) {

@@ -1,0 +1,144 @@
+// Scripts of pages and the registered controls: the system's script host in a process of its own, a
+// web server under a trusted name, the real unzip library, and a user.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/script_run.h"
+#include "tests/plugin/plugin_library.h"
+#include "tests/support/http_server.h"
+#include "tests/support/scripted_path.h"
+#include "tests/support/stored_zip.h"
+#include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
+#include "tools/dialog_driver/polling.h"
+#include "tools/dialog_driver/window_actions.h"
+#include "tools/dialog_driver/window_query.h"
+#include "tools/support/utf8.h"
+
+namespace {
+
+constexpr wchar_t kDialog[] = L"MERLO Folivo Collection Download";
+constexpr wchar_t kMessage[] = L"MERLO Folivo";
+constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
+constexpr wchar_t kDoesNotExist[] =
+    L"The Folivo Collection file that you are trying to download does not exist. Please verify "
+    L"that the path to the file is valid.";
+constexpr int kMessageText = 0xFFFF;
+
+constexpr char kDownload[] = R"(
+var control = new ActiveXObject("FolivoDownloadPlugin.ZipDownloadHelpe");
+try {
+  WScript.Echo("returned " + control.DownloadFile(WScript.Arguments(0)));
+} catch (e) {
+  WScript.Echo("failed " + e.number);
+})";
+
+using Lines = std::vector<std::string>;
+
+/// Runs regsvr32 and gives its exit code.
+DWORD RunRegistration(const std::wstring& options) {
+  wchar_t system[MAX_PATH] = {};
+  GetSystemDirectoryW(system, MAX_PATH);
+  CToolProcess process(std::wstring(system) + L"\\regsvr32.exe",
+                       options + L" \"" + CPluginLibrary::BuiltPath() + L"\"");
+  return process.WaitForExit();
+}
+
+/// Waits for a dialog of whatever process with this title.
+HWND WaitForTitle(const std::wstring& title) {
+  HWND window = nullptr;
+  EXPECT_TRUE(PollUntil(kToolTimeout, [&] {
+    window = FindVisibleWindow({title, L"#32770", 0});
+    return window != nullptr;
+  })) << ToUtf8(title);
+  return window;
+}
+
+/// Waits for the plug-in's message, presses OK and gives its text.
+std::wstring Dismiss() {
+  const HWND message = WaitForTitle(kMessage);
+  const std::wstring text = WindowText(GetDlgItem(message, kMessageText));
+  EXPECT_EQ(Click(message, IDOK, kToolTimeout), ActionResult::kDone);
+  return text;
+}
+
+bool Contains(const Lines& lines, const std::string& line) {
+  return std::ranges::find(lines, line) != lines.end();
+}
+
+class ScriptEndToEnd : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_EQ(RunRegistration(L"/s"), 0u); }
+  static void TearDownTestSuite() { EXPECT_EQ(RunRegistration(L"/s /u"), 0u); }
+
+  std::wstring ArchivePath() const { return m_sandbox / L"ZDH\\download.zip"; }
+  bool HasArchive() const {
+    return GetFileAttributesW(ArchivePath().c_str()) != INVALID_FILE_ATTRIBUTES;
+  }
+
+  const CTempSandbox m_sandbox;  // before the script's process, which inherits its folders
+  const HttpTestServer m_server;
+};
+
+std::string Archive() {
+  return CStoredZip()
+      .Add("Birds.gallery", "birds")
+      .Add("manifest.xml", "<a><DownloadedFile Filename='Birds.gallery'/></a>")
+      .Bytes();
+}
+
+/// The URL of a served path under another host name.
+std::wstring Under(const std::wstring& host, std::wstring url) {
+  const size_t begin = url.find(L"//") + 2;
+  return url.replace(begin, url.find(L':', begin) - begin, host);
+}
+
+TEST_F(ScriptEndToEnd, VersionIsTold) {
+  CScriptRun script(m_sandbox.Path(),
+                    "WScript.Echo(new ActiveXObject('FolivoDownloadPlugin.VersionHelper').Version)",
+                    L"");
+  EXPECT_EQ(script.Finish(), Lines{FOLIVO_VERSION});
+}
+
+TEST_F(ScriptEndToEnd, DownloadedArchiveCannotBeUnzippedAsItIsStillOpen) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
+  CScriptRun script(m_sandbox.Path(), kDownload,
+                    Under(L"folivo-schools.example", path.Url(L"c.zip")));
+  WaitForTitle(kDialog);
+  EXPECT_EQ(Dismiss(), kCannotUnzip);
+  const Lines printed = script.Finish();
+  EXPECT_TRUE(Contains(printed, "returned undefined"));
+  EXPECT_TRUE(Contains(printed, "Problem unzipping: 9"));
+  EXPECT_EQ(path.Requests().size(), 1u);
+  EXPECT_FALSE(HasArchive());
+}
+
+TEST_F(ScriptEndToEnd, ArchiveThatLiesThereIsUnzippedAndFailsAtItsManifest) {
+  m_sandbox.Write(L"ZDH\\download.zip", Archive());
+  CScriptRun script(m_sandbox.Path(), kDownload, m_sandbox.Write(L"source.zip", "any file"));
+  EXPECT_EQ(Dismiss(), kCannotUnzip);
+  const Lines printed = script.Finish();
+  EXPECT_TRUE(Contains(printed, "returned undefined"));
+  EXPECT_FALSE(Contains(printed, "Problem unzipping: 9"));
+  EXPECT_FALSE(HasArchive());
+}
+
+TEST_F(ScriptEndToEnd, OtherHostsAreNotAsked) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
+  CScriptRun script(m_sandbox.Path(), kDownload, Under(L"elsewhere.example", path.Url(L"c.zip")));
+  EXPECT_EQ(Dismiss(), kDoesNotExist);
+  EXPECT_EQ(script.Finish(), Lines{"returned undefined"});
+  EXPECT_TRUE(path.Requests().empty());
+}
+
+TEST_F(ScriptEndToEnd, TooLongAddressIsAnErrorOfTheCall) {
+  CScriptRun script(m_sandbox.Path(), kDownload, std::wstring(1001, L'a'));
+  EXPECT_EQ(script.Finish(), Lines{"failed " + std::to_string(E_INVALIDARG)});
+}
+
+}  // namespace
