@@ -33,7 +33,8 @@ std::string ToString(Birth birth) {
 }
 
 void ControlTest::SetUp() {
-  ASSERT_EQ(S_OK, OleInitialize(nullptr));
+  // S_FALSE after tests with the system's host window, which does not take its own call back.
+  ASSERT_TRUE(SUCCEEDED(OleInitialize(nullptr)));
   g_plates = {};
   m_locks = TestModule().GetLockCount();
 }
