@@ -3,6 +3,7 @@
 
 import io
 import pathlib
+import random
 import struct
 import subprocess
 import sys
@@ -124,6 +125,7 @@ def archives():
     yield "encrypted", zip_tool("-P", "secret", **{"locked.txt": TEXT})
     many = [(info(f"part{i % 10}/entry{9999 - i:04}.txt", stored), b"%d" % i) for i in range(10000)]
     yield "many", archive(*many)
+    yield "noise", one("noise.bin", random.Random(1).randbytes(300000))
     yield "zeros", one("zeros.bin", bytes(30 << 20))
 
     yield "names_dos", one("Gr\u00fc\u00dfe.txt".encode("cp437"), TEXT, host=DOS)

@@ -1,5 +1,7 @@
 // UNZIP32.DLL itself, called the way its published interface says.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <io.h>
 #include <windows.h>
 
 #include <clocale>
@@ -222,6 +224,40 @@ TEST_F(UnzipEngine, AsksForThePasswordOnce) {
   EXPECT_TRUE(result == 82 || result == 2) << result;
   EXPECT_EQ(g_passwords, 1);
   EXPECT_EQ(m_buffer.strptr, nullptr);
+}
+
+constexpr int kFileDescriptors = 64;
+bool g_isOpen[kFileDescriptors];
+int g_broken = -1;
+
+void NoteOpenFiles() {
+  for (int file = 0; file < kFileDescriptors; ++file) {
+    g_isOpen[file] = _get_osfhandle(file) != -1;
+  }
+}
+
+/// Puts something that cannot be read in the place of the archive: the file that is open now and
+/// was not before. The C runtime is the one that the library uses.
+void WINAPI BreakArchive() {
+  for (int file = 0; file < kFileDescriptors; ++file) {
+    if (!g_isOpen[file] && _get_osfhandle(file) != -1) {
+      const int unreadable = _open("NUL", _O_WRONLY);
+      EXPECT_EQ(_dup2(unreadable, file), 0);
+      _close(unreadable);
+      g_broken = file;
+      return;
+    }
+  }
+}
+
+TEST_F(UnzipEngine, SurvivesAReadError) {
+  NoteOpenFiles();
+  m_functions.sound = BreakArchive;  // called when an extraction begins
+  ExpectResult(L"noise", "noise.bin", 3);
+  ASSERT_NE(g_broken, -1);
+  EXPECT_EQ(_get_osfhandle(g_broken), -1) << "closed all the same";
+  m_functions.sound = nullptr;
+  ExpectResult(L"noise", "noise.bin", 0);
 }
 
 TEST_F(UnzipEngine, RefusesNullArguments) {
