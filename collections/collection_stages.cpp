@@ -4,8 +4,13 @@
 #include <shlwapi.h>
 #include <tinyxml.h>
 
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <iterator>
 #include <memory>
 
+#include "collections/ansi_text.h"
 #include "collections/collection_texts.h"
 #include "collections/containment.h"
 #include "collections/pause.h"
@@ -21,23 +26,34 @@ constexpr char kCollectionElement[] = "DownloadedFile";
 constexpr char kFileNameAttribute[] = "Filename";
 constexpr char kDestinationAttribute[] = "Destination";
 
+// Some editors put it in front of whatever they write.
+constexpr char kUtf8Mark[] = "\xEF\xBB\xBF";
+
 // The parser recurses on the browser's own stack, which 10,000 nested elements overflow.
 constexpr int kDeepestManifest = 500;
 
-/// The bytes taken for a text in the system's ANSI code page, one character a byte at the most.
-CStringW FromAnsi(const char* bytes, unsigned long size) {
-  const int length = static_cast<int>(size);
-  CStringW text;
-  wchar_t* const buffer = text.GetBuffer(length);
-  const int converted = MultiByteToWideChar(CP_ACP, 0, bytes, length, buffer, length);
-  text.ReleaseBufferSetLength(converted);
+/// The manifest as a wide text of as many characters as it has bytes: where bytes make up one
+/// character together, zeroes fill the end.
+CStringW DecodeManifest(const char* bytes, int size) {
+  CStringW text = AnsiToWide(bytes, size);
+  const int length = text.GetLength();
+  wchar_t* const buffer = text.GetBuffer(size);
+  std::fill(buffer + length, buffer + size, L'\0');
+  text.ReleaseBufferSetLength(size);
   return text;
 }
 
+/// Parses the text up to its first zero character, in the ANSI code page like all of it: left to
+/// itself, the parser would take most manifests for UTF-8 and a letter beyond ASCII for the begin
+/// of a sequence, and swallow the quote behind it.
 void Parse(TiXmlDocument& document, const CStringW& manifest) {
-  const CStringA text(manifest);
+  const CStringA bytes = WideToAnsi(manifest);
+  const char* text = bytes;
+  if (std::strncmp(text, kUtf8Mark, std::size(kUtf8Mark) - 1) == 0) {
+    text += std::size(kUtf8Mark) - 1;
+  }
   if (MeasureXmlDepth(text) <= kDeepestManifest) {
-    document.Parse(text);
+    document.Parse(text, nullptr, TIXML_ENCODING_LEGACY);
   }
 }
 
@@ -47,7 +63,7 @@ CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPr
   if (isPresent != nullptr) {
     *isPresent = value != nullptr;
   }
-  return CStringW(value);
+  return AnsiToWide(value);
 }
 
 CStringW RemoveExtension(const CStringW& name) {
@@ -88,8 +104,10 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     unsigned long size = 0;
     std::unique_ptr<char[]> data;
     if (isManifest && UnzipEntryToMemory(m_zipPath, name, &size, &data)) {
-      Parse(document, FromAnsi(data.get(), size));
-      isRead = true;
+      isRead = true;  // Whether it parses or not.
+      if (size <= INT_MAX) {
+        Parse(document, DecodeManifest(data.get(), static_cast<int>(size)));
+      }
     }
   }
   SetProgress(100);
@@ -107,6 +125,7 @@ HRESULT CZipProgressDialog::AddCollections(const TiXmlDocument& document) {
   for (int i = 0; element != nullptr; ++i) {
     bool hasDestination = false;
     const CStringW destination = ReadAttribute(*element, kDestinationAttribute, &hasDestination);
+    // Without a destination a collection goes into the content folder itself.
     const CFilePath folder =
         hasDestination ? JoinPath(m_contentFolder, destination) : CFilePath(m_contentFolder);
     CFilePath added;

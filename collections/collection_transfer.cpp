@@ -3,8 +3,10 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <array>
 
+#include "collections/ansi_text.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
@@ -26,10 +28,11 @@ constexpr std::int32_t kAssumedArchiveSize = 2000000;
 constexpr int kCheckedCharacters = 10;
 constexpr wchar_t kPageMarker[] = L"<html>";
 
-/// Whether a chunk, taken for a text up to its first zero byte, begins like a page. `chunk` is
-/// zero-terminated.
-bool LooksLikePage(const char* chunk) {
-  return CStringW(CStringA(chunk)).Left(kCheckedCharacters).Find(kPageMarker) >= 0;
+/// Whether a chunk, taken for a text up to its first zero byte, begins like a page.
+bool LooksLikePage(const char* chunk, DWORD size) {
+  const char* const end = std::find(chunk, chunk + size, '\0');
+  const CStringW text = AnsiToWide(chunk, static_cast<int>(end - chunk));
+  return text.Left(kCheckedCharacters).Find(kPageMarker) >= 0;
 }
 
 }  // namespace
@@ -120,8 +123,7 @@ bool CZipProgressDialog::OpenRequest() {
 }
 
 bool CZipProgressDialog::ReadChunk() {
-  // One longer than a chunk, so that its text has an end.
-  std::array<char, kChunkSize + 1> buffer = {};
+  std::array<char, kChunkSize> buffer;
   DWORD read = 0;
   if (!InternetReadFile(m_hRequest, buffer.data(), kChunkSize, &read)) {
     DeleteFileForced(CFilePath(m_zipPath));
@@ -136,7 +138,7 @@ bool CZipProgressDialog::ReadChunk() {
   }
   if (m_firstChunk) {
     m_firstChunk = false;
-    if (LooksLikePage(buffer.data())) {
+    if (LooksLikePage(buffer.data(), read)) {
       ShowError(kNotValidText);
       return false;
     }

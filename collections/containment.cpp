@@ -59,7 +59,8 @@ bool IsFolderWithin(const CFilePath& path, const CFilePath& folder) {
   }
   for (int start = prefix.GetLength(); start < text.GetLength();) {
     const int end = text.Find(L'\\', start);
-    if (!IsPlainFileName(text.Mid(start, end - start))) {
+    // Nothing between two separators means nothing to the system.
+    if (end > start && !IsPlainFileName(text.Mid(start, end - start))) {
       return false;
     }
     start = end + 1;

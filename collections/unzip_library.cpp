@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
-#include <vector>
 
+#include "collections/global_block.h"
+#include "collections/narrow_text.h"
 #include "collections/unzip_callbacks.h"
 #include "collections/unzip_interface.h"
+#include "ui/exception_boundary.h"
 
 namespace {
 
@@ -31,98 +33,54 @@ void Bind(HMODULE library, const char* name, Function& function) {
   function = std::bit_cast<Function>(GetProcAddress(library, name));
 }
 
-/// A zero-filled block as the library's interface wants it, locked for the object's lifetime.
-template <typename T>
-class CGlobalBlock {
- public:
-  CGlobalBlock()
-      : m_handle(GlobalAlloc(GMEM_ZEROINIT, sizeof(T))),
-        m_block(m_handle != nullptr ? static_cast<T*>(GlobalLock(m_handle)) : nullptr) {}
-  ~CGlobalBlock() {
-    if (m_block != nullptr) {
-      GlobalUnlock(m_handle);
-    }
-    if (m_handle != nullptr) {
-      GlobalFree(m_handle);
-    }
+/// Copies an entry out of the library's memory, which it then gives back. `size` and `data` change
+/// only when that works.
+bool TakeEntry(UzpBuffer& buffer, unsigned long& size, std::unique_ptr<char[]>& data) {
+  if (buffer.strptr == nullptr) {
+    return false;  // The published library answers so, with a good result, for most failures.
   }
-  CGlobalBlock(const CGlobalBlock&) = delete;
-  CGlobalBlock& operator=(const CGlobalBlock&) = delete;
-
-  explicit operator bool() const { return m_block != nullptr; }
-  T* Get() const { return m_block; }
-  T* operator->() const { return m_block; }
-
- private:
-  const HGLOBAL m_handle;
-  T* const m_block;
-};
-
-/// A text in the thread's ANSI code page, as the library takes it; null when it cannot be
-/// converted.
-class CNarrowText {
- public:
-  explicit CNarrowText(const CStringW& text)
-      : m_bytes(2 * static_cast<size_t>(text.GetLength()) + 1),
-        m_converted(WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, m_bytes.data(),
-                                        static_cast<int>(m_bytes.size()), nullptr, nullptr) != 0) {}
-  LPSTR Get() { return m_converted ? m_bytes.data() : nullptr; }
-
- private:
-  std::vector<char> m_bytes;
-  const bool m_converted;
-};
-
-/// An entry in the library's memory, given back to it at the latest at scope end.
-class CLibraryBuffer {
- public:
-  CLibraryBuffer() = default;
-  ~CLibraryBuffer() { Free(); }
-  CLibraryBuffer(const CLibraryBuffer&) = delete;
-  CLibraryBuffer& operator=(const CLibraryBuffer&) = delete;
-
-  UzpBuffer* Get() { return &m_buffer; }
-
-  std::unique_ptr<char[]> Copy(unsigned long& size) const {
-    auto copy = std::make_unique<char[]>(m_buffer.strlength);
-    std::copy_n(m_buffer.strptr, m_buffer.strlength, copy.get());
-    size = m_buffer.strlength;
-    return copy;
-  }
-
-  void Free() {
-    if (m_buffer.strptr != nullptr) {
-      g_functions.freeMemBuffer(&m_buffer);
-      m_buffer = {0, nullptr};
-    }
-  }
-
- private:
-  UzpBuffer m_buffer = {0, nullptr};
-};
+  const unsigned long length = buffer.strlength;
+  const HRESULT copied = CallGuarded([&] {
+    data = std::make_unique_for_overwrite<char[]>(length);
+    std::copy_n(buffer.strptr, length, data.get());
+    size = length;
+  });
+  g_functions.freeMemBuffer(&buffer);
+  return SUCCEEDED(copied);
+}
 
 void FillUserFunctions(USERFUNCTIONS& functions, UnzipMessageFn message) {
   functions.print = UnzipPrint;
+  functions.sound = nullptr;
   functions.replace = UnzipReplace;
   functions.password = UnzipPassword;
   functions.SendApplicationMessage = message;
+  functions.ServCallBk = nullptr;
 }
 
-/// Tells whether the library succeeded. Only then it is unloaded: after a failure it deliberately
-/// stays, as its state is not known.
-bool FinishUse(HMODULE library, int result) {
-  if (result >= kFirstFailure) {
-    std::wprintf(L"Problem unzipping: %d\n", result);
-    return false;
-  }
-  FreeLibrary(library);
-  return true;
+/// A listing of the whole archive. What is not named here stays 0 too.
+void FillListingOptions(DCL& options, LPSTR archive) {
+  options.ExtractOnlyNewer = 0;
+  options.PromptToOverwrite = 0;
+  options.fQuiet = 0;
+  options.ncflag = 0;
+  options.ntflag = 0;
+  options.nvflag = 1;  // list; otherwise the engine would extract to the current folder
+  options.nfflag = 0;
+  options.nzflag = 0;
+  options.ndflag = 1;
+  options.noflag = 0;
+  options.naflag = 0;
+  options.lpszZipFN = archive;
+  options.lpszExtractDir = nullptr;
 }
+
+void ReportProblem(int result) { std::wprintf(L"Problem unzipping: %d\n", result); }
 
 }  // namespace
 
 HMODULE LoadUnzipLibrary() {
-  wchar_t path[kPathLength + 1] = {};
+  wchar_t path[kPathLength] = {};
   if (SearchPathW(nullptr, kLibraryName, nullptr, kPathLength, path, nullptr) == 0) {
     std::wprintf(L"Couldn't find unzip DLL.\n");
     return nullptr;
@@ -159,12 +117,16 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
     return false;
   }
   CNarrowText archive(zipPath);
-  options->nvflag = 1;  // a listing: without it the engine would extract
-  options->ndflag = 1;
-  options->lpszZipFN = archive.Get();
+  FillListingOptions(*options.Get(), archive.Get());
   const int result =
       g_functions.singleEntryUnzip(0, nullptr, 0, nullptr, options.Get(), functions.Get());
-  return FinishUse(library, result);
+  if (result >= kFirstFailure) {
+    // The library deliberately stays loaded.
+    ReportProblem(result);
+    return false;
+  }
+  FreeLibrary(library);
+  return true;
 }
 
 bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsigned long* size,
@@ -182,21 +144,19 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   CNarrowText entry(entryName);
   const CGlobalBlock<USERFUNCTIONS> functions;
   if (!functions) {
-    return false;
-  }
-  FillUserFunctions(*functions.Get(), UnzipReportEntry);
-
-  CLibraryBuffer buffer;
-  const int result =
-      g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), buffer.Get());
-  if (result < kFirstFailure && buffer.Get()->strptr == nullptr) {
-    // The published library answers like this for most failures: there is nothing to copy.
     FreeLibrary(library);
     return false;
   }
-  if (result < kFirstFailure) {
-    *data = buffer.Copy(*size);
+  FillUserFunctions(*functions.Get(), UnzipReportEntry);
+  UzpBuffer buffer = {0, nullptr};
+  const int result =
+      g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), &buffer);
+  if (result >= kFirstFailure) {
+    // The library deliberately stays loaded.
+    ReportProblem(result);
+    return false;
   }
-  buffer.Free();
-  return FinishUse(library, result);
+  const bool isTaken = TakeEntry(buffer, *size, *data);
+  FreeLibrary(library);
+  return isTaken;
 }

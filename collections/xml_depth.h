@@ -1,6 +1,7 @@
 #pragma once
 
-/// How deeply the elements of an XML text nest at most, as the manifest's parser will read it: at
-/// least as deep as it recurses, before it stops at an error. An XML declaration behind the text's
-/// start, which the parser would read in ways of its own, counts as endless depth (INT_MAX).
+/// How deeply the elements of an XML text nest, as the manifest's parser reads it in its
+/// byte-by-byte mode: at least as deep as it recurses before it stops at an error. For a text in
+/// which that parser would find ends of tags elsewhere than the text shows them, the number of all
+/// elements is given instead.
 int MeasureXmlDepth(const char* text);

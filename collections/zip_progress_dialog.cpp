@@ -27,7 +27,7 @@ CZipProgressDialog::CZipProgressDialog(const CStringW& sourceUrl, const CStringW
 
 CZipProgressDialog::~CZipProgressDialog() {
   // A dialog whose window somebody else destroyed never came to its end.
-  if (!m_ended) {
+  if (m_phase != Phase::kEnded) {
     CloseHandles();
   }
 }
@@ -35,6 +35,7 @@ CZipProgressDialog::~CZipProgressDialog() {
 LRESULT CZipProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam,
                                          BOOL& handled) {
   CAxDialogImpl<CZipProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
+  handled = TRUE;  // The base leaves the message open, and the default focus would not be set.
   CenterWindow();
   SetStatus(kDownloadingStage, L"");
   ::EnableWindow(GetDlgItem(IDOK), FALSE);
@@ -51,6 +52,10 @@ LRESULT CZipProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lPa
 
 LRESULT CZipProgressDialog::OnTimer(UINT, WPARAM, LPARAM, BOOL&) {
   KillTimer(kStartTimer);
+  if (m_phase != Phase::kWaiting) {
+    return 0;
+  }
+  m_phase = Phase::kRunning;
   if (FAILED(CallGuarded([this] { RunPipeline(); }))) {
     EndWithResult(kCollectionFailed);  // Out of memory, with no text left to say so.
   }
@@ -58,12 +63,16 @@ LRESULT CZipProgressDialog::OnTimer(UINT, WPARAM, LPARAM, BOOL&) {
 }
 
 LRESULT CZipProgressDialog::OnYes(WORD, WORD, HWND, BOOL&) {
-  EndWithResult(kCollectionYes);
+  if (m_phase != Phase::kRunning) {
+    EndWithResult(kCollectionYes);
+  }
   return 0;
 }
 
 LRESULT CZipProgressDialog::OnNo(WORD, WORD, HWND, BOOL&) {
-  EndWithResult(kCollectionNo);
+  if (m_phase != Phase::kRunning) {
+    EndWithResult(kCollectionNo);
+  }
   return 0;
 }
 
@@ -99,6 +108,7 @@ void CZipProgressDialog::RunPipeline() {
 
 /// The closing question, in the dialog itself: its buttons end it with the answer.
 void CZipProgressDialog::AskToView() {
+  m_phase = Phase::kAsking;
   SetStatus(kCompletedStage, kViewQuestion);
   ::EnableWindow(GetDlgItem(IDOK), TRUE);
   SetDlgItemText(IDOK, kYesLabel);
@@ -128,15 +138,18 @@ void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
 }
 
 void CZipProgressDialog::EndWithResult(int code) {
-  if (m_ended) {
+  if (m_phase == Phase::kEnded) {
     return;
   }
-  m_ended = true;
+  m_phase = Phase::kEnded;
   CloseHandles();
   if (code == kCollectionFailed) {
-    DeleteFileForced(CFilePath(m_zipPath));
+    // Out of memory the archive stays, but the dialog ends all the same.
+    CallGuarded([this] { DeleteFileForced(CFilePath(m_zipPath)); });
   }
-  EndDialog(code);
+  if (m_hWnd != nullptr) {  // Somebody else may have destroyed it under a message box.
+    EndDialog(code);
+  }
 }
 
 /// Closes what the transfer opened. The members keep their values: nothing looks at them any more.

@@ -27,7 +27,8 @@ enum CollectionResult {
 ///
 /// One thread: the whole pipeline runs inside the dialog's first timer tick, with short pauses so
 /// that each stage can be read, and pumps no messages. A stage that fails has shown its message and
-/// ended the dialog.
+/// ended the dialog. The system's own dialogs that a stage shows do pump messages: commands and
+/// timer messages that come meanwhile are ignored, so that the stage alone decides.
 class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CWindow> {
  public:
   enum { IDD = IDD_COLLECTION_DOWNLOAD };
@@ -53,6 +54,13 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
 
  private:
   friend struct CZipProgressDialogPeer;  // The tests' way to single stages.
+
+  enum class Phase {
+    kWaiting,  // for the first timer tick
+    kRunning,  // inside the pipeline
+    kAsking,   // the closing question
+    kEnded,    // EndWithResult has acted
+  };
 
   LRESULT OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
   LRESULT OnTimer(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
@@ -95,5 +103,5 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   HANDLE m_hFile = nullptr;     // the archive while it is written
   std::int32_t m_total = 0;     // expected bytes
   std::int32_t m_received = 0;  // bytes written
-  bool m_ended = false;         // EndWithResult has acted
+  Phase m_phase = Phase::kWaiting;
 };

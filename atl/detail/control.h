@@ -3,6 +3,7 @@
 #include "control_activation.h"
 #include "control_base.h"
 #include "control_drawing.h"
+#include "control_focus.h"
 
 namespace ATL {
 

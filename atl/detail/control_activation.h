@@ -77,7 +77,7 @@ inline HRESULT CComControlBase::NegotiateSite() {
 /// Tells the container that the control becomes active; the control's window comes after that.
 inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteWindowless* pSite) {
   HRESULT hr = pSite->CanInPlaceActivate();
-  if (hr != S_OK) {
+  if (hr != S_OK || !m_bNegotiatedWnd) {
     return FAILED(hr) ? hr : E_FAIL;
   }
   m_bInPlaceActive = TRUE;
@@ -103,10 +103,14 @@ inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteWindowless* pSi
   }
   HWND hWndParent = nullptr;
   const HRESULT hr = pSite->GetWindow(&hWndParent);
-  if (FAILED(hr)) {
+  if (FAILED(hr) || !m_bInPlaceActive) {
     return hr;
   }
-  return CreateControlWindow(hWndParent, rcPos) != nullptr ? S_OK : E_FAIL;
+  const HWND hWnd = CreateControlWindow(hWndParent, rcPos);
+  if (hWnd != nullptr && !m_bInPlaceActive) {
+    ::DestroyWindow(hWnd);
+  }
+  return hWnd != nullptr ? S_OK : E_FAIL;
 }
 
 inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPosRect*/) {
@@ -142,7 +146,7 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
   if (SUCCEEDED(hr) && m_bInPlaceActive && m_spClientSite != nullptr) {
     m_spClientSite->ShowObject();
   }
-  return hr;
+  return SUCCEEDED(hr) && !m_bInPlaceActive ? E_FAIL : hr;
 }
 
 inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteWindowless* pSite,
@@ -204,27 +208,6 @@ inline HRESULT CComControlBase::DeactivateInPlace() {
   return S_OK;
 }
 
-inline BOOL CComControlBase::SetControlFocus(BOOL bGrab) {
-  if (m_bWndLess) {
-    if (!m_bUIActive && bGrab) {
-      return FALSE;
-    }
-    return m_spInPlaceSite->SetFocus(bGrab) == S_OK;
-  }
-  if (m_hWndCD == nullptr) {
-    return FALSE;
-  }
-  const HWND hWndFocus = ::GetFocus();
-  const bool bHasFocus = hWndFocus == m_hWndCD || ::IsChild(m_hWndCD, hWndFocus);
-  if (!bGrab) {
-    return !bHasFocus;
-  }
-  if (!bHasFocus) {
-    ::SetFocus(m_hWndCD);
-  }
-  return TRUE;
-}
-
 inline HRESULT CComControlBase::SetControlRects(LPCRECT prcPos, LPCRECT prcClip) {
   if (prcPos == nullptr || prcClip == nullptr) {
     return E_POINTER;
@@ -255,44 +238,6 @@ inline HRESULT CComControlBase::GetControlWindow(HWND* phwnd) const noexcept {
   }
   *phwnd = m_hWndCD;
   return m_hWndCD == nullptr ? E_FAIL : S_OK;
-}
-
-inline void CComControlBase::TellFocus(BOOL bGotFocus) {
-  CComPtr<IOleControlSite> pSite;
-  if (SUCCEEDED(InternalGetSite(__uuidof(IOleControlSite), reinterpret_cast<void**>(&pSite)))) {
-    pSite->OnFocus(bGotFocus);
-  }
-}
-
-/// Focus that comes by the keyboard or by a program activates like a click.
-inline LRESULT CComControlBase::OnSetFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
-  if (m_bInPlaceActive) {
-    if (!m_bUIActive) {
-      InPlaceActivate(OLEIVERB_UIACTIVATE);
-    }
-    TellFocus(TRUE);
-  }
-  bHandled = FALSE;
-  return 0;
-}
-
-inline LRESULT CComControlBase::OnKillFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
-  if (m_bInPlaceActive) {
-    TellFocus(FALSE);
-  }
-  bHandled = FALSE;
-  return 0;
-}
-
-/// In design mode a click is the container's own.
-inline LRESULT CComControlBase::OnMouseActivate(UINT, WPARAM, LPARAM, BOOL& bHandled) {
-  BOOL bUserMode = TRUE;
-  GetAmbientUserMode(bUserMode);
-  if (bUserMode && m_bInPlaceActive && !m_bUIActive) {
-    InPlaceActivate(OLEIVERB_UIACTIVATE);
-  }
-  bHandled = FALSE;
-  return 0;
 }
 
 }  // namespace ATL

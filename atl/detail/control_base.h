@@ -1,7 +1,8 @@
 #pragma once
 
 // The state of an ActiveX control, and what does not depend on its class: activation in place
-// (control_activation.h), drawing (control_drawing.h) and notifications to the container.
+// (control_activation.h), focus (control_focus.h), drawing (control_drawing.h) and notifications to
+// the container.
 
 #include <atlcomcli.h>
 #include <atlwin.h>

@@ -58,6 +58,21 @@ int CountThreads() {
   return count;
 }
 
+int CountHeapBlocks() {
+  std::vector<HANDLE> heaps(64);
+  heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+  int count = 0;
+  for (const HANDLE heap : heaps) {
+    HeapLock(heap);
+    PROCESS_HEAP_ENTRY entry = {};
+    while (HeapWalk(heap, &entry)) {
+      count += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
+    }
+    HeapUnlock(heap);
+  }
+  return count;
+}
+
 size_t CommittedMemory() {
   PROCESS_MEMORY_COUNTERS counters = {};
   counters.cb = sizeof(counters);

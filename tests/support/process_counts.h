@@ -6,6 +6,8 @@
 
 int CountHandles();
 int CountThreads();
+/// Blocks in use in all heaps.
+int CountHeapBlocks();
 
 /// Bytes of committed memory.
 size_t CommittedMemory();

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+/// A zero-filled `T` in the system's global memory, locked for the object's lifetime: the unzip
+/// library's interface prescribes that for what it is given. False when there is no memory.
+template <typename T>
+class CGlobalBlock {
+ public:
+  CGlobalBlock()
+      : m_handle(GlobalAlloc(GMEM_ZEROINIT, sizeof(T))),
+        m_block(m_handle != nullptr ? static_cast<T*>(GlobalLock(m_handle)) : nullptr) {}
+  ~CGlobalBlock() {
+    if (m_block != nullptr) {
+      GlobalUnlock(m_handle);
+    }
+    if (m_handle != nullptr) {
+      GlobalFree(m_handle);
+    }
+  }
+  CGlobalBlock(const CGlobalBlock&) = delete;
+  CGlobalBlock& operator=(const CGlobalBlock&) = delete;
+
+  explicit operator bool() const { return m_block != nullptr; }
+  T* Get() const { return m_block; }
+  T* operator->() const { return m_block; }
+
+ private:
+  const HGLOBAL m_handle;
+  T* const m_block;
+};

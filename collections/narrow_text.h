@@ -1,0 +1,29 @@
+#pragma once
+
+#include <atlbase.h>
+#include <atlstr.h>
+
+#include <algorithm>
+#include <array>
+
+/// A text in the thread's ANSI code page, as the unzip library takes it, in a buffer on the stack.
+class CNarrowText {
+ public:
+  explicit CNarrowText(const CStringW& text) {
+    const int size = std::min(2 * text.GetLength() + 1, kBufferSize);
+    m_isConverted = WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, m_bytes.data(), size, nullptr,
+                                        nullptr) != 0;
+  }
+
+  /// Null when the text could not be converted.
+  LPSTR Get() { return m_isConverted ? m_bytes.data() : nullptr; }
+
+ private:
+  // The library refuses names of more than 16224 bytes, as it does null: a text that is too long
+  // for this buffer ends the way that it would in a longer one.
+  static constexpr int kLongestText = 16384;
+  static constexpr int kBufferSize = 2 * kLongestText + 1;
+
+  std::array<char, kBufferSize> m_bytes;
+  bool m_isConverted;
+};

@@ -1,0 +1,252 @@
+// The control becomes active in its container's window, and inactive again.
+
+#include "control_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+RECT PlaceInParent(HWND window) {
+  RECT rc;
+  GetWindowRect(window, &rc);
+  MapWindowPoints(nullptr, GetParent(window), reinterpret_cast<POINT*>(&rc), 2);
+  return rc;
+}
+
+class Activation : public EveryControlTest {
+ protected:
+  void SetUp() override {
+    EveryControlTest::SetUp();
+    OpenContainer();
+  }
+};
+INSTANTIATE_FOR_EVERY_BIRTH(Activation);
+
+TEST_P(Activation, InPlaceMakesAWindowWhereTheSiteSays) {
+  EXPECT_EQ(nullptr, ControlWindow());
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
+                                               "GetWindowContext", "GetWindow", "ShowObject"));
+  const HWND window = ControlWindow();
+  ASSERT_NE(nullptr, window);
+  EXPECT_EQ(m_window, GetParent(window));
+  const RECT place = PlaceInParent(window);
+  EXPECT_TRUE(EqualRect(&m_site.m_position, &place));
+  EXPECT_EQ(static_cast<LONG_PTR>(WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS),
+            GetWindowLongPtrW(window, GWL_STYLE));
+  EXPECT_EQ(0, GetWindowLongPtrW(window, GWL_EXSTYLE));
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+  EXPECT_FALSE(Plate().m_bUIActive);
+  EXPECT_TRUE(Plate().m_bNegotiatedWnd);
+  EXPECT_FALSE(Plate().m_bWndLess);
+  EXPECT_FALSE(Plate().m_bInPlaceSiteEx);
+  EXPECT_TRUE(EqualRect(&m_site.m_position, &Plate().m_rcPos));
+}
+
+TEST_P(Activation, BothWindowInterfacesGiveTheSameWindow) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_SHOW));
+  HWND fromActiveObject = nullptr;
+  EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->GetWindow(&fromActiveObject));
+  EXPECT_EQ(ControlWindow(), fromActiveObject);
+  HWND fromWindow = nullptr;
+  EXPECT_EQ(S_OK, As<IOleWindow>()->GetWindow(&fromWindow));
+  EXPECT_EQ(ControlWindow(), fromWindow);
+}
+
+TEST_P(Activation, UserInterfaceGoesToTheControl) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+  EXPECT_THAT(
+      m_site.m_log.Take(),
+      ElementsAre("CanInPlaceActivate", "OnInPlaceActivate", "GetWindowContext", "GetWindow",
+                  "OnUIActivate", "OnFocus", "frame.SetActiveObject", "frame.SetBorderSpace",
+                  "document.SetActiveObject", "document.SetBorderSpace", "ShowObject"));
+  EXPECT_TRUE(Plate().m_bUIActive);
+  EXPECT_EQ(ControlWindow(), GetFocus());
+  EXPECT_EQ(As<IOleInPlaceActiveObject>().p, m_site.m_frame.m_active.p);
+
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->UIDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("GetWindowContext", "frame.NoActiveObject",
+                                               "document.NoActiveObject", "OnUIDeactivate"));
+  EXPECT_FALSE(Plate().m_bUIActive);
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+  EXPECT_NE(nullptr, ControlWindow());
+  EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->UIDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "told once";
+}
+
+TEST_P(Activation, SecondActivationKeepsTheWindow) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  const HWND window = ControlWindow();
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_SHOW));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("GetWindowContext", "ShowObject"));
+  EXPECT_EQ(window, ControlWindow());
+}
+
+TEST_P(Activation, DeactivationDestroysTheWindow) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+  const HWND window = ControlWindow();
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(),
+              ElementsAre("GetWindowContext", "frame.NoActiveObject", "document.NoActiveObject",
+                          "OnUIDeactivate", "OnInPlaceDeactivate"));
+  EXPECT_FALSE(IsWindow(window));
+  EXPECT_EQ(nullptr, ControlWindow());
+  EXPECT_FALSE(Plate().m_bInPlaceActive);
+  EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "told once";
+
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_NE(nullptr, ControlWindow());
+}
+
+TEST_P(Activation, HidingKeepsTheWindow) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_HIDE));
+  const HWND window = ControlWindow();
+  EXPECT_TRUE(IsWindow(window));
+  EXPECT_FALSE(IsWindowVisible(window));
+  EXPECT_FALSE(Plate().m_bUIActive);
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_SHOW));
+  EXPECT_EQ(window, ControlWindow());
+  EXPECT_TRUE(IsWindowVisible(window));
+}
+
+TEST_P(Activation, PrimaryVerbActivatesInUserMode) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_PRIMARY));
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+}
+
+TEST_P(Activation, PrimaryVerbShowsThePropertiesInDesignMode) {
+  m_site.m_userMode = false;
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_PRIMARY));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("ShowPropertyFrame"));
+  EXPECT_FALSE(Plate().m_bInPlaceActive);
+}
+
+TEST_P(Activation, CloseTakesEverythingBack) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  const HWND window = ControlWindow();
+  ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
+  EXPECT_FALSE(IsWindow(window));
+  EXPECT_FALSE(Plate().m_bInPlaceActive);
+  EXPECT_FALSE(Plate().m_bNegotiatedWnd);
+  EXPECT_EQ(nullptr, Plate().m_spInPlaceSite.p);
+  EXPECT_NE(nullptr, Plate().m_spClientSite.p) << "may be activated again";
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_NE(nullptr, ControlWindow());
+}
+
+TEST_P(Activation, LastReleaseDestroysTheWindow) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  const HWND window = ControlWindow();
+  m_object.Release();
+  m_outer.m_inner.Release();
+  EXPECT_EQ(0, g_plates.alive);
+  EXPECT_FALSE(IsWindow(window));
+}
+
+class ActivationFailure : public ControlTest {
+ protected:
+  void SetUp() override {
+    ControlTest::SetUp();
+    Create(Birth::kAlone);
+    OpenContainer();
+  }
+  void ExpectInactive() {
+    EXPECT_FALSE(Plate().m_bInPlaceActive);
+    EXPECT_FALSE(Plate().m_bUIActive);
+    EXPECT_EQ(nullptr, ControlWindow());
+    EXPECT_EQ(nullptr, GetWindow(m_window, GW_CHILD));
+  }
+};
+
+TEST_F(ActivationFailure, WithoutASite) {
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr));
+  EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_EQ(S_OK, DoVerb(OLEIVERB_HIDE));
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, WithASiteThatOnlyShowsPictures) {
+  m_site.m_kind = CTestSite::Kind::kNoActivation;
+  EXPECT_EQ(E_NOINTERFACE, DoVerb(OLEIVERB_UIACTIVATE));
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, WithASiteThatRefuses) {
+  m_site.m_results["CanInPlaceActivate"] = S_FALSE;
+  EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  m_site.m_results["CanInPlaceActivate"] = E_ACCESSDENIED;
+  EXPECT_EQ(E_ACCESSDENIED, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "CanInPlaceActivate"));
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, WithASiteThatFailsToActivate) {
+  m_site.m_results["OnInPlaceActivate"] = E_ACCESSDENIED;
+  EXPECT_EQ(E_ACCESSDENIED, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate"));
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, WithoutAPlace) {
+  m_site.m_results["GetWindowContext"] = E_UNEXPECTED;
+  EXPECT_EQ(E_UNEXPECTED, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
+                                               "GetWindowContext", "OnInPlaceDeactivate"));
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, WithoutAParentWindow) {
+  m_site.m_results["GetWindow"] = E_UNEXPECTED;
+  EXPECT_EQ(E_UNEXPECTED, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ExpectInactive();
+  m_site.m_results.clear();
+  m_site.m_window = nullptr;
+  EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_INPLACEACTIVATE)) << "a child cannot be without a parent";
+  ExpectInactive();
+}
+
+TEST_F(ActivationFailure, UserInterfaceIsRefused) {
+  m_site.m_results["OnUIActivate"] = E_ACCESSDENIED;
+  EXPECT_EQ(E_ACCESSDENIED, DoVerb(OLEIVERB_UIACTIVATE));
+  EXPECT_FALSE(Plate().m_bUIActive);
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+  EXPECT_EQ(nullptr, m_site.m_frame.m_active.p);
+}
+
+TEST_F(ActivationFailure, ContainerClosesTheControlInsideOfACall) {
+  for (const char* const call :
+       {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindowContext", "GetWindow", "OnUIActivate",
+        "OnFocus", "frame.SetActiveObject", "ShowObject", "document.NoActiveObject",
+        "OnUIDeactivate", "OnInPlaceDeactivate"}) {
+    SCOPED_TRACE(call);
+    m_site.m_log.On(call, [this] { As<IOleObject>()->Close(OLECLOSE_NOSAVE); });
+    DoVerb(OLEIVERB_UIACTIVATE);
+    As<IOleInPlaceObject>()->InPlaceDeactivate();
+    m_site.m_log.On(call, [] {});
+    ExpectInactive();
+    m_site.m_frame.m_active.Release();
+    m_site.m_document.m_active.Release();
+  }
+  EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE)) << "the control works as before";
+  EXPECT_NE(nullptr, ControlWindow());
+}
+
+TEST_F(ActivationFailure, NewSiteGetsAnActivationOfItsOwn) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  CTestSite other;
+  other.m_window = m_window;
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&other));
+  m_site.m_log.Take();
+  EXPECT_EQ(0U, m_site.References());
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
+  Drop();
+}
+
+}  // namespace

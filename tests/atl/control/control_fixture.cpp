@@ -1,0 +1,101 @@
+#include "control_fixture.h"
+
+namespace {
+
+CControlTestModule g_module;
+
+}  // namespace
+
+CControlTestModule& TestModule() { return g_module; }
+
+STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv) {
+  m_asked.push_back(iid);
+  *ppv = nullptr;
+  if (iid == IID_IUnknown) {
+    AddRef();
+    *ppv = this;
+    return S_OK;
+  }
+  return m_inner->QueryInterface(iid, ppv);
+}
+
+std::string ToString(Birth birth) {
+  switch (birth) {
+    case Birth::kAlone:
+      return "Alone";
+    case Birth::kInside:
+      return "Inside";
+    case Birth::kPolymorphic:
+      return "Polymorphic";
+    default:
+      return "PolymorphicInside";
+  }
+}
+
+void ControlTest::SetUp() {
+  // S_FALSE after tests with the system's host window, which does not take its own call back.
+  ASSERT_TRUE(SUCCEEDED(OleInitialize(nullptr)));
+  g_plates = {};
+  m_locks = TestModule().GetLockCount();
+}
+
+void ControlTest::TearDown() {
+  Drop();
+  EXPECT_EQ(0U, m_site.References());
+  EXPECT_EQ(0U, m_sink.References());
+  EXPECT_EQ(m_locks, TestModule().GetLockCount());
+  if (m_window != nullptr) {
+    EXPECT_EQ(nullptr, GetWindow(m_window, GW_CHILD)) << "a window left behind";
+    DestroyWindow(m_window);
+  }
+  OleUninitialize();
+}
+
+void ControlTest::Create(Birth birth) {
+  using Poly = CComCreator<CComPolyObject<CPlate>>;
+  const bool inside = birth == Birth::kInside || birth == Birth::kPolymorphicInside;
+  const bool poly = birth == Birth::kPolymorphic || birth == Birth::kPolymorphicInside;
+  CComPtr<IUnknown>& pNew = inside ? m_outer.m_inner : m_object;
+  IUnknown* const pOuter = inside ? &m_outer : nullptr;
+  void** const ppv = reinterpret_cast<void**>(&pNew);
+  ASSERT_EQ(S_OK, poly ? Poly::CreateInstance(pOuter, IID_IUnknown, ppv)
+                       : CPlate::_CreatorClass::CreateInstance(pOuter, IID_IUnknown, ppv));
+  if (inside) {
+    m_object = &m_outer;
+  }
+  ASSERT_EQ(1, g_plates.alive);
+  m_plate = static_cast<CPlate*>(As<IPlate>().p);
+}
+
+void ControlTest::OpenContainer() {
+  m_window = CreateWindowExW(0, L"STATIC", L"Container", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
+                             400, 300, nullptr, nullptr, nullptr, nullptr);
+  ASSERT_NE(nullptr, m_window);
+  m_site.m_window = m_window;
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+}
+
+void ControlTest::Drop() {
+  if (m_object != nullptr) {
+    CComPtr<IOleObject> object;
+    if (SUCCEEDED(m_object.QueryInterface(&object))) {
+      object->Close(OLECLOSE_NOSAVE);
+      object->SetClientSite(nullptr);
+    }
+  }
+  m_object.Release();
+  EXPECT_EQ(0U, m_outer.References());
+  m_outer.m_inner.Release();
+  EXPECT_EQ(0, g_plates.alive) << "the control has another owner";
+}
+
+HRESULT ControlTest::DoVerb(LONG verb) {
+  return As<IOleObject>()->DoVerb(verb, nullptr, &m_site, 0, m_window, &m_site.m_position);
+}
+
+HWND ControlTest::ControlWindow() {
+  HWND window = nullptr;
+  const HRESULT hr = As<IOleInPlaceObject>()->GetWindow(&window);
+  EXPECT_EQ(window != nullptr ? S_OK : E_FAIL, hr);
+  return window;
+}

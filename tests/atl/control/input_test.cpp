@@ -1,0 +1,116 @@
+// Focus, mouse and keys, and the rest of what a container tells a control.
+
+#include "control_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Input : public EveryControlTest {
+ protected:
+  void SetUp() override {
+    EveryControlTest::SetUp();
+    OpenContainer();
+    ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+    m_site.m_log.Take();
+  }
+};
+INSTANTIATE_FOR_EVERY_BIRTH(Input);
+
+TEST_P(Input, FocusActivatesTheUserInterface) {
+  SetFocus(ControlWindow());
+  EXPECT_TRUE(Plate().m_bUIActive);
+  const auto calls = m_site.m_log.Take();
+  EXPECT_THAT(calls, testing::Contains("OnUIActivate"));
+  EXPECT_EQ("OnFocus", calls.back());
+  SetFocus(m_window);
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("OnBlur"));
+  SetFocus(ControlWindow());
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("OnFocus")) << "is active already";
+}
+
+TEST_P(Input, ClickActivatesTheUserInterface) {
+  const LRESULT result =
+      SendMessageW(ControlWindow(), WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(m_window),
+                   MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
+  EXPECT_EQ(MA_ACTIVATE, result);
+  EXPECT_TRUE(Plate().m_bUIActive);
+}
+
+TEST_P(Input, ClickInDesignModeIsTheContainers) {
+  m_site.m_userMode = false;
+  SendMessageW(ControlWindow(), WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(m_window),
+               MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
+  EXPECT_FALSE(Plate().m_bUIActive);
+}
+
+TEST_P(Input, KeysAreOfferedToTheSite) {
+  const auto active = As<IOleInPlaceActiveObject>();
+  MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};
+  EXPECT_EQ(S_OK, active->TranslateAccelerator(&message));
+  EXPECT_EQ(0U, m_site.m_keyModifiers);
+  for (const HRESULT answer : {S_FALSE, E_NOTIMPL}) {
+    m_site.m_results["TranslateAccelerator"] = answer;
+    EXPECT_EQ(S_FALSE, active->TranslateAccelerator(&message));
+  }
+  EXPECT_EQ(E_POINTER, active->TranslateAccelerator(nullptr));
+}
+
+TEST_P(Input, KeysAreOfferedWithTheirModifiers) {
+  BYTE keys[256] = {};
+  keys[VK_SHIFT] = keys[VK_MENU] = 0x80;
+  ASSERT_TRUE(SetKeyboardState(keys));
+  MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};
+  EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->TranslateAccelerator(&message));
+  EXPECT_EQ(5U, m_site.m_keyModifiers) << "1: shift, 2: control, 4: alt";
+  keys[VK_SHIFT] = keys[VK_MENU] = 0;
+  keys[VK_CONTROL] = 0x80;
+  ASSERT_TRUE(SetKeyboardState(keys));
+  EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->TranslateAccelerator(&message));
+  EXPECT_EQ(2U, m_site.m_keyModifiers);
+  keys[VK_CONTROL] = 0;
+  ASSERT_TRUE(SetKeyboardState(keys));
+}
+
+TEST_P(Input, ReflectedMessagesGetTheDefaultProcessing) {
+  const HDC hdc = GetDC(ControlWindow());
+  const auto colour = [&](UINT message) {
+    return SendMessageW(ControlWindow(), message, reinterpret_cast<WPARAM>(hdc),
+                        reinterpret_cast<LPARAM>(ControlWindow()));
+  };
+  EXPECT_NE(0, colour(WM_CTLCOLORSTATIC)) << "the system's brush";
+  EXPECT_EQ(colour(WM_CTLCOLORSTATIC), colour(OCM_CTLCOLORSTATIC));
+  EXPECT_EQ(0, colour(OCM__BASE + WM_USER)) << "not one of them";
+  ReleaseDC(ControlWindow(), hdc);
+}
+
+TEST_P(Input, FramesAndDialogsNeedNothing) {
+  const auto active = As<IOleInPlaceActiveObject>();
+  EXPECT_EQ(S_OK, active->OnFrameWindowActivate(TRUE));
+  EXPECT_EQ(S_OK, active->OnDocWindowActivate(TRUE));
+  EXPECT_EQ(S_OK, active->EnableModeless(FALSE));
+  const RECT border = {};
+  EXPECT_EQ(S_OK, active->ResizeBorder(&border, nullptr, TRUE));
+  EXPECT_EQ(E_NOTIMPL, active->ContextSensitiveHelp(TRUE));
+  EXPECT_EQ(E_NOTIMPL, As<IOleInPlaceObject>()->ContextSensitiveHelp(TRUE));
+  EXPECT_EQ(E_NOTIMPL, As<IOleInPlaceObject>()->ReactivateAndUndo());
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
+}
+
+TEST_P(Input, EventsAreFrozenByCounting) {
+  const auto control = As<IOleControl>();
+  EXPECT_EQ(S_OK, control->FreezeEvents(TRUE));
+  EXPECT_EQ(S_OK, control->FreezeEvents(TRUE));
+  EXPECT_EQ(2, Plate().m_nFreezeEvents);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(S_OK, control->FreezeEvents(FALSE));
+  }
+  EXPECT_EQ(0, Plate().m_nFreezeEvents) << "not below";
+  EXPECT_EQ(S_OK, control->OnAmbientPropertyChange(DISPID_UNKNOWN));
+  CONTROLINFO info = {};
+  EXPECT_EQ(E_NOTIMPL, control->GetControlInfo(&info)) << "no mnemonics";
+  EXPECT_EQ(E_NOTIMPL, control->OnMnemonic(nullptr));
+}
+
+}  // namespace

@@ -1,0 +1,55 @@
+#include "collections/ansi_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+std::string AllBytes() {
+  std::string bytes;
+  for (int i = 0; i < 256; ++i) {
+    bytes += static_cast<char>(i);
+  }
+  return bytes;
+}
+
+/// A thread whose locale has another code page than the system.
+class CForeignThreadLocale {
+ public:
+  CForeignThreadLocale() : m_previous(GetThreadLocale()) {
+    SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
+  }
+  ~CForeignThreadLocale() { SetThreadLocale(m_previous); }
+  CForeignThreadLocale(const CForeignThreadLocale&) = delete;
+  CForeignThreadLocale& operator=(const CForeignThreadLocale&) = delete;
+
+ private:
+  const LCID m_previous;
+};
+
+TEST(AnsiText, EveryByteGoesThereAndBack) {
+  const std::string bytes = AllBytes();
+  const CStringW wide = AnsiToWide(bytes.data(), 256);
+  EXPECT_EQ(wide.GetLength(), 256);
+  const CStringA back = WideToAnsi(wide);
+  EXPECT_EQ(std::string(back.GetString(), static_cast<size_t>(back.GetLength())), bytes);
+}
+
+TEST(AnsiText, IsTheSystemsWhateverTheThreadsLocaleIs) {
+  const CForeignThreadLocale locale;
+  ASSERT_NE(CStringW("caf\xE9!"), L"caf\u00E9!") << "this locale changes nothing";
+  EXPECT_EQ(AnsiToWide("caf\xE9!"), L"caf\u00E9!");
+  EXPECT_EQ(WideToAnsi(L"caf\u00E9!"), "caf\xE9!");
+}
+
+TEST(AnsiText, NothingIsNothing) {
+  EXPECT_TRUE(AnsiToWide(nullptr).IsEmpty());
+  EXPECT_TRUE(AnsiToWide("").IsEmpty());
+  EXPECT_TRUE(AnsiToWide("abc", 0).IsEmpty());
+  EXPECT_TRUE(WideToAnsi(CStringW()).IsEmpty());
+}
+
+TEST(AnsiText, WhatTheCodePageLacksIsReplaced) { EXPECT_EQ(WideToAnsi(L"a\u4E2Db"), "a?b"); }
+
+}  // namespace

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "collections/zip_progress_dialog.h"
+#include "tests/collections/zip_progress_dialog_peer.h"
+#include "tests/support/http_server.h"
+#include "tests/support/scripted_path.h"
+#include "tests/support/temp_sandbox.h"
+
+inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo Collection Download";
+
+// What the dialog says when it fails.
+inline constexpr wchar_t kMissing[] =
+    L"The Folivo Collection file that you are trying to download does not exist. Please verify "
+    L"that the path to the file is valid.";
+inline constexpr wchar_t kUnavailable[] =
+    L"The Folivo Collection file is unavailable for downloading.";
+inline constexpr wchar_t kNotValid[] =
+    L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
+inline constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
+
+/// Runs the dialog modally with a user: a thread that gets the window once it is visible. Gives the
+/// dialog's result.
+INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user);
+
+/// An archive at a path of the test's own, and a content folder, which is not there yet.
+class CollectionTest : public testing::Test {
+ protected:
+  ~CollectionTest() override;
+
+  std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
+  std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
+  /// A folder and file in it, as an added collection.
+  std::wstring Content(const std::wstring& name) const { return ContentFolder() + L"\\" + name; }
+
+  /// The path's address under the name of a trusted host.
+  static std::wstring TrustedUrl(const ScriptedPath& path,
+                                 const std::wstring& host = L"folivo-collections.example");
+
+  bool ArchiveExists() const;
+
+  const HttpTestServer m_server;
+  const CTempSandbox m_sandbox;
+};
+
+/// A dialog with a window whose stages a test calls one by one, on its own thread. There is no
+/// message loop, so the timer never ticks.
+class COpenDialog {
+ public:
+  COpenDialog(const std::wstring& source, const std::wstring& zipPath,
+              const std::wstring& contentFolder);
+  ~COpenDialog();
+  COpenDialog(const COpenDialog&) = delete;
+  COpenDialog& operator=(const COpenDialog&) = delete;
+
+  CZipProgressDialogPeer* operator->() { return &m_peer; }
+  HWND Window() const { return m_dialog.m_hWnd; }
+
+ private:
+  CZipProgressDialog m_dialog;
+  CZipProgressDialogPeer m_peer;
+};

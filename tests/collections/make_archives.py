@@ -1,0 +1,168 @@
+#!/usr/bin/env python3
+"""Makes the archives that the unzip tests read: make_archives.py FOLDER."""
+
+import io
+import pathlib
+import random
+import struct
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+DATE = (2011, 12, 13, 14, 15, 16)
+DOS, UNIX = 0, 3
+TEXT = b"A lesson about zip archives.\n" * 400
+# Every byte value, in runs that deflate finds hard.
+BINARY = bytes((i * i + (i >> 3)) & 0xFF for i in range(5000))
+
+
+class RawInfo(zipfile.ZipInfo):
+    """An entry whose name is stored as the given bytes, without a word about their encoding."""
+
+    def __init__(self, name):
+        super().__init__("x", DATE)
+        self.raw_name = name
+
+    def _encodeFilenameFlags(self):
+        return self.raw_name, self.flag_bits
+
+
+def info(name, method=zipfile.ZIP_DEFLATED, host=UNIX):
+    entry = RawInfo(name) if isinstance(name, bytes) else zipfile.ZipInfo(name, DATE)
+    entry.compress_type = method
+    entry.create_system = host
+    entry.external_attr = 0o644 << 16
+    return entry
+
+
+def archive(*entries, comment=b""):
+    """The bytes of an archive of (entry, data) pairs."""
+    stream = io.BytesIO()
+    with zipfile.ZipFile(stream, "w") as target:
+        for entry, data in entries:
+            target.writestr(entry, data, compress_type=entry.compress_type)
+        target.comment = comment
+    return stream.getvalue()
+
+
+def one(name, data, **options):
+    return archive((info(name, **options), data))
+
+
+def patched(data, signature, offset, form, *values):
+    """Overwrites fields at an offset from the last occurrence of a header's signature."""
+    place = data.rindex(signature) + offset
+    changed = bytearray(data)
+    struct.pack_into("<" + form, changed, place, *values)
+    return bytes(changed)
+
+
+LOCAL, CENTRAL, END = b"PK\3\4", b"PK\1\2", b"PK\5\6"
+
+
+def with_sizes(data, compressed, size):
+    """Has both headers of the only entry claim these sizes."""
+    data = patched(data, LOCAL, 18, "II", compressed, size)
+    return patched(data, CENTRAL, 20, "II", compressed, size)
+
+
+class Pipe(io.RawIOBase):
+    """What cannot be sought in: sizes then follow the data."""
+
+    def __init__(self):
+        super().__init__()
+        self.data = bytearray()
+
+    def writable(self):
+        return True
+
+    def write(self, data):
+        self.data += data
+        return len(data)
+
+
+def streamed():
+    pipe = Pipe()
+    with zipfile.ZipFile(pipe, "w") as target:
+        target.writestr(info("streamed.txt"), TEXT)
+        target.writestr(info("second.bin"), BINARY)
+    return bytes(pipe.data)
+
+
+def overlapping():
+    """Two entries of the directory that mean the same compressed bytes."""
+    single = one("kernel.txt", TEXT)
+    start = single.index(CENTRAL)
+    header, end = single[start:single.index(END)], single[single.index(END):]
+    twice = single[:start] + header + header.replace(b"kernel.txt", b"second.txt") + end
+    return patched(twice, END, 8, "HHI", 2, 2, 2 * len(header))
+
+
+def zip_tool(*arguments, **files):
+    """The bytes of an archive made by the zip program from files of these names."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name, data in files.items():
+            pathlib.Path(folder, name).write_bytes(data)
+        subprocess.run(["/usr/bin/zip", "-q", "-X", *arguments, "made.zip", *files],
+                       cwd=folder, check=True)
+        return pathlib.Path(folder, "made.zip").read_bytes()
+
+
+def archives():
+    stored = zipfile.ZIP_STORED
+    yield "stored", archive((info("a.txt", stored), b"stored text"),
+                            (info("folder/b.bin", stored), BINARY))
+    yield "deflated", archive(
+        (info("z first.txt"), TEXT), (info("folder/"), b""), (info("folder/inner/c.bin"), BINARY),
+        (info("collection.xml"), b"<collection/>"), (info("b.txt"), TEXT[:100]))
+    yield "empty", archive()
+    yield "empty_with_comment", archive(comment=b"nothing in here")
+    yield "with_comment", archive((info("a.txt"), TEXT), comment=b"100% %s")
+    yield "empty_entry", one("empty.txt", b"")
+    yield "streamed", streamed()
+    yield "zip64", zip_tool("-fz", **{"sixty-four.txt": TEXT})
+    yield "encrypted", zip_tool("-P", "secret", **{"locked.txt": TEXT})
+    many = [(info(f"part{i % 10}/entry{9999 - i:04}.txt", stored), b"%d" % i) for i in range(10000)]
+    yield "many", archive(*many)
+    yield "noise", one("noise.bin", random.Random(1).randbytes(300000))
+    yield "zeros", one("zeros.bin", bytes(30 << 20))
+
+    yield "names_dos", one("Gr\u00fc\u00dfe.txt".encode("cp437"), TEXT, host=DOS)
+    yield "names_ansi", one("Gr\u00fc\u00dfe \u20ac.txt".encode("cp1252"), TEXT)
+    yield "names_utf8", one("Gr\u00fc\u00dfe.txt", TEXT)
+    yield "names_percent", one("100%s%n%08x.txt", TEXT)
+    yield "names_long", archive((info("n" * 259), b"fits"), (info("m" * 5000), b"cut"))
+    yield "names_patterns", archive((info("a[1].txt"), b"brackets"), (info(b"back\\slash.txt"), b"b"),
+                                    (info("only.dat"), b"data"), (info("x1"), b"1"),
+                                    (info("x2"), b"2"))
+    yield "names_twice", archive((info("twice1.txt"), b"1"), (info("twice2.txt"), b"2"))\
+        .replace(b"twice2.txt", b"twice1.txt")
+
+    good = one("bad.txt", TEXT)
+    yield "bad_crc", patched(patched(good, LOCAL, 14, "I", 0x1234), CENTRAL, 16, "I", 0x1234)
+    yield "bad_data", patched(good, LOCAL, 30 + len("bad.txt"), "QQ", 2**64 - 1, 2**64 - 1)
+    yield "cut_end", good[:-30]
+    yield "cut_front", archive((info("a.txt", stored), BINARY), (info("b.txt"), TEXT))[200:]
+    yield "wrong_count", patched(archive((info("a.txt"), TEXT), (info("b.txt"), TEXT)),
+                                 END, 8, "HH", 3, 3)
+    yield "junk_front", b"#!/bin/sh\n" * 10 + good
+    yield "junk_behind", good + b"junk" * 10
+    yield "no_zip", TEXT
+    yield "zero_bytes", b""
+    yield "lying_size", with_sizes(good, struct.unpack_from("<I", good, 18)[0], 3 << 30)
+    yield "claims_4g", with_sizes(good, struct.unpack_from("<I", good, 18)[0], 2**32 - 1)
+    yield "wrong_stored", with_sizes(one("bad.txt", TEXT, method=stored), len(TEXT), 2 * len(TEXT))
+    yield "overlapping", overlapping()
+    yield "new_method", patched(patched(good, LOCAL, 8, "H", 14), CENTRAL, 10, "H", 14)
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    folder.mkdir(parents=True, exist_ok=True)
+    for name, data in archives():
+        (folder / f"{name}.zip").write_bytes(data)
+
+
+if __name__ == "__main__":
+    main()
