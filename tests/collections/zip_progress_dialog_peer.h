@@ -48,6 +48,7 @@ struct CZipProgressDialogPeer {
       dialog.m_entries.Add(name.c_str());
     }
   }
+  void AddFile(LPCWSTR path) { dialog.m_addedFiles.Add(path); }
   std::vector<std::wstring> AddedFiles() const {
     std::vector<std::wstring> files;
     for (int i = 0; i < dialog.GetAddedFiles().GetSize(); ++i) {

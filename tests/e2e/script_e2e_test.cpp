@@ -14,7 +14,6 @@
 #include "tests/support/scripted_path.h"
 #include "tests/support/stored_zip.h"
 #include "tests/support/temp_sandbox.h"
-#include "tests/support/user.h"
 #include "tools/dialog_driver/polling.h"
 #include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"
