@@ -26,5 +26,11 @@ CScriptRun::CScriptRun(const std::wstring& folder, const std::string& source,
 
 std::vector<std::string> CScriptRun::Finish() {
   EXPECT_EQ(m_process.WaitForExit(), kFinished);
-  return m_process.Lines();
+  std::vector<std::string> lines = m_process.Lines();
+  for (std::string& line : lines) {
+    if (line.ends_with('\r')) {
+      line.pop_back();
+    }
+  }
+  return lines;
 }
