@@ -103,7 +103,7 @@ inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteWindowless* pSi
   }
   HWND hWndParent = nullptr;
   const HRESULT hr = pSite->GetWindow(&hWndParent);
-  if (FAILED(hr) || !m_bInPlaceActive) {
+  if (FAILED(hr)) {
     return hr;
   }
   const HWND hWnd = CreateControlWindow(hWndParent, rcPos);

@@ -5,6 +5,12 @@
 
 #include <initializer_list>
 
+#if defined(__MINGW64_VERSION_MAJOR) && __MINGW64_VERSION_MAJOR < 11
+// Its header declares the interface without the identifier that __uuidof gives.
+__CRT_UUID_DECL(IObjectSafety, 0xCB5BDC81, 0x93C1, 0x11CF, 0x8F, 0x20, 0x00, 0x80, 0x5F, 0x2C, 0xD0,
+                0x64)
+#endif
+
 namespace ATL {
 
 /// Tells a browser for which uses by untrusted pages the object is safe: the INTERFACESAFE_ bits in

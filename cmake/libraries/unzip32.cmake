@@ -15,8 +15,7 @@ target_compile_definitions(unzip32_settings INTERFACE
   NO_EF_UT_TIME         # would delete TZ from the environment of the whole process
   NO_W32TIMES_IZFIX     # would query the volume at each call
   NO_UNICODE_SUPPORT    # names as 5.5x gives them; and a malformed one would end the listing
-  NO_WORKING_ISPRINT    # would replace characters in names by question marks
-  "SETLOCALE(c,l)=((void)0)")  # would set the locale of the C runtime that the process shares
+  NO_WORKING_ISPRINT)   # would replace characters in names by question marks
 target_compile_options(unzip32_settings INTERFACE
   -O2 "-ffile-prefix-map=${UNZIP_SOURCE}=unzip" "-ffile-prefix-map=${unzip32_folder}=unzip32"
   "$<$<COMPILE_LANGUAGE:C>:SHELL:-include \"${unzip32_folder}/engine_shim.h\">")

@@ -28,8 +28,8 @@ std::wstring CollectionTest::TrustedUrl(const ScriptedPath& path, const std::wst
   return url.replace(url.find(address), address.size(), host);
 }
 
-bool CollectionTest::ArchiveExists() const {
-  return GetFileAttributesW(ZipPath().c_str()) != INVALID_FILE_ATTRIBUTES;
+bool CollectionTest::Exists(const std::wstring& path) {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 COpenDialog::COpenDialog(const std::wstring& source, const std::wstring& zipPath,

@@ -41,7 +41,9 @@ class CollectionTest : public testing::Test {
   static std::wstring TrustedUrl(const ScriptedPath& path,
                                  const std::wstring& host = L"folivo-collections.example");
 
-  bool ArchiveExists() const;
+  /// Whether there is a file or folder of this path.
+  static bool Exists(const std::wstring& path);
+  bool ArchiveExists() const { return Exists(ZipPath()); }
 
   const HttpTestServer m_server;
   const CTempSandbox m_sandbox;

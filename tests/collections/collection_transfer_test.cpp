@@ -295,12 +295,12 @@ TEST_F(CollectionTransfer, NoHandleIsLeftBehind) {
   const HttpAnswer answer = HttpAnswer().Pattern(kSeed, 100);
   Fetch(answer);
   const int handles = CountHandles();
-  for (int i = 0; i < 30; ++i) {
+  for (int i = 0; i < 10; ++i) {
     m_winInet.closed.clear();
     Fetch(answer);
     EXPECT_EQ(m_winInet.closed.size(), 2u);
   }
-  EXPECT_LE(CountHandles(), handles + 3);
+  EXPECT_LE(CountHandles(), handles + 2);
 }
 
 /// The real pauses, as nothing stands in for them here.

@@ -6,13 +6,26 @@ folivo_add_test(NAME collection_unit_tests LABELS unit TIMEOUT 120 HEAP_CHECK
     xml_depth_test.cpp
   LIBS collections test_support)
 
-folivo_add_test(NAME collection_dialog_tests LABELS ui TIMEOUT 240 HEAP_CHECK
-  SOURCES
+foreach(kind IN ITEMS dialog transfer stage)
+  set(sources_dialog
+    collection_credentials_test.cpp
+    collection_dialog_template_test.cpp
+    collection_pipeline_test.cpp
+    zip_progress_dialog_test.cpp)
+  set(sources_transfer
     collection_source_test.cpp
-    collection_test.cpp
     collection_transfer_failure_test.cpp
-    collection_transfer_test.cpp
-    dialog_trace.cpp
-    wininet_recorder.cpp
-    $<TARGET_OBJECTS:plugin_resources>
-  LIBS collections test_support)
+    collection_transfer_test.cpp)
+  set(sources_stage
+    add_collections_test.cpp
+    manifest_test.cpp)
+  folivo_add_test(NAME collection_${kind}_tests LABELS ui TIMEOUT 240 HEAP_CHECK
+    SOURCES
+      ${sources_${kind}}
+      collection_test.cpp
+      dialog_trace.cpp
+      wininet_recorder.cpp
+      $<TARGET_OBJECTS:plugin_resources>
+    LIBS collections test_support)
+  folivo_use_unzip(collection_${kind}_tests)
+endforeach()

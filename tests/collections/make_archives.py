@@ -12,6 +12,9 @@ import zipfile
 
 DATE = (2011, 12, 13, 14, 15, 16)
 DOS, UNIX = 0, 3
+NAME_IS_UTF8 = 0x800
+# A field of no known kind; an engine that decodes UTF-8 does so for names with extra fields only.
+NO_EXTRA = struct.pack("<HH", 0xCAFE, 0)
 TEXT = b"A lesson about zip archives.\n" * 400
 # Every byte value, in runs that deflate finds hard.
 BINARY = bytes((i * i + (i >> 3)) & 0xFF for i in range(5000))
@@ -28,8 +31,10 @@ class RawInfo(zipfile.ZipInfo):
         return self.raw_name, self.flag_bits
 
 
-def info(name, method=zipfile.ZIP_DEFLATED, host=UNIX):
+def info(name, method=zipfile.ZIP_DEFLATED, host=UNIX, flags=0, extra=b""):
     entry = RawInfo(name) if isinstance(name, bytes) else zipfile.ZipInfo(name, DATE)
+    entry.flag_bits |= flags
+    entry.extra = extra
     entry.compress_type = method
     entry.create_system = host
     entry.external_attr = 0o644 << 16
@@ -131,6 +136,8 @@ def archives():
     yield "names_dos", one("Gr\u00fc\u00dfe.txt".encode("cp437"), TEXT, host=DOS)
     yield "names_ansi", one("Gr\u00fc\u00dfe \u20ac.txt".encode("cp1252"), TEXT)
     yield "names_utf8", one("Gr\u00fc\u00dfe.txt", TEXT)
+    yield "names_utf8_extra", one("Gr\u00fc\u00dfe.txt", TEXT, extra=NO_EXTRA)
+    yield "names_malformed", one(b"\xff\xc3(.txt", TEXT, flags=NAME_IS_UTF8, extra=NO_EXTRA)
     yield "names_percent", one("100%s%n%08x.txt", TEXT)
     yield "names_long", archive((info("n" * 259), b"fits"), (info("m" * 5000), b"cut"))
     yield "names_patterns", archive((info("a[1].txt"), b"brackets"), (info(b"back\\slash.txt"), b"b"),

@@ -31,6 +31,9 @@ class Unzip32DllTest(unittest.TestCase):
         imported = {name.lower() for name in re.findall(r"DLL Name: (\S+)", headers())}
         self.assertEqual(imported, {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "user32.dll"})
 
+    def test_it_has_no_means_to_change_the_locale(self):
+        self.assertNotIn("setlocale", headers())
+
     def test_no_time_of_building_is_inside(self):
         self.assertRegex(headers(), r"Time/Date\s+Thu Jan  1 00:00:00 1970")
 

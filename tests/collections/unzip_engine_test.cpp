@@ -10,6 +10,7 @@
 
 #include "collections/unzip_interface.h"
 #include "tests/collections/unzip_test.h"
+#include "tests/support/temp_sandbox.h"
 
 namespace {
 
@@ -226,6 +227,25 @@ TEST_F(UnzipEngine, AsksForThePasswordOnce) {
   EXPECT_EQ(m_buffer.strptr, nullptr);
 }
 
+TEST_F(UnzipEngine, DoesWhatTheOptionsSay) {
+  const CTempSandbox folder;
+  std::string path = CStringA(folder.Path().c_str()).GetString();
+  m_options.nvflag = 0;
+  m_options.lpszExtractDir = path.data();
+  m_options.ndflag = 0;
+  EXPECT_EQ(ListArchive(Narrow(L"stored")), 0);
+  EXPECT_THAT(folder.Files(), testing::ElementsAre(L"a.txt", L"b.bin")) << "without their folders";
+  m_options.ndflag = 1;
+  m_options.noflag = 1;
+  EXPECT_EQ(ListArchive(Narrow(L"stored")), 0);
+  EXPECT_THAT(folder.Files(), testing::ElementsAre(L"a.txt", L"b.bin", L"folder\\b.bin"));
+  m_options.ntflag = 1;
+  g_printed.clear();
+  EXPECT_EQ(ListArchive(Narrow(L"bad_crc")), 2);
+  EXPECT_THAT(g_printed, HasSubstr("bad CRC"));
+  EXPECT_THAT(folder.Files(), SizeIs(3)) << "tested only";
+}
+
 constexpr int kFileDescriptors = 64;
 bool g_isOpen[kFileDescriptors];
 int g_broken = -1;
@@ -278,7 +298,7 @@ TEST_F(UnzipEngine, RefusesNullArguments) {
 TEST_F(UnzipEngine, LeavesTheProcessAsItWas) {
   _putenv("TZ=CET-1CEST");
   SetEnvironmentVariableW(L"TZ", L"CET-1CEST");
-  const std::string locale = std::setlocale(LC_ALL, nullptr);
+  std::setlocale(LC_ALL, "C");
   wchar_t before[MAX_PATH] = {};
   GetCurrentDirectoryW(MAX_PATH, before);
   for (const wchar_t* name : {L"stored", L"bad_crc", L"names_dos", L"cut_end"}) {
@@ -290,7 +310,7 @@ TEST_F(UnzipEngine, LeavesTheProcessAsItWas) {
   wchar_t after[MAX_PATH] = {};
   GetCurrentDirectoryW(MAX_PATH, after);
   EXPECT_STREQ(before, after);
-  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), locale.c_str());
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
   const char* const zone = std::getenv("TZ");
   ASSERT_NE(zone, nullptr);
   EXPECT_STREQ(zone, "CET-1CEST");

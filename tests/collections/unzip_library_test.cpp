@@ -96,13 +96,15 @@ TEST_P(UnzipName, IsListedAndFound) {
   EXPECT_EQ(Unzip(Archive(GetParam().archive), GetParam().listed), ArchivedText());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, UnzipName,
-                         testing::Values(NameCase{L"names_dos", L"Gr\u00fc\u00dfe.txt"},
-                                         NameCase{L"names_ansi", L"Gr\u00fc\u00dfe \u20ac.txt"},
-                                         // Not decoded: the old interface knows nothing of UTF-8.
-                                         NameCase{L"names_utf8",
-                                                  L"Gr\u00c3\u00bc\u00c3\u0178e.txt"},
-                                         NameCase{L"names_percent", L"100%s%n%08x.txt"}));
+INSTANTIATE_TEST_SUITE_P(
+    All, UnzipName,
+    testing::Values(NameCase{L"names_dos", L"Gr\u00fc\u00dfe.txt"},
+                    NameCase{L"names_ansi", L"Gr\u00fc\u00dfe \u20ac.txt"},
+                    // Not decoded: the old interface knows nothing of UTF-8.
+                    NameCase{L"names_utf8", L"Gr\u00c3\u00bc\u00c3\u0178e.txt"},
+                    NameCase{L"names_utf8_extra", L"Gr\u00c3\u00bc\u00c3\u0178e.txt"},
+                    NameCase{L"names_malformed", L"\u00ff\u00c3(.txt"},
+                    NameCase{L"names_percent", L"100%s%n%08x.txt"}));
 
 TEST_F(UnzipLibrary, CutsNamesThatAreTooLong) {
   const auto names = List(Archive(L"names_long"));

@@ -119,7 +119,7 @@ TEST(XmlDepth, IsNeverBelowTheParsers) {
                                "<?xml version='1.0' encoding='x'?>"};
   std::mt19937 random(1);
   int nested = 0;
-  for (int i = 0; i < 15000; ++i) {
+  for (int i = 0; i < 3000; ++i) {
     std::string text = random() % 2 == 0 ? "<a>" : "";
     for (auto length = random() % 20; length > 0; --length) {
       text += parts[random() % std::size(parts)];
@@ -128,7 +128,7 @@ TEST(XmlDepth, IsNeverBelowTheParsers) {
     nested += parsed > 2 ? 1 : 0;
     ASSERT_GE(Depth(text), parsed) << text;
   }
-  EXPECT_GT(nested, 300) << "the texts must put something to the test";
+  EXPECT_GT(nested, 50) << "the texts must put something to the test";
 }
 
 }  // namespace

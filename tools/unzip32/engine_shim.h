@@ -11,6 +11,10 @@
 static __inline void* EngineAllocate(size_t size) { return size != 0 ? malloc(size) : NULL; }
 #define malloc(size) EngineAllocate(size)
 
+/* Each call would set the locale of the C runtime, which the whole process shares. (Not on the
+ * command line: CMake passes no macros with parameters.) */
+#define SETLOCALE(category, locale) ((void)0)
+
 /* Debian's check for overlapping entries calls readbuf without the context that the functions of a
  * DLL build take first. */
 #define ENGINE_READBUF_2(buffer, size) readbuf(pG, buffer, size)

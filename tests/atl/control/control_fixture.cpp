@@ -8,7 +8,7 @@ CControlTestModule g_module;
 
 CControlTestModule& TestModule() { return g_module; }
 
-STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv) {
   m_asked.push_back(iid);
   *ppv = nullptr;
   if (iid == IID_IUnknown) {

@@ -4,7 +4,7 @@
 
 CReferenceCount::~CReferenceCount() { EXPECT_EQ(0U, m_count) << "references left behind"; }
 
-STDMETHODIMP CTestFrame::QueryInterface(REFIID iid, void** ppv) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestFrame::QueryInterface(REFIID iid, void** ppv) {
   *ppv = nullptr;
   if (iid != IID_IUnknown && iid != IID_IOleWindow && iid != IID_IOleInPlaceUIWindow &&
       iid != IID_IOleInPlaceFrame) {
@@ -15,19 +15,20 @@ STDMETHODIMP CTestFrame::QueryInterface(REFIID iid, void** ppv) {
   return S_OK;
 }
 
-STDMETHODIMP CTestFrame::SetBorderSpace(LPCBORDERWIDTHS widths) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestFrame::SetBorderSpace(LPCBORDERWIDTHS widths) {
   EXPECT_EQ(nullptr, widths) << "controls have no tools";
   m_log.Add(m_name + ".SetBorderSpace");
   return S_OK;
 }
 
-STDMETHODIMP CTestFrame::SetActiveObject(IOleInPlaceActiveObject* object, LPCOLESTR) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestFrame::SetActiveObject(IOleInPlaceActiveObject* object,
+                                                              LPCOLESTR) {
   m_active = object;
   m_log.Add(m_name + (object != nullptr ? ".SetActiveObject" : ".NoActiveObject"));
   return S_OK;
 }
 
-STDMETHODIMP CTestSite::QueryInterface(REFIID iid, void** ppv) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::QueryInterface(REFIID iid, void** ppv) {
   *ppv = nullptr;
   IUnknown* found = nullptr;
   if (iid == IID_IUnknown || iid == IID_IOleClientSite) {
@@ -55,13 +56,15 @@ HRESULT CTestSite::Answer(const std::string& call) {
   return result != m_results.end() ? result->second : S_OK;
 }
 
-STDMETHODIMP CTestSite::GetWindow(HWND* window) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::GetWindow(HWND* window) {
   *window = m_window;
   return Answer("GetWindow");
 }
 
-STDMETHODIMP CTestSite::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
-                                         LPRECT position, LPRECT clip, LPOLEINPLACEFRAMEINFO info) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::GetWindowContext(IOleInPlaceFrame** frame,
+                                                              IOleInPlaceUIWindow** document,
+                                                              LPRECT position, LPRECT clip,
+                                                              LPOLEINPLACEFRAMEINFO info) {
   EXPECT_EQ(sizeof(*info), info->cb);
   *frame = nullptr;
   *document = nullptr;
@@ -75,34 +78,35 @@ STDMETHODIMP CTestSite::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUI
   return hr;
 }
 
-STDMETHODIMP CTestSite::OnUIDeactivate(BOOL undoable) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::OnUIDeactivate(BOOL undoable) {
   EXPECT_FALSE(undoable);
   return Answer("OnUIDeactivate");
 }
 
-STDMETHODIMP CTestSite::OnInPlaceActivateEx(BOOL* noRedraw, DWORD flags) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::OnInPlaceActivateEx(BOOL* noRedraw, DWORD flags) {
   EXPECT_NE(nullptr, noRedraw);
   m_activateFlags = flags;
   return Answer("OnInPlaceActivateEx");
 }
 
-STDMETHODIMP CTestSite::OnInPlaceDeactivateEx(BOOL noRedraw) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::OnInPlaceDeactivateEx(BOOL noRedraw) {
   EXPECT_FALSE(noRedraw);
   return Answer("OnInPlaceDeactivateEx");
 }
 
-STDMETHODIMP CTestSite::InvalidateRect(LPCRECT rect, BOOL) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::InvalidateRect(LPCRECT rect, BOOL) {
   EXPECT_EQ(nullptr, rect);
   return Answer("InvalidateRect");
 }
 
-STDMETHODIMP CTestSite::TranslateAccelerator(MSG*, DWORD modifiers) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::TranslateAccelerator(MSG*, DWORD modifiers) {
   m_keyModifiers = modifiers;
   return Answer("TranslateAccelerator");
 }
 
-STDMETHODIMP CTestSite::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS*, VARIANT* result,
-                               EXCEPINFO*, UINT*) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::Invoke(DISPID id, REFIID, LCID, WORD flags,
+                                                    DISPPARAMS*, VARIANT* result, EXCEPINFO*,
+                                                    UINT*) {
   EXPECT_EQ(DISPATCH_PROPERTYGET, flags);
   if (id != DISPID_AMBIENT_USERMODE) {
     return DISP_E_MEMBERNOTFOUND;
@@ -112,7 +116,7 @@ STDMETHODIMP CTestSite::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS*,
   return S_OK;
 }
 
-STDMETHODIMP CTestSink::QueryInterface(REFIID iid, void** ppv) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSink::QueryInterface(REFIID iid, void** ppv) {
   *ppv = nullptr;
   if (iid != IID_IUnknown && iid != IID_IAdviseSink) {
     return E_NOINTERFACE;
@@ -122,12 +126,13 @@ STDMETHODIMP CTestSink::QueryInterface(REFIID iid, void** ppv) {
   return S_OK;
 }
 
-STDMETHODIMP_(void) CTestSink::OnDataChange(FORMATETC* format, STGMEDIUM* medium) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP_(void) CTestSink::OnDataChange(FORMATETC* format,
+                                                                 STGMEDIUM* medium) {
   EXPECT_EQ(CF_METAFILEPICT, format->cfFormat);
   m_log.Add(medium->tymed == TYMED_MFPICT ? "OnDataChange" : "OnDataChange without data");
 }
 
-STDMETHODIMP_(void) CTestSink::OnViewChange(DWORD aspect, LONG index) {
+COM_DECLSPEC_NOTHROW STDMETHODIMP_(void) CTestSink::OnViewChange(DWORD aspect, LONG index) {
   EXPECT_EQ(static_cast<DWORD>(DVASPECT_CONTENT), aspect);
   EXPECT_EQ(-1, index);
   m_log.Add("OnViewChange");

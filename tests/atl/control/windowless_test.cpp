@@ -95,6 +95,29 @@ TEST_P(Windowless, WindowOnlyControlDoesNotEvenAsk) {
   EXPECT_NE(nullptr, ControlWindow());
 }
 
+TEST_P(Windowless, AnotherSiteIsAskedAgain) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  m_site.m_kind = CTestSite::Kind::kPlain;
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+  EXPECT_FALSE(Plate().m_bNegotiatedWnd);
+  EXPECT_FALSE(Plate().m_bWndLess);
+  EXPECT_FALSE(Plate().m_bInPlaceSiteEx);
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
+                                               "GetWindowContext", "GetWindow", "ShowObject"));
+  EXPECT_NE(nullptr, ControlWindow());
+}
+
+TEST_P(Windowless, ActiveControlStaysWithItsSiteInPlace) {
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr));
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("OnInPlaceDeactivateEx"));
+}
+
 TEST_P(Windowless, ExtendedSiteMayRefuseTheUserInterface) {
   m_site.m_kind = CTestSite::Kind::kEx;
   m_site.m_results["RequestUIActivate"] = S_FALSE;

@@ -1,0 +1,208 @@
+// Whole runs of the dialog, from its first timer tick to its end.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/collections/collection_test.h"
+#include "tests/collections/dialog_trace.h"
+#include "tests/collections/wininet_recorder.h"
+#include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/parallel.h"
+#include "tests/support/process_counts.h"
+#include "tests/support/stored_zip.h"
+#include "tests/support/user.h"
+
+namespace {
+
+using Lines = CDialogTrace::Lines;
+
+const char kManifest[] =
+    "<Collections><DownloadedFile Filename='a.qdc' Destination='x'/></Collections>";
+
+class CollectionPipeline : public CollectionTest {
+ protected:
+  static std::string Archive() {
+    return CStoredZip().Add("a.qdc", "lesson").Add("manifest.xml", kManifest).Bytes();
+  }
+  /// A source that exists, beside the archive of an earlier run.
+  std::wstring LocalSource(const std::string& oldArchive) const {
+    m_sandbox.Write(L"download.zip", oldArchive);
+    return m_sandbox.Write(L"source.zip", "never read");
+  }
+  INT_PTR Run(const std::wstring& source) const {
+    CZipProgressDialog dialog(source.c_str(), ZipPath().c_str(), ContentFolder().c_str());
+    const INT_PTR result = dialog.DoModal(nullptr);
+    EXPECT_TRUE(CZipProgressDialogPeer{dialog}.AddedFiles().empty());
+    return result;
+  }
+
+  const Lines m_initial = {Title(L"Downloading Folivo Collections..."), Subtitle(L"")};
+  const Lines m_retrieving = {Title(L"Retrieving downloaded collections to unzip..."),
+                              Subtitle(L""),
+                              Bar(0),
+                              Pause(100),
+                              Bar(25),
+                              Pause(100)};
+  const Lines m_listed = {Bar(75), Pause(100), Bar(100), Pause(100)};
+  const Lines m_failed = {Message(kCannotUnzip), Delete(L"download.zip"), End(3)};
+
+  static Lines Join(const std::vector<Lines>& parts) {
+    Lines all;
+    for (const Lines& part : parts) {
+      all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
+  }
+
+  const CUnzipSearchPath m_unzip{RealUnzipFolder()};
+};
+
+TEST_F(CollectionPipeline, LocalRunEndsBehindTheManifest) {
+  const std::wstring source = LocalSource(Archive());
+  CDialogTrace trace;
+  EXPECT_EQ(Run(source), 3);
+  const std::wstring title = Title(L"Unzipping Folivo Collections...");
+  EXPECT_EQ(trace.Take(), Join({m_initial,
+                                m_initial,
+                                {Bar(0), Bar(50), Pause(700), Bar(100)},
+                                m_retrieving,
+                                m_listed,
+                                {title, Subtitle(L""), Bar(0), title, Subtitle(L"a.qdc"), Bar(33),
+                                 Pause(700), Bar(66), Pause(700), Bar(100)},
+                                m_failed}));
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"source.zip"});
+}
+
+TEST_F(CollectionPipeline, NetworkRunEndsAtTheArchiveItHoldsOpen) {
+  const CWinInetRecorder winInet;
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()).CloseDelimited());
+  CDialogTrace trace;
+  EXPECT_EQ(Run(TrustedUrl(path)), 3);
+  EXPECT_EQ(trace.Take(), Join({m_initial,
+                                m_initial,
+                                {Bar(0), Pause(100), Bar(0), Pause(100), Pause(700), Bar(100)},
+                                m_retrieving,
+                                m_failed}));
+  EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+TEST_F(CollectionPipeline, ArchiveWithoutManifestIsShownEntryByEntry) {
+  const std::wstring source =
+      LocalSource(CStoredZip().Add("a", "1").Add("b.qdc", "2").Add("c.txt", "3").Bytes());
+  CDialogTrace trace;
+  EXPECT_EQ(Run(source), 3);
+  const std::wstring title = Title(L"Unzipping Folivo Collections...");
+  EXPECT_EQ(trace.Take(), Join({m_initial,
+                                m_initial,
+                                {Bar(0), Bar(50), Pause(700), Bar(100)},
+                                m_retrieving,
+                                m_listed,
+                                {title, Subtitle(L""), Bar(0), title, Subtitle(L"a"), Bar(25),
+                                 Pause(700), title, Subtitle(L"b.qdc"), Bar(50), Pause(700), title,
+                                 Subtitle(L"c.txt"), Bar(75), Pause(700), Bar(100)},
+                                m_failed}));
+}
+
+TEST_F(CollectionPipeline, EmptyArchiveIsListed) {
+  const std::wstring source = LocalSource(CStoredZip().Bytes());
+  CDialogTrace trace;
+  EXPECT_EQ(Run(source), 3);
+  EXPECT_EQ(trace.Take(),
+            Join({m_initial,
+                  m_initial,
+                  {Bar(0), Bar(50), Pause(700), Bar(100)},
+                  m_retrieving,
+                  m_listed,
+                  {Title(L"Unzipping Folivo Collections..."), Subtitle(L""), Bar(0), Bar(100)},
+                  m_failed}));
+}
+
+TEST_F(CollectionPipeline, WhatIsNoArchiveEndsAtTheListing) {
+  for (const std::string& archive : {std::string("no archive"), std::string()}) {
+    const std::wstring source = LocalSource(archive);
+    CDialogTrace trace;
+    EXPECT_EQ(Run(source), 3);
+    EXPECT_EQ(trace.Take(), Join({m_initial,
+                                  m_initial,
+                                  {Bar(0), Bar(50), Pause(700), Bar(100)},
+                                  m_retrieving,
+                                  m_failed}));
+  }
+}
+
+TEST_F(CollectionPipeline, WithoutTheUnzipLibraryItEndsAtTheListing) {
+  const CUnzipSearchPath none(m_sandbox.Path());
+  SetEnvironmentVariableW(L"PATH", m_sandbox.Path().c_str());
+  const std::wstring source = LocalSource(Archive());
+  CDialogTrace trace;
+  EXPECT_EQ(Run(source), 3);
+  EXPECT_EQ(trace.Take(L"message"), Lines{kCannotUnzip});
+}
+
+TEST_F(CollectionPipeline, ReadOnlyArchiveGoesToo) {
+  const std::wstring source = LocalSource(Archive());
+  SetFileAttributesW(ZipPath().c_str(), FILE_ATTRIBUTE_READONLY);
+  const CDialogTrace trace;
+  EXPECT_EQ(Run(source), 3);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(CollectionPipeline, RealPausesLetEachLineBeRead) {
+  const std::wstring source = LocalSource(Archive());
+  std::wstring message;
+  const ULONGLONG begin = GetTickCount64();
+  ULONGLONG end = 0;
+  CParallel user([&] {
+    WaitForDialog(L"MERLO Folivo");
+    end = GetTickCount64();
+    message = DismissMessage();
+  });
+  EXPECT_EQ(Run(source), 3);
+  user.Join();
+  EXPECT_EQ(message, kCannotUnzip);
+  // The timer, the source, four steps of the listing, two entries.
+  EXPECT_GE(end - begin, 100 + 700 + 4 * 100 + 2 * 700 - 50U);
+}
+
+TEST_F(CollectionPipeline, NothingElseIsServedMeanwhile) {
+  // A click that comes during the pauses finds the dialog at its end.
+  const std::wstring source = LocalSource(Archive());
+  std::wstring message;
+  CParallel user([&] {
+    const HWND window = WaitForDialog(kDialogTitle);
+    WaitUntil("the first stage", [&] {
+      return SendDlgItemMessageW(window, IDC_COLLECTION_PROGRESS, PBM_GETPOS, 0, 0) >= 50;
+    });
+    Click(window, IDCANCEL);
+    message = DismissMessage();
+  });
+  EXPECT_EQ(Run(source), 3);
+  user.Join();
+  EXPECT_EQ(message, kCannotUnzip);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(CollectionPipeline, NoHandleIsLeftBehind) {
+  const CWinInetRecorder winInet;
+  const CDialogTrace trace;
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
+  const auto runAll = [&] {
+    EXPECT_EQ(Run(TrustedUrl(path)), 3);
+    EXPECT_EQ(Run(LocalSource(Archive())), 3);
+    EXPECT_EQ(Run(m_sandbox / L"missing"), 3);
+  };
+  runAll();
+  const int handles = CountHandles();
+  for (int i = 0; i < 5; ++i) {
+    runAll();
+  }
+  EXPECT_LE(CountHandles(), handles + 2);
+}
+
+}  // namespace

@@ -1,0 +1,463 @@
+// The dialog itself: its controls, its commands, and how it ends.
+
+#include "collections/zip_progress_dialog.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "tests/collections/collection_test.h"
+#include "tests/collections/dialog_trace.h"
+#include "tests/collections/wininet_recorder.h"
+#include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
+#include "tests/support/process_counts.h"
+#include "tests/support/user.h"
+
+namespace {
+
+using Lines = CDialogTrace::Lines;
+
+constexpr int kTitle = 210;
+constexpr int kSubtitle = 211;
+constexpr int kBar = 212;
+
+/// Keeps the dialog's timer from ticking, so that it stands in its initial state for as long as a
+/// test looks at it.
+class CHeldTimer {
+ public:
+  CHeldTimer() : m_patch("user32.dll", "SetTimer", &Hold) {
+    s_original = m_patch.Original<UINT_PTR WINAPI(HWND, UINT_PTR, UINT, TIMERPROC)>();
+    s_calls.clear();
+  }
+  struct CCall {
+    HWND window;
+    UINT_PTR id;
+    UINT period;
+    TIMERPROC proc;
+  };
+  static const std::vector<CCall>& Calls() { return s_calls; }
+  /// A real timer, for the test's own use.
+  static UINT_PTR Start(UINT period, TIMERPROC proc) {
+    return s_original(nullptr, 0, period, proc);
+  }
+
+ private:
+  static UINT_PTR WINAPI Hold(HWND window, UINT_PTR id, UINT period, TIMERPROC proc) {
+    s_calls.push_back({window, id, period, proc});
+    return 1;
+  }
+
+  static inline std::vector<CCall> s_calls;
+  static inline decltype(&SetTimer) s_original;
+  CImportPatch m_patch;
+};
+
+RECT ChildBounds(HWND window, int id) {
+  RECT bounds = {};
+  GetWindowRect(GetDlgItem(window, id), &bounds);
+  MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
+  return bounds;
+}
+
+class ZipProgressDialog : public CollectionTest {
+ protected:
+  ZipProgressDialog()
+      : m_dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(), ContentFolder().c_str()) {}
+
+  CZipProgressDialog m_dialog;
+  CZipProgressDialogPeer m_peer{m_dialog};
+};
+
+TEST_F(ZipProgressDialog, ConstructionCopiesItsArgumentsAndDoesNothing) {
+  std::wstring source = L"http://folivo-collections.example/a.zip";
+  std::wstring zip = L"C:/Temp/download.zip";
+  std::wstring content = L"C:\\Content\\";
+  CZipProgressDialog dialog(source.c_str(), zip.c_str(), content.c_str());
+  source.assign(source.size(), L'x');
+  zip.assign(zip.size(), L'x');
+  content.assign(content.size(), L'x');
+  const CZipProgressDialogPeer peer{dialog};
+  EXPECT_EQ(peer.SourceUrl(), L"http://folivo-collections.example/a.zip");
+  EXPECT_EQ(peer.ZipPath(), L"C:/Temp/download.zip");
+  EXPECT_EQ(peer.ContentFolder(), L"C:\\Content\\");
+  EXPECT_FALSE(peer.IsDone());
+  EXPECT_TRUE(peer.IsFirstChunk());
+  EXPECT_EQ(peer.Session(), nullptr);
+  EXPECT_EQ(peer.Request(), nullptr);
+  EXPECT_EQ(peer.File(), nullptr);
+  EXPECT_EQ(peer.Total(), 0);
+  EXPECT_EQ(peer.Received(), 0);
+  EXPECT_EQ(peer.EntryCount(), 0);
+  EXPECT_TRUE(peer.AddedFiles().empty());
+  EXPECT_EQ(dialog.m_hWnd, nullptr);
+}
+
+TEST_F(ZipProgressDialog, StartsWithOnlyCancelToPress) {
+  const CHeldTimer timer;
+  const INT_PTR result = RunDialog(m_dialog, [](HWND window) {
+    EXPECT_EQ(ChildText(window, kTitle), L"Downloading Folivo Collections...");
+    EXPECT_EQ(ChildText(window, kSubtitle), L"");
+    EXPECT_EQ(ChildText(window, IDOK), L"Ok");
+    EXPECT_EQ(ChildText(window, IDCANCEL), L"Cancel");
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(window, IDOK)));
+    EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDCANCEL)));
+    PBRANGE range = {};
+    SendDlgItemMessageW(window, kBar, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+    EXPECT_EQ(range.iLow, 1);
+    EXPECT_EQ(range.iHigh, 100);
+    ASSERT_EQ(CHeldTimer::Calls().size(), 1u);
+    EXPECT_EQ(CHeldTimer::Calls()[0].window, window);
+    EXPECT_EQ(CHeldTimer::Calls()[0].id, 0u);
+    EXPECT_EQ(CHeldTimer::Calls()[0].period, 100u);
+    EXPECT_EQ(CHeldTimer::Calls()[0].proc, nullptr);
+    Click(window, IDCANCEL);
+  });
+  EXPECT_EQ(result, 2);
+}
+
+/// Takes down the system calls of a dialog's initialisation, in order; calls of one kind that
+/// follow each other count once.
+class CInitialisationTrace {
+ public:
+  CInitialisationTrace() { s_steps.clear(); }
+
+  static const std::vector<std::string>& Steps() { return s_steps; }
+
+ private:
+  static void Note(const std::string& step) {
+    if (s_steps.empty() || s_steps.back() != step) {
+      s_steps.push_back(step);
+    }
+  }
+
+  static inline std::vector<std::string> s_steps;
+  CImportPatch m_place{"user32.dll", "SetWindowPos",
+                       +[](HWND, HWND, int, int, int, int, UINT) -> BOOL {
+                         Note("centre");
+                         return TRUE;
+                       }};
+  CImportPatch m_text{"user32.dll", "SetDlgItemTextW", +[](HWND, int, LPCWSTR) -> BOOL {
+                        Note("status");
+                        return TRUE;
+                      }};
+  CImportPatch m_enable{
+      "user32.dll", "EnableWindow", +[](HWND window, BOOL enable) -> BOOL {
+        Note((enable ? "enable " : "disable ") + std::to_string(GetDlgCtrlID(window)));
+        return TRUE;
+      }};
+  CImportPatch m_timer{"user32.dll", "SetTimer", +[](HWND, UINT_PTR, UINT, TIMERPROC) -> UINT_PTR {
+                         Note("timer");
+                         return 1;
+                       }};
+  CImportPatch m_move{"user32.dll", "MoveWindow", +[](HWND, int, int, int, int, BOOL) -> BOOL {
+                        Note("button row");
+                        return TRUE;
+                      }};
+  CImportPatch m_range{"user32.dll", "SendDlgItemMessageW",
+                       +[](HWND, int, UINT message, WPARAM, LPARAM) -> LRESULT {
+                         Note(message == PBM_SETRANGE32 ? "range" : "other");
+                         return 0;
+                       }};
+};
+
+TEST_F(ZipProgressDialog, InitialisationIsInOrder) {
+  const CInitialisationTrace trace;
+  EXPECT_EQ(RunDialog(m_dialog, [](HWND window) { Click(window, IDCANCEL); }), 2);
+  EXPECT_EQ(CInitialisationTrace::Steps(),
+            (std::vector<std::string>{"centre", "status", "disable 1", "enable 2", "timer",
+                                      "button row", "range"}));
+}
+
+TEST_F(ZipProgressDialog, ButtonsStandInOneCentredRow) {
+  const CHeldTimer timer;
+  RunDialog(m_dialog, [](HWND window) {
+    RECT client = {};
+    GetClientRect(window, &client);
+    const RECT ok = ChildBounds(window, IDOK);
+    const RECT cancel = ChildBounds(window, IDCANCEL);
+    EXPECT_EQ(cancel.left, ok.right + 12);
+    EXPECT_EQ(ok.left, (client.right - (cancel.right - ok.left)) / 2);
+    for (const RECT& bounds : {ok, cancel}) {
+      EXPECT_EQ(bounds.top, client.bottom - 36);
+      EXPECT_EQ(bounds.bottom, client.bottom - 12);
+      EXPECT_GE(bounds.right - bounds.left, 60);
+    }
+    Click(window, IDCANCEL);
+  });
+}
+
+TEST_F(ZipProgressDialog, OpensCentredOverItsOwner) {
+  const CHeldTimer timer;
+  const HWND owner = CreateWindowExW(0, L"static", L"Browser", WS_POPUP | WS_VISIBLE, 300, 200, 800,
+                                     700, nullptr, nullptr, nullptr, nullptr);
+  const CParallel user([] {
+    const HWND window = WaitForDialog(kDialogTitle);
+    RECT bounds = {};
+    GetWindowRect(window, &bounds);
+    EXPECT_NEAR((bounds.left + bounds.right) / 2, 300 + 400, 1);
+    EXPECT_NEAR((bounds.top + bounds.bottom) / 2, 200 + 350, 1);
+    Click(window, IDCANCEL);
+  });
+  EXPECT_EQ(m_dialog.DoModal(owner), 2);
+  DestroyWindow(owner);
+}
+
+TEST_F(ZipProgressDialog, CancelBeforeTheFirstTickKeepsTheArchive) {
+  m_sandbox.Write(L"download.zip", "old");
+  const CHeldTimer timer;
+  EXPECT_EQ(RunDialog(m_dialog, [](HWND window) { Click(window, IDCANCEL); }), 2);
+  EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
+}
+
+TEST_F(ZipProgressDialog, CloseBoxCancels) {
+  const CHeldTimer timer;
+  EXPECT_EQ(RunDialog(m_dialog, [](HWND window) { Close(window); }), 2);
+}
+
+TEST_F(ZipProgressDialog, OkCommandEndsWithOne) {
+  m_sandbox.Write(L"download.zip", "old");
+  const CHeldTimer timer;
+  EXPECT_EQ(
+      RunDialog(m_dialog,
+                [](HWND window) { PostMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0); }),
+      1);
+  EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
+}
+
+TEST_F(ZipProgressDialog, OtherNotificationsAreNotHandled) {
+  const CHeldTimer timer;
+  const INT_PTR result = RunDialog(m_dialog, [](HWND window) {
+    for (const int id : {IDOK, IDCANCEL, kTitle, kBar, 99}) {
+      SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 5), 0);
+    }
+    for (const int id : {kTitle, kSubtitle, kBar, 99}) {
+      SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 0), 0);
+    }
+    SendMessageW(window, WM_USER + 1, 1, 0);
+    EXPECT_TRUE(IsWindowVisible(window));
+    Click(window, IDCANCEL);
+  });
+  EXPECT_EQ(result, 2);
+}
+
+TEST_F(ZipProgressDialog, DefaultFocusIsSet) {
+  const CHeldTimer timer;
+  RunDialog(m_dialog, [](HWND window) {
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof(info);
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    EXPECT_TRUE(IsChild(window, info.hwndFocus));
+    Click(window, IDCANCEL);
+  });
+}
+
+TEST_F(ZipProgressDialog, StatusAndProgressGoToTheirControls) {
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  const int cases[][2] = {{-5, 0}, {0, 0}, {1, 1}, {50, 50}, {100, 100}, {200, 100}};
+  CDialogTrace trace;
+  for (const auto& [percent, position] : cases) {
+    dialog->SetProgress(percent);
+    // The control's own range begins at 1.
+    EXPECT_EQ(SendDlgItemMessageW(dialog.Window(), kBar, PBM_GETPOS, 0, 0), std::max(1, position));
+  }
+  EXPECT_EQ(trace.Take(L"bar"), (Lines{L"0", L"0", L"1", L"50", L"100", L"100"}));
+}
+
+TEST_F(ZipProgressDialog, ErrorIsAStopMessageOverTheDialog) {
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  CMessageRecorder messages;
+  dialog->ShowError(L"100%s");
+  const auto shown = messages.Take();
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_EQ(shown[0].owner, dialog.Window());
+  EXPECT_EQ(shown[0].text, L"100%s");
+  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+  EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
+}
+
+TEST_F(ZipProgressDialog, ErrorIsSeenAndDismissed) {
+  std::wstring text;
+  CParallel user([&] {
+    const HWND box = WaitForDialog(L"MERLO Folivo");
+    EXPECT_EQ(TextOf(GetWindow(box, GW_OWNER)), kDialogTitle);
+    text = DismissMessage();
+  });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  user.Join();
+  EXPECT_EQ(text, kMissing);
+}
+
+TEST_F(ZipProgressDialog, EndActsOnce) {
+  m_sandbox.Write(L"download.zip", "old");
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  CDialogTrace trace;
+  dialog->EndWithResult(2);
+  dialog->EndWithResult(3);
+  dialog->EndWithResult(1);
+  EXPECT_EQ(trace.Take(), Lines{End(2)});
+  EXPECT_TRUE(ArchiveExists());
+}
+
+std::vector<std::wstring> g_closings;
+decltype(&CloseHandle) g_closeHandle;
+HANDLE g_file;
+
+TEST_F(ZipProgressDialog, EndClosesFileRequestSessionThenDeletes) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+  CDialogTrace trace;
+  ASSERT_TRUE(dialog->DownloadArchive());
+  const HINTERNET session = dialog->Session();
+  const HINTERNET request = dialog->Request();
+  g_file = dialog->File();
+  trace.Take();
+  const CImportPatch patch(
+      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
+        if (handle == g_file) {
+          g_closings.emplace_back(L"file");
+        }
+        return g_closeHandle(handle);
+      });
+  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
+  g_closings.clear();
+  dialog->EndWithResult(3);
+  EXPECT_EQ(g_closings.size(), 1u);
+  EXPECT_EQ(winInet.closed, (std::vector{request, session}));
+  EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
+  EXPECT_FALSE(ArchiveExists()) << "as the file was closed before";
+  // The members keep their values.
+  EXPECT_EQ(dialog->Session(), session);
+  EXPECT_EQ(dialog->Request(), request);
+  EXPECT_EQ(dialog->File(), g_file);
+}
+
+TEST_F(ZipProgressDialog, EndWithoutHandlesClosesNone) {
+  CWinInetRecorder winInet;
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  dialog->SetFile(INVALID_HANDLE_VALUE);
+  g_file = INVALID_HANDLE_VALUE;
+  const CImportPatch patch(
+      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
+        EXPECT_NE(handle, INVALID_HANDLE_VALUE);
+        return g_closeHandle(handle);
+      });
+  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
+  dialog->EndWithResult(2);
+  EXPECT_TRUE(winInet.closed.empty());
+}
+
+TEST_F(ZipProgressDialog, WithoutAWindowNothingHappens) {
+  m_sandbox.Write(L"download.zip", "old");
+  const CImportPatch patch(
+      "user32.dll", "DialogBoxParamW",
+      +[](HINSTANCE, LPCWSTR, HWND, DLGPROC, LPARAM) -> INT_PTR { return -1; });
+  CMessageRecorder messages;
+  EXPECT_EQ(m_dialog.DoModal(nullptr), -1);
+  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_TRUE(ArchiveExists());
+  m_peer.EndWithResult(2);  // There is nothing to end, and that does no harm.
+}
+
+TEST_F(ZipProgressDialog, OneWhoseWindowIsDestroyedClosesItsHandles) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  const CDialogTrace trace;
+  {
+    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+    ASSERT_TRUE(dialog->DownloadArchive());
+  }
+  EXPECT_EQ(winInet.closed.size(), 2u);
+  EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
+}
+
+TEST_F(ZipProgressDialog, WindowMayBeDestroyedUnderTheMessage) {
+  const CImportPatch patch(
+      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
+        DestroyWindow(owner);
+        return IDOK;
+      });
+  m_sandbox.Write(L"download.zip", "old");
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  dialog->ShowError(L"x");
+  EXPECT_EQ(dialog.Window(), nullptr);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(ZipProgressDialog, CommandsAndTicksDuringAStageAreIgnored) {
+  // What comes while the system's message box serves messages.
+  const CImportPatch patch(
+      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
+        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
+        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
+        SendMessageW(owner, WM_TIMER, 0, 0);
+        return IDOK;
+      });
+  m_sandbox.Write(L"download.zip", "old");
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(ZipProgressDialog, OutOfMemoryEndsItWithoutAMessage) {
+  m_sandbox.Write(L"download.zip", "old");
+  CMessageRecorder messages;
+  const CImportPatch patch("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(ZipProgressDialog, LastingShortageOfMemoryEndsItToo) {
+  CMessageRecorder messages;
+  const CImportPatch patch(
+      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_TRUE(messages.Take().empty());
+}
+
+CZipProgressDialogPeer* g_asking;
+
+/// Goes on where a manifest stage that succeeds would.
+void CALLBACK AskNow(HWND, UINT, UINT_PTR timer, DWORD) {
+  KillTimer(nullptr, timer);
+  g_asking->Begin();
+  EXPECT_EQ(g_asking->AddCollections(TiXmlDocument()), S_OK);
+  g_asking->AskToView();
+}
+
+TEST_F(ZipProgressDialog, QuestionAtTheEndWaitsForTheAnswer) {
+  for (const int answer : {IDOK, IDCANCEL}) {
+    m_sandbox.Write(L"download.zip", "old");
+    const CHeldTimer held;
+    CZipProgressDialog dialog(L"", ZipPath().c_str(), ContentFolder().c_str());
+    CZipProgressDialogPeer peer{dialog};
+    g_asking = &peer;
+    CHeldTimer::Start(10, &AskNow);
+    const INT_PTR result = RunDialog(dialog, [&](HWND window) {
+      WaitUntil("the question", [&] { return ChildText(window, IDCANCEL) == L"No"; });
+      EXPECT_EQ(ChildText(window, kTitle), L"Completed Folivo Collections download.");
+      EXPECT_EQ(ChildText(window, kSubtitle),
+                L"Would you like to view the downloaded collections?");
+      EXPECT_EQ(ChildText(window, IDOK), L"Yes");
+      EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDOK)));
+      EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDCANCEL)));
+      EXPECT_EQ(SendDlgItemMessageW(window, kBar, PBM_GETPOS, 0, 0), 100);
+      SendMessageW(window, WM_TIMER, 0, 0);  // A late tick does not begin again.
+      EXPECT_TRUE(IsWindowVisible(window));
+      Click(window, answer);
+    });
+    EXPECT_EQ(result, answer);
+    EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
+  }
+}
+
+}  // namespace
