@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "folivo_plugin_h.h"
+#include "resources/resource.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/parallel.h"
 
@@ -90,6 +91,19 @@ TEST(Library, NeedsNothingButTheSystem) {
     const std::wstring path = std::wstring(system) + L"\\" + std::wstring(name.begin(), name.end());
     EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << name;
   }
+}
+
+TEST(Library, HelperObjectsScriptHasNoTokens) {
+  // It runs twice, the second time without the replacements of the first.
+  const CPluginLibrary library;
+  const HRSRC resource =
+      FindResourceW(library.Module(), MAKEINTRESOURCEW(IDR_FOLIVOPLUGIN), L"REGISTRY");
+  ASSERT_NE(resource, nullptr);
+  const std::string script(
+      static_cast<const char*>(LockResource(LoadResource(library.Module(), resource))),
+      SizeofResource(library.Module(), resource));
+  EXPECT_NE(script.find("Browser Helper Objects"), std::string::npos);
+  EXPECT_EQ(script.find('%'), std::string::npos);
 }
 
 TEST(ClassObject, NullOutIsAPointerError) {
