@@ -7,6 +7,9 @@
 
 namespace {
 
+// Asked for once, as a test may replace the function that tells it.
+const HMODULE g_program = GetModuleHandleW(nullptr);
+
 /// What lies in a loaded module, by its offset.
 class CImage {
  public:
@@ -64,7 +67,7 @@ void WriteSlot(void* slot, void* value) {
 
 CImportPatch::CImportPatch(HMODULE importer, const char* library, const char* function,
                            void* replacement)
-    : m_slot(FindSlot(CImage(importer), library, function)) {
+    : m_slot(FindSlot(CImage(importer != nullptr ? importer : g_program), library, function)) {
   EXPECT_NE(m_slot, nullptr) << function << " of " << library << " is not imported";
   if (m_slot != nullptr) {
     std::memcpy(&m_original, m_slot, sizeof(m_original));

@@ -8,11 +8,11 @@
 /// would leave.
 class CImportPatch {
  public:
-  /// Fails the test when the importer, this program by default, does not import `function` from
-  /// `library` ("wininet.dll").
+  /// Fails the test when `importer` (null: this program) does not import `function` from `library`
+  /// ("wininet.dll").
   template <typename Function>
   CImportPatch(const char* library, const char* function, Function* replacement,
-               HMODULE importer = GetModuleHandleW(nullptr))
+               HMODULE importer = nullptr)
       : CImportPatch(importer, library, function, reinterpret_cast<void*>(replacement)) {}
   ~CImportPatch();
   CImportPatch(const CImportPatch&) = delete;
