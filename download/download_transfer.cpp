@@ -46,6 +46,11 @@ class CFlagScope {
   std::atomic<bool>& m_flag;
 };
 
+/// The window that owns what is shown to the user: the dialog's or, under the pre-check, which has
+/// none yet, the one that the user is in. Without an owner, a message could open behind the
+/// browser.
+HWND OwnerFor(HWND dialog) { return dialog != nullptr ? dialog : GetForegroundWindow(); }
+
 /// Dispatches one message if there is one. False on WM_QUIT, which is put back for the loop of the
 /// browser that it is meant for.
 bool DispatchOneMessage() {
@@ -166,9 +171,7 @@ bool CProgressDialog::OpenRequest() {
     if (request == nullptr || !m_running) {
       break;
     }
-    const HWND window = m_window;
-    const HWND owner = window != nullptr ? window : GetForegroundWindow();
-    if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
+    if (InternetErrorDlg(OwnerFor(m_window), request, error, kErrorDialogFlags, nullptr) !=
         ERROR_INTERNET_FORCE_RETRY) {
       break;
     }
@@ -331,6 +334,6 @@ void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const
   CallGuarded([&] {
     CStringW text;
     text.Format(format, subject.GetString());
-    ::MessageBoxW(m_window, text, kProductName, MB_ICONEXCLAMATION);
+    ::MessageBoxW(OwnerFor(m_window), text, kProductName, MB_ICONEXCLAMATION);
   });
 }

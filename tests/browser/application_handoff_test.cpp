@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "download/file_operations.h"
 #include "tests/browser/fake_browser.h"
@@ -120,6 +121,67 @@ TEST(InstallFolder, EmptyValueIsAnEmptyFolder) {
   const CInstallInformation information;
   information.SetFolder(L"");
   EXPECT_EQ(InstallFolder(), L"");
+}
+
+/// Takes down how the program opens registry keys, and whether it closes them.
+class CRegistryRecorder {
+ public:
+  CRegistryRecorder()
+      : m_open("advapi32.dll", "RegOpenKeyExW", &Open),
+        m_close("advapi32.dll", "RegCloseKey", &Close) {
+    s_openOriginal = m_open.Original<LSTATUS WINAPI(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY)>();
+    s_closeOriginal = m_close.Original<LSTATUS WINAPI(HKEY)>();
+    s_accesses.clear();
+    s_open = 0;
+  }
+  /// The access asked for, with each key.
+  static const std::vector<REGSAM>& Accesses() { return s_accesses; }
+  /// How many keys are open now.
+  static int OpenKeys() { return s_open; }
+
+ private:
+  static LSTATUS WINAPI Open(HKEY root, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
+    EXPECT_EQ(root, HKEY_LOCAL_MACHINE);
+    s_accesses.push_back(access);
+    const LSTATUS result = s_openOriginal(root, path, options, access, key);
+    s_open += result == ERROR_SUCCESS ? 1 : 0;
+    return result;
+  }
+  static LSTATUS WINAPI Close(HKEY key) {
+    --s_open;
+    return s_closeOriginal(key);
+  }
+
+  static inline LSTATUS(WINAPI* s_openOriginal)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY);
+  static inline LSTATUS(WINAPI* s_closeOriginal)(HKEY);
+  static inline std::vector<REGSAM> s_accesses;
+  static inline int s_open;
+  CImportPatch m_open;
+  CImportPatch m_close;
+};
+
+/// Asks for the folder and expects it to be read only, `opens` keys to be tried and none left open.
+void ExpectKeysReadAndClosed(size_t opens) {
+  const CRegistryRecorder recorder;
+  InstallFolder();
+  EXPECT_EQ(CRegistryRecorder::Accesses(), std::vector<REGSAM>(opens, 0x20219));
+  EXPECT_EQ(CRegistryRecorder::OpenKeys(), 0);
+}
+
+TEST(InstallFolder, KeysAreReadOnlyAndClosedOnEveryWay) {
+  const CInstallInformation information;
+  ExpectKeysReadAndClosed(2);
+  information.Create(Key::kPanelDrivers);
+  ExpectKeysReadAndClosed(2);
+  information.SetFolder(L"C:\\Panel", Key::kPanelDrivers);
+  ExpectKeysReadAndClosed(2);
+  information.Create(Key::kApplication);
+  ExpectKeysReadAndClosed(1);
+  const DWORD number = 42;
+  information.SetValue(REG_DWORD, &number, sizeof(number));
+  ExpectKeysReadAndClosed(1);
+  information.SetFolder(L"C:\\App");
+  ExpectKeysReadAndClosed(1);
 }
 
 TEST(OpenInApplication, RunsTheLauncherWithTheBarePath) {

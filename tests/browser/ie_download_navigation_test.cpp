@@ -21,6 +21,7 @@
 #include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/http_server.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"
 
@@ -39,6 +40,12 @@ class Navigation : public testing::Test {
   ~Navigation() override { SetTempBaseFolder(CStringW()); }
 
   bool Navigate(const std::wstring& url) const { return m_helper.Navigate(url); }
+
+  /// Gives the browser a window; without one, null is the owner of everything.
+  void UseBrowserWindow() {
+    m_browser.window = GetDesktopWindow();
+    m_helper->SetSite(&m_browser);
+  }
 
   void ExpectUntouched(const std::wstring& url) {
     EXPECT_FALSE(Navigate(url));
@@ -81,6 +88,26 @@ TEST_F(Navigation, CancelledPromptLeavesNothingButTheFolder) {
   EXPECT_TRUE(m_sandbox.Files().empty());
   EXPECT_TRUE(std::filesystem::is_directory(m_sandbox / kTempFiles));
   EXPECT_TRUE(m_launches.Launches().empty());
+}
+
+TEST_F(Navigation, DownloadIsGivenUpOnlyWhenTheNavigationIsCancelled) {
+  static CNavigationEvent* current;
+  static std::vector<bool> cancelledBefore;
+  static decltype(&DeleteFileW) deleteFile;
+  cancelledBefore.clear();
+  const CImportPatch patch(
+      "kernel32.dll", "DeleteFileW", +[](LPCWSTR path) -> BOOL {
+        EXPECT_NE(wcsstr(path, L"iedownload.folivo"), nullptr);
+        cancelledBefore.push_back(current->Cancelled());
+        return deleteFile(path);
+      });
+  deleteFile = patch.Original<BOOL WINAPI(LPCWSTR)>();
+  const ScriptedPath path(m_server, Lesson());
+  CNavigationEvent event(path.Url(L"a.folivo"));
+  current = &event;
+  EXPECT_TRUE(m_helper.Navigate(event));
+  EXPECT_EQ(cancelledBefore, std::vector<bool>{true})
+      << "the temporary file goes with the download";
 }
 
 TEST_F(Navigation, TakenTemporaryNameIsNumbered) {
@@ -184,6 +211,7 @@ TEST_F(Navigation, EveryAnswerCancelsTheNavigation) {
 }
 
 TEST_F(Navigation, LocalLessonIsOpenedWhereItIs) {
+  UseBrowserWindow();
   const CIeFrameDouble browser;
   const CPromptAnswer prompt(kOpen);
   const std::wstring file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
@@ -213,8 +241,7 @@ TEST_F(Navigation, LocalFileOfWrongContentIsTheBrowsers) {
 }
 
 TEST_F(Navigation, MissingLocalFileIsToldAndLeftToTheBrowser) {
-  m_browser.window = GetDesktopWindow();
-  m_helper->SetSite(&m_browser);
+  UseBrowserWindow();
   EXPECT_FALSE(Navigate(L"C:\\no such folder\\a.folivo"));
   const auto shown = m_messages.Take();
   ASSERT_EQ(shown.size(), 1u);
@@ -306,6 +333,14 @@ TEST_F(InsertNavigation, GoesToTheLauncherFromPathOrQuery) {
   EXPECT_EQ(Shortcuts().size(), 3u);  // they stay
   EXPECT_EQ(ReadFileBytes(m_sandbox / (std::wstring(kTempFiles) + L"File.url")),
             "[InternetShortcut]\r\nURL=http://server/insertinfolivo/a.htm");
+}
+
+TEST_F(InsertNavigation, BrowsersWindowOwnsTheLaunch) {
+  UseBrowserWindow();
+  Install();
+  EXPECT_TRUE(Navigate(L"http://server/insertinfolivo"));
+  ASSERT_EQ(m_launches.Launches().size(), 1u);
+  EXPECT_EQ(m_launches.Launches()[0].owner, m_browser.window);
 }
 
 TEST_F(InsertNavigation, IsNeverADownload) {

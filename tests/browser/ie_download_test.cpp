@@ -11,7 +11,9 @@
 #include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/browser/test_window.h"
+#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
 
 namespace {
 
@@ -35,7 +37,7 @@ TEST(HelperObject, HasExactlyItsInterfaces) {
        {IID_IUnknown, IID_IDispatch, IID_IIEDownload, IID_IObjectWithSite, IID_IProvideClassInfo}) {
     found.Release();
     EXPECT_EQ(helper->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK);
-    EXPECT_NE(found.p, nullptr);
+    EXPECT_TRUE(AreSameObject(found, helper->GetUnknown()));
   }
   for (const IID& iid : {IID_IObjectSafety, IID_IProvideClassInfo2, IID_IPersist, IID_IOleObject}) {
     found.Release();
@@ -223,6 +225,20 @@ TEST(FindBrowserFrameWindow, FailsWithoutOne) {
   const CTestWindow other(L"IEFrameOther");
   const CHelperObject helper;
   EXPECT_EQ(helper->FindBrowserFrameWindow(), E_POINTER);
+}
+
+TEST(FindBrowserFrameWindow, FrameOfAnotherThreadIsNotTaken) {
+  const CHandle made(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const CHandle looked(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const CParallel otherBrowser([&] {
+    const CTestWindow frame(L"IEFrame");
+    SetEvent(made);
+    WaitForSingleObject(looked, INFINITE);
+  });
+  EXPECT_EQ(WaitForSingleObject(made, kUserPatienceMs), WAIT_OBJECT_0);
+  const CHelperObject helper;
+  EXPECT_EQ(helper->FindBrowserFrameWindow(), E_POINTER);
+  SetEvent(looked);
 }
 
 TEST(FindBrowserFrameWindow, FailsWhenTheFrameHasGone) {

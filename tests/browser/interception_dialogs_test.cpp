@@ -42,6 +42,9 @@ TEST_F(OpenOrSaveDialogs, PromptAsksWithThreeButtons) {
     EXPECT_NE(FindWindowExW(prompt, nullptr, L"Static",
                             L"Would you like to open or save this Folivo file?"),
               nullptr);
+    EXPECT_EQ(SendMessageW(GetWindow(prompt, GW_CHILD), STM_GETICON, 0, 0),
+              reinterpret_cast<LRESULT>(LoadIconW(nullptr, MAKEINTRESOURCEW(32514))))
+        << "a question mark";
     EXPECT_EQ(ChildText(prompt, kOpenButton), L"Open");
     EXPECT_EQ(ChildText(prompt, kSaveButton), L"Save");
     EXPECT_EQ(ChildText(prompt, kCancelButton), L"Cancel");

@@ -81,6 +81,12 @@ TEST(NavigationUrl, EventsOwnVariantIsNotChanged) {
   EXPECT_EQ(std::wstring(before), L"http://server/a.qdk");
 }
 
+TEST(NavigationUrl, OtherTypesAreConvertedWithoutOptions) {
+  CNavigationEvent event(L"");
+  event.Url() = true;
+  EXPECT_EQ(UrlOf(event), L"-1");
+}
+
 TEST(NavigationUrl, EndsAtTheFirstNul) {
   CNavigationEvent event(L"");
   event.Url() = CComVariant();

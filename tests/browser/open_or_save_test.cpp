@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "download/temp_files.h"
@@ -17,6 +18,7 @@
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"
 
@@ -53,6 +55,22 @@ class OpenOrSaveSteps : public testing::Test {
   const CIeFrameDouble m_browser;
 };
 
+/// Takes down the last cursor that the program sets.
+class CCursorRecorder {
+ public:
+  CCursorRecorder()
+      : m_patch(
+            "user32.dll", "SetCursor",
+            +[](HCURSOR cursor) -> HCURSOR { return std::exchange(s_cursor, cursor); }) {
+    s_cursor = nullptr;
+  }
+  static bool IsWaiting() { return s_cursor == LoadCursorW(nullptr, IDC_WAIT); }
+
+ private:
+  static inline HCURSOR s_cursor;
+  CImportPatch m_patch;
+};
+
 class DownloadSteps : public OpenOrSaveSteps {
  protected:
   /// Runs a download of `url`, whose dialog ends with `result`.
@@ -64,6 +82,7 @@ class DownloadSteps : public OpenOrSaveSteps {
       m_destination = dialog->m_destPath.GetText().GetString();
       m_shownName = dialog->m_fileName.GetString();
       m_saveState = dialog->m_saveState;
+      m_wasWaiting = CCursorRecorder::IsWaiting();
     });
     OpenOrSave(kOwner, dialog, save, url.c_str(), L".qdk");
     m_runs = run.Count();
@@ -71,7 +90,9 @@ class DownloadSteps : public OpenOrSaveSteps {
     m_parent = run.Parent();
   }
 
+  const CCursorRecorder m_cursor;
   int m_runs = 0;
+  bool m_wasWaiting = false;
   UINT m_template = 0;
   HWND m_parent = nullptr;
   std::wstring m_destination;
@@ -86,11 +107,26 @@ TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
   EXPECT_EQ(dialog.Given().hwndOwner, kOwner);
   EXPECT_EQ(m_runs, 1);
   EXPECT_EQ(m_template, 206u);
-  EXPECT_EQ(m_parent, GetActiveWindow());
   EXPECT_EQ(m_destination, L"C:\\x\\My name.qdk");
   EXPECT_EQ(m_shownName, L"My name.qdk");
   EXPECT_EQ(m_saveState, nullptr);
   EXPECT_EQ(Opened(), L"");
+}
+
+TEST_F(DownloadSteps, ActiveWindowIsTheDialogsParent) {
+  static const HWND kActive = GetDesktopWindow();
+  const CImportPatch patch("user32.dll", "GetActiveWindow", +[]() -> HWND { return kActive; });
+  Run(false, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_parent, kActive);
+}
+
+TEST_F(DownloadSteps, CursorTellsToWaitBeforeTheTransfer) {
+  const CCommonDialog dialog(L"C:\\x\\a.qdk");
+  for (const bool save : {true, false}) {
+    const CCursorRecorder cursor;
+    Run(save, L"http://localhost/a.qdk");
+    EXPECT_TRUE(m_wasWaiting);
+  }
 }
 
 TEST_F(DownloadSteps, CancelledSaveDialogRunsNothing) {
@@ -234,6 +270,7 @@ class LocalFileSteps : public OpenOrSaveSteps {
   void Run(bool save, const std::wstring& path) const {
     OpenOrSave(kOwner, nullptr, save, path.c_str(), L".qdk");
   }
+  const CCursorRecorder m_cursor;
   const std::wstring m_file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
 };
 
@@ -241,6 +278,19 @@ TEST_F(LocalFileSteps, OpenRunsTheFileItself) {
   Run(false, m_file);
   EXPECT_EQ(Opened(), m_file);
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
+}
+
+TEST_F(LocalFileSteps, CursorTellsToWaitBeforeTheCopy) {
+  static bool wasWaiting;
+  wasWaiting = false;
+  const CImportPatch patch(
+      "kernel32.dll", "CopyFileW", +[](LPCWSTR, LPCWSTR, BOOL) -> BOOL {
+        wasWaiting = CCursorRecorder::IsWaiting();
+        return TRUE;
+      });
+  const CCommonDialog dialog(m_sandbox / L"target.qdk");
+  Run(true, m_file);
+  EXPECT_TRUE(wasWaiting);
 }
 
 TEST_F(LocalFileSteps, OpenNormalisesThePath) {

@@ -199,6 +199,25 @@ TEST(ProtectedSaveDialog, EveryAnswerButSuccessCancelsTheSave) {
   }
 }
 
+TEST(ProtectedSaveDialog, PathOfTheBrowserIsFreedWhateverItsAnswer) {
+  static int freed;
+  static decltype(&CoTaskMemFree) release;
+  const CImportPatch patch(
+      "ole32.dll", "CoTaskMemFree", +[](void* memory) {
+        freed += memory != nullptr ? 1 : 0;
+        release(memory);
+      });
+  release = patch.Original<void WINAPI(void*)>();
+  for (const HRESULT answer : {S_OK, E_FAIL}) {
+    const CIeFrameDouble browser;
+    Choose(browser, L"C:\\x\\name.qdk");
+    browser->saveDialogResult = answer;
+    freed = 0;
+    AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+    EXPECT_EQ(freed, 1);
+  }
+}
+
 TEST(ProtectedSaveDialog, LongChoiceIsCutToTheBuffer) {
   const CIeFrameDouble browser;
   Choose(browser, L"C:\\" + std::wstring(400, L'n'));

@@ -172,7 +172,8 @@ TEST(ValidateLocalFile, LooksAtTheHeadOfTheFile) {
   EXPECT_FALSE(check(kZip, L".qdk"));
   EXPECT_FALSE(check("", L".folivo"));
   EXPECT_FALSE(check("PK\x03", L".folivo"));
-  EXPECT_TRUE(check(kLessonHeads[1] + "a>", L".qdk")) << "read as it is, without text mode";
+  EXPECT_TRUE(check(kLessonHeads[1] + "a>", L".qdk"));
+  EXPECT_TRUE(check(kCompoundFile, L".fvk")) << "its 0x1A would end a text";
   EXPECT_TRUE(check(kZip + std::string(796, '\x1A'), L".gallery"));
 }
 

@@ -3,39 +3,18 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <commctrl.h>
 #include <wininet.h>
 
-#include <algorithm>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "tests/download/download_test.h"
+#include "tests/download/transfer_step.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
 
 namespace {
 
 constexpr DWORD kPeekSize = 800;
-
-class TransferStep : public DownloadTest {
- protected:
-  /// The one message so far; fails when there is none or more.
-  std::wstring OnlyMessage() {
-    const auto messages = m_messages.Take();
-    if (messages.size() != 1) {
-      ADD_FAILURE() << messages.size() << " messages";
-      return {};
-    }
-    EXPECT_EQ(messages[0].caption, L"MERLO Folivo");
-    EXPECT_EQ(messages[0].style, static_cast<UINT>(MB_ICONEXCLAMATION));
-    return messages[0].text;
-  }
-
-  CMessageRecorder m_messages;
-};
 
 TEST_F(TransferStep, FirstOneOpensRequestAndFile) {
   const ScriptedPath path(m_server, Lesson(1000));
@@ -49,6 +28,57 @@ TEST_F(TransferStep, FirstOneOpensRequestAndFile) {
   EXPECT_EQ(path.Requests()[0].Header("User-Agent"), "FolivoAX");
   EXPECT_EQ(path.Requests()[0].method, "GET");
   EXPECT_TRUE(m_messages.Take().empty());
+}
+
+struct CSessionCall {
+  std::wstring agent;
+  DWORD accessType;
+  bool hasProxy;
+  DWORD flags;
+};
+struct COptionCall {
+  HINTERNET handle;
+  DWORD option;
+  DWORD value;
+  DWORD size;
+};
+std::vector<CSessionCall> g_sessions;
+std::vector<COptionCall> g_options;
+decltype(&InternetOpenW) g_openSession;
+decltype(&InternetSetOptionW) g_setOption;
+
+HINTERNET WINAPI RecordSession(LPCWSTR agent, DWORD accessType, LPCWSTR proxy, LPCWSTR bypass,
+                               DWORD flags) {
+  g_sessions.push_back({agent, accessType, proxy != nullptr || bypass != nullptr, flags});
+  return g_openSession(agent, accessType, proxy, bypass, flags);
+}
+
+BOOL WINAPI RecordOption(HINTERNET handle, DWORD option, LPVOID value, DWORD size) {
+  g_options.push_back({handle, option, *static_cast<const DWORD*>(value), size});
+  return g_setOption(handle, option, value, size);
+}
+
+TEST_F(TransferStep, SessionUsesTheUsersProxyAndConnectsFor25Seconds) {
+  const CImportPatch open("wininet.dll", "InternetOpenW", &RecordSession);
+  const CImportPatch option("wininet.dll", "InternetSetOptionW", &RecordOption);
+  g_openSession = open.Original<decltype(InternetOpenW)>();
+  g_setOption = option.Original<decltype(InternetSetOptionW)>();
+  g_sessions.clear();
+  g_options.clear();
+  const ScriptedPath path(m_server, Lesson(1000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  EXPECT_TRUE(peer.Step());
+  ASSERT_EQ(g_sessions.size(), 1u);
+  EXPECT_EQ(g_sessions[0].agent, L"FolivoAX");
+  EXPECT_EQ(g_sessions[0].accessType, static_cast<DWORD>(INTERNET_OPEN_TYPE_PRECONFIG));
+  EXPECT_FALSE(g_sessions[0].hasProxy);
+  EXPECT_EQ(g_sessions[0].flags, 0u);
+  ASSERT_EQ(g_options.size(), 1u);
+  EXPECT_EQ(g_options[0].handle, peer.Session());
+  EXPECT_EQ(g_options[0].option, static_cast<DWORD>(INTERNET_OPTION_CONNECT_TIMEOUT));
+  EXPECT_EQ(g_options[0].value, 25000u);
+  EXPECT_EQ(g_options[0].size, 4u);
 }
 
 TEST_F(TransferStep, FileIsNotShared) {
@@ -359,6 +389,27 @@ TEST_F(TransferStep, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
   EXPECT_TRUE(m_sandbox.Files().empty()) << "it goes with the dialog";
 }
 
+TEST_F(TransferStep, FailedReadDeletesAClosedFileBeforeItIsReported) {
+  static const CTempSandbox* sandbox;
+  static std::vector<std::wstring> filesWhenReported;
+  sandbox = &m_sandbox;
+  filesWhenReported = {L"not reported"};
+  const CImportPatch message(
+      "user32.dll", "MessageBoxW", +[](HWND, LPCWSTR, LPCWSTR, UINT) -> int {
+        filesWhenReported = sandbox->Files();
+        return IDOK;
+      });
+  const CImportPatch read("wininet.dll", "InternetReadFile", &FailToRead);
+  const ScriptedPath path(m_server, Lesson(10000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  peer.CloseFile();
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+  EXPECT_FALSE(peer.Step());
+  EXPECT_TRUE(filesWhenReported.empty());
+}
+
 TEST_F(TransferStep, StoppedOnesAreSilent) {
   const ScriptedPath path(m_server, Lesson(5000));
   const auto dialog = Make(path.Url(L"a.qdk"));
@@ -437,155 +488,6 @@ TEST_F(TransferStep, WithoutARequestThereIsNoErrorDialog) {
   const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
   EXPECT_FALSE(CProgressDialogPeer{*dialog}.Step());
   EXPECT_TRUE(g_errorDialogs.empty());
-}
-
-std::vector<WPARAM> g_positions;
-
-LRESULT WINAPI RecordPosition(HWND, int id, UINT message, WPARAM wParam, LPARAM) {
-  EXPECT_EQ(id, 205);
-  EXPECT_EQ(message, static_cast<UINT>(PBM_SETPOS));
-  g_positions.push_back(wParam);
-  return 0;
-}
-
-class TransferProgress : public TransferStep {
- protected:
-  TransferProgress() : m_patch("user32.dll", "SendDlgItemMessageW", &RecordPosition) {
-    g_positions.clear();
-  }
-
-  /// The positions of the bar through the download of this answer, and its end.
-  std::vector<WPARAM> PositionsOf(const HttpAnswer& answer, DWORD bufferSize = 0x20000) {
-    const ScriptedPath path(m_server, answer);
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    CProgressDialogPeer peer{*dialog};
-    while (peer.Step(bufferSize)) {
-    }
-    EXPECT_TRUE(peer.IsComplete());
-    return std::exchange(g_positions, {});
-  }
-
- private:
-  CImportPatch m_patch;
-};
-
-TEST_F(TransferProgress, FollowsTheKnownLength) {
-  EXPECT_EQ(PositionsOf(Lesson(998), 300), (std::vector<WPARAM>{30, 60, 90, 100, 100}));
-}
-
-TEST_F(TransferProgress, OfAnUnknownLengthIsRebasedEachTimeItIsPassed) {
-  std::vector<WPARAM> expected;
-  int total = 1000000;
-  for (int received = 0; received < 3000000;) {
-    received = std::min(received + 131072, 3000000);
-    if (received > total) {
-      total = received + 1000000;
-    }
-    expected.push_back(static_cast<WPARAM>(received * 100 / total));
-  }
-  expected.push_back(100);
-  const auto positions = PositionsOf(Lesson(3000000 - 2).CloseDelimited());
-  EXPECT_EQ(positions, expected);
-  const std::vector<WPARAM> begin(positions.begin(), positions.begin() + 9);
-  EXPECT_EQ(begin, (std::vector<WPARAM>{13, 26, 39, 52, 65, 78, 91, 51, 57}));
-  EXPECT_EQ(std::count(positions.begin(), positions.end(), 100u), 1) << "at the end only";
-}
-
-TEST_F(TransferProgress, WrapsInLargeBodies) {
-  // Two chunks, the second beyond 2^31 / 100 bytes.
-  const auto positions = PositionsOf(Lesson(21474837 - 2), 21474836);
-  EXPECT_EQ(positions,
-            (std::vector<WPARAM>{99, static_cast<WPARAM>((-2147483647 - 1 + 52) / 21474837), 100}));
-}
-
-TEST_F(TransferProgress, StaysWhereItIsWhenTheLengthIsNoNumber) {
-  EXPECT_EQ(PositionsOf(Lesson(998).ClaimLength("abc").Close(), 600), (std::vector<WPARAM>{100}))
-      << "the end alone";
-}
-
-TEST_F(TransferProgress, IsNotShownUnderThePreCheck) {
-  const ScriptedPath path(m_server, Lesson(5000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  EXPECT_TRUE(g_positions.empty());
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step(1000));
-  EXPECT_EQ(peer.Received(), 1000) << "without the 800 bytes of the pre-check";
-  EXPECT_EQ(g_positions, (std::vector<WPARAM>{19}));  // of 5002
-}
-
-class TransferWorker : public TransferStep {};
-
-TEST_F(TransferWorker, PostsOneForACompleteBody) {
-  const ScriptedPath path(m_server, Lesson(300000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  peer.RunWorker();
-  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
-  EXPECT_TRUE(peer.IsFinished());
-  EXPECT_TRUE(peer.IsComplete());
-  peer.CloseFile();
-  EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(300000));
-}
-
-TEST_F(TransferWorker, PostsThreeForAFailure) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("no lesson"));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  peer.RunWorker();
-  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{3});
-  EXPECT_TRUE(peer.IsFinished());
-  EXPECT_FALSE(peer.IsComplete());
-  OnlyMessage();
-}
-
-TEST_F(TransferWorker, PostsThreeTwiceForABadStatus) {
-  const ScriptedPath path(m_server, HttpAnswer().Status(404));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer{*dialog}.RunWorker();
-  EXPECT_EQ(TakePostedResults(), (std::vector<WPARAM>{3, 3}));
-  OnlyMessage();
-}
-
-TEST_F(TransferWorker, EmptyBodyIsCompleteAndUnchecked) {
-  const ScriptedPath path(m_server, HttpAnswer());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  peer.RunWorker();
-  EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
-  EXPECT_TRUE(peer.IsCheckPending());
-  EXPECT_EQ(peer.FileSize(), 0);
-}
-
-TEST_F(TransferWorker, StoppedOneSaysNothingAndCleansUp) {
-  const ScriptedPath path(m_server, Lesson(300000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  ASSERT_TRUE(peer.Step(1000));
-  peer.SetRunning(false);
-  peer.RunWorker();
-  EXPECT_TRUE(TakePostedResults().empty());
-  EXPECT_TRUE(m_messages.Take().empty());
-  EXPECT_FALSE(peer.IsFinished());
-  EXPECT_EQ(peer.Session(), nullptr);
-  EXPECT_EQ(peer.Request(), nullptr);
-  EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
-  EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
-TEST_F(TransferWorker, NamesItsThread) {
-  static std::string name;
-  const CImportPatch patch(
-      "kernel32.dll", "RaiseException", +[](DWORD code, DWORD, DWORD, const ULONG_PTR* arguments) {
-        EXPECT_EQ(code, 0x406D1388u);
-        name = reinterpret_cast<const char*>(arguments[1]);
-      });
-  const ScriptedPath path(m_server, HttpAnswer());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer{*dialog}.RunWorker();
-  EXPECT_EQ(name, "CProgressDialog");
-  TakePostedResults();
 }
 
 }  // namespace

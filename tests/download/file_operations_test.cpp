@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/import_patch.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -125,6 +126,18 @@ TEST_F(FileOperations, SizeOfAFileThatCannotBeOpenedIsMinusOne) {
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetFileSize32(file), -1);
   CloseHandle(held);
+}
+
+TEST_F(FileOperations, SizeIsReadThroughAStreamThatIsNotInherited) {
+  static int hidden;
+  hidden = 0;
+  const CImportPatch patch(
+      "kernel32.dll", "SetHandleInformation", +[](HANDLE, DWORD mask, DWORD flags) -> BOOL {
+        hidden += mask == HANDLE_FLAG_INHERIT && flags == 0 ? 1 : 0;
+        return TRUE;
+      });
+  EXPECT_EQ(GetFileSize32(Write(L"f", "x")), 1);
+  EXPECT_EQ(hidden, 1);
 }
 
 TEST_F(FileOperations, SizeAskedForAgainAndAgainLeavesNoHandle) {

@@ -6,6 +6,8 @@
 
 namespace {
 
+static_assert(sizeof(CFilePath) == sizeof(CStringW));
+
 struct CTextCase {
   const wchar_t* given;
   const wchar_t* expected;

@@ -146,6 +146,18 @@ TEST_F(PeekContent, FailuresGiveOneMessageAndFalse) {
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
+TEST_F(PeekContent, MessageIsOwnedByTheWindowThatTheUserIsIn) {
+  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
+  const CImportPatch patch(
+      "user32.dll", "GetForegroundWindow", +[]() -> HWND { return GetDesktopWindow(); });
+  for (const std::wstring& url : {missing.Url(L"a.qdk"), std::wstring(L"http://127.0.0.1:1/b")}) {
+    EXPECT_FALSE(Make(url)->PeekContent(L".qdk"));
+    const auto shown = m_messages.Take();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0].owner, GetDesktopWindow()) << "there is no dialog yet";
+  }
+}
+
 TEST_F(PeekContent, FileInUseIsReported) {
   const ScriptedPath path(m_server, Lesson(5000));
   const CHandle held(CreateFileW(m_sandbox.Write(L"temporary.qdk", "old").c_str(), GENERIC_READ, 0,

@@ -41,6 +41,18 @@ TEST_F(FailedDownload, MissingPageIsReportedByItsAddress) {
   ExpectNothingLeft();
 }
 
+TEST_F(FailedDownload, DialogOwnsTheMessage) {
+  const ScriptedPath path(m_server, HttpAnswer().Status(404).Hold(http_point::kBeforeHeaders));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+    path.AllowAll();
+    const HWND box = WaitForDialog(L"MERLO Folivo");
+    EXPECT_EQ(GetWindow(box, GW_OWNER), window);
+    Click(box, IDOK);
+  });
+  EXPECT_EQ(result, 3);
+}
+
 TEST_F(FailedDownload, OtherContentIsReported) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>Sorry</html>"));
   const std::wstring url = path.Url(L"a.qdk");

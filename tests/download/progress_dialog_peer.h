@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "download/progress_dialog.h"
@@ -21,6 +22,9 @@ struct CProgressDialogPeer {
   bool IsPeeking() const { return dialog.m_hPeekEvent != nullptr; }
   bool IsPeekSignalled() const { return WaitForSingleObject(dialog.m_hPeekEvent, 0) == 0; }
 
+  HANDLE PeekEvent() const { return dialog.m_hPeekEvent; }
+  CStringW Extension() const { return dialog.m_extension; }
+
   bool IsOpened() const { return dialog.m_opened; }
   bool IsCheckPending() const { return dialog.m_checkPending; }
   bool IsValid() const { return dialog.m_valid; }
@@ -41,6 +45,27 @@ struct CProgressDialogPeer {
     LARGE_INTEGER size = {};
     return GetFileSizeEx(File(), &size) ? size.QuadPart : -1;
   }
+
+  /// Where the members lie, in the order that they are meant to have.
+  std::vector<const void*> MemberAddresses() const {
+    return {std::addressof(dialog.m_opened),       std::addressof(dialog.m_hSession),
+            std::addressof(dialog.m_hRequest),     std::addressof(dialog.m_hFile),
+            std::addressof(dialog.m_checkPending), std::addressof(dialog.m_complete),
+            std::addressof(dialog.m_lengthKnown),  std::addressof(dialog.m_finished),
+            std::addressof(dialog.m_total),        std::addressof(dialog.m_received),
+            std::addressof(dialog.m_running),      std::addressof(dialog.m_hPeekEvent),
+            std::addressof(dialog.m_extension),    std::addressof(dialog.m_valid),
+            std::addressof(dialog.m_thread),       std::addressof(dialog.m_tempPath),
+            std::addressof(dialog.m_destPath),     std::addressof(dialog.m_saveState),
+            std::addressof(dialog.m_url),          std::addressof(dialog.m_fileName)};
+  }
+  /// Whether what two threads share is read and written by plain instructions.
+  static constexpr bool kIsLockFree = decltype(CProgressDialog::m_opened)::is_always_lock_free &&
+                                      decltype(CProgressDialog::m_complete)::is_always_lock_free &&
+                                      decltype(CProgressDialog::m_window)::is_always_lock_free &&
+                                      sizeof(CProgressDialog::m_running) == sizeof(bool) &&
+                                      sizeof(CProgressDialog::m_finished) == sizeof(std::int32_t) &&
+                                      sizeof(CProgressDialog::m_hFile) == sizeof(HANDLE);
 
   void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
   void SetRunning(bool running) { dialog.m_running = running; }

@@ -275,32 +275,6 @@ TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
   EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
 }
 
-TEST_F(ProgressDialog, CompletionMessageComesOnceOnly) {
-  const CWithheldResult withheld;
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    path.AllowAll();
-    WaitUntil("the worker's end", [] { return CWithheldResult::Withheld() != 0; });
-    PostMessageW(window, WM_USER, 1, 0);
-    // The file is delivered by now: nothing is left for these.
-    PostMessageW(window, WM_USER, 1, 0);
-    PostMessageW(window, WM_USER, 3, 0);
-  });
-  EXPECT_EQ(result, 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
-}
-
-TEST_F(ProgressDialog, SecondFailureMessageChangesNothing) {
-  const CMessageRecorder messages;
-  const ScriptedPath path(m_server, HttpAnswer().Status(410));
-  for (int i = 0; i < 10; ++i) {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_EQ(dialog->DoModal(nullptr), 3);
-    EXPECT_TRUE(m_sandbox.Files().empty());
-  }
-}
-
 TEST_F(ProgressDialog, ResultThreeDeletesAndDeliversNothing) {
   const CWithheldResult withheld;
   const ScriptedPath path(m_server, Lesson(1000).Gated());
@@ -378,6 +352,37 @@ TEST_F(ProgressDialog, OneThatCannotStartItsWorkerFails) {
   EXPECT_EQ(messages.TakeTexts(), std::vector{NotAvailable(url)});
 }
 
+TEST_F(ProgressDialog, WorkerIsStartedWhenEverythingElseIsReady) {
+  static HWND window;
+  static std::wstring title;
+  static std::wstring text;
+  static LONG gap;
+  static bool openIsHidden;
+  static PBRANGE range;
+  const CMessageRecorder messages;
+  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  static CProgressDialog* starting;
+  starting = dialog.get();
+  const CImportPatch patch(
+      "msvcrt.dll", "_beginthreadex",
+      +[](void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) -> uintptr_t {
+        window = starting->m_hWnd;
+        title = TextOf(window);
+        text = ChildText(window, kText);
+        gap = ChildBounds(window, kOpenFolder).left - ChildBounds(window, kOpen).right;
+        openIsHidden = (GetWindowLongPtrW(GetDlgItem(window, kOpen), GWL_STYLE) & WS_VISIBLE) == 0;
+        SendDlgItemMessageW(window, kBar, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+        return 0;
+      });
+  EXPECT_EQ(dialog->DoModal(nullptr), 3);
+  EXPECT_NE(window, nullptr);
+  EXPECT_EQ(title, kDialogTitle);
+  EXPECT_EQ(text, L"Downloading temporary.qdk");
+  EXPECT_EQ(gap, 12);
+  EXPECT_TRUE(openIsHidden);
+  EXPECT_EQ(range.iLow, 1);
+}
+
 TEST_F(ProgressDialog, ManyInARowUseTheirOwnState) {
   for (int i = 0; i < 10; ++i) {
     const ScriptedPath path(m_server, Lesson(static_cast<size_t>(1000 * i)));
@@ -451,47 +456,6 @@ TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
     const std::string delivered = ReadFileBytes(DestPath());
     EXPECT_EQ(delivered.substr(0, 1000), LessonBytes(998));
   }
-}
-
-TEST_F(ProgressDialog, StoppingTwiceIsHarmless) {
-  const ScriptedPath path(m_server, Lesson(1000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  CProgressDialogPeer peer{*dialog};
-  dialog->m_saveState = dialog.get();
-  peer.StopDownload();
-  EXPECT_FALSE(peer.IsRunning());
-  EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(peer.Request(), nullptr);
-  EXPECT_EQ(peer.Session(), nullptr);
-  EXPECT_EQ(dialog->m_saveState, nullptr);
-  peer.StopDownload();
-}
-
-std::vector<HINTERNET> g_closedInternet;
-bool g_fileWasClosedFirst;
-HANDLE g_file;
-decltype(&InternetCloseHandle) g_closeInternet;
-
-TEST_F(ProgressDialog, StoppingClosesFileThenRequestThenSession) {
-  const ScriptedPath path(m_server, Lesson(1000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  CProgressDialogPeer peer{*dialog};
-  const std::vector<HINTERNET> expected = {peer.Request(), peer.Session()};
-  g_file = peer.File();
-  g_closedInternet.clear();
-  const CImportPatch patch(
-      "wininet.dll", "InternetCloseHandle", +[](HINTERNET handle) -> BOOL {
-        DWORD flags = 0;
-        g_fileWasClosedFirst = !GetHandleInformation(g_file, &flags);
-        g_closedInternet.push_back(handle);
-        return g_closeInternet(handle);
-      });
-  g_closeInternet = patch.Original<BOOL WINAPI(HINTERNET)>();
-  peer.StopDownload();
-  EXPECT_TRUE(g_fileWasClosedFirst);
-  EXPECT_EQ(g_closedInternet, expected);
 }
 
 TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {

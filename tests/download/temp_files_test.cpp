@@ -59,6 +59,17 @@ TEST_F(TempFiles, EveryClashDrawsAnotherNumber) {
   EXPECT_EQ(name, In(L"a(6334).qdk"));
 }
 
+TEST_F(TempFiles, TriesHaveNoLimit) {
+  constexpr int kClashes = 5000;
+  static int asked;
+  asked = 0;
+  const CImportPatch patch(
+      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { return ++asked <= kClashes; });
+  const std::wstring path = Text(MakeUniqueFilePath(Folder(), L"a", L".qdk"));
+  EXPECT_EQ(asked, kClashes + 1);
+  EXPECT_EQ(path.rfind(In(L"a("), 0), 0u);
+}
+
 TEST_F(TempFiles, NumbersFollowWhatTheThreadHasDrawnBefore) {
   m_sandbox.Write(L"a.qdk", "x");
   srand(77);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "folivo_plugin_h.h"
+#include "resources/resource.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/parallel.h"
 
@@ -92,6 +93,19 @@ TEST(Library, NeedsNothingButTheSystem) {
   }
 }
 
+TEST(Library, HelperObjectsScriptHasNoTokens) {
+  // It runs twice, the second time without the replacements of the first.
+  const CPluginLibrary library;
+  const HRSRC resource =
+      FindResourceW(library.Module(), MAKEINTRESOURCEW(IDR_FOLIVOPLUGIN), L"REGISTRY");
+  ASSERT_NE(resource, nullptr);
+  const std::string script(
+      static_cast<const char*>(LockResource(LoadResource(library.Module(), resource))),
+      SizeofResource(library.Module(), resource));
+  EXPECT_NE(script.find("Browser Helper Objects"), std::string::npos);
+  EXPECT_EQ(script.find('%'), std::string::npos);
+}
+
 TEST(ClassObject, NullOutIsAPointerError) {
   const CPluginLibrary library;
   EXPECT_EQ(library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, nullptr), E_POINTER);
@@ -125,7 +139,7 @@ TEST(ClassObject, IsOneFactoryForEveryRequest) {
 
 TEST(ClassObject, IsMadeOnceByManyThreads) {
   const CPluginLibrary library;
-  constexpr int kThreads = 8;
+  constexpr int kThreads = 16;
   const HANDLE start = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   void* factories[kThreads] = {};
   {

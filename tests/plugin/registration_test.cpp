@@ -35,6 +35,12 @@ struct CRegisteredClass {
 const CRegisteredClass kRegisteredClasses[] = {
     {CLSID_CIEDownload, L"FolivoDownloadPlugin.IEDownload", L"FolivoDownloadPlugin.IEDownload.1",
      L"MERLO Folivo Download Utility", IID_IIEDownload},
+    {CLSID_CFolivoPluginVersion, L"FolivoDownloadPlugin.VersionHelper",
+     L"FolivoDownloadPlugin.VersionHelper.1", L"CFolivoPluginVersion Object",
+     IID_IFolivoPluginVersion},
+    // Both names are cut short, and pages create the control by them.
+    {CLSID_CQDCDownload, L"FolivoDownloadPlugin.ZipDownloadHelpe",
+     L"FolivoDownloadPlugin.ZipDownloadHel.1", L"CQDCDownload Object", IID_IQDCDownload},
 };
 
 std::wstring TextOf(const GUID& guid) {
@@ -262,20 +268,47 @@ TEST_F(Registration, ThreadsLocaleIsRestored) {
   SetThreadLocale(previous);
 }
 
+/// A key that has been deleted takes the place of a root: nothing can be written below it.
+class CGoneRoot {
+ public:
+  explicit CGoneRoot(HKEY replaced) : m_replaced(replaced) {
+    CRegKey key;
+    EXPECT_EQ(key.Create(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
+    EXPECT_EQ(RegOverridePredefKey(m_replaced, key), ERROR_SUCCESS);
+  }
+  ~CGoneRoot() { EXPECT_EQ(RegOverridePredefKey(m_replaced, nullptr), ERROR_SUCCESS); }
+  CGoneRoot(const CGoneRoot&) = delete;
+  CGoneRoot& operator=(const CGoneRoot&) = delete;
+
+ private:
+  const HKEY m_replaced;
+};
+
 TEST_F(Registration, FailureIsReturnedAndTheLocaleRestored) {
   const LCID previous = GetThreadLocale();
   SetThreadLocale(kGerman);
-  // A key that has been deleted takes the place of the root: nothing can be written below it.
-  CRegKey root;
-  EXPECT_EQ(root.Create(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
-  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
   for (const HKEY replaced : {HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT}) {
-    EXPECT_EQ(RegOverridePredefKey(replaced, root), ERROR_SUCCESS);
+    const CGoneRoot gone(replaced);
     EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
-    EXPECT_EQ(RegOverridePredefKey(replaced, nullptr), ERROR_SUCCESS);
     EXPECT_EQ(GetThreadLocale(), kGerman);
   }
   SetThreadLocale(previous);
+}
+
+TEST_F(Registration, BrowsersEntryComesBeforeTheClasses) {
+  {
+    const CGoneRoot gone(HKEY_LOCAL_MACHINE);
+    EXPECT_TRUE(FAILED(m_library.RegisterServer()));
+  }
+  ExpectAsBefore();
+  {
+    const CGoneRoot gone(HKEY_CLASSES_ROOT);
+    EXPECT_TRUE(FAILED(m_library.RegisterServer()));
+  }
+  const std::wstring key = std::wstring(kHelperObjects) + L"\\" + TextOf(CLSID_CIEDownload);
+  EXPECT_EQ(LinesMissingIn(s_before, DumpRegistry()),
+            (Lines{ValueLine(key, L"", L"MERLO Folivo Download Utility"), KeyLine(key)}));
 }
 
 }  // namespace

@@ -34,7 +34,11 @@ class WorkerLifetime : public testing::Test {
                                                         reinterpret_cast<void**>(&helper)),
               S_OK);
     const CParallel user([] {
-      Click(WaitForDialog(L"File Download"), kOpenButton);
+      const HWND prompt = WaitForDialog(L"File Download");
+      // As if the browser asked, not this module.
+      EXPECT_EQ(GetWindowLongPtrW(prompt, GWLP_HINSTANCE),
+                reinterpret_cast<LONG_PTR>(GetModuleHandleW(nullptr)));
+      Click(prompt, kOpenButton);
       Click(WaitForDialog(L"MERLO Folivo File Download"), IDCANCEL);
     });
     CNavigationEvent event(m_path.Url(L"a.folivo"));

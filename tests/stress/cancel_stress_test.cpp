@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/download/download_test.h"
+#include "tests/support/deferred_close.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/process_counts.h"
 #include "tests/support/scripted_path.h"
@@ -24,6 +25,7 @@ constexpr int kDefaultRounds = 300;
 constexpr int kWarmUpRounds = 20;
 constexpr size_t kStalledAtOnce = 16;
 constexpr int kBodySize = 400000;
+constexpr int kBytesPerSecond = 2000000;  // some 200 ms for all of it
 constexpr int kLongestDelayMs = 60;
 constexpr ULONGLONG kAtOnceMs = 3000;
 
@@ -71,7 +73,10 @@ class CancelStress : public DownloadTest {
     const std::string point =
         peeks ? http_point::BodyByte(static_cast<uint64_t>(4096 + Random(kBodySize - 4096)))
               : RandomPoint();
-    m_stalled.push_back(std::make_unique<ScriptedPath>(m_server, Lesson(kBodySize).Hold(point)));
+    // A quarter flows, so that it is cut off in a read that is just getting its bytes.
+    const HttpAnswer answer =
+        Random(4) == 0 ? Lesson(kBodySize).Rate(kBytesPerSecond) : Lesson(kBodySize).Hold(point);
+    m_stalled.push_back(std::make_unique<ScriptedPath>(m_server, answer));
     CProgressDialog::Ptr dialog = MakeNumbered(m_stalled.back()->Url(L"a.qdk"));
     if (peeks) {
       ASSERT_TRUE(dialog->PeekContent(L".qdk"));
@@ -100,6 +105,7 @@ class CancelStress : public DownloadTest {
     WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
   }
 
+  const CDeferredClose m_deferredClose;
   const int m_seed;
   std::mt19937 m_random;
   std::vector<std::unique_ptr<ScriptedPath>> m_stalled;
@@ -131,6 +137,7 @@ TEST_F(CancelStress, LeavesNothingBehind) {
       m_slowest, handles, CountHandles(), threads, CountThreads(), memory / 1024,
       CommittedMemory() / 1024);
   EXPECT_LT(m_slowest, kAtOnceMs);
+  EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
   EXPECT_LE(CountHandles(), handles + kHandleSlack);
   EXPECT_LE(CountThreads(), threads + kThreadSlack);
   EXPECT_LE(CommittedMemory(), memory + kMemorySlack);

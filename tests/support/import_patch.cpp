@@ -7,12 +7,22 @@
 
 namespace {
 
-BYTE* const g_image = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
+// Asked for once, as a test may replace the function that tells it.
+const HMODULE g_program = GetModuleHandleW(nullptr);
 
-template <typename T>
-T* At(ULONGLONG offset) {
-  return reinterpret_cast<T*>(g_image + offset);
-}
+/// What lies in a loaded module, by its offset.
+class CImage {
+ public:
+  explicit CImage(HMODULE module) : m_base(reinterpret_cast<BYTE*>(module)) {}
+
+  template <typename T>
+  T* At(ULONGLONG offset) const {
+    return reinterpret_cast<T*>(m_base + offset);
+  }
+
+ private:
+  BYTE* m_base;
+};
 
 /// An entry of an import table, which some linkers align to 4 bytes only.
 ULONGLONG ReadEntry(const void* entry) {
@@ -21,25 +31,25 @@ ULONGLONG ReadEntry(const void* entry) {
   return value;
 }
 
-void* FindSlot(const char* library, const char* function) {
-  const auto* const dos = At<IMAGE_DOS_HEADER>(0);
-  const auto* const nt = At<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(dos->e_lfanew));
+void* FindSlot(const CImage& image, const char* library, const char* function) {
+  const auto* const dos = image.At<IMAGE_DOS_HEADER>(0);
+  const auto* const nt = image.At<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(dos->e_lfanew));
   const DWORD directory =
       nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-  for (auto* entry = At<IMAGE_IMPORT_DESCRIPTOR>(directory); entry->Name != 0; ++entry) {
-    if (_stricmp(At<const char>(entry->Name), library) != 0) {
+  for (auto* entry = image.At<IMAGE_IMPORT_DESCRIPTOR>(directory); entry->Name != 0; ++entry) {
+    if (_stricmp(image.At<const char>(entry->Name), library) != 0) {
       continue;
     }
     ULONGLONG nameAt = entry->OriginalFirstThunk;
     ULONGLONG slotAt = entry->FirstThunk;
-    for (; const ULONGLONG name = ReadEntry(At<void>(nameAt));
+    for (; const ULONGLONG name = ReadEntry(image.At<void>(nameAt));
          nameAt += sizeof(IMAGE_THUNK_DATA), slotAt += sizeof(IMAGE_THUNK_DATA)) {
       if (IMAGE_SNAP_BY_ORDINAL(name)) {
         continue;
       }
-      const char* const text = At<const char>(name + offsetof(IMAGE_IMPORT_BY_NAME, Name));
+      const char* const text = image.At<const char>(name + offsetof(IMAGE_IMPORT_BY_NAME, Name));
       if (std::strcmp(text, function) == 0) {
-        return At<void>(slotAt);
+        return image.At<void>(slotAt);
       }
     }
   }
@@ -55,8 +65,9 @@ void WriteSlot(void* slot, void* value) {
 
 }  // namespace
 
-CImportPatch::CImportPatch(const char* library, const char* function, void* replacement, int)
-    : m_slot(FindSlot(library, function)) {
+CImportPatch::CImportPatch(HMODULE importer, const char* library, const char* function,
+                           void* replacement)
+    : m_slot(FindSlot(CImage(importer != nullptr ? importer : g_program), library, function)) {
   EXPECT_NE(m_slot, nullptr) << function << " of " << library << " is not imported";
   if (m_slot != nullptr) {
     std::memcpy(&m_original, m_slot, sizeof(m_original));

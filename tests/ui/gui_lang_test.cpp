@@ -19,6 +19,35 @@ TEST(GUILang, GenericLanguageAnswersAsDocumented) {
   EXPECT_STREQ(language.GetLocaleNameWide(), L"en_CA");
 }
 
+/// An operation by its place in the table: host products may be built by another compiler.
+template <typename Result>
+Result CallSlot(CGenericGUILang& language, int slot) {
+  using Operation = Result (*)(void*);
+  const void* const* const table = *reinterpret_cast<const void* const* const*>(&language);
+  return reinterpret_cast<Operation>(const_cast<void*>(table[slot]))(&language);
+}
+
+class CMarkedLang : public CGenericGUILang {
+ public:
+  bool IsRightToLeft() const override { return true; }
+  void Activate() override { ++activations; }
+  bool IsAvailable() const override { return false; }
+  int GetVariant() const override { return 5; }
+  int activations = 0;
+};
+
+TEST(GUILang, OperationsHaveTheirPlacesBehindTheDestructor) {
+  constexpr int kFirst = 2;  // the destructor takes two places with this compiler
+  CMarkedLang language;
+  EXPECT_TRUE(CallSlot<bool>(language, kFirst));
+  CallSlot<void>(language, kFirst + 1);
+  EXPECT_EQ(language.activations, 1);
+  EXPECT_FALSE(CallSlot<bool>(language, kFirst + 2));
+  EXPECT_EQ(CallSlot<int>(language, kFirst + 3), 5);
+  EXPECT_STREQ(CallSlot<const char*>(language, kFirst + 4), "en_CA");
+  EXPECT_STREQ(CallSlot<const wchar_t*>(language, kFirst + 5), L"en_CA");
+}
+
 TEST(GUILang, GenericLanguageIsCurrentByItself) {
   IGUILang& first = GetGUILang();
   EXPECT_NE(dynamic_cast<CGenericGUILang*>(&first), nullptr);

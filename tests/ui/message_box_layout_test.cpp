@@ -282,8 +282,17 @@ TEST(QuestionBoxTemplate, HasTheFixedFieldsAndNothingElse) {
   EXPECT_EQ(call.menu, 0);
   EXPECT_EQ(call.windowClass, 0);
   EXPECT_EQ(call.title, 0);
-  EXPECT_EQ(call.instance, GetModuleHandleW(nullptr));
   EXPECT_EQ(call.owner, static_cast<HWND>(owner));
+}
+
+TEST(QuestionBoxTemplate, IsShownInTheNameOfTheHostProgram) {
+  static const HMODULE kHost = GetModuleHandleW(L"kernel32.dll");
+  const CImportPatch patch(
+      "kernel32.dll", "GetModuleHandleW", +[](LPCWSTR name) -> HMODULE {
+        EXPECT_EQ(name, nullptr);
+        return kHost;
+      });
+  EXPECT_EQ(TemplateFor(nullptr).instance, kHost);
 }
 
 TEST(QuestionBoxTemplate, IsTopmostUnlessTheOwnerIsVisible) {
@@ -292,9 +301,27 @@ TEST(QuestionBoxTemplate, IsTopmostUnlessTheOwnerIsVisible) {
   EXPECT_EQ(TemplateFor(nullptr).header.dwExtendedStyle, 8u);
 }
 
-class CMirroredLang : public CGenericGUILang {
+/// The box asks for the direction and for nothing else.
+class CMirroredLang : public IGUILang {
  public:
   bool IsRightToLeft() const override { return true; }
+  void Activate() override { ADD_FAILURE(); }
+  bool IsAvailable() const override {
+    ADD_FAILURE();
+    return true;
+  }
+  int GetVariant() const override {
+    ADD_FAILURE();
+    return 0;
+  }
+  const char* GetLocaleNameNarrow() const override {
+    ADD_FAILURE();
+    return "";
+  }
+  const wchar_t* GetLocaleNameWide() const override {
+    ADD_FAILURE();
+    return L"";
+  }
 };
 
 class MirroredQuestionBox : public testing::Test {

@@ -145,7 +145,8 @@ TEST(QuestionBox, EnterPressesTheFirstButton) {
 TEST(QuestionBox, FirstExistingButtonHasTheFocus) {
   const int ids[] = {6, 7, 2, 3};
   for (size_t first = 0; first < 4; ++first) {
-    CQuestion question{.labels = {L"A", L"B", L"C", L"D"}};
+    // The check box comes first in the order of the keyboard.
+    CQuestion question{.labels = {L"A", L"B", L"C", L"D"}, .checkLabel = L"Check"};
     for (size_t i = 0; i < first; ++i) {
       question.labels[i].Empty();
     }
@@ -155,7 +156,8 @@ TEST(QuestionBox, FirstExistingButtonHasTheFocus) {
 
 TEST(QuestionBox, AnyOtherCommandClosesTheBoxWithItsWholeParameter) {
   const auto send = [](WPARAM command) {
-    return ShowTo({}, [=](HWND box) {
+    // The check box has the number 0 too, but this message is not from it.
+    return ShowTo({.checkLabel = L"Check"}, [=](HWND box) {
       PostMessageW(box, WM_COMMAND, command, 0);
       WaitUntilGone(box);
     });

@@ -1,0 +1,215 @@
+// The download dialog's message map, driven directly, and the shape of the object. The window is no
+// dialog, so that messages can be sent that come after the dialog's end.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <wininet.h>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "tests/download/download_test.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/scripted_path.h"
+
+namespace {
+
+using Files = std::vector<std::wstring>;
+
+static_assert(
+    std::is_base_of_v<ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>, CProgressDialog>);
+static_assert(CProgressDialogPeer::kIsLockFree);
+
+std::vector<INT_PTR> g_ends;
+CProgressDialog* g_dialog;
+
+BOOL WINAPI RecordEnd(HWND, INT_PTR result) {
+  g_ends.push_back(result);
+  return TRUE;
+}
+
+HANDLE Duplicate(HANDLE handle) {
+  HANDLE copy = nullptr;
+  EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, FALSE,
+                              DUPLICATE_SAME_ACCESS));
+  return copy;
+}
+
+class ProgressDialogMessages : public DownloadTest {
+ protected:
+  ProgressDialogMessages()
+      : m_window(CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
+                                 nullptr, nullptr)),
+        m_dialog(Make(m_path.Url(L"a.qdk"))) {
+    m_dialog->Attach(m_window);
+    g_dialog = m_dialog.get();
+    g_ends.clear();
+  }
+  ~ProgressDialogMessages() override {
+    m_dialog->Detach();
+    DestroyWindow(m_window);
+  }
+
+  CProgressDialogPeer Peer() const { return {*m_dialog}; }
+
+  /// Whether the dialog handles the message, and with which result.
+  std::pair<bool, LRESULT> Send(UINT message, WPARAM wParam = 0) const {
+    LRESULT result = 4711;
+    const BOOL handled = m_dialog->ProcessWindowMessage(m_window, message, wParam, 0, result);
+    return {handled != FALSE, result};
+  }
+  bool IsHandled(UINT message, WPARAM wParam = 0) const { return Send(message, wParam).first; }
+
+  /// Downloads all of the lesson; its file is left open.
+  void Download() const {
+    Peer().RunWorker();
+    EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
+  }
+
+  const ScriptedPath m_path{m_server, Lesson(1000)};
+  const CImportPatch m_end{"user32.dll", "EndDialog", &RecordEnd};
+  const HWND m_window;
+  const CProgressDialog::Ptr m_dialog;
+};
+
+TEST_F(ProgressDialogMessages, ResultsAreHandled) {
+  EXPECT_TRUE(IsHandled(WM_USER, 3));
+  EXPECT_EQ(g_ends, std::vector<INT_PTR>{3});
+}
+
+TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
+  Download();
+  Send(WM_USER, 1);
+  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
+  EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
+  m_sandbox.Write(L"temporary.qdk", "another download");
+  Send(WM_USER, 1);
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+  EXPECT_EQ(g_ends, (std::vector<INT_PTR>{1, 1}));
+}
+
+TEST_F(ProgressDialogMessages, ResultWithoutAnOpenFileDeliversNothing) {
+  Download();
+  Peer().CloseFile();
+  Send(WM_USER, 1);
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+}
+
+TEST_F(ProgressDialogMessages, SecondFailureChangesNothing) {
+  Download();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(IsHandled(WM_USER, 3));
+    EXPECT_TRUE(m_sandbox.Files().empty());
+    EXPECT_FALSE(Peer().IsRunning());
+    EXPECT_EQ(Peer().Session(), nullptr);
+  }
+  EXPECT_EQ(g_ends, (std::vector<INT_PTR>{3, 3}));
+  EXPECT_TRUE(TakePostedResults().empty());
+}
+
+TEST_F(ProgressDialogMessages, DestructionIsLeftToTheSystemWithAResultOfOne) {
+  EXPECT_EQ(Send(WM_DESTROY), std::pair(false, LRESULT{1}));
+}
+
+TEST_F(ProgressDialogMessages, NothingElseIsHandled) {
+  const std::set<UINT> own = {WM_INITDIALOG, WM_COMMAND, WM_USER, WM_DESTROY};
+  for (UINT message = 0; message <= 0xFFFF; ++message) {
+    if (!own.contains(message)) {
+      ASSERT_FALSE(IsHandled(message, 1)) << message;
+    }
+  }
+  const std::set<WORD> commands = {IDOK, IDCANCEL, IDC_OPEN_FILE, IDC_OPEN_FOLDER};
+  for (unsigned value = 0; value <= 0xFFFF; ++value) {
+    const auto id = static_cast<WORD>(value);
+    for (const WORD notification : {0, 1, 0x100, 0xFFFF}) {
+      if (notification != 0 || !commands.contains(id)) {
+        ASSERT_FALSE(IsHandled(WM_COMMAND, MAKEWPARAM(id, notification))) << id;
+      }
+    }
+    for (const WORD command : commands) {
+      ASSERT_TRUE(id == 0 || !IsHandled(WM_COMMAND, MAKEWPARAM(command, id))) << id;
+    }
+  }
+  EXPECT_TRUE(g_ends.empty());
+}
+
+TEST_F(ProgressDialogMessages, CancelSignalsStopsDeletesAndEndsInThisOrder) {
+  static bool signalledAtStop;
+  static bool fileThereAtStop;
+  static bool runningAtEnd;
+  static Files filesAtEnd;
+  static const CTempSandbox* sandbox;
+  static decltype(&InternetCloseHandle) close;
+  sandbox = &m_sandbox;
+  signalledAtStop = fileThereAtStop = false;
+  runningAtEnd = true;
+  const CImportPatch stop(
+      "wininet.dll", "InternetCloseHandle", +[](HINTERNET handle) -> BOOL {
+        signalledAtStop = CProgressDialogPeer{*g_dialog}.IsPeekSignalled();
+        fileThereAtStop = !sandbox->Files().empty();
+        return close(handle);
+      });
+  close = stop.Original<BOOL WINAPI(HINTERNET)>();
+  const CImportPatch end(
+      "user32.dll", "EndDialog", +[](HWND, INT_PTR result) -> BOOL {
+        runningAtEnd = CProgressDialogPeer{*g_dialog}.IsRunning();
+        filesAtEnd = sandbox->Files();
+        g_ends.push_back(result);
+        return TRUE;
+      });
+  Peer().BeginPeek();
+  ASSERT_TRUE(Peer().Step());
+  EXPECT_TRUE(IsHandled(WM_COMMAND, IDCANCEL));
+  EXPECT_TRUE(signalledAtStop);
+  EXPECT_TRUE(fileThereAtStop);
+  EXPECT_FALSE(runningAtEnd);
+  EXPECT_TRUE(filesAtEnd.empty());
+  EXPECT_EQ(g_ends, std::vector<INT_PTR>{2});
+}
+
+class ProgressDialogObject : public DownloadTest {};
+
+TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
+  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  const auto addresses = CProgressDialogPeer{*dialog}.MemberAddresses();
+  EXPECT_EQ(std::adjacent_find(addresses.begin(), addresses.end(), std::greater_equal<>()),
+            addresses.end());
+}
+
+TEST_F(ProgressDialogObject, GoingWakesWhoeverWaitsForThePreCheck) {
+  auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  const CProgressDialogPeer peer{*dialog};
+  CProgressDialogPeer{*dialog}.BeginPeek();
+  const HANDLE closed = peer.PeekEvent();
+  const CHandle event(Duplicate(closed));
+  dialog.reset();
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+  DWORD flags = 0;
+  EXPECT_FALSE(GetHandleInformation(closed, &flags));
+}
+
+TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
+  using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
+  using Destructor = void (*)(void*);
+  // The last of the destructor's two places with this compiler is the deleting one.
+  constexpr int kDeletingDestructor = 2;
+  CProgressDialog* const dialog =
+      std::make_unique<CProgressDialog>(L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"))
+          .release();
+  CProgressDialogPeer{*dialog}.BeginPeek();
+  const CHandle event(Duplicate(CProgressDialogPeer{*dialog}.PeekEvent()));
+  const void* const* const table = *reinterpret_cast<const void* const* const*>(dialog);
+  LRESULT result = 0;
+  EXPECT_FALSE(reinterpret_cast<MessageMap>(const_cast<void*>(table[0]))(
+      dialog, nullptr, WM_DESTROY, 0, 0, result, 0));
+  EXPECT_EQ(result, 1);
+  reinterpret_cast<Destructor>(const_cast<void*>(table[kDeletingDestructor]))(dialog);
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0) << "gone";
+}
+
+}  // namespace

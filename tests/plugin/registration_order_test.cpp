@@ -1,0 +1,112 @@
+// The order of what registration does, which the registry does not show afterwards: the DLL's own
+// calls are recorded.
+
+#include <atlbase.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/plugin/plugin_library.h"
+#include "tests/support/import_patch.h"
+
+namespace {
+
+constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
+
+using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thread's locale
+
+CSteps g_steps;
+decltype(&RegCreateKeyExW) g_createKey;
+decltype(&RegOpenKeyExW) g_openKey;
+decltype(&RegisterTypeLib) g_registerTypeLib;
+decltype(&UnRegisterTypeLib) g_unregisterTypeLib;
+
+/// Takes down a step of which several calls in a row are part.
+void Note(const std::string& step) {
+  const CSteps::value_type now(step, GetThreadLocale());
+  if (g_steps.empty() || g_steps.back() != now) {
+    g_steps.push_back(now);
+  }
+}
+
+/// One key stands for each script: that of all helper objects, and that of all classes.
+void NoteKey(LPCWSTR name) {
+  if (name != nullptr && _wcsicmp(name, L"Browser Helper Objects") == 0) {
+    Note("helper object");
+  } else if (name != nullptr && _wcsicmp(name, L"CLSID") == 0) {
+    Note("class");
+  }
+}
+
+LSTATUS WINAPI RecordCreate(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR className,
+                            DWORD options, REGSAM access, const LPSECURITY_ATTRIBUTES security,
+                            PHKEY key, LPDWORD disposition) {
+  NoteKey(name);
+  return g_createKey(parent, name, reserved, className, options, access, security, key,
+                     disposition);
+}
+
+LSTATUS WINAPI RecordOpen(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
+  NoteKey(name);
+  return g_openKey(parent, name, options, access, key);
+}
+
+HRESULT WINAPI RecordTypeLib(ITypeLib* library, LPOLESTR path, LPOLESTR help) {
+  Note("type library");
+  return g_registerTypeLib(library, path, help);
+}
+
+HRESULT WINAPI RecordNoTypeLib(REFGUID id, WORD major, WORD minor, LCID language, SYSKIND system) {
+  Note("type library");
+  return g_unregisterTypeLib(id, major, minor, language, system);
+}
+
+class RegistrationOrder : public testing::Test {
+ protected:
+  RegistrationOrder() {
+    g_createKey = m_create.Original<decltype(RegCreateKeyExW)>();
+    g_openKey = m_open.Original<decltype(RegOpenKeyExW)>();
+    g_registerTypeLib = m_register.Original<decltype(RegisterTypeLib)>();
+    g_unregisterTypeLib = m_unregister.Original<decltype(UnRegisterTypeLib)>();
+    SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
+    m_system = GetThreadLocale();
+    SetThreadLocale(kGerman);
+    g_steps.clear();
+  }
+  ~RegistrationOrder() override {
+    m_library.UnregisterServer();
+    SetThreadLocale(m_previous);
+  }
+
+  const LCID m_previous = GetThreadLocale();
+  LCID m_system = 0;
+  const CPluginLibrary m_library;
+  const CImportPatch m_create{"advapi32.dll", "RegCreateKeyExW", &RecordCreate, m_library.Module()};
+  const CImportPatch m_open{"advapi32.dll", "RegOpenKeyExW", &RecordOpen, m_library.Module()};
+  const CImportPatch m_register{"oleaut32.dll", "RegisterTypeLib", &RecordTypeLib,
+                                m_library.Module()};
+  const CImportPatch m_unregister{"oleaut32.dll", "UnRegisterTypeLib", &RecordNoTypeLib,
+                                  m_library.Module()};
+};
+
+TEST_F(RegistrationOrder, HelperObjectComesFirstAndOnceMoreAtTheEnd) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(g_steps, (CSteps{{"helper object", m_system},
+                             {"class", m_system},
+                             {"type library", m_system},
+                             {"helper object", m_system}}));
+}
+
+TEST_F(RegistrationOrder, UnregistrationEndsWithTheHelperObjectInTheCallersLocale) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  g_steps.clear();
+  EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+  EXPECT_EQ(g_steps, (CSteps{{"class", m_system},
+                             {"type library", m_system},
+                             {"helper object", m_system},
+                             {"helper object", kGerman}}));
+}
+
+}  // namespace
