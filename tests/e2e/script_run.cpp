@@ -20,9 +20,9 @@ std::wstring WriteScript(const std::wstring& folder, const std::string& source) 
 
 CScriptRun::CScriptRun(const std::wstring& folder, const std::string& source,
                        const std::wstring& argument)
-    : m_process(ToolPath(L"with_wininet_bridge.exe"), L"cscript //nologo \"" +
-                                                          WriteScript(folder, source) + L"\" \"" +
-                                                          argument + L"\"") {}
+    : m_process(
+          ToolPath(L"with_wininet_bridge.exe"),
+          L"cscript //nologo \"" + WriteScript(folder, source) + L"\" \"" + argument + L"\"") {}
 
 std::vector<std::string> CScriptRun::Finish() {
   EXPECT_EQ(m_process.WaitForExit(), kFinished);

@@ -72,7 +72,8 @@ using Callback = void(CALLBACK*)(ULONG reason, const LoadedData* data, void* con
 using RegisterFn = LONG(NTAPI*)(ULONG flags, Callback callback, void* context, void** cookie);
 
 void CALLBACK OnLibrary(ULONG reason, const LoadedData* data, void*) {
-  if (reason != kLoaded || _wcsnicmp(data->baseName->Buffer, kPlugin, std::size(kPlugin) - 1) != 0) {
+  if (reason != kLoaded ||
+      _wcsnicmp(data->baseName->Buffer, kPlugin, std::size(kPlugin) - 1) != 0) {
     return;
   }
   if (void* const slot = FindImport(static_cast<BYTE*>(data->base), std::bit_cast<void*>(g_open))) {

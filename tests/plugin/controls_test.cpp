@@ -1,0 +1,166 @@
+// The two controls that pages script, made by the built DLL.
+
+#include <atlbase.h>
+#include <gtest/gtest.h>
+#include <objsafe.h>
+#include <ocidl.h>
+
+#include <string>
+#include <vector>
+
+#include "folivo_plugin_h.h"
+#include "tests/plugin/plugin_library.h"
+
+namespace {
+
+constexpr DWORD kSafe = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA;
+
+struct CControlClass {
+  const char* name;
+  GUID clsid;
+  GUID interfaceId;
+};
+
+const CControlClass kControls[] = {
+    {"Version", CLSID_CFolivoPluginVersion, IID_IFolivoPluginVersion},
+    {"Collections", CLSID_CQDCDownload, IID_IQDCDownload},
+};
+
+const std::vector<IID> kSharedInterfaces = {
+    IID_IUnknown,
+    IID_IDispatch,
+    IID_IProvideClassInfo,
+    IID_IProvideClassInfo2,
+    IID_IObjectSafety,
+    IID_IPersist,
+    IID_IPersistStreamInit,
+    IID_IPersistStorage,
+    IID_IOleControl,
+    IID_IOleObject,
+    IID_IOleInPlaceActiveObject,
+    IID_IViewObject,
+    IID_IViewObject2,
+    IID_IViewObjectEx,
+    IID_IOleWindow,
+    IID_IOleInPlaceObject,
+    IID_IOleInPlaceObjectWindowless,
+    IID_IQuickActivate,
+    IID_IDataObject,
+    IID_ISpecifyPropertyPages,
+};
+
+/// An outer object that aggregates: only counts its references.
+class COuter final : public IUnknown {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+    *out = nullptr;
+    if (iid != IID_IUnknown) {
+      return E_NOINTERFACE;
+    }
+    AddRef();
+    *out = this;
+    return S_OK;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
+  ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
+
+  int references = 1;
+};
+
+class Controls : public testing::TestWithParam<CControlClass> {
+ protected:
+  Controls() { CoInitialize(nullptr); }
+  ~Controls() override {
+    EXPECT_EQ(m_library.CanUnloadNow(), S_OK) << "something is left";
+    CoUninitialize();
+  }
+
+  CComPtr<IUnknown> Create(IUnknown* outer = nullptr) const {
+    CComPtr<IClassFactory> factory;
+    EXPECT_EQ(m_library.GetClassObject(GetParam().clsid, IID_IClassFactory,
+                                       reinterpret_cast<void**>(&factory)),
+              S_OK);
+    CComPtr<IUnknown> object;
+    EXPECT_EQ(factory->CreateInstance(outer, IID_IUnknown, reinterpret_cast<void**>(&object)),
+              S_OK);
+    return object;
+  }
+
+  const CPluginLibrary m_library;
+};
+
+TEST_P(Controls, HaveAllTheirInterfaces) {
+  const CComPtr<IUnknown> object = Create();
+  std::vector<IID> interfaces = kSharedInterfaces;
+  interfaces.push_back(GetParam().interfaceId);
+  for (const IID& iid : interfaces) {
+    CComPtr<IUnknown> found;
+    EXPECT_EQ(object->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK) << iid.Data1;
+    EXPECT_TRUE(found.IsEqualObject(object));
+  }
+  CComPtr<IUnknown> none;
+  EXPECT_EQ(object->QueryInterface(IID_IObjectWithSite, reinterpret_cast<void**>(&none)),
+            E_NOINTERFACE);
+}
+
+TEST_P(Controls, CanBeAggregated) {
+  COuter outer;
+  CComPtr<IUnknown> inner = Create(&outer);
+  for (const IID& iid : kSharedInterfaces) {
+    if (iid == IID_IUnknown) {
+      continue;
+    }
+    CComPtr<IUnknown> found;
+    ASSERT_EQ(inner->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK) << iid.Data1;
+    EXPECT_EQ(outer.references, 2);
+    CComPtr<IUnknown> identity;
+    EXPECT_EQ(found->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
+    EXPECT_EQ(identity.p, &outer);
+  }
+  EXPECT_EQ(outer.references, 1);
+  inner.Release();
+}
+
+TEST_P(Controls, AreSafeForScriptsAndPages) {
+  const CComQIPtr<IObjectSafety> safety(Create());
+  ASSERT_NE(safety.p, nullptr);
+  for (const IID& iid : {IID_IDispatch, GetParam().interfaceId, IID_IPersistStreamInit}) {
+    DWORD supported = 77;
+    DWORD enabled = 77;
+    EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
+    EXPECT_EQ(supported, kSafe);
+    EXPECT_EQ(safety->SetInterfaceSafetyOptions(iid, kSafe, kSafe), S_OK);
+    EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
+    EXPECT_EQ(enabled, kSafe);
+    EXPECT_EQ(safety->SetInterfaceSafetyOptions(iid, 1, 0), S_OK);
+    EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
+    EXPECT_EQ(enabled, 2u);
+    for (const DWORD beyond : {4, 7, 8, 0x10}) {
+      EXPECT_TRUE(FAILED(safety->SetInterfaceSafetyOptions(iid, beyond, beyond))) << beyond;
+    }
+  }
+  DWORD supported = 77;
+  DWORD enabled = 77;
+  EXPECT_TRUE(FAILED(safety->GetInterfaceSafetyOptions(IID_IObjectWithSite, &supported, &enabled)));
+  EXPECT_TRUE(FAILED(safety->SetInterfaceSafetyOptions(IID_IObjectWithSite, 1, 1)));
+}
+
+TEST_P(Controls, TellTheirClass) {
+  const CComQIPtr<IProvideClassInfo2> provider(Create());
+  ASSERT_NE(provider.p, nullptr);
+  CComPtr<ITypeInfo> info;
+  ASSERT_EQ(provider->GetClassInfo(&info), S_OK);
+  TYPEATTR* attributes = nullptr;
+  ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->guid, GetParam().clsid);
+  info->ReleaseTypeAttr(attributes);
+  const CComQIPtr<IPersist> persist(provider);
+  CLSID clsid = GUID_NULL;
+  EXPECT_EQ(persist->GetClassID(&clsid), S_OK);
+  EXPECT_EQ(clsid, GetParam().clsid);
+}
+
+INSTANTIATE_TEST_SUITE_P(Plugin, Controls, testing::ValuesIn(kControls),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
