@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <ocidl.h>
 
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -91,6 +92,35 @@ TEST(Library, NeedsNothingButTheSystem) {
     const std::wstring path = std::wstring(system) + L"\\" + std::wstring(name.begin(), name.end());
     EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << name;
   }
+}
+
+TEST(Library, ImportsNoFunctionThatItBindsAtRunTime) {
+  const CPluginLibrary library;
+  const CImage image(library.Module());
+  ULONGLONG at = image.Directory(IMAGE_DIRECTORY_ENTRY_IMPORT);
+  int imports = 0;
+  for (auto entry = image.Read<IMAGE_IMPORT_DESCRIPTOR>(at); entry.Name != 0;
+       at += sizeof(entry), entry = image.Read<IMAGE_IMPORT_DESCRIPTOR>(at)) {
+    for (ULONGLONG names = entry.OriginalFirstThunk;; names += sizeof(ULONGLONG)) {
+      const auto name = image.Read<ULONGLONG>(names);
+      if (name == 0) {
+        break;
+      }
+      if (IMAGE_SNAP_BY_ORDINAL(name)) {
+        continue;
+      }
+      ++imports;
+      const std::string text = image.Text(name + offsetof(IMAGE_IMPORT_BY_NAME, Name));
+      for (const char* bound :
+           {"CheckTokenMembership", "RevertToSelf", "OpenProcessToken", "ImpersonateLoggedOnUser",
+            "CreateProcessAsUser", "RegisterServiceCtrlHandlerEx", "ChangeServiceConfig2",
+            "IEShowSaveFileDialog", "IEIsProtectedModeProcess", "IECancelSaveFile", "IESaveFile",
+            "Wiz_", "UzpFreeMemBuffer"}) {
+        EXPECT_NE(text.rfind(bound, 0), 0u) << text;
+      }
+    }
+  }
+  EXPECT_GT(imports, 50);
 }
 
 TEST(Library, HelperObjectsScriptHasNoTokens) {
