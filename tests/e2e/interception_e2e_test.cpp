@@ -10,7 +10,7 @@
 #include "tests/browser/install_information.h"
 #include "tests/e2e/browser_session.h"
 #include "tests/e2e/launcher_record.h"
-#include "tests/plugin/plugin_library.h"
+#include "tests/e2e/regsvr32.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_sandbox.h"
@@ -30,19 +30,10 @@ using Files = std::vector<std::wstring>;
 HttpAnswer Lesson() { return HttpAnswer().Bytes("PK\x03\x04").Pattern(5, kLength); }
 std::string LessonBytes() { return "PK\x03\x04" + PatternBytes(5, 0, kLength); }
 
-/// Runs regsvr32 and gives its exit code.
-DWORD RunRegistration(const std::wstring& options) {
-  wchar_t system[MAX_PATH] = {};
-  GetSystemDirectoryW(system, MAX_PATH);
-  CToolProcess process(std::wstring(system) + L"\\regsvr32.exe",
-                       options + L" \"" + CPluginLibrary::BuiltPath() + L"\"");
-  return process.WaitForExit();
-}
-
 class InterceptionEndToEnd : public testing::Test {
  protected:
-  static void SetUpTestSuite() { ASSERT_EQ(RunRegistration(L"/s"), 0u); }
-  static void TearDownTestSuite() { EXPECT_EQ(RunRegistration(L"/s /u"), 0u); }
+  static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(L"/s"), 0u); }
+  static void TearDownTestSuite() { EXPECT_EQ(RunRegsvr32(L"/s /u"), 0u); }
 
   /// The files in the folder for temporary files.
   Files TempFiles() const {

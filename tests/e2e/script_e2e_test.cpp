@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/e2e/regsvr32.h"
 #include "tests/e2e/script_run.h"
-#include "tests/plugin/plugin_library.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/stored_zip.h"
@@ -39,15 +39,6 @@ try {
 
 using Lines = std::vector<std::string>;
 
-/// Runs regsvr32 and gives its exit code.
-DWORD RunRegistration(const std::wstring& options) {
-  wchar_t system[MAX_PATH] = {};
-  GetSystemDirectoryW(system, MAX_PATH);
-  CToolProcess process(std::wstring(system) + L"\\regsvr32.exe",
-                       options + L" \"" + CPluginLibrary::BuiltPath() + L"\"");
-  return process.WaitForExit();
-}
-
 /// Waits for a dialog of whatever process with this title.
 HWND WaitForTitle(const std::wstring& title) {
   HWND window = nullptr;
@@ -72,8 +63,8 @@ bool Contains(const Lines& lines, const std::string& line) {
 
 class ScriptEndToEnd : public testing::Test {
  protected:
-  static void SetUpTestSuite() { ASSERT_EQ(RunRegistration(L"/s"), 0u); }
-  static void TearDownTestSuite() { EXPECT_EQ(RunRegistration(L"/s /u"), 0u); }
+  static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(L"/s"), 0u); }
+  static void TearDownTestSuite() { EXPECT_EQ(RunRegsvr32(L"/s /u"), 0u); }
 
   std::wstring ArchivePath() const { return m_sandbox / L"ZDH\\download.zip"; }
   bool HasArchive() const {

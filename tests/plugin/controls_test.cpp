@@ -160,6 +160,25 @@ TEST_P(Controls, TellTheirClass) {
   EXPECT_EQ(clsid, GetParam().clsid);
 }
 
+TEST_P(Controls, CanBeActivatedQuickly) {
+  const CComQIPtr<IQuickActivate> quick(Create());
+  ASSERT_NE(quick.p, nullptr);
+  QACONTAINER container = {};
+  container.cbSize = sizeof(container);
+  QACONTROL control = {};
+  control.cbSize = sizeof(control);
+  ASSERT_EQ(quick->QuickActivate(&container, &control), S_OK);
+  DWORD status = 0;
+  const CComQIPtr<IViewObjectEx> view(quick);
+  EXPECT_EQ(view->GetViewStatus(&status), S_OK);
+  EXPECT_EQ(control.dwViewStatus, status);
+  EXPECT_EQ(status, static_cast<DWORD>(VIEWSTATUS_OPAQUE | VIEWSTATUS_SOLIDBKGND));
+  SIZEL extent = {};
+  EXPECT_EQ(quick->GetContentExtent(&extent), S_OK);
+  EXPECT_GT(extent.cx, 0);
+  EXPECT_GT(extent.cy, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Plugin, Controls, testing::ValuesIn(kControls),
                          [](const auto& info) { return std::string(info.param.name); });
 
