@@ -249,13 +249,16 @@ TEST_F(ZipProgressDialog, OtherNotificationsAreNotHandled) {
   EXPECT_EQ(result, 2);
 }
 
-TEST_F(ZipProgressDialog, DefaultFocusIsSet) {
+TEST_F(ZipProgressDialog, InitialisationIsHandledAndLeavesTheDefaultFocus) {
   const CHeldTimer timer;
-  RunDialog(m_dialog, [](HWND window) {
+  RunDialog(m_dialog, [this](HWND window) {
+    LRESULT result = FALSE;
+    EXPECT_TRUE(m_dialog.ProcessWindowMessage(window, WM_INITDIALOG, 0, 0, result, 0));
+    EXPECT_EQ(result, TRUE);
     GUITHREADINFO info = {};
     info.cbSize = sizeof(info);
     GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_TRUE(IsChild(window, info.hwndFocus));
+    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
     Click(window, IDCANCEL);
   });
 }
@@ -393,17 +396,25 @@ TEST_F(ZipProgressDialog, WindowMayBeDestroyedUnderTheMessage) {
   EXPECT_FALSE(ArchiveExists());
 }
 
+int g_messages;
+
+/// What comes while the system's message box serves messages.
+int WINAPI DisturbDialog(HWND dialog, LPCWSTR, LPCWSTR, UINT) {
+  if (++g_messages == 1) {
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
+    SendMessageW(dialog, WM_TIMER, 0, 0);
+    EXPECT_TRUE(IsWindowVisible(dialog)) << "it has not been ended";
+  }
+  return IDOK;
+}
+
 TEST_F(ZipProgressDialog, CommandsAndTicksDuringAStageAreIgnored) {
-  // What comes while the system's message box serves messages.
-  const CImportPatch patch(
-      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
-        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
-        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
-        SendMessageW(owner, WM_TIMER, 0, 0);
-        return IDOK;
-      });
+  const CImportPatch patch("user32.dll", "MessageBoxW", &DisturbDialog);
   m_sandbox.Write(L"download.zip", "old");
+  g_messages = 0;
   EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_EQ(g_messages, 1);
   EXPECT_FALSE(ArchiveExists());
 }
 
