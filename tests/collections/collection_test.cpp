@@ -13,8 +13,14 @@ CTestModule g_module;
 INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user) {
   const CParallel thread([&] {
     const HWND window = WaitForDialog(kDialogTitle);
-    if (window != nullptr) {
-      user(window);
+    if (window == nullptr) {
+      return;
+    }
+    user(window);
+    if (!WaitUntilGone(window)) {
+      for (const HWND dialog : VisibleDialogs()) {
+        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+      }
     }
   });
   return dialog.DoModal(nullptr);

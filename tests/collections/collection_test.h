@@ -23,8 +23,8 @@ inline constexpr wchar_t kNotValid[] =
     L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
 inline constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
 
-/// Runs the dialog modally with a user: a thread that gets the window once it is visible. Gives the
-/// dialog's result.
+/// Runs the dialog modally with a user: a thread that gets the window once it is visible. A dialog
+/// that the user leaves open and that does not end by itself is cancelled. Gives its result.
 INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user);
 
 /// An archive at a path of the test's own, and a content folder, which is not there yet.

@@ -11,6 +11,7 @@ foreach(kind IN ITEMS dialog transfer stage)
     collection_credentials_test.cpp
     collection_dialog_template_test.cpp
     collection_pipeline_test.cpp
+    zip_progress_dialog_end_test.cpp
     zip_progress_dialog_test.cpp)
   set(sources_transfer
     collection_source_test.cpp

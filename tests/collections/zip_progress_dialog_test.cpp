@@ -8,18 +8,13 @@
 #include <commctrl.h>
 
 #include <algorithm>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/collections/wininet_recorder.h"
-#include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
-#include "tests/support/process_counts.h"
 #include "tests/support/user.h"
 
 namespace {
@@ -74,7 +69,6 @@ class ZipProgressDialog : public CollectionTest {
       : m_dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(), ContentFolder().c_str()) {}
 
   CZipProgressDialog m_dialog;
-  CZipProgressDialogPeer m_peer{m_dialog};
 };
 
 TEST_F(ZipProgressDialog, ConstructionCopiesItsArgumentsAndDoesNothing) {
@@ -249,13 +243,16 @@ TEST_F(ZipProgressDialog, OtherNotificationsAreNotHandled) {
   EXPECT_EQ(result, 2);
 }
 
-TEST_F(ZipProgressDialog, DefaultFocusIsSet) {
+TEST_F(ZipProgressDialog, InitialisationIsHandledAndLeavesTheDefaultFocus) {
   const CHeldTimer timer;
-  RunDialog(m_dialog, [](HWND window) {
+  RunDialog(m_dialog, [this](HWND window) {
+    LRESULT result = FALSE;
+    EXPECT_TRUE(m_dialog.ProcessWindowMessage(window, WM_INITDIALOG, 0, 0, result, 0));
+    EXPECT_EQ(result, TRUE);
     GUITHREADINFO info = {};
     info.cbSize = sizeof(info);
     GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_TRUE(IsChild(window, info.hwndFocus));
+    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
     Click(window, IDCANCEL);
   });
 }
@@ -270,158 +267,6 @@ TEST_F(ZipProgressDialog, StatusAndProgressGoToTheirControls) {
     EXPECT_EQ(SendDlgItemMessageW(dialog.Window(), kBar, PBM_GETPOS, 0, 0), std::max(1, position));
   }
   EXPECT_EQ(trace.Take(L"bar"), (Lines{L"0", L"0", L"1", L"50", L"100", L"100"}));
-}
-
-TEST_F(ZipProgressDialog, ErrorIsAStopMessageOverTheDialog) {
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
-  CMessageRecorder messages;
-  dialog->ShowError(L"100%s");
-  const auto shown = messages.Take();
-  ASSERT_EQ(shown.size(), 1u);
-  EXPECT_EQ(shown[0].owner, dialog.Window());
-  EXPECT_EQ(shown[0].text, L"100%s");
-  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
-  EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
-}
-
-TEST_F(ZipProgressDialog, ErrorIsSeenAndDismissed) {
-  std::wstring text;
-  CParallel user([&] {
-    const HWND box = WaitForDialog(L"MERLO Folivo");
-    EXPECT_EQ(TextOf(GetWindow(box, GW_OWNER)), kDialogTitle);
-    text = DismissMessage();
-  });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  user.Join();
-  EXPECT_EQ(text, kMissing);
-}
-
-TEST_F(ZipProgressDialog, EndActsOnce) {
-  m_sandbox.Write(L"download.zip", "old");
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
-  CDialogTrace trace;
-  dialog->EndWithResult(2);
-  dialog->EndWithResult(3);
-  dialog->EndWithResult(1);
-  EXPECT_EQ(trace.Take(), Lines{End(2)});
-  EXPECT_TRUE(ArchiveExists());
-}
-
-std::vector<std::wstring> g_closings;
-decltype(&CloseHandle) g_closeHandle;
-HANDLE g_file;
-
-TEST_F(ZipProgressDialog, EndClosesFileRequestSessionThenDeletes) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  CWinInetRecorder winInet;
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  CDialogTrace trace;
-  ASSERT_TRUE(dialog->DownloadArchive());
-  const HINTERNET session = dialog->Session();
-  const HINTERNET request = dialog->Request();
-  g_file = dialog->File();
-  trace.Take();
-  const CImportPatch patch(
-      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
-        if (handle == g_file) {
-          g_closings.emplace_back(L"file");
-        }
-        return g_closeHandle(handle);
-      });
-  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
-  g_closings.clear();
-  dialog->EndWithResult(3);
-  EXPECT_EQ(g_closings.size(), 1u);
-  EXPECT_EQ(winInet.closed, (std::vector{request, session}));
-  EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
-  EXPECT_FALSE(ArchiveExists()) << "as the file was closed before";
-  // The members keep their values.
-  EXPECT_EQ(dialog->Session(), session);
-  EXPECT_EQ(dialog->Request(), request);
-  EXPECT_EQ(dialog->File(), g_file);
-}
-
-TEST_F(ZipProgressDialog, EndWithoutHandlesClosesNone) {
-  CWinInetRecorder winInet;
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
-  dialog->SetFile(INVALID_HANDLE_VALUE);
-  g_file = INVALID_HANDLE_VALUE;
-  const CImportPatch patch(
-      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
-        EXPECT_NE(handle, INVALID_HANDLE_VALUE);
-        return g_closeHandle(handle);
-      });
-  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
-  dialog->EndWithResult(2);
-  EXPECT_TRUE(winInet.closed.empty());
-}
-
-TEST_F(ZipProgressDialog, WithoutAWindowNothingHappens) {
-  m_sandbox.Write(L"download.zip", "old");
-  const CImportPatch patch(
-      "user32.dll", "DialogBoxParamW",
-      +[](HINSTANCE, LPCWSTR, HWND, DLGPROC, LPARAM) -> INT_PTR { return -1; });
-  CMessageRecorder messages;
-  EXPECT_EQ(m_dialog.DoModal(nullptr), -1);
-  EXPECT_TRUE(messages.Take().empty());
-  EXPECT_TRUE(ArchiveExists());
-  m_peer.EndWithResult(2);  // There is nothing to end, and that does no harm.
-}
-
-TEST_F(ZipProgressDialog, OneWhoseWindowIsDestroyedClosesItsHandles) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  CWinInetRecorder winInet;
-  const CDialogTrace trace;
-  {
-    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-    ASSERT_TRUE(dialog->DownloadArchive());
-  }
-  EXPECT_EQ(winInet.closed.size(), 2u);
-  EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
-}
-
-TEST_F(ZipProgressDialog, WindowMayBeDestroyedUnderTheMessage) {
-  const CImportPatch patch(
-      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
-        DestroyWindow(owner);
-        return IDOK;
-      });
-  m_sandbox.Write(L"download.zip", "old");
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
-  dialog->ShowError(L"x");
-  EXPECT_EQ(dialog.Window(), nullptr);
-  EXPECT_FALSE(ArchiveExists());
-}
-
-TEST_F(ZipProgressDialog, CommandsAndTicksDuringAStageAreIgnored) {
-  // What comes while the system's message box serves messages.
-  const CImportPatch patch(
-      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
-        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
-        SendMessageW(owner, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
-        SendMessageW(owner, WM_TIMER, 0, 0);
-        return IDOK;
-      });
-  m_sandbox.Write(L"download.zip", "old");
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_FALSE(ArchiveExists());
-}
-
-TEST_F(ZipProgressDialog, OutOfMemoryEndsItWithoutAMessage) {
-  m_sandbox.Write(L"download.zip", "old");
-  CMessageRecorder messages;
-  const CImportPatch patch("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_TRUE(messages.Take().empty());
-  EXPECT_FALSE(ArchiveExists());
-}
-
-TEST_F(ZipProgressDialog, LastingShortageOfMemoryEndsItToo) {
-  CMessageRecorder messages;
-  const CImportPatch patch(
-      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_TRUE(messages.Take().empty());
 }
 
 CZipProgressDialogPeer* g_asking;

@@ -1,0 +1,193 @@
+// How the dialog ends: with a message, by a command, for want of memory, or without its window.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include "collections/zip_progress_dialog.h"
+#include "tests/collections/collection_test.h"
+#include "tests/collections/dialog_trace.h"
+#include "tests/collections/wininet_recorder.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
+#include "tests/support/user.h"
+
+namespace {
+
+using Lines = CDialogTrace::Lines;
+
+/// A dialog whose source is missing.
+class ZipProgressDialogEnd : public CollectionTest {
+ protected:
+  ZipProgressDialogEnd()
+      : m_dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(), ContentFolder().c_str()) {}
+
+  CZipProgressDialog m_dialog;
+  CZipProgressDialogPeer m_peer{m_dialog};
+};
+
+TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialog) {
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  CMessageRecorder messages;
+  dialog->ShowError(L"100%s");
+  const auto shown = messages.Take();
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_EQ(shown[0].owner, dialog.Window());
+  EXPECT_EQ(shown[0].text, L"100%s");
+  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+  EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
+}
+
+TEST_F(ZipProgressDialogEnd, ErrorIsSeenAndDismissed) {
+  std::wstring text;
+  CParallel user([&] {
+    const HWND box = WaitForDialog(L"MERLO Folivo");
+    EXPECT_EQ(TextOf(GetWindow(box, GW_OWNER)), kDialogTitle);
+    text = DismissMessage();
+  });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  user.Join();
+  EXPECT_EQ(text, kMissing);
+}
+
+TEST_F(ZipProgressDialogEnd, EndActsOnce) {
+  m_sandbox.Write(L"download.zip", "old");
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  CDialogTrace trace;
+  dialog->EndWithResult(2);
+  dialog->EndWithResult(3);
+  dialog->EndWithResult(1);
+  EXPECT_EQ(trace.Take(), Lines{End(2)});
+  EXPECT_TRUE(ArchiveExists());
+}
+
+std::vector<std::wstring> g_closings;
+decltype(&CloseHandle) g_closeHandle;
+HANDLE g_file;
+
+TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+  CDialogTrace trace;
+  ASSERT_TRUE(dialog->DownloadArchive());
+  const HINTERNET session = dialog->Session();
+  const HINTERNET request = dialog->Request();
+  g_file = dialog->File();
+  trace.Take();
+  const CImportPatch patch(
+      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
+        if (handle == g_file) {
+          g_closings.emplace_back(L"file");
+        }
+        return g_closeHandle(handle);
+      });
+  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
+  g_closings.clear();
+  dialog->EndWithResult(3);
+  EXPECT_EQ(g_closings.size(), 1u);
+  EXPECT_EQ(winInet.closed, (std::vector{request, session}));
+  EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
+  EXPECT_FALSE(ArchiveExists()) << "as the file was closed before";
+  // The members keep their values.
+  EXPECT_EQ(dialog->Session(), session);
+  EXPECT_EQ(dialog->Request(), request);
+  EXPECT_EQ(dialog->File(), g_file);
+}
+
+TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
+  CWinInetRecorder winInet;
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  dialog->SetFile(INVALID_HANDLE_VALUE);
+  g_file = INVALID_HANDLE_VALUE;
+  const CImportPatch patch(
+      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
+        EXPECT_NE(handle, INVALID_HANDLE_VALUE);
+        return g_closeHandle(handle);
+      });
+  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
+  dialog->EndWithResult(2);
+  EXPECT_TRUE(winInet.closed.empty());
+}
+
+TEST_F(ZipProgressDialogEnd, WithoutAWindowNothingHappens) {
+  m_sandbox.Write(L"download.zip", "old");
+  const CImportPatch patch(
+      "user32.dll", "DialogBoxParamW",
+      +[](HINSTANCE, LPCWSTR, HWND, DLGPROC, LPARAM) -> INT_PTR { return -1; });
+  CMessageRecorder messages;
+  EXPECT_EQ(m_dialog.DoModal(nullptr), -1);
+  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_TRUE(ArchiveExists());
+  m_peer.EndWithResult(2);  // There is nothing to end, and that does no harm.
+}
+
+TEST_F(ZipProgressDialogEnd, OneWhoseWindowIsDestroyedClosesItsHandles) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  const CDialogTrace trace;
+  {
+    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+    ASSERT_TRUE(dialog->DownloadArchive());
+  }
+  EXPECT_EQ(winInet.closed.size(), 2u);
+  EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
+}
+
+TEST_F(ZipProgressDialogEnd, WindowMayBeDestroyedUnderTheMessage) {
+  const CImportPatch patch(
+      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
+        DestroyWindow(owner);
+        return IDOK;
+      });
+  m_sandbox.Write(L"download.zip", "old");
+  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  dialog->ShowError(L"x");
+  EXPECT_EQ(dialog.Window(), nullptr);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+int g_messages;
+
+/// What comes while the system's message box serves messages.
+int WINAPI DisturbDialog(HWND dialog, LPCWSTR, LPCWSTR, UINT) {
+  if (++g_messages == 1) {
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
+    SendMessageW(dialog, WM_TIMER, 0, 0);
+    EXPECT_TRUE(IsWindowVisible(dialog)) << "it has not been ended";
+  }
+  return IDOK;
+}
+
+TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
+  const CImportPatch patch("user32.dll", "MessageBoxW", &DisturbDialog);
+  m_sandbox.Write(L"download.zip", "old");
+  g_messages = 0;
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_EQ(g_messages, 1);
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(ZipProgressDialogEnd, OutOfMemoryEndsItWithoutAMessage) {
+  m_sandbox.Write(L"download.zip", "old");
+  CMessageRecorder messages;
+  const CImportPatch patch("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_FALSE(ArchiveExists());
+}
+
+TEST_F(ZipProgressDialogEnd, LastingShortageOfMemoryEndsItToo) {
+  CMessageRecorder messages;
+  const CImportPatch patch(
+      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); });
+  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
+  EXPECT_TRUE(messages.Take().empty());
+}
+
+}  // namespace
