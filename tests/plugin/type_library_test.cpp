@@ -108,7 +108,27 @@ TEST_F(TypeLibrary, EachClassHasTheInterfaceBehindItAsItsDefault) {
   }
 }
 
-<<<<<<< HEAD
+TEST_F(TypeLibrary, InterfacesBuildUponTheSystemsLibrary) {
+  // stdole2.tlb
+  constexpr GUID kSystemLibrary = {
+      0x00020430, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+  for (UINT i = 1; i < kTypes.size(); i += 2) {
+    const CComPtr<ITypeInfo> info = Type(i);
+    HREFTYPE reference = 0;
+    ASSERT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
+    CComPtr<ITypeInfo> base;
+    ASSERT_EQ(info->GetRefTypeInfo(reference, &base), S_OK);
+    EXPECT_EQ(NameAndHelp(*base.p, MEMBERID_NIL).first, L"IDispatch");
+    CComPtr<ITypeLib> library;
+    UINT index = 0;
+    ASSERT_EQ(base->GetContainingTypeLib(&library, &index), S_OK);
+    TLIBATTR* attributes = nullptr;
+    ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
+    EXPECT_EQ(attributes->guid, kSystemLibrary);
+    library->ReleaseTLibAttr(attributes);
+  }
+}
+
 class Members : public TypeLibrary {
  protected:
   /// The dual interface as C++ sees it.
@@ -181,41 +201,6 @@ TEST_F(Members, DownloadFileTakesAText) {
   EXPECT_EQ(NameAndHelp(*info.p, 1),
             std::pair(std::wstring(L"DownloadFile"), std::wstring(L"method DownloadFile")));
   EXPECT_EQ(Names(*info.p, 1), (std::vector<std::wstring>{L"DownloadFile", L"SourceURL"}));
-=======
-TEST_F(TypeLibrary, InterfacesBuildUponTheSystemsLibrary) {
-  // stdole2.tlb
-  constexpr GUID kSystemLibrary = {
-      0x00020430, 0, 0, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
-  for (UINT i = 1; i < kTypes.size(); i += 2) {
-    const CComPtr<ITypeInfo> info = Type(i);
-    HREFTYPE reference = 0;
-    ASSERT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
-    CComPtr<ITypeInfo> base;
-    ASSERT_EQ(info->GetRefTypeInfo(reference, &base), S_OK);
-    EXPECT_EQ(NameAndHelp(*base.p, MEMBERID_NIL).first, L"IDispatch");
-    CComPtr<ITypeLib> library;
-    UINT index = 0;
-    ASSERT_EQ(base->GetContainingTypeLib(&library, &index), S_OK);
-    TLIBATTR* attributes = nullptr;
-    ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
-    EXPECT_EQ(attributes->guid, kSystemLibrary);
-    library->ReleaseTLibAttr(attributes);
-  }
-}
-
-TEST_F(TypeLibrary, HelperObjectsInterfaceHasNoMembersOfItsOwn) {
-  CComPtr<ITypeInfo> dispatch;
-  ASSERT_EQ(m_library->GetTypeInfoOfGuid(IID_IIEDownload, &dispatch), S_OK);
-  HREFTYPE reference = 0;
-  ASSERT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
-  CComPtr<ITypeInfo> vtable;
-  ASSERT_EQ(dispatch->GetRefTypeInfo(reference, &vtable), S_OK);
-  TYPEATTR* attributes = nullptr;
-  ASSERT_EQ(vtable->GetTypeAttr(&attributes), S_OK);
-  EXPECT_EQ(attributes->cFuncs, 0);
-  EXPECT_EQ(attributes->cVars, 0);
-  vtable->ReleaseTypeAttr(attributes);
->>>>>>> main
 }
 
 }  // namespace
