@@ -1,6 +1,8 @@
 // The two controls that pages script, made by the built DLL.
 
 #include <atlbase.h>
+#include <atlcom.h>
+#include <atlctl.h>
 #include <gtest/gtest.h>
 #include <objsafe.h>
 #include <ocidl.h>
