@@ -78,7 +78,7 @@ class CScriptableControl
   END_MSG_MAP()
 
   /// Nothing to see: the background of a window.
-  HRESULT OnDraw(ATL_DRAWINFO& info) {
+  HRESULT OnDraw(ATL_DRAWINFO& info) override {
     const RECT bounds = {info.prcBounds->left, info.prcBounds->top, info.prcBounds->right,
                          info.prcBounds->bottom};
     FillRect(info.hdcDraw, &bounds, GetSysColorBrush(COLOR_WINDOW));

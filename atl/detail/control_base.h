@@ -38,7 +38,7 @@ class ATL_NO_VTABLE CComControlBase {
 
   // Whether there is something to save.
   void SetDirty(BOOL bDirty) noexcept { m_bRequiresSave = bDirty != FALSE; }
-  BOOL GetDirty() const noexcept { return m_bRequiresSave; }
+  BOOL GetDirty() const noexcept { return m_bRequiresSave ? TRUE : FALSE; }
 
   // The site in the container
   /// Replaces the site, also by none. Keeps the site in place as long as the control is active.

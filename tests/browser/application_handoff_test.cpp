@@ -9,9 +9,9 @@
 #include "download/file_operations.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/install_information.h"
-#include "tests/support/launch_recorder.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {

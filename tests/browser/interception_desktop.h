@@ -10,9 +10,9 @@
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
 #include "tests/browser/install_information.h"
-#include "tests/support/launch_recorder.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/http_server.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/support/temp_sandbox.h"
 
 /// A browser with its helper object, a web server and a user in front of real dialogs. Only what

@@ -12,13 +12,13 @@
 
 #include "download/temp_files.h"
 #include "tests/browser/common_dialog.h"
-#include "tests/support/dialog_result.h"
 #include "tests/browser/install_information.h"
-#include "tests/support/launch_recorder.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"
 

@@ -147,21 +147,6 @@ TEST_P(Controls, AreSafeForScriptsAndPages) {
   EXPECT_TRUE(FAILED(safety->SetInterfaceSafetyOptions(IID_IObjectWithSite, 1, 1)));
 }
 
-TEST_P(Controls, TellTheirClass) {
-  const CComQIPtr<IProvideClassInfo2> provider(Create());
-  ASSERT_NE(provider.p, nullptr);
-  CComPtr<ITypeInfo> info;
-  ASSERT_EQ(provider->GetClassInfo(&info), S_OK);
-  TYPEATTR* attributes = nullptr;
-  ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-  EXPECT_EQ(attributes->guid, GetParam().clsid);
-  info->ReleaseTypeAttr(attributes);
-  const CComQIPtr<IPersist> persist(provider);
-  CLSID clsid = GUID_NULL;
-  EXPECT_EQ(persist->GetClassID(&clsid), S_OK);
-  EXPECT_EQ(clsid, GetParam().clsid);
-}
-
 TEST_P(Controls, CanBeActivatedQuickly) {
   const CComQIPtr<IQuickActivate> quick(Create());
   ASSERT_NE(quick.p, nullptr);

@@ -49,6 +49,9 @@ class HostedControl : public testing::TestWithParam<const wchar_t*> {
     OleUninitialize();
   }
 
+  static bool IsVersion() {
+    return std::wstring(GetParam()) == L"FolivoDownloadPlugin.VersionHelper";
+  }
   HWND ControlWindow() const {
     const CComQIPtr<IOleWindow> control(m_control);
     HWND window = nullptr;
@@ -116,20 +119,49 @@ TEST_P(HostedControl, LosesItsWindowWhenDeactivatedAndGetsANewOne) {
 TEST_P(HostedControl, AnswersItsScript) {
   const CComQIPtr<IDispatch> dispatch(m_control);
   ASSERT_NE(dispatch.p, nullptr);
-  const CComQIPtr<IFolivoPluginVersion> version(m_control);
-  CComVariant tooLong(std::wstring(1001, L'a').c_str());
-  DISPPARAMS params = {&tooLong, nullptr, version != nullptr ? 0u : 1u, 0};
+  OLECHAR version[] = L"VERSION";
+  OLECHAR download[] = L"downloadfile";
+  LPOLESTR names[] = {IsVersion() ? version : download};
+  DISPID id = 0;
+  ASSERT_EQ(dispatch->GetIDsOfNames(IID_NULL, names, 1, LOCALE_NEUTRAL, &id), S_OK);
+  EXPECT_EQ(id, 1);
+
+  CComVariant argument(std::wstring(1001, L'a').c_str());
+  DISPPARAMS none = {};
+  DISPPARAMS one = {&argument, nullptr, 1, 0};
   CComVariant result;
-  const HRESULT answer = dispatch->Invoke(
-      1, IID_NULL, LOCALE_NEUTRAL, version != nullptr ? DISPATCH_PROPERTYGET : DISPATCH_METHOD,
-      &params, &result, nullptr, nullptr);
-  if (version != nullptr) {
-    EXPECT_EQ(answer, S_OK);
+  if (IsVersion()) {
+    EXPECT_EQ(dispatch->Invoke(id, IID_NULL, LOCALE_NEUTRAL, DISPATCH_PROPERTYGET, &none, &result,
+                               nullptr, nullptr),
+              S_OK);
     ASSERT_EQ(result.vt, VT_BSTR);
     EXPECT_STREQ(result.bstrVal, FOLIVO_VERSION_WIDE);
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS change = {&argument, &put, 1, 1};
+    EXPECT_TRUE(FAILED(dispatch->Invoke(id, IID_NULL, LOCALE_NEUTRAL, DISPATCH_PROPERTYPUT, &change,
+                                        nullptr, nullptr, nullptr)))
+        << "it cannot be set";
   } else {
-    EXPECT_EQ(answer, E_INVALIDARG);
+    EXPECT_EQ(dispatch->Invoke(id, IID_NULL, LOCALE_NEUTRAL, DISPATCH_METHOD, &one, &result,
+                               nullptr, nullptr),
+              E_INVALIDARG);
   }
+}
+
+TEST_P(HostedControl, TellsItsClass) {
+  const CComQIPtr<IProvideClassInfo2> provider(m_control);
+  ASSERT_NE(provider.p, nullptr);
+  CComPtr<ITypeInfo> info;
+  ASSERT_EQ(provider->GetClassInfo(&info), S_OK);
+  TYPEATTR* attributes = nullptr;
+  ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+  const GUID& expected = IsVersion() ? CLSID_CFolivoPluginVersion : CLSID_CQDCDownload;
+  EXPECT_EQ(attributes->guid, expected);
+  info->ReleaseTypeAttr(attributes);
+  const CComQIPtr<IPersist> persist(m_control);
+  CLSID clsid = GUID_NULL;
+  EXPECT_EQ(persist->GetClassID(&clsid), S_OK);
+  EXPECT_EQ(clsid, expected);
 }
 
 TEST_P(HostedControl, GoesWithItsContainer) {

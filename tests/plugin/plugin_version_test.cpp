@@ -55,27 +55,4 @@ TEST(PluginVersion, RenamedDllTellsTheHostsVersionWhichThisProgramHasNone) {
   SysFreeString(before);
 }
 
-TEST(PluginVersion, IsReachedByItsNameLate) {
-  const CPluginLibrary library;
-  const auto control = Control(library);
-  OLECHAR name[] = L"VERSION";
-  LPOLESTR names[] = {name};
-  DISPID id = 0;
-  ASSERT_EQ(control->GetIDsOfNames(IID_NULL, names, 1, LOCALE_NEUTRAL, &id), S_OK);
-  EXPECT_EQ(id, 1);
-  DISPPARAMS none = {};
-  CComVariant result;
-  EXPECT_EQ(control->Invoke(id, IID_NULL, LOCALE_NEUTRAL, DISPATCH_PROPERTYGET, &none, &result,
-                            nullptr, nullptr),
-            S_OK);
-  ASSERT_EQ(result.vt, VT_BSTR);
-  EXPECT_STREQ(result.bstrVal, FOLIVO_VERSION_WIDE);
-  DISPID put = DISPID_PROPERTYPUT;
-  CComVariant value(L"2.0.0.0");
-  DISPPARAMS change = {&value, &put, 1, 1};
-  EXPECT_TRUE(FAILED(control->Invoke(id, IID_NULL, LOCALE_NEUTRAL, DISPATCH_PROPERTYPUT, &change,
-                                     nullptr, nullptr, nullptr)))
-      << "it cannot be set";
-}
-
 }  // namespace
