@@ -6,7 +6,7 @@
 #include <cwctype>
 #include <string>
 
-#include "collections/trusted_host_list.h"
+#include FOLIVO_TRUSTED_HOSTS_FILE
 
 namespace {
 
