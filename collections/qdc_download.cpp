@@ -1,5 +1,6 @@
 #include "collections/qdc_download.h"
 
+#include <commctrl.h>
 #include <shellapi.h>
 #include <shlobj.h>
 
@@ -104,6 +105,9 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
   if (SysStringLen(sourceUrl) > kLongestSourceUrl) {
     return E_INVALIDARG;
   }
+  // Without it the dialog's progress bar has no window class in some hosts, and there is no dialog.
+  const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
+  InitCommonControlsEx(&controls);
   CZipProgressDialog dialog(url, archive.GetText(), m_contentFolder);
   const INT_PTR answer = dialog.DoModal(GetActiveWindow());
   const CSimpleArray<CStringW>& added = dialog.GetAddedFiles();

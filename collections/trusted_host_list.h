@@ -16,4 +16,3 @@ inline constexpr const wchar_t* kTrustedHosts[] = {
     L"merlo-content.example",
     L"merlo-downloads.example",
 };
-static_assert(sizeof(kTrustedHosts) / sizeof(kTrustedHosts[0]) == 9);

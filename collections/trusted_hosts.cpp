@@ -5,6 +5,9 @@
 
 #include FOLIVO_TRUSTED_HOSTS_FILE
 
+// Whatever list was built in.
+static_assert(std::size(kTrustedHosts) == 9);
+
 namespace {
 
 /// Drops `prefix` from the beginning of `text`, to the letter.

@@ -16,7 +16,7 @@
 ///   BEGIN_COM_MAP(T)
 ///   COM_INTERFACE_ENTRY(IMine)
 ///   COM_INTERFACE_ENTRY(IDispatch)
-///   COM_INTERFACE_ENTRY_CHAIN(CScriptableControl<T>)
+///   COM_INTERFACE_ENTRY_CHAIN(CScriptableControl)
 ///   END_COM_MAP()
 template <class T, const CLSID* pclsid>
 class CScriptableControl

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/collections/control_object.h"
+#include "tests/collections/running_dialog.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
 
@@ -136,16 +137,30 @@ TEST_F(Dispatch, TellsWhatIsWrongInAFixedOrder) {
 }
 
 TEST_F(Dispatch, ConvertsItsArgument) {
-  for (const CComVariant& argument : {CComVariant(42), CComVariant(true), CComVariant(1.5)}) {
-    EXPECT_EQ(Invoke(kDownloadFile, {argument}), S_OK) << argument.vt;
-  }
+  std::wstring source;
+  m_dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
+  EXPECT_EQ(Invoke(kDownloadFile, {CComVariant(42)}), S_OK);
+  EXPECT_EQ(source, L"42");
+  EXPECT_EQ(Invoke(kDownloadFile, {CComVariant(true)}), S_OK);
+  EXPECT_EQ(source, L"-1");
+  EXPECT_EQ(m_dialog.Count(), 2);
+}
+
+TEST_F(Dispatch, LeavesTheCallersArgumentAsItIs) {
+  std::wstring source;
+  m_dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
   CComVariant text(L"x");
-  VARIANT reference = {};
-  reference.vt = VT_BYREF | VT_VARIANT;
-  reference.pvarVal = &text;
-  EXPECT_EQ(Invoke(kDownloadFile, {reference}), S_OK);
+  VARIANT argument = {};
+  argument.vt = VT_BYREF | VT_VARIANT;
+  argument.pvarVal = &text;
+  DISPPARAMS params = {&argument, nullptr, 1, 0};
+  EXPECT_EQ(m_control.Dispatch()->Invoke(kDownloadFile, IID_NULL, 0, DISPATCH_METHOD, &params,
+                                         nullptr, nullptr, nullptr),
+            S_OK);
+  EXPECT_EQ(source, L"x");
+  EXPECT_EQ(argument.vt, VT_BYREF | VT_VARIANT);
+  EXPECT_EQ(argument.pvarVal, &text);
   EXPECT_EQ(text.vt, VT_BSTR);
-  EXPECT_EQ(m_dialog.Count(), 4);
 }
 
 TEST_F(Dispatch, ArgumentThatIsNoTextIsNamed) {

@@ -7,7 +7,7 @@
 
 #include "collections/zip_progress_dialog.h"
 #include "tests/collections/control_object.h"
-#include "tests/collections/zip_progress_dialog_peer.h"
+#include "tests/collections/running_dialog.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
@@ -21,13 +21,6 @@ using Texts = std::vector<std::wstring>;
 bool IsFolderThere(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-/// The dialog that is about to be run.
-CZipProgressDialog& RunningDialog() {
-  auto* const base =
-      static_cast<ATL::CDialogImplBaseT<ATL::CWindow>*>(ATL::_AtlWinModule.ExtractCreateWndData());
-  return *static_cast<CZipProgressDialog*>(base);
 }
 
 class Control : public testing::Test {
@@ -148,6 +141,7 @@ TEST_F(Control, NotReadySaysSoOnEveryCall) {
     EXPECT_EQ(message.owner, nullptr);
   }
   EXPECT_EQ(dialog.Count(), 0);
+  EXPECT_EQ(documents.Count(), 1) << "it is looked for once, when the control is made";
 }
 
 /// A place in a container that only knows its window.
@@ -240,8 +234,10 @@ TEST_F(Control, RunsTheDialogWithItsPaths) {
   CControlObject control(m_sandbox);
   const CDialogResult dialog(2);
   std::vector<std::wstring> given;
+  const DWORD thread = GetCurrentThreadId();
   dialog.WhileRunning([&] {
-    const CZipProgressDialogPeer peer{RunningDialog()};
+    EXPECT_EQ(GetCurrentThreadId(), thread);
+    const CZipProgressDialogPeer peer = RunningDialogPeer();
     given = Texts{peer.SourceUrl().GetString(), peer.ZipPath().GetString(),
                   peer.ContentFolder().GetString()};
   });
@@ -290,8 +286,7 @@ TEST_F(Control, NullAddressReachesTheDialogEmpty) {
   CControlObject control(m_sandbox);
   const CDialogResult dialog(3);
   std::wstring source = L"not asked";
-  dialog.WhileRunning(
-      [&] { source = CZipProgressDialogPeer{RunningDialog()}.SourceUrl().GetString(); });
+  dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
   EXPECT_EQ(control->DownloadFile(nullptr), S_OK);
   EXPECT_EQ(source, L"");
 }
@@ -311,7 +306,7 @@ TEST_F(Control, EveryOutcomeOfTheDialogIsSuccess) {
 void RunWithAddedFiles(const CControlObject& control, INT_PTR result) {
   const CDialogResult dialog(result);
   dialog.WhileRunning([] {
-    CZipProgressDialogPeer peer{RunningDialog()};
+    CZipProgressDialogPeer peer = RunningDialogPeer();
     for (const wchar_t* file : {L"C:\\first one.gallery", L"C:\\second", L"C:\\third"}) {
       peer.AddFile(file);
     }
@@ -360,7 +355,7 @@ TEST_F(Control, OutlivesACallInWhichItsPageLetsGoOfIt) {
   const CDialogResult dialog(1);
   CComObject<CQDCDownload>* const object = control.operator->();
   dialog.WhileRunning([&] {
-    CZipProgressDialogPeer peer{RunningDialog()};
+    CZipProgressDialogPeer peer = RunningDialogPeer();
     peer.AddFile(L"C:\\added");
     control.Release();
     EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks) << "the object must still be there";

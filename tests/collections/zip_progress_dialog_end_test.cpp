@@ -68,10 +68,12 @@ TEST_F(ZipProgressDialogEnd, EndActsOnce) {
 std::vector<std::wstring> g_closings;
 decltype(&CloseHandle) g_closeHandle;
 HANDLE g_file;
+const CWinInetRecorder* g_winInet;
 
 TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   CWinInetRecorder winInet;
+  g_winInet = &winInet;
   COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
   CDialogTrace trace;
   ASSERT_TRUE(dialog->DownloadArchive());
@@ -83,6 +85,7 @@ TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
       "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
         if (handle == g_file) {
           g_closings.emplace_back(L"file");
+          EXPECT_TRUE(g_winInet->closed.empty()) << "the file goes first";
         }
         return g_closeHandle(handle);
       });

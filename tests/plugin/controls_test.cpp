@@ -108,7 +108,9 @@ TEST_P(Controls, HaveAllTheirInterfaces) {
 TEST_P(Controls, CanBeAggregated) {
   COuter outer;
   CComPtr<IUnknown> inner = Create(&outer);
-  for (const IID& iid : kSharedInterfaces) {
+  std::vector<IID> interfaces = kSharedInterfaces;
+  interfaces.push_back(GetParam().interfaceId);
+  for (const IID& iid : interfaces) {
     if (iid == IID_IUnknown) {
       continue;
     }
@@ -126,7 +128,9 @@ TEST_P(Controls, CanBeAggregated) {
 TEST_P(Controls, AreSafeForScriptsAndPages) {
   const CComQIPtr<IObjectSafety> safety(Create());
   ASSERT_NE(safety.p, nullptr);
-  for (const IID& iid : {IID_IDispatch, GetParam().interfaceId, IID_IPersistStreamInit}) {
+  std::vector<IID> interfaces = kSharedInterfaces;
+  interfaces.push_back(GetParam().interfaceId);
+  for (const IID& iid : interfaces) {
     DWORD supported = 77;
     DWORD enabled = 77;
     EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);

@@ -184,6 +184,7 @@ TEST_F(Members, VersionIsAReadOnlyText) {
   EXPECT_EQ(NameAndHelp(*info.p, 1),
             std::pair(std::wstring(L"Version"),
                       std::wstring(L"Gets the version of the plugin as a string")));
+  EXPECT_EQ(Names(*info.p, 1), (std::vector<std::wstring>{L"Version", L"pVal"}));
 }
 
 TEST_F(Members, DownloadFileTakesAText) {

@@ -90,6 +90,22 @@ TEST(DynamicDll, EveryLoadIsFreedOnce) {
   }
 }
 
+TEST(DynamicDll, LibraryThatIsHeldGoesWithTheObject) {
+  g_loaded.clear();
+  g_freed.clear();
+  {
+    const CImportPatch load("kernel32.dll", "LoadLibraryW", &RecordLoad);
+    const CImportPatch free("kernel32.dll", "FreeLibrary", &RecordFree);
+    const CAdvapi32Dll dll;
+    EXPECT_TRUE(g_freed.empty());
+  }
+  EXPECT_EQ(g_loaded.size(), 1u);
+  EXPECT_EQ(g_freed, g_loaded);
+  for (const HMODULE module : g_loaded) {
+    FreeLibrary(module);
+  }
+}
+
 TEST(DynamicDll, UnloadClearsTheFunctionsEvenWithoutALibrary) {
   CRecordingDll dll;
   dll.Unload();
