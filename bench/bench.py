@@ -1,0 +1,78 @@
+"""Measures, and prints the table. Usage: bench.py [--quick] BUILD_FOLDER OUTPUT_FOLDER, in the
+environment of bench.sh. Exits 0 when every measurement came to its end."""
+
+import json
+import os
+import shutil
+import signal
+import sys
+import time
+from pathlib import Path
+
+from fixtures import Bodies, Scratch
+from imports import imported_dlls
+from lesson_server import LessonServer
+from measurements import FULL, MEASUREMENTS, MIB, QUICK, Bench
+from programs import MeasurementError, Programs
+from table import Row, print_table
+from wine import DemoError
+
+_QUIET = 0.5  # load of a machine at rest
+_DISK = 3072 * MIB
+
+
+def _measure(bench: Bench) -> tuple[list[Row], list[str]]:
+    """All rows, and what went wrong."""
+    rows, failures = [], []
+    for name, measure in MEASUREMENTS.items():
+        start = time.monotonic()
+        print(f"  {name} ", end="", flush=True)
+        try:
+            rows += measure(bench)
+            print(f" {time.monotonic() - start:.0f} s")
+        except (MeasurementError, DemoError, OSError) as error:
+            print(" broken")
+            failures.append(f"{name}: {error}")
+    return rows, failures
+
+
+def _run(build: Path, output: Path, quick: bool) -> int:
+    if (load := os.getloadavg()[0]) > _QUIET:
+        print(f"Other programs are at work here (load {load:.1f}): the ratios will scatter.")
+    if not quick and shutil.disk_usage(output).free < _DISK:
+        print(f"There is less than {_DISK // MIB:,} MiB of disk left.")
+    with (output / "server.log").open("wb") as log:
+        server = LessonServer(log)
+        scratch = Scratch()
+        try:
+            scale = QUICK if quick else FULL
+            bench = Bench(Programs(build), Bodies(server, output), scratch, scale, {})
+            rows, failures = _measure(bench)
+        finally:
+            scratch.remove()
+            server.close()
+    values = output / "values.json"
+    values.write_text(json.dumps(bench.results, indent=1), encoding="ascii")
+    print_table(rows)
+    dll = build / "FolivoPlugin.dll"
+    print(f"\n{dll.name}: {dll.stat().st_size:,} bytes; imports {', '.join(imported_dlls(dll))}")
+    print(f"Every single value: {os.path.relpath(values)}")
+    for failure in failures:
+        print(f"BROKEN: {failure}", file=sys.stderr)
+    return 1 if failures else 0
+
+
+def main() -> int:
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    *options, build, output = sys.argv[1:]
+    shutil.rmtree(output, ignore_errors=True)
+    Path(output).mkdir(parents=True)
+    try:
+        return _run(Path(build), Path(output), "--quick" in options)
+    except (DemoError, MeasurementError) as error:
+        print(f"bench: {error}", file=sys.stderr)
+        return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
