@@ -35,13 +35,14 @@ enable_heap_checks() {
 tests_pid=
 stop_tests() { [[ ! $tests_pid ]] || kill -- "-$tests_pid"; }
 
-# run_tests [--lint] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and, last, the closing
-# line; returns non-zero when anything failed.
+# run_tests [--lint] [--full] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and, last, the
+# closing line; returns non-zero when anything failed.
 run_tests() {
-  local selection=() lint=yes tests=yes
+  local selection=() lint=yes tests=yes full=OFF
   while (($#)); do
     case $1 in
       --lint) tests= ;;
+      --full) full=ON ;;
       -R | -L)
         (($# > 1)) || die "$1 needs a value. See ./run help."
         selection+=("$1" "$2") lint=
@@ -53,6 +54,8 @@ run_tests() {
   done
   [[ $lint || $tests ]] || die "--lint and a selection of tests exclude each other."
 
+  # shellcheck disable=SC2034  # read by build
+  configure_options=("-DFOLIVO_FULL_TESTS=$full")
   build "--$preset"
   local preset_dir=$build_dir/$preset results=$build_dir/$preset/test-results
   rm -rf "$results"
