@@ -39,11 +39,16 @@ class LessonFaults : public DownloadTest {
   /// The same for an address that is not of a script.
   void RunAddress(const std::wstring& url, const CLessonFault& fault);
 
+  /// For cells that a user or the server acts in.
+  CRunChecks& Checks() { return m_checks; }
+  std::vector<std::wstring> TakeMessages() { return m_messages.TakeTexts(); }
+  /// The delivered file has these bytes and nothing else is left; it goes too.
+  void ExpectDelivered(const std::string& bytes) const;
+
  private:
   void RunPeeked(const std::wstring& url, const CLessonFault& fault);
   void RunDirect(const std::wstring& url, const CLessonFault& fault);
   void ExpectEnd(const std::wstring& url, const CLessonFault& fault, INT_PTR result);
-  void ExpectDelivered(const std::string& bytes);
 
   const CDeferredClose m_deferredClose;
   CMessageRecorder m_messages;
