@@ -1,0 +1,67 @@
+// Servers that are not there, that hang up, that speak no HTTP, or that send the client elsewhere.
+
+#include "tests/faults/lesson_faults.h"
+
+namespace {
+
+constexpr size_t kSize = 5000;
+
+TEST_F(LessonFaults, ServerThatIsNotThereIsUnavailable) {
+  RunAddress(L"http://127.0.0.1:1/a.qdk", {"refused port", {}, LessonEnd::kUnavailable});
+  RunAddress(L"http://lessons.invalid/a.qdk", {"unknown host", {}, LessonEnd::kUnavailable});
+  RunAddress(L"http:///a.qdk", {"no host", {}, LessonEnd::kUnavailable});
+}
+
+TEST_F(LessonFaults, HeadThatIsNoneIsSurvived) {
+  const std::string nul("a\0b", 3);
+  const std::string line = "\x01\x02 no such line\r\n\r\n";
+  // The system gives an answer that never came as one without a status and without a body, and
+  // what is no head as a body.
+  RunAll({{"hangs up", Lesson(kSize).Cut(http_point::kBeforeHeaders, HttpCut::kGraceful),
+           LessonEnd::kEmpty},
+          {"resets", Lesson(kSize).Cut(http_point::kBeforeHeaders, HttpCut::kReset),
+           LessonEnd::kTornOrUnavailable},
+          {"hangs up in the head", Lesson(kSize).Cut(http_point::HeadByte(5), HttpCut::kGraceful),
+           LessonEnd::kEmpty},
+          {"no status line", Lesson(kSize).RawHead(line), LessonEnd::kNotALesson},
+          {"status line without a number", Lesson(kSize).StatusLine("HTTP/1.1 abc"),
+           LessonEnd::kDelivered, LessonBytes(kSize)},
+          {"zero byte in a header", Lesson(kSize).Header("X-Odd", nul), LessonEnd::kDelivered,
+           LessonBytes(kSize)},
+          {"100 KB of header", Lesson(kSize).Header("X-Long", std::string(100000, 'x')),
+           LessonEnd::kDelivered, LessonBytes(kSize)},
+          {"1000 headers",
+           [] {
+             HttpAnswer answer = Lesson(kSize);
+             for (int i = 0; i < 1000; ++i) {
+               answer.Header("X-" + std::to_string(i), "x");
+             }
+             return answer;
+           }(),
+           LessonEnd::kDelivered, LessonBytes(kSize)}});
+}
+
+TEST_F(LessonFaults, RedirectIsFollowed) {
+  const ScriptedPath target(m_server, Lesson(kSize));
+  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
+  std::vector<CLessonFault> faults;
+  for (const int status : {301, 302, 303, 307}) {
+    const std::string name = std::to_string(status);
+    std::wstring elsewhere = target.Url(L"b.qdk");
+    const std::wstring address = L"127.0.0.1";
+    elsewhere.replace(elsewhere.find(address), address.size(), L"elsewhere.example");
+    const std::wstring local = target.Url(L"b.qdk");
+    faults.push_back({name, HttpAnswer().Redirect(local).Status(status), LessonEnd::kDelivered,
+                      LessonBytes(kSize)});
+    faults.push_back({name + " to another host", HttpAnswer().Redirect(elsewhere).Status(status),
+                      LessonEnd::kDelivered, LessonBytes(kSize)});
+    faults.push_back({name + " to nothing",
+                      HttpAnswer().Redirect(missing.Url(L"b.qdk")).Status(status),
+                      LessonEnd::kUnavailable});
+    faults.push_back({name + " without a target", Lesson(kSize).Status(status),
+                      LessonEnd::kDelivered, LessonBytes(kSize)});
+  }
+  RunAll(faults);
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+// Mutated bodies, registry scripts and manifests: nothing crashes, what is accepted is what the
+// rule says, and what is refused is refused as a whole.
+
+#include <atlbase.h>
+#include <gtest/gtest.h>
+#include <statreg.h>
+#include <tinyxml.h>
+
+#include <algorithm>
+#include <string>
+
+#include "collections/ansi_text.h"
+#include "collections/xml_depth.h"
+#include "download/content_check.h"
+#include "tests/faults/mutator.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+const std::string kYes = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
+const std::string kNo = R"(<?xml version="1.0" encoding="UTF-8" standalone="no"?>)";
+
+/// What the content of an extension may begin with.
+std::vector<std::string> Signatures(const std::wstring& extension) {
+  if (extension == L".qdk") {
+    return {"\x78\x9C", kYes + "<qdk ", kNo + "\r\n<qdk ", kNo + "\n<qdk "};
+  }
+  if (extension == L".qdc") {
+    return {"\x78\x9C", kYes + "<col>", kNo + "\r\n<col>", kNo + "\n<col>"};
+  }
+  if (extension == L".fvk") {
+    return {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"};
+  }
+  if (extension == L".folivo" || extension == L".gallery" || extension == L".galleryitem") {
+    return {"PK\x03\x04"};
+  }
+  return {};
+}
+
+TEST(MutatedInput, ContentIsJudgedByItsSignature) {
+  const std::wstring extensions[] = {L".qdk",     L".qdc",         L".qdt", L".fvk", L".folivo",
+                                     L".gallery", L".galleryitem", L".qdi", L""};
+  std::vector<std::string> seeds;
+  std::vector<std::vector<std::string>> signatures;
+  for (const std::wstring& extension : extensions) {
+    signatures.push_back(Signatures(extension));
+    for (const std::string& signature : signatures.back()) {
+      seeds.push_back(signature);
+      seeds.push_back(signature + std::string(800, 'x'));
+    }
+  }
+  CMutator<char> mutator(seeds, {"\r\n", "\n", "\xEF\xBB\xBF", " ", "\0"s, "<qdk ", "<col>", "PK"});
+  int accepted = 0;
+  for (int i = 0; i < MutationCount(); ++i) {
+    const std::string text = mutator.Next();
+    // On the heap and of its exact size, where a look behind the end is noticed.
+    const std::vector<std::uint8_t> bytes(text.begin(), text.end());
+    for (size_t e = 0; e < std::size(extensions); ++e) {
+      const std::wstring& extension = extensions[e];
+      const bool expected = std::ranges::any_of(
+          signatures[e], [&](const std::string& signature) { return text.starts_with(signature); });
+      ASSERT_EQ(
+          IsValidContent(bytes.data(), static_cast<std::int32_t>(bytes.size()), extension.c_str()),
+          expected)
+          << testing::PrintToString(text) << " as " << extension;
+      accepted += expected ? 1 : 0;
+    }
+  }
+  EXPECT_GT(accepted, MutationCount() / 10);
+}
+
+using ATL::detail::RegistrarKey;
+
+/// Whether no part of a tree could damage what is not the script's own.
+bool IsHarmless(const RegistrarKey& key) {
+  const bool goesAsAWhole = key.forceRemove || key.deleteOnly;
+  return !key.name.empty() && !key.name.starts_with(L'\\') && !key.name.ends_with(L'\\') &&
+         !(goesAsAWhole && (key.name.find(L'\\') != std::wstring::npos ||
+                            _wcsicmp(key.name.c_str(), L"CLSID") == 0 ||
+                            _wcsicmp(key.name.c_str(), L"Software") == 0)) &&
+         !(key.deleteOnly && !(key.keys.empty() && key.values.empty())) &&
+         std::ranges::all_of(key.keys, IsHarmless);
+}
+
+TEST(MutatedInput, ScriptIsReadAsAWholeOrRefused) {
+  const std::vector<std::wstring> seeds = {
+      L"HKCR { A.B.1 = s 'text' { CLSID = s '{1}' } NoRemove CLSID { ForceRemove {1} = s 'x' "
+      L"{ val ThreadingModel = s 'apartment' val N = d '&H10' val B = b '0102' TypeLib = s 'y' } } "
+      L"}",
+      L"HKLM { NoRemove Software { Delete Old ForceRemove 'My Key' { val 'a b' = m 'x\\0y\\0' } } "
+      L"}",
+      L"HKCU { '%A%' = s '%B%' }"};
+  const std::vector<std::wstring> parts = {
+      L"{",  L"}",     L"=",        L"'",           L"''",   L"%",     L"%%",       L"%A%",
+      L" ",  L" val ", L" Delete ", L" NoRemove ",  L"\\",   L"CLSID", L"Software", L" s ",
+      L"d ", L"b ",    L"m ",       L"ForceRemove", L"HKCR", L"\r\n",  L"\t"};
+  const ATL::detail::ReplacementMap replacements = {{L"A", L"key"}, {L"B", L"it''s"}};
+  CMutator<wchar_t> mutator(seeds, parts);
+  int accepted = 0;
+  for (int i = 0; i < MutationCount(); ++i) {
+    const std::wstring text = mutator.Next();
+    try {
+      const std::wstring expanded = ATL::detail::ExpandReplacements(text, replacements);
+      const auto script = ATL::detail::CRegistrarParser(expanded, mutator.Below(2) == 0).Parse();
+      ++accepted;
+      for (const auto& root : script) {
+        ASSERT_NE(root.hKey, nullptr) << text;
+        ASSERT_TRUE(std::ranges::all_of(root.top.keys, IsHarmless)) << text;
+      }
+    } catch (const CAtlException& error) {
+      ASSERT_EQ(error.m_hr, DISP_E_EXCEPTION) << text;
+    }
+  }
+  EXPECT_GT(accepted, MutationCount() / 10);
+  EXPECT_LT(accepted, MutationCount()) << "the inputs must put something to the test";
+}
+
+int ParsedDepth(const TiXmlNode& node) {
+  int deepest = 0;
+  for (const TiXmlNode* child = node.FirstChild(); child != nullptr; child = child->NextSibling()) {
+    deepest = std::max(deepest, ParsedDepth(*child) + (child->ToElement() != nullptr ? 1 : 0));
+  }
+  return deepest;
+}
+
+TEST(MutatedInput, ManifestNestsNoDeeperThanMeasured) {
+  CMutator<char> mutator(
+      {"<?xml version='1.0'?><Collections><DownloadedFile Filename='a.qdc' Destination='x'/>"
+       "<DownloadedFile Filename=\"b\" Destination=\"y\\z\"></DownloadedFile></Collections>",
+       "<a><b c='&lt;'><!-- x --><![CDATA[<d>]]><e>&#65;</e></b>text</a>"},
+      {"<a>",       "</a>",  "<",
+       ">",         "/>",    "'",
+       "\"",        "<!--",  "-->",
+       "<![CDATA[", "]]>",   "<?xml ",
+       "?>",        "&#x",   "&#",
+       ";",         "&amp;", "\xEF\xBB\xBF",
+       "\0"s,       "=",     "<DownloadedFile ",
+       "\xC3"});
+  int parsed = 0;
+  for (int i = 0; i < MutationCount(); ++i) {
+    const std::string text = mutator.Next();
+    // There and back again, as a manifest goes.
+    const CStringA narrow = WideToAnsi(AnsiToWide(text.data(), static_cast<int>(text.size())));
+    ASSERT_EQ(narrow.GetLength(), static_cast<int>(text.size())) << testing::PrintToString(text);
+    ASSERT_LE(MeasureXmlDepth(narrow), 500) << testing::PrintToString(text);
+    TiXmlDocument document;
+    document.Parse(narrow, nullptr, TIXML_ENCODING_LEGACY);
+    ASSERT_LE(ParsedDepth(document), MeasureXmlDepth(narrow)) << testing::PrintToString(text);
+    parsed += ParsedDepth(document) > 1 ? 1 : 0;
+  }
+  EXPECT_GT(parsed, MutationCount() / 10);
+}
+
+}  // namespace

@@ -1,0 +1,55 @@
+#include "tests/faults/started_threads.h"
+
+#include <process.h>
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr DWORD kPatienceMs = 20000;
+
+SRWLOCK g_lock = SRWLOCK_INIT;
+std::vector<HANDLE> g_threads;
+decltype(&_beginthreadex) g_begin;
+
+std::vector<HANDLE> TakeThreads() {
+  AcquireSRWLockExclusive(&g_lock);
+  std::vector<HANDLE> threads = std::exchange(g_threads, {});
+  ReleaseSRWLockExclusive(&g_lock);
+  return threads;
+}
+
+uintptr_t Begin(void* security, unsigned stack, _beginthreadex_proc_type start, void* argument,
+                unsigned flags, unsigned* id) {
+  const uintptr_t thread = g_begin(security, stack, start, argument, flags, id);
+  HANDLE copy = nullptr;
+  if (DuplicateHandle(GetCurrentProcess(), reinterpret_cast<HANDLE>(thread), GetCurrentProcess(),
+                      &copy, SYNCHRONIZE, FALSE, 0)) {
+    AcquireSRWLockExclusive(&g_lock);
+    g_threads.push_back(copy);
+    ReleaseSRWLockExclusive(&g_lock);
+  }
+  return thread;
+}
+
+}  // namespace
+
+CStartedThreads::CStartedThreads() : m_patch("msvcrt.dll", "_beginthreadex", &Begin) {
+  g_begin = m_patch.Original<decltype(_beginthreadex)>();
+}
+
+CStartedThreads::~CStartedThreads() {
+  for (const HANDLE thread : TakeThreads()) {
+    CloseHandle(thread);
+  }
+}
+
+bool CStartedThreads::WaitForEnds() {
+  bool ended = true;
+  for (const HANDLE thread : TakeThreads()) {
+    ended = WaitForSingleObject(thread, kPatienceMs) == WAIT_OBJECT_0 && ended;
+    CloseHandle(thread);
+  }
+  return ended;
+}
