@@ -37,6 +37,19 @@ LONG WINAPI ReportCrash(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_EXECUTE_HANDLER;
 }
 
+// Whether the heaps are sound now that everything is quiet. Under heap checking that finds freed
+// blocks too that were written to and have not been used again.
+bool HeapsAreSound() {
+  HANDLE heaps[64] = {};
+  const DWORD count = GetProcessHeaps(ARRAYSIZE(heaps), heaps);
+  for (DWORD i = 0; i < count && i < ARRAYSIZE(heaps); ++i) {
+    if (!HeapValidate(heaps[i], 0, nullptr)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -48,6 +61,10 @@ int main(int argc, char** argv) {
   const int result = RUN_ALL_TESTS();
   if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
     std::fprintf(stderr, "No test was run.\n");
+    return EXIT_FAILURE;
+  }
+  if (!HeapsAreSound()) {
+    std::fprintf(stderr, "The heap is damaged.\n");
     return EXIT_FAILURE;
   }
   return result;
