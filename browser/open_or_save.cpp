@@ -19,13 +19,6 @@ namespace {
 // IDI_QUESTION as the number that the box takes.
 constexpr UINT kQuestionIcon = 32514;
 
-CStringW RemoveExtension(const CStringW& name) {
-  CStringW base = name;
-  PathRemoveExtensionW(base.GetBuffer());
-  base.ReleaseBuffer();
-  return base;
-}
-
 /// Where a download is put to be opened: a temporary file that has the download's name.
 CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
   CStringW base = RemoveExtension(name);

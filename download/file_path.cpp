@@ -1,5 +1,7 @@
 #include "download/file_path.h"
 
+#include <shlwapi.h>
+
 namespace {
 
 constexpr wchar_t kSeparator = L'\\';
@@ -76,6 +78,13 @@ CStringW CFilePath::GetExtension() const {
 void CFilePath::ChangeExtension(const CStringW& extension) {
   const int dot = FindExtension();
   m_text = (dot < 0 ? m_text : m_text.Left(dot)) + extension;
+}
+
+CStringW RemoveExtension(const CStringW& name) {
+  CStringW base = name;
+  PathRemoveExtensionW(base.GetBuffer());
+  base.ReleaseBuffer();
+  return base;
 }
 
 CFilePath JoinPath(const CStringW& folder, const CStringW& name) {

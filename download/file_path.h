@@ -44,5 +44,8 @@ class CFilePath {
   CStringW m_text;
 };
 
+/// The file name without its extension, as the system's path functions see it.
+CStringW RemoveExtension(const CStringW& name);
+
 /// `folder`, a backslash, and `name`.
 CFilePath JoinPath(const CStringW& folder, const CStringW& name);

@@ -5,10 +5,15 @@
 
 #include "folivo_plugin_h.h"
 #include "resources/resource.h"
+#include "ui/class_registration.h"
 
 /// The module: lock count, object map, class factories, registration.
 class CFolivoPluginClass : public CAtlDllModuleT<CFolivoPluginClass> {
  public:
   DECLARE_LIBID(LIBID_MERLOFolivoIEPlugin)
-  DECLARE_REGISTRY_APPID_RESOURCEID(IDR_FOLIVOPLUGIN, "{D1728953-607F-4348-A009-03FDA01E39C2}")
+  DECLARE_REGISTRY_APPID_RESOURCEID(IDR_FOLIVOPLUGIN, FOLIVO_APPLICATION_ID)
+
+  /// Nothing is common to all scripts: the module's own runs twice, the second time deliberately
+  /// without the application identifier.
+  HRESULT AddCommonRGSReplacements(IRegistrarBase*) noexcept override { return S_OK; }
 };

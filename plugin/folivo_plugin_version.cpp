@@ -2,6 +2,8 @@
 
 #include <atlstr.h>
 
+#include <optional>
+
 #include "plugin/file_version.h"
 #include "resources/resource.h"
 #include "ui/class_registration.h"
@@ -32,10 +34,15 @@ STDMETHODIMP CFolivoPluginVersion::get_Version(BSTR* pVal) {
     return E_POINTER;
   }
   *pVal = nullptr;
-  CallGuarded([pVal] {
-    if (const auto version = ReadFileVersion(FindModulePath())) {
-      *pVal = SysAllocString(FormatFileVersion(*version));
+  std::optional<VS_FIXEDFILEINFO> version;
+  const HRESULT guarded = CallGuarded([&] {
+    version = ReadFileVersion(FindModulePath());
+    if (version) {
+      *pVal = CComBSTR(FormatFileVersion(*version)).Detach();
     }
   });
-  return *pVal != nullptr ? S_OK : E_FAIL;
+  if (FAILED(guarded)) {
+    return guarded;
+  }
+  return version ? S_OK : E_FAIL;
 }

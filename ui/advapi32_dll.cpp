@@ -1,15 +1,6 @@
 #include "ui/advapi32_dll.h"
 
-#include <bit>
-
-namespace {
-
-template <typename Function>
-void BindFunction(HMODULE module, const char* name, Function& function) {
-  function = std::bit_cast<Function>(GetProcAddress(module, name));
-}
-
-}  // namespace
+#include "ui/bind_function.h"
 
 CAdvapi32Dll::CAdvapi32Dll() { Load(L"Advapi32.dll"); }
 

@@ -9,8 +9,9 @@ HRESULT UpdateClassRegistry(UINT scriptId, LPCWSTR friendlyName, BOOL registers)
   constexpr int kGuidLength = 39;
   wchar_t libraryId[kGuidLength] = {};
   StringFromGUID2(LIBID_MERLOFolivoIEPlugin, libraryId, kGuidLength);
-  // The module itself adds its path and its application identifier.
-  _ATL_REGMAP_ENTRY replacements[] = {{L"FriendlyName", friendlyName},
+  // The module itself adds its path.
+  _ATL_REGMAP_ENTRY replacements[] = {{L"APPID", L"" FOLIVO_APPLICATION_ID},
+                                      {L"FriendlyName", friendlyName},
                                       {L"MODULETYPE", L"InprocServer32"},
                                       {L"MODULEGUID", libraryId},
                                       {nullptr, nullptr}};
