@@ -1,6 +1,7 @@
-"""Measures, and prints the table. Usage: bench.py [--quick] BUILD_FOLDER OUTPUT_FOLDER, in the
-environment of bench.sh. Exits 0 when every measurement came to its end."""
+"""Measures, and prints the table, in the environment of bench.sh. Exits 0 when every measurement
+came to its end."""
 
+import argparse
 import json
 import os
 import shutil
@@ -21,10 +22,11 @@ _QUIET = 0.5  # load of a machine at rest
 _DISK = 3072 * MIB
 
 
-def _measure(bench: Bench) -> tuple[list[Row], list[str]]:
-    """All rows, and what went wrong."""
+def _measure(bench: Bench, names: list[str]) -> tuple[list[Row], list[str]]:
+    """Their rows, and what went wrong."""
     rows, failures = [], []
-    for name, measure in MEASUREMENTS.items():
+    for name in names:
+        measure = MEASUREMENTS[name]
         start = time.monotonic()
         print(f"  {name} ", end="", flush=True)
         try:
@@ -36,7 +38,7 @@ def _measure(bench: Bench) -> tuple[list[Row], list[str]]:
     return rows, failures
 
 
-def _run(build: Path, output: Path, quick: bool) -> int:
+def _run(build: Path, output: Path, quick: bool, names: list[str]) -> int:
     if (load := os.getloadavg()[0]) > _QUIET:
         print(f"Other programs are at work here (load {load:.1f}): the ratios will scatter.")
     if not quick and shutil.disk_usage(output).free < _DISK:
@@ -47,7 +49,7 @@ def _run(build: Path, output: Path, quick: bool) -> int:
         try:
             scale = QUICK if quick else FULL
             bench = Bench(Programs(build), Bodies(server, output), scratch, scale, {})
-            rows, failures = _measure(bench)
+            rows, failures = _measure(bench, names)
         finally:
             scratch.remove()
             server.close()
@@ -64,11 +66,19 @@ def _run(build: Path, output: Path, quick: bool) -> int:
 
 def main() -> int:
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
-    *options, build, output = sys.argv[1:]
-    shutil.rmtree(output, ignore_errors=True)
-    Path(output).mkdir(parents=True)
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--only", default="", metavar="WORDS")
+    parser.add_argument("build", type=Path)
+    parser.add_argument("output", type=Path)
+    arguments = parser.parse_args()
+    names = [name for name in MEASUREMENTS if arguments.only in name]
+    if not names:
+        parser.error(f"--only: the measurements are {', '.join(MEASUREMENTS)}.")
+    shutil.rmtree(arguments.output, ignore_errors=True)
+    arguments.output.mkdir(parents=True)
     try:
-        return _run(Path(build), Path(output), "--quick" in options)
+        return _run(arguments.build, arguments.output, arguments.quick, names)
     except (DemoError, MeasurementError) as error:
         print(f"bench: {error}", file=sys.stderr)
         return 1

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Measures speed, each time against a peer: bench.sh [--quick]. See README.md here.
+# Measures speed, each time against a peer: bench.sh [--quick] [--only WORDS]. See README.md here.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")/.."
 source tools/setup/common.sh
@@ -7,7 +7,7 @@ source tools/setup/wine_env.sh
 
 usage() {
   cat << 'END'
-Usage: ./run bench [--quick]
+Usage: ./run bench [--quick] [--only WORDS]
 
 Prints one table of ratios: this product against peers that do the same job, measured in turns
 under the same Wine and with the same server on this machine. Takes some minutes, during which
@@ -15,21 +15,31 @@ nothing else should run here, and 3 GB of disk. Exits 0 when every measurement c
 whether its goal was met or missed; each row says which. bench/README.md tells the method.
 
   --quick   fewer rounds and smaller files: shows that everything works; proves nothing
+  --only    only the measurements whose names contain these words; the names are those shown while
+            it runs, such as "loading"
   --help    show this
 END
 }
 
-case "$*" in
-  '' | --quick) ;;
-  --help | -h)
-    usage
-    exit
-    ;;
-  *)
-    usage >&2
-    die "./run bench does not know $*."
-    ;;
-esac
+options=()
+while (($#)); do
+  case $1 in
+    --quick) options+=("$1") ;;
+    --only)
+      options+=("$1" "${2?--only wants the words of a measurement.}")
+      shift
+      ;;
+    --help | -h)
+      usage
+      exit
+      ;;
+    *)
+      usage >&2
+      die "./run bench does not know $1."
+      ;;
+  esac
+  shift
+done
 
 stop_driver() {
   kill "$driver_pid" 2> /dev/null || return 0
@@ -40,7 +50,7 @@ export WINEPATH=Z:$build_dir/release  # where UNZIP32.DLL is
 wine_env_start bench
 # In the background, so that a signal to this script is heard at once and ends the driver too.
 # The demo's modules drive the private Wine and the test server here too.
-PYTHONPATH=$root/tools/demo /usr/bin/python3 bench/bench.py "$@" \
+PYTHONPATH=$root/tools/demo /usr/bin/python3 bench/bench.py "${options[@]}" \
   "$build_dir/release" "$build_dir/bench" < /dev/null &
 driver_pid=$!
 at_exit stop_driver

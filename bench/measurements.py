@@ -70,7 +70,7 @@ def _compare(results: Results, ours: str, theirs: str) -> Ratio:
 
 def transfer(bench: Bench) -> list[Row]:
     size = bench.scale.transfer
-    peers = ("loop", "loop-and-copy", "urlmon")
+    peers = ("loop", "loop-and-copy", "required", "urlmon")
     contenders = {mode: lambda m=mode: bench.transfer(m, size) for mode in ("dialog", *peers)}
     contenders["curl"] = lambda: bench.curl(size)
     contenders["server"] = lambda: bench.server(size)
@@ -80,6 +80,8 @@ def transfer(bench: Bench) -> list[Row]:
         ratio_row(f"{what} / bare loop of its calls", _compare(results, "dialog", "loop"), 1.10),
         ratio_row("  / bare loop, the file then copied and deleted as delivery does",
                   _compare(results, "dialog", "loop-and-copy")),
+        ratio_row("  / the calls that are required, and nothing else",
+                  _compare(results, "dialog", "required"), 1.10),
         ratio_row("  / URLDownloadToFile", _compare(results, "dialog", "urlmon"), 1.00),
         ratio_row("  / curl outside of Wine", _compare(results, "dialog", "curl")),
         ratio_row("  the server by itself / bare loop", _compare(results, "server", "loop")),
@@ -107,6 +109,7 @@ def events(bench: Bench) -> list[Row]:
         {
             "plugin": lambda: programs.number("helper", "events", programs.plugin, count),
             "minimal": lambda: programs.number("helper", "events", programs.minimal, count),
+            "conversions": lambda: programs.number("helper", "conversions", count),
         },
     )
     lines = programs.lines("helper", "calls", programs.plugin, count)
@@ -114,6 +117,8 @@ def events(bench: Bench) -> list[Row]:
     return [
         ratio_row(f"{count:,} events of other links / a sink that copies the URL",
                   _compare(results, "plugin", "minimal"), 3.00),
+        ratio_row("  of which VariantCopy and VariantChangeType, which are required",
+                  _compare(results, "conversions", "minimal")),
         Row("  calls of anything but memory and text functions under them",
             str(sum(others.values())), ", ".join(others), "0", not others),
     ]

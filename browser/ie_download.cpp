@@ -150,9 +150,8 @@ void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
       return;
     }
   }
-  const CStringW extension = GetUrlExtension(url);
-  if (IsInterceptedExtension(extension)) {
-    OfferFile(url, extension, params);
+  if (IsInterceptedExtension(FindUrlExtension(url.GetString()))) {
+    OfferFile(url, GetUrlExtension(url), params);
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "browser/browser_texts.h"
 #include "download/ie_frame_library.h"
+#include "ui/bind_function.h"
 
 namespace {
 
@@ -43,6 +44,18 @@ DWORD OpenFileNameSize() {
   return hasFullSize ? sizeof(OPENFILENAMEW) : kOldDialogSize;
 }
 
+/// GetSaveFileNameW out of a library that is loaded when the first file is saved: with all that it
+/// needs, loading it takes several times as long as loading this module, and every browser would
+/// wait. Never freed: what its dialog has loaded for the shell may still be at work.
+bool ShowCommonDialog(OPENFILENAMEW& dialog) {
+  static const HMODULE library = LoadLibraryW(L"comdlg32.dll");
+  decltype(&GetSaveFileNameW) getSaveFileName = nullptr;
+  if (library != nullptr) {
+    BindFunction(library, "GetSaveFileNameW", getSaveFileName);
+  }
+  return getSaveFileName != nullptr && getSaveFileName(&dialog) != FALSE;
+}
+
 bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& extension,
                      CPathBuffer& buffer) {
   const CStringW filter = GetCommonDialogFilter(extension);
@@ -55,7 +68,7 @@ bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& exten
   dialog.nMaxFile = kPathLength;
   dialog.Flags = kFlags;
   dialog.nFileExtension = static_cast<WORD>(fileName.ReverseFind(L'.') + 1);
-  return GetSaveFileNameW(&dialog) != FALSE;
+  return ShowCommonDialog(dialog);
 }
 
 bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& extension,

@@ -2,29 +2,41 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace {
 
 // Deliberately without ".qdi", though the save dialog lists it.
-constexpr const wchar_t* kInterceptedExtensions[] = {
+constexpr std::wstring_view kInterceptedExtensions[] = {
     L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery", L".galleryitem"};
 
 }  // namespace
 
-CStringW GetUrlExtension(const CStringW& url) {
-  CStringW path = url;
-  if (const int query = path.Find(L'?'); query >= 0) {
-    path = path.Left(query);
+std::wstring_view FindUrlExtension(std::wstring_view url) {
+  const std::wstring_view path = url.substr(0, url.find(L'?'));
+  const auto dot = path.rfind(L'.');
+  if (dot == std::wstring_view::npos) {
+    return {};
   }
   // Deliberately only the backslash ends a folder: "/a.b/file" matches no type and stays with the
   // browser.
-  const int separator = path.ReverseFind(L'\\');
-  const int dot = path.ReverseFind(L'.');
-  return dot >= 0 && dot >= separator ? path.Mid(dot) : CStringW();
+  const auto separator = path.rfind(L'\\');
+  return separator == std::wstring_view::npos || dot > separator ? path.substr(dot)
+                                                                 : std::wstring_view();
 }
 
-bool IsInterceptedExtension(const CStringW& extension) {
-  return std::any_of(
-      std::begin(kInterceptedExtensions), std::end(kInterceptedExtensions),
-      [&](const wchar_t* intercepted) { return extension.CompareNoCase(intercepted) == 0; });
+CStringW GetUrlExtension(const CStringW& url) {
+  const std::wstring_view extension = FindUrlExtension(url.GetString());
+  return {extension.data(), static_cast<int>(extension.size())};
+}
+
+bool IsInterceptedExtension(std::wstring_view extension) {
+  return std::any_of(std::begin(kInterceptedExtensions), std::end(kInterceptedExtensions),
+                     [extension](std::wstring_view intercepted) {
+                       // The lengths first: nearly every link of a page is none of ours, and each
+                       // comes here.
+                       return extension.size() == intercepted.size() &&
+                              _wcsnicmp(extension.data(), intercepted.data(), intercepted.size()) ==
+                                  0;
+                     });
 }

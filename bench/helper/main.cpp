@@ -1,6 +1,8 @@
 // A helper object as the browser uses it, out of the DLL that is named:
 //   bench_helper load DLL             seconds to load the DLL, make the object and set its site
 //   bench_helper events DLL COUNT     seconds for so many events of a link that is none of ours
+//   bench_helper conversions COUNT    seconds for so many copies and conversions of that link's
+//                                     text by the system's calls alone
 //   bench_helper calls DLL COUNT      calls of imported functions under them, one line for each
 //                                     function and, last, their number
 //   bench_helper prompt DLL URL       seconds from the click on a lesson until the question
@@ -55,6 +57,18 @@ double MeasureEvents(const CArguments& arguments) {
   return stopwatch.Elapsed();
 }
 
+double MeasureConversions(const CArguments& arguments) {
+  const int count = std::stoi(arguments[0]);
+  CComVariant link(kOtherLink);
+  const CStopwatch stopwatch;
+  for (int i = 0; i < count; ++i) {
+    CComVariant url;
+    Demand(SUCCEEDED(VariantCopy(&url, &link)), "VariantCopy");
+    Demand(SUCCEEDED(VariantChangeType(&url, &url, 0, VT_BSTR)), "VariantChangeType");
+  }
+  return stopwatch.Elapsed();
+}
+
 double CountCalls(const CArguments& arguments) {
   const CBrowserWindow browser;
   const CHelperLibrary library(arguments[0]);
@@ -92,6 +106,7 @@ int wmain(int argc, wchar_t** argv) {
   return RunMeasurement(argc, argv,
                         {{L"load", {1, MeasureLoad}},
                          {L"events", {2, MeasureEvents}},
+                         {L"conversions", {1, MeasureConversions}},
                          {L"calls", {2, CountCalls}},
                          {L"prompt", {2, MeasurePrompt}},
                          {L"bare-prompt", {1, MeasureBarePrompt}}});

@@ -16,6 +16,15 @@ CInternetRequest::CInternetRequest(const std::wstring& url)
   DemandSuccess(static_cast<bool>(m_request), "InternetOpenUrl");
 }
 
+std::int32_t CInternetRequest::BodySize() const {
+  wchar_t text[32] = {};
+  DWORD size = sizeof(text);
+  DWORD index = 0;
+  DemandSuccess(HttpQueryInfoW(m_request.Get(), HTTP_QUERY_CONTENT_LENGTH, text, &size, &index),
+                "HttpQueryInfo");
+  return _wtoi(text);
+}
+
 DWORD CInternetRequest::Read(void* buffer, DWORD size) const {
   DWORD received = 0;
   DemandSuccess(InternetReadFile(m_request.Get(), buffer, size, &received) != FALSE,

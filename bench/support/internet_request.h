@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "download/atomic_handle.h"
@@ -9,6 +10,9 @@ class CInternetRequest {
  public:
   /// Throws CMeasurementError when it does not open.
   explicit CInternetRequest(const std::wstring& url);
+
+  /// Bytes, as the server tells.
+  std::int32_t BodySize() const;
 
   /// Reads up to `size` bytes; gives their number, 0 at the end of the body.
   DWORD Read(void* buffer, DWORD size) const;

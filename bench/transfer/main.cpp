@@ -1,5 +1,5 @@
 // Whole transfers of one URL to one file, by the product's dialog and by its peers:
-//   bench_transfer dialog|loop|loop-and-copy|urlmon URL FILE   seconds
+//   bench_transfer dialog|loop|loop-and-copy|required|urlmon URL FILE   seconds
 //   bench_transfer dialog-memory URL FILE                      peak working set, bytes
 //   bench_transfer dialog-silence URL FILE                     longest silence of the browser, s
 //   bench_transfer idle-silence SECONDS                        the same of a browser at rest
@@ -14,6 +14,7 @@
 #include "bench/transfer/answer_watch.h"
 #include "bench/transfer/dialog_download.h"
 #include "bench/transfer/peers.h"
+#include "bench/transfer/required_calls.h"
 
 namespace {
 
@@ -64,6 +65,7 @@ int wmain(int argc, wchar_t** argv) {
                         {{L"dialog", {2, MeasureTime<DownloadByDialog>}},
                          {L"loop", {2, MeasureTime<DownloadByLoop>}},
                          {L"loop-and-copy", {2, MeasureTime<DownloadByLoopAndCopy>}},
+                         {L"required", {2, MeasureTime<DownloadByRequiredCalls>}},
                          {L"urlmon", {2, MeasureUrlmon}},
                          {L"dialog-memory", {2, MeasureMemory}},
                          {L"dialog-silence", {2, MeasureSilence}},

@@ -16,7 +16,13 @@ constexpr DWORD kBufferSize = 0x20000;  // as in the product's transfer
 }  // namespace
 
 void DownloadByLoop(const std::wstring& url, const std::wstring& destination) {
+  DownloadByLoop(url, destination, [](unsigned long, std::int32_t) {});
+}
+
+void DownloadByLoop(const std::wstring& url, const std::wstring& destination,
+                    const CAfterChunk& afterChunk) {
   const CInternetRequest request(url);
+  const std::int32_t total = request.BodySize();
   const CScopedHandle<CFileTraits> file(CreateFileW(destination.c_str(), GENERIC_WRITE, 0, nullptr,
                                                     CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   DemandSuccess(static_cast<bool>(file), "CreateFile");
@@ -26,6 +32,7 @@ void DownloadByLoop(const std::wstring& url, const std::wstring& destination) {
     DemandSuccess(WriteFile(file.Get(), buffer.data(), received, &written, nullptr) != FALSE &&
                       written == received,
                   "WriteFile");
+    afterChunk(received, total);
   }
 }
 

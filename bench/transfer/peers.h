@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 
 // What else there is to get a file by. All throw CMeasurementError.
@@ -7,6 +9,11 @@
 /// The WinINet calls of a download and nothing else: the same flags, the same buffer, written to
 /// `destination` at once, without a window or a second thread.
 void DownloadByLoop(const std::wstring& url, const std::wstring& destination);
+
+/// What is to be done after each chunk: its size and that of the body, bytes.
+using CAfterChunk = std::function<void(unsigned long received, std::int32_t total)>;
+void DownloadByLoop(const std::wstring& url, const std::wstring& destination,
+                    const CAfterChunk& afterChunk);
 
 /// The same into a temporary file, which is then copied to `destination` and deleted, as a
 /// download that nobody may see half done has to be.

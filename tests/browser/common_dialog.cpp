@@ -1,5 +1,9 @@
 #include "tests/browser/common_dialog.h"
 
+#include <bit>
+#include <cstring>
+#include <type_traits>
+
 namespace {
 
 std::wstring g_choice;
@@ -32,10 +36,21 @@ BOOL WINAPI Choose(OPENFILENAMEW* dialog) {
   return TRUE;
 }
 
+decltype(&GetProcAddress) g_getProcAddress;
+
+FARPROC WINAPI FindFunction(HMODULE library, LPCSTR name) {
+  // An ordinal is no text.
+  if (reinterpret_cast<ULONG_PTR>(name) > MAXWORD && std::strcmp(name, "GetSaveFileNameW") == 0) {
+    return std::bit_cast<FARPROC>(&Choose);
+  }
+  return g_getProcAddress(library, name);
+}
+
 }  // namespace
 
 CCommonDialog::CCommonDialog(const std::wstring& choice)
-    : m_patch("comdlg32.dll", "GetSaveFileNameW", &Choose) {
+    : m_patch("kernel32.dll", "GetProcAddress", &FindFunction) {
+  g_getProcAddress = m_patch.Original<std::remove_pointer_t<decltype(g_getProcAddress)>>();
   g_choice = choice;
   g_calls = 0;
 }

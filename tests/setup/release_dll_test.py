@@ -15,9 +15,8 @@ DEBUG_FILE = DLL.with_name(DLL.name + ".debug")
 # Parts of every Windows that the DLL supports. The exact list: each further one makes loading it
 # slower, in every browser window.
 IMPORTED_DLLS = [
-    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll",
-    "ole32.dll", "oleaut32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "version.dll",
-    "wininet.dll",
+    "advapi32.dll", "comctl32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
+    "oleaut32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "version.dll", "wininet.dll",
 ]
 
 
@@ -30,6 +29,9 @@ class ReleaseDllTest(unittest.TestCase):
     def test_imported_dlls(self):
         imported = [name.lower() for name in re.findall(r"DLL Name: (\S+)", objdump("-p", DLL))]
         self.assertEqual(sorted(imported), IMPORTED_DLLS)
+
+    def test_sections_can_be_mapped(self):
+        self.assertRegex(objdump("-p", DLL), r"FileAlignment\s+00001000\n")
 
     def test_no_time_of_building_is_inside(self):
         headers = objdump("-p", DLL)
