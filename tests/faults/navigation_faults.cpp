@@ -1,7 +1,5 @@
 #include "tests/faults/navigation_faults.h"
 
-#include <utility>
-
 #include "download/temp_files.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/support/http_pattern.h"

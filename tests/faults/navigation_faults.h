@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/browser/fake_browser.h"
@@ -49,6 +51,9 @@ class NavigationFaults : public testing::Test {
   /// Fires BeforeNavigate2.
   CNavigationResult Navigate(CNavigationEvent& event);
   CNavigationResult Navigate(const std::wstring& url);
+
+  /// What is to happen while the question is open.
+  void WhileAsked(std::function<void()> action) const { m_prompt.WhileOpen(std::move(action)); }
 
   CRunChecks& Checks() { return m_checks; }
 
