@@ -39,6 +39,15 @@ class ArchiveFaults : public CollectionTest {
   /// The same for an address that is not of a script.
   void RunAddress(const std::wstring& url, const CArchiveFault& fault);
 
+  /// For cells that somebody acts in, or with an archive of another path: what one run says, and
+  /// the archive's bytes before the dialog deletes it. It ends with 3, nothing is added.
+  struct CRun {
+    std::wstring message;
+    std::string archive;
+  };
+  CRun RunDialogOnce(const std::wstring& url, const std::wstring& zipPath);
+  CRunChecks& Checks() { return m_checks; }
+
  private:
   void Run(const std::wstring& url, const CArchiveFault& fault);
 

@@ -68,8 +68,9 @@ void Remove(const std::wstring& path) {
   }
 }
 
-constexpr const wchar_t* kDevices[] = {L"NUL",      L"CON",      L"PRN",      L"AUX",
-                                       L"COM1.qdk", L"lpt9.qdk", L"con.a.qdk"};
+// No port that the machine may have: what is written there would go out.
+constexpr const wchar_t* kDevices[] = {L"NUL",       L"nul.qdk",  L"CON",
+                                       L"con.a.qdk", L"COM9.qdk", L"LPT9"};
 
 class DestinationFaults : public LessonFaults {
  protected:
