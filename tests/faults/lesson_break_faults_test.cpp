@@ -52,6 +52,32 @@ TEST_F(LessonFaults, ResetIsReportedOrTakenForTheEnd) {
   RunAll(faults);
 }
 
+TEST_F(LessonFaults, StalledServerThatGivesUpIsTheEnd) {
+  for (const CPlace& place : kPlaces) {
+    for (const HttpCut how : {HttpCut::kGraceful, HttpCut::kReset}) {
+      const bool isReset = how == HttpCut::kReset;
+      if (isReset && place.offset == 1) {
+        continue;  // either of two messages, as the reset comes under a read or behind it
+      }
+      const std::string point = http_point::BodyByte(place.offset);
+      const ScriptedPath path(m_server, Lesson(kPattern).Hold(point).Cut(point, how));
+      const CParallel flow([&] {
+        EXPECT_TRUE(path.WaitForHeld(point));
+        path.AllowAll();
+      });
+      const LessonEnd end = isReset             ? LessonEnd::kTornOrUnavailable
+                            : place.offset == 0 ? LessonEnd::kEmpty
+                            : place.offset == 1 ? LessonEnd::kNotALesson
+                                                : LessonEnd::kDelivered;
+      RunAddress(path.Url(L"a.qdk"),
+                 {place.name + std::string(isReset ? ", reset" : ", closed"),
+                  {},
+                  end,
+                  place.offset == 1 ? "" : LessonBytes(kPattern).substr(0, place.offset)});
+    }
+  }
+}
+
 /// A lesson whose bytes the test lets flow.
 class FlowingLesson : public LessonFaults {
  protected:

@@ -29,12 +29,16 @@ struct CProtectedFault {
   SaveEnd end;
   std::function<void(CIeFrameRecord&)> prepare = [](CIeFrameRecord&) {};
   std::string missing = {};  // function
-  int failingLoad = 0;       // of the library: the first one (question), the second (dialog) ...
+  int failingLoad = 0;       // of the library: 1 for the first, 0 for none
   int cancels = 0;           // calls of IECancelSaveFile
   std::wstring copy = L"chosen.qdk";
 };
 
+// The library is loaded for the question, for the dialog and for the delivery.
+constexpr int kDeliveringLoad = 3;
+
 std::string g_missing;
+std::function<void()> g_beforeDelivery = [] {};
 int g_failingLoad;
 int g_loads;
 int g_frees;
@@ -47,7 +51,10 @@ decltype(&CoTaskMemFree) g_release;
 bool IsBrowsersLibrary(LPCWSTR name) { return _wcsicmp(name, L"ieframe.dll") == 0; }
 
 HMODULE WINAPI Load(LPCWSTR name) {
-  if (IsBrowsersLibrary(name) && ++g_loads == g_failingLoad) {
+  if (IsBrowsersLibrary(name) && ++g_loads == kDeliveringLoad) {
+    g_beforeDelivery();
+  }
+  if (IsBrowsersLibrary(name) && g_loads == g_failingLoad) {
     SetLastError(ERROR_MOD_NOT_FOUND);
     return nullptr;
   }
@@ -243,6 +250,25 @@ TEST_F(ProtectedFaults, FailuresOfTheFunctionsAreNotReported) {
   faults.push_back({"not protected", SaveEnd::kByDialog,
                     [](CIeFrameRecord& browser) { browser.isProtectedMode = FALSE; }});
   RunAll(faults);
+}
+
+TEST_F(ProtectedFaults, TemporaryFileDeletedBeforeTheBrowserGetsItIsNotMissed) {
+  Checks().Run([&] {
+    const CIeFrameDouble browser;
+    browser->isProtectedMode = TRUE;
+    browser->saveDialogState = kState;
+    wcscpy(browser->saveDialogPath, Chosen().c_str());
+    g_loads = 0;
+    g_beforeDelivery = [&] { EXPECT_TRUE(DeleteFileW(Temporary().c_str())); };
+    const ScriptedPath path(m_server, Lesson());
+    const CNavigationResult outcome = Navigate(path.Url(L"a.qdk"));
+    g_beforeDelivery = [] {};
+    EXPECT_TRUE(outcome.cancelled);
+    EXPECT_EQ(outcome.messages, Texts());
+    EXPECT_EQ(browser->saveCalls, 1);
+    EXPECT_EQ(browser->savedSize, -1);
+    EXPECT_EQ(m_sandbox.Files(), Texts());
+  });
 }
 
 }  // namespace
