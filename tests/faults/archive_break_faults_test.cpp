@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/faults/archive_faults.h"
+#include "tests/faults/quick_cut.h"
 #include "tests/support/parallel.h"
 
 namespace {
@@ -46,7 +47,7 @@ TEST_F(ArchiveFaults, ResetIsReportedOrTakenForTheEnd) {
 }
 
 TEST_F(ArchiveFaults, DrippingServerIsWaitedFor) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     SCOPED_TRACE(place.name);
     const ScriptedPath path(m_server, Archive(kSize).Gated());
     const CParallel flow([&] {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/faults/lesson_faults.h"
+#include "tests/faults/quick_cut.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
 
@@ -71,7 +72,7 @@ class FlowingLesson : public LessonFaults {
 };
 
 TEST_F(FlowingLesson, StalledDownloadIsCancelledAtOnce) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     for (const bool peeks : {false, true}) {
       if (peeks && place.offset < 4096) {
         continue;  // the pre-check itself waits for its head: there is no dialog to cancel
@@ -104,7 +105,7 @@ TEST_F(FlowingLesson, StalledDownloadIsCancelledAtOnce) {
 }
 
 TEST_F(FlowingLesson, DrippingServerIsWaitedFor) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     for (const bool peeks : {false, true}) {
       SCOPED_TRACE(place.name + std::string(peeks ? ", pre-check" : ", dialog alone"));
       Checks().Run([&] {
