@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/faults/lesson_faults.h"
+#include "tests/faults/quick_cut.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
 
@@ -53,7 +54,7 @@ TEST_F(LessonFaults, ResetIsReportedOrTakenForTheEnd) {
 }
 
 TEST_F(LessonFaults, StalledServerThatGivesUpIsTheEnd) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     for (const HttpCut how : {HttpCut::kGraceful, HttpCut::kReset}) {
       const bool isReset = how == HttpCut::kReset;
       if (isReset && place.offset == 1) {
@@ -97,7 +98,7 @@ class FlowingLesson : public LessonFaults {
 };
 
 TEST_F(FlowingLesson, StalledDownloadIsCancelledAtOnce) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     for (const bool peeks : {false, true}) {
       if (peeks && place.offset < 4096) {
         continue;  // the pre-check itself waits for its head: there is no dialog to cancel
@@ -130,7 +131,7 @@ TEST_F(FlowingLesson, StalledDownloadIsCancelledAtOnce) {
 }
 
 TEST_F(FlowingLesson, DrippingServerIsWaitedFor) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     for (const bool peeks : {false, true}) {
       SCOPED_TRACE(place.name + std::string(peeks ? ", pre-check" : ", dialog alone"));
       Checks().Run([&] {

@@ -2,6 +2,7 @@
 // to the browser, and what the user is told.
 
 #include "tests/faults/navigation_faults.h"
+#include "tests/faults/quick_cut.h"
 
 namespace {
 
@@ -86,7 +87,7 @@ TEST_F(UrlFaults, ServersAddressIsJudgedByItsLastDot) {
       {"32,000 characters that are not for us", L".htm", UrlEnd::kBrowsers, 32000},
       {"32,000 characters of query", L"a.qdk?" + std::wstring(32000, L'q'), UrlEnd::kTaken},
   };
-  for (const CUrlFault& fault : faults) {
+  for (const CUrlFault& fault : QuickCut(faults)) {
     SCOPED_TRACE(fault.name);
     Checks().Run([&] {
       const ScriptedPath path(m_server, Lesson());
@@ -130,7 +131,7 @@ TEST_F(UrlFaults, AddressWithoutAServerIsToldOrLeftAlone) {
       {std::wstring(32000, L'.'), UrlEnd::kBrowsers},
       {L"\xFFFF.qdk", UrlEnd::kMissing},
   };
-  for (const auto& [url, end] : faults) {
+  for (const auto& [url, end] : QuickCut(faults)) {
     SCOPED_TRACE(testing::PrintToString(url.substr(0, 40)));
     Checks().Run([&] { Expect(url, end); });
   }
@@ -186,7 +187,7 @@ class MarkerFaults : public NavigationFaults {
 TEST_F(MarkerFaults, LauncherGetsAShortcutToIt) {
   const std::wstring launcher = WriteLauncher();
   m_information.SetFolder(m_sandbox / L"App");
-  for (const auto& [url, bytes] : kMarkedAddresses) {
+  for (const auto& [url, bytes] : QuickCut(kMarkedAddresses)) {
     SCOPED_TRACE(testing::PrintToString(url.substr(0, 60)));
     Checks().Run([&] {
       const CNavigationResult outcome = Navigate(url);
@@ -205,7 +206,7 @@ TEST_F(MarkerFaults, LauncherGetsAShortcutToIt) {
 }
 
 TEST_F(MarkerFaults, WithoutTheApplicationItIsTheBrowsers) {
-  for (const auto& [url, bytes] : kMarkedAddresses) {
+  for (const auto& [url, bytes] : QuickCut(kMarkedAddresses)) {
     SCOPED_TRACE(testing::PrintToString(url.substr(0, 60)));
     Checks().Run([&] {
       const CNavigationResult outcome = Navigate(url);
