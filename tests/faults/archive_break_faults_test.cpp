@@ -3,11 +3,14 @@
 #include <algorithm>
 
 #include "tests/faults/archive_faults.h"
+#include "tests/faults/quick_cut.h"
 #include "tests/support/parallel.h"
+#include "tests/support/user.h"
 
 namespace {
 
 constexpr size_t kSize = 45000;
+constexpr DWORD kShortWaitMs = 300;
 
 struct CPlace {
   const char* name;
@@ -45,8 +48,53 @@ TEST_F(ArchiveFaults, ResetIsReportedOrTakenForTheEnd) {
   RunAll(faults);
 }
 
+TEST_F(ArchiveFaults, StalledServerIsWaitedForWhateverIsPressed) {
+  // The pipeline serves no input: what is pressed meanwhile comes too late.
+  for (const CPlace& place : QuickCut(kPlaces)) {
+    SCOPED_TRACE(place.name);
+    Checks().Run([&] {
+      const std::string point = http_point::BodyByte(place.offset);
+      const ScriptedPath path(m_server, Archive(kSize).Hold(point));
+      const CParallel user([&] {
+        const HWND window = WaitForDialog(kDialogTitle);
+        EXPECT_TRUE(path.WaitForHeld(point));
+        Click(window, IDCANCEL);
+        Close(window);
+        Sleep(kShortWaitMs);  // nothing tells that nothing happens
+        EXPECT_TRUE(IsWindowVisible(window)) << "not before the server goes on";
+        path.AllowAll();
+      });
+      const CRun run = RunDialogOnce(TrustedUrl(path), ZipPath());
+      EXPECT_EQ(run.message, kCannotUnzip);
+      EXPECT_TRUE(run.archive == ArchiveBytes(kSize));
+      EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+    });
+  }
+}
+
+TEST_F(ArchiveFaults, StalledServerThatGivesUpIsTheEnd) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
+    for (const HttpCut how : {HttpCut::kGraceful, HttpCut::kReset}) {
+      SCOPED_TRACE(place.name + std::string(how == HttpCut::kReset ? ", reset" : ", closed"));
+      Checks().Run([&] {
+        const std::string point = http_point::BodyByte(place.offset);
+        const ScriptedPath path(m_server, Archive(kSize).Hold(point).Cut(point, how));
+        const CParallel flow([&] {
+          EXPECT_TRUE(path.WaitForHeld(point));
+          path.AllowAll();
+        });
+        const CRun run = RunDialogOnce(TrustedUrl(path), ZipPath());
+        EXPECT_TRUE(run.message == kCannotUnzip ||
+                    (how == HttpCut::kReset && run.message == kUnavailable));
+        EXPECT_TRUE(ArchiveBytes(place.offset).starts_with(run.archive));
+        EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+      });
+    }
+  }
+}
+
 TEST_F(ArchiveFaults, DrippingServerIsWaitedFor) {
-  for (const CPlace& place : kPlaces) {
+  for (const CPlace& place : QuickCut(kPlaces)) {
     SCOPED_TRACE(place.name);
     const ScriptedPath path(m_server, Archive(kSize).Gated());
     const CParallel flow([&] {

@@ -30,18 +30,31 @@ struct CArchiveFault {
 
 /// Runs tables of faults through the collection dialog and asserts the same of each cell: the
 /// result, one message and which, the bytes of the archive, that no file is left, nothing added,
-/// and that nothing of the run lives on.
+/// and that nothing of the run lives on. A quick run takes a part of each table.
 class ArchiveFaults : public CollectionTest {
  protected:
   ArchiveFaults();
 
-  void RunAll(const std::vector<CArchiveFault>& faults);
+  void RunAll(const std::vector<CArchiveFault>& all);
   /// The same for an address that is not of a script.
   void RunAddress(const std::wstring& url, const CArchiveFault& fault);
 
- private:
-  void Run(const std::wstring& url, const CArchiveFault& fault);
+  /// For cells that a user or the server acts in: one run, inside Checks().Run.
+  void RunOnce(const std::wstring& url, const CArchiveFault& fault);
 
+  /// What one run says, and the archive's bytes before the dialog deletes it.
+  struct CRun {
+    std::wstring message;
+    std::string archive;
+  };
+  /// The same with an archive of another path. The dialog ends with 3 and adds nothing.
+  CRun RunDialogOnce(const std::wstring& url, const std::wstring& zipPath);
+
+  CRunChecks& Checks() { return m_checks; }
+  /// The messages so far; forgets them.
+  CDialogTrace::Lines TakeMessages() { return m_trace.Take(L"message"); }
+
+ private:
   CWinInetRecorder m_winInet;
   CDialogTrace m_trace;
   CRunChecks m_checks;

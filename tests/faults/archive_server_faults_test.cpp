@@ -1,11 +1,16 @@
 // Servers of archives that are not there, that hang up, that speak no HTTP, or that send the client
 // elsewhere.
 
+#include <optional>
+
 #include "tests/faults/archive_faults.h"
+#include "tests/support/parallel.h"
 
 namespace {
 
 constexpr size_t kSize = 15000;
+constexpr int kChain = 10;
+constexpr int kLongLoop = 50;
 
 TEST_F(ArchiveFaults, ServerThatIsNotThereIsUnavailable) {
   RunAddress(L"http://folivo-collections.example:1/a.zip",
@@ -57,6 +62,34 @@ TEST_F(ArchiveFaults, RedirectIsFollowed) {
                       ArchiveEnd::kTransferred, bytes});
   }
   RunAll(faults);
+}
+
+TEST_F(ArchiveFaults, ChainOfRedirectsIsFollowedToItsEnd) {
+  PathScript script;
+  for (int i = 0; i < kChain; ++i) {
+    script.Then(HttpAnswer().Redirect(L"next.zip"));
+  }
+  script.Then(Archive(kSize));
+  RunAll({{"chain", script, ArchiveEnd::kTransferred, ArchiveBytes(kSize)}});
+}
+
+TEST_F(ArchiveFaults, RedirectInALoopEndsWithTheServer) {
+  // Windows gives up by itself; here the server has to end it. Nobody else can: the dialog serves
+  // no input meanwhile.
+  for (const int status : {301, 302, 307}) {
+    SCOPED_TRACE(status);
+    Checks().Run([&] {
+      std::optional<ScriptedPath> path(std::in_place, m_server,
+                                       HttpAnswer().Redirect(L"again.zip").Status(status));
+      const std::wstring url = TrustedUrl(*path);
+      const CParallel watchdog([&] {
+        EXPECT_TRUE(path->WaitForRequest(kLongLoop));
+        path.reset();  // from now on there is nothing at this address
+      });
+      EXPECT_EQ(RunDialogOnce(url, ZipPath()).message, kUnavailable);
+      EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+    });
+  }
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ TEST_F(ArchiveFaults, RefusedStatusIsUnavailable) {
 TEST_F(ArchiveFaults, AcceptedStatusLeavesItToTheBody) {
   const std::string page = "<html><body>Not here</body></html>";
   std::vector<CArchiveFault> faults;
-  for (const int status : {200, 201, 206, 400, 401, 429, 501, 502, 503, 504, 599}) {
+  for (const int status : {200, 201, 206, 400, 401, 407, 429, 501, 502, 503, 504, 599}) {
     const std::string name = std::to_string(status);
     faults.push_back({name + " with an archive", Archive(kSize).Status(status),
                       ArchiveEnd::kTransferred, ArchiveBytes(kSize)});

@@ -1,8 +1,11 @@
 // Destinations that take no file, and disks that fill up.
 
 #include <functional>
+#include <memory>
 
+#include "tests/faults/held_file.h"
 #include "tests/faults/lesson_faults.h"
+#include "tests/faults/quick_cut.h"
 #include "tests/support/import_patch.h"
 
 namespace {
@@ -16,24 +19,47 @@ enum class Delivery {
 };
 
 struct CDestinationFault {
-  const char* name;
+  std::string name;
   std::wstring temporary;  // below the sandbox
   std::wstring final;
   Delivery end;
   std::vector<std::wstring> kept = {};  // files that were there before and stay
-  std::function<void(const CTempSandbox&)> prepare = [](const CTempSandbox&) {};
+  /// What it gives lives as long as the run.
+  std::function<std::shared_ptr<void>(const CTempSandbox&)> prepare = [](const CTempSandbox&) {
+    return nullptr;
+  };
 };
 
-CHandle g_holder;
+using Prepare = decltype(CDestinationFault::prepare);
 
-void Hold(const CTempSandbox& sandbox, const std::wstring& name) {
-  g_holder.Close();
-  g_holder.Attach(CreateFileW(sandbox.Write(name, "old").c_str(), GENERIC_READ, 0, nullptr,
-                              OPEN_EXISTING, 0, nullptr));
+/// Another program has the file open.
+Prepare HoldElsewhere(const std::wstring& name) {
+  return [=](const CTempSandbox& sandbox) {
+    return std::make_shared<CHeldFile>(sandbox.Write(name, "old"));
+  };
 }
 
-void WriteReadOnly(const CTempSandbox& sandbox, const std::wstring& name) {
-  SetFileAttributesW(sandbox.Write(name, "old").c_str(), FILE_ATTRIBUTE_READONLY);
+/// So has this one.
+Prepare HoldHere(const std::wstring& name) {
+  return [=](const CTempSandbox& sandbox) {
+    return std::make_shared<CHandle>(CreateFileW(sandbox.Write(name, "old").c_str(), GENERIC_READ,
+                                                 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  };
+}
+
+Prepare MakeFolder(const std::wstring& name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
+  return [=](const CTempSandbox& sandbox) {
+    CreateDirectoryW((sandbox / name).c_str(), nullptr);
+    SetFileAttributesW((sandbox / name).c_str(), attributes);
+    return nullptr;
+  };
+}
+
+Prepare WriteOld(const std::wstring& name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
+  return [=](const CTempSandbox& sandbox) {
+    SetFileAttributesW(sandbox.Write(name, std::string(900000, 'o')).c_str(), attributes);
+    return nullptr;
+  };
 }
 
 void Remove(const std::wstring& path) {
@@ -43,12 +69,16 @@ void Remove(const std::wstring& path) {
   }
 }
 
+// No port that the machine may have: what is written there would go out.
+constexpr const wchar_t* kDevices[] = {L"NUL",       L"nul.qdk",  L"CON",
+                                       L"con.a.qdk", L"COM9.qdk", L"LPT9"};
+
 class DestinationFaults : public LessonFaults {
  protected:
   void Run(const CDestinationFault& fault) {
     SCOPED_TRACE(fault.name);
     Checks().Run([&] {
-      fault.prepare(m_sandbox);
+      std::shared_ptr<void> held = fault.prepare(m_sandbox);
       const ScriptedPath path(m_server, Lesson(kPattern));
       const std::wstring temporary = m_sandbox / fault.temporary;
       const std::wstring final = m_sandbox / fault.final;
@@ -58,7 +88,7 @@ class DestinationFaults : public LessonFaults {
       CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
       const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
       dialog.reset();
-      g_holder.Close();
+      held.reset();
 
       const bool isCreated = fault.end != Delivery::kCannotCreate;
       EXPECT_EQ(result, isCreated ? 1 : 3);
@@ -75,25 +105,34 @@ class DestinationFaults : public LessonFaults {
       Remove(temporary);
     });
   }
+
+  /// A name that makes up a path of this length in the sandbox, and whether the system takes it.
+  std::wstring LongName(size_t length) const {
+    return std::wstring(length - m_sandbox.Path().size() - 5, L'n') + L".qdk";
+  }
+  bool CanBeMade(const std::wstring& name) const {
+    const CHandle file(CreateFileW((m_sandbox / name).c_str(), GENERIC_WRITE, 0, nullptr,
+                                   CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    return file != INVALID_HANDLE_VALUE;
+  }
 };
 
 TEST_F(DestinationFaults, TemporaryFileThatCannotBeMadeIsReported) {
-  const auto makeFolder = [](const CTempSandbox& sandbox) {
-    CreateDirectoryW((sandbox / L"t.qdk").c_str(), nullptr);
-  };
   const CDestinationFault faults[] = {
       {"folder missing", L"missing\\t.qdk", L"L.qdk", Delivery::kCannotCreate},
-      {"a folder itself", L"t.qdk", L"L.qdk", Delivery::kCannotCreate, {}, makeFolder},
-      {"held open",
+      {"a folder itself", L"t.qdk", L"L.qdk", Delivery::kCannotCreate, {}, MakeFolder(L"t.qdk")},
+      {"held here", L"t.qdk", L"L.qdk", Delivery::kCannotCreate, {L"t.qdk"}, HoldHere(L"t.qdk")},
+      {"held by another program",
        L"t.qdk",
        L"L.qdk",
        Delivery::kCannotCreate,
        {L"t.qdk"},
-       [](const CTempSandbox& sandbox) { Hold(sandbox, L"t.qdk"); }},
-      {"300 characters", std::wstring(300, L't') + L".qdk", L"L.qdk", Delivery::kCannotCreate},
+       HoldElsewhere(L"t.qdk")},
+      {"304 characters in one name", std::wstring(300, L't') + L".qdk", L"L.qdk",
+       Delivery::kCannotCreate},
       {"forbidden character", L"t?.qdk", L"L.qdk", Delivery::kCannotCreate},
   };
-  for (const CDestinationFault& fault : faults) {
+  for (const CDestinationFault& fault : QuickCut(faults)) {
     Run(fault);
   }
 }
@@ -101,37 +140,68 @@ TEST_F(DestinationFaults, TemporaryFileThatCannotBeMadeIsReported) {
 TEST_F(DestinationFaults, FinalCopyThatFailsIsNotReported) {
   const CDestinationFault faults[] = {
       {"folder missing", L"t.qdk", L"missing\\L.qdk", Delivery::kLost},
-      {"a folder itself",
-       L"t.qdk",
-       L"L.qdk",
-       Delivery::kLost,
-       {},
-       [](const CTempSandbox& sandbox) {
-         CreateDirectoryW((sandbox / L"L.qdk").c_str(), nullptr);
-       }},
-      {"held open",
+      {"a folder itself", L"t.qdk", L"L.qdk", Delivery::kLost, {}, MakeFolder(L"L.qdk")},
+      {"held here", L"t.qdk", L"L.qdk", Delivery::kLost, {L"L.qdk"}, HoldHere(L"L.qdk")},
+      {"held by another program",
        L"t.qdk",
        L"L.qdk",
        Delivery::kLost,
        {L"L.qdk"},
-       [](const CTempSandbox& sandbox) { Hold(sandbox, L"L.qdk"); }},
+       HoldElsewhere(L"L.qdk")},
       {"read-only",
        L"t.qdk",
        L"L.qdk",
        Delivery::kLost,
        {L"L.qdk"},
-       [](const CTempSandbox& sandbox) { WriteReadOnly(sandbox, L"L.qdk"); }},
-      {"300 characters", L"t.qdk", std::wstring(300, L'L') + L".qdk", Delivery::kLost},
+       WriteOld(L"L.qdk", FILE_ATTRIBUTE_READONLY)},
+      {"304 characters in one name", L"t.qdk", std::wstring(300, L'L') + L".qdk", Delivery::kLost},
       {"forbidden character", L"t.qdk", L"L?.qdk", Delivery::kLost},
-      {"there before",
+  };
+  for (const CDestinationFault& fault : QuickCut(faults)) {
+    Run(fault);
+  }
+}
+
+TEST_F(DestinationFaults, FilesThatAreThereAreReplaced) {
+  const CDestinationFault faults[] = {
+      {"final file", L"t.qdk", L"L.qdk", Delivery::kDelivered, {}, WriteOld(L"L.qdk")},
+      {"temporary file", L"t.qdk", L"L.qdk", Delivery::kDelivered, {}, WriteOld(L"t.qdk")},
+      {"both are one", L"t.qdk", L"t.qdk", Delivery::kLost},
+  };
+  for (const CDestinationFault& fault : QuickCut(faults)) {
+    Run(fault);
+  }
+}
+
+TEST_F(DestinationFaults, ReadOnlyTemporaryFileIsReplacedWhereTheSystemDoesThat) {
+  WriteOld(L"t.qdk", FILE_ATTRIBUTE_READONLY)(m_sandbox);
+  const bool isReplaced =
+      CHandle(CreateFileW((m_sandbox / L"t.qdk").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                          FILE_ATTRIBUTE_NORMAL, nullptr)) != INVALID_HANDLE_VALUE;
+  // It goes in either case: the name is the dialog's, whatever lies there.
+  Run({"read-only",
        L"t.qdk",
        L"L.qdk",
-       Delivery::kDelivered,
+       isReplaced ? Delivery::kDelivered : Delivery::kCannotCreate,
        {},
-       [](const CTempSandbox& sandbox) { sandbox.Write(L"L.qdk", std::string(900000, 'o')); }},
-  };
-  for (const CDestinationFault& fault : faults) {
-    Run(fault);
+       WriteOld(L"t.qdk", FILE_ATTRIBUTE_READONLY)});
+}
+
+TEST_F(DestinationFaults, PathsMayBeAsLongAsTheSystemTakesThem) {
+  for (const size_t length : {size_t{258}, size_t{259}, size_t{260}, size_t{290}}) {
+    const std::wstring name = LongName(length);
+    const bool canBeMade = CanBeMade(name);
+    const std::string number = std::to_string(length);
+    Run({"temporary file of " + number, name, L"L.qdk",
+         canBeMade ? Delivery::kDelivered : Delivery::kCannotCreate});
+    Run({"final file of " + number, L"t.qdk", name,
+         canBeMade ? Delivery::kDelivered : Delivery::kLost});
+  }
+}
+
+TEST_F(DestinationFaults, DevicesKeepNothing) {
+  for (const std::wstring name : kDevices) {
+    Run({"final file " + std::string(name.begin(), name.end()), L"t.qdk", name, Delivery::kLost});
   }
 }
 

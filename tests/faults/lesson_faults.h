@@ -32,10 +32,10 @@ struct CLessonFault {
 
 /// Runs tables of faults, each cell with and without a pre-check, and asserts the same of each: the
 /// judgement, the dialog's result, the messages, the files left and their bytes, and that nothing
-/// of the run lives on.
+/// of the run lives on. A quick run takes a part of each table.
 class LessonFaults : public DownloadTest {
  protected:
-  void RunAll(const std::vector<CLessonFault>& faults);
+  void RunAll(const std::vector<CLessonFault>& all);
   /// The same for an address that is not of a script.
   void RunAddress(const std::wstring& url, const CLessonFault& fault);
 

@@ -1,10 +1,16 @@
 // Servers that are not there, that hang up, that speak no HTTP, or that send the client elsewhere.
 
+#include <optional>
+
 #include "tests/faults/lesson_faults.h"
+#include "tests/support/parallel.h"
+#include "tests/support/user.h"
 
 namespace {
 
 constexpr size_t kSize = 5000;
+constexpr int kChain = 10;
+constexpr int kLongLoop = 50;
 
 TEST_F(LessonFaults, ServerThatIsNotThereIsUnavailable) {
   RunAddress(L"http://127.0.0.1:1/a.qdk", {"refused port", {}, LessonEnd::kUnavailable});
@@ -62,6 +68,61 @@ TEST_F(LessonFaults, RedirectIsFollowed) {
                       LessonEnd::kDelivered, LessonBytes(kSize)});
   }
   RunAll(faults);
+}
+
+TEST_F(LessonFaults, ChainOfRedirectsIsFollowedToItsEnd) {
+  PathScript script;
+  for (int i = 0; i < kChain; ++i) {
+    script.Then(HttpAnswer().Redirect(L"next.qdk"));
+  }
+  script.Then(Lesson(kSize));
+  RunAll({{"chain", script, LessonEnd::kDelivered, LessonBytes(kSize)}});
+}
+
+TEST_F(LessonFaults, RedirectInALoopEndsWithTheServer) {
+  // Windows gives up by itself; here the server has to end it.
+  for (const int status : {301, 302, 307}) {
+    for (const bool peeks : {true, false}) {
+      SCOPED_TRACE(std::to_string(status) + (peeks ? ", pre-check" : ", dialog alone"));
+      Checks().Run([&] {
+        std::optional<ScriptedPath> path(std::in_place, m_server,
+                                         HttpAnswer().Redirect(L"again.qdk").Status(status));
+        CProgressDialog::Ptr dialog = Make(path->Url(L"a.qdk"));
+        const std::wstring url = path->Url(L"a.qdk");
+        const CParallel watchdog([&] {
+          EXPECT_TRUE(path->WaitForRequest(kLongLoop));
+          path.reset();  // from now on there is nothing at this address
+        });
+        if (peeks) {
+          EXPECT_FALSE(dialog->PeekContent(L".qdk"));
+        } else {
+          EXPECT_EQ(CallGuardedDialog([&] { return dialog->DoModal(nullptr); }), 3);
+        }
+        dialog.reset();
+        EXPECT_EQ(TakeMessages(), std::vector{NotAvailable(url)});
+        EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+        EXPECT_TRUE(TakePostedResults().empty());
+      });
+    }
+  }
+}
+
+TEST_F(LessonFaults, RedirectInALoopIsCancelledAtOnce) {
+  Checks().Run([&] {
+    std::optional<ScriptedPath> path(std::in_place, m_server, HttpAnswer().Redirect(L"again.qdk"));
+    CProgressDialog::Ptr dialog = Make(path->Url(L"a.qdk"));
+    const CParallel user([&] {
+      const HWND window = WaitForDialog(kDialogTitle);
+      EXPECT_TRUE(path->WaitForRequest(kLongLoop));
+      Click(window, IDCANCEL);
+    });
+    EXPECT_EQ(CallGuardedDialog([&] { return dialog->DoModal(nullptr); }), 2);
+    dialog.reset();
+    path.reset();  // and the worker that is left behind comes back from it
+    EXPECT_TRUE(WaitUntil("the worker's end", [&] { return LocksTaken() == 0; }));
+    EXPECT_TRUE(TakeMessages().empty());
+    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  });
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ TEST_F(LessonFaults, RefusedStatusIsUnavailable) {
 
 TEST_F(LessonFaults, AcceptedStatusLeavesItToTheBody) {
   std::vector<CLessonFault> faults;
-  for (const int status : {200, 201, 206, 400, 401, 429, 501, 502, 503, 504, 599}) {
+  for (const int status : {200, 201, 206, 400, 401, 407, 429, 501, 502, 503, 504, 599}) {
     const std::string name = std::to_string(status);
     faults.push_back({name + " with a lesson", Lesson(kSize).Status(status), LessonEnd::kDelivered,
                       LessonBytes(kSize)});

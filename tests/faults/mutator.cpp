@@ -5,9 +5,12 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tests/faults/quick_cut.h"
+
 namespace {
 
-constexpr int kDefaultCount = 10000;
+constexpr int kFullCount = 10000;
+constexpr int kQuickCount = 1000;
 
 unsigned ChooseSeed() {
   const char* const text = std::getenv("FOLIVO_FAULTS_SEED");
@@ -21,7 +24,10 @@ unsigned ChooseSeed() {
 
 int MutationCount() {
   const char* const text = std::getenv("FOLIVO_FAULTS_COUNT");
-  return text != nullptr ? std::atoi(text) : kDefaultCount;
+  if (text != nullptr) {
+    return std::atoi(text);
+  }
+  return IsQuickRun() ? kQuickCount : kFullCount;
 }
 
 unsigned MutationSeed() {

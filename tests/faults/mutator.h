@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-/// How many mutated inputs each test takes (FOLIVO_FAULTS_COUNT, 10,000 by default).
+/// How many mutated inputs each test takes (FOLIVO_FAULTS_COUNT; 10,000 by default, 1,000
+/// in a quick run).
 int MutationCount();
 /// The run's seed (FOLIVO_FAULTS_SEED, else a new one each run), which it prints.
 unsigned MutationSeed();
