@@ -12,7 +12,6 @@
 #include "detail/com_object.h"
 #include "detail/creators.h"
 #include "detail/dispatch_impl.h"
-#include "detail/error_info.h"
 #include "detail/object_map.h"
 #include "detail/object_root.h"
 #include "detail/object_with_site.h"

@@ -2,46 +2,12 @@
 
 #include <atlexcept.h>
 
-#include <cstddef>
-#include <type_traits>
 #include <utility>
 
 namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
 // conversions and results
-
-/// Makes *pp refer to `lp` and releases what it referred to before. Returns the new value.
-inline IUnknown* AtlComPtrAssign(IUnknown** pp, IUnknown* lp) {
-  if (pp == nullptr) {
-    return nullptr;
-  }
-  if (lp != nullptr) {
-    lp->AddRef();
-  }
-  // Released last: that may run code that looks at *pp.
-  IUnknown* const pOld = std::exchange(*pp, lp);
-  if (pOld != nullptr) {
-    pOld->Release();
-  }
-  return lp;
-}
-
-/// Makes *pp refer to the interface `riid` of `lp`, or null when it has none.
-inline IUnknown* AtlComQIPtrAssign(IUnknown** pp, IUnknown* lp, REFIID riid) {
-  if (pp == nullptr) {
-    return nullptr;
-  }
-  void* pNew = nullptr;
-  if (lp == nullptr || FAILED(lp->QueryInterface(riid, &pNew))) {
-    pNew = nullptr;
-  }
-  IUnknown* const pOld = std::exchange(*pp, static_cast<IUnknown*>(pNew));
-  if (pOld != nullptr) {
-    pOld->Release();
-  }
-  return *pp;
-}
 
 /// Owner of one reference to a COM object. Not for use by two threads at a time.
 template <class T>
@@ -70,7 +36,6 @@ class CComPtrBase {
     return &p;
   }
   bool operator!() const noexcept { return p == nullptr; }
-  bool operator<(T* pT) const noexcept { return p < pT; }
   bool operator==(T* pT) const noexcept { return p == pT; }
   bool operator!=(T* pT) const noexcept { return p != pT; }
 
@@ -113,12 +78,6 @@ class CComPtrBase {
     return ::CoCreateInstance(rclsid, pUnkOuter, dwClsContext, __uuidof(T),
                               reinterpret_cast<void**>(&p));
   }
-  HRESULT CoCreateInstance(LPCOLESTR szProgID, LPUNKNOWN pUnkOuter = nullptr,
-                           DWORD dwClsContext = CLSCTX_ALL) noexcept {
-    CLSID clsid;
-    const HRESULT hr = ::CLSIDFromProgID(szProgID, &clsid);
-    return FAILED(hr) ? hr : CoCreateInstance(clsid, pUnkOuter, dwClsContext);
-  }
   template <class Q>
   HRESULT QueryInterface(Q** pp) const noexcept {
     ATLASSERT(pp != nullptr);
@@ -157,7 +116,6 @@ class CComPtr : public CComPtrBase<T> {
   using CComPtrBase<T>::p;
 
   CComPtr() noexcept = default;
-  CComPtr(std::nullptr_t) noexcept {}
   CComPtr(T* lp) noexcept : CComPtrBase<T>(lp) {}
   CComPtr(const CComPtr& lp) noexcept : CComPtrBase<T>(lp.p) {}
   CComPtr(CComPtr&& lp) noexcept { p = lp.Detach(); }
@@ -171,82 +129,29 @@ class CComPtr : public CComPtrBase<T> {
     CComPtr(std::move(lp)).Swap(*this);
     return p;
   }
-  /// Asks the other object for T; null when it has no such interface.
-  template <class Q>
-  T* operator=(const CComPtr<Q>& lp) noexcept {
-    CComPtr pNew;
-    if (lp.p != nullptr &&
-        FAILED(lp.p->QueryInterface(__uuidof(T), reinterpret_cast<void**>(&pNew.p)))) {
-      pNew.p = nullptr;
-    }
-    pNew.Swap(*this);
-    return p;
-  }
 
  private:
   void Swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 };
 
-/// The interface identifier behind CComQIPtr's parameters.
-template <class T, const IID* piid>
-struct CIidOf {
-  static REFIID Get() noexcept { return *piid; }
-};
+/// CComPtr that asks any object it is given for T; null when that has no such interface.
 template <class T>
-struct CIidOf<T, nullptr> {
-  static REFIID Get() noexcept { return __uuidof(T); }
-};
-
-/// CComPtr that asks any object it is given for T. `piid` names the interface for types without
-/// `__uuidof`; null means `__uuidof(T)`, which GCC does not accept as a template argument.
-template <class T, const IID* piid = nullptr>
 class CComQIPtr : public CComPtr<T> {
  public:
   using CComPtr<T>::p;
 
   CComQIPtr() noexcept = default;
-  CComQIPtr(std::nullptr_t) noexcept {}
-  CComQIPtr(T* lp) noexcept { p = Referenced(lp); }
-  CComQIPtr(const CComQIPtr& lp) noexcept = default;
-  CComQIPtr(CComQIPtr&& lp) noexcept = default;
-  CComQIPtr(IUnknown* lp) noexcept
-    requires(!std::is_same_v<T, IUnknown>)
-  {
-    p = Queried(lp);
-  }
+  CComQIPtr(IUnknown* lp) noexcept { p = Queried(lp); }
 
-  T* operator=(T* lp) noexcept {
-    this->Attach(Referenced(lp));
-    return p;
-  }
-  T* operator=(const CComQIPtr& lp) noexcept { return *this = lp.p; }
-  T* operator=(CComQIPtr&& lp) noexcept {
-    CComPtr<T>::operator=(static_cast<CComPtr<T>&&>(lp));
-    return p;
-  }
-  T* operator=(IUnknown* lp) noexcept
-    requires(!std::is_same_v<T, IUnknown>)
-  {
+  T* operator=(IUnknown* lp) noexcept {
     this->Attach(Queried(lp));
     return p;
   }
 
  private:
-  /// The pointer itself, except that IUnknown stands for the object's identity, which any other
-  /// interface pointer passes for without being it.
-  static T* Referenced(T* lp) noexcept {
-    if constexpr (std::is_same_v<T, IUnknown>) {
-      return Queried(lp);
-    } else {
-      if (lp != nullptr) {
-        lp->AddRef();
-      }
-      return lp;
-    }
-  }
   static T* Queried(IUnknown* lp) noexcept {
     void* pNew = nullptr;
-    if (lp == nullptr || FAILED(lp->QueryInterface(CIidOf<T, piid>::Get(), &pNew))) {
+    if (lp == nullptr || FAILED(lp->QueryInterface(__uuidof(T), &pNew))) {
       return nullptr;
     }
     return static_cast<T*>(pNew);

@@ -50,72 +50,25 @@ class CComAutoCriticalSection : public CComCriticalSection {
   using CComCriticalSection::Term;
 };
 
-/// Critical section with an Init that may fail or never run, and a Term that is safe either way.
-class CComSafeDeleteCriticalSection : public CComCriticalSection {
- public:
-  CComSafeDeleteCriticalSection() noexcept = default;
-  ~CComSafeDeleteCriticalSection() { Term(); }
-
-  HRESULT Init() noexcept {
-    ATLASSERT(!m_bInitialized);
-    const HRESULT hr = CComCriticalSection::Init();
-    m_bInitialized = SUCCEEDED(hr);
-    return hr;
-  }
-  HRESULT Term() noexcept {
-    if (!m_bInitialized) {
-      return S_OK;
-    }
-    m_bInitialized = false;
-    return CComCriticalSection::Term();
-  }
-  HRESULT Lock() noexcept {
-    ATLASSERT(m_bInitialized);
-    return CComCriticalSection::Lock();
-  }
-
- private:
-  bool m_bInitialized = false;
-};
-
-/// Holds a lock from construction (or Lock) to Unlock or the end of the scope.
+/// Holds a lock for its scope. The constructor throws CAtlException when it does not get it.
 template <class TLock>
 class CComCritSecLock {
  public:
-  explicit CComCritSecLock(TLock& cs, bool bInitialLock = true) : m_cs(cs) {
-    if (bInitialLock) {
-      const HRESULT hr = Lock();
-      if (FAILED(hr)) {
-        AtlThrow(hr);
-      }
+  explicit CComCritSecLock(TLock& cs) : m_cs(cs) {
+    const HRESULT hr = m_cs.Lock();
+    if (FAILED(hr)) {
+      AtlThrow(hr);
     }
   }
-  ~CComCritSecLock() {
-    if (m_bLocked) {
-      Unlock();
-    }
-  }
+  ~CComCritSecLock() { m_cs.Unlock(); }
   CComCritSecLock(const CComCritSecLock&) = delete;
   CComCritSecLock& operator=(const CComCritSecLock&) = delete;
 
-  HRESULT Lock() noexcept {
-    ATLASSERT(!m_bLocked);
-    const HRESULT hr = m_cs.Lock();
-    m_bLocked = SUCCEEDED(hr);
-    return hr;
-  }
-  void Unlock() noexcept {
-    ATLASSERT(m_bLocked);
-    m_cs.Unlock();
-    m_bLocked = false;
-  }
-
  private:
   TLock& m_cs;
-  bool m_bLocked = false;
 };
 
-/// Knows the handle of the module this code was linked into and where its resources are.
+/// Knows the handle of the module this code was linked into, which has its resources, too.
 class CAtlBaseModule {
  public:
   /// Set when something that every module needs could not be made; such a module does not load.
@@ -124,19 +77,7 @@ class CAtlBaseModule {
   constexpr CAtlBaseModule() noexcept = default;
 
   HINSTANCE GetModuleInstance() const noexcept { return reinterpret_cast<HINSTANCE>(&__ImageBase); }
-  /// The module itself unless SetResourceInstance named another one.
-  HINSTANCE GetResourceInstance() const noexcept {
-    return m_hInstResource != nullptr ? m_hInstResource : GetModuleInstance();
-  }
-  /// Returns the instance used so far. Not for use while another thread loads resources.
-  HINSTANCE SetResourceInstance(HINSTANCE hInst) noexcept {
-    const HINSTANCE hPrevious = GetResourceInstance();
-    m_hInstResource = hInst;
-    return hPrevious;
-  }
-
- private:
-  HINSTANCE m_hInstResource = nullptr;
+  HINSTANCE GetResourceInstance() const noexcept { return GetModuleInstance(); }
 };
 
 inline constinit CAtlBaseModule _AtlBaseModule;

@@ -14,20 +14,9 @@
 #define ATLASSERT(expr) assert(expr)
 #endif
 
-/// Evaluates `expr` in every build and asserts its truth.
-#ifdef NDEBUG
-#define ATLVERIFY(expr) (static_cast<void>(expr))
-#else
-#define ATLVERIFY(expr) ATLASSERT(expr)
-#endif
-
 /// Throws CAtlException(hr) unless `expr` holds; needs atlexcept.h at the point of use.
 #define ATLENSURE_THROW(expr, hr) ((expr) ? static_cast<void>(0) : ATL::AtlThrow(hr))
 #define ATLENSURE(expr) ATLENSURE_THROW(expr, E_FAIL)
-
-/// Tracing goes nowhere: a debugger shows the calls, and a browser's output window is shared.
-#define ATLTRACE(...) (static_cast<void>(0))
-#define ATLTRACE2(...) (static_cast<void>(0))
 
 /// The hint has no counterpart in GCC; the vtable is simply emitted.
 #define ATL_NO_VTABLE

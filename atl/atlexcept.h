@@ -4,17 +4,12 @@
 
 namespace ATL {
 
-// NOLINTBEGIN(google-explicit-constructor): ATL documents this conversion
-
 /// The one exception type of the library: a failure code, nothing else.
 class CAtlException {
  public:
-  CAtlException() noexcept = default;
   explicit CAtlException(HRESULT hr) noexcept : m_hr(hr) {}
 
-  operator HRESULT() const noexcept { return m_hr; }
-
-  HRESULT m_hr = E_FAIL;
+  HRESULT m_hr;
 };
 
 /// Throws CAtlException(hr).
@@ -27,7 +22,5 @@ inline HRESULT AtlHresultFromLastError() noexcept { return AtlHresultFromWin32(:
 
 /// Throws CAtlException with the thread's last error.
 [[noreturn]] ATL_NOINLINE inline void AtlThrowLastWin32() { AtlThrow(AtlHresultFromLastError()); }
-
-// NOLINTEND(google-explicit-constructor)
 
 }  // namespace ATL

@@ -1,28 +1,19 @@
 #pragma once
 
-#include <atlbase.h>
+#include <atldef.h>
 
 namespace ATL {
 
 /// What has a message map.
 class ATL_NO_VTABLE CMessageMap {
  public:
-  /// TRUE when the message was handled; lResult is then its result. dwMsgMapID selects the map.
+  /// TRUE when the message was handled; lResult is then its result. A class has one map, so that
+  /// dwMsgMapID is 0.
   virtual BOOL ProcessWindowMessage(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam,
                                     LRESULT& lResult, DWORD dwMsgMapID) = 0;
 
  protected:
   ~CMessageMap() = default;  // never deleted through this base
-};
-
-/// The message being processed.
-struct _ATL_MSG : MSG {
-  _ATL_MSG(HWND hWnd, UINT uMsg, WPARAM wParamIn, LPARAM lParamIn) noexcept : MSG{} {
-    hwnd = hWnd;
-    message = uMsg;
-    wParam = wParamIn;
-    lParam = lParamIn;
-  }
 };
 
 }  // namespace ATL
@@ -44,25 +35,13 @@ struct _ATL_MSG : MSG {
   ATL_MSG_MAP_DECLARATION_BEGIN                                                             \
   BOOL ProcessWindowMessage([[maybe_unused]] HWND hWnd, [[maybe_unused]] UINT uMsg,         \
                             [[maybe_unused]] WPARAM wParam, [[maybe_unused]] LPARAM lParam, \
-                            [[maybe_unused]] LRESULT& lResult, DWORD dwMsgMapID = 0) {      \
+                            [[maybe_unused]] LRESULT& lResult, DWORD /*dwMsgMapID*/ = 0) {  \
     ATL_MSG_MAP_DECLARATION_END                                                             \
-    [[maybe_unused]] BOOL bHandled = TRUE;                                                  \
-    switch (dwMsgMapID) {                                                                   \
-      case 0:
-
-/// Starts an alternate map, reached with dwMsgMapID == msgMapID.
-#define ALT_MSG_MAP(msgMapID) \
-  break;                      \
-  case (msgMapID):
+    [[maybe_unused]] BOOL bHandled = TRUE;
 
 #define END_MSG_MAP() \
-  break;              \
-  default:            \
-    ATLASSERT(FALSE); \
-    break;            \
-    }                 \
-    return FALSE;     \
-    }
+  return FALSE;       \
+  }
 
 /// Calls a handler when `condition` holds. It may clear bHandled to let the message go on.
 #define ATL_MSG_MAP_ENTRY(condition, call) \
@@ -77,35 +56,17 @@ struct _ATL_MSG : MSG {
 /// LRESULT func(UINT uMsg, WPARAM wParam, LPARAM lParam, BOOL& bHandled)
 #define MESSAGE_HANDLER(msg, func) \
   ATL_MSG_MAP_ENTRY(uMsg == (msg), func(uMsg, wParam, lParam, bHandled))
-#define MESSAGE_RANGE_HANDLER(msgFirst, msgLast, func) \
-  ATL_MSG_MAP_ENTRY(uMsg >= (msgFirst) && uMsg <= (msgLast), func(uMsg, wParam, lParam, bHandled))
 
 /// LRESULT func(WORD wNotifyCode, WORD wID, HWND hWndCtl, BOOL& bHandled)
-#define ATL_COMMAND_ENTRY(condition, func) \
-  ATL_MSG_MAP_ENTRY(                       \
-      uMsg == WM_COMMAND && (condition),   \
+#define COMMAND_HANDLER(id, code, func)                                         \
+  ATL_MSG_MAP_ENTRY(                                                            \
+      uMsg == WM_COMMAND && (id) == LOWORD(wParam) && (code) == HIWORD(wParam), \
       func(HIWORD(wParam), LOWORD(wParam), reinterpret_cast<HWND>(lParam), bHandled))
-#define COMMAND_HANDLER(id, code, func) \
-  ATL_COMMAND_ENTRY((id) == LOWORD(wParam) && (code) == HIWORD(wParam), func)
-#define COMMAND_ID_HANDLER(id, func) ATL_COMMAND_ENTRY((id) == LOWORD(wParam), func)
-#define COMMAND_CODE_HANDLER(code, func) ATL_COMMAND_ENTRY((code) == HIWORD(wParam), func)
-#define COMMAND_RANGE_HANDLER(idFirst, idLast, func) \
-  ATL_COMMAND_ENTRY(LOWORD(wParam) >= (idFirst) && LOWORD(wParam) <= (idLast), func)
 
-/// LRESULT func(int idCtrl, LPNMHDR pnmh, BOOL& bHandled)
-#define NOTIFY_HANDLER(id, cd, func)                                                          \
-  ATL_MSG_MAP_ENTRY(uMsg == WM_NOTIFY && (id) == reinterpret_cast<LPNMHDR>(lParam)->idFrom && \
-                        (cd) == reinterpret_cast<LPNMHDR>(lParam)->code,                      \
-                    func(static_cast<int>(wParam), reinterpret_cast<LPNMHDR>(lParam), bHandled))
-
-/// Goes on in a base class's map, or in one of a base's alternate maps.
+/// Goes on in a base class's map.
 #define CHAIN_MSG_MAP(theChainClass)                                              \
   if (theChainClass::ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult)) { \
     return TRUE;                                                                  \
-  }
-#define CHAIN_MSG_MAP_ALT(theChainClass, msgMapID)                                          \
-  if (theChainClass::ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult, msgMapID)) { \
-    return TRUE;                                                                            \
   }
 
 /// Gives messages that the parent window reflects to its child (OCM_ messages) the default

@@ -15,23 +15,11 @@ class CRegKey {
   CRegKey() noexcept = default;
   explicit CRegKey(HKEY hKey) noexcept : m_hKey(hKey) {}
   CRegKey(const CRegKey&) = delete;
-  CRegKey(CRegKey&& key) noexcept
-      : m_hKey(key.Detach()), m_samWOW64(std::exchange(key.m_samWOW64, 0)) {}
   ~CRegKey() { Close(); }
   CRegKey& operator=(const CRegKey&) = delete;
-  CRegKey& operator=(CRegKey&& key) noexcept {
-    std::swap(m_hKey, key.m_hKey);
-    std::swap(m_samWOW64, key.m_samWOW64);
-    return *this;
-  }
 
   operator HKEY() const noexcept { return m_hKey; }
 
-  void Attach(HKEY hKey) noexcept {
-    ATLASSERT(m_hKey == nullptr);
-    m_hKey = hKey;
-    m_samWOW64 = 0;
-  }
   HKEY Detach() noexcept { return std::exchange(m_hKey, nullptr); }
   LONG Close() noexcept {
     const HKEY hKey = Detach();
@@ -58,87 +46,12 @@ class CRegKey {
     return nResult == ERROR_SUCCESS ? Replace(hKey, samDesired) : nResult;
   }
 
-  /// A null value name stands for the key's default value throughout.
-  LONG SetStringValue(LPCTSTR pszValueName, LPCTSTR pszValue, DWORD dwType = REG_SZ) noexcept {
-    if (pszValue == nullptr) {
-      return ERROR_INVALID_DATA;
-    }
-    ATLASSERT(dwType == REG_SZ || dwType == REG_EXPAND_SZ);
-    return SetValue(pszValueName, dwType, pszValue,
-                    static_cast<ULONG>((::lstrlen(pszValue) + 1) * sizeof(TCHAR)));
-  }
-  LONG SetDWORDValue(LPCTSTR pszValueName, DWORD dwValue) noexcept {
-    return SetValue(pszValueName, REG_DWORD, &dwValue, sizeof(dwValue));
-  }
+  /// A null value name stands for the key's default value.
   LONG SetValue(LPCTSTR pszValueName, DWORD dwType, const void* pValue, ULONG nBytes) noexcept {
     ATLASSERT(m_hKey != nullptr);
     return ::RegSetValueEx(m_hKey, pszValueName, 0, dwType, static_cast<const BYTE*>(pValue),
                            nBytes);
   }
-  /// Creates the subkey and sets one string value in it.
-  LONG SetKeyValue(LPCTSTR lpszKeyName, LPCTSTR lpszValue,
-                   LPCTSTR lpszValueName = nullptr) noexcept {
-    CRegKey key;
-    const LONG nResult = key.Create(m_hKey, lpszKeyName);
-    return nResult == ERROR_SUCCESS ? key.SetStringValue(lpszValueName, lpszValue) : nResult;
-  }
-
-  /// Reads a string (REG_SZ or REG_EXPAND_SZ, not expanded). *pnChars: room in characters in,
-  /// length with the terminator out. A null pszValue asks for the length. ERROR_MORE_DATA when it
-  /// does not fit, ERROR_INVALID_DATA for another type.
-  LONG QueryStringValue(LPCTSTR pszValueName, LPTSTR pszValue, ULONG* pnChars) noexcept {
-    if (pnChars == nullptr) {
-      return ERROR_INVALID_PARAMETER;
-    }
-    const ULONG nRoom = pszValue == nullptr ? 0 : *pnChars;
-    *pnChars = 0;
-    DWORD dwType = REG_NONE;
-    ULONG nBytes = nRoom * sizeof(TCHAR);
-    const LONG nResult = QueryValue(pszValueName, &dwType, pszValue, &nBytes);
-    if (nResult != ERROR_SUCCESS && nResult != ERROR_MORE_DATA) {
-      return nResult;
-    }
-    if (dwType != REG_SZ && dwType != REG_EXPAND_SZ) {
-      return ERROR_INVALID_DATA;
-    }
-    ULONG nChars = nBytes / sizeof(TCHAR);
-    if (pszValue != nullptr && nResult == ERROR_SUCCESS) {
-      // The registry keeps what was written: the terminator may be missing.
-      if (nChars == 0 || pszValue[nChars - 1] != 0) {
-        if (nChars >= nRoom) {
-          *pnChars = nChars + 1;
-          return ERROR_MORE_DATA;
-        }
-        pszValue[nChars++] = 0;
-      }
-    }
-    *pnChars = nChars;
-    return nResult;
-  }
-  LONG QueryDWORDValue(LPCTSTR pszValueName, DWORD& dwValue) noexcept {
-    DWORD dwType = REG_NONE;
-    DWORD dwRead = 0;
-    ULONG nBytes = sizeof(dwRead);
-    const LONG nResult = QueryValue(pszValueName, &dwType, &dwRead, &nBytes);
-    if (nResult != ERROR_SUCCESS) {
-      return nResult;
-    }
-    if (dwType != REG_DWORD || nBytes != sizeof(dwRead)) {
-      return ERROR_INVALID_DATA;
-    }
-    dwValue = dwRead;
-    return ERROR_SUCCESS;
-  }
-  LONG QueryValue(LPCTSTR pszValueName, DWORD* pdwType, void* pData, ULONG* pnBytes) noexcept {
-    ATLASSERT(m_hKey != nullptr);
-    return ::RegQueryValueEx(m_hKey, pszValueName, nullptr, pdwType, static_cast<BYTE*>(pData),
-                             pnBytes);
-  }
-  LONG DeleteValue(LPCTSTR lpszValue) noexcept {
-    ATLASSERT(m_hKey != nullptr);
-    return ::RegDeleteValue(m_hKey, lpszValue);
-  }
-
   /// Name of the iIndex-th subkey. *pnNameLength: room in characters in, length without the
   /// terminator out. ERROR_NO_MORE_ITEMS behind the last one.
   LONG EnumKey(DWORD iIndex, LPTSTR pszName, LPDWORD pnNameLength,

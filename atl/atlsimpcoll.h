@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
-#include <utility>
 
 namespace ATL {
 
@@ -18,22 +17,11 @@ template <class T>
 class CSimpleArray {
  public:
   CSimpleArray() noexcept = default;
-  CSimpleArray(const CSimpleArray& src) { *this = src; }
-  CSimpleArray& operator=(const CSimpleArray& src) {
-    if (this != &src) {
-      RemoveAll();
-      for (int i = 0; i < src.m_nSize; ++i) {
-        if (!Add(src.m_aT[i])) {
-          AtlThrow(E_OUTOFMEMORY);
-        }
-      }
-    }
-    return *this;
-  }
+  CSimpleArray(const CSimpleArray&) = delete;
+  CSimpleArray& operator=(const CSimpleArray&) = delete;
   ~CSimpleArray() { RemoveAll(); }
 
   int GetSize() const noexcept { return m_nSize; }
-  T* GetData() const noexcept { return m_aT; }
 
   /// FALSE when out of memory. `t` may be an element of this array.
   BOOL Add(const T& t) {
@@ -61,42 +49,12 @@ class CSimpleArray {
     return TRUE;
   }
 
-  /// The index of the first element equal to `t`, or -1.
-  int Find(const T& t) const {
-    for (int i = 0; i < m_nSize; ++i) {
-      if (m_aT[i] == t) {
-        return i;
-      }
-    }
-    return -1;
-  }
-  BOOL Remove(const T& t) {
-    const int nIndex = Find(t);
-    return nIndex < 0 ? FALSE : RemoveAt(nIndex);
-  }
-  BOOL RemoveAt(int nIndex) {
-    if (nIndex < 0 || nIndex >= m_nSize) {
-      return FALSE;
-    }
-    for (int i = nIndex; i + 1 < m_nSize; ++i) {
-      m_aT[i] = std::move(m_aT[i + 1]);
-    }
-    std::destroy_at(m_aT + --m_nSize);
-    return TRUE;
-  }
   void RemoveAll() noexcept {
     std::destroy_n(m_aT, m_nSize);
     std::free(m_aT);
     m_aT = nullptr;
     m_nSize = 0;
     m_nAllocSize = 0;
-  }
-  BOOL SetAtIndex(int nIndex, const T& t) {
-    if (nIndex < 0 || nIndex >= m_nSize) {
-      return FALSE;
-    }
-    m_aT[nIndex] = t;
-    return TRUE;
   }
 
   /// An index outside the array throws CAtlException(E_INVALIDARG).

@@ -17,7 +17,7 @@ namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
 
-/// The names by which string code speaks of its own ("X") and of the other ("Y") character type.
+/// The names by which string code speaks of its character type.
 template <typename BaseType>
 struct ChTraitsBase;
 
@@ -26,9 +26,6 @@ struct ChTraitsBase<char> {
   using XCHAR = char;
   using PXSTR = LPSTR;
   using PCXSTR = LPCSTR;
-  using YCHAR = wchar_t;
-  using PYSTR = LPWSTR;
-  using PCYSTR = LPCWSTR;
 };
 
 template <>
@@ -36,9 +33,6 @@ struct ChTraitsBase<wchar_t> {
   using XCHAR = wchar_t;
   using PXSTR = LPWSTR;
   using PCXSTR = LPCWSTR;
-  using YCHAR = char;
-  using PYSTR = LPSTR;
-  using PCYSTR = LPCSTR;
 };
 
 /// Header of a character buffer; the characters follow it. Strings share a buffer until one of
@@ -76,9 +70,6 @@ class CSimpleStringT {
   using XCHAR = typename ChTraitsBase<BaseType>::XCHAR;
   using PXSTR = typename ChTraitsBase<BaseType>::PXSTR;
   using PCXSTR = typename ChTraitsBase<BaseType>::PCXSTR;
-  using YCHAR = typename ChTraitsBase<BaseType>::YCHAR;
-  using PYSTR = typename ChTraitsBase<BaseType>::PYSTR;
-  using PCYSTR = typename ChTraitsBase<BaseType>::PCYSTR;
 
   CSimpleStringT() noexcept : m_pszData(Nil()) {}
   CSimpleStringT(const CSimpleStringT& strSrc) noexcept : m_pszData(strSrc.Share()) {}
@@ -98,22 +89,6 @@ class CSimpleStringT {
   }
   CSimpleStringT& operator=(CSimpleStringT&& strSrc) noexcept {
     std::swap(m_pszData, strSrc.m_pszData);
-    return *this;
-  }
-  CSimpleStringT& operator=(PCXSTR pszSrc) {
-    SetString(pszSrc);
-    return *this;
-  }
-  CSimpleStringT& operator+=(const CSimpleStringT& strSrc) {
-    Append(strSrc);
-    return *this;
-  }
-  CSimpleStringT& operator+=(PCXSTR pszSrc) {
-    Append(pszSrc);
-    return *this;
-  }
-  CSimpleStringT& operator+=(XCHAR ch) {
-    AppendChar(ch);
     return *this;
   }
 
@@ -152,7 +127,6 @@ class CSimpleStringT {
     std::memmove(pszBuffer, part.In(pszBuffer), Bytes(nLength));
     SetLength(nLength);
   }
-  void Append(PCXSTR pszSrc) { Append(pszSrc, StringLength(pszSrc)); }
   void Append(const CSimpleStringT& strSrc) {
     if (IsEmpty()) {
       *this = strSrc;  // shares the buffer instead of copying it
@@ -185,11 +159,6 @@ class CSimpleStringT {
       Reallocate(nNeeded);
     }
     return m_pszData;
-  }
-  PXSTR GetBufferSetLength(int nLength) {
-    const PXSTR pszBuffer = GetBuffer(nLength);
-    SetLength(nLength);
-    return pszBuffer;
   }
   void Preallocate(int nLength) { GetBuffer(nLength); }
   /// Ends the writing started by GetBuffer; -1 takes the length up to the first NUL.
@@ -288,10 +257,6 @@ class CSimpleStringT {
 
   PXSTR m_pszData;
 };
-
-using CSimpleStringA = CSimpleStringT<char>;
-using CSimpleStringW = CSimpleStringT<wchar_t>;
-using CSimpleString = CSimpleStringT<TCHAR>;
 
 // NOLINTEND(google-explicit-constructor)
 

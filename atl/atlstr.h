@@ -4,13 +4,8 @@
 
 namespace ATL {
 
-using CAtlStringW = CStringT<wchar_t, StrTraitATL<wchar_t>>;
-using CAtlStringA = CStringT<char, StrTraitATL<char>>;
-using CAtlString = CStringT<TCHAR, StrTraitATL<TCHAR>>;
-
-using CStringW = CAtlStringW;
-using CStringA = CAtlStringA;
-using CString = CAtlString;
+using CStringW = CStringT<wchar_t, StrTraitATL<wchar_t>>;
+using CStringA = CStringT<char, StrTraitATL<char>>;
 
 }  // namespace ATL
 

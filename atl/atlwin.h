@@ -1,6 +1,6 @@
 #pragma once
 
-// Windows: CWindow, message maps, CWindowImpl, CDialogImpl.
+// Windows: CWindow, message maps, CWindowImpl, dialogs.
 
 #include <atldialog.h>
 #include <atlmsgmap.h>

@@ -19,38 +19,27 @@ struct CWindowLink {
   CWindowLink* m_pNext = nullptr;
 };
 
-/// A window class that is registered when its first window is created.
+/// A window class that is registered when its first window is created, under a name made up for it.
+/// Stays where it is: the name tells it from others, also from those of other modules.
 struct CWndClassInfo {
-  WNDCLASSEX m_wc = {};
-  ATOM m_atom = 0;
-  TCHAR m_szAutoName[32] = {};
-
-  /// Returns the class, or 0 when it cannot be registered. The argument would receive the procedure
-  /// of a class to build on; classes here stand alone, so that it stays unchanged.
-  inline ATOM Register(WNDPROC* pProc);
-
-  /// Fills in what is known only at run time. A class without a name gets one of its own.
-  void Prepare() noexcept {
-    if (m_wc.lpszClassName == nullptr) {
-      ::wsprintf(m_szAutoName, TEXT("ATL:%p"), static_cast<void*>(this));
-      m_wc.lpszClassName = m_szAutoName;
-    }
+  /// pProc: takes the first message of every window of the class.
+  explicit CWndClassInfo(WNDPROC pProc) noexcept {
+    ::wsprintf(m_szName, TEXT("ATL:%p"), static_cast<void*>(this));
+    m_wc.cbSize = sizeof(m_wc);
+    m_wc.style = CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS;
+    m_wc.lpfnWndProc = pProc;
     m_wc.hInstance = _AtlBaseModule.GetModuleInstance();
     m_wc.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
+    m_wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW) + 1);
+    m_wc.lpszClassName = m_szName;
   }
-};
+  CWndClassInfo(const CWndClassInfo&) = delete;
+  CWndClassInfo& operator=(const CWndClassInfo&) = delete;
 
-/// The class information that DECLARE_WND_CLASS asks for. `nBackground` is a COLOR_ constant.
-inline CWndClassInfo AtlWndClass(LPCTSTR lpszName, UINT nStyle, int nBackground,
-                                 WNDPROC pProc) noexcept {
-  CWndClassInfo info = {};
-  info.m_wc.cbSize = sizeof(info.m_wc);
-  info.m_wc.style = nStyle;
-  info.m_wc.lpfnWndProc = pProc;
-  info.m_wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(nBackground) + 1);
-  info.m_wc.lpszClassName = lpszName;
-  return info;
-}
+  TCHAR m_szName[32] = {};
+  WNDCLASSEX m_wc = {};
+  ATOM m_atom = 0;
+};
 
 /// The module's windows. Functions may be called by any thread.
 class CAtlWinModule {
@@ -119,7 +108,6 @@ class CAtlWinModule {
   ATOM RegisterClassOnce(CWndClassInfo& info) {
     const CScope scope(m_lock);
     if (info.m_atom == 0) {
-      info.Prepare();
       info.m_atom = ::RegisterClassEx(&info.m_wc);
       if (info.m_atom != 0) {
         m_classes.Add(info.m_atom);
@@ -162,8 +150,6 @@ class CAtlWinModule {
 };
 
 inline CAtlWinModule _AtlWinModule;
-
-inline ATOM CWndClassInfo::Register(WNDPROC*) { return _AtlWinModule.RegisterClassOnce(*this); }
 
 /// An announcement that is withdrawn at the end of the scope if no window took it.
 class CCreateWndScope {

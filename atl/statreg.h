@@ -53,37 +53,23 @@ class CRegObject : public IRegistrarBase {
     return S_OK;
   }
 
+  /// Runs the script in a resource of a module, whose code is not run.
   HRESULT ResourceRegister(LPCOLESTR resFileName, UINT nID, LPCOLESTR szType) noexcept {
-    return ResourceRegisterSz(resFileName, MAKEINTRESOURCEW(nID), szType);
-  }
-  HRESULT ResourceRegisterSz(LPCOLESTR resFileName, LPCOLESTR szID, LPCOLESTR szType) noexcept {
-    return RunResource(resFileName, szID, szType, true);
+    return RunResource(resFileName, nID, szType, true);
   }
   HRESULT ResourceUnregister(LPCOLESTR resFileName, UINT nID, LPCOLESTR szType) noexcept {
-    return ResourceUnregisterSz(resFileName, MAKEINTRESOURCEW(nID), szType);
+    return RunResource(resFileName, nID, szType, false);
   }
-  HRESULT ResourceUnregisterSz(LPCOLESTR resFileName, LPCOLESTR szID, LPCOLESTR szType) noexcept {
-    return RunResource(resFileName, szID, szType, false);
-  }
-  HRESULT FileRegister(LPCOLESTR fileName) noexcept { return RunFile(fileName, true); }
-  HRESULT FileUnregister(LPCOLESTR fileName) noexcept { return RunFile(fileName, false); }
   HRESULT StringRegister(LPCOLESTR data) noexcept { return RunString(data, true); }
   HRESULT StringUnregister(LPCOLESTR data) noexcept { return RunString(data, false); }
 
  private:
-  HRESULT RunResource(LPCOLESTR szModule, LPCOLESTR szName, LPCOLESTR szType,
-                      bool bRegister) noexcept {
-    if (szModule == nullptr || szName == nullptr || szType == nullptr) {
+  HRESULT RunResource(LPCOLESTR szModule, UINT nID, LPCOLESTR szType, bool bRegister) noexcept {
+    if (szModule == nullptr || szType == nullptr) {
       return E_INVALIDARG;
     }
     return detail::CallGuarded(
-        [&] { return Run(detail::ReadScriptResource(szModule, szName, szType), bRegister); });
-  }
-  HRESULT RunFile(LPCOLESTR szFile, bool bRegister) noexcept {
-    if (szFile == nullptr) {
-      return E_INVALIDARG;
-    }
-    return detail::CallGuarded([&] { return Run(detail::ReadScriptFile(szFile), bRegister); });
+        [&] { return Run(detail::ReadScriptResource(szModule, nID, szType), bRegister); });
   }
   HRESULT RunString(LPCOLESTR szScript, bool bRegister) noexcept {
     if (szScript == nullptr) {

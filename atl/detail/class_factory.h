@@ -8,7 +8,7 @@ namespace ATL {
 
 /// The class factory of every class that does not bring one of its own. Made with the class's
 /// creator by SetVoid.
-class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComGlobalsThreadModel> {
+class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComMultiThreadModel> {
  public:
   virtual ~CComClassFactory() = default;
 
@@ -43,28 +43,3 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComGloba
 };
 
 }  // namespace ATL
-
-// How a class is made and by what; one of each kind in a class. CComCoClass brings the first two.
-
-/// The factory lives in the object map, which is why its own reference does not count as a lock.
-#define DECLARE_CLASSFACTORY_EX(cf) \
-  using _ClassFactoryCreatorClass = ATL::CComCreator<ATL::CComObjectCached<cf>>;
-#define DECLARE_CLASSFACTORY() DECLARE_CLASSFACTORY_EX(ATL::CComClassFactory)
-
-#define DECLARE_AGGREGATABLE(x)                                      \
- public:                                                             \
-  typedef ATL::CComCreator2<ATL::CComCreator<ATL::CComObject<x>>,    \
-                            ATL::CComCreator<ATL::CComAggObject<x>>> \
-      _CreatorClass;
-#define DECLARE_NOT_AGGREGATABLE(x)                                      \
- public:                                                                 \
-  typedef ATL::CComCreator2<ATL::CComCreator<ATL::CComObject<x>>,        \
-                            ATL::CComFailCreator<CLASS_E_NOAGGREGATION>> \
-      _CreatorClass;
-#define DECLARE_ONLY_AGGREGATABLE(x)                                                               \
- public:                                                                                           \
-  typedef ATL::CComCreator2<ATL::CComFailCreator<E_FAIL>, ATL::CComCreator<ATL::CComAggObject<x>>> \
-      _CreatorClass;
-#define DECLARE_POLY_AGGREGATABLE(x) \
- public:                             \
-  using _CreatorClass = ATL::CComCreator<ATL::CComPolyObject<x>>;

@@ -2,14 +2,12 @@
 
 // COM maps: the table from which a class answers QueryInterface.
 
-#include <memory>
-
 #include "module_types.h"
 
 namespace ATL {
 
-/// One way to answer QueryInterface. A null piid makes a blind entry, asked for every interface. A
-/// table ends with a null pFunc.
+/// One way to answer QueryInterface. A null piid makes an entry that is asked for every interface.
+/// A table ends with a null pFunc.
 struct _ATL_INTMAP_ENTRY {
   const IID* piid;
   DWORD_PTR dw;
@@ -49,8 +47,8 @@ inline HRESULT WINAPI AtlInternalQueryInterface(void* pThis, const _ATL_INTMAP_E
   *ppvObject = nullptr;
   const bool wantsIdentity = InlineIsEqualUnknown(iid);
   for (; pEntries->pFunc != nullptr; ++pEntries) {
-    const bool isBlind = pEntries->piid == nullptr;
-    if (!wantsIdentity && !isBlind && !::IsEqualGUID(*pEntries->piid, iid)) {
+    const IID* const piid = pEntries->piid;
+    if (!wantsIdentity && piid != nullptr && !::IsEqualGUID(*piid, iid)) {
       continue;
     }
     if (pEntries->pFunc == _ATL_SIMPLEMAPENTRY) {
@@ -60,9 +58,8 @@ inline HRESULT WINAPI AtlInternalQueryInterface(void* pThis, const _ATL_INTMAP_E
       *ppvObject = pUnk;
       return S_OK;
     }
-    const HRESULT hr = pEntries->pFunc(pThis, iid, ppvObject, pEntries->dw);
-    if (hr == S_OK || (!isBlind && FAILED(hr))) {
-      return hr;
+    if (pEntries->pFunc(pThis, iid, ppvObject, pEntries->dw) == S_OK) {
+      return S_OK;
     }
   }
   return E_NOINTERFACE;
@@ -75,13 +72,6 @@ template <class Base, class Derived>
 inline const _ATL_CHAINDATA* ChainData() noexcept {
   static const _ATL_CHAINDATA data = {offsetofclass(Base, Derived), &Base::_GetEntries};
   return &data;
-}
-
-/// Distance of a member from the start of its object.
-template <class Class, class Member>
-DWORD_PTR OffsetOfMember(Member Class::* member) noexcept {
-  auto* const pObject = reinterpret_cast<Class*>(_ATL_PACKING);
-  return reinterpret_cast<DWORD_PTR>(std::addressof(pObject->*member)) - _ATL_PACKING;
 }
 
 }  // namespace detail
@@ -108,56 +98,33 @@ DWORD_PTR OffsetOfMember(Member Class::* member) noexcept {
   STDMETHOD_(ULONG, AddRef)() = 0;                                                             \
   STDMETHOD_(ULONG, Release)() = 0;                                                            \
   _ATL_END_UNMARKED_OVERRIDES                                                                  \
-  IUnknown* _GetRawUnknown() noexcept {                                                        \
+  IUnknown* GetUnknown() noexcept {                                                            \
     ATLASSERT(_GetEntries()[0].pFunc == _ATL_SIMPLEMAPENTRY);                                  \
     return reinterpret_cast<IUnknown*>(reinterpret_cast<DWORD_PTR>(this) + _GetEntries()->dw); \
   }                                                                                            \
-  IUnknown* GetUnknown() noexcept { return _GetRawUnknown(); }                                 \
   HRESULT _InternalQueryInterface(REFIID iid, void** ppvObject) {                              \
     return this->InternalQueryInterface(this, _GetEntries(), iid, ppvObject);                  \
   }                                                                                            \
   static const ATL::_ATL_INTMAP_ENTRY* WINAPI _GetEntries() noexcept {                         \
     static const ATL::_ATL_INTMAP_ENTRY _entries[] = {
-#define END_COM_MAP()   \
-  {                     \
-    nullptr, 0, nullptr \
-  }                     \
-  }                     \
-  ;                     \
-  return _entries;      \
+#define END_COM_MAP()     \
+  { nullptr, 0, nullptr } \
+  }                       \
+  ;                       \
+  return _entries;        \
   }
 
-#define _ATL_IIDOF(x) __uuidof(x)
-
 /// Interface x, a base class.
-#define COM_INTERFACE_ENTRY(x) \
-  {&_ATL_IIDOF(x), offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
+#define COM_INTERFACE_ENTRY(x) {&__uuidof(x), offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
 /// Base class x under another identifier: for base interfaces of x.
 #define COM_INTERFACE_ENTRY_IID(iid, x) {&iid, offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
 /// Interface x, which several base classes have: the one of base class x2.
 #define COM_INTERFACE_ENTRY2(x, x2)                                                        \
-  {&_ATL_IIDOF(x),                                                                         \
+  {&__uuidof(x),                                                                           \
    reinterpret_cast<DWORD_PTR>(                                                            \
        static_cast<x*>(static_cast<x2*>(reinterpret_cast<_ComMapClass*>(_ATL_PACKING)))) - \
        _ATL_PACKING,                                                                       \
    _ATL_SIMPLEMAPENTRY},
-#define COM_INTERFACE_ENTRY2_IID(iid, x, x2)                                               \
-  {&iid,                                                                                   \
-   reinterpret_cast<DWORD_PTR>(                                                            \
-       static_cast<x*>(static_cast<x2*>(reinterpret_cast<_ComMapClass*>(_ATL_PACKING)))) - \
-       _ATL_PACKING,                                                                       \
-   _ATL_SIMPLEMAPENTRY},
-/// A function decides: S_OK answers, any failure ends the query.
-#define COM_INTERFACE_ENTRY_FUNC(iid, dw, func) {&iid, dw, func},
-/// The same for every interface; a failure lets the query go on.
-#define COM_INTERFACE_ENTRY_FUNC_BLIND(dw, func) {nullptr, dw, func},
-/// Never this interface, whatever follows in the map.
-#define COM_INTERFACE_ENTRY_NOINTERFACE(x) {&_ATL_IIDOF(x), 0, _NoInterface},
-/// The object that member `punk` refers to, made part of this one.
-#define COM_INTERFACE_ENTRY_AGGREGATE(iid, punk) \
-  {&iid, ATL::detail::OffsetOfMember(&_ComMapClass::punk), _Delegate},
-#define COM_INTERFACE_ENTRY_AGGREGATE_BLIND(punk) \
-  {nullptr, ATL::detail::OffsetOfMember(&_ComMapClass::punk), _Delegate},
 /// The COM map of a base class.
 #define COM_INTERFACE_ENTRY_CHAIN(classname) \
   {nullptr, reinterpret_cast<DWORD_PTR>(ATL::detail::ChainData<classname, _ComMapClass>()), _Chain},

@@ -41,80 +41,6 @@ inline HRESULT CachedClassFactory(_ATL_COM_MODULE& module, const _ATL_OBJMAP_ENT
 
 }  // namespace detail
 
-/// What DllGetClassObject does.
-inline HRESULT AtlComModuleGetClassObject(_ATL_COM_MODULE* pComModule, REFCLSID rclsid, REFIID riid,
-                                          LPVOID* ppv) noexcept {
-  if (ppv == nullptr) {
-    return E_POINTER;
-  }
-  *ppv = nullptr;
-  if (pComModule == nullptr) {
-    return E_INVALIDARG;
-  }
-  if (pComModule->cbSize == 0) {
-    return E_UNEXPECTED;
-  }
-  HRESULT hr = S_OK;
-  for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-    const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-    if (entry.pfnGetClassObject == nullptr || !::IsEqualCLSID(rclsid, *entry.pclsid)) {
-      continue;
-    }
-    hr = detail::CallGuarded([&]() -> HRESULT {
-      IUnknown* pFactory = nullptr;
-      const HRESULT hrFactory = detail::CachedClassFactory(*pComModule, entry, &pFactory);
-      return pFactory != nullptr ? pFactory->QueryInterface(riid, ppv) : hrFactory;
-    });
-    break;
-  }
-  return *ppv == nullptr && SUCCEEDED(hr) ? CLASS_E_CLASSNOTAVAILABLE : hr;
-}
-
-/// Registers the module's classes, or the one named, and the type library if that is asked for.
-/// Stops at the first failure and returns it.
-inline HRESULT AtlComModuleRegisterServer(_ATL_COM_MODULE* pComModule, BOOL bRegTypeLib,
-                                          const CLSID* pCLSID) noexcept {
-  if (pComModule == nullptr) {
-    return E_INVALIDARG;
-  }
-  for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-    const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-    if (pCLSID != nullptr && !::IsEqualCLSID(*pCLSID, *entry.pclsid)) {
-      continue;
-    }
-    HRESULT hr = entry.pfnUpdateRegistry(TRUE);
-    if (SUCCEEDED(hr)) {
-      hr = AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), TRUE);
-    }
-    if (FAILED(hr)) {
-      return hr;
-    }
-  }
-  return bRegTypeLib ? AtlRegisterTypeLib(pComModule->m_hInstTypeLib, nullptr) : S_OK;
-}
-
-/// Takes back what AtlComModuleRegisterServer wrote, with the same rule for failures.
-inline HRESULT AtlComModuleUnregisterServer(_ATL_COM_MODULE* pComModule, BOOL bUnRegTypeLib,
-                                            const CLSID* pCLSID) noexcept {
-  if (pComModule == nullptr) {
-    return E_INVALIDARG;
-  }
-  for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-    const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-    if (pCLSID != nullptr && !::IsEqualCLSID(*pCLSID, *entry.pclsid)) {
-      continue;
-    }
-    HRESULT hr = AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), FALSE);
-    if (SUCCEEDED(hr)) {
-      hr = entry.pfnUpdateRegistry(FALSE);
-    }
-    if (FAILED(hr)) {
-      return hr;
-    }
-  }
-  return bUnRegTypeLib ? AtlUnRegisterTypeLib(pComModule->m_hInstTypeLib, nullptr) : S_OK;
-}
-
 /// The module as a COM server: its object map, its class factories, its registration.
 class CAtlComModule : public _ATL_COM_MODULE {
  public:
@@ -145,31 +71,59 @@ class CAtlComModule : public _ATL_COM_MODULE {
     cbSize = 0;
   }
 
+  /// What DllGetClassObject does.
   HRESULT GetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
-    return AtlComModuleGetClassObject(this, rclsid, riid, ppv);
-  }
-  HRESULT RegisterServer(BOOL bRegTypeLib = FALSE, const CLSID* pCLSID = nullptr) noexcept {
-    return AtlComModuleRegisterServer(this, bRegTypeLib, pCLSID);
-  }
-  HRESULT UnregisterServer(BOOL bUnRegTypeLib = FALSE, const CLSID* pCLSID = nullptr) noexcept {
-    return AtlComModuleUnregisterServer(this, bUnRegTypeLib, pCLSID);
-  }
-  HRESULT RegisterTypeLib() noexcept { return AtlRegisterTypeLib(m_hInstTypeLib, nullptr); }
-  HRESULT RegisterTypeLib(LPCTSTR lpszIndex) noexcept {
-    return AtlRegisterTypeLib(m_hInstTypeLib, lpszIndex);
-  }
-  HRESULT UnRegisterTypeLib() noexcept { return AtlUnRegisterTypeLib(m_hInstTypeLib, nullptr); }
-  HRESULT UnRegisterTypeLib(LPCTSTR lpszIndex) noexcept {
-    return AtlUnRegisterTypeLib(m_hInstTypeLib, lpszIndex);
-  }
-
-  /// Tells every class that the module starts or ends.
-  void ExecuteObjectMain(bool bStarting) noexcept {
+    if (ppv == nullptr) {
+      return E_POINTER;
+    }
+    *ppv = nullptr;
+    if (cbSize == 0) {
+      return E_UNEXPECTED;
+    }
+    HRESULT hr = S_OK;
     for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-      if (pNode->Entry().pfnObjectMain != nullptr) {
-        pNode->Entry().pfnObjectMain(bStarting);
+      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
+      if (::IsEqualCLSID(rclsid, *entry.pclsid)) {
+        hr = detail::CallGuarded([&]() -> HRESULT {
+          IUnknown* pFactory = nullptr;
+          const HRESULT hrFactory = detail::CachedClassFactory(*this, entry, &pFactory);
+          return pFactory != nullptr ? pFactory->QueryInterface(riid, ppv) : hrFactory;
+        });
+        break;
       }
     }
+    return *ppv == nullptr && SUCCEEDED(hr) ? CLASS_E_CLASSNOTAVAILABLE : hr;
+  }
+
+  /// Registers the module's classes, and the type library if that is asked for. Stops at the first
+  /// failure and returns it.
+  HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
+    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
+      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
+      HRESULT hr = entry.pfnUpdateRegistry(TRUE);
+      if (SUCCEEDED(hr)) {
+        hr = AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), TRUE);
+      }
+      if (FAILED(hr)) {
+        return hr;
+      }
+    }
+    return bRegTypeLib ? AtlRegisterTypeLib(m_hInstTypeLib, nullptr) : S_OK;
+  }
+  /// Takes back what RegisterServer wrote, with the same rule for failures.
+  HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
+    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
+      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
+      HRESULT hr =
+          AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), FALSE);
+      if (SUCCEEDED(hr)) {
+        hr = entry.pfnUpdateRegistry(FALSE);
+      }
+      if (FAILED(hr)) {
+        return hr;
+      }
+    }
+    return bUnRegTypeLib ? AtlUnRegisterTypeLib(m_hInstTypeLib, nullptr) : S_OK;
   }
 };
 

@@ -12,7 +12,7 @@ namespace ATL {
 /// Where in the container the control is, as its site tells.
 class CComControlBase::CWindowContext {
  public:
-  explicit CWindowContext(IOleInPlaceSiteWindowless* pSite) {
+  explicit CWindowContext(IOleInPlaceSiteEx* pSite) {
     OLEINPLACEFRAMEINFO frameInfo = {};
     frameInfo.cb = sizeof(frameInfo);
     m_hr = pSite->GetWindowContext(&m_pFrame, &m_pDoc, &m_rcPos, &m_rcClip, &frameInfo);
@@ -48,42 +48,30 @@ inline void CComControlBase::SetControlSite(IOleClientSite* pClientSite) {
   if (!m_bInPlaceActive) {
     // It is the old site's.
     m_spInPlaceSite.Release();
-    m_bNegotiatedWnd = FALSE;
-    m_bWndLess = FALSE;
     m_bInPlaceSiteEx = FALSE;
   }
 }
 
-/// Finds the most capable interface of the site, which also decides about having a window.
+/// Finds the most capable interface of the site.
 inline HRESULT CComControlBase::NegotiateSite() {
-  if (m_bNegotiatedWnd) {
+  if (m_spInPlaceSite != nullptr) {
     return S_OK;
   }
   void** const ppSite = reinterpret_cast<void**>(&m_spInPlaceSite);
-  if (!m_bWindowOnly && SUCCEEDED(InternalGetSite(__uuidof(IOleInPlaceSiteWindowless), ppSite))) {
-    m_bWndLess = m_spInPlaceSite->CanWindowlessActivate() == S_OK;
-    if (m_bWndLess) {
-      m_bWasOnceWindowless = TRUE;
-    } else {
-      m_spInPlaceSite.Release();
-    }
-  }
-  m_bInPlaceSiteEx = m_bWndLess || SUCCEEDED(InternalGetSite(__uuidof(IOleInPlaceSiteEx), ppSite));
-  const HRESULT hr = m_bInPlaceSiteEx ? S_OK : InternalGetSite(__uuidof(IOleInPlaceSite), ppSite);
-  m_bNegotiatedWnd = SUCCEEDED(hr);
-  return hr;
+  m_bInPlaceSiteEx = SUCCEEDED(InternalGetSite(__uuidof(IOleInPlaceSiteEx), ppSite));
+  return m_bInPlaceSiteEx ? S_OK : InternalGetSite(__uuidof(IOleInPlaceSite), ppSite);
 }
 
 /// Tells the container that the control becomes active; the control's window comes after that.
-inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteWindowless* pSite) {
+inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteEx* pSite) {
   HRESULT hr = pSite->CanInPlaceActivate();
-  if (hr != S_OK || !m_bNegotiatedWnd) {
+  if (hr != S_OK || m_spInPlaceSite == nullptr) {
     return FAILED(hr) ? hr : E_FAIL;
   }
   m_bInPlaceActive = TRUE;
   if (m_bInPlaceSiteEx) {
     BOOL fNoRedraw = FALSE;
-    hr = pSite->OnInPlaceActivateEx(&fNoRedraw, m_bWndLess ? ACTIVATE_WINDOWLESS : 0);
+    hr = pSite->OnInPlaceActivateEx(&fNoRedraw, 0);
   } else {
     hr = pSite->OnInPlaceActivate();
   }
@@ -93,10 +81,7 @@ inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteWindowless* pSi
   return hr;
 }
 
-inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteWindowless* pSite, RECT& rcPos) {
-  if (m_bWndLess) {
-    return S_OK;
-  }
+inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteEx* pSite, RECT& rcPos) {
   if (m_hWndCD != nullptr) {
     ::ShowWindow(m_hWndCD, SW_SHOWNA);
     return S_OK;
@@ -118,7 +103,7 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
   if (FAILED(hr)) {
     return hr;
   }
-  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  const CComPtr<IOleInPlaceSiteEx> pSite = m_spInPlaceSite;
   if (!m_bInPlaceActive) {
     hr = EnterInPlaceState(pSite);
     if (FAILED(hr)) {
@@ -149,7 +134,7 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
   return SUCCEEDED(hr) && !m_bInPlaceActive ? E_FAIL : hr;
 }
 
-inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteWindowless* pSite,
+inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
                                            const CWindowContext& context) {
   // Refusing is for sites that know the question; the others have answered it by activating.
   if (m_bInPlaceSiteEx && pSite->RequestUIActivate() == S_FALSE) {
@@ -178,7 +163,7 @@ inline HRESULT CComControlBase::DeactivateUI() {
     return S_OK;
   }
   m_bUIActive = FALSE;
-  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  const CComPtr<IOleInPlaceSiteEx> pSite = m_spInPlaceSite;
   if (pSite != nullptr) {
     CWindowContext(pSite).SetActiveObject(nullptr);
     pSite->OnUIDeactivate(FALSE);
@@ -196,7 +181,7 @@ inline HRESULT CComControlBase::DeactivateInPlace() {
     ::DestroyWindow(m_hWndCD);
   }
   m_bUsingWindowRgn = FALSE;
-  const CComPtr<IOleInPlaceSiteWindowless> pSite = m_spInPlaceSite;
+  const CComPtr<IOleInPlaceSiteEx> pSite = m_spInPlaceSite;
   if (pSite == nullptr) {
     return S_OK;
   }

@@ -30,15 +30,9 @@ class ATL_NO_VTABLE CComControlBase {
   virtual HRESULT OnDraw(ATL_DRAWINFO& /*di*/) { return S_OK; }
   /// Prepares the device context for OnDraw: pixels, with the origin in the upper left corner.
   inline virtual HRESULT OnDrawAdvanced(ATL_DRAWINFO& di);
-  /// TRUE when the control used the key itself; hRet is then the result for the container.
-  BOOL PreTranslateAccelerator(LPMSG /*pMsg*/, HRESULT& /*hRet*/) { return FALSE; }
-  // In place of these there are DECLARE_OLEMISC_STATUS and DECLARE_VIEW_STATUS.
-  static DWORD _GetMiscStatus() noexcept { return 0; }
-  static DWORD _GetViewStatus() noexcept { return VIEWSTATUS_OPAQUE; }
 
   // Whether there is something to save.
   void SetDirty(BOOL bDirty) noexcept { m_bRequiresSave = bDirty != FALSE; }
-  BOOL GetDirty() const noexcept { return m_bRequiresSave ? TRUE : FALSE; }
 
   // The site in the container
   /// Replaces the site, also by none. Keeps the site in place as long as the control is active.
@@ -54,9 +48,6 @@ class ATL_NO_VTABLE CComControlBase {
   static BOOL DoesVerbUIActivate(LONG iVerb) noexcept {
     return iVerb == OLEIVERB_UIACTIVATE || iVerb == OLEIVERB_PRIMARY;
   }
-  static BOOL DoesVerbActivate(LONG iVerb) noexcept {
-    return DoesVerbUIActivate(iVerb) || iVerb == OLEIVERB_SHOW || iVerb == OLEIVERB_INPLACEACTIVATE;
-  }
   /// Takes the control to the state that the verb asks for. The site says where the window goes.
   inline HRESULT InPlaceActivate(LONG iVerb, const RECT* prcPosRect = nullptr);
   inline HRESULT DeactivateInPlace();
@@ -70,8 +61,6 @@ class ATL_NO_VTABLE CComControlBase {
 
   // Drawing
   inline void GetZoomInfo(ATL_DRAWINFO& di) const noexcept;
-  /// Has the control drawn anew: its window, or the container's picture of it.
-  inline HRESULT FireViewChange();
 
   // Notifications
   inline HRESULT SendOnDataChange(DWORD advf = 0);
@@ -87,9 +76,9 @@ class ATL_NO_VTABLE CComControlBase {
 
   CComPtr<IOleClientSite> m_spClientSite;
   CComQIPtr<IDispatch> m_spAmbientDispatch;
-  /// Really an IOleInPlaceSiteWindowless only with m_bWndLess, else an IOleInPlaceSiteEx with
-  /// m_bInPlaceSiteEx, else an IOleInPlaceSite. Null until the first activation.
-  CComPtr<IOleInPlaceSiteWindowless> m_spInPlaceSite;
+  /// Really an IOleInPlaceSiteEx only with m_bInPlaceSiteEx, else an IOleInPlaceSite. Null until
+  /// the first activation.
+  CComPtr<IOleInPlaceSiteEx> m_spInPlaceSite;
   CComPtr<IOleAdviseHolder> m_spOleAdviseHolder;
   CComPtr<IDataAdviseHolder> m_spDataAdviseHolder;
   CComPtr<IAdviseSink> m_spAdviseSink;  // of the view
@@ -99,35 +88,27 @@ class ATL_NO_VTABLE CComControlBase {
   HWND& m_hWndCD;
   /// Two inches square until the container says something else.
   SIZE m_sizeExtent = {2 * detail::kHimetricPerInch, 2 * detail::kHimetricPerInch};
-  SIZE m_sizeNatural = m_sizeExtent;
+  const SIZE m_sizeNatural = m_sizeExtent;
   RECT m_rcPos = {};  // in the container's window
   short m_nFreezeEvents = 0;
 
   // State
-  unsigned m_bNegotiatedWnd : 1 = FALSE;      // m_spInPlaceSite and m_bWndLess are settled
-  unsigned m_bWndLess : 1 = FALSE;            // drawn by the container, without a window
-  unsigned m_bWasOnceWindowless : 1 = FALSE;  // perhaps not now
   unsigned m_bInPlaceSiteEx : 1 = FALSE;
   unsigned m_bInPlaceActive : 1 = FALSE;
   unsigned m_bUIActive : 1 = FALSE;
   unsigned m_bUsingWindowRgn : 1 = FALSE;  // part of the window is cut off
   unsigned m_bRequiresSave : 1 = FALSE;
 
-  // Wishes of the control's class, set in its constructor
-  unsigned m_bWindowOnly : 1 = FALSE;             // never without a window
-  unsigned m_bAutoSize : 1 = FALSE;               // the container cannot change the size
-  unsigned m_bRecomposeOnResize : 1 = FALSE;      // a new size means a new picture
-  unsigned m_bResizeNatural : 1 = FALSE;          // a new size is the natural one
-  unsigned m_bDrawFromNatural : 1 = FALSE;        // metafiles and zoom go by the natural size
-  unsigned m_bDrawGetDataInHimetric : 1 = FALSE;  // metafiles are not drawn in pixels
+  /// Classes that need a window say so in their constructor. Here every control gets one.
+  unsigned m_bWindowOnly : 1 = FALSE;
 
  private:
   class CWindowContext;
 
   inline HRESULT NegotiateSite();
-  inline HRESULT EnterInPlaceState(IOleInPlaceSiteWindowless* pSite);
-  inline HRESULT ShowControlWindow(IOleInPlaceSiteWindowless* pSite, RECT& rcPos);
-  inline HRESULT UIActivate(IOleInPlaceSiteWindowless* pSite, const CWindowContext& context);
+  inline HRESULT EnterInPlaceState(IOleInPlaceSiteEx* pSite);
+  inline HRESULT ShowControlWindow(IOleInPlaceSiteEx* pSite, RECT& rcPos);
+  inline HRESULT UIActivate(IOleInPlaceSiteEx* pSite, const CWindowContext& context);
   inline void TellFocus(BOOL bGotFocus);
 };
 

@@ -27,7 +27,7 @@ inline void CComControlBase::GetZoomInfo(ATL_DRAWINFO& di) const noexcept {
   di.ZoomDen = {1, 1};
   if (m_bInPlaceActive) {
     SIZE sizeOwn;
-    AtlHiMetricToPixel(m_bDrawFromNatural ? &m_sizeNatural : &m_sizeExtent, &sizeOwn);
+    AtlHiMetricToPixel(&m_sizeExtent, &sizeOwn);
     const SIZE sizePlace = {m_rcPos.right - m_rcPos.left, m_rcPos.bottom - m_rcPos.top};
     if (sizePlace.cx > 0 && sizePlace.cy > 0 && sizeOwn.cx > 0 && sizeOwn.cy > 0) {
       di.ZoomNum = sizePlace;
@@ -35,17 +35,6 @@ inline void CComControlBase::GetZoomInfo(ATL_DRAWINFO& di) const noexcept {
     }
   }
   di.bZoomed = di.ZoomNum.cx != di.ZoomDen.cx || di.ZoomNum.cy != di.ZoomDen.cy;
-}
-
-inline HRESULT CComControlBase::FireViewChange() {
-  if (!m_bInPlaceActive) {
-    return SendOnViewChange(DVASPECT_CONTENT);
-  }
-  if (m_hWndCD != nullptr) {
-    ::InvalidateRect(m_hWndCD, nullptr, TRUE);
-    return S_OK;
-  }
-  return m_bWndLess ? m_spInPlaceSite->InvalidateRect(nullptr, TRUE) : S_OK;
 }
 
 /// Draws into the device context in wParam, if there is one, or into the part of the window that

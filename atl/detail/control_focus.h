@@ -7,12 +7,6 @@
 namespace ATL {
 
 inline BOOL CComControlBase::SetControlFocus(BOOL bGrab) {
-  if (m_bWndLess) {
-    if (!m_bUIActive && bGrab) {
-      return FALSE;
-    }
-    return m_spInPlaceSite->SetFocus(bGrab) == S_OK;
-  }
   if (m_hWndCD == nullptr) {
     return FALSE;
   }

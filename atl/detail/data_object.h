@@ -54,7 +54,7 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
     if (pformatetcIn->dwAspect != DVASPECT_CONTENT) {
       return DV_E_DVASPECT;
     }
-    return static_cast<T*>(this)->IDataObject_GetData(pformatetcIn, pmedium);
+    return DrawMetafile(pformatetcIn, pmedium);
   }
   STDMETHOD(GetDataHere)(FORMATETC* /*pformatetc*/, STGMEDIUM* /*pmedium*/) override {
     return E_NOTIMPL;
@@ -107,23 +107,19 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
     IDataAdviseHolder* const pHolder = Control().m_spDataAdviseHolder;
     return pHolder == nullptr ? S_OK : pHolder->EnumAdvise(ppenumAdvise);
   }
-  HRESULT FireDataChange() { return Control().SendOnDataChange(); }
 
-  HRESULT IDataObject_GetData(FORMATETC* pformatetcIn, STGMEDIUM* pmedium) {
+ private:
+  HRESULT DrawMetafile(const FORMATETC* pformatetcIn, STGMEDIUM* pmedium) {
     T& control = Control();
-    const SIZE sizeHimetric =
-        control.m_bDrawFromNatural ? control.m_sizeNatural : control.m_sizeExtent;
-    SIZE sizeUnits = sizeHimetric;
-    if (!control.m_bDrawGetDataInHimetric) {
-      AtlHiMetricToPixel(&sizeHimetric, &sizeUnits);
-    }
+    const SIZE sizeHimetric = control.m_sizeExtent;
+    SIZE sizeUnits;
+    AtlHiMetricToPixel(&sizeHimetric, &sizeUnits);
     const RECTL rcBounds = {0, 0, sizeUnits.cx, sizeUnits.cy};
     const HGLOBAL hPict = detail::MakeMetafilePict(sizeUnits, sizeHimetric, [&](HDC hdc) {
       ATL_DRAWINFO di = detail::MakeDrawInfo(hdc, &rcBounds);
       di.lindex = pformatetcIn->lindex;
       di.ptd = pformatetcIn->ptd;
       di.prcWBounds = &rcBounds;
-      di.bRectInHimetric = control.m_bDrawGetDataInHimetric;
       return control.OnDrawAdvanced(di);
     });
     if (hPict == nullptr) {
@@ -133,8 +129,6 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
     pmedium->hMetaFilePict = hPict;
     return S_OK;
   }
-
- private:
   T& Control() noexcept { return *static_cast<T*>(this); }
 };
 

@@ -2,6 +2,7 @@
 
 // IDispatch and the class information interfaces, answered from a type library.
 
+#include <cguid.h>
 #include <olectl.h>
 
 #include "type_info_holder.h"
@@ -9,13 +10,10 @@
 namespace ATL {
 
 /// The IDispatch half of dual interface T, whose methods are left to the derived class. The library
-/// *plibid must be registered in version wMajor.wMinor, or be in the module (0xFFFF.0xFFFF).
-template <class T, const IID* piid = &__uuidof(T), const GUID* plibid = &CAtlModule::m_libid,
-          WORD wMajor = 1, WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
+/// *plibid must be registered in version wMajor.wMinor.
+template <class T, const IID* piid, const GUID* plibid, WORD wMajor = 1, WORD wMinor = 0>
 class ATL_NO_VTABLE IDispatchImpl : public T {
  public:
-  using _tihclass = tihclass;
-
   STDMETHOD(GetTypeInfoCount)(UINT* pctinfo) override {
     if (pctinfo == nullptr) {
       return E_POINTER;
@@ -38,52 +36,42 @@ class ATL_NO_VTABLE IDispatchImpl : public T {
   }
 
  protected:
-  static inline constinit _tihclass _tih{piid, plibid, wMajor, wMinor};
-
-  static HRESULT GetTI(LCID lcid, ITypeInfo** ppInfo) { return _tih.GetTI(lcid, ppInfo); }
+  static inline constinit CComTypeInfoHolder _tih{piid, plibid, wMajor, wMinor};
 };
 
 /// Type information of the class itself.
-template <const CLSID* pcoclsid, const GUID* plibid = &CAtlModule::m_libid, WORD wMajor = 1,
-          WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
+template <const CLSID* pcoclsid, const GUID* plibid, WORD wMajor = 1, WORD wMinor = 0>
 class ATL_NO_VTABLE IProvideClassInfoImpl : public IProvideClassInfo {
  public:
-  using _tihclass = tihclass;
-
   STDMETHOD(GetClassInfo)(ITypeInfo** pptinfo) override {
     return _tih.GetTypeInfo(0, LANG_NEUTRAL, pptinfo);
   }
 
  protected:
-  static inline constinit _tihclass _tih{pcoclsid, plibid, wMajor, wMinor};
+  static inline constinit CComTypeInfoHolder _tih{pcoclsid, plibid, wMajor, wMinor};
 };
 
-/// The same with the class's default source interface; a null psrcid says that there is none.
-template <const CLSID* pcoclsid, const IID* psrcid, const GUID* plibid = &CAtlModule::m_libid,
-          WORD wMajor = 1, WORD wMinor = 0, class tihclass = CComTypeInfoHolder>
+/// The same for containers that ask for the class's default source interface, too: classes without
+/// events only.
+template <const CLSID* pcoclsid, const IID* psrcid, const GUID* plibid, WORD wMajor = 1,
+          WORD wMinor = 0>
 class ATL_NO_VTABLE IProvideClassInfo2Impl : public IProvideClassInfo2 {
  public:
-  using _tihclass = tihclass;
+  static_assert(psrcid == nullptr, "there is nothing that fires events");
 
   STDMETHOD(GetClassInfo)(ITypeInfo** pptinfo) override {
     return _tih.GetTypeInfo(0, LANG_NEUTRAL, pptinfo);
   }
-  STDMETHOD(GetGUID)(DWORD dwGuidKind, GUID* pGUID) override {
+  STDMETHOD(GetGUID)(DWORD /*dwGuidKind*/, GUID* pGUID) override {
     if (pGUID == nullptr) {
       return E_POINTER;
-    }
-    if constexpr (psrcid != nullptr) {
-      if (dwGuidKind == GUIDKIND_DEFAULT_SOURCE_DISP_IID) {
-        *pGUID = *psrcid;
-        return S_OK;
-      }
     }
     *pGUID = GUID_NULL;
     return E_INVALIDARG;
   }
 
  protected:
-  static inline constinit _tihclass _tih{pcoclsid, plibid, wMajor, wMinor};
+  static inline constinit CComTypeInfoHolder _tih{pcoclsid, plibid, wMajor, wMinor};
 };
 
 }  // namespace ATL

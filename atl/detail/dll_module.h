@@ -12,15 +12,12 @@ class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
  public:
   CAtlModuleT() noexcept { T::InitLibId(); }
 
-  /// Registers the classes, or the one named, and the type library if that is asked for.
-  HRESULT RegisterServer(BOOL bRegTypeLib = FALSE, const CLSID* pCLSID = nullptr) noexcept {
-    return _AtlComModule.RegisterServer(bRegTypeLib, pCLSID);
+  /// Registers the classes, and the type library if that is asked for.
+  HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
+    return _AtlComModule.RegisterServer(bRegTypeLib);
   }
-  HRESULT UnregisterServer(BOOL bUnRegTypeLib, const CLSID* pCLSID = nullptr) noexcept {
-    return _AtlComModule.UnregisterServer(bUnRegTypeLib, pCLSID);
-  }
-  HRESULT UnregisterServer(const CLSID* pCLSID = nullptr) noexcept {
-    return UnregisterServer(FALSE, pCLSID);
+  HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
+    return _AtlComModule.UnregisterServer(bUnRegTypeLib);
   }
 
   /// Runs the module's own script.
@@ -62,15 +59,7 @@ class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
  public:
   /// False refuses to load: when the module's own initialisation failed.
   BOOL WINAPI DllMain(DWORD dwReason, LPVOID /*lpReserved*/) noexcept {
-    if (dwReason == DLL_PROCESS_ATTACH) {
-      if (CAtlBaseModule::m_bInitFailed) {
-        return FALSE;
-      }
-      _AtlComModule.ExecuteObjectMain(true);
-    } else if (dwReason == DLL_PROCESS_DETACH) {
-      _AtlComModule.ExecuteObjectMain(false);
-    }
-    return TRUE;
+    return dwReason != DLL_PROCESS_ATTACH || !CAtlBaseModule::m_bInitFailed;
   }
 
   HRESULT DllCanUnloadNow() noexcept {
@@ -110,7 +99,6 @@ class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
 /// In the module's class: the script of the module itself, run with %APPID% for `appid`.
 #define DECLARE_REGISTRY_APPID_RESOURCEID(resid, appid)                                         \
   static LPCOLESTR GetAppId() noexcept { return OLESTR(appid); }                                \
-  static LPCTSTR GetAppIdT() noexcept { return _T(appid); }                                     \
   static HRESULT WINAPI UpdateRegistryAppId(BOOL bRegister) noexcept {                          \
     ATL::_ATL_REGMAP_ENTRY aMapEntries[] = {{OLESTR("APPID"), GetAppId()}, {nullptr, nullptr}}; \
     return ATL::_pAtlModule->UpdateRegistryFromResource(resid, bRegister, aMapEntries);         \

@@ -26,11 +26,4 @@ inline void AtlHiMetricToPixel(const SIZEL* lpSizeInHiMetric, LPSIZEL lpSizeInPi
   lpSizeInPix->cy = ::MulDiv(lpSizeInHiMetric->cy, resolution.cy, detail::kHimetricPerInch);
 }
 
-/// The other way round.
-inline void AtlPixelToHiMetric(const SIZEL* lpSizeInPix, LPSIZEL lpSizeInHiMetric) noexcept {
-  const SIZE resolution = detail::ScreenResolution();
-  lpSizeInHiMetric->cx = ::MulDiv(lpSizeInPix->cx, detail::kHimetricPerInch, resolution.cx);
-  lpSizeInHiMetric->cy = ::MulDiv(lpSizeInPix->cy, detail::kHimetricPerInch, resolution.cy);
-}
-
 }  // namespace ATL

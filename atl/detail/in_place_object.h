@@ -4,7 +4,8 @@
 
 namespace ATL {
 
-/// How a container handles active control T: with a window or, with m_bWndLess, without one.
+/// How a container handles active control T. The interface for controls without a window is there
+/// as browsers ask for it; the control has one.
 template <class T>
 class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWindowless {
  public:
@@ -47,18 +48,14 @@ class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject
     return static_cast<T*>(this)->GetControlWindow(phwnd);
   }
   STDMETHOD(ContextSensitiveHelp)(BOOL /*fEnterMode*/) override { return E_NOTIMPL; }
-  /// Keys that the control does not use are offered to the site, which may use them for the form.
+  /// The control uses no keys: they are offered to the site, which may use them for the form.
   STDMETHOD(TranslateAccelerator)(LPMSG pMsg) override {
     if (pMsg == nullptr) {
       return E_POINTER;
     }
-    auto* const pT = static_cast<T*>(this);
-    HRESULT hr = S_OK;
-    if (pT->PreTranslateAccelerator(pMsg, hr)) {
-      return hr;
-    }
     CComPtr<IOleControlSite> pSite;
-    hr = pT->InternalGetSite(__uuidof(IOleControlSite), reinterpret_cast<void**>(&pSite));
+    const HRESULT hr = static_cast<T*>(this)->InternalGetSite(__uuidof(IOleControlSite),
+                                                              reinterpret_cast<void**>(&pSite));
     return SUCCEEDED(hr) && pSite->TranslateAccelerator(pMsg, KeyModifiers()) == S_OK ? S_OK
                                                                                       : S_FALSE;
   }

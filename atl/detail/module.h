@@ -51,21 +51,7 @@ class ATL_NO_VTABLE CAtlModule {
   /// Runs the script in the module's resource of type REGISTRY. It may use the replacements of the
   /// table and the common ones, and %Module% and %Module_Raw%, the module's path.
   HRESULT UpdateRegistryFromResourceS(UINT nResID, BOOL bRegister,
-                                      _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept {
-    return UpdateRegistryFromResourceS(MAKEINTRESOURCE(nResID), bRegister, pMapEntries);
-  }
-  HRESULT UpdateRegistryFromResourceS(LPCTSTR lpszRes, BOOL bRegister,
                                       _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept;
-
-  // The system's registrar is never used: it is a legacy part, and not the same everywhere.
-  HRESULT UpdateRegistryFromResourceD(UINT nResID, BOOL bRegister,
-                                      _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept {
-    return UpdateRegistryFromResourceS(nResID, bRegister, pMapEntries);
-  }
-  HRESULT UpdateRegistryFromResourceD(LPCTSTR lpszRes, BOOL bRegister,
-                                      _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept {
-    return UpdateRegistryFromResourceS(lpszRes, bRegister, pMapEntries);
-  }
 
   /// Identifier of the module's type library; set by DECLARE_LIBID.
   static inline GUID m_libid = {};
@@ -108,7 +94,7 @@ inline CAtlModule::~CAtlModule() {
   }
 }
 
-inline HRESULT CAtlModule::UpdateRegistryFromResourceS(LPCTSTR lpszRes, BOOL bRegister,
+inline HRESULT CAtlModule::UpdateRegistryFromResourceS(UINT nResID, BOOL bRegister,
                                                        _ATL_REGMAP_ENTRY* pMapEntries) noexcept {
   return detail::CallGuarded([&]() -> HRESULT {
     CRegObject registrar;
@@ -126,8 +112,8 @@ inline HRESULT CAtlModule::UpdateRegistryFromResourceS(LPCTSTR lpszRes, BOOL bRe
       return hr;
     }
     const std::wstring module = detail::ModulePath(_AtlBaseModule.GetModuleInstance());
-    return bRegister ? registrar.ResourceRegisterSz(module.c_str(), lpszRes, L"REGISTRY")
-                     : registrar.ResourceUnregisterSz(module.c_str(), lpszRes, L"REGISTRY");
+    return bRegister ? registrar.ResourceRegister(module.c_str(), nResID, L"REGISTRY")
+                     : registrar.ResourceUnregister(module.c_str(), nResID, L"REGISTRY");
   });
 }
 

@@ -27,14 +27,6 @@ inline std::wstring FolderOf(const std::wstring& path) {
   return path.substr(0, path.find_last_of(L"\\/"));
 }
 
-/// The path with another extension (its dot included), or with one where it had none.
-inline std::wstring WithExtension(const std::wstring& path, const wchar_t* szExtension) {
-  const size_t name = path.find_last_of(L"\\/") + 1;  // 0 when there is no folder
-  const size_t dot = path.rfind(L'.');
-  const bool hasExtension = dot != std::wstring::npos && dot >= name;
-  return path.substr(0, hasExtension ? dot : path.size()) + szExtension;
-}
-
 /// The text as it is written between the single quotes of a registry script.
 inline std::wstring WithDoubledQuotes(const std::wstring& text) {
   std::wstring result;

@@ -12,9 +12,7 @@ struct _ATL_CATMAP_ENTRY;
 
 using _ATL_CREATORFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv);
 using _ATL_CREATORARGFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv, DWORD_PTR dw);
-using _ATL_DESCRIPTIONFUNC = LPCTSTR WINAPI();
 using _ATL_CATMAPFUNC = const _ATL_CATMAP_ENTRY*();
-using _ATL_OBJECTMAINFUNC = void WINAPI(bool bStarting);
 using _ATL_TERMFUNC = void __stdcall(DWORD_PTR dw);
 
 /// One replacement for a registrar script. A table ends with a null key.

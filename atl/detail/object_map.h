@@ -11,7 +11,6 @@ struct _ATL_OBJMAP_CACHE {
   /// The class factory once somebody has asked for it; one reference is the cache's own. Written
   /// under the object map's lock and only when the factory is complete, so readers need none.
   std::atomic<IUnknown*> pCF;
-  DWORD dwRegister;
 };
 
 /// One class of the module.
@@ -21,11 +20,8 @@ struct _ATL_OBJMAP_ENTRY_EX {
   _ATL_CREATORFUNC* pfnGetClassObject;
   _ATL_CREATORFUNC* pfnCreateInstance;
   _ATL_OBJMAP_CACHE* pCache;
-  _ATL_DESCRIPTIONFUNC* pfnGetObjectDescription;
   _ATL_CATMAPFUNC* pfnGetCategoryMap;
-  _ATL_OBJECTMAINFUNC* pfnObjectMain;
 };
-using _ATL_OBJMAP_ENTRY = _ATL_OBJMAP_ENTRY_EX;
 
 namespace detail {
 
@@ -59,15 +55,13 @@ class CObjectMapNode {
 
 /// At file scope: makes `class` createable from outside under `clsid`, and registered with the
 /// module.
-#define OBJECT_ENTRY_AUTO(clsid, class)                            \
-  static ATL::_ATL_OBJMAP_CACHE __objCache_##class = {nullptr, 0}; \
-  static const ATL::_ATL_OBJMAP_ENTRY_EX __objMap_##class = {      \
-      &clsid,                                                      \
-      class ::UpdateRegistry,                                      \
-      class ::_ClassFactoryCreatorClass::CreateInstance,           \
-      class ::_CreatorClass::CreateInstance,                       \
-      &__objCache_##class,                                         \
-      class ::GetObjectDescription,                                \
-      class ::GetCategoryMap,                                      \
-      class ::ObjectMain};                                         \
+#define OBJECT_ENTRY_AUTO(clsid, class)                         \
+  static ATL::_ATL_OBJMAP_CACHE __objCache_##class = {nullptr}; \
+  static const ATL::_ATL_OBJMAP_ENTRY_EX __objMap_##class = {   \
+      &clsid,                                                   \
+      class ::UpdateRegistry,                                   \
+      class ::_ClassFactoryCreatorClass::CreateInstance,        \
+      class ::_CreatorClass::CreateInstance,                    \
+      &__objCache_##class,                                      \
+      class ::GetCategoryMap};                                  \
   static ATL::detail::CObjectMapNode __objNode_##class(__objMap_##class);

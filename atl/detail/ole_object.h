@@ -29,8 +29,6 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
       control.SendOnSave();
     }
     control.m_spInPlaceSite.Release();
-    control.m_bNegotiatedWnd = FALSE;
-    control.m_bWndLess = FALSE;
     control.m_bInPlaceSiteEx = FALSE;
     control.SendOnClose();
     control.m_spAdviseSink.Release();
@@ -112,11 +110,8 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     }
     const SIZE sizeOld = control.m_sizeExtent;
     const bool bChanged = psizel->cx != sizeOld.cx || psizel->cy != sizeOld.cy;
-    if (dwDrawAspect != DVASPECT_CONTENT || (bChanged && control.m_bAutoSize)) {
+    if (dwDrawAspect != DVASPECT_CONTENT) {
       return E_FAIL;
-    }
-    if (control.m_bResizeNatural) {
-      control.m_sizeNatural = *psizel;
     }
     if (!bChanged) {
       return S_OK;
@@ -124,9 +119,6 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     control.m_sizeExtent = *psizel;
     control.SetDirty(TRUE);
     control.SendOnDataChange();
-    if (control.m_bRecomposeOnResize) {
-      control.FireViewChange();
-    }
     return S_OK;
   }
   STDMETHOD(GetExtent)(DWORD dwDrawAspect, SIZEL* psizel) override {

@@ -17,14 +17,26 @@ class ATL_NO_VTABLE IPersistStreamInitImpl : public IPersistStreamInit {
   }
   STDMETHOD(IsDirty)() override { return static_cast<T*>(this)->m_bRequiresSave ? S_OK : S_FALSE; }
   STDMETHOD(Load)(LPSTREAM pStm) override {
-    return pStm == nullptr
-               ? E_POINTER
-               : static_cast<T*>(this)->IPersistStreamInit_Load(pStm, T::GetPropertyMap());
+    if (pStm == nullptr) {
+      return E_POINTER;
+    }
+    auto* const pT = static_cast<T*>(this);
+    const HRESULT hr = detail::LoadProperties(pStm, T::GetPropertyMap(), pT);
+    if (SUCCEEDED(hr)) {
+      pT->m_bRequiresSave = FALSE;
+    }
+    return hr;
   }
   STDMETHOD(Save)(LPSTREAM pStm, BOOL fClearDirty) override {
-    return pStm == nullptr ? E_POINTER
-                           : static_cast<T*>(this)->IPersistStreamInit_Save(pStm, fClearDirty,
-                                                                            T::GetPropertyMap());
+    if (pStm == nullptr) {
+      return E_POINTER;
+    }
+    auto* const pT = static_cast<T*>(this);
+    const HRESULT hr = detail::SaveProperties(pStm, T::GetPropertyMap(), pT);
+    if (SUCCEEDED(hr) && fClearDirty) {
+      pT->m_bRequiresSave = FALSE;
+    }
+    return hr;
   }
   /// Not known, as documented.
   STDMETHOD(GetSizeMax)(ULARGE_INTEGER* pcbSize) override {
@@ -35,24 +47,6 @@ class ATL_NO_VTABLE IPersistStreamInitImpl : public IPersistStreamInit {
     return E_NOTIMPL;
   }
   STDMETHOD(InitNew)() override { return S_OK; }
-
-  // For a T that stores more than its map.
-  HRESULT IPersistStreamInit_Load(LPSTREAM pStm, const ATL_PROPMAP_ENTRY* pMap) {
-    auto* const pT = static_cast<T*>(this);
-    const HRESULT hr = detail::LoadProperties(pStm, pMap, pT);
-    if (SUCCEEDED(hr)) {
-      pT->m_bRequiresSave = FALSE;
-    }
-    return hr;
-  }
-  HRESULT IPersistStreamInit_Save(LPSTREAM pStm, BOOL fClearDirty, const ATL_PROPMAP_ENTRY* pMap) {
-    auto* const pT = static_cast<T*>(this);
-    const HRESULT hr = detail::SaveProperties(pStm, pMap, pT);
-    if (SUCCEEDED(hr) && fClearDirty) {
-      pT->m_bRequiresSave = FALSE;
-    }
-    return hr;
-  }
 };
 
 }  // namespace ATL

@@ -1,9 +1,8 @@
 #pragma once
 
-// Where registry scripts come from: resources and files, as bytes that become text.
+// Where registry scripts come from: resources, as bytes that become text.
 
 #include <atlexcept.h>
-#include <atlhandle.h>
 
 #include <memory>
 #include <string>
@@ -37,12 +36,12 @@ inline std::wstring DecodeScript(std::string_view bytes) {
 }
 
 /// The script in a module's resource. Only the file is read; its code is not run.
-inline std::wstring ReadScriptResource(LPCOLESTR szModule, LPCOLESTR szName, LPCOLESTR szType) {
+inline std::wstring ReadScriptResource(LPCOLESTR szModule, UINT nID, LPCOLESTR szType) {
   const CLibraryHandle library(::LoadLibraryExW(szModule, nullptr, LOAD_LIBRARY_AS_DATAFILE));
   if (!library) {
     AtlThrowLastWin32();
   }
-  const HRSRC hInfo = ::FindResourceW(library.get(), szName, szType);
+  const HRSRC hInfo = ::FindResourceW(library.get(), MAKEINTRESOURCEW(nID), szType);
   if (hInfo == nullptr) {
     AtlThrowLastWin32();
   }
@@ -52,31 +51,6 @@ inline std::wstring ReadScriptResource(LPCOLESTR szModule, LPCOLESTR szName, LPC
     AtlThrowLastWin32();
   }
   return DecodeScript({static_cast<const char*>(data), ::SizeofResource(library.get(), hInfo)});
-}
-
-inline std::wstring ReadScriptFile(LPCOLESTR szFile) {
-  const HANDLE hFile = ::CreateFileW(szFile, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                     FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (hFile == INVALID_HANDLE_VALUE) {
-    AtlThrowLastWin32();
-  }
-  const CHandle file(hFile);
-  LARGE_INTEGER size{};
-  if (!::GetFileSizeEx(file, &size)) {
-    AtlThrowLastWin32();
-  }
-  // No script is anywhere near this: whatever the file is, it is not read into memory.
-  constexpr LONGLONG kMaxScriptBytes = 16 * 1024 * 1024;
-  if (size.QuadPart > kMaxScriptBytes) {
-    AtlThrow(AtlHresultFromWin32(ERROR_FILE_TOO_LARGE));
-  }
-  std::string bytes(static_cast<size_t>(size.QuadPart), '\0');
-  DWORD read = 0;
-  if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) {
-    AtlThrowLastWin32();
-  }
-  bytes.resize(read);
-  return DecodeScript(bytes);
 }
 
 }  // namespace ATL::detail

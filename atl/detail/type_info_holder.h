@@ -6,7 +6,6 @@
 
 #include "exception_boundary.h"
 #include "module.h"
-#include "type_library.h"
 
 namespace ATL {
 
@@ -14,7 +13,7 @@ namespace ATL {
 /// static member of the classes that need it. Any thread.
 class CComTypeInfoHolder {
  public:
-  /// Version 0xFFFF.0xFFFF: from the module's own file; any other: from the registered library.
+  /// The type is found in the registered library of this version.
   constexpr CComTypeInfoHolder(const GUID* pguid, const GUID* plibid, WORD wMajor,
                                WORD wMinor) noexcept
       : m_pguid(pguid), m_plibid(plibid), m_wMajor(wMajor), m_wMinor(wMinor) {}
@@ -34,7 +33,6 @@ class CComTypeInfoHolder {
     }
     return hr;
   }
-  HRESULT GetTI(LCID lcid) noexcept { return EnsureTI(lcid); }
 
   HRESULT EnsureTI(LCID lcid) noexcept {
     if (m_pInfo != nullptr) {
@@ -86,7 +84,7 @@ class CComTypeInfoHolder {
   /// Under the lock.
   HRESULT Load(LCID lcid) noexcept {
     CComPtr<ITypeLib> pLibrary;
-    HRESULT hr = LoadLibraryOfType(lcid, &pLibrary);
+    HRESULT hr = ::LoadRegTypeLib(*m_plibid, m_wMajor, m_wMinor, lcid, &pLibrary);
     if (FAILED(hr)) {
       return hr;
     }
@@ -101,14 +99,6 @@ class CComTypeInfoHolder {
     }
     m_pInfo = pInfo.Detach();
     return S_OK;
-  }
-
-  HRESULT LoadLibraryOfType(LCID lcid, ITypeLib** ppLibrary) noexcept {
-    if (m_wMajor == 0xFFFF && m_wMinor == 0xFFFF) {
-      CComBSTR path;
-      return AtlLoadTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr, &path, ppLibrary);
-    }
-    return ::LoadRegTypeLib(*m_plibid, m_wMajor, m_wMinor, lcid, ppLibrary);
   }
 
   std::atomic<ITypeInfo*> m_pInfo = nullptr;

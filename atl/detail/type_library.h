@@ -31,8 +31,7 @@ F* ForUserFunction(const char* szName) noexcept {
 
 }  // namespace detail
 
-/// Loads the type library of a module, or the file of the same name with extension .tlb when the
-/// module carries none.
+/// Loads the type library that a module carries.
 /// lpszIndex: null, or the resource as it is appended to the path ("\\2").
 /// pbstrPath: receives what was loaded, owned by the caller. Both results are null on failure.
 inline HRESULT AtlLoadTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex, BSTR* pbstrPath,
@@ -43,15 +42,13 @@ inline HRESULT AtlLoadTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex, BSTR*
   *pbstrPath = nullptr;
   *ppTypeLib = nullptr;
   return detail::CallGuarded([&]() -> HRESULT {
-    const std::wstring module = detail::ModulePath(hInstTypeLib);
-    std::wstring path = lpszIndex != nullptr ? module + lpszIndex : module;
+    std::wstring path = detail::ModulePath(hInstTypeLib);
+    if (lpszIndex != nullptr) {
+      path += lpszIndex;
+    }
     CComPtr<ITypeLib> pTypeLib;
     // REGKIND_NONE: looking at a library must not register it.
-    HRESULT hr = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, &pTypeLib);
-    if (FAILED(hr)) {
-      path = detail::WithExtension(module, L".tlb");
-      hr = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, &pTypeLib);
-    }
+    const HRESULT hr = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, &pTypeLib);
     if (FAILED(hr)) {
       return hr;
     }

@@ -8,21 +8,17 @@ namespace ATL {
 template <class T>
 class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
  public:
-  /// Without prcBounds, where the active control without a window is.
   STDMETHOD(Draw)
   (DWORD dwDrawAspect, LONG lindex, void* pvAspect, DVTARGETDEVICE* ptd, HDC hicTargetDev,
    HDC hdcDraw, LPCRECTL prcBounds, LPCRECTL prcWBounds,
    BOOL(STDMETHODCALLTYPE* /*pfnContinue*/)(ULONG_PTR), ULONG_PTR /*dwContinue*/) override {
-    T& control = Control();
     if (dwDrawAspect != DVASPECT_CONTENT) {
       return DV_E_DVASPECT;
     }
-    if (hdcDraw == nullptr || (prcBounds == nullptr && !control.m_bWndLess)) {
+    if (hdcDraw == nullptr || prcBounds == nullptr) {
       return E_INVALIDARG;
     }
-    const RECT& rcPos = control.m_rcPos;
-    const RECTL rcPlace = {rcPos.left, rcPos.top, rcPos.right, rcPos.bottom};
-    ATL_DRAWINFO di = detail::MakeDrawInfo(hdcDraw, prcBounds != nullptr ? prcBounds : &rcPlace);
+    ATL_DRAWINFO di = detail::MakeDrawInfo(hdcDraw, prcBounds);
     di.lindex = lindex;
     di.ptd = ptd;
     di.hicTargetDev = hicTargetDev;
@@ -30,7 +26,7 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     const auto* const pInfo = static_cast<const DVASPECTINFO*>(pvAspect);
     di.bOptimize = pInfo != nullptr && pInfo->cb >= sizeof(*pInfo) &&
                    (pInfo->dwFlags & DVASPECTINFOFLAG_CANOPTIMIZE) != 0;
-    return control.OnDrawAdvanced(di);
+    return Control().OnDrawAdvanced(di);
   }
   STDMETHOD(GetColorSet)
   (DWORD /*dwDrawAspect*/, LONG /*lindex*/, void* /*pvAspect*/, DVTARGETDEVICE* /*ptd*/,
@@ -97,8 +93,8 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     return S_OK;
   }
   STDMETHOD(QueryHitPoint)
-  (DWORD dwAspect, LPCRECT prcBounds, POINT ptlLoc, LONG /*lCloseHint*/, DWORD* pHitResult)
-      override {
+  (DWORD dwAspect, LPCRECT prcBounds, POINT ptlLoc, LONG /*lCloseHint*/,
+   DWORD* pHitResult) override {
     if (prcBounds == nullptr || pHitResult == nullptr) {
       return E_POINTER;
     }
@@ -106,8 +102,8 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     return dwAspect == DVASPECT_CONTENT ? S_OK : E_FAIL;
   }
   STDMETHOD(QueryHitRect)
-  (DWORD dwAspect, LPCRECT prcBounds, LPCRECT prcLoc, LONG /*lCloseHint*/, DWORD* pHitResult)
-      override {
+  (DWORD dwAspect, LPCRECT prcBounds, LPCRECT prcLoc, LONG /*lCloseHint*/,
+   DWORD* pHitResult) override {
     if (prcBounds == nullptr || prcLoc == nullptr || pHitResult == nullptr) {
       return E_POINTER;
     }

@@ -253,7 +253,7 @@ TEST_F(Shortcut, EmptyAndVeryLongUrlsAreWritten) {
   CFilePath path;
   EXPECT_EQ(WriteInternetShortcut(L"", path), S_OK);
   EXPECT_EQ(ReadFileBytes(std::wstring(path)), "[InternetShortcut]\r\nURL=");
-  EXPECT_EQ(WriteInternetShortcut(CStringW(L'a', 20000), path), S_OK);
+  EXPECT_EQ(WriteInternetShortcut(std::wstring(20000, L'a').c_str(), path), S_OK);
   EXPECT_EQ(ReadFileBytes(std::wstring(path)),
             "[InternetShortcut]\r\nURL=" + std::string(20000, 'a'));
 }

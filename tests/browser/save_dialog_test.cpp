@@ -124,11 +124,11 @@ TEST(CommonSaveDialog, OldSystemsAreGivenTheOldSize) {
 
 TEST(CommonSaveDialog, LongNameIsCutToTheBuffer) {
   const CCommonDialog dialog(L"");
-  AskSavePath(kOwner, false, CStringW(L'n', 259), L".qdk");
+  AskSavePath(kOwner, false, std::wstring(259, L'n').c_str(), L".qdk");
   EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
-  AskSavePath(kOwner, false, CStringW(L'n', 260), L".qdk");
+  AskSavePath(kOwner, false, std::wstring(260, L'n').c_str(), L".qdk");
   EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
-  AskSavePath(kOwner, false, CStringW(L'n', 5000), L".qdk");
+  AskSavePath(kOwner, false, std::wstring(5000, L'n').c_str(), L".qdk");
   EXPECT_EQ(dialog.GivenName(), std::wstring(259, L'n'));
 }
 

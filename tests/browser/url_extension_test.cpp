@@ -46,7 +46,7 @@ TEST(UrlExtension, ForwardSlashesAreNotLookedAt) {
 TEST(InterceptedExtension, TheSevenTypesInAnyCase) {
   for (const LPCWSTR extension : {L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery",
                                   L".galleryitem", L".FOLIVO", L".QdC", L".Qdt", L".GALLERYITEM"}) {
-    EXPECT_TRUE(IsInterceptedExtension(extension)) << CStringA(extension).GetString();
+    EXPECT_TRUE(IsInterceptedExtension(extension)) << extension;
   }
 }
 
@@ -57,7 +57,7 @@ TEST(InterceptedExtension, GalleryItemsByThemselvesAreTheBrowsers) {
 TEST(InterceptedExtension, NothingElse) {
   for (const LPCWSTR extension : {L"", L".", L"folivo", L".folivo ", L".folivo#part", L".b/file",
                                   L".html", L".qdkx", L".qd", L".galleryitems"}) {
-    EXPECT_FALSE(IsInterceptedExtension(extension)) << CStringA(extension).GetString();
+    EXPECT_FALSE(IsInterceptedExtension(extension)) << extension;
   }
 }
 

@@ -46,9 +46,7 @@ TEST_F(Control, MakesItsFoldersWithEveryLevel) {
 }
 
 TEST_F(Control, LeavesItsFolders) {
-  {
-    const CControlObject control(m_sandbox);
-  }
+  { const CControlObject control(m_sandbox); }
   EXPECT_TRUE(IsFolderThere(m_sandbox / L"Documents\\My Folivo Content\\My Content"));
   EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
 }
@@ -131,7 +129,7 @@ TEST_F(Control, NotReadySaysSoOnEveryCall) {
   const auto control = CControlObject::Create();
   const CDialogResult dialog(1);
   EXPECT_EQ(control->DownloadFile(CComBSTR(L"http://folivo-schools.example/a.zip")), E_FAIL);
-  EXPECT_EQ(control->DownloadFile(CComBSTR(1001)), E_FAIL);
+  EXPECT_EQ(control->DownloadFile(CComBSTR(std::wstring(1001, L'a').c_str())), E_FAIL);
   const std::vector<CShownMessage> messages = m_messages.Take();
   ASSERT_EQ(messages.size(), 2u);
   for (const CShownMessage& message : messages) {
@@ -276,8 +274,10 @@ TEST_F(Control, ThousandCharactersAreAcceptedAndOneMoreIsNot) {
 TEST_F(Control, LengthCountsWhatFollowsAZeroCharacter) {
   CControlObject control(m_sandbox);
   const CDialogResult dialog(3);
-  const CComBSTR text(1001, L"short");
-  EXPECT_EQ(text.Length(), 1001u);
+  std::wstring address = L"short";
+  address.resize(1001, L'\0');
+  CComBSTR text;
+  *&text = SysAllocStringLen(address.data(), 1001);
   EXPECT_EQ(control->DownloadFile(text), E_INVALIDARG);
   EXPECT_EQ(dialog.Count(), 0);
 }

@@ -98,7 +98,7 @@ TEST(TrustedHosts, NothingElseIsTrusted) {
   for (const wchar_t* address : {L"", L"/", L"http://", L"http:///", L"www.", L"www./",
                                  L"http://evil.example/", L"http://localhost/a.zip", L"C:\\a.zip",
                                  L"\\\\server\\a.zip", L"http://folivo/", L"http://.example/"}) {
-    EXPECT_FALSE(IsTrusted(address)) << CStringA(address).GetString();
+    EXPECT_FALSE(IsTrusted(address)) << address;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "collections/ansi_text.h"
 #include "collections/unzip_interface.h"
 #include "tests/collections/unzip_test.h"
 #include "tests/support/temp_sandbox.h"
@@ -56,7 +57,7 @@ void WINAPI Message(unsigned long size, unsigned long compressedSize, unsigned f
       {size, compressedSize, factor, {month, day, year}, hour, minute, name, method, crc, crypt});
 }
 
-std::string Narrow(const wchar_t* archive) { return CStringA(Archive(archive)).GetString(); }
+std::string Narrow(const wchar_t* archive) { return WideToAnsi(Archive(archive)).GetString(); }
 
 class UnzipEngine : public testing::Test {
  protected:
@@ -93,10 +94,10 @@ class UnzipEngine : public testing::Test {
   }
   /// Whether an extraction gives this result and, if it is a failure, no buffer.
   void ExpectResult(const wchar_t* archive, const char* entry, int result) {
-    EXPECT_EQ(UnzipEntry(Narrow(archive), entry), result) << CStringA(archive);
+    EXPECT_EQ(UnzipEntry(Narrow(archive), entry), result) << archive;
     if (result > 1) {
-      EXPECT_EQ(m_buffer.strptr, nullptr) << CStringA(archive);
-      EXPECT_EQ(m_buffer.strlength, 0u) << CStringA(archive);
+      EXPECT_EQ(m_buffer.strptr, nullptr) << archive;
+      EXPECT_EQ(m_buffer.strlength, 0u) << archive;
     } else {
       m_freeMemBuffer(&m_buffer);
     }
@@ -229,7 +230,7 @@ TEST_F(UnzipEngine, AsksForThePasswordOnce) {
 
 TEST_F(UnzipEngine, DoesWhatTheOptionsSay) {
   const CTempSandbox folder;
-  std::string path = CStringA(folder.Path().c_str()).GetString();
+  std::string path = WideToAnsi(folder.Path().c_str()).GetString();
   m_options.nvflag = 0;
   m_options.lpszExtractDir = path.data();
   m_options.ndflag = 0;

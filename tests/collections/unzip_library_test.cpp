@@ -6,6 +6,7 @@
 
 #include <ostream>
 
+#include "collections/ansi_text.h"
 #include "tests/collections/unzip_test.h"
 #include "tests/support/temp_sandbox.h"
 
@@ -87,7 +88,7 @@ struct NameCase {
   const wchar_t* listed;
 };
 void PrintTo(const NameCase& name, std::ostream* stream) {
-  *stream << std::string(CStringA(name.archive));
+  *stream << WideToAnsi(name.archive).GetString();
 }
 class UnzipName : public UnzipLibrary, public testing::WithParamInterface<NameCase> {};
 
@@ -128,7 +129,8 @@ struct FailureCase {
   int result;
 };
 void PrintTo(const FailureCase& failure, std::ostream* stream) {
-  *stream << std::string(CStringA(failure.archive)) << " " << std::string(CStringA(failure.entry));
+  *stream << WideToAnsi(failure.archive).GetString() << " "
+          << WideToAnsi(failure.entry).GetString();
 }
 class UnzipFailure : public UnzipLibrary, public testing::WithParamInterface<FailureCase> {};
 
@@ -204,7 +206,7 @@ TEST_F(UnzipLibrary, LetsGoOfTheArchive) {
     const std::wstring path = folder.Write(L"a.zip", ReadFileBytes(Archive(name).GetString()));
     List(path.c_str());
     Unzip(path.c_str(), L"*.txt");
-    EXPECT_TRUE(DeleteFileW(path.c_str())) << CStringA(name);
+    EXPECT_TRUE(DeleteFileW(path.c_str())) << name;
   }
 }
 
@@ -226,12 +228,12 @@ TEST_F(UnzipLibrary, ListsNothingOnPathsOutsideTheCodePage) {
 }
 
 TEST_F(UnzipLibrary, RefusesPathsAndNamesThatAreTooLong) {
-  EXPECT_EQ(List(CStringW(L'x', 300)), std::nullopt);
+  EXPECT_EQ(List(std::wstring(300, L'x').c_str()), std::nullopt);
   EXPECT_THAT(m_output.Take(), EndsWith("Problem unzipping: 4\n"));
-  EXPECT_EQ(Unzip(Archive(L"stored"), CStringW(L'x', 16200)), std::nullopt);
+  EXPECT_EQ(Unzip(Archive(L"stored"), std::wstring(16200, L'x').c_str()), std::nullopt);
   EXPECT_THAT(m_output.Take(), EndsWith("Problem unzipping: 11\n")) << "looked for";
-  for (const int length : {16300, 16384, 16385, 100000}) {
-    EXPECT_EQ(Unzip(Archive(L"stored"), CStringW(L'x', length)), std::nullopt);
+  for (const size_t length : {16300, 16384, 16385, 100000}) {
+    EXPECT_EQ(Unzip(Archive(L"stored"), std::wstring(length, L'x').c_str()), std::nullopt);
     EXPECT_THAT(m_output.Take(), EndsWith("Problem unzipping: 10\n"));
   }
 }

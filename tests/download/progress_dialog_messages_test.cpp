@@ -46,12 +46,12 @@ class ProgressDialogMessages : public DownloadTest {
       : m_window(CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
                                  nullptr, nullptr)),
         m_dialog(Make(m_path.Url(L"a.qdk"))) {
-    m_dialog->Attach(m_window);
+    m_dialog->m_hWnd = m_window;
     g_dialog = m_dialog.get();
     g_ends.clear();
   }
   ~ProgressDialogMessages() override {
-    m_dialog->Detach();
+    m_dialog->m_hWnd = nullptr;
     DestroyWindow(m_window);
   }
 

@@ -70,7 +70,7 @@ class CDump {
       const LSTATUS status =
           RegEnumValueW(key, index, m_name.data(), &length, nullptr, &type, m_data.data(), &size);
       if (status != ERROR_SUCCESS) {
-        EXPECT_EQ(status, ERROR_NO_MORE_ITEMS) << CStringA(path.c_str()).GetString();
+        EXPECT_EQ(status, ERROR_NO_MORE_ITEMS) << path;
         return;
       }
       m_lines.push_back(Line(path, std::wstring(m_name.data(), length),

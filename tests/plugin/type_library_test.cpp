@@ -56,7 +56,7 @@ std::pair<std::wstring, std::wstring> NameAndHelp(Source& source, int index) {
   CComBSTR name;
   CComBSTR help;
   EXPECT_EQ(source.GetDocumentation(index, &name, &help, nullptr, nullptr), S_OK);
-  return {std::wstring(name, name.Length()), std::wstring(help, help.Length())};
+  return {std::wstring(name, SysStringLen(name)), std::wstring(help, SysStringLen(help))};
 }
 
 TEST_F(TypeLibrary, HasItsNameAndVersion) {

@@ -32,14 +32,12 @@ class CScratchClasses {
   CScratchClasses& operator=(const CScratchClasses&) = delete;
 
   std::wstring Value(const std::wstring& key, LPCWSTR name = nullptr) const {
-    CRegKey opened;
     wchar_t text[MAX_PATH] = {};
-    ULONG length = ARRAYSIZE(text);
-    if (opened.Open(m_key, key.c_str(), KEY_READ) != ERROR_SUCCESS ||
-        opened.QueryStringValue(name, text, &length) != ERROR_SUCCESS) {
-      return L"(missing)";
-    }
-    return text;
+    DWORD size = sizeof(text);
+    return RegGetValueW(m_key, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size) ==
+                   ERROR_SUCCESS
+               ? text
+               : L"(missing)";
   }
   bool Has(LPCWSTR key) const {
     CRegKey opened;

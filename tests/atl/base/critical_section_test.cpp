@@ -35,31 +35,13 @@ TEST(CriticalSection, LockExcludesOtherThreads) {
   EXPECT_TRUE(IsFree(section));
 }
 
-TEST(CriticalSection, SafeDeleteTermIsHarmlessAtAnyTime) {
-  CComSafeDeleteCriticalSection section;
-  EXPECT_EQ(S_OK, section.Term());
-  EXPECT_EQ(S_OK, section.Init());
-  EXPECT_EQ(S_OK, section.Lock());
-  EXPECT_EQ(S_OK, section.Unlock());
-  EXPECT_EQ(S_OK, section.Term());
-  EXPECT_EQ(S_OK, section.Term());
-}
-
 TEST(CritSecLock, HoldsTheLockForItsScope) {
   CComAutoCriticalSection section;
   {
-    CComCritSecLock<CComCriticalSection> lock(section);
-    EXPECT_FALSE(IsFree(section));
-    lock.Unlock();
-    EXPECT_TRUE(IsFree(section));
-    EXPECT_EQ(S_OK, lock.Lock());
+    const CComCritSecLock<CComCriticalSection> lock(section);
     EXPECT_FALSE(IsFree(section));
   }
   EXPECT_TRUE(IsFree(section));
-  {
-    const CComCritSecLock<CComCriticalSection> lock(section, false);
-    EXPECT_TRUE(IsFree(section));
-  }
 }
 
 TEST(CritSecLock, FailureToLockThrows) {

@@ -1,123 +1,73 @@
 #include <gtest/gtest.h>
 
-#include <atlstr.h>
 #include <atlwin.h>
 
+#include <string>
+
+using namespace ATL;
+
 namespace {
+
+constexpr UINT kChildId = 42;
 
 /// A hidden overlapped window with an edit control as its child.
 class Window : public testing::Test {
  protected:
-  void SetUp() override {
-    RECT rect = {100, 120, 400, 320};
-    ASSERT_NE(nullptr, m_window.Create(L"STATIC", nullptr, rect, L"title", WS_OVERLAPPEDWINDOW));
-    RECT childRect = {10, 20, 110, 60};
-    ASSERT_NE(nullptr, m_child.Create(L"EDIT", m_window, childRect, L"text", WS_CHILD, 0, 42U));
+  static HWND Make(DWORD style, const RECT& rect, HWND parent,
+                   const wchar_t* windowClass = L"STATIC", UINT id = 0) {
+    return ::CreateWindowExW(0, windowClass, L"title", style, rect.left, rect.top,
+                             rect.right - rect.left, rect.bottom - rect.top, parent,
+                             reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), nullptr, nullptr);
   }
-  void TearDown() override {
-    if (m_window.IsWindow()) {
-      m_window.DestroyWindow();
-    }
+  static std::wstring TextOf(HWND window) {
+    wchar_t text[32] = {};
+    ::GetWindowTextW(window, text, 32);
+    return text;
   }
+  void TearDown() override { ::DestroyWindow(m_window); }
   static LONG Width(const RECT& rect) { return rect.right - rect.left; }
-  static LONG Height(const RECT& rect) { return rect.bottom - rect.top; }
 
-  CWindow m_window;
-  CWindow m_child;
+  CWindow m_window{Make(WS_OVERLAPPEDWINDOW, {100, 120, 400, 320}, nullptr)};
+  CWindow m_child{Make(WS_CHILD, {10, 20, 110, 60}, m_window, L"EDIT", kChildId)};
 };
 
-TEST_F(Window, WithoutARectangleTheSystemChoosesOne) {
-  CWindow window;
-  ASSERT_NE(nullptr, window.Create(L"STATIC", nullptr, nullptr, L"", WS_OVERLAPPEDWINDOW));
-  RECT rect;
-  EXPECT_TRUE(window.GetWindowRect(&rect));
-  EXPECT_LT(100, Width(rect));
-  EXPECT_LT(100, Height(rect));
-  window.DestroyWindow();
+TEST_F(Window, IsAWindowOrNot) {
+  EXPECT_TRUE(m_window.IsWindow());
+  EXPECT_FALSE(CWindow().IsWindow());
+  EXPECT_EQ(m_window.m_hWnd, static_cast<HWND>(m_window));
 }
 
 TEST_F(Window, Text) {
-  CString text;
-  EXPECT_EQ(5, m_window.GetWindowText(text));
-  EXPECT_STREQ(L"title", text);
   EXPECT_TRUE(m_window.SetWindowText(L"ne\x00fc \x4f60"));
-  EXPECT_EQ(5, m_window.GetWindowTextLength());
-  m_window.GetWindowText(text);
-  EXPECT_STREQ(L"ne\x00fc \x4f60", text);
-  wchar_t buffer[3];
-  EXPECT_EQ(2, m_window.GetWindowText(buffer, 3));
-  EXPECT_STREQ(L"ne", buffer);
-  m_window.SetWindowText(L"");
-  EXPECT_EQ(0, m_window.GetWindowText(text));
-  EXPECT_TRUE(text.IsEmpty());
+  EXPECT_EQ(L"ne\x00fc \x4f60", TextOf(m_window));
 }
 
 TEST_F(Window, DialogItems) {
-  EXPECT_EQ(m_child.m_hWnd, m_window.GetDlgItem(42).m_hWnd);
-  EXPECT_EQ(nullptr, m_window.GetDlgItem(43).m_hWnd);
-  EXPECT_EQ(42, m_child.GetDlgCtrlID());
-  EXPECT_TRUE(m_window.SetDlgItemText(42, L"changed"));
-  wchar_t buffer[16];
-  EXPECT_EQ(7U, m_window.GetDlgItemText(42, buffer, 16));
-  EXPECT_STREQ(L"changed", buffer);
-  EXPECT_EQ(7, m_window.SendDlgItemMessage(42, WM_GETTEXTLENGTH));
-  EXPECT_EQ(7, m_child.SendMessage(WM_GETTEXTLENGTH));
-  EXPECT_EQ(m_window.m_hWnd, m_child.GetParent().m_hWnd);
-  EXPECT_EQ(m_window.m_hWnd, m_child.GetTopLevelParent().m_hWnd);
-  EXPECT_TRUE(m_window.IsChild(m_child));
+  EXPECT_EQ(m_child.m_hWnd, m_window.GetDlgItem(kChildId).m_hWnd);
+  EXPECT_EQ(nullptr, m_window.GetDlgItem(kChildId + 1).m_hWnd);
+  EXPECT_TRUE(m_window.SetDlgItemText(kChildId, L"changed"));
+  EXPECT_EQ(7, m_window.SendDlgItemMessage(kChildId, WM_GETTEXTLENGTH));
 }
 
-TEST_F(Window, Styles) {
-  EXPECT_EQ(static_cast<DWORD>(WS_CHILD), m_child.GetStyle() & (WS_CHILD | WS_POPUP));
-  EXPECT_TRUE(m_child.ModifyStyle(0, WS_TABSTOP));
-  EXPECT_NE(0U, m_child.GetStyle() & WS_TABSTOP);
-  EXPECT_FALSE(m_child.ModifyStyle(0, WS_TABSTOP));
-  EXPECT_TRUE(m_child.ModifyStyle(WS_TABSTOP, 0, SWP_FRAMECHANGED));
-  EXPECT_EQ(0U, m_child.GetStyle() & WS_TABSTOP);
-  EXPECT_TRUE(m_window.ModifyStyleEx(0, WS_EX_TOOLWINDOW));
-  EXPECT_NE(0U, m_window.GetExStyle() & WS_EX_TOOLWINDOW);
-}
-
-TEST_F(Window, State) {
-  EXPECT_TRUE(m_child.IsWindowEnabled());
-  EXPECT_FALSE(m_child.EnableWindow(FALSE));
-  EXPECT_FALSE(m_child.IsWindowEnabled());
-  EXPECT_TRUE(m_child.EnableWindow());
-  EXPECT_FALSE(m_window.IsWindowVisible());
-  m_window.ShowWindow(SW_SHOWNA);
-  EXPECT_TRUE(m_window.IsWindowVisible());
-}
-
-TEST_F(Window, Rectangles) {
+TEST_F(Window, StyleAndPlace) {
+  EXPECT_EQ(static_cast<DWORD>(WS_CHILD), m_child.GetStyle() & (WS_CHILD | WS_POPUP | WS_VISIBLE));
+  m_child.ShowWindow(SW_SHOWNA);
+  EXPECT_EQ(static_cast<DWORD>(WS_VISIBLE), m_child.GetStyle() & WS_VISIBLE);
+  EXPECT_TRUE(m_child.SetWindowPos(nullptr, 5, 6, 0, 0, SWP_NOSIZE | SWP_NOZORDER));
   RECT rect;
   EXPECT_TRUE(m_child.GetWindowRect(&rect));
-  EXPECT_EQ(100, Width(rect));
-  RECT client = rect;
-  EXPECT_TRUE(m_window.ScreenToClient(&client));
-  EXPECT_EQ(10, client.left);
-  EXPECT_EQ(20, client.top);
-  EXPECT_EQ(110, client.right);
-  EXPECT_TRUE(m_window.ClientToScreen(&client));
-  EXPECT_TRUE(::EqualRect(&rect, &client));
-  RECT mapped = {0, 0, 5, 6};
-  m_child.MapWindowPoints(m_window, &mapped);
-  EXPECT_EQ(10, mapped.left);
-  EXPECT_EQ(26, mapped.bottom);
-  const RECT moved = {1, 2, 31, 42};
-  EXPECT_TRUE(m_child.MoveWindow(&moved));
-  m_child.GetClientRect(&rect);
-  EXPECT_EQ(30, rect.right);
-  EXPECT_TRUE(m_child.SetWindowPos(nullptr, 5, 6, 0, 0, SWP_NOSIZE | SWP_NOZORDER));
-  m_child.GetWindowRect(&rect);
-  m_window.ScreenToClient(&rect);
+  ::MapWindowPoints(nullptr, m_window, reinterpret_cast<POINT*>(&rect), 2);
   EXPECT_EQ(5, rect.left);
-  EXPECT_EQ(40, Height(rect));
+  EXPECT_EQ(6, rect.top);
+  EXPECT_EQ(100, Width(rect));
 }
 
-TEST_F(Window, Font) {
-  const auto font = static_cast<HFONT>(::GetStockObject(DEFAULT_GUI_FONT));
-  m_child.SetFont(font);
-  EXPECT_EQ(font, m_child.GetFont());
+TEST_F(Window, PostedMessage) {
+  EXPECT_TRUE(m_window.PostMessage(WM_APP, 7, 8));
+  MSG msg;
+  ASSERT_TRUE(::PeekMessageW(&msg, m_window, WM_APP, WM_APP, PM_REMOVE));
+  EXPECT_EQ(7U, msg.wParam);
+  EXPECT_EQ(8, msg.lParam);
 }
 
 TEST_F(Window, Timer) {
@@ -127,18 +77,6 @@ TEST_F(Window, Timer) {
   EXPECT_EQ(7U, msg.wParam);
   EXPECT_TRUE(m_window.KillTimer(7));
   EXPECT_FALSE(m_window.KillTimer(7));
-}
-
-TEST_F(Window, AttachDetachDestroy) {
-  CWindow other;
-  EXPECT_FALSE(other.IsWindow());
-  other.Attach(m_child);
-  EXPECT_EQ(m_child.m_hWnd, other.Detach());
-  EXPECT_EQ(nullptr, other.m_hWnd);
-  other = m_child;
-  EXPECT_TRUE(other.DestroyWindow());
-  EXPECT_EQ(nullptr, other.m_hWnd);
-  EXPECT_FALSE(m_child.IsWindow());
 }
 
 TEST_F(Window, CenterWindowOnTheWorkAreaWithoutOwner) {
@@ -154,9 +92,8 @@ TEST_F(Window, CenterWindowOnTheWorkAreaWithoutOwner) {
 
 TEST_F(Window, CenterWindowOnItsVisibleOwnerInsideTheWorkArea) {
   m_window.ShowWindow(SW_SHOWNA);
-  RECT start = {0, 0, 60, 40};
-  CWindow owned;
-  ASSERT_NE(nullptr, owned.Create(L"STATIC", m_window, start, L"", WS_POPUP));
+  CWindow owned(Make(WS_POPUP, {0, 0, 60, 40}, m_window));
+  ASSERT_TRUE(owned.IsWindow());
   ASSERT_TRUE(owned.CenterWindow());
   RECT owner;
   RECT rect;
@@ -166,7 +103,7 @@ TEST_F(Window, CenterWindowOnItsVisibleOwnerInsideTheWorkArea) {
   EXPECT_NEAR(owner.top + owner.bottom, rect.top + rect.bottom, 2);
   EXPECT_EQ(60, Width(rect));
 
-  m_window.MoveWindow(-250, -150, 300, 200);
+  ::MoveWindow(m_window, -250, -150, 300, 200, FALSE);
   ASSERT_TRUE(owned.CenterWindow());
   owned.GetWindowRect(&rect);
   MONITORINFO info = {};
@@ -177,9 +114,8 @@ TEST_F(Window, CenterWindowOnItsVisibleOwnerInsideTheWorkArea) {
 }
 
 TEST_F(Window, CenterWindowIgnoresAHiddenOwner) {
-  RECT start = {0, 0, 60, 40};
-  CWindow owned;
-  ASSERT_NE(nullptr, owned.Create(L"STATIC", m_window, start, L"", WS_POPUP));
+  CWindow owned(Make(WS_POPUP, {0, 0, 60, 40}, m_window));
+  ASSERT_TRUE(owned.IsWindow());
   ASSERT_TRUE(owned.CenterWindow());
   RECT rect;
   owned.GetWindowRect(&rect);
@@ -194,8 +130,8 @@ TEST_F(Window, CenterWindowOfAChildUsesTheParentsClientArea) {
   RECT rect;
   RECT client;
   m_child.GetWindowRect(&rect);
-  m_window.ScreenToClient(&rect);
-  m_window.GetClientRect(&client);
+  ::MapWindowPoints(nullptr, m_window, reinterpret_cast<POINT*>(&rect), 2);
+  ::GetClientRect(m_window, &client);
   EXPECT_NEAR(client.right, rect.left + rect.right, 2);
   EXPECT_NEAR(client.bottom, rect.top + rect.bottom, 2);
 }

@@ -9,14 +9,6 @@ namespace {
 
 constexpr IID kIidOther = {
     0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x31}};
-constexpr IID kIidRefused = {
-    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x32}};
-constexpr IID kIidFromBlind = {
-    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x33}};
-
-/// Base interfaces of this come by two ways.
-struct IStreamInit : public IPersistStreamInit {};
-struct IStorage2 : public IPersistStorage {};
 
 /// The part of a class that brings a map of its own.
 class CColourPart : public IColour {
@@ -35,8 +27,6 @@ class CColourPart : public IColour {
 
 class CMapped : public CComObjectRootEx<CComSingleThreadModel>,
                 public INumber,
-                public IObjectWithSiteImpl<CMapped>,
-                public ISupportErrorInfoImpl<&kIidOther>,
                 public IPersistStreamInit,
                 public IPersistStorage,
                 public CColourPart {
@@ -52,27 +42,8 @@ class CMapped : public CComObjectRootEx<CComSingleThreadModel>,
   COM_INTERFACE_ENTRY(IPersistStorage)
   COM_INTERFACE_ENTRY(IPersistStreamInit)
   COM_INTERFACE_ENTRY2(IPersist, IPersistStreamInit)
-  COM_INTERFACE_ENTRY2_IID(IID_IPersistStream, IPersist, IPersistStorage)
-  COM_INTERFACE_ENTRY_NOINTERFACE(IObjectWithSite)
-  COM_INTERFACE_ENTRY(IObjectWithSite)
-  COM_INTERFACE_ENTRY_FUNC(kIidRefused, 5, Refuse)
   COM_INTERFACE_ENTRY_CHAIN(CColourPart)
-  COM_INTERFACE_ENTRY_AGGREGATE(IID_IStream, m_inner)
-  COM_INTERFACE_ENTRY_FUNC_BLIND(0, Blind)
-  COM_INTERFACE_ENTRY_AGGREGATE_BLIND(m_blindInner)
   END_COM_MAP()
-
-  static HRESULT WINAPI Refuse(void*, REFIID iid, void**, DWORD_PTR dw) {
-    EXPECT_EQ(5U, dw);
-    EXPECT_TRUE(iid == kIidRefused);
-    return E_ACCESSDENIED;
-  }
-  static HRESULT WINAPI Blind(void* pv, REFIID iid, void** ppv, DWORD_PTR) {
-    if (iid != kIidFromBlind) {
-      return E_ACCESSDENIED;
-    }
-    return static_cast<CMapped*>(pv)->GetUnknown()->QueryInterface(__uuidof(INumber), ppv);
-  }
 
   STDMETHOD_(int, Number)() override { return 1; }
   STDMETHOD(GetClassID)(CLSID*) override { return E_NOTIMPL; }
@@ -86,9 +57,6 @@ class CMapped : public CComObjectRootEx<CComSingleThreadModel>,
   STDMETHOD(Save)(IStorage*, BOOL) override { return E_NOTIMPL; }
   STDMETHOD(SaveCompleted)(IStorage*) override { return E_NOTIMPL; }
   STDMETHOD(HandsOffStorage)() override { return E_NOTIMPL; }
-
-  CComPtr<IUnknown> m_inner;
-  CComPtr<IUnknown> m_blindInner;
 };
 
 class ComMap : public testing::Test {
@@ -126,44 +94,16 @@ TEST_F(ComMap, PlainEntries) {
 
 TEST_F(ComMap, EntriesByWayOfABase) {
   EXPECT_EQ(static_cast<IPersistStreamInit*>(m_object), Query(__uuidof(IPersist)));
-  EXPECT_EQ(static_cast<IPersistStorage*>(m_object), Query(IID_IPersistStream));
-}
-
-TEST_F(ComMap, NoInterfaceEndsTheSearch) {
-  EXPECT_EQ(nullptr, Query(__uuidof(IObjectWithSite)));
-  EXPECT_EQ(E_NOINTERFACE, m_result);
-}
-
-TEST_F(ComMap, FunctionDecides) {
-  EXPECT_EQ(nullptr, Query(kIidRefused));
-  EXPECT_EQ(E_ACCESSDENIED, m_result);
-}
-
-TEST_F(ComMap, BlindFunctionMayFail) {
-  EXPECT_EQ(static_cast<INumber*>(m_object), Query(kIidFromBlind));
-  EXPECT_EQ(nullptr, Query(__uuidof(IDispatch)));
-  EXPECT_EQ(E_NOINTERFACE, m_result);
 }
 
 TEST_F(ComMap, ChainAsksTheBase) {
   EXPECT_EQ(static_cast<IColour*>(m_object), Query(__uuidof(IColour)));
-}
-
-TEST_F(ComMap, AggregatesAreAsked) {
-  EXPECT_EQ(nullptr, Query(IID_IStream));
-  EXPECT_EQ(E_NOINTERFACE, m_result) << "no aggregate yet";
-  CComPtr<IStream> stream;
-  ASSERT_EQ(S_OK, CreateStreamOnHGlobal(nullptr, TRUE, &stream));
-  m_object->m_inner = stream;
-  EXPECT_EQ(stream.p, Query(IID_IStream));
-  EXPECT_EQ(nullptr, Query(IID_ISequentialStream)) << "only the interface that is listed";
-  m_object->m_blindInner = stream;
-  EXPECT_EQ(static_cast<ISequentialStream*>(stream), Query(IID_ISequentialStream));
+  EXPECT_EQ(nullptr, Query(__uuidof(IDispatch)));
+  EXPECT_EQ(E_NOINTERFACE, m_result);
 }
 
 TEST_F(ComMap, NothingIsLeftBehind) {
-  for (const IID& iid : {__uuidof(INumber), kIidOther, kIidRefused, kIidFromBlind, IID_IStream,
-                         __uuidof(IColour), IID_IDispatch}) {
+  for (const IID& iid : {__uuidof(INumber), kIidOther, __uuidof(IColour), IID_IDispatch}) {
     Query(iid);
   }
   EXPECT_EQ(1U, References(m_holder));

@@ -1,10 +1,10 @@
 // The system's own registrar as a second opinion: where it is sound, both leave the same registry.
 
 #include <atlbase.h>
-#include <atliface.h>
 #include <gtest/gtest.h>
 #include <statreg.h>
 
+#include "registrar_interface.h"
 #include "registry_sandbox.h"
 
 namespace {

@@ -3,7 +3,6 @@
 #include <statreg.h>
 
 #include "registry_sandbox.h"
-#include "tests/support/temp_sandbox.h"
 
 namespace {
 
@@ -290,7 +289,6 @@ TEST_F(Registrar, AnEmptyScriptDoesNothing) {
 TEST_F(Registrar, NullArguments) {
   EXPECT_EQ(E_INVALIDARG, m_registrar.StringRegister(nullptr));
   EXPECT_EQ(E_INVALIDARG, m_registrar.StringUnregister(nullptr));
-  EXPECT_EQ(E_INVALIDARG, m_registrar.FileRegister(nullptr));
   EXPECT_EQ(E_INVALIDARG, m_registrar.ResourceRegister(nullptr, 1, L"REGISTRY"));
   EXPECT_EQ(E_INVALIDARG, m_registrar.ResourceRegister(L"x.dll", 1, nullptr));
 }
@@ -304,23 +302,14 @@ TEST_F(Registrar, FailureOfTheRegistryIsItsCode) {
   EXPECT_EQ(L"", User());
 }
 
-TEST_F(Registrar, ReadsFiles) {
-  const CTempSandbox folder;
-  const std::wstring narrow = folder.Write(L"narrow.rgs", "HKCU { a = s 'x' }");
-  EXPECT_EQ(S_OK, m_registrar.FileRegister(narrow.c_str()));
-  EXPECT_EQ(Lines({L"a", L"a = s:x"}), User());
-  EXPECT_EQ(S_OK, m_registrar.FileUnregister(narrow.c_str()));
-  EXPECT_EQ(L"", User());
-
-  const std::wstring text = L"\xFEFFHKCU { a = s '\x4F60' }";
-  const std::wstring wide = folder.Write(
-      L"wide.rgs",
-      std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)));
-  EXPECT_EQ(S_OK, m_registrar.FileRegister(wide.c_str()));
-  EXPECT_EQ(Lines({L"a", L"a = s:\x4F60"}), User());
-
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND),
-            m_registrar.FileRegister((folder / L"missing.rgs").c_str()));
+TEST_F(Registrar, ScriptsAreAnsiOrUtf16) {
+  using ATL::detail::DecodeScript;
+  EXPECT_EQ(L"HKCU { a }", DecodeScript("HKCU { a }"));
+  EXPECT_EQ(L"", DecodeScript(""));
+  EXPECT_EQ(L"HKCU", DecodeScript(std::string_view("HKCU\0{ a }", 10))) << "text ends there";
+  const std::wstring wide = L"\xFEFFHKCU { a = s '\x4F60' }";
+  EXPECT_EQ(L"HKCU { a = s '\x4F60' }", DecodeScript({reinterpret_cast<const char*>(wide.data()),
+                                                      wide.size() * sizeof(wchar_t)}));
 }
 
 TEST_F(Registrar, ReadsResources) {
@@ -329,9 +318,6 @@ TEST_F(Registrar, ReadsResources) {
   EXPECT_EQ(S_OK, m_registrar.ResourceRegister(program.c_str(), 200, L"REGISTRY"));
   const std::wstring written = Lines({L"TestByNumber", L"TestByNumber = s:Friend"});
   EXPECT_EQ(written, User());
-  EXPECT_EQ(S_OK, m_registrar.ResourceRegisterSz(program.c_str(), L"NAMED", L"REGISTRY"));
-  EXPECT_EQ(Lines({L"TestByName"}) + written, User());
-  EXPECT_EQ(S_OK, m_registrar.ResourceUnregisterSz(program.c_str(), L"NAMED", L"REGISTRY"));
   EXPECT_EQ(S_OK, m_registrar.ResourceUnregister(program.c_str(), 200, L"REGISTRY"));
   EXPECT_EQ(L"", User());
 

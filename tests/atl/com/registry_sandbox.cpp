@@ -135,9 +135,8 @@ std::wstring CRegistrySandbox::Dump(HKEY root) {
 }
 
 void CRegistrySandbox::Put(HKEY root, const wchar_t* key, const wchar_t* value) {
-  ATL::CRegKey handle;
-  ASSERT_EQ(ERROR_SUCCESS, handle.Create(root, key));
-  ASSERT_EQ(ERROR_SUCCESS, handle.SetStringValue(nullptr, value));
+  const auto size = static_cast<DWORD>((std::wcslen(value) + 1) * sizeof(wchar_t));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(root, key, nullptr, REG_SZ, value, size));
 }
 
 std::wstring Lines(std::initializer_list<std::wstring> lines) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atlcom.h>
+#include <cguid.h>
 
 /// A minimal interface of the tests' own, and a second one.
 MIDL_INTERFACE("7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E21")
@@ -26,7 +27,7 @@ inline ObjectLog g_log;
 
 /// The usual class: two interfaces, and a log of its life.
 class CTestObject : public ATL::CComObjectRootEx<ATL::CComSingleThreadModel>,
-                    public ATL::CComCoClass<CTestObject>,
+                    public ATL::CComCoClass<CTestObject, &CLSID_NULL>,
                     public INumber,
                     public IColour {
  public:
@@ -53,19 +54,11 @@ class CTestObject : public ATL::CComObjectRootEx<ATL::CComSingleThreadModel>,
   STDMETHOD_(int, Colour)() override { return 7; }
 };
 
-/// The same with another way of being created.
-class CNotAggregatable : public CTestObject {
- public:
-  DECLARE_NOT_AGGREGATABLE(CNotAggregatable)
-};
-class COnlyAggregatable : public CTestObject {
- public:
-  DECLARE_ONLY_AGGREGATABLE(COnlyAggregatable)
-};
-class CPolyAggregatable : public CTestObject {
- public:
-  DECLARE_POLY_AGGREGATABLE(CPolyAggregatable)
-};
+/// Makes a T as the class factory does; `outer` is to take it in.
+template <class T, class Q>
+HRESULT CreateObject(ATL::CComPtr<Q>& object, IUnknown* outer = nullptr) {
+  return T::_CreatorClass::CreateInstance(outer, __uuidof(Q), reinterpret_cast<void**>(&object));
+}
 
 /// The interface of an object, without keeping a reference: for comparisons.
 template <class T>

@@ -17,10 +17,11 @@ class CTestServerModule : public CAtlDllModuleT<CTestServerModule> {
 
 CTestServerModule g_module;
 
-class CServerGreeter : public CModuleGreeter {
+class CServerGreeter : public CGreeter {
  public:
-  DECLARE_AGGREGATABLE(CServerGreeter)
-  DECLARE_REGISTRY_RESOURCEID(101)
+  static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
+    return _pAtlModule->UpdateRegistryFromResource(101, bRegister);
+  }
   BEGIN_CATEGORY_MAP(CServerGreeter)
   IMPLEMENTED_CATEGORY(CATID_SafeForScripting)
   END_CATEGORY_MAP()

@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "atl_test_module.h"
 #include "registry_sandbox.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/temp_sandbox.h"
 
 namespace {
 
@@ -43,9 +43,8 @@ TEST_F(TypeLibrary, LoadsByIndex) {
 }
 
 TEST_F(TypeLibrary, FailsWithoutOne) {
-  BSTR path = SysAllocString(L"untouched");
-  CComBSTR owner;
-  owner.Attach(path);
+  const CComBSTR owner(L"untouched");
+  BSTR path = owner;
   ITypeLib* library = reinterpret_cast<ITypeLib*>(&library);
   EXPECT_TRUE(FAILED(AtlLoadTypeLib(m_module, L"\\2", &path, &library)));
   EXPECT_EQ(nullptr, path);
@@ -64,24 +63,6 @@ DWORD WINAPI ClaimedModuleFileName(HMODULE, LPWSTR buffer, DWORD size) {
              : 0;
 }
 
-TEST_F(TypeLibrary, LoadsFromTheFileBesideTheModule) {
-  const CTempSandbox folder;
-  const HRSRC resource = FindResourceW(nullptr, MAKEINTRESOURCEW(1), L"TYPELIB");
-  ASSERT_NE(nullptr, resource);
-  const HGLOBAL data = LoadResource(nullptr, resource);
-  folder.Write(L"with.dot\\server.tlb", std::string(static_cast<const char*>(LockResource(data)),
-                                                    SizeofResource(nullptr, resource)));
-  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &ClaimedModuleFileName);
-  for (const wchar_t* name : {L"with.dot\\server.dll", L"with.dot\\server"}) {
-    g_claimedPath = folder / name;
-    CComBSTR path;
-    CComPtr<ITypeLib> library;
-    EXPECT_EQ(S_OK, AtlLoadTypeLib(m_module, nullptr, &path, &library));
-    EXPECT_TRUE(IsTestLibrary(library));
-    EXPECT_STREQ((folder / L"with.dot\\server.tlb").c_str(), path);
-  }
-}
-
 TEST_F(TypeLibrary, PathsOfAnyLength) {
   const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &ClaimedModuleFileName);
   for (const size_t length : {size_t{MAX_PATH - 1}, size_t{MAX_PATH}, size_t{3000}}) {
@@ -93,14 +74,14 @@ TEST_F(TypeLibrary, PathsOfAnyLength) {
 TEST_F(TypeLibrary, RegistersForTheMachine) {
   const CRegistrySandbox sandbox;
   CRegistrySandbox::Put(HKEY_CLASSES_ROOT, L"TypeLib");  // systems differ in how they spell it
-  EXPECT_EQ(S_OK, _AtlComModule.RegisterTypeLib());
+  EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
   const std::wstring key = L"TypeLib\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E10}\\1.0";
   const std::wstring classes = CRegistrySandbox::Dump(HKEY_CLASSES_ROOT);
   EXPECT_THAT(classes, testing::HasSubstr(key + L" = s:Test Types\n"));
   EXPECT_THAT(classes, testing::HasSubstr(key + L"\\0\\win64 = s:" + m_path + L"\n"));
   const std::wstring folder = m_path.substr(0, m_path.rfind(L'\\'));
   EXPECT_THAT(classes, testing::HasSubstr(key + L"\\HELPDIR = s:" + folder + L"\n"));
-  EXPECT_EQ(S_OK, _AtlComModule.UnRegisterTypeLib());
+  EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(m_module, nullptr));
   EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT), testing::Not(testing::HasSubstr(key)));
 }
 

@@ -38,8 +38,6 @@ TEST_P(Activation, InPlaceMakesAWindowWhereTheSiteSays) {
   EXPECT_EQ(0, GetWindowLongPtrW(window, GWL_EXSTYLE));
   EXPECT_TRUE(Plate().m_bInPlaceActive);
   EXPECT_FALSE(Plate().m_bUIActive);
-  EXPECT_TRUE(Plate().m_bNegotiatedWnd);
-  EXPECT_FALSE(Plate().m_bWndLess);
   EXPECT_FALSE(Plate().m_bInPlaceSiteEx);
   EXPECT_TRUE(EqualRect(&m_site.m_position, &Plate().m_rcPos));
 }
@@ -132,7 +130,6 @@ TEST_P(Activation, CloseTakesEverythingBack) {
   ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
   EXPECT_FALSE(IsWindow(window));
   EXPECT_FALSE(Plate().m_bInPlaceActive);
-  EXPECT_FALSE(Plate().m_bNegotiatedWnd);
   EXPECT_EQ(nullptr, Plate().m_spInPlaceSite.p);
   EXPECT_NE(nullptr, Plate().m_spClientSite.p) << "may be activated again";
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
@@ -146,6 +143,35 @@ TEST_P(Activation, LastReleaseDestroysTheWindow) {
   m_outer.m_inner.Release();
   EXPECT_EQ(0, g_plates.alive);
   EXPECT_FALSE(IsWindow(window));
+}
+
+TEST_P(Activation, ExtendedSiteIsAskedByItsOwnMethods) {
+  m_site.m_kind = CTestSite::Kind::kEx;
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(),
+              ElementsAre("CanInPlaceActivate", "OnInPlaceActivateEx", "GetWindowContext",
+                          "GetWindow", "RequestUIActivate", "OnUIActivate", "OnFocus",
+                          "frame.SetActiveObject", "frame.SetBorderSpace",
+                          "document.SetActiveObject", "document.SetBorderSpace", "ShowObject"));
+  EXPECT_EQ(0U, m_site.m_activateFlags) << "with a window";
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr)) << "it stays with its site in place";
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  EXPECT_THAT(m_site.m_log.Take(),
+              ElementsAre("GetWindowContext", "frame.NoActiveObject", "document.NoActiveObject",
+                          "OnUIDeactivate", "OnInPlaceDeactivateEx"));
+}
+
+TEST_P(Activation, AnotherSiteIsAskedAnew) {
+  m_site.m_kind = CTestSite::Kind::kEx;
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  m_site.m_kind = CTestSite::Kind::kPlain;
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+  m_site.m_log.Take();
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
+                                               "GetWindowContext", "GetWindow", "ShowObject"));
 }
 
 class ActivationFailure : public ControlTest {
@@ -216,6 +242,17 @@ TEST_F(ActivationFailure, UserInterfaceIsRefused) {
   EXPECT_FALSE(Plate().m_bUIActive);
   EXPECT_TRUE(Plate().m_bInPlaceActive);
   EXPECT_EQ(nullptr, m_site.m_frame.m_active.p);
+}
+
+TEST_F(ActivationFailure, ExtendedSiteMayRefuseTheUserInterface) {
+  m_site.m_kind = CTestSite::Kind::kEx;
+  m_site.m_results["RequestUIActivate"] = S_FALSE;
+  EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_UIACTIVATE));
+  EXPECT_THAT(m_site.m_log.Take(),
+              ElementsAre("CanInPlaceActivate", "OnInPlaceActivateEx", "GetWindowContext",
+                          "GetWindow", "RequestUIActivate", "OnUIDeactivate"));
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+  EXPECT_FALSE(Plate().m_bUIActive);
 }
 
 TEST_F(ActivationFailure, ContainerClosesTheControlInsideOfACall) {

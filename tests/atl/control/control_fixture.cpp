@@ -19,18 +19,7 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv)
   return m_inner->QueryInterface(iid, ppv);
 }
 
-std::string ToString(Birth birth) {
-  switch (birth) {
-    case Birth::kAlone:
-      return "Alone";
-    case Birth::kInside:
-      return "Inside";
-    case Birth::kPolymorphic:
-      return "Polymorphic";
-    default:
-      return "PolymorphicInside";
-  }
-}
+std::string ToString(Birth birth) { return birth == Birth::kAlone ? "Alone" : "Inside"; }
 
 void ControlTest::SetUp() {
   // S_FALSE after tests with the system's host window, which does not take its own call back.
@@ -52,14 +41,11 @@ void ControlTest::TearDown() {
 }
 
 void ControlTest::Create(Birth birth) {
-  using Poly = CComCreator<CComPolyObject<CPlate>>;
-  const bool inside = birth == Birth::kInside || birth == Birth::kPolymorphicInside;
-  const bool poly = birth == Birth::kPolymorphic || birth == Birth::kPolymorphicInside;
+  const bool inside = birth == Birth::kInside;
   CComPtr<IUnknown>& pNew = inside ? m_outer.m_inner : m_object;
   IUnknown* const pOuter = inside ? &m_outer : nullptr;
-  void** const ppv = reinterpret_cast<void**>(&pNew);
-  ASSERT_EQ(S_OK, poly ? Poly::CreateInstance(pOuter, IID_IUnknown, ppv)
-                       : CPlate::_CreatorClass::CreateInstance(pOuter, IID_IUnknown, ppv));
+  ASSERT_EQ(S_OK, CPlate::_CreatorClass::CreateInstance(pOuter, IID_IUnknown,
+                                                        reinterpret_cast<void**>(&pNew)));
   if (inside) {
     m_object = &m_outer;
   }

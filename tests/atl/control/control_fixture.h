@@ -39,7 +39,7 @@ class COuter final : public IUnknown {
 };
 
 /// How the control under test was made.
-enum class Birth { kAlone, kInside, kPolymorphic, kPolymorphicInside };
+enum class Birth { kAlone, kInside };
 std::string ToString(Birth birth);
 
 /// A control and its site, whose end checks that the control has gone and left nothing behind. The
@@ -84,9 +84,7 @@ class EveryControlTest : public ControlTest, public testing::WithParamInterface<
   }
 };
 
-#define INSTANTIATE_FOR_EVERY_BIRTH(suite)                                \
-  INSTANTIATE_TEST_SUITE_P(                                               \
-      Born, suite,                                                        \
-      testing::Values(Birth::kAlone, Birth::kInside, Birth::kPolymorphic, \
-                      Birth::kPolymorphicInside),                         \
+#define INSTANTIATE_FOR_EVERY_BIRTH(suite)                         \
+  INSTANTIATE_TEST_SUITE_P(                                        \
+      Born, suite, testing::Values(Birth::kAlone, Birth::kInside), \
       [](const testing::TestParamInfo<Birth>& info) { return ToString(info.param); })

@@ -41,27 +41,12 @@ TEST_P(Metafile, ShowsTheControl) {
   ReleaseStgMedium(&m_medium);
 }
 
-TEST_P(Metafile, IsDrawnInPixelsOrInHundredthsOfAMillimetre) {
-  for (const bool inHimetric : {false, true}) {
-    Plate().m_bDrawGetDataInHimetric = inHimetric;
-    SIZEL expected = {5080, 5080};
-    if (!inHimetric) {
-      AtlHiMetricToPixel(&expected, &expected);
-    }
-    ASSERT_EQ(S_OK, Get({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT}));
-    EXPECT_EQ(expected.cx, g_plates.bounds.right);
-    EXPECT_EQ(expected.cy, g_plates.bounds.bottom);
-    ReleaseStgMedium(&m_medium);
-  }
-}
-
-TEST_P(Metafile, MayHaveTheNaturalSize) {
-  Plate().m_sizeNatural = {1000, 2000};
-  Plate().m_bDrawFromNatural = TRUE;
+TEST_P(Metafile, IsDrawnInPixels) {
+  SIZEL expected = {5080, 5080};
+  AtlHiMetricToPixel(&expected, &expected);
   ASSERT_EQ(S_OK, Get({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT}));
-  const auto* const picture = static_cast<METAFILEPICT*>(GlobalLock(m_medium.hMetaFilePict));
-  EXPECT_EQ(2000, picture->yExt);
-  GlobalUnlock(m_medium.hMetaFilePict);
+  EXPECT_EQ(expected.cx, g_plates.bounds.right);
+  EXPECT_EQ(expected.cy, g_plates.bounds.bottom);
   ReleaseStgMedium(&m_medium);
 }
 
@@ -98,10 +83,10 @@ TEST_P(DataAdvise, SinkGetsThePicture) {
   SIZEL extent = {1000, 1000};
   EXPECT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &extent));
   EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnDataChange"));
-  EXPECT_EQ(S_OK, Plate().FireDataChange());
+  EXPECT_EQ(S_OK, Plate().SendOnDataChange());
   EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnDataChange"));
   EXPECT_EQ(S_OK, data->DUnadvise(cookie));
-  EXPECT_EQ(S_OK, Plate().FireDataChange());
+  EXPECT_EQ(S_OK, Plate().SendOnDataChange());
   EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
   EXPECT_EQ(0U, m_sink.References());
 }

@@ -85,6 +85,15 @@ TEST_P(Input, ReflectedMessagesGetTheDefaultProcessing) {
   ReleaseDC(ControlWindow(), hdc);
 }
 
+TEST_P(Input, ContainerMayHandOverMessages) {
+  const auto object = As<IOleInPlaceObjectWindowless>();
+  LRESULT result = 1;
+  EXPECT_EQ(S_FALSE, object->OnWindowMessage(WM_NULL, 0, 0, &result));
+  EXPECT_EQ(0, result);
+  EXPECT_EQ(S_OK, object->OnWindowMessage(OCM_COMMAND, 0, 0, &result)) << "reflected ones stay";
+  EXPECT_EQ(E_POINTER, object->OnWindowMessage(WM_NULL, 0, 0, nullptr));
+}
+
 TEST_P(Input, FramesAndDialogsNeedNothing) {
   const auto active = As<IOleInPlaceActiveObject>();
   EXPECT_EQ(S_OK, active->OnFrameWindowActivate(TRUE));

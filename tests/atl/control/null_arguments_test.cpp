@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "control_fixture.h"
+#include "tests/support/import_patch.h"
 
 namespace {
 
@@ -134,6 +135,12 @@ TEST_P(NullArguments, WhatFailsClearsItsResult) {
   EXPECT_EQ(E_NOTIMPL, data->SetData(&format, &medium, FALSE));
 }
 
+/// The tests' library, as if it were registered.
+HRESULT WINAPI LoadTestLibrary(REFGUID, WORD, WORD, LCID, ITypeLib** library) {
+  CComBSTR path;
+  return AtlLoadTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr, &path, library);
+}
+
 TEST_P(NullArguments, ClassHasNoEventsToName) {
   const auto info = As<IProvideClassInfo2>();
   for (const DWORD kind : {0UL, DWORD{GUIDKIND_DEFAULT_SOURCE_DISP_IID}, 2UL}) {
@@ -141,6 +148,7 @@ TEST_P(NullArguments, ClassHasNoEventsToName) {
     EXPECT_EQ(E_INVALIDARG, info->GetGUID(kind, &guid));
     EXPECT_TRUE(guid == GUID_NULL);
   }
+  const CImportPatch registered("oleaut32.dll", "LoadRegTypeLib", &LoadTestLibrary);
   CComPtr<ITypeInfo> type;
   ASSERT_EQ(S_OK, As<IProvideClassInfo>()->GetClassInfo(&type));
   TYPEATTR* attributes = nullptr;

@@ -1,5 +1,6 @@
 // What the control tells about itself and its class, and how it takes verbs.
 
+#include <cwchar>
 #include <initializer_list>
 
 #include "control_fixture.h"
@@ -27,7 +28,9 @@ class CPlateRegistration {
   void Set(const wchar_t* subkey, const wchar_t* value) {
     CRegKey key;
     EXPECT_EQ(ERROR_SUCCESS, key.Create(m_classes, (m_class + subkey).c_str()));
-    EXPECT_EQ(ERROR_SUCCESS, key.SetStringValue(nullptr, value));
+    EXPECT_EQ(ERROR_SUCCESS,
+              key.SetValue(nullptr, REG_SZ, value,
+                           static_cast<ULONG>((std::wcslen(value) + 1) * sizeof(wchar_t))));
   }
 
  private:

@@ -20,29 +20,26 @@ inline PlateLog g_plates;
 constexpr COLORREF kPlateColour = RGB(0, 128, 255);
 
 /// A full control with a window of its own: a rectangle filled with one colour.
-class CPlate
-    : public CComObjectRootEx<CComSingleThreadModel>,
-      public IDispatchImpl<IPlate, &IID_IPlate, &LIBID_AtlControlTestTypes, 0xFFFF, 0xFFFF>,
-      public IPersistStreamInitImpl<CPlate>,
-      public IOleControlImpl<CPlate>,
-      public IOleObjectImpl<CPlate>,
-      public IOleInPlaceActiveObjectImpl<CPlate>,
-      public IViewObjectExImpl<CPlate>,
-      public IOleInPlaceObjectWindowlessImpl<CPlate>,
-      public IPersistStorageImpl<CPlate>,
-      public ISpecifyPropertyPagesImpl<CPlate>,
-      public IQuickActivateImpl<CPlate>,
-      public IDataObjectImpl<CPlate>,
-      public IProvideClassInfo2Impl<&CLSID_Plate, nullptr, &LIBID_AtlControlTestTypes, 0xFFFF,
-                                    0xFFFF>,
-      public IObjectSafetyImpl<CPlate, INTERFACESAFE_FOR_UNTRUSTED_CALLER |
-                                           INTERFACESAFE_FOR_UNTRUSTED_DATA>,
-      public CComCoClass<CPlate, &CLSID_Plate>,
-      public CComControl<CPlate> {
+class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
+               public IDispatchImpl<IPlate, &IID_IPlate, &LIBID_AtlControlTestTypes>,
+               public IPersistStreamInitImpl<CPlate>,
+               public IOleControlImpl<CPlate>,
+               public IOleObjectImpl<CPlate>,
+               public IOleInPlaceActiveObjectImpl<CPlate>,
+               public IViewObjectExImpl<CPlate>,
+               public IOleInPlaceObjectWindowlessImpl<CPlate>,
+               public IPersistStorageImpl<CPlate>,
+               public ISpecifyPropertyPagesImpl<CPlate>,
+               public IQuickActivateImpl<CPlate>,
+               public IDataObjectImpl<CPlate>,
+               public IProvideClassInfo2Impl<&CLSID_Plate, nullptr, &LIBID_AtlControlTestTypes>,
+               public IObjectSafetyImpl<CPlate, INTERFACESAFE_FOR_UNTRUSTED_CALLER |
+                                                    INTERFACESAFE_FOR_UNTRUSTED_DATA>,
+               public CComCoClass<CPlate, &CLSID_Plate>,
+               public CComControl<CPlate> {
  public:
   CPlate() {
     m_bWindowOnly = TRUE;
-    m_bRecomposeOnResize = TRUE;
     ++g_plates.alive;
   }
   CPlate(const CPlate&) = delete;
@@ -98,7 +95,7 @@ class CPlate
   STDMETHOD(put_Colour)(LONG value) override {
     m_colour = value;
     SetDirty(TRUE);
-    return FireViewChange();
+    return SendOnViewChange(DVASPECT_CONTENT);
   }
 
   HRESULT OnDraw(ATL_DRAWINFO& di) override {

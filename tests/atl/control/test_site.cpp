@@ -38,9 +38,8 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::QueryInterface(REFIID iid, void** p
   } else if (iid == IID_IDispatch) {
     found = static_cast<IDispatch*>(this);
   } else if ((iid == IID_IOleInPlaceSite && m_kind >= Kind::kPlain) ||
-             (iid == IID_IOleInPlaceSiteEx && m_kind >= Kind::kEx) ||
-             (iid == IID_IOleInPlaceSiteWindowless && m_kind >= Kind::kWindowless)) {
-    found = static_cast<IOleInPlaceSiteWindowless*>(this);
+             (iid == IID_IOleInPlaceSiteEx && m_kind >= Kind::kEx)) {
+    found = static_cast<IOleInPlaceSiteEx*>(this);
   }
   if (found == nullptr) {
     return E_NOINTERFACE;
@@ -92,11 +91,6 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::OnInPlaceActivateEx(BOOL* noRedraw,
 COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::OnInPlaceDeactivateEx(BOOL noRedraw) {
   EXPECT_FALSE(noRedraw);
   return Answer("OnInPlaceDeactivateEx");
-}
-
-COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::InvalidateRect(LPCRECT rect, BOOL) {
-  EXPECT_EQ(nullptr, rect);
-  return Answer("InvalidateRect");
 }
 
 COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::TranslateAccelerator(MSG*, DWORD modifiers) {

@@ -76,7 +76,7 @@ class CTestFrame final : public IOleInPlaceFrame {
 
 /// A container's site for one control. Members before the test's calls say how it behaves.
 class CTestSite final : public IOleClientSite,
-                        public IOleInPlaceSiteWindowless,
+                        public IOleInPlaceSiteEx,
                         public IOleControlSite,
                         public IDispatch {
  public:
@@ -85,7 +85,7 @@ class CTestSite final : public IOleClientSite,
   CTestSite& operator=(const CTestSite&) = delete;
   ~CTestSite() = default;
 
-  enum class Kind { kNoActivation, kPlain, kEx, kWindowless };
+  enum class Kind { kNoActivation, kPlain, kEx };
 
   CallLog m_log;
   CTestFrame m_frame{m_log, "frame"};
@@ -133,20 +133,6 @@ class CTestSite final : public IOleClientSite,
   STDMETHOD(OnInPlaceActivateEx)(BOOL* noRedraw, DWORD flags) override;
   STDMETHOD(OnInPlaceDeactivateEx)(BOOL noRedraw) override;
   STDMETHOD(RequestUIActivate)() override { return Answer("RequestUIActivate"); }
-
-  // IOleInPlaceSiteWindowless
-  STDMETHOD(CanWindowlessActivate)() override { return Answer("CanWindowlessActivate"); }
-  STDMETHOD(GetCapture)() override { return E_NOTIMPL; }
-  STDMETHOD(SetCapture)(BOOL) override { return E_NOTIMPL; }
-  STDMETHOD(GetFocus)() override { return E_NOTIMPL; }
-  STDMETHOD(SetFocus)(BOOL focus) override { return Answer(focus ? "SetFocus" : "DropFocus"); }
-  STDMETHOD(GetDC)(LPCRECT, DWORD, HDC*) override { return E_NOTIMPL; }
-  STDMETHOD(ReleaseDC)(HDC) override { return E_NOTIMPL; }
-  STDMETHOD(InvalidateRect)(LPCRECT rect, BOOL) override;
-  STDMETHOD(InvalidateRgn)(HRGN, BOOL) override { return E_NOTIMPL; }
-  STDMETHOD(ScrollRect)(INT, INT, LPCRECT, LPCRECT) override { return E_NOTIMPL; }
-  STDMETHOD(AdjustRect)(LPRECT) override { return E_NOTIMPL; }
-  STDMETHOD(OnDefWindowMessage)(UINT, WPARAM, LPARAM, LRESULT*) override { return E_NOTIMPL; }
 
   // IOleControlSite
   STDMETHOD(OnControlInfoChanged)() override { return E_NOTIMPL; }
