@@ -73,8 +73,7 @@ TEST_F(VanishingFaults, TemporaryFileCannotBeDeletedUnderTheTransfer) {
 
 TEST_F(VanishingFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
   Checks().Run([&] {
-    Run(
-        DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
+    Run(DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
     EXPECT_EQ(m_sandbox.Files(), Texts());
   });
 }
@@ -82,8 +81,7 @@ TEST_F(VanishingFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
 TEST_F(VanishingFaults, OldFileOutlivesADeliveryWithoutATemporaryFile) {
   Checks().Run([&] {
     m_sandbox.Write(L"Lesson.qdk", "old");
-    Run(
-        DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
+    Run(DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
     EXPECT_EQ(m_sandbox.Files(), Texts{L"Lesson.qdk"});
     EXPECT_EQ(ReadFileBytes(DestPath()), "old");
   });
@@ -107,8 +105,7 @@ TEST_F(VanishingFaults, FolderDeletedMeanwhileIsNotMadeAgain) {
 
 TEST_F(VanishingFaults, FinalFileMadeMeanwhileIsReplaced) {
   Checks().Run([&] {
-    Run(
-        DestPath(), [&] { m_sandbox.Write(L"Lesson.qdk", std::string(900000, 'o')); }, [] {});
+    Run(DestPath(), [&] { m_sandbox.Write(L"Lesson.qdk", std::string(900000, 'o')); }, [] {});
     ExpectDelivered(LessonBytes(kPattern));
   });
 }
