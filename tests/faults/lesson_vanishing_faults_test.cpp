@@ -43,6 +43,9 @@ class VanishingFaults : public LessonFaults {
       const CParallel somebody([&] {
         WaitForDialog(kDialogTitle);
         EXPECT_TRUE(path.WaitForBytesSent(kMiddle));
+        EXPECT_TRUE(WaitUntil("the temporary file", [&] {
+          return GetFileAttributesW(TempPath().c_str()) != INVALID_FILE_ATTRIBUTES;
+        }));
         inTheMiddle();
         path.AllowAll();
       });
