@@ -12,13 +12,11 @@
 #include <vector>
 
 #include "download/temp_files.h"
-#include "tests/browser/browser_frame.h"
-#include "tests/browser/fake_browser.h"
-#include "tests/browser/helper_object.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/faults/browser_party.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
 #include "tests/faults/run_checks.h"
@@ -117,21 +115,6 @@ std::vector<CCell> AllCells() {
   return cells;
 }
 
-/// A browser with one window and its helper object.
-class CBrowser {
- public:
-  CBrowser() {
-    browser.window = frame;
-    // Clicks are to find it.
-    SetWindowPos(frame, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
-    helper->SetSite(&browser);
-  }
-
-  CFakeBrowser browser;
-  CBrowserFrame frame;
-  CHelperObject helper;
-};
-
 /// One real click into the browser's window: the pre-check serves messages when one comes.
 void ClickInto(HWND window) {
   RECT bounds = {};
@@ -182,7 +165,7 @@ class LessonLifetimeFaults : public testing::Test {
   /// One run's parties.
   struct CRun {
     const CCell& cell;
-    CBrowser& browser;
+    CBrowserParty& browser;
     const ScriptedPath& path;
     const CHeldThread& worker;
     bool secondCancelled = false;
@@ -322,7 +305,7 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
                                          : std::string(http_point::kBeforeHeaders));
   }
   const ScriptedPath path(m_server, answer);
-  CBrowser browser;
+  CBrowserParty browser;
   const CHeldThread worker;
   CRun run = {cell, browser, path, worker};
   std::optional<CPlaceHook> hook;
