@@ -153,11 +153,21 @@ BOOL WINAPI AskForPath(OPENFILENAMEW* dialog) {
   return TRUE;
 }
 
+/// The browser's thread leaves its loop while the pre-check, which has no dialog to cancel, is at a
+/// point of the answer.
+struct CQuitCell {
+  const char* name;
+  std::string point;  // empty: before anything
+  size_t requests;
+  bool cancelled;
+};
+
 class LessonLifetimeFaults : public testing::Test {
  protected:
   ~LessonLifetimeFaults() override { SetTempBaseFolder(CStringW()); }
 
   void Run(const CCell& cell);
+  void RunQuit(const CQuitCell& cell, int times) const;
 
   CRunChecks m_checks;
 
@@ -363,6 +373,57 @@ void LessonLifetimeFaults::ExpectFiles(const CCell& cell, bool isDelivered) cons
   }
   for (const std::wstring& file : files) {
     DeleteFileW((m_sandbox / file).c_str());
+  }
+}
+
+void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
+  HttpAnswer answer = Lesson();
+  const ScriptedPath path(m_server, cell.point.empty() ? answer : answer.Hold(cell.point));
+  const CBrowserParty browser;
+  CNavigationEvent event(path.Url(L"a.folivo"));
+  const DWORD thread = GetCurrentThreadId();
+  const auto quit = [&] {
+    for (int i = 0; i < times; ++i) {
+      PostThreadMessageW(thread, WM_QUIT, 0, 0);
+      ClickInto(browser.frame);
+    }
+  };
+  std::optional<CParallel> user;
+  if (cell.point.empty()) {
+    quit();
+  } else {
+    user.emplace([&] {
+      EXPECT_TRUE(path.WaitForHeld(cell.point));
+      quit();
+      path.AllowAll();
+    });
+  }
+  CallGuardedDialog([&] { return browser.helper.Fire(DISPID_BEFORENAVIGATE2, event.Params()); });
+  EXPECT_EQ(event.Cancelled(), cell.cancelled);
+  EXPECT_EQ(path.Requests().size(), cell.requests);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  MSG message = {};
+  int left = 0;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    left += message.message == WM_QUIT ? 1 : 0;
+    DispatchMessageW(&message);
+  }
+  EXPECT_GE(left, 1) << "the browser's own loop gets it";
+}
+
+TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
+  const CQuitCell cells[] = {
+      {"before the open", "", 0, false},
+      {"during the open", std::string(http_point::kBeforeHeaders), 1, false},
+      {"in the answer's head", http_point::HeadByte(9), 1, false},
+      // The head is judged all the same, and the question is what ends.
+      {"in the read", http_point::BodyByte(0), 1, true},
+  };
+  for (const CQuitCell& cell : cells) {
+    for (const int times : {1, 2}) {
+      SCOPED_TRACE(cell.name);
+      m_checks.Run([&] { RunQuit(cell, times); });
+    }
   }
 }
 
