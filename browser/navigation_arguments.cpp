@@ -1,5 +1,7 @@
 #include "browser/navigation_arguments.h"
 
+#include "ui/exception_boundary.h"
+
 namespace {
 
 // Event arguments come last to first.
@@ -28,7 +30,10 @@ CStringW GetNavigationUrl(const DISPPARAMS& params) {
   if (FAILED(VariantChangeType(&url, &url, 0, VT_BSTR))) {
     return {};
   }
-  return CStringW(url.bstrVal);
+  CStringW text;
+  // Only a failed copy is told. Without memory there is no URL, and the browser goes on.
+  CallGuarded([&] { text = url.bstrVal; });
+  return text;
 }
 
 void CancelNavigation(const DISPPARAMS& params) {

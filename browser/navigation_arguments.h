@@ -9,8 +9,8 @@
 /// Whether the event has the arguments that are read here.
 bool HasNavigationArguments(const DISPPARAMS& params);
 
-/// The navigation's target; empty when the argument cannot be told as a text.
-/// Throws CAtlException with VariantCopy's failure.
+/// The navigation's target; empty when the argument cannot be told as a text, or without memory for
+/// it. Throws CAtlException with VariantCopy's failure.
 CStringW GetNavigationUrl(const DISPPARAMS& params);
 
 /// Sets the event's cancel flag, whichever by-reference shape it has; other shapes stay alone.

@@ -119,9 +119,13 @@ TEST_F(ArchiveDestinationFaults, ReadOnlyArchiveIsReplacedWhereTheSystemDoesThat
 }
 
 TEST_F(ArchiveDestinationFaults, PathsMayBeAsLongAsTheSystemTakesThem) {
-  for (const size_t length : {size_t{258}, size_t{259}, size_t{260}, size_t{290}}) {
+  const std::wstring folder(50, L'f');
+  CreateDirectoryW((m_sandbox / folder).c_str(), nullptr);
+  for (const size_t length : {size_t{258}, size_t{259}, size_t{260}, size_t{300}}) {
     SCOPED_TRACE(length);
-    const std::wstring name = std::wstring(length - m_sandbox.Path().size() - 5, L'n') + L".zip";
+    const size_t rest = length - (m_sandbox / folder).size() - std::size(L"\\.zip") + 1;
+    const std::wstring name = folder + L"\\" + std::wstring(rest, L'n') + L".zip";
+    EXPECT_EQ((m_sandbox / name).size(), length);
     Checks().Run([&] { ExpectAsTheSystemTakesIt(name, CanBeMade(name)); });
   }
 }

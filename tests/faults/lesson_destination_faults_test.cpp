@@ -106,9 +106,13 @@ class DestinationFaults : public LessonFaults {
     });
   }
 
-  /// A name that makes up a path of this length in the sandbox, and whether the system takes it.
+  /// A name that makes up a path of this length in the sandbox, by way of a folder, and whether the
+  /// system takes it.
   std::wstring LongName(size_t length) const {
-    return std::wstring(length - m_sandbox.Path().size() - 5, L'n') + L".qdk";
+    const std::wstring folder(50, L'f');
+    CreateDirectoryW((m_sandbox / folder).c_str(), nullptr);
+    const size_t rest = length - (m_sandbox / folder).size() - std::size(L"\\.qdk") + 1;
+    return folder + L"\\" + std::wstring(rest, L'n') + L".qdk";
   }
   bool CanBeMade(const std::wstring& name) const {
     const CHandle file(CreateFileW((m_sandbox / name).c_str(), GENERIC_WRITE, 0, nullptr,
@@ -188,8 +192,9 @@ TEST_F(DestinationFaults, ReadOnlyTemporaryFileIsReplacedWhereTheSystemDoesThat)
 }
 
 TEST_F(DestinationFaults, PathsMayBeAsLongAsTheSystemTakesThem) {
-  for (const size_t length : {size_t{258}, size_t{259}, size_t{260}, size_t{290}}) {
+  for (const size_t length : {size_t{258}, size_t{259}, size_t{260}, size_t{300}}) {
     const std::wstring name = LongName(length);
+    EXPECT_EQ((m_sandbox / name).size(), length);
     const bool canBeMade = CanBeMade(name);
     const std::string number = std::to_string(length);
     Run({"temporary file of " + number, name, L"L.qdk",

@@ -43,6 +43,9 @@ class VanishingFaults : public LessonFaults {
       const CParallel somebody([&] {
         WaitForDialog(kDialogTitle);
         EXPECT_TRUE(path.WaitForBytesSent(kMiddle));
+        EXPECT_TRUE(WaitUntil("the temporary file", [&] {
+          return GetFileAttributesW(TempPath().c_str()) != INVALID_FILE_ATTRIBUTES;
+        }));
         inTheMiddle();
         path.AllowAll();
       });
@@ -73,8 +76,7 @@ TEST_F(VanishingFaults, TemporaryFileCannotBeDeletedUnderTheTransfer) {
 
 TEST_F(VanishingFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
   Checks().Run([&] {
-    Run(
-        DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
+    Run(DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
     EXPECT_EQ(m_sandbox.Files(), Texts());
   });
 }
@@ -82,8 +84,7 @@ TEST_F(VanishingFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
 TEST_F(VanishingFaults, OldFileOutlivesADeliveryWithoutATemporaryFile) {
   Checks().Run([&] {
     m_sandbox.Write(L"Lesson.qdk", "old");
-    Run(
-        DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
+    Run(DestPath(), [] {}, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
     EXPECT_EQ(m_sandbox.Files(), Texts{L"Lesson.qdk"});
     EXPECT_EQ(ReadFileBytes(DestPath()), "old");
   });
@@ -107,8 +108,7 @@ TEST_F(VanishingFaults, FolderDeletedMeanwhileIsNotMadeAgain) {
 
 TEST_F(VanishingFaults, FinalFileMadeMeanwhileIsReplaced) {
   Checks().Run([&] {
-    Run(
-        DestPath(), [&] { m_sandbox.Write(L"Lesson.qdk", std::string(900000, 'o')); }, [] {});
+    Run(DestPath(), [&] { m_sandbox.Write(L"Lesson.qdk", std::string(900000, 'o')); }, [] {});
     ExpectDelivered(LessonBytes(kPattern));
   });
 }

@@ -193,4 +193,30 @@ TEST_F(TwoAtOnce, LaterSavedLessonReplacesTheOtherOfItsName) {
   });
 }
 
+TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileIsTold) {
+  // Both found its name free, as neither had asked its server yet.
+  Checks().Run([&] {
+    const ScriptedPath first(m_server, Lesson().Hold(http_point::kBeforeHeaders));
+    const ScriptedPath second(m_server, Second().Gated());
+    second.AllowUpTo(2000);
+    CParallel otherWindow([&] {
+      EXPECT_TRUE(first.WaitForHeld(http_point::kBeforeHeaders));
+      const CHelperObject helper;
+      EXPECT_TRUE(helper.Navigate(second.Url(L"b.qdk")));
+    });
+    const CParallel meanwhile([&] {
+      WaitForDialog(kDialogTitle);
+      first.AllowAll();
+    });
+    const CNavigationResult outcome = Navigate(first.Url(L"a.qdk"));
+    EXPECT_FALSE(outcome.cancelled) << "the browser tries by itself";
+    EXPECT_EQ(outcome.messages, Texts{CannotCreate(Temporary(L"iedownload.qdk"))});
+    second.AllowAll();
+    otherWindow.Join();
+    EXPECT_EQ(m_sandbox.Files(), Texts{kTempFiles + std::wstring(L"b.qdk")});
+    EXPECT_TRUE(ReadFileBytes(Temporary(L"b.qdk")) == SecondBytes()) << "the other's is whole";
+    DeleteFileW(Temporary(L"b.qdk").c_str());
+  });
+}
+
 }  // namespace

@@ -3,6 +3,8 @@
 #include <atlbase.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "tests/support/parallel.h"
 #include "tests/support/process_counts.h"
 #include "tests/support/user.h"
@@ -11,6 +13,7 @@ namespace {
 
 constexpr int kRounds = 4;
 constexpr DWORD kLongestDialogMs = 30000;
+constexpr UINT kHungDialogExitCode = 97;
 
 }  // namespace
 
@@ -42,6 +45,10 @@ INT_PTR CallGuardedDialog(const std::function<INT_PTR()>& modal) {
     ADD_FAILURE() << "the dialog does not end";
     for (const HWND window : VisibleDialogs()) {
       PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
+    }
+    if (WaitForSingleObject(ended, kLongestDialogMs) != WAIT_OBJECT_0) {
+      std::fputs("A dialog hangs; giving up.\n", stderr);
+      TerminateProcess(GetCurrentProcess(), kHungDialogExitCode);
     }
   });
   const INT_PTR result = modal();

@@ -17,5 +17,5 @@ class CRunChecks {
 };
 
 /// Calls a function that is inside a modal dialog; gives its result. A dialog that does not end
-/// within half a minute is cancelled, and the test fails.
+/// within half a minute is cancelled, and the test fails; after another one, the program ends.
 INT_PTR CallGuardedDialog(const std::function<INT_PTR()>& modal);

@@ -68,12 +68,12 @@ class CDeferredClose::CCall {
   std::shared_ptr<Family> m_family;
 };
 
-CDeferredClose::CDeferredClose()
-    : m_openSession("wininet.dll", "InternetOpenW", &OpenSession),
-      m_openRequest("wininet.dll", "InternetOpenUrlW", &OpenRequest),
-      m_read("wininet.dll", "InternetReadFile", &Read),
-      m_query("wininet.dll", "HttpQueryInfoW", &Query),
-      m_close("wininet.dll", "InternetCloseHandle", &Close) {
+CDeferredClose::CDeferredClose(HMODULE importer)
+    : m_openSession("wininet.dll", "InternetOpenW", &OpenSession, importer),
+      m_openRequest("wininet.dll", "InternetOpenUrlW", &OpenRequest, importer),
+      m_read("wininet.dll", "InternetReadFile", &Read, importer),
+      m_query("wininet.dll", "HttpQueryInfoW", &Query, importer),
+      m_close("wininet.dll", "InternetCloseHandle", &Close, importer) {
   InitializeCriticalSection(&m_lock);
   s_instance = this;
 }

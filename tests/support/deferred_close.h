@@ -13,10 +13,11 @@
 /// Windows: there a handle's data lives until the last call with it has returned. Wine 8 frees it
 /// under the running call, which damages the heap. For the object's scope, closing such a handle
 /// answers at once and happens when the session's running calls have returned; until then calls
-/// with the handle fail as with any closed one. Only for the code of this program, one at a time.
+/// with the handle fail as with any closed one. Only for the code of one module, one at a time.
 class CDeferredClose {
  public:
-  CDeferredClose();
+  /// `importer`: the DLL whose code it is; null for this program's.
+  explicit CDeferredClose(HMODULE importer = nullptr);
   ~CDeferredClose();
   CDeferredClose(const CDeferredClose&) = delete;
   CDeferredClose& operator=(const CDeferredClose&) = delete;

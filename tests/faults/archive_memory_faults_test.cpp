@@ -1,0 +1,208 @@
+// Memory that runs out anywhere in a collection's way from the page's call to the dialog's end.
+
+#include <process.h>
+
+#include <atomic>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/collections/collection_test.h"
+#include "tests/collections/control_object.h"
+#include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/faults/failing_allocations.h"
+#include "tests/faults/quick_cut.h"
+#include "tests/faults/run_checks.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/stored_zip.h"
+
+namespace {
+
+using Mode = CFailingAllocations::Mode;
+
+constexpr int kQuickStep = 17;
+constexpr size_t kSize = 45000;
+constexpr wchar_t kArchiveFile[] = L"ZDH\\download.zip";
+constexpr wchar_t kSourceFile[] = L"source.zip";
+const char kManifest[] =
+    "<Collections>"
+    "<DownloadedFile Filename='a.qdc' Destination='x'/>"
+    "<DownloadedFile Filename='b.qdc' Destination='y/z'/>"
+    "</Collections>";
+
+// What stands in for the system takes no memory: it may be out.
+
+std::atomic<int> g_messages;
+std::atomic<int> g_starts;
+decltype(&Sleep) g_sleep;
+decltype(&InternetOpenUrlW) g_openUrl;
+decltype(&_beginthreadex) g_begin;
+
+int WINAPI CountMessage(HWND, LPCWSTR, LPCWSTR, UINT) {
+  ++g_messages;
+  return IDOK;
+}
+
+void WINAPI Pass(DWORD milliseconds) {
+  if (milliseconds != 100 && milliseconds != 700) {  // the pauses for readers
+    g_sleep(milliseconds);
+  }
+}
+
+/// A success leaves no last error, as on Windows.
+HINTERNET WINAPI OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length, DWORD flags,
+                         DWORD_PTR context) {
+  const HINTERNET request = g_openUrl(session, url, headers, length, flags, context);
+  if (request != nullptr) {
+    SetLastError(ERROR_SUCCESS);
+  }
+  return request;
+}
+
+uintptr_t CountStart(void* security, unsigned stack, _beginthreadex_proc_type function,
+                     void* argument, unsigned flags, unsigned* id) {
+  ++g_starts;
+  return g_begin(security, stack, function, argument, flags, id);
+}
+
+class ArchiveMemoryFaults : public CollectionTest {
+ protected:
+  ArchiveMemoryFaults()
+      : m_message("user32.dll", "MessageBoxW", &CountMessage),
+        m_sleep("kernel32.dll", "Sleep", &Pass),
+        m_openUrl("wininet.dll", "InternetOpenUrlW", &OpenUrl) {
+    g_sleep = m_sleep.Original<decltype(Sleep)>();
+    g_openUrl = m_openUrl.Original<decltype(InternetOpenUrlW)>();
+  }
+
+  static std::string Archive() {
+    return CStoredZip()
+        .Add("a.qdc", "first")
+        .Add("b.qdc", "second")
+        .Add("manifest.xml", kManifest)
+        .Bytes();
+  }
+
+  /// Makes a control and has it download from `source`; all of it with memory that runs out.
+  void RunOutOfMemory(Mode mode, const std::function<std::wstring()>& makeSource,
+                      const std::vector<std::wstring>& kept) {
+    const CDocumentsFolder documents(m_sandbox / L"Documents");
+    const CFailingAllocations allocations;
+    bool failed = true;
+    int n = 1;
+    for (; failed && !HasFailure(); n += IsQuickRun() ? kQuickStep : 1) {
+      SCOPED_TRACE(n);
+      m_checks.Run([&] {
+        const CComBSTR source(makeSource().c_str());
+        g_messages = 0;
+        HRESULT result = E_UNEXPECTED;
+        CallGuardedDialog([&] {
+          failed = allocations.Run(mode, n, [&] { result = Download(source); });
+          return 0;
+        });
+        EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY || result == E_FAIL)
+            << std::hex << result;
+        EXPECT_LE(g_messages, 1);
+        if (result != S_OK && Exists(m_sandbox / kArchiveFile)) {
+          // There was no dialog: the archive of the earlier call is as it was.
+          EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
+          DeleteFileW((m_sandbox / kArchiveFile).c_str());
+        }
+        EXPECT_EQ(m_sandbox.Files(), kept);
+        if (!failed) {
+          EXPECT_EQ(result, S_OK);
+          EXPECT_EQ(g_messages, 1) << "with enough memory it cannot be unzipped";
+        }
+      });
+    }
+    std::printf("fewer than %d allocations\n", n);
+  }
+
+  CRunChecks m_checks;
+
+ private:
+  static HRESULT Download(BSTR source) {
+    try {
+      CComObject<CQDCDownload>* object = nullptr;
+      const HRESULT made = CComObject<CQDCDownload>::CreateInstance(&object);
+      if (FAILED(made)) {
+        return made;
+      }
+      const CComPtr<CComObject<CQDCDownload>> control(object);
+      return control->DownloadFile(source);
+    } catch (...) {
+      return E_UNEXPECTED;
+    }
+  }
+
+  const CImportPatch m_message;
+  const CImportPatch m_sleep;
+  const CImportPatch m_openUrl;
+  const CUnzipSearchPath m_unzip{RealUnzipFolder()};
+};
+
+TEST_F(ArchiveMemoryFaults, NetworkArchive) {
+  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
+  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
+    RunOutOfMemory(mode, [&] { return TrustedUrl(path); }, {});
+  }
+}
+
+TEST_F(ArchiveMemoryFaults, LocalArchiveWithItsManifest) {
+  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
+    RunOutOfMemory(mode,
+                   [&] {
+                     m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
+                     return m_sandbox.Write(kSourceFile, "never read");
+                   },
+                   {kSourceFile});
+  }
+}
+
+TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
+  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
+    const CFailingAllocations allocations;
+    bool failed = true;
+    int n = 1;
+    for (; failed && !HasFailure(); n += IsQuickRun() ? kQuickStep : 1) {
+      SCOPED_TRACE(n);
+      m_checks.Run([&] {
+        m_sandbox.Write(L"download.zip", Archive());
+        COpenDialog dialog(L"", ZipPath(), ContentFolder());
+        TiXmlDocument document;
+        document.Parse(kManifest);
+        failed = allocations.Run(mode, n, [&] {
+          try {
+            dialog->AddCollections(document);
+          } catch (const std::bad_alloc&) {  // The pipeline's guard takes both.
+          } catch (const CAtlException&) {
+          }
+        });
+        const std::wstring files[] = {Content(L"x\\a.qdc"), Content(L"y\\z\\b.qdc")};
+        for (const auto& [file, bytes] :
+             {std::pair(files[0], "first"), std::pair(files[1], "second")}) {
+          EXPECT_TRUE(!Exists(file) || ReadFileBytes(file) == bytes);
+          EXPECT_TRUE(failed || Exists(file));
+          DeleteFileW(file.c_str());
+        }
+        DeleteFileW(ZipPath().c_str());
+        EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+      });
+    }
+    std::printf("fewer than %d allocations\n", n);
+  }
+}
+
+TEST_F(ArchiveMemoryFaults, NoThreadIsStarted) {
+  const CImportPatch patch("msvcrt.dll", "_beginthreadex", &CountStart);
+  g_begin = patch.Original<decltype(_beginthreadex)>();
+  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
+  CControlObject control(m_sandbox);
+  g_starts = g_messages = 0;
+  EXPECT_EQ(control->DownloadFile(CComBSTR(TrustedUrl(path).c_str())), S_OK);
+  EXPECT_EQ(g_starts, 0);
+  EXPECT_EQ(g_messages, 1);
+}
+
+}  // namespace

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+
+#include "tests/support/import_patch.h"
+
+/// Lets allocations of this program fail: `new`, malloc and what the product imports of the system
+/// for it. The system's own allocations are none of its business, nor is what the language's
+/// runtime keeps for each thread: it ends the program when there is no memory for that. One at a
+/// time.
+class CFailingAllocations {
+ public:
+  enum class Mode {
+    kOnce,     // one fails and all others succeed
+    kForGood,  // from that one on all fail
+  };
+
+  CFailingAllocations();
+  ~CFailingAllocations();
+  CFailingAllocations(const CFailingAllocations&) = delete;
+  CFailingAllocations& operator=(const CFailingAllocations&) = delete;
+
+  /// Runs `action` with the n-th allocation failing that this thread makes in it, or a thread that
+  /// is begun in it; 1 is the first. False when there were fewer than n.
+  bool Run(Mode mode, int n, const std::function<void()>& action) const;
+
+ private:
+  CImportPatch m_malloc;
+  CImportPatch m_heap;
+  CImportPatch m_global;
+  CImportPatch m_string;
+  CImportPatch m_thread;
+};
+
+/// For what stands in for the system inside `Run`: its own allocations succeed and do not count.
+class CUncountedAllocations {
+ public:
+  CUncountedAllocations();
+  ~CUncountedAllocations();
+  CUncountedAllocations(const CUncountedAllocations&) = delete;
+  CUncountedAllocations& operator=(const CUncountedAllocations&) = delete;
+
+ private:
+  const DWORD m_previous;
+};

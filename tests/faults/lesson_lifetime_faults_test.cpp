@@ -1,0 +1,437 @@
+// What a browser does while a download is somewhere on its way: it quits, lets go of its helper
+// object, navigates again, or takes windows away.
+
+#include <exdispid.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <commdlg.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "download/temp_files.h"
+#include "tests/browser/install_information.h"
+#include "tests/browser/lesson_bytes.h"
+#include "tests/browser/navigation_event.h"
+#include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/faults/browser_party.h"
+#include "tests/faults/place_hook.h"
+#include "tests/faults/quick_cut.h"
+#include "tests/faults/run_checks.h"
+#include "tests/support/deferred_close.h"
+#include "tests/support/http_pattern.h"
+#include "tests/support/http_server.h"
+#include "tests/support/launch_recorder.h"
+#include "tests/support/parallel.h"
+#include "tests/support/scripted_path.h"
+#include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
+
+namespace {
+
+constexpr int kOpenButton = 6;
+constexpr int kSaveButton = 7;
+constexpr int kCancelButton = 2;
+constexpr wchar_t kPromptTitle[] = L"File Download";
+constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
+constexpr wchar_t kSaveTitle[] = L"Save As";
+constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
+constexpr wchar_t kOpenedFile[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\a.folivo";
+
+constexpr uint64_t kSeed = 20;
+constexpr size_t kPattern = 300000;
+const size_t kSize = kLessonHead.size() + kPattern;
+
+HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern); }
+
+/// Where the download is.
+enum class Stage { kPreCheck, kPrompt, kSaveDialog, kReading, kLastWrite, kMessage };
+
+/// What the browser does.
+enum class Act {
+  kQuit,              // tells that it quits
+  kSiteTaken,         // takes its site from the object
+  kReleased,          // gives up its last reference
+  kAllOfThese,        // as when a window closes
+  kOtherPage,         // navigates to what is no lesson
+  kLesson,            // navigates to another lesson
+  kLoopLeft,          // has its thread leave its message loop
+  kDialogDestroyed,   // destroys the window that is open
+  kBrowserDestroyed,  // destroys its own window
+};
+
+struct CStage {
+  Stage stage;
+  const char* name;
+};
+constexpr CStage kStages[] = {
+    {Stage::kPreCheck, "pre-check"},     {Stage::kPrompt, "question"},
+    {Stage::kReading, "read"},           {Stage::kLastWrite, "last write"},
+    {Stage::kSaveDialog, "save dialog"}, {Stage::kMessage, "message"},
+};
+bool IsDownloading(Stage stage) {
+  return stage == Stage::kReading || stage == Stage::kLastWrite || stage == Stage::kMessage;
+}
+
+struct CAct {
+  Act act;
+  const char* name;
+};
+constexpr CAct kActs[] = {
+    {Act::kQuit, "quits"},
+    {Act::kSiteTaken, "takes its site"},
+    {Act::kReleased, "releases"},
+    {Act::kAllOfThese, "does all of these"},
+    {Act::kOtherPage, "goes to a page"},
+    {Act::kLesson, "goes to a lesson"},
+    {Act::kLoopLeft, "leaves its loop"},
+    {Act::kDialogDestroyed, "destroys the dialog"},
+    {Act::kBrowserDestroyed, "destroys its window"},
+};
+
+struct CCell {
+  CStage stage;
+  CAct act;
+
+  std::string Name() const { return std::string(stage.name) + ": browser " + act.name; }
+  /// Whether the download is over by that.
+  bool Ends() const {
+    return act.act == Act::kLoopLeft || act.act == Act::kDialogDestroyed ||
+           act.act == Act::kBrowserDestroyed;
+  }
+};
+
+std::vector<CCell> AllCells() {
+  std::vector<CCell> cells;
+  for (const CStage& stage : kStages) {
+    for (const CAct& act : kActs) {
+      if (stage.stage != Stage::kPreCheck || act.act != Act::kDialogDestroyed) {
+        cells.push_back({stage, act});
+      }
+    }
+  }
+  return cells;
+}
+
+/// One real click into the browser's window: the pre-check serves messages when one comes.
+void ClickInto(HWND window) {
+  RECT bounds = {};
+  GetWindowRect(window, &bounds);
+  SetCursorPos((bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2);
+  INPUT inputs[2] = {};
+  inputs[0].type = inputs[1].type = INPUT_MOUSE;
+  inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+  inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+  SendInput(2, inputs, sizeof(INPUT));
+}
+
+int g_writes;
+decltype(&WriteFile) g_write;
+
+/// The disk is full at the second write only.
+BOOL WINAPI FailSecondWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                            LPOVERLAPPED overlapped) {
+  if (++g_writes == 2) {
+    *written = 0;
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+  }
+  return g_write(file, data, size, written, overlapped);
+}
+
+std::wstring g_savePath;
+
+/// Stands in for the system's save dialog, of which each use here keeps a handle.
+BOOL WINAPI AskForPath(OPENFILENAMEW* dialog) {
+  if (MessageBoxW(dialog->hwndOwner, L"Save?", kSaveTitle, MB_OKCANCEL) != IDOK) {
+    return FALSE;
+  }
+  g_savePath.copy(dialog->lpstrFile, g_savePath.size());
+  dialog->lpstrFile[g_savePath.size()] = L'\0';
+  return TRUE;
+}
+
+/// The browser's thread leaves its loop while the pre-check, which has no dialog to cancel, is at a
+/// point of the answer.
+struct CQuitCell {
+  const char* name;
+  std::string point;  // empty: before anything
+  size_t requests;
+  bool cancelled;
+};
+
+class LessonLifetimeFaults : public testing::Test {
+ protected:
+  ~LessonLifetimeFaults() override { SetTempBaseFolder(CStringW()); }
+
+  void Run(const CCell& cell);
+  void RunQuit(const CQuitCell& cell, int times) const;
+
+  CRunChecks m_checks;
+
+ private:
+  /// One run's parties.
+  struct CRun {
+    const CCell& cell;
+    CBrowserParty& browser;
+    const ScriptedPath& path;
+    const CHeldThread& worker;
+    bool secondCancelled = false;
+  };
+
+  void DoAct(CRun& run, HWND dialog) const;
+  void LetBrowserAct(CRun& run, HWND dialog) const;
+  void PlayUser(CRun& run) const;
+  void PlayUserInPreCheck(CRun& run) const;
+  void ExpectFiles(const CCell& cell, bool isDelivered) const;
+
+  const CTempSandbox m_sandbox;
+  const CInstallInformation m_information;
+  const CIeFrameDouble m_ieFrame;
+  const HttpTestServer m_server;
+  const CDeferredClose m_deferredClose;
+  const ScriptedPath m_second{m_server, Lesson()};
+};
+
+/// The act itself, on the browser's thread.
+void LessonLifetimeFaults::DoAct(CRun& run, HWND dialog) const {
+  CHelperObject& helper = run.browser.helper;
+  const Act act = run.cell.act.act;
+  if (act == Act::kQuit || act == Act::kAllOfThese) {
+    DISPPARAMS none = {};
+    EXPECT_EQ(helper.Fire(DISPID_ONQUIT, &none), S_OK);
+  }
+  if (act == Act::kSiteTaken || act == Act::kAllOfThese) {
+    EXPECT_EQ(helper->SetSite(nullptr), E_INVALIDARG);
+  }
+  if (act == Act::kReleased || act == Act::kAllOfThese) {
+    helper.Release();
+  }
+  if (act == Act::kOtherPage) {
+    EXPECT_FALSE(helper.Navigate(L"http://localhost/page.html"));
+  }
+  if (act == Act::kLesson) {
+    run.secondCancelled = helper.Navigate(m_second.Url(L"b.folivo"));
+  }
+  if (act == Act::kLoopLeft) {
+    PostQuitMessage(0);
+  }
+  if (act == Act::kDialogDestroyed) {
+    DestroyWindow(dialog);
+  }
+  if (act == Act::kBrowserDestroyed) {
+    DestroyWindow(run.browser.frame);
+  }
+}
+
+/// On the user's thread: has the browser act beside the open dialog, and deals with what that
+/// shows.
+void LessonLifetimeFaults::LetBrowserAct(CRun& run, HWND dialog) const {
+  run.browser.frame.Begin([this, &run, dialog] { DoAct(run, dialog); });
+  if (run.cell.Ends()) {
+    WaitUntilGone(dialog);
+    return;
+  }
+  if (run.cell.act.act == Act::kLesson && run.cell.stage.stage != Stage::kPrompt) {
+    const HWND question = WaitForDialog(kPromptTitle);
+    Click(question, kCancelButton);
+    WaitUntilGone(question);
+  }
+  run.browser.frame.Run([] {});  // The act is over when this comes through.
+}
+
+void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
+  EXPECT_TRUE(run.path.WaitForHeld());
+  if (run.cell.act.act == Act::kLoopLeft) {
+    PostThreadMessageW(GetWindowThreadProcessId(run.browser.frame, nullptr), WM_QUIT, 0, 0);
+  } else {
+    run.browser.frame.Begin([this, &run] { DoAct(run, nullptr); });
+  }
+  ClickInto(run.browser.frame);
+  run.path.AllowAll();
+  if (run.cell.Ends()) {
+    return;
+  }
+  if (run.cell.act.act == Act::kLesson) {
+    const HWND question = WaitForDialog(kPromptTitle);
+    Click(question, kCancelButton);
+    WaitUntilGone(question);
+  }
+  Click(WaitForDialog(kPromptTitle), kOpenButton);
+}
+
+void LessonLifetimeFaults::PlayUser(CRun& run) const {
+  const Stage stage = run.cell.stage.stage;
+  if (stage == Stage::kPreCheck) {
+    PlayUserInPreCheck(run);
+    return;
+  }
+  HWND dialog = WaitForDialog(kPromptTitle);
+  if (stage == Stage::kPrompt) {
+    LetBrowserAct(run, dialog);
+    if (!run.cell.Ends()) {
+      Click(dialog, kOpenButton);
+    }
+    return;
+  }
+  if (stage == Stage::kSaveDialog) {
+    Click(dialog, kSaveButton);
+    dialog = WaitForDialog(kSaveTitle);
+    LetBrowserAct(run, dialog);
+    if (!run.cell.Ends()) {
+      Click(dialog, IDOK);
+    }
+    return;
+  }
+  Click(dialog, kOpenButton);
+  if (stage == Stage::kMessage) {
+    const HWND box = WaitForDialog(kProductTitle);
+    LetBrowserAct(run, GetWindow(box, GW_OWNER));
+    if (!run.cell.Ends() || IsWindow(box)) {
+      EXPECT_TRUE(MessageText(box).starts_with(L"Unable to write to the destination file "));
+      Click(box, IDOK);
+    }
+    return;
+  }
+  dialog = WaitForDialog(kDownloadTitle);
+  if (stage == Stage::kReading) {
+    EXPECT_TRUE(run.path.WaitForHeld());
+  } else {
+    run.worker.WaitUntilHeld();
+  }
+  LetBrowserAct(run, dialog);
+  run.worker.LetGo();
+  run.path.AllowAll();
+}
+
+void LessonLifetimeFaults::Run(const CCell& cell) {
+  const LONG locks = ATL::_pAtlModule->GetLockCount();
+  const Stage stage = cell.stage.stage;
+  HttpAnswer answer = Lesson();
+  if (stage == Stage::kPreCheck || stage == Stage::kReading) {
+    answer.Hold(stage == Stage::kReading ? http_point::BodyByte(200000)
+                                         : std::string(http_point::kBeforeHeaders));
+  }
+  const ScriptedPath path(m_server, answer);
+  CBrowserParty browser;
+  const CHeldThread worker;
+  CRun run = {cell, browser, path, worker};
+  std::optional<CPlaceHook> hook;
+  if (stage == Stage::kLastWrite) {
+    hook.emplace(Place::kLastWrite, kSize, [&] { worker.Hold(); });
+  }
+  std::optional<CImportPatch> disk;
+  if (stage == Stage::kMessage) {
+    g_writes = 0;
+    disk.emplace("kernel32.dll", "WriteFile", &FailSecondWrite);
+    g_write = disk->Original<decltype(WriteFile)>();
+  }
+  const CLaunchRecorder launches;
+  const CImportPatch saveDialog("comdlg32.dll", "GetSaveFileNameW", &AskForPath);
+  g_savePath = m_sandbox / L"saved.folivo";
+
+  CNavigationEvent event(path.Url(L"a.folivo"));
+  // The object may be released under the call; the browser's pointer into it stays.
+  auto* const sink = static_cast<IIEDownload*>(browser.helper.operator->());
+  CParallel user([&] { PlayUser(run); });
+  const auto navigate = [&] {
+    return sink->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD,
+                        event.Params(), nullptr, nullptr, nullptr);
+  };
+  EXPECT_EQ(CallGuardedDialog(navigate), S_OK);
+  user.Join();
+  browser.helper.Release();
+  worker.LetGo();
+  path.AllowAll();
+  EXPECT_TRUE(WaitUntil("the module's locks to go",
+                        [=] { return ATL::_pAtlModule->GetLockCount() == locks; }));
+
+  const bool leftLoop = cell.act.act == Act::kLoopLeft;
+  MSG message = {};
+  EXPECT_EQ(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) != FALSE, leftLoop)
+      << "the browser's own loop gets it";
+  EXPECT_EQ(event.Cancelled(), !(leftLoop && stage == Stage::kPreCheck));
+  EXPECT_TRUE(event.FlagIntact());
+  EXPECT_EQ(run.secondCancelled, cell.act.act == Act::kLesson);
+  const bool isDelivered = !cell.Ends() && stage != Stage::kMessage;
+  // The system here ends a dialog whose loop is left with the result of a good end, so that the
+  // application is asked for a file that is not there.
+  const bool isTakenForDelivered = leftLoop && IsDownloading(stage);
+  EXPECT_EQ(launches.Launches().size(),
+            isTakenForDelivered || (isDelivered && stage != Stage::kSaveDialog) ? 1u : 0u);
+  ExpectFiles(cell, isDelivered);
+}
+
+void LessonLifetimeFaults::ExpectFiles(const CCell& cell, bool isDelivered) const {
+  const std::wstring name = cell.stage.stage == Stage::kSaveDialog ? L"saved.folivo" : kOpenedFile;
+  const std::vector<std::wstring> files = m_sandbox.Files();
+  EXPECT_EQ(files, isDelivered ? std::vector{name} : std::vector<std::wstring>());
+  if (isDelivered) {
+    EXPECT_TRUE(ReadFileBytes(m_sandbox / name) == kLessonHead + PatternBytes(kSeed, 0, kPattern));
+  }
+  for (const std::wstring& file : files) {
+    DeleteFileW((m_sandbox / file).c_str());
+  }
+}
+
+void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
+  HttpAnswer answer = Lesson();
+  const ScriptedPath path(m_server, cell.point.empty() ? answer : answer.Hold(cell.point));
+  const CBrowserParty browser;
+  CNavigationEvent event(path.Url(L"a.folivo"));
+  const DWORD thread = GetCurrentThreadId();
+  const auto quit = [&] {
+    for (int i = 0; i < times; ++i) {
+      PostThreadMessageW(thread, WM_QUIT, 0, 0);
+      ClickInto(browser.frame);
+    }
+  };
+  std::optional<CParallel> user;
+  if (cell.point.empty()) {
+    quit();
+  } else {
+    user.emplace([&] {
+      EXPECT_TRUE(path.WaitForHeld(cell.point));
+      quit();
+      path.AllowAll();
+    });
+  }
+  CallGuardedDialog([&] { return browser.helper.Fire(DISPID_BEFORENAVIGATE2, event.Params()); });
+  EXPECT_EQ(event.Cancelled(), cell.cancelled);
+  EXPECT_EQ(path.Requests().size(), cell.requests);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  MSG message = {};
+  int left = 0;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    left += message.message == WM_QUIT ? 1 : 0;
+    DispatchMessageW(&message);
+  }
+  EXPECT_GE(left, 1) << "the browser's own loop gets it";
+}
+
+TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
+  const CQuitCell cells[] = {
+      {"before the open", "", 0, false},
+      {"during the open", std::string(http_point::kBeforeHeaders), 1, false},
+      {"in the answer's head", http_point::HeadByte(9), 1, false},
+      // The head is judged all the same, and the question is what ends.
+      {"in the read", http_point::BodyByte(0), 1, true},
+  };
+  for (const CQuitCell& cell : cells) {
+    for (const int times : {1, 2}) {
+      SCOPED_TRACE(cell.name);
+      m_checks.Run([&] { RunQuit(cell, times); });
+    }
+  }
+}
+
+TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {
+  for (const CCell& cell : QuickCut(AllCells())) {
+    SCOPED_TRACE(cell.Name());
+    m_checks.Run([&] { Run(cell); });
+  }
+}
+
+}  // namespace

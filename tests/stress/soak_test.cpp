@@ -1,0 +1,335 @@
+// A long day of one browser: lesson after lesson and collection after collection through the built
+// DLL, under Wine's heap checking. What the process holds must level off.
+
+#include <exdispid.h>
+#include <gtest/gtest.h>
+#include <shlobj.h>
+#include <windows.h>
+#include <wininet.h>
+
+#include <commdlg.h>
+#include <shellapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "folivo_plugin_h.h"
+#include "tests/browser/browser_frame.h"
+#include "tests/browser/fake_browser.h"
+#include "tests/browser/lesson_bytes.h"
+#include "tests/browser/navigation_event.h"
+#include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/plugin/plugin_library.h"
+#include "tests/support/deferred_close.h"
+#include "tests/support/http_pattern.h"
+#include "tests/support/http_server.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/parallel.h"
+#include "tests/support/process_counts.h"
+#include "tests/support/scripted_path.h"
+#include "tests/support/stored_zip.h"
+#include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
+
+namespace {
+
+constexpr int kDownloads = 2000;
+constexpr int kCollections = 200;
+constexpr int kCheckedEach = 20;  // downloads whose bytes are compared, too
+
+constexpr uint64_t kSeed = 20;
+constexpr size_t kSizes[] = {100, 5000, 40000, 131072, 300000, 1000000};
+constexpr size_t kFlowingSize = 400000;
+constexpr int kBytesPerSecond = 2000000;
+
+// What the second half may end with beyond the first: the system's pools breathe.
+constexpr int kHandleSlack = 20;
+constexpr int kThreadSlack = 4;
+constexpr int kMemorySlackKiB = 4096;
+
+constexpr wchar_t kPromptTitle[] = L"File Download";
+constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
+constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
+constexpr wchar_t kOpenedFile[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\a.folivo";
+constexpr wchar_t kSavedFile[] = L"saved.folivo";
+
+/// What the process holds at one time.
+struct CFigures {
+  int handles = CountHandles();
+  int threads = CountThreads();
+  int memoryKiB = static_cast<int>(CommittedMemory() / 1024);
+};
+
+/// Takes the figures of a run at its begin (behind the first tenth), half and end.
+class CLevel {
+ public:
+  explicit CLevel(int rounds) : m_rounds(rounds) {}
+
+  /// Called behind each round.
+  void Note(int done) {
+    if (done == m_rounds / 10 || done == m_rounds / 2 || done == m_rounds) {
+      m_figures.emplace_back();
+      const CFigures& now = m_figures.back();
+      std::printf("after %d: %d handles, %d threads, %d KiB\n", done, now.handles, now.threads,
+                  now.memoryKiB);
+    }
+  }
+
+  void ExpectLevel() const {
+    ASSERT_EQ(m_figures.size(), 3u);
+    const CFigures& half = m_figures[1];
+    const CFigures& end = m_figures[2];
+    EXPECT_LE(end.handles, half.handles + kHandleSlack);
+    EXPECT_LE(end.threads, half.threads + kThreadSlack);
+    EXPECT_LE(end.memoryKiB, half.memoryKiB + kMemorySlackKiB);
+  }
+
+ private:
+  const int m_rounds;
+  std::vector<CFigures> m_figures;
+};
+
+/// What the user does with a download.
+enum class Wish { kSave, kOpen, kCancelQuestion, kCancelDownload };
+
+/// A user beside the browser's thread who answers whatever shows, by the wish of the moment.
+class CUser {
+ public:
+  CUser() : m_ended(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this] { Live(); }) {}
+  ~CUser() { SetEvent(m_ended); }
+  CUser(const CUser&) = delete;
+  CUser& operator=(const CUser&) = delete;
+
+  void Wants(Wish wish) { m_wish = wish; }
+  int Messages() const { return m_messages; }
+
+ private:
+  static constexpr DWORD kGlanceMs = 2;
+
+  static HWND Shown(LPCWSTR title) {
+    const HWND window = FindWindowW(L"#32770", title);
+    return window != nullptr && IsWindowVisible(window) ? window : nullptr;
+  }
+
+  void Live() {
+    while (WaitForSingleObject(m_ended, kGlanceMs) == WAIT_TIMEOUT) {
+      if (const HWND question = Shown(kPromptTitle)) {
+        PostMessageW(question, WM_COMMAND, Button(), 0);
+        WaitUntilGone(question);
+      }
+      const HWND download = Shown(kDownloadTitle);
+      if (download != nullptr && m_wish == Wish::kCancelDownload) {
+        PostMessageW(download, WM_COMMAND, IDCANCEL, 0);
+        WaitUntilGone(download);
+      }
+      if (const HWND message = Shown(kProductTitle)) {
+        ++m_messages;
+        PostMessageW(message, WM_COMMAND, IDOK, 0);
+        WaitUntilGone(message);
+      }
+    }
+  }
+
+  WPARAM Button() const {
+    switch (m_wish) {
+      case Wish::kSave:
+        return 7;
+      case Wish::kCancelQuestion:
+        return 2;
+      default:
+        return 6;
+    }
+  }
+
+  const CHandle m_ended;
+  std::atomic<Wish> m_wish{Wish::kOpen};
+  std::atomic<int> m_messages{0};
+  const CParallel m_thread;
+};
+
+std::wstring g_savePath;
+int g_launches;
+
+BOOL WINAPI ChoosePath(OPENFILENAMEW* dialog) {
+  lstrcpynW(dialog->lpstrFile, g_savePath.c_str(), static_cast<int>(dialog->nMaxFile));
+  return TRUE;
+}
+
+BOOL WINAPI CountLaunch(SHELLEXECUTEINFOW*) {
+  ++g_launches;
+  return TRUE;
+}
+
+class Soak : public testing::Test {
+ protected:
+  const CTempSandbox m_sandbox;
+  const HttpTestServer m_server;
+  CPluginLibrary m_library;
+};
+
+class DownloadSoak : public Soak {
+ protected:
+  DownloadSoak()
+      : m_saveDialog("comdlg32.dll", "GetSaveFileNameW", &ChoosePath, m_library.Module()),
+        m_launch("shell32.dll", "ShellExecuteExW", &CountLaunch, m_library.Module()),
+        m_deferredClose(m_library.Module()) {
+    for (const size_t size : kSizes) {
+      m_paths.push_back(std::make_unique<ScriptedPath>(
+          m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, size)));
+    }
+    g_savePath = m_sandbox / kSavedFile;
+    m_browser.window = m_frame;
+    m_library.HelperFactory()->CreateInstance(nullptr, IID_PPV_ARGS(&m_helper));
+    CComQIPtr<IObjectWithSite>(m_helper)->SetSite(&m_browser);
+  }
+
+  void Round(int i) {
+    const Wish wishes[] = {Wish::kSave, Wish::kOpen,
+                           i % 2 == 0 ? Wish::kCancelQuestion : Wish::kCancelDownload};
+    const Wish wish = wishes[i % 3];
+    const size_t place = static_cast<size_t>(i / 3) % std::size(kSizes);
+    m_user.Wants(wish);
+    CNavigationEvent event(
+        (wish == Wish::kCancelDownload ? m_flowing : *m_paths[place]).Url(L"a.folivo"));
+    g_launches = 0;
+    EXPECT_EQ(m_helper->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT,
+                               DISPATCH_METHOD, event.Params(), nullptr, nullptr, nullptr),
+              S_OK);
+    EXPECT_TRUE(event.Cancelled());
+    EXPECT_EQ(g_launches, wish == Wish::kOpen ? 1 : 0);
+    if (wish == Wish::kSave || wish == Wish::kOpen) {
+      ExpectLesson(m_sandbox / (wish == Wish::kSave ? kSavedFile : kOpenedFile), kSizes[place],
+                   i % kCheckedEach == 0);
+    }
+  }
+
+  static void ExpectLesson(const std::wstring& path, size_t size, bool comparesBytes) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    EXPECT_TRUE(GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
+    EXPECT_EQ(data.nFileSizeLow, kLessonHead.size() + size);
+    if (comparesBytes) {
+      EXPECT_TRUE(ReadFileBytes(path) == kLessonHead + PatternBytes(kSeed, 0, size));
+    }
+    DeleteFileW(path.c_str());
+  }
+
+  std::vector<std::unique_ptr<ScriptedPath>> m_paths;
+  const ScriptedPath m_flowing{
+      m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kFlowingSize).Rate(kBytesPerSecond)};
+  const CImportPatch m_saveDialog;
+  const CImportPatch m_launch;
+  const CDeferredClose m_deferredClose;
+  CFakeBrowser m_browser;
+  const CBrowserFrame m_frame;
+  CComPtr<IDispatch> m_helper;
+  CUser m_user;
+};
+
+TEST_F(DownloadSoak, LevelsOff) {
+  CLevel level(kDownloads);
+  const ULONGLONG start = GetTickCount64();
+  for (int done = 1; done <= kDownloads && !HasFailure(); ++done) {
+    Round(done - 1);
+    level.Note(done);
+  }
+  std::printf("%llu s\n", (GetTickCount64() - start) / 1000);
+  level.ExpectLevel();
+  EXPECT_EQ(m_user.Messages(), 0);
+  CComQIPtr<IObjectWithSite>(m_helper)->SetSite(nullptr);
+  m_helper.Release();
+  EXPECT_TRUE(WaitUntil("the workers' ends", [this] { return m_library.CanUnloadNow() == S_OK; }));
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>()) << "temporary files left";
+}
+
+decltype(&Sleep) g_sleep;
+decltype(&InternetOpenUrlW) g_openUrl;
+std::wstring g_documents;
+
+void WINAPI Pass(DWORD milliseconds) {
+  if (milliseconds != 100 && milliseconds != 700) {  // the pauses for readers
+    g_sleep(milliseconds);
+  }
+}
+
+/// A success leaves no last error, as on Windows.
+HINTERNET WINAPI OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length, DWORD flags,
+                         DWORD_PTR context) {
+  const HINTERNET request = g_openUrl(session, url, headers, length, flags, context);
+  if (request != nullptr) {
+    SetLastError(ERROR_SUCCESS);
+  }
+  return request;
+}
+
+HRESULT WINAPI GetFolder(HWND, int, HANDLE, DWORD, LPWSTR path) {
+  lstrcpynW(path, g_documents.c_str(), MAX_PATH);
+  return S_OK;
+}
+
+class CollectionSoak : public Soak {
+ protected:
+  CollectionSoak()
+      : m_sleep("kernel32.dll", "Sleep", &Pass, m_library.Module()),
+        m_openUrl("wininet.dll", "InternetOpenUrlW", &OpenUrl, m_library.Module()),
+        m_folder("shell32.dll", "SHGetFolderPathW", &GetFolder, m_library.Module()) {
+    g_sleep = m_sleep.Original<decltype(Sleep)>();
+    g_openUrl = m_openUrl.Original<decltype(InternetOpenUrlW)>();
+    g_documents = m_sandbox / L"Documents";
+    for (const size_t size : kSizes) {
+      m_paths.push_back(
+          std::make_unique<ScriptedPath>(m_server, HttpAnswer().Pattern(kSeed, size)));
+    }
+  }
+
+  /// An archive from the network, or the one of an earlier call, with a control of its own.
+  void Round(int i) {
+    std::wstring source = m_paths[static_cast<size_t>(i / 2) % std::size(kSizes)]->Url(L"a.zip");
+    const std::wstring address = L"127.0.0.1";
+    source.replace(source.find(address), address.size(), L"folivo-collections.example");
+    if (i % 2 == 1) {
+      m_sandbox.Write(L"ZDH\\download.zip", m_archive);
+      source = m_sandbox.Write(L"source.zip", "never read");
+    }
+    const int messages = m_user.Messages();
+    CComPtr<IClassFactory> factory;
+    EXPECT_EQ(m_library.GetClassObject(CLSID_CQDCDownload, IID_IClassFactory,
+                                       reinterpret_cast<void**>(&factory)),
+              S_OK);
+    CComPtr<IQDCDownload> control;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&control)), S_OK);
+    EXPECT_EQ(control->DownloadFile(CComBSTR(source.c_str())), S_OK);
+    EXPECT_EQ(m_user.Messages(), messages + 1) << "that it cannot be unzipped";
+    DeleteFileW((m_sandbox / L"source.zip").c_str());
+    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  }
+
+  const CImportPatch m_sleep;
+  const CImportPatch m_openUrl;
+  const CImportPatch m_folder;
+  const CUnzipSearchPath m_unzip{RealUnzipFolder()};
+  const std::string m_archive = CStoredZip()
+                                    .Add("a.qdc", std::string(20000, 'a'))
+                                    .Add("manifest.xml", "<Collections/>")
+                                    .Bytes();
+  std::vector<std::unique_ptr<ScriptedPath>> m_paths;
+  CUser m_user;
+};
+
+TEST_F(CollectionSoak, LevelsOff) {
+  CLevel level(kCollections);
+  const ULONGLONG start = GetTickCount64();
+  for (int done = 1; done <= kCollections && !HasFailure(); ++done) {
+    Round(done - 1);
+    level.Note(done);
+  }
+  std::printf("%llu s\n", (GetTickCount64() - start) / 1000);
+  level.ExpectLevel();
+  EXPECT_TRUE(
+      WaitUntil("the module to be free", [this] { return m_library.CanUnloadNow() == S_OK; }));
+}
+
+}  // namespace
