@@ -6,9 +6,12 @@
 #include <windows.h>
 
 #include <commdlg.h>
+#include <wininet.h>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "download/temp_files.h"
@@ -160,7 +163,18 @@ struct CQuitCell {
   std::string point;  // empty: before anything
   size_t requests;
   bool cancelled;
+  bool inRead = false;  // when the head is just read, and not at a point
 };
+
+std::function<void()> g_inRead;
+decltype(&InternetReadFile) g_read;
+
+BOOL WINAPI ActAndRead(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read) {
+  if (const std::function<void()> action = std::exchange(g_inRead, nullptr)) {
+    action();
+  }
+  return g_read(request, buffer, size, read);
+}
 
 class LessonLifetimeFaults : public testing::Test {
  protected:
@@ -388,8 +402,12 @@ void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
       ClickInto(browser.frame);
     }
   };
+  const CImportPatch patch("wininet.dll", "InternetReadFile", &ActAndRead);
+  g_read = patch.Original<decltype(InternetReadFile)>();
   std::optional<CParallel> user;
-  if (cell.point.empty()) {
+  if (cell.inRead) {
+    g_inRead = quit;
+  } else if (cell.point.empty()) {
     quit();
   } else {
     user.emplace([&] {
@@ -417,7 +435,7 @@ TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
       {"during the open", std::string(http_point::kBeforeHeaders), 1, false},
       {"in the answer's head", http_point::HeadByte(9), 1, false},
       // The head is judged all the same, and the question is what ends.
-      {"in the read", http_point::BodyByte(0), 1, true},
+      {"in the read", "", 1, true, true},
   };
   for (const CQuitCell& cell : cells) {
     for (const int times : {1, 2}) {
