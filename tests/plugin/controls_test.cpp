@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "folivo_plugin_h.h"
+#include "tests/plugin/outer_object.h"
 #include "tests/plugin/plugin_library.h"
 
 namespace {
@@ -51,24 +52,6 @@ const std::vector<IID> kSharedInterfaces = {
     IID_ISpecifyPropertyPages,
 };
 
-/// An outer object that aggregates: only counts its references.
-class COuter final : public IUnknown {
- public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    *out = nullptr;
-    if (iid != IID_IUnknown) {
-      return E_NOINTERFACE;
-    }
-    AddRef();
-    *out = this;
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
-  ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
-
-  int references = 1;
-};
-
 class Controls : public testing::TestWithParam<CControlClass> {
  protected:
   Controls() { CoInitialize(nullptr); }
@@ -106,7 +89,7 @@ TEST_P(Controls, HaveAllTheirInterfaces) {
 }
 
 TEST_P(Controls, CanBeAggregated) {
-  COuter outer;
+  COuterObject outer;
   CComPtr<IUnknown> inner = Create(&outer);
   std::vector<IID> interfaces = kSharedInterfaces;
   interfaces.push_back(GetParam().interfaceId);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "tests/support/import_patch.h"
@@ -43,6 +44,7 @@ TEST(FileVersion, FileWithoutOneHasNone) {
 
 DWORD g_error = 0;
 int g_narrowCalls = 0;
+std::vector<std::string> g_calls;
 DWORD WINAPI FailWideSize(LPCWSTR, LPDWORD) {
   SetLastError(g_error);
   return 0;
@@ -53,15 +55,44 @@ DWORD WINAPI CountNarrowSize(LPCSTR path, LPDWORD handle) {
   return g_narrowSize(path, handle);
 }
 
+decltype(&GetFileVersionInfoA) g_narrowInfo = nullptr;
+BOOL WINAPI NoteNarrowInfo(LPCSTR path, DWORD handle, DWORD size, LPVOID info) {
+  g_calls.push_back("info of " + std::string(path));
+  return g_narrowInfo(path, handle, size, info);
+}
+decltype(&VerQueryValueA) g_narrowQuery = nullptr;
+BOOL WINAPI NoteNarrowQuery(LPCVOID info, LPCSTR block, LPVOID* value, PUINT size) {
+  g_calls.push_back("query of " + std::string(block));
+  return g_narrowQuery(info, block, value, size);
+}
+BOOL WINAPI NoteWideInfo(LPCWSTR, DWORD, DWORD, LPVOID) {
+  g_calls.push_back("wide info");
+  return FALSE;
+}
+BOOL WINAPI NoteWideQuery(LPCVOID, LPCWSTR, LPVOID*, PUINT) {
+  g_calls.push_back("wide query");
+  return FALSE;
+}
+
 TEST(FileVersion, SystemWithoutWideFunctionsIsAskedInNarrowText) {
   const auto expected = Version(SystemFile(L"kernel32.dll"));
   const CImportPatch wide("version.dll", "GetFileVersionInfoSizeW", &FailWideSize);
   const CImportPatch narrow("version.dll", "GetFileVersionInfoSizeA", &CountNarrowSize);
   g_narrowSize = narrow.Original<decltype(GetFileVersionInfoSizeA)>();
+  const CImportPatch info("version.dll", "GetFileVersionInfoA", &NoteNarrowInfo);
+  g_narrowInfo = info.Original<decltype(GetFileVersionInfoA)>();
+  const CImportPatch query("version.dll", "VerQueryValueA", &NoteNarrowQuery);
+  g_narrowQuery = query.Original<decltype(VerQueryValueA)>();
+  const CImportPatch wideInfo("version.dll", "GetFileVersionInfoW", &NoteWideInfo);
+  const CImportPatch wideQuery("version.dll", "VerQueryValueW", &NoteWideQuery);
   g_error = ERROR_CALL_NOT_IMPLEMENTED;
   g_narrowCalls = 0;
-  EXPECT_EQ(Version(SystemFile(L"kernel32.dll")), expected);
+  g_calls.clear();
+  const std::wstring path = SystemFile(L"kernel32.dll");
+  EXPECT_EQ(Version(path), expected);
   EXPECT_EQ(g_narrowCalls, 1);
+  EXPECT_EQ(g_calls, (std::vector<std::string>{"info of " + std::string(path.begin(), path.end()),
+                                               "query of \\"}));
 }
 
 TEST(FileVersion, EveryOtherErrorEndsTheRead) {

@@ -1,17 +1,22 @@
 // The DLL's exports and class objects, asked as the system asks them.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ocidl.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "folivo_plugin_h.h"
 #include "resources/resource.h"
+#include "tests/plugin/outer_object.h"
 #include "tests/plugin/plugin_library.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/parallel.h"
 
 namespace {
@@ -31,25 +36,31 @@ class CImage {
   IMAGE_NT_HEADERS Headers() const {
     return Read<IMAGE_NT_HEADERS>(static_cast<ULONGLONG>(Read<IMAGE_DOS_HEADER>(0).e_lfanew));
   }
+  /// The eight-byte values in the module's variables.
+  std::set<ULONGLONG> Variables() const {
+    const IMAGE_NT_HEADERS headers = Headers();
+    const ULONGLONG sections = static_cast<ULONGLONG>(Read<IMAGE_DOS_HEADER>(0).e_lfanew) +
+                               offsetof(IMAGE_NT_HEADERS, OptionalHeader) +
+                               headers.FileHeader.SizeOfOptionalHeader;
+    std::set<ULONGLONG> values;
+    for (ULONGLONG i = 0; i < headers.FileHeader.NumberOfSections; ++i) {
+      const auto section = Read<IMAGE_SECTION_HEADER>(sections + i * sizeof(IMAGE_SECTION_HEADER));
+      if ((section.Characteristics & IMAGE_SCN_MEM_WRITE) == 0) {
+        continue;
+      }
+      for (DWORD at = 0; at + sizeof(ULONGLONG) <= section.Misc.VirtualSize;
+           at += sizeof(ULONGLONG)) {
+        values.insert(Read<ULONGLONG>(ULONGLONG{section.VirtualAddress} + at));
+      }
+    }
+    return values;
+  }
   ULONGLONG Directory(int index) const {
     return Headers().OptionalHeader.DataDirectory[index].VirtualAddress;
   }
 
  private:
   const char* m_base;
-};
-
-/// An outer object that aggregates: only counts its references.
-class COuter final : public IUnknown {
- public:
-  long references = 1;
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    *object = iid == IID_IUnknown ? this : nullptr;
-    references += iid == IID_IUnknown ? 1 : 0;
-    return iid == IID_IUnknown ? S_OK : E_NOINTERFACE;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
-  ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
 };
 
 TEST(Library, IsA64BitDll) {
@@ -121,6 +132,48 @@ TEST(Library, ImportsNoFunctionThatItBindsAtRunTime) {
     }
   }
   EXPECT_GT(imports, 50);
+}
+
+// Nothing calls them, so that only the module's own memory tells.
+TEST(Library, HoldsTheFunctionsThatItBindsWhenItIsLoaded) {
+  const CPluginLibrary library;
+  const std::set<ULONGLONG> variables = CImage(library.Module()).Variables();
+  const HMODULE system = GetModuleHandleW(L"advapi32.dll");
+  EXPECT_TRUE(variables.contains(reinterpret_cast<ULONGLONG>(system)));
+  for (const char* name :
+       {"ChangeServiceConfig2A", "ChangeServiceConfig2W", "RegisterServiceCtrlHandlerExA",
+        "RegisterServiceCtrlHandlerExW", "CreateProcessAsUserA", "CreateProcessAsUserW",
+        "ImpersonateLoggedOnUser", "OpenProcessToken", "RevertToSelf", "CheckTokenMembership"}) {
+    const FARPROC function = GetProcAddress(system, name);
+    ASSERT_NE(function, nullptr) << name;
+    EXPECT_TRUE(variables.contains(std::bit_cast<ULONGLONG>(function))) << name;
+  }
+}
+
+std::vector<HMODULE> g_freed;
+BOOL WINAPI RecordFree(HMODULE module) {
+  g_freed.push_back(module);
+  return FreeLibrary(module);
+}
+
+TEST(Library, LetsGoOfTheSystemsLibraryWhenItIsUnloaded) {
+  CPluginLibrary library;
+  g_freed.clear();
+  // Not taken back: what is patched goes with the DLL.
+  static_cast<void>(
+      std::make_unique<CImportPatch>("kernel32.dll", "FreeLibrary", &RecordFree, library.Module())
+          .release());
+  library.Free();
+  EXPECT_THAT(g_freed, testing::Contains(GetModuleHandleW(L"advapi32.dll")));
+}
+
+TEST(Library, AcceptsEveryNotificationOfThreads) {
+  const CPluginLibrary library;
+  const DWORD entry = CImage(library.Module()).Headers().OptionalHeader.AddressOfEntryPoint;
+  auto* const notify = reinterpret_cast<BOOL(WINAPI*)(HINSTANCE, DWORD, LPVOID)>(
+      reinterpret_cast<ULONGLONG>(library.Module()) + entry);
+  EXPECT_TRUE(notify(library.Module(), DLL_THREAD_ATTACH, nullptr));
+  EXPECT_TRUE(notify(library.Module(), DLL_THREAD_DETACH, nullptr));
 }
 
 TEST(Library, HelperObjectsScriptHasNoTokens) {
@@ -264,22 +317,23 @@ TEST(HelperObject, IsMadeForEachOfItsInterfaces) {
 
 TEST(HelperObject, CanBeAggregated) {
   const CPluginLibrary library;
-  COuter outer;
+  COuterObject outer;
   CComPtr<IUnknown> inner;
   ASSERT_EQ(library.HelperFactory()->CreateInstance(&outer, IID_IUnknown,
                                                     reinterpret_cast<void**>(&inner)),
             S_OK);
   EXPECT_EQ(outer.references, 1);
   EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
-  {
-    const CComQIPtr<IObjectWithSite> site(inner);
-    ASSERT_NE(site.p, nullptr);
+  for (const IID& iid :
+       {IID_IDispatch, IID_IIEDownload, IID_IObjectWithSite, IID_IProvideClassInfo}) {
+    CComPtr<IUnknown> found;
+    ASSERT_EQ(inner->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK) << iid.Data1;
     EXPECT_EQ(outer.references, 2);
     CComPtr<IUnknown> identity;
-    EXPECT_EQ(site->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
+    EXPECT_EQ(found->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
     EXPECT_EQ(identity.p, &outer);
-    EXPECT_EQ(site->SetSite(nullptr), E_INVALIDARG);
   }
+  EXPECT_EQ(CComQIPtr<IObjectWithSite>(inner)->SetSite(nullptr), E_INVALIDARG);
   EXPECT_EQ(outer.references, 1);
   inner.Release();
   EXPECT_EQ(library.CanUnloadNow(), S_OK);
@@ -287,7 +341,7 @@ TEST(HelperObject, CanBeAggregated) {
 
 TEST(HelperObject, AggregationGivesTheInnerIdentityOnly) {
   const CPluginLibrary library;
-  COuter outer;
+  COuterObject outer;
   void* out = &out;
   EXPECT_EQ(library.HelperFactory()->CreateInstance(&outer, IID_IObjectWithSite, &out),
             CLASS_E_NOAGGREGATION);

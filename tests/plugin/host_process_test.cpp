@@ -2,39 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <algorithm>
 #include <string>
 
+#include "tests/plugin/host_program.h"
 #include "tests/plugin/plugin_library.h"
-#include "tests/support/temp_sandbox.h"
+#include "tests/support/import_patch.h"
 
 namespace {
 
-constexpr DWORD kHostLimitMs = 30000;
-
-/// Runs the host program under another name and gives the error with which the DLL loads there.
+/// Gives the error with which the DLL loads into a host program of this name.
 DWORD LoadErrorIn(const std::wstring& hostName) {
-  const CTempSandbox sandbox;
-  const std::filesystem::path host = sandbox / hostName;
-  std::filesystem::create_directories(host.parent_path());
-  wchar_t built[1024] = {};
-  GetEnvironmentVariableW(L"FOLIVO_PLUGIN_HOST", built, ARRAYSIZE(built));
-  std::filesystem::copy_file(built, host);
-  std::wstring commandLine =
-      L"\"" + host.wstring() + L"\" \"" + CPluginLibrary::BuiltPath() + L"\"";
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION process = {};
-  EXPECT_TRUE(CreateProcessW(host.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                             nullptr, &startup, &process));
-  CHandle handle(process.hProcess);
-  CHandle thread(process.hThread);
-  if (WaitForSingleObject(handle, kHostLimitMs) != WAIT_OBJECT_0) {
-    TerminateProcess(handle, STILL_ACTIVE);
-  }
-  DWORD error = STILL_ACTIVE;
-  GetExitCodeProcess(handle, &error);
-  return error;
+  return RunHost(hostName, CPluginLibrary::BuiltPath());
 }
 
 TEST(HostProcess, ShellIsRefusedAnywhereInThePathInAnyCase) {
@@ -51,6 +30,35 @@ TEST(HostProcess, OthersAreNot) {
         L"C:\\explorer\\host.exe", L"C:\\explorer2.exe", L"C:\\explorer.com"}) {
     EXPECT_FALSE(IsRefusedHost(path));
   }
+}
+
+TEST(HostProcess, OnlyTheFirst260CharactersCount) {
+  const std::wstring shell = L"explorer.exe";
+  const std::wstring filling(260 - shell.size(), L'x');
+  EXPECT_TRUE(IsRefusedHost((filling + shell).c_str()));
+  EXPECT_TRUE(IsRefusedHost((filling + shell + L"yyy").c_str()));
+  EXPECT_FALSE(IsRefusedHost((filling + L"x" + shell).c_str())) << "its last letter is cut off";
+}
+
+std::wstring g_hostPath;
+DWORD WINAPI AnswerHostPath(HMODULE module, LPWSTR path, DWORD size) {
+  EXPECT_EQ(module, nullptr) << "the host program's";
+  EXPECT_EQ(size, 260u);
+  // A path that does not fit is cut, without a terminator.
+  const size_t length = std::min<size_t>(g_hostPath.size(), size);
+  std::copy_n(g_hostPath.c_str(), length, path);
+  return static_cast<DWORD>(length);
+}
+
+TEST(HostProcess, PathOfTheHostIsLookedAt) {
+  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &AnswerHostPath);
+  g_hostPath = L"C:\\Windows\\Explorer.EXE";
+  EXPECT_TRUE(IsRefusedHostProcess());
+  g_hostPath = L"C:\\" + std::wstring(245, L'd') + L"\\explorer.exe";
+  ASSERT_EQ(g_hostPath.size(), 261u);
+  EXPECT_FALSE(IsRefusedHostProcess());
+  g_hostPath.erase(3, 1);
+  EXPECT_TRUE(IsRefusedHostProcess());
 }
 
 TEST(HostProcess, ThisOneIsNot) { EXPECT_FALSE(IsRefusedHostProcess()); }

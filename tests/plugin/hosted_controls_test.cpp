@@ -52,6 +52,11 @@ class HostedControl : public testing::TestWithParam<const wchar_t*> {
   static bool IsVersion() {
     return std::wstring(GetParam()) == L"FolivoDownloadPlugin.VersionHelper";
   }
+  CComPtr<IOleClientSite> Site() const {
+    CComPtr<IOleClientSite> site;
+    EXPECT_EQ(CComQIPtr<IOleObject>(m_control)->GetClientSite(&site), S_OK);
+    return site;
+  }
   HWND ControlWindow() const {
     const CComQIPtr<IOleWindow> control(m_control);
     HWND window = nullptr;
@@ -104,13 +109,113 @@ TEST_P(HostedControl, DrawsTheBackgroundOfAWindow) {
   ReleaseDC(nullptr, screen);
 }
 
+TEST_P(HostedControl, PaintsItsWindow) {
+  const HWND window = ControlWindow();
+  ASSERT_NE(window, nullptr);
+  const HDC dc = GetDC(window);
+  const RECT all = {0, 0, 100, 50};
+  FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
+  EXPECT_EQ(GetPixel(dc, 50, 25), RGB(0, 0, 0));
+  // Not erased: what comes is the control's own picture.
+  InvalidateRect(window, nullptr, FALSE);
+  UpdateWindow(window);
+  EXPECT_EQ(GetPixel(dc, 50, 25), GetSysColor(COLOR_WINDOW));
+  EXPECT_FALSE(GetUpdateRect(window, nullptr, FALSE));
+  ReleaseDC(window, dc);
+}
+
+TEST_P(HostedControl, TakesTheUserInterfaceAndGivesItBack) {
+  const CComQIPtr<IOleObject> object(m_control);
+  const CComPtr<IOleClientSite> site = Site();
+  const RECT bounds = {0, 0, 100, 50};
+  SetFocus(m_window);
+  ASSERT_EQ(object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, site, 0, m_host, &bounds), S_OK);
+  EXPECT_EQ(GetFocus(), ControlWindow());
+  const CComQIPtr<IOleInPlaceObject> place(m_control);
+  EXPECT_EQ(place->UIDeactivate(), S_OK);
+  EXPECT_NE(ControlWindow(), nullptr) << "it stays where it is";
+}
+
+TEST_P(HostedControl, ClosesAndMayBeActivatedAgain) {
+  const CComQIPtr<IOleObject> object(m_control);
+  const HWND window = ControlWindow();
+  ASSERT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+  EXPECT_FALSE(IsWindow(window));
+  EXPECT_EQ(ControlWindow(), nullptr);
+  const CComPtr<IOleClientSite> site = Site();
+  ASSERT_NE(site.p, nullptr);
+  const RECT bounds = {0, 0, 100, 50};
+  EXPECT_EQ(object->DoVerb(OLEIVERB_INPLACEACTIVATE, nullptr, site, 0, m_host, &bounds), S_OK);
+  EXPECT_NE(ControlWindow(), nullptr);
+}
+
+TEST_P(HostedControl, TakesItsSiteInOneCall) {
+  const CComQIPtr<IOleObject> object(m_control);
+  const CComPtr<IOleClientSite> site = Site();
+  ASSERT_NE(site.p, nullptr);
+  ASSERT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+  ASSERT_EQ(object->SetClientSite(nullptr), S_OK);
+  ASSERT_EQ(Site().p, nullptr);
+  QACONTAINER container = {};
+  container.cbSize = sizeof(container);
+  container.pClientSite = site;
+  QACONTROL control = {};
+  control.cbSize = sizeof(control);
+  const CComQIPtr<IQuickActivate> quick(m_control);
+  ASSERT_EQ(quick->QuickActivate(&container, &control), S_OK);
+  EXPECT_EQ(Site().p, site.p);
+  DWORD status = 0;
+  EXPECT_EQ(object->GetMiscStatus(DVASPECT_CONTENT, &status), S_OK);
+  EXPECT_EQ(control.dwMiscStatus, status);
+  const RECT bounds = {0, 0, 100, 50};
+  EXPECT_EQ(object->DoVerb(OLEIVERB_INPLACEACTIVATE, nullptr, site, 0, m_host, &bounds), S_OK);
+  EXPECT_NE(ControlWindow(), nullptr);
+}
+
+TEST_P(HostedControl, KeepsItsSizeInStreamsAndStorages) {
+  const CComQIPtr<IOleObject> object(m_control);
+  const CComQIPtr<IPersistStreamInit> stream(m_control);
+  const CComQIPtr<IPersistStorage> storage(m_control);
+  const auto setExtent = [&](LONG cx, LONG cy) {
+    SIZEL size = {cx, cy};
+    EXPECT_EQ(object->SetExtent(DVASPECT_CONTENT, &size), S_OK);
+  };
+  const auto expectExtent = [&](LONG cx, LONG cy) {
+    SIZEL size = {};
+    EXPECT_EQ(object->GetExtent(DVASPECT_CONTENT, &size), S_OK);
+    EXPECT_EQ(size.cx, cx);
+    EXPECT_EQ(size.cy, cy);
+  };
+  CComPtr<IStream> bytes;
+  ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &bytes), S_OK);
+  setExtent(1111, 2222);
+  EXPECT_EQ(stream->IsDirty(), S_OK);
+  EXPECT_EQ(stream->Save(bytes, TRUE), S_OK);
+  EXPECT_EQ(stream->IsDirty(), S_FALSE);
+  setExtent(5, 6);
+  EXPECT_EQ(bytes->Seek({}, STREAM_SEEK_SET, nullptr), S_OK);
+  EXPECT_EQ(stream->Load(bytes), S_OK);
+  expectExtent(1111, 2222);
+
+  CComPtr<ILockBytes> memory;
+  ASSERT_EQ(CreateILockBytesOnHGlobal(nullptr, TRUE, &memory), S_OK);
+  CComPtr<IStorage> file;
+  ASSERT_EQ(StgCreateDocfileOnILockBytes(
+                memory, STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, &file),
+            S_OK);
+  setExtent(3333, 4444);
+  EXPECT_EQ(storage->Save(file, TRUE), S_OK);
+  setExtent(5, 6);
+  EXPECT_EQ(storage->Load(file), S_OK);
+  expectExtent(3333, 4444);
+}
+
 TEST_P(HostedControl, LosesItsWindowWhenDeactivatedAndGetsANewOne) {
   const CComQIPtr<IOleObject> object(m_control);
   const CComQIPtr<IOleInPlaceObject> place(m_control);
   ASSERT_EQ(place->InPlaceDeactivate(), S_OK);
   EXPECT_EQ(ControlWindow(), nullptr);
-  CComPtr<IOleClientSite> site;
-  ASSERT_EQ(object->GetClientSite(&site), S_OK);
+  const CComPtr<IOleClientSite> site = Site();
   const RECT bounds = {0, 0, 100, 50};
   EXPECT_EQ(object->DoVerb(OLEIVERB_INPLACEACTIVATE, nullptr, site, 0, m_host, &bounds), S_OK);
   EXPECT_NE(ControlWindow(), nullptr);

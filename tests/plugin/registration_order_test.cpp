@@ -18,6 +18,8 @@ constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_
 using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thread's locale
 
 CSteps g_steps;
+HRESULT g_typeLibraryResult;
+LSTATUS g_lastScriptResult;  // of the module's script behind the type library
 decltype(&RegCreateKeyExW) g_createKey;
 decltype(&RegOpenKeyExW) g_openKey;
 decltype(&RegisterTypeLib) g_registerTypeLib;
@@ -44,6 +46,10 @@ LSTATUS WINAPI RecordCreate(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR cl
                             DWORD options, REGSAM access, const LPSECURITY_ATTRIBUTES security,
                             PHKEY key, LPDWORD disposition) {
   NoteKey(name);
+  if (g_lastScriptResult != ERROR_SUCCESS && g_steps.size() > 1 &&
+      g_steps.back().first == "helper object") {
+    return g_lastScriptResult;
+  }
   return g_createKey(parent, name, reserved, className, options, access, security, key,
                      disposition);
 }
@@ -55,12 +61,13 @@ LSTATUS WINAPI RecordOpen(HKEY parent, LPCWSTR name, DWORD options, REGSAM acces
 
 HRESULT WINAPI RecordTypeLib(ITypeLib* library, LPOLESTR path, LPOLESTR help) {
   Note("type library");
-  return g_registerTypeLib(library, path, help);
+  return FAILED(g_typeLibraryResult) ? g_typeLibraryResult : g_registerTypeLib(library, path, help);
 }
 
 HRESULT WINAPI RecordNoTypeLib(REFGUID id, WORD major, WORD minor, LCID language, SYSKIND system) {
   Note("type library");
-  return g_unregisterTypeLib(id, major, minor, language, system);
+  const HRESULT removed = g_unregisterTypeLib(id, major, minor, language, system);
+  return FAILED(g_typeLibraryResult) ? g_typeLibraryResult : removed;
 }
 
 class RegistrationOrder : public testing::Test {
@@ -74,8 +81,12 @@ class RegistrationOrder : public testing::Test {
     m_system = GetThreadLocale();
     SetThreadLocale(kGerman);
     g_steps.clear();
+    g_typeLibraryResult = S_OK;
+    g_lastScriptResult = ERROR_SUCCESS;
   }
   ~RegistrationOrder() override {
+    g_typeLibraryResult = S_OK;
+    g_lastScriptResult = ERROR_SUCCESS;
     m_library.UnregisterServer();
     SetThreadLocale(m_previous);
   }
@@ -107,6 +118,34 @@ TEST_F(RegistrationOrder, UnregistrationEndsWithTheHelperObjectInTheCallersLocal
                              {"type library", m_system},
                              {"helper object", m_system},
                              {"helper object", kGerman}}));
+}
+
+TEST_F(RegistrationOrder, FailingTypeLibraryEndsRegistration) {
+  g_typeLibraryResult = TYPE_E_REGISTRYACCESS;
+  EXPECT_EQ(m_library.RegisterServer(), TYPE_E_REGISTRYACCESS);
+  EXPECT_EQ(g_steps,
+            (CSteps{{"helper object", m_system}, {"class", m_system}, {"type library", m_system}}));
+  EXPECT_EQ(GetThreadLocale(), kGerman);
+}
+
+TEST_F(RegistrationOrder, ResultIsThatOfTheLastScript) {
+  g_lastScriptResult = ERROR_WRITE_PROTECT;
+  EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT));
+  EXPECT_EQ(g_steps, (CSteps{{"helper object", m_system},
+                             {"class", m_system},
+                             {"type library", m_system},
+                             {"helper object", m_system}}));
+  EXPECT_EQ(GetThreadLocale(), kGerman);
+}
+
+TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHelperObject) {
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  g_steps.clear();
+  g_typeLibraryResult = TYPE_E_REGISTRYACCESS;
+  EXPECT_EQ(m_library.UnregisterServer(), TYPE_E_REGISTRYACCESS);
+  EXPECT_EQ(g_steps,
+            (CSteps{{"class", m_system}, {"type library", m_system}, {"helper object", kGerman}}));
+  EXPECT_EQ(GetThreadLocale(), kGerman);
 }
 
 }  // namespace

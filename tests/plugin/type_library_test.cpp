@@ -66,6 +66,8 @@ TEST_F(TypeLibrary, HasItsNameAndVersion) {
   EXPECT_EQ(attributes->wMajorVerNum, 1);
   EXPECT_EQ(attributes->wMinorVerNum, 0);
   EXPECT_EQ(attributes->syskind, SYS_WIN64);
+  EXPECT_EQ(attributes->lcid, LCID{LOCALE_NEUTRAL});
+  EXPECT_EQ(attributes->wLibFlags & ~LIBFLAG_FHASDISKIMAGE, 0) << "neither hidden nor restricted";
   m_library->ReleaseTLibAttr(attributes);
   EXPECT_EQ(NameAndHelp(*m_library, -1),
             std::pair(std::wstring(L"MERLOFolivoIEPlugin"),
@@ -86,9 +88,14 @@ TEST_F(TypeLibrary, ListsItsTypesInOrder) {
     TYPEATTR* attributes = nullptr;
     ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
     types.push_back({attributes->typekind, name, help, attributes->guid});
-    if (attributes->typekind == TKIND_DISPATCH) {
-      EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FDUAL, 0) << i;
-    }
+    EXPECT_EQ(attributes->cImplTypes, 1) << i;
+    EXPECT_EQ(attributes->wMajorVerNum, 0) << i;
+    EXPECT_EQ(attributes->wMinorVerNum, 0) << i;
+    EXPECT_EQ(attributes->wTypeFlags,
+              attributes->typekind == TKIND_DISPATCH
+                  ? TYPEFLAG_FDUAL | TYPEFLAG_FNONEXTENSIBLE | TYPEFLAG_FDISPATCHABLE
+                  : TYPEFLAG_FCANCREATE)
+        << i;
     info->ReleaseTypeAttr(attributes);
   }
   EXPECT_EQ(types, kTypes);
@@ -99,7 +106,7 @@ TEST_F(TypeLibrary, EachClassHasTheInterfaceBehindItAsItsDefault) {
     const CComPtr<ITypeInfo> info = Type(i);
     INT flags = 0;
     ASSERT_EQ(info->GetImplTypeFlags(0, &flags), S_OK);
-    EXPECT_NE(flags & IMPLTYPEFLAG_FDEFAULT, 0);
+    EXPECT_EQ(flags, IMPLTYPEFLAG_FDEFAULT);
     HREFTYPE reference = 0;
     ASSERT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
     CComPtr<ITypeInfo> interfaceInfo;
@@ -149,6 +156,16 @@ class Members : public TypeLibrary {
     info.ReleaseTypeAttr(attributes);
     return count;
   }
+  /// A method of COM with one parameter, behind the seven of IDispatch, which nobody hides.
+  static void ExpectMethod(const FUNCDESC& function) {
+    EXPECT_EQ(function.funckind, FUNC_PUREVIRTUAL);
+    EXPECT_EQ(function.callconv, CC_STDCALL);
+    EXPECT_EQ(function.oVft, static_cast<SHORT>(7 * sizeof(void*)));
+    EXPECT_EQ(function.wFuncFlags, 0);
+    EXPECT_EQ(function.elemdescFunc.tdesc.vt, VT_HRESULT);
+    ASSERT_EQ(function.cParams, 1);
+    EXPECT_EQ(function.cParamsOpt, 0);
+  }
   static std::vector<std::wstring> Names(ITypeInfo& info, MEMBERID id) {
     BSTR names[4] = {};
     UINT count = 0;
@@ -173,9 +190,7 @@ TEST_F(Members, VersionIsAReadOnlyText) {
   ASSERT_EQ(info->GetFuncDesc(0, &function), S_OK);
   EXPECT_EQ(function->memid, 1);
   EXPECT_EQ(function->invkind, INVOKE_PROPERTYGET);
-  EXPECT_EQ(function->funckind, FUNC_PUREVIRTUAL);
-  EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
-  ASSERT_EQ(function->cParams, 1);
+  ExpectMethod(*function);
   const ELEMDESC& result = function->lprgelemdescParam[0];
   EXPECT_EQ(result.paramdesc.wParamFlags, PARAMFLAG_FOUT | PARAMFLAG_FRETVAL);
   ASSERT_EQ(result.tdesc.vt, VT_PTR);
@@ -194,8 +209,7 @@ TEST_F(Members, DownloadFileTakesAText) {
   ASSERT_EQ(info->GetFuncDesc(0, &function), S_OK);
   EXPECT_EQ(function->memid, 1);
   EXPECT_EQ(function->invkind, INVOKE_FUNC);
-  EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
-  ASSERT_EQ(function->cParams, 1);
+  ExpectMethod(*function);
   EXPECT_EQ(function->lprgelemdescParam[0].paramdesc.wParamFlags, PARAMFLAG_FIN);
   EXPECT_EQ(function->lprgelemdescParam[0].tdesc.vt, VT_BSTR);
   info->ReleaseFuncDesc(function);

@@ -64,13 +64,13 @@ TEST(DecodeEvent, WritesStatusesAsPeopleKnowThem) {
   std::array<VARIANT, 5> arguments{};
   arguments[3].vt = VT_BYREF | VT_VARIANT;
   arguments[3].pvarVal = &url;
-  CComVariant status(404L);
+  CComVariant status(404);
   arguments[1].vt = VT_BYREF | VT_VARIANT;
   arguments[1].pvarVal = &status;
   DISPPARAMS params{arguments.data(), nullptr, 5, 0};
   EXPECT_EQ(EventLine(*DecodeEvent(DISPID_NAVIGATEERROR, params)),
             "event NavigateError url=<u> status=404");
-  status = static_cast<long>(INET_E_DOWNLOAD_FAILURE);
+  status = static_cast<int>(INET_E_DOWNLOAD_FAILURE);
   EXPECT_EQ(EventLine(*DecodeEvent(DISPID_NAVIGATEERROR, params)),
             "event NavigateError url=<u> status=0x800c0008");
 }

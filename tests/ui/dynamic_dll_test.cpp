@@ -1,5 +1,6 @@
 #include "ui/dynamic_dll.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -56,6 +57,24 @@ TEST(DynamicDll, FailedLoadKeepsWhatIsHeld) {
   EXPECT_TRUE(dll.m_calls.empty());
   EXPECT_EQ(dll.Load(L"version.dll"), 0u);
   EXPECT_EQ(dll.GetError(), 0u);
+}
+
+/// Calls an operation by its place in the table of functions.
+template <typename... Arguments>
+void CallSlot(CDynamicDll& dll, int slot, Arguments... arguments) {
+  using Operation = void (*)(void*, Arguments...);
+  const void* const* const table = *reinterpret_cast<const void* const* const*>(&dll);
+  reinterpret_cast<Operation>(const_cast<void*>(table[slot]))(&dll, arguments...);
+}
+
+TEST(DynamicDll, OperationsHaveTheirPlacesBehindTheDestructor) {
+  constexpr int kFirst = 2;  // the destructor takes two places with this compiler
+  CRecordingDll dll;
+  const auto module = reinterpret_cast<HMODULE>(&dll);
+  CallSlot(dll, kFirst, module);
+  EXPECT_EQ(dll.m_bound, module);
+  CallSlot(dll, kFirst + 1);
+  EXPECT_EQ(dll.m_calls, (Calls{"bind too early", "release"}));
 }
 
 std::vector<HMODULE> g_loaded;
@@ -121,20 +140,28 @@ FARPROC WINAPI RecordName(HMODULE module, LPCSTR name) {
                                                   : reinterpret_cast<FARPROC>(g_names.size());
 }
 
+/// The ten functions, by where they are.
+std::vector<size_t> PlacesOf(const CAdvapi32Dll& dll) {
+  const auto place = [](auto function) { return reinterpret_cast<size_t>(function); };
+  return {place(dll.m_ChangeServiceConfig2A),
+          place(dll.m_ChangeServiceConfig2W),
+          place(dll.m_RegisterServiceCtrlHandlerExA),
+          place(dll.m_RegisterServiceCtrlHandlerExW),
+          place(dll.m_CreateProcessAsUserA),
+          place(dll.m_CreateProcessAsUserW),
+          place(dll.m_ImpersonateLoggedOnUser),
+          place(dll.m_OpenProcessToken),
+          place(dll.m_RevertToSelf),
+          place(dll.m_CheckTokenMembership)};
+}
+
+const std::vector<size_t> kNothing(10, 0);
+
 TEST(Advapi32Dll, FindsAllFunctionsOfTheSystem) {
   const CAdvapi32Dll dll;
   EXPECT_EQ(dll.GetError(), 0u);
   EXPECT_EQ(dll.GetModule(), GetModuleHandleW(L"advapi32.dll"));
-  EXPECT_NE(dll.m_CheckTokenMembership, nullptr);
-  EXPECT_NE(dll.m_RevertToSelf, nullptr);
-  EXPECT_NE(dll.m_OpenProcessToken, nullptr);
-  EXPECT_NE(dll.m_ImpersonateLoggedOnUser, nullptr);
-  EXPECT_NE(dll.m_CreateProcessAsUserW, nullptr);
-  EXPECT_NE(dll.m_CreateProcessAsUserA, nullptr);
-  EXPECT_NE(dll.m_RegisterServiceCtrlHandlerExW, nullptr);
-  EXPECT_NE(dll.m_RegisterServiceCtrlHandlerExA, nullptr);
-  EXPECT_NE(dll.m_ChangeServiceConfig2W, nullptr);
-  EXPECT_NE(dll.m_ChangeServiceConfig2A, nullptr);
+  EXPECT_THAT(PlacesOf(dll), testing::Each(testing::Ne(0u)));
 }
 
 TEST(Advapi32Dll, BindsInOrderAndGoesOnWhereOneIsMissing) {
@@ -146,28 +173,10 @@ TEST(Advapi32Dll, BindsInOrderAndGoesOnWhereOneIsMissing) {
                          "RegisterServiceCtrlHandlerExA", "RegisterServiceCtrlHandlerExW",
                          "CreateProcessAsUserA", "CreateProcessAsUserW", "ImpersonateLoggedOnUser",
                          "OpenProcessToken", "RevertToSelf", "CheckTokenMembership"}));
-  const auto place = [](auto function) { return reinterpret_cast<size_t>(function); };
-  EXPECT_EQ(place(dll.m_ChangeServiceConfig2A), 1u);
-  EXPECT_EQ(place(dll.m_ChangeServiceConfig2W), 2u);
-  EXPECT_EQ(place(dll.m_RegisterServiceCtrlHandlerExA), 3u);
-  EXPECT_EQ(place(dll.m_RegisterServiceCtrlHandlerExW), 4u);
-  EXPECT_EQ(place(dll.m_CreateProcessAsUserA), 0u);
-  EXPECT_EQ(place(dll.m_CreateProcessAsUserW), 6u);
-  EXPECT_EQ(place(dll.m_ImpersonateLoggedOnUser), 7u);
-  EXPECT_EQ(place(dll.m_OpenProcessToken), 8u);
-  EXPECT_EQ(place(dll.m_RevertToSelf), 9u);
-  EXPECT_EQ(place(dll.m_CheckTokenMembership), 10u);
+  EXPECT_EQ(PlacesOf(dll), (std::vector<size_t>{1, 2, 3, 4, 0, 6, 7, 8, 9, 10}));
 
   dll.Unload();
-  EXPECT_EQ(place(dll.m_ChangeServiceConfig2A), 0u);
-  EXPECT_EQ(place(dll.m_ChangeServiceConfig2W), 0u);
-  EXPECT_EQ(place(dll.m_RegisterServiceCtrlHandlerExA), 0u);
-  EXPECT_EQ(place(dll.m_RegisterServiceCtrlHandlerExW), 0u);
-  EXPECT_EQ(place(dll.m_CreateProcessAsUserW), 0u);
-  EXPECT_EQ(place(dll.m_ImpersonateLoggedOnUser), 0u);
-  EXPECT_EQ(place(dll.m_OpenProcessToken), 0u);
-  EXPECT_EQ(place(dll.m_RevertToSelf), 0u);
-  EXPECT_EQ(place(dll.m_CheckTokenMembership), 0u);
+  EXPECT_EQ(PlacesOf(dll), kNothing);
 }
 
 HMODULE WINAPI LoadNothing(LPCWSTR name) {
@@ -181,7 +190,7 @@ TEST(Advapi32Dll, MissingLibraryIsNoError) {
   const CAdvapi32Dll dll;
   EXPECT_EQ(dll.GetModule(), nullptr);
   EXPECT_EQ(dll.GetError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-  EXPECT_EQ(dll.m_RevertToSelf, nullptr);
+  EXPECT_EQ(PlacesOf(dll), kNothing);
 }
 
 }  // namespace
