@@ -112,6 +112,7 @@ TEST_P(HostedControl, DrawsTheBackgroundOfAWindow) {
 TEST_P(HostedControl, PaintsItsWindow) {
   const HWND window = ControlWindow();
   ASSERT_NE(window, nullptr);
+  UpdateWindow(window);  // what its creation left to be done, erasing included
   const HDC dc = GetDC(window);
   const RECT all = {0, 0, 100, 50};
   FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
