@@ -38,17 +38,19 @@ const CMoment kMoments[] = {
     {"while the end is shown", "", Place::kEndShown, true, kDownloadDelivered},
 };
 
-void ClickCancel(HWND window) { Click(window, IDCANCEL); }
-void PressEscape(HWND window) { PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1); }
+void ClickCancel(HWND, HWND button) { PostMessageW(button, BM_CLICK, 0, 0); }
+void PressEscape(HWND window, HWND) { PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1); }
+void CloseBox(HWND window, HWND) { Close(window); }
 
 struct CWay {
   const char* name;
-  std::vector<void (*)(HWND)> actions;
+  // The first one may end the dialog before the second comes.
+  std::vector<void (*)(HWND window, HWND button)> actions;
 };
 const CWay kWays[] = {
     {"Cancel", {&ClickCancel}},
     {"Cancel twice", {&ClickCancel, &ClickCancel}},
-    {"close box, Escape, Cancel", {&Close, &PressEscape, &ClickCancel}},
+    {"close box, Escape, Cancel", {&CloseBox, &PressEscape, &ClickCancel}},
 };
 
 struct CCell {
@@ -105,8 +107,9 @@ class CancelFaults : public LessonFaults {
         EXPECT_TRUE(path.WaitForHeld(moment.held));
       }
       cancelled = GetTickCount64();
-      for (void (*const action)(HWND) : cell.way->actions) {
-        action(window);
+      const HWND button = GetDlgItem(window, IDCANCEL);
+      for (void (*const action)(HWND, HWND) : cell.way->actions) {
+        action(window, button);
       }
       if (moment.result == kDownloadDelivered) {
         worker.LetGo();  // A complete download waits for its worker, which is a step from its end.
@@ -169,7 +172,7 @@ class LateCancelFaults : public CancelFaults {
           SendMessageW(window, WM_COMMAND, IDCANCEL, 0);
         }
         for (int i = 0; i < cell.clicksBehind; ++i) {
-          ClickCancel(window);
+          Click(window, IDCANCEL);
         }
       });
     });

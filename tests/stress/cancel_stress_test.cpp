@@ -25,7 +25,7 @@ constexpr int kDefaultRounds = 300;
 constexpr int kWarmUpRounds = 20;
 constexpr size_t kStalledAtOnce = 16;
 constexpr int kBodySize = 400000;
-constexpr int kBytesPerSecond = 2000000;  // some 200 ms for all of it
+constexpr int kBytesPerSecond = 200000;  // far behind the latest click, on a busy machine too
 constexpr int kLongestDelayMs = 60;
 constexpr ULONGLONG kAtOnceMs = 3000;
 
