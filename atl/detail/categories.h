@@ -84,9 +84,11 @@ inline HRESULT AtlRegisterClassCategoriesHelper(REFCLSID clsid, const _ATL_CATMA
     static const struct ATL::_ATL_CATMAP_ENTRY pMap[] = {
 #define IMPLEMENTED_CATEGORY(catid) {ATL::_ATL_CATMAP_ENTRY_IMPLEMENTED, &catid},
 #define REQUIRED_CATEGORY(catid) {ATL::_ATL_CATMAP_ENTRY_REQUIRED, &catid},
-#define END_CATEGORY_MAP()                \
-  { ATL::_ATL_CATMAP_ENTRY_END, nullptr } \
-  }                                       \
-  ;                                       \
-  return pMap;                            \
+#define END_CATEGORY_MAP()              \
+  {                                     \
+    ATL::_ATL_CATMAP_ENTRY_END, nullptr \
+  }                                     \
+  }                                     \
+  ;                                     \
+  return pMap;                          \
   }

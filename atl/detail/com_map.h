@@ -107,11 +107,13 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
   }                                                                                            \
   static const ATL::_ATL_INTMAP_ENTRY* WINAPI _GetEntries() noexcept {                         \
     static const ATL::_ATL_INTMAP_ENTRY _entries[] = {
-#define END_COM_MAP()     \
-  { nullptr, 0, nullptr } \
-  }                       \
-  ;                       \
-  return _entries;        \
+#define END_COM_MAP()   \
+  {                     \
+    nullptr, 0, nullptr \
+  }                     \
+  }                     \
+  ;                     \
+  return _entries;      \
   }
 
 /// Interface x, a base class.

@@ -125,9 +125,11 @@ inline HRESULT SaveProperties(IStream* pStm, const ATL_PROPMAP_ENTRY* pMap,
        std::addressof(reinterpret_cast<_PropMapClass*>(_ATL_PACKING)->member)) - \
        _ATL_PACKING,                                                             \
    sizeof(reinterpret_cast<_PropMapClass*>(_ATL_PACKING)->member), vt},
-#define END_PROP_MAP()        \
-  { nullptr, 0, 0, VT_EMPTY } \
-  }                           \
-  ;                           \
-  return _properties;         \
+#define END_PROP_MAP()      \
+  {                         \
+    nullptr, 0, 0, VT_EMPTY \
+  }                         \
+  }                         \
+  ;                         \
+  return _properties;       \
   }

@@ -93,8 +93,8 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     return S_OK;
   }
   STDMETHOD(QueryHitPoint)
-  (DWORD dwAspect, LPCRECT prcBounds, POINT ptlLoc, LONG /*lCloseHint*/,
-   DWORD* pHitResult) override {
+  (DWORD dwAspect, LPCRECT prcBounds, POINT ptlLoc, LONG /*lCloseHint*/, DWORD* pHitResult)
+      override {
     if (prcBounds == nullptr || pHitResult == nullptr) {
       return E_POINTER;
     }
@@ -102,8 +102,8 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     return dwAspect == DVASPECT_CONTENT ? S_OK : E_FAIL;
   }
   STDMETHOD(QueryHitRect)
-  (DWORD dwAspect, LPCRECT prcBounds, LPCRECT prcLoc, LONG /*lCloseHint*/,
-   DWORD* pHitResult) override {
+  (DWORD dwAspect, LPCRECT prcBounds, LPCRECT prcLoc, LONG /*lCloseHint*/, DWORD* pHitResult)
+      override {
     if (prcBounds == nullptr || prcLoc == nullptr || pHitResult == nullptr) {
       return E_POINTER;
     }

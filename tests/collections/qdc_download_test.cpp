@@ -46,7 +46,9 @@ TEST_F(Control, MakesItsFoldersWithEveryLevel) {
 }
 
 TEST_F(Control, LeavesItsFolders) {
-  { const CControlObject control(m_sandbox); }
+  {
+    const CControlObject control(m_sandbox);
+  }
   EXPECT_TRUE(IsFolderThere(m_sandbox / L"Documents\\My Folivo Content\\My Content"));
   EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
 }

@@ -15,7 +15,9 @@ bool IsOpen(HANDLE h) {
 TEST(Handle, ClosesAtTheEndOfItsLife) {
   const HANDLE raw = NewEvent();
   ASSERT_TRUE(IsOpen(raw));
-  { const CHandle owner(raw); }
+  {
+    const CHandle owner(raw);
+  }
   EXPECT_FALSE(IsOpen(raw));
 }
 
