@@ -56,8 +56,10 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
   /// CAtlException when the URL's variant cannot be copied.
   // Behind the class's own operations, which have fixed places in the primary table of functions.
-  STDMETHOD(Invoke)(DISPID dispid, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params,
-                    VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
+  // Not by STDMETHOD: that would promise that nothing is thrown.
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID riid, LCID lcid, WORD flags,
+                                   DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                                   UINT* argumentError) override;
 
  private:
   void OnBeforeNavigate(const DISPPARAMS& params);

@@ -35,7 +35,8 @@ uintptr_t Begin(void* security, unsigned stack, _beginthreadex_proc_type start, 
 
 }  // namespace
 
-CStartedThreads::CStartedThreads() : m_patch("msvcrt.dll", "_beginthreadex", &Begin) {
+CStartedThreads::CStartedThreads(HMODULE importer)
+    : m_patch("msvcrt.dll", "_beginthreadex", &Begin, importer) {
   g_begin = m_patch.Original<decltype(_beginthreadex)>();
 }
 

@@ -4,11 +4,12 @@
 
 #include "tests/support/import_patch.h"
 
-/// Follows the threads that this program starts while it lives, the product's and the tests' own;
-/// the system's are none of its business. One at a time.
+/// Follows the threads that one module starts while it lives: this program, with the product's and
+/// the tests' own, or a DLL. The system's are none of its business. One at a time.
 class CStartedThreads {
  public:
-  CStartedThreads();
+  /// `importer`: the DLL; null for this program.
+  explicit CStartedThreads(HMODULE importer = nullptr);
   ~CStartedThreads();
   CStartedThreads(const CStartedThreads&) = delete;
   CStartedThreads& operator=(const CStartedThreads&) = delete;
