@@ -44,11 +44,11 @@ DWORD OpenFileNameSize() {
   return hasFullSize ? sizeof(OPENFILENAMEW) : kOldDialogSize;
 }
 
-/// GetSaveFileNameW out of a library that is loaded when the first file is saved: with all that it
-/// needs, loading it takes several times as long as loading this module, and every browser would
-/// wait. Never freed: what its dialog has loaded for the shell may still be at work.
+/// GetSaveFileNameW out of a library that is loaded when a file is saved: with all that it needs,
+/// loading it takes several times as long as loading this module, and every browser would wait.
+/// Never freed: what its dialog has loaded for the shell may still be at work.
 bool ShowCommonDialog(OPENFILENAMEW& dialog) {
-  static const HMODULE library = LoadLibraryW(L"comdlg32.dll");
+  const HMODULE library = LoadLibraryW(L"comdlg32.dll");
   decltype(&GetSaveFileNameW) getSaveFileName = nullptr;
   if (library != nullptr) {
     BindFunction(library, "GetSaveFileNameW", getSaveFileName);

@@ -1,9 +1,5 @@
 #include "tests/browser/common_dialog.h"
 
-#include <bit>
-#include <cstring>
-#include <type_traits>
-
 namespace {
 
 std::wstring g_choice;
@@ -36,21 +32,9 @@ BOOL WINAPI Choose(OPENFILENAMEW* dialog) {
   return TRUE;
 }
 
-decltype(&GetProcAddress) g_getProcAddress;
-
-FARPROC WINAPI FindFunction(HMODULE library, LPCSTR name) {
-  // An ordinal is no text.
-  if (reinterpret_cast<ULONG_PTR>(name) > MAXWORD && std::strcmp(name, "GetSaveFileNameW") == 0) {
-    return std::bit_cast<FARPROC>(&Choose);
-  }
-  return g_getProcAddress(library, name);
-}
-
 }  // namespace
 
-CCommonDialog::CCommonDialog(const std::wstring& choice)
-    : m_patch("kernel32.dll", "GetProcAddress", &FindFunction) {
-  g_getProcAddress = m_patch.Original<std::remove_pointer_t<decltype(g_getProcAddress)>>();
+CCommonDialog::CCommonDialog(const std::wstring& choice) : m_patch("GetSaveFileNameW", &Choose) {
   g_choice = choice;
   g_calls = 0;
 }

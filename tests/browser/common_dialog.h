@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/lookup_patch.h"
 
 /// Stands in for the system's save dialog while it lives: takes down what it is given, and chooses
 /// without showing anything. One at a time.
@@ -25,5 +25,5 @@ class CCommonDialog {
   const std::wstring& GivenFilter() const;
 
  private:
-  CImportPatch m_patch;
+  CLookupPatch m_patch;
 };

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -244,18 +245,29 @@ TEST_F(DownloadSteps, FailingProtectedModeQuestionCountsAsUnprotected) {
   EXPECT_EQ(dialog.Calls(), 1);
 }
 
-TEST_F(DownloadSteps, MissingLibraryOrFunctionCountsAsUnprotected) {
+TEST_F(DownloadSteps, MissingLibraryCountsAsUnprotected) {
   const CCommonDialog dialog(L"");
   {
     const CImportPatch patch(
-        "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
+        "kernel32.dll", "LoadLibraryW", +[](LPCWSTR name) -> HMODULE {
+          return _wcsicmp(name, L"ieframe.dll") == 0 ? nullptr : LoadLibraryExW(name, nullptr, 0);
+        });
     Run(true, L"http://localhost/a.qdk");
   }
   EXPECT_EQ(dialog.Calls(), 1);
+}
+
+TEST_F(DownloadSteps, MissingFunctionCountsAsUnprotected) {
+  // The save dialog is looked up too.
+  static decltype(&GetProcAddress) dialogLookup;
+  const CCommonDialog dialog(L"");
   const CImportPatch patch(
-      "kernel32.dll", "GetProcAddress", +[](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
+      "kernel32.dll", "GetProcAddress", +[](HMODULE library, LPCSTR name) -> FARPROC {
+        return std::strncmp(name, "IE", 2) == 0 ? nullptr : dialogLookup(library, name);
+      });
+  dialogLookup = patch.Original<decltype(GetProcAddress)>();
   Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(dialog.Calls(), 2);
+  EXPECT_EQ(dialog.Calls(), 1);
 }
 
 TEST_F(DownloadSteps, UrlWithoutADownloadDoesNothing) {

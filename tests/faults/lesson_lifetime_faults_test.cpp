@@ -27,6 +27,7 @@
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/launch_recorder.h"
+#include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
@@ -343,7 +344,7 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
     g_write = disk->Original<decltype(WriteFile)>();
   }
   const CLaunchRecorder launches;
-  const CImportPatch saveDialog("comdlg32.dll", "GetSaveFileNameW", &AskForPath);
+  const CLookupPatch saveDialog("GetSaveFileNameW", &AskForPath);
   g_savePath = m_sandbox / L"saved.folivo";
 
   CNavigationEvent event(path.Url(L"a.folivo"));

@@ -26,6 +26,7 @@
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
@@ -103,7 +104,7 @@ class LessonMemoryFaults : public testing::Test {
   LessonMemoryFaults()
       : m_message("user32.dll", "MessageBoxW", &CountMessage),
         m_launch("shell32.dll", "ShellExecuteExW", &CountLaunch),
-        m_saveDialog("comdlg32.dll", "GetSaveFileNameW", &ChoosePath) {
+        m_saveDialog("GetSaveFileNameW", &ChoosePath) {
     lstrcpynW(g_savePath, (m_sandbox / kSavedFile).c_str(), MAX_PATH);
   }
   ~LessonMemoryFaults() override { SetTempBaseFolder(CStringW()); }
@@ -178,7 +179,7 @@ class LessonMemoryFaults : public testing::Test {
  private:
   const CImportPatch m_message;
   const CImportPatch m_launch;
-  const CImportPatch m_saveDialog;
+  const CLookupPatch m_saveDialog;
 };
 
 TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {

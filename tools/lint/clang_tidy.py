@@ -24,6 +24,7 @@ CLANG_TIDY = "/usr/bin/clang-tidy-19"
 EXTRA_ARGUMENTS = [
     "--extra-arg=--target=x86_64-w64-mingw32",
     "--extra-arg=-Wno-unknown-warning-option",
+    "--extra-arg=-Wno-ignored-gch",  # GCC's precompiled headers
     # Errors to clang in what Boost 1.74 and <commdlg.h> define; GCC looks after narrowing in ours.
     "--extra-arg=-Wno-enum-constexpr-conversion",
     "--extra-arg=-Wno-c++11-narrowing",
