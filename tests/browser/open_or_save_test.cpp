@@ -270,6 +270,15 @@ TEST_F(DownloadSteps, MissingFunctionCountsAsUnprotected) {
   EXPECT_EQ(dialog.Calls(), 1);
 }
 
+TEST_F(DownloadSteps, MissingSaveDialogCountsAsCancelled) {
+  const CImportPatch patch(
+      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
+  Run(true, L"http://localhost/a.qdk");
+  EXPECT_EQ(m_runs, 0);
+  EXPECT_EQ(Opened(), L"");
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
 TEST_F(DownloadSteps, UrlWithoutADownloadDoesNothing) {
   const CDialogResult run(kDownloadDelivered);
   OpenOrSave(kOwner, nullptr, false, L"http://localhost/a.qdk", L".qdk");

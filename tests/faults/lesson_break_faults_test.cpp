@@ -43,7 +43,7 @@ TEST_F(LessonFaults, CutBodyIsTakenForAllOfIt) {
 TEST_F(LessonFaults, ResetIsReportedOrTakenForTheEnd) {
   std::vector<CLessonFault> faults;
   for (const CPlace& place : kPlaces) {
-    if (place.offset > 1) {
+    if (place.offset != 1) {  // either of two messages, as below
       const std::string point = http_point::BodyByte(place.offset);
       faults.push_back({place.name, Lesson(kPattern).Cut(point, HttpCut::kReset),
                         LessonEnd::kTornOrUnavailable,

@@ -71,6 +71,8 @@ void LessonFaults::RunPeeked(const std::wstring& url, const CLessonFault& fault)
   }
   const bool valid = dialog->PeekContent(fault.extension.c_str());
   if (valid) {
+    EXPECT_TRUE(fault.end == LessonEnd::kDelivered || fault.end == LessonEnd::kTorn ||
+                fault.end == LessonEnd::kTornOrUnavailable);
     const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
     dialog.reset();
     ExpectEnd(url, fault, result);

@@ -39,9 +39,10 @@ TEST_F(LessonFaults, ShortBodiesAreJudgedByWhatThereIs) {
 
 TEST_F(LessonFaults, BodiesAroundTheBuffersAreWhole) {
   std::vector<CLessonFault> faults;
-  for (const size_t size : {kPeek - 1, kPeek, kPeek + 1, 2 * kPeek, kBuffer - 1, kBuffer,
-                            kBuffer + 1, kBuffer + kPeek - 1, kBuffer + kPeek, kBuffer + kPeek + 1,
-                            2 * kBuffer - 1, 2 * kBuffer, 2 * kBuffer + 1, 5 * kBuffer}) {
+  for (const size_t size :
+       {kPeek - 1, kPeek, kPeek + 1, 2 * kPeek - 1, 2 * kPeek, 2 * kPeek + 1, kBuffer - 1, kBuffer,
+        kBuffer + 1, kBuffer + kPeek - 1, kBuffer + kPeek, kBuffer + kPeek + 1, 2 * kBuffer - 1,
+        2 * kBuffer, 2 * kBuffer + 1, 5 * kBuffer}) {
     faults.push_back({std::to_string(size), Lesson(size - kHead), LessonEnd::kDelivered,
                       LessonBytes(size - kHead)});
   }

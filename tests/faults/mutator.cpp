@@ -5,12 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "tests/faults/quick_cut.h"
-
 namespace {
 
-constexpr int kFullCount = 10000;
-constexpr int kQuickCount = 1000;
+constexpr int kCount = 10000;
 
 unsigned ChooseSeed() {
   const char* const text = std::getenv("FOLIVO_FAULTS_SEED");
@@ -24,10 +21,7 @@ unsigned ChooseSeed() {
 
 int MutationCount() {
   const char* const text = std::getenv("FOLIVO_FAULTS_COUNT");
-  if (text != nullptr) {
-    return std::atoi(text);
-  }
-  return IsQuickRun() ? kQuickCount : kFullCount;
+  return text != nullptr ? std::atoi(text) : kCount;
 }
 
 unsigned MutationSeed() {

@@ -29,6 +29,7 @@
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
 #include "tests/support/process_counts.h"
 #include "tests/support/scripted_path.h"
@@ -176,7 +177,7 @@ class Soak : public testing::Test {
 class DownloadSoak : public Soak {
  protected:
   DownloadSoak()
-      : m_saveDialog("comdlg32.dll", "GetSaveFileNameW", &ChoosePath, m_library.Module()),
+      : m_saveDialog("GetSaveFileNameW", &ChoosePath, m_library.Module()),
         m_launch("shell32.dll", "ShellExecuteExW", &CountLaunch, m_library.Module()),
         m_deferredClose(m_library.Module()) {
     for (const size_t size : kSizes) {
@@ -225,7 +226,7 @@ class DownloadSoak : public Soak {
   std::vector<std::unique_ptr<ScriptedPath>> m_paths;
   const ScriptedPath m_flowing{
       m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kFlowingSize).Rate(kBytesPerSecond)};
-  const CImportPatch m_saveDialog;
+  const CLookupPatch m_saveDialog;
   const CImportPatch m_launch;
   const CDeferredClose m_deferredClose;
   CStartedThreads m_workers{m_library.Module()};

@@ -16,8 +16,8 @@ FARPROC WINAPI Find(HMODULE library, LPCSTR name) {
 
 }  // namespace
 
-CLookupPatch::CLookupPatch(const char* name, FARPROC replacement)
-    : m_patch("kernel32.dll", "GetProcAddress", &Find) {
+CLookupPatch::CLookupPatch(HMODULE importer, const char* name, FARPROC replacement)
+    : m_patch("kernel32.dll", "GetProcAddress", &Find, importer) {
   g_name = name;
   g_replacement = replacement;
   g_getProcAddress = m_patch.Original<decltype(GetProcAddress)>();

@@ -6,18 +6,18 @@
 
 #include "tests/support/import_patch.h"
 
-/// Replaces one function that this program looks up at run time (GetProcAddress), for the object's
-/// scope. One at a time.
+/// Replaces one function that this program, or a loaded DLL, looks up at run time (GetProcAddress),
+/// for the object's scope. One at a time.
 class CLookupPatch {
  public:
   template <typename Function>
-  CLookupPatch(const char* name, Function* replacement)
-      : CLookupPatch(name, std::bit_cast<FARPROC>(replacement)) {}
+  CLookupPatch(const char* name, Function* replacement, HMODULE importer = nullptr)
+      : CLookupPatch(importer, name, std::bit_cast<FARPROC>(replacement)) {}
   CLookupPatch(const CLookupPatch&) = delete;
   CLookupPatch& operator=(const CLookupPatch&) = delete;
 
  private:
-  CLookupPatch(const char* name, FARPROC replacement);
+  CLookupPatch(HMODULE importer, const char* name, FARPROC replacement);
 
   CImportPatch m_patch;
 };
