@@ -1,6 +1,6 @@
 #include "download/ie_frame_library.h"
 
-#include <bit>
+#include "ui/bind_function.h"
 
 namespace {
 
@@ -16,10 +16,11 @@ CIeFrameLibrary::CIeFrameLibrary() : m_library(LoadLibraryW(L"ieframe.dll")) {}
 
 template <typename Function>
 Function CIeFrameLibrary::Find(const char* name) const {
-  if (!m_library) {
-    return nullptr;
+  Function function = nullptr;
+  if (m_library) {
+    BindFunction(m_library.Get(), name, function);
   }
-  return std::bit_cast<Function>(GetProcAddress(m_library.Get(), name));
+  return function;
 }
 
 bool CIeFrameLibrary::IsProtectedModeProcess() const {

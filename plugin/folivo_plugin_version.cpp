@@ -2,8 +2,6 @@
 
 #include <atlstr.h>
 
-#include <optional>
-
 #include "plugin/file_version.h"
 #include "resources/resource.h"
 #include "ui/class_registration.h"
@@ -34,15 +32,11 @@ STDMETHODIMP CFolivoPluginVersion::get_Version(BSTR* pVal) {
     return E_POINTER;
   }
   *pVal = nullptr;
-  std::optional<VS_FIXEDFILEINFO> version;
-  const HRESULT guarded = CallGuarded([&] {
-    version = ReadFileVersion(FindModulePath());
-    if (version) {
-      *pVal = CComBSTR(FormatFileVersion(*version)).Detach();
+  CallGuarded([pVal] {
+    if (const auto version = ReadFileVersion(FindModulePath())) {
+      *pVal = SysAllocString(FormatFileVersion(*version));
     }
   });
-  if (FAILED(guarded)) {
-    return guarded;
-  }
-  return version ? S_OK : E_FAIL;
+  // One code for whatever went wrong, memory included: pages know no other.
+  return *pVal != nullptr ? S_OK : E_FAIL;
 }

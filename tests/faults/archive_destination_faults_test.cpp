@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tests/faults/archive_faults.h"
+#include "tests/faults/full_disk.h"
 #include "tests/faults/held_file.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
@@ -138,31 +139,14 @@ TEST_F(ArchiveDestinationFaults, DevicesKeepNothing) {
   }
 }
 
-int g_writes;
-int g_failing;
-decltype(&WriteFile) g_write;
-
-/// The n-th write of more than a thousand bytes meets a full disk.
-BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                           LPOVERLAPPED overlapped) {
-  if (size > 1000 && ++g_writes == g_failing) {
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-  }
-  return g_write(file, data, size, written, overlapped);
-}
-
 TEST_F(ArchiveDestinationFaults, DiskThatFillsUpLeavesNothing) {
   constexpr int kWrites = 5;  // of 10000 bytes, the last of the rest
-  const CImportPatch patch("kernel32.dll", "WriteFile", &WriteUntilFull);
-  g_write = patch.Original<decltype(WriteFile)>();
-  for (g_failing = 1; g_failing <= kWrites; ++g_failing) {
-    SCOPED_TRACE(g_failing);
+  for (int failing = 1; failing <= kWrites; ++failing) {
+    SCOPED_TRACE(failing);
     Checks().Run([&] {
-      g_writes = 0;
+      const CFullDisk disk(failing);
       EXPECT_EQ(Download(L"download.zip").message, CannotWrite(ZipPath()));
-      EXPECT_EQ(g_writes, g_failing) << "nothing is written behind a failure";
+      EXPECT_EQ(disk.Writes(), failing) << "nothing is written behind a failure";
       EXPECT_EQ(m_sandbox.Files(), Files());
     });
   }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include "tests/faults/full_disk.h"
 #include "tests/faults/held_file.h"
 #include "tests/faults/lesson_faults.h"
 #include "tests/faults/quick_cut.h"
@@ -210,34 +211,17 @@ TEST_F(DestinationFaults, DevicesKeepNothing) {
   }
 }
 
-int g_writes;
-int g_failing;
-decltype(&WriteFile) g_write;
-
-/// The n-th write of more than a thousand bytes meets a full disk.
-BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                           LPOVERLAPPED overlapped) {
-  if (size > 1000 && ++g_writes == g_failing) {
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-  }
-  return g_write(file, data, size, written, overlapped);
-}
-
 TEST_F(DestinationFaults, DiskThatFillsUpLeavesNothing) {
   constexpr int kWrites = 4;  // of 131072 bytes, the last of the rest
-  const CImportPatch patch("kernel32.dll", "WriteFile", &WriteUntilFull);
-  g_write = patch.Original<decltype(WriteFile)>();
-  for (g_failing = 1; g_failing <= kWrites; ++g_failing) {
-    SCOPED_TRACE(g_failing);
+  for (int failing = 1; failing <= kWrites; ++failing) {
+    SCOPED_TRACE(failing);
     Checks().Run([&] {
-      g_writes = 0;
+      const CFullDisk disk(failing);
       const ScriptedPath path(m_server, Lesson(kPattern));
       CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
       EXPECT_EQ(CallGuardedDialog([&] { return dialog->DoModal(nullptr); }), 3);
       dialog.reset();
-      EXPECT_EQ(g_writes, g_failing) << "nothing is written behind a failure";
+      EXPECT_EQ(disk.Writes(), failing) << "nothing is written behind a failure";
       EXPECT_EQ(TakeMessages(),
                 std::vector{L"Unable to write to the destination file " + TempPath() + L"."});
       EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
