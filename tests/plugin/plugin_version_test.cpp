@@ -69,6 +69,17 @@ TEST(PluginVersion, NeedsAPlaceForTheText) {
   EXPECT_EQ(Control(library)->get_Version(nullptr), E_POINTER);
 }
 
+TEST(PluginVersion, NoMemoryForTheTextIsTheOneFailureThatPagesKnow) {
+  const CPluginLibrary library;
+  const CComPtr<IFolivoPluginVersion> control = Control(library);
+  const CImportPatch patch(
+      "oleaut32.dll", "SysAllocString", +[](const OLECHAR*) -> BSTR { return nullptr; },
+      library.Module());
+  BSTR version = nullptr;
+  EXPECT_EQ(control->get_Version(&version), E_FAIL);
+  EXPECT_EQ(version, nullptr);
+}
+
 // Deliberate: the file is looked for by its fixed name.
 TEST(PluginVersion, RenamedDllTellsTheHostsVersionWhichThisProgramHasNone) {
   const CTempSandbox sandbox;
