@@ -17,6 +17,7 @@ class ATL_NO_VTABLE CComControl : public CComControlBase, public WinBase {
   CComControl& operator=(const CComControl&) = delete;
   /// A container may drop a control without closing it.
   ~CComControl() override {
+    LeaveContainer();
     if (this->m_hWnd != nullptr) {
       ::DestroyWindow(this->m_hWnd);
     }

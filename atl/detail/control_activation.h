@@ -1,7 +1,8 @@
 #pragma once
 
 // How a control becomes active in place, and inactive again. Each call to the container may call
-// back, up to deactivating or closing the control: state is looked at again after it.
+// back, up to activating, deactivating or closing the control: state is looked at again after it.
+// The caller holds the control, and the site is held for the time of a call to it.
 
 #include <initializer_list>
 
@@ -52,6 +53,14 @@ inline void CComControlBase::SetControlSite(IOleClientSite* pClientSite) {
   }
 }
 
+inline void CComControlBase::LeaveContainer() {
+  m_bUIActive = FALSE;
+  m_bInPlaceActive = FALSE;
+  m_spInPlaceSite.Release();
+  m_spAmbientDispatch.Release();
+  m_spClientSite.Release();
+}
+
 /// Finds the most capable interface of the site.
 inline HRESULT CComControlBase::NegotiateSite() {
   if (m_spInPlaceSite != nullptr) {
@@ -68,6 +77,9 @@ inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteEx* pSite) {
   if (hr != S_OK || m_spInPlaceSite == nullptr) {
     return FAILED(hr) ? hr : E_FAIL;
   }
+  if (m_bInPlaceActive) {
+    return S_OK;
+  }
   m_bInPlaceActive = TRUE;
   if (m_bInPlaceSiteEx) {
     BOOL fNoRedraw = FALSE;
@@ -82,14 +94,16 @@ inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteEx* pSite) {
 }
 
 inline HRESULT CComControlBase::ShowControlWindow(IOleInPlaceSiteEx* pSite, RECT& rcPos) {
+  HWND hWndParent = nullptr;
+  if (m_hWndCD == nullptr) {
+    const HRESULT hr = pSite->GetWindow(&hWndParent);
+    if (FAILED(hr)) {
+      return hr;
+    }
+  }
   if (m_hWndCD != nullptr) {
     ::ShowWindow(m_hWndCD, SW_SHOWNA);
     return S_OK;
-  }
-  HWND hWndParent = nullptr;
-  const HRESULT hr = pSite->GetWindow(&hWndParent);
-  if (FAILED(hr)) {
-    return hr;
   }
   const HWND hWnd = CreateControlWindow(hWndParent, rcPos);
   if (hWnd != nullptr && !m_bInPlaceActive) {
@@ -128,8 +142,9 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
   if (m_bInPlaceActive && !m_bUIActive && DoesVerbUIActivate(iVerb)) {
     hr = UIActivate(pSite, context);
   }
-  if (SUCCEEDED(hr) && m_bInPlaceActive && m_spClientSite != nullptr) {
-    m_spClientSite->ShowObject();
+  const CComPtr<IOleClientSite> pClientSite = m_spClientSite;
+  if (SUCCEEDED(hr) && m_bInPlaceActive && pClientSite != nullptr) {
+    pClientSite->ShowObject();
   }
   return SUCCEEDED(hr) && !m_bInPlaceActive ? E_FAIL : hr;
 }
@@ -141,12 +156,18 @@ inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
     pSite->OnUIDeactivate(FALSE);
     return E_FAIL;
   }
+  if (m_bUIActive) {
+    return S_OK;
+  }
   // Set first: the focus that comes below activates, too.
   m_bUIActive = TRUE;
   HRESULT hr = pSite->OnUIActivate();
   if (FAILED(hr)) {
     m_bUIActive = FALSE;
     return hr;
+  }
+  if (!m_bUIActive) {
+    return S_OK;
   }
   SetControlFocus(TRUE);
   CComPtr<IOleInPlaceActiveObject> pActiveObject;
@@ -206,8 +227,12 @@ inline HRESULT CComControlBase::SetControlRects(LPCRECT prcPos, LPCRECT prcClip)
   if (!::EqualRect(&rcVisible, prcPos)) {
     // A region is in the window's own coordinates, and belongs to the window.
     ::OffsetRect(&rcVisible, -prcPos->left, -prcPos->top);
-    ::SetWindowRgn(m_hWndCD, ::CreateRectRgnIndirect(&rcVisible), TRUE);
-    m_bUsingWindowRgn = TRUE;
+    const HRGN hRgn = ::CreateRectRgnIndirect(&rcVisible);
+    if (hRgn != nullptr && ::SetWindowRgn(m_hWndCD, hRgn, TRUE)) {
+      m_bUsingWindowRgn = TRUE;
+    } else {
+      ::DeleteObject(hRgn);
+    }
   } else if (m_bUsingWindowRgn) {
     ::SetWindowRgn(m_hWndCD, nullptr, TRUE);
     m_bUsingWindowRgn = FALSE;

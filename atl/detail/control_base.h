@@ -37,6 +37,8 @@ class ATL_NO_VTABLE CComControlBase {
   // The site in the container
   /// Replaces the site, also by none. Keeps the site in place as long as the control is active.
   inline void SetControlSite(IOleClientSite* pClientSite);
+  /// Forgets the container without a call to it: the control is being destroyed.
+  inline void LeaveContainer();
   /// Asks the site for an interface.
   inline HRESULT InternalGetSite(REFIID riid, void** ppUnkSite);
   inline HRESULT GetAmbientProperty(DISPID dispid, VARIANT& var);
@@ -110,6 +112,9 @@ class ATL_NO_VTABLE CComControlBase {
   inline HRESULT ShowControlWindow(IOleInPlaceSiteEx* pSite, RECT& rcPos);
   inline HRESULT UIActivate(IOleInPlaceSiteEx* pSite, const CWindowContext& context);
   inline void TellFocus(BOOL bGotFocus);
+  /// A reference for the time of a message: the system that sends it has none, and the container
+  /// may release its last one inside of a call.
+  inline CComPtr<IUnknown> HoldSelf();
 };
 
 inline HRESULT CComControlBase::InternalGetSite(REFIID riid, void** ppUnkSite) {
@@ -117,16 +122,18 @@ inline HRESULT CComControlBase::InternalGetSite(REFIID riid, void** ppUnkSite) {
     return E_POINTER;
   }
   *ppUnkSite = nullptr;
-  return m_spClientSite == nullptr ? E_FAIL : m_spClientSite->QueryInterface(riid, ppUnkSite);
+  const CComPtr<IOleClientSite> pSite = m_spClientSite;
+  return pSite == nullptr ? E_FAIL : pSite->QueryInterface(riid, ppUnkSite);
 }
 
 inline HRESULT CComControlBase::GetAmbientProperty(DISPID dispid, VARIANT& var) {
-  if (m_spAmbientDispatch == nullptr) {
+  const CComPtr<IDispatch> pAmbient = m_spAmbientDispatch;
+  if (pAmbient == nullptr) {
     return E_FAIL;
   }
   DISPPARAMS none = {};
-  return m_spAmbientDispatch->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
-                                     &none, &var, nullptr, nullptr);
+  return pAmbient->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &var,
+                          nullptr, nullptr);
 }
 
 inline HRESULT CComControlBase::GetAmbientUserMode(BOOL& bUserMode) {

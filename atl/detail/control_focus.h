@@ -28,34 +28,47 @@ inline void CComControlBase::TellFocus(BOOL bGotFocus) {
   }
 }
 
+inline CComPtr<IUnknown> CComControlBase::HoldSelf() {
+  CComPtr<IUnknown> pSelf;
+  ControlQueryInterface(IID_IUnknown, reinterpret_cast<void**>(&pSelf));
+  return pSelf;
+}
+
 /// Focus that comes by the keyboard or by a program activates like a click.
 inline LRESULT CComControlBase::OnSetFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
+  bHandled = FALSE;
   if (m_bInPlaceActive) {
+    const CComPtr<IUnknown> pSelf = HoldSelf();
     if (!m_bUIActive) {
       InPlaceActivate(OLEIVERB_UIACTIVATE);
     }
-    TellFocus(TRUE);
+    if (m_bInPlaceActive) {
+      TellFocus(TRUE);
+    }
   }
-  bHandled = FALSE;
   return 0;
 }
 
 inline LRESULT CComControlBase::OnKillFocus(UINT, WPARAM, LPARAM, BOOL& bHandled) {
+  bHandled = FALSE;
   if (m_bInPlaceActive) {
+    const CComPtr<IUnknown> pSelf = HoldSelf();
     TellFocus(FALSE);
   }
-  bHandled = FALSE;
   return 0;
 }
 
 /// In design mode a click is the container's own.
 inline LRESULT CComControlBase::OnMouseActivate(UINT, WPARAM, LPARAM, BOOL& bHandled) {
-  BOOL bUserMode = TRUE;
-  GetAmbientUserMode(bUserMode);
-  if (bUserMode && m_bInPlaceActive && !m_bUIActive) {
-    InPlaceActivate(OLEIVERB_UIACTIVATE);
-  }
   bHandled = FALSE;
+  if (m_bInPlaceActive && !m_bUIActive) {
+    const CComPtr<IUnknown> pSelf = HoldSelf();
+    BOOL bUserMode = TRUE;
+    GetAmbientUserMode(bUserMode);
+    if (bUserMode && m_bInPlaceActive && !m_bUIActive) {
+      InPlaceActivate(OLEIVERB_UIACTIVATE);
+    }
+  }
   return 0;
 }
 

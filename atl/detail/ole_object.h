@@ -23,9 +23,10 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
   STDMETHOD(Close)(DWORD dwSaveOption) override {
     T& control = Control();
     control.InPlaceDeactivate();
+    const CComPtr<IOleClientSite> pSite = control.m_spClientSite;
     if ((dwSaveOption == OLECLOSE_SAVEIFDIRTY || dwSaveOption == OLECLOSE_PROMPTSAVE) &&
-        control.m_bRequiresSave && control.m_spClientSite != nullptr) {
-      control.m_spClientSite->SaveObject();
+        control.m_bRequiresSave && pSite != nullptr) {
+      pSite->SaveObject();
       control.SendOnSave();
     }
     control.m_spInPlaceSite.Release();

@@ -1,5 +1,8 @@
 // The control becomes active in its container's window, and inactive again.
 
+#include <algorithm>
+#include <utility>
+
 #include "control_fixture.h"
 
 namespace {
@@ -136,13 +139,19 @@ TEST_P(Activation, CloseTakesEverythingBack) {
   EXPECT_NE(nullptr, ControlWindow());
 }
 
-TEST_P(Activation, LastReleaseDestroysTheWindow) {
-  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
-  const HWND window = ControlWindow();
-  m_object.Release();
-  m_outer.m_inner.Release();
-  EXPECT_EQ(0, g_plates.alive);
-  EXPECT_FALSE(IsWindow(window));
+TEST_P(Activation, LastReleaseDestroysTheWindowWithoutACallToTheSite) {
+  for (const LONG verb : {OLEIVERB_INPLACEACTIVATE, OLEIVERB_UIACTIVATE}) {
+    ASSERT_EQ(S_OK, DoVerb(verb));
+    const HWND window = ControlWindow();
+    m_site.m_log.Take();
+    ReleaseAll();
+    EXPECT_EQ(0, g_plates.alive);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(0U, m_site.References());
+    EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "verb " << verb;
+    Create(GetParam());
+    ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+  }
 }
 
 TEST_P(Activation, ExtendedSiteIsAskedByItsOwnMethods) {
@@ -271,6 +280,64 @@ TEST_F(ActivationFailure, ContainerClosesTheControlInsideOfACall) {
   }
   EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE)) << "the control works as before";
   EXPECT_NE(nullptr, ControlWindow());
+}
+
+TEST_F(ActivationFailure, ContainerActivatesTheControlInsideOfACall) {
+  for (const CTestSite::Kind kind : {CTestSite::Kind::kPlain, CTestSite::Kind::kEx}) {
+    m_site.m_kind = kind;
+    const std::string entered =
+        kind == CTestSite::Kind::kEx ? "OnInPlaceActivateEx" : "OnInPlaceActivate";
+    for (const std::string& call :
+         {std::string("CanInPlaceActivate"), entered, std::string("GetWindowContext"),
+          std::string("GetWindow"), std::string("RequestUIActivate"), std::string("OnUIActivate"),
+          std::string("OnFocus"), std::string("frame.SetActiveObject"),
+          std::string("ShowObject")}) {
+      SCOPED_TRACE(call);
+      bool isInside = false;
+      m_site.m_log.On(call, [&] {
+        if (!std::exchange(isInside, true)) {
+          EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+        }
+      });
+      EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+      m_site.m_log.On(call, [] {});
+      const std::vector<std::string> calls = m_site.m_log.Take();
+      EXPECT_EQ(1, std::count(calls.begin(), calls.end(), entered));
+      EXPECT_EQ(1, std::count(calls.begin(), calls.end(), "OnUIActivate"));
+      EXPECT_EQ(ControlWindow(), GetWindow(m_window, GW_CHILD));
+      EXPECT_EQ(nullptr, GetWindow(ControlWindow(), GW_HWNDNEXT)) << "one window";
+      EXPECT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
+      ExpectInactive();
+      m_site.m_log.Take();
+    }
+  }
+}
+
+TEST_F(ActivationFailure, FocusStaysWithAContainerThatTakesTheUserInterfaceBack) {
+  SetFocus(m_window);
+  m_site.m_log.On("OnUIActivate", [this] { As<IOleInPlaceObject>()->UIDeactivate(); });
+  EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
+  m_site.m_log.On("OnUIActivate", [] {});
+  EXPECT_EQ(m_window, GetFocus());
+  EXPECT_FALSE(Plate().m_bUIActive);
+  EXPECT_TRUE(Plate().m_bInPlaceActive);
+}
+
+TEST_F(ActivationFailure, SiteIsHeldForTheTimeOfItsCalls) {
+  for (const char* const call : {"Ambient", "ShowPropertyFrame", "SaveObject"}) {
+    SCOPED_TRACE(call);
+    ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+    m_site.m_userMode = false;
+    Plate().SetDirty(TRUE);
+    m_site.m_log.On(call, [this] {
+      EXPECT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr));
+      EXPECT_LT(0U, m_site.References());
+    });
+    DoVerb(OLEIVERB_PRIMARY);
+    EXPECT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_SAVEIFDIRTY));
+    m_site.m_log.On(call, [] {});
+    EXPECT_EQ(0U, m_site.References());
+  }
 }
 
 TEST_F(ActivationFailure, NewSiteGetsAnActivationOfItsOwn) {

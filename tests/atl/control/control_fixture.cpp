@@ -19,6 +19,14 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv)
   return m_inner->QueryInterface(iid, ppv);
 }
 
+COM_DECLSPEC_NOTHROW STDMETHODIMP_(ULONG) COuter::Release() {
+  const ULONG left = m_references.Decrement();
+  if (left == 0) {
+    m_inner.Release();
+  }
+  return left;
+}
+
 std::string ToString(Birth birth) { return birth == Birth::kAlone ? "Alone" : "Inside"; }
 
 void ControlTest::SetUp() {
@@ -73,6 +81,12 @@ void ControlTest::Drop() {
   EXPECT_EQ(0U, m_outer.References());
   m_outer.m_inner.Release();
   EXPECT_EQ(0, g_plates.alive) << "the control has another owner";
+}
+
+void ControlTest::ReleaseAll() {
+  m_site.m_frame.m_active.Release();
+  m_site.m_document.m_active.Release();
+  m_object.Release();
 }
 
 HRESULT ControlTest::DoVerb(LONG verb) {

@@ -27,12 +27,12 @@ class COuter final : public IUnknown {
 
   CComPtr<IUnknown> m_inner;
   std::vector<IID> m_asked;
-  /// Called instead of deletion, when the last reference goes.
   ULONG References() const { return m_references.Get(); }
 
   STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override;
   STDMETHOD_(ULONG, AddRef)() override { return m_references.Increment(); }
-  STDMETHOD_(ULONG, Release)() override { return m_references.Decrement(); }
+  /// The last one releases the inner object, as the destructor of an object on the heap would.
+  STDMETHOD_(ULONG, Release)() override;
 
  private:
   CReferenceCount m_references;
@@ -54,6 +54,8 @@ class ControlTest : public testing::Test {
   void OpenContainer();
   /// Gives up the control, which must not have other owners.
   void Drop();
+  /// Releases what the container has of the control, without closing it.
+  void ReleaseAll();
 
   template <class T>
   CComPtr<T> As() {

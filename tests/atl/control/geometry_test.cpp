@@ -1,6 +1,7 @@
 // Where the active control is, and how large it is.
 
 #include "control_fixture.h"
+#include "tests/support/import_patch.h"
 
 namespace {
 
@@ -50,6 +51,29 @@ TEST_P(Geometry, ClippedPartIsCutOff) {
   SetRects({10, 20, 110, 70}, {0, 0, 400, 300});
   region = Region();
   EXPECT_TRUE(IsRectEmpty(&region)) << "nothing is cut off any more";
+}
+
+HGDIOBJ g_refusedRegion = nullptr;
+int g_regionsDeleted = 0;
+int WINAPI RefuseRegion(HWND, HRGN region, BOOL) {
+  g_refusedRegion = region;
+  return 0;
+}
+BOOL WINAPI CountDeletion(HGDIOBJ object) {
+  g_regionsDeleted += object == g_refusedRegion ? 1 : 0;
+  return TRUE;
+}
+
+TEST_P(Geometry, RegionThatTheWindowRefusesIsDeleted) {
+  g_regionsDeleted = 0;
+  {
+    const CImportPatch setting("user32.dll", "SetWindowRgn", &RefuseRegion);
+    const CImportPatch deletion("gdi32.dll", "DeleteObject", &CountDeletion);
+    SetRects({10, 20, 110, 70}, {30, 0, 400, 60});
+  }
+  EXPECT_EQ(1, g_regionsDeleted);
+  EXPECT_FALSE(Plate().m_bUsingWindowRgn);
+  EXPECT_TRUE(DeleteObject(g_refusedRegion));
 }
 
 TEST_P(Geometry, RectanglesMustBeGiven) {

@@ -45,6 +45,71 @@ TEST_P(Input, ClickInDesignModeIsTheContainers) {
   EXPECT_FALSE(Plate().m_bUIActive);
 }
 
+TEST_P(Input, FocusIsNotReportedToAContainerThatClosesTheControl) {
+  m_site.m_log.On("OnUIActivate", [this] { As<IOleObject>()->Close(OLECLOSE_NOSAVE); });
+  SetFocus(ControlWindow());
+  EXPECT_THAT(m_site.m_log.Take(), testing::Not(testing::Contains("OnFocus")));
+  m_site.m_log.On("OnUIActivate", [] {});
+}
+
+TEST_P(Input, LastReferenceMayGoInsideOfEveryMessage) {
+  struct CallInMessage {
+    UINT message;
+    CTestSite::Kind kind;
+    const char* call;
+  };
+  constexpr CTestSite::Kind kPlain = CTestSite::Kind::kPlain;
+  constexpr CTestSite::Kind kEx = CTestSite::Kind::kEx;
+  constexpr CallInMessage kCalls[] = {
+      {WM_SETFOCUS, kPlain, "GetWindowContext"},
+      {WM_SETFOCUS, kEx, "RequestUIActivate"},
+      {WM_SETFOCUS, kPlain, "OnUIActivate"},
+      {WM_SETFOCUS, kPlain, "frame.SetActiveObject"},
+      {WM_SETFOCUS, kPlain, "frame.SetBorderSpace"},
+      {WM_SETFOCUS, kPlain, "document.SetActiveObject"},
+      {WM_SETFOCUS, kPlain, "document.SetBorderSpace"},
+      {WM_SETFOCUS, kPlain, "ShowObject"},
+      {WM_SETFOCUS, kPlain, "OnFocus"},
+      {WM_KILLFOCUS, kPlain, "OnBlur"},
+      {WM_MOUSEACTIVATE, kPlain, "Ambient"},
+      {WM_MOUSEACTIVATE, kPlain, "OnUIActivate"},
+      {WM_MOUSEACTIVATE, kPlain, "OnFocus"},
+  };
+  Drop();
+  for (const CallInMessage& at : kCalls) {
+    SCOPED_TRACE(at.call);
+    m_site.m_kind = at.kind;
+    Create(GetParam());
+    ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+    ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+    const HWND window = ControlWindow();
+    SetFocus(at.message == WM_KILLFOCUS ? window : m_window);
+    int calls = 0;
+    m_site.m_log.On(at.call, [&] {
+      ++calls;
+      ReleaseAll();
+      EXPECT_EQ(1, g_plates.alive) << "held until the message has returned";
+    });
+    switch (at.message) {
+      case WM_SETFOCUS:
+        SetFocus(window);
+        break;
+      case WM_KILLFOCUS:
+        SetFocus(m_window);
+        break;
+      default:
+        SendMessageW(window, at.message, reinterpret_cast<WPARAM>(m_window),
+                     MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
+    }
+    m_site.m_log.On(at.call, [] {});
+    EXPECT_LE(1, calls);
+    ReleaseAll();  // what was handed out after the call
+    EXPECT_EQ(0, g_plates.alive);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(0U, m_site.References());
+  }
+}
+
 TEST_P(Input, KeysAreOfferedToTheSite) {
   const auto active = As<IOleInPlaceActiveObject>();
   MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};

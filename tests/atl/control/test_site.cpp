@@ -102,6 +102,7 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP CTestSite::Invoke(DISPID id, REFIID, LCID, WOR
                                                     DISPPARAMS*, VARIANT* result, EXCEPINFO*,
                                                     UINT*) {
   EXPECT_EQ(DISPATCH_PROPERTYGET, flags);
+  m_log.RunHook("Ambient");
   if (id != DISPID_AMBIENT_USERMODE) {
     return DISP_E_MEMBERNOTFOUND;
   }

@@ -13,6 +13,10 @@ class CallLog {
  public:
   void Add(const std::string& call) {
     m_calls.push_back(call);
+    RunHook(call);
+  }
+  /// For calls of which there are too many to note them.
+  void RunHook(const std::string& call) {
     if (const auto hook = m_hooks.find(call); hook != m_hooks.end()) {
       hook->second();
     }
