@@ -6,9 +6,6 @@
 #include <cguid.h>
 
 #include <cstddef>
-#include <memory>
-
-#include "com_map.h"
 
 namespace ATL {
 
@@ -112,24 +109,28 @@ inline HRESULT SaveProperties(IStream* pStm, const ATL_PROPMAP_ENTRY* pMap,
 }  // namespace detail
 }  // namespace ATL
 
-/// The persistent data members of class `theClass`.
-#define BEGIN_PROP_MAP(theClass)                          \
- public:                                                  \
-  typedef theClass _PropMapClass;                         \
-  static const ATL::ATL_PROPMAP_ENTRY* GetPropertyMap() { \
-    static const ATL::ATL_PROPMAP_ENTRY _properties[] = {
+// The table is a constant at every level of optimisation, as the linker keeps one copy of it for
+// all objects of a program. offsetof is defined for classes with virtual functions too (by GCC and
+// clang, which warn that not every compiler defines it).
+
+#define _ATL_BEGIN_OFFSETS_IN_ANY_CLASS \
+  _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Winvalid-offsetof\"")
+#define _ATL_END_OFFSETS_IN_ANY_CLASS _Pragma("GCC diagnostic pop")
+
+/// The persistent data members of class `theClass`, which has no virtual base classes.
+#define BEGIN_PROP_MAP(theClass)                                   \
+ public:                                                           \
+  typedef theClass _PropMapClass;                                  \
+  _ATL_BEGIN_OFFSETS_IN_ANY_CLASS                                  \
+  static const ATL::ATL_PROPMAP_ENTRY* GetPropertyMap() noexcept { \
+    static constexpr ATL::ATL_PROPMAP_ENTRY _properties[] = {
 /// Data member `member`, stored as a value of type `vt`.
-#define PROP_DATA_ENTRY(szDesc, member, vt)                                      \
-  {OLESTR(szDesc),                                                               \
-   reinterpret_cast<DWORD_PTR>(                                                  \
-       std::addressof(reinterpret_cast<_PropMapClass*>(_ATL_PACKING)->member)) - \
-       _ATL_PACKING,                                                             \
-   sizeof(reinterpret_cast<_PropMapClass*>(_ATL_PACKING)->member), vt},
-#define END_PROP_MAP()      \
-  {                         \
-    nullptr, 0, 0, VT_EMPTY \
-  }                         \
-  }                         \
-  ;                         \
-  return _properties;       \
-  }
+#define PROP_DATA_ENTRY(szDesc, member, vt) \
+  {OLESTR(szDesc), offsetof(_PropMapClass, member), sizeof(_PropMapClass::member), vt},
+#define END_PROP_MAP()        \
+  { nullptr, 0, 0, VT_EMPTY } \
+  }                           \
+  ;                           \
+  return _properties;         \
+  }                           \
+  _ATL_END_OFFSETS_IN_ANY_CLASS

@@ -212,6 +212,14 @@ TEST(PropertyMap, HoldsMembersOfEachSize) {
   EXPECT_EQ(0x123456789ABCDEF0, loaded.m_large);
 }
 
+TEST(PropertyMap, IsInReadOnlyMemory) {
+  for (const auto* const map : {CMapped::GetPropertyMap(), CPlate::GetPropertyMap()}) {
+    MEMORY_BASIC_INFORMATION memory = {};
+    ASSERT_NE(0U, VirtualQuery(map, &memory, sizeof(memory)));
+    EXPECT_EQ(static_cast<DWORD>(PAGE_READONLY), memory.Protect);
+  }
+}
+
 TEST(PropertyMap, RefusesTypesThatDoNotFit) {
   const ATL::ATL_PROPMAP_ENTRY tooLarge[] = {{L"number", 0, sizeof(int), VT_R8}, {}};
   const ATL::ATL_PROPMAP_ENTRY elsewhere[] = {{L"text", 0, sizeof(BSTR), VT_BSTR}, {}};
