@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <ocidl.h>
 
+#include <atomic>
 #include <bit>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <set>
@@ -17,7 +19,7 @@
 #include "tests/plugin/outer_object.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/parallel.h"
+#include "tests/support/lock_contest.h"
 
 namespace {
 
@@ -220,27 +222,21 @@ TEST(ClassObject, IsOneFactoryForEveryRequest) {
   EXPECT_TRUE(unknown.IsEqualObject(library.HelperFactory()));
 }
 
+std::atomic<int> g_allocations = 0;
+void* CountAllocation(size_t bytes) {
+  ++g_allocations;
+  CLockContest::BeInside();
+  return std::malloc(bytes);
+}
+
 TEST(ClassObject, IsMadeOnceByManyThreads) {
   const CPluginLibrary library;
-  constexpr int kThreads = 16;
-  const HANDLE start = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  void* factories[kThreads] = {};
-  {
-    std::vector<std::unique_ptr<CParallel>> threads;
-    for (void*& factory : factories) {
-      threads.push_back(std::make_unique<CParallel>([&library, &factory, start] {
-        WaitForSingleObject(start, INFINITE);
-        library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, &factory);
-      }));
-    }
-    SetEvent(start);
-  }
-  CloseHandle(start);
-  for (void* const factory : factories) {
-    EXPECT_NE(factory, nullptr);
-    EXPECT_EQ(factory, factories[0]);
-    static_cast<IClassFactory*>(factory)->Release();
-  }
+  const CImportPatch making("msvcrt.dll", "malloc", &CountAllocation, library.Module());
+  g_allocations = 0;
+  CLockContest(nullptr, library.Module()).Run([&library] {
+    EXPECT_NE(library.HelperFactory().p, nullptr);
+  });
+  EXPECT_EQ(g_allocations, 1) << "the factory is all that is made";
   EXPECT_EQ(library.CanUnloadNow(), S_OK);
 }
 

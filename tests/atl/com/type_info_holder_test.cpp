@@ -4,16 +4,17 @@
 #include "greeter.h"
 #include "registry_sandbox.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/parallel.h"
+#include "tests/support/lock_contest.h"
 
 namespace {
 
-int g_libraryLoads = 0;
+LONG g_libraryLoads = 0;
 
 /// Counts the loads of a registered type library, and fails all but those of the tests' own.
 HRESULT WINAPI CountingLoadRegTypeLib(REFGUID guid, WORD major, WORD minor, LCID,
                                       ITypeLib** library) {
-  ++g_libraryLoads;
+  InterlockedIncrement(&g_libraryLoads);
+  CLockContest::BeInside();
   EXPECT_EQ(1, major);
   EXPECT_EQ(0, minor);
   if (guid != LIBID_AtlComTestTypes) {
@@ -74,20 +75,12 @@ TEST_F(TypeInfoHolder, FailureIsNotKept) {
 TEST_F(TypeInfoHolder, ThreadsLoadOnce) {
   static CComTypeInfoHolder holder(&IID_IGreeter, &LIBID_AtlComTestTypes, 1, 0);
   const CImportPatch patch("oleaut32.dll", "LoadRegTypeLib", &CountingLoadRegTypeLib);
-  const auto work = [] {
+  CLockContest(&_pAtlModule->m_csStaticDataInitAndTypeInfo.m_sec).Run([] {
     CComPtr<ITypeInfo> info;
     EXPECT_EQ(S_OK, holder.GetTI(LOCALE_USER_DEFAULT, &info));
-  };
-  for (int round = 0; round < 50; ++round) {
-    g_libraryLoads = 0;
-    {
-      const CParallel one(work);
-      const CParallel two(work);
-      const CParallel three(work);
-    }
-    EXPECT_EQ(1, g_libraryLoads);
-    Forget(holder);
-  }
+  });
+  EXPECT_EQ(1, g_libraryLoads);
+  Forget(holder);
 }
 
 TEST_F(TypeInfoHolder, FromTheRegistry) {
