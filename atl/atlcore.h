@@ -16,7 +16,11 @@ class CComCriticalSection {
 
   /// E_OUTOFMEMORY or another failure code when the system has no resources for it.
   HRESULT Init() noexcept {
-    return ::InitializeCriticalSectionAndSpinCount(&m_sec, 0) ? S_OK : AtlHresultFromLastError();
+    if (::InitializeCriticalSectionAndSpinCount(&m_sec, 0)) {
+      return S_OK;
+    }
+    const HRESULT hr = AtlHresultFromLastError();
+    return FAILED(hr) ? hr : E_FAIL;
   }
   HRESULT Term() noexcept {
     ::DeleteCriticalSection(&m_sec);
@@ -34,7 +38,9 @@ class CComCriticalSection {
   CRITICAL_SECTION m_sec;
 };
 
-/// Critical section that lives as long as its object. The constructor throws CAtlException.
+/// Critical section that lives as long as its object. The constructor throws CAtlException: not for
+/// objects at namespace scope, where nobody would catch it. Those use the class above, and set
+/// CAtlBaseModule::m_bInitFailed.
 class CComAutoCriticalSection : public CComCriticalSection {
  public:
   CComAutoCriticalSection() {

@@ -44,7 +44,11 @@ struct CWndClassInfo {
 /// The module's windows. Functions may be called by any thread.
 class CAtlWinModule {
  public:
-  CAtlWinModule() = default;
+  CAtlWinModule() noexcept : m_bInitialized(SUCCEEDED(m_lock.Init())) {
+    if (!m_bInitialized) {
+      CAtlBaseModule::m_bInitFailed = true;
+    }
+  }
   CAtlWinModule(const CAtlWinModule&) = delete;
   CAtlWinModule& operator=(const CAtlWinModule&) = delete;
   /// Window classes die with the module whose code they point to.
@@ -52,6 +56,9 @@ class CAtlWinModule {
     for (int i = 0; i < m_classes.GetSize(); ++i) {
       ::UnregisterClass(reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(m_classes[i])),
                         _AtlBaseModule.GetModuleInstance());
+    }
+    if (m_bInitialized) {
+      m_lock.Term();
     }
   }
 
@@ -108,6 +115,9 @@ class CAtlWinModule {
   ATOM RegisterClassOnce(CWndClassInfo& info) {
     const CScope scope(m_lock);
     if (info.m_atom == 0) {
+      // Windows that outlive the module keep a class: the module may come back to the same place,
+      // where the class has the same name but its procedure may be another one's code.
+      ::UnregisterClass(info.m_szName, info.m_wc.hInstance);
       info.m_atom = ::RegisterClassEx(&info.m_wc);
       if (info.m_atom != 0) {
         m_classes.Add(info.m_atom);
@@ -143,7 +153,8 @@ class CAtlWinModule {
     return nullptr;
   }
 
-  CComAutoCriticalSection m_lock;
+  CComCriticalSection m_lock;
+  const bool m_bInitialized;
   _AtlCreateWndData* m_pCreating = nullptr;
   CWindowLink* m_pWindows = nullptr;
   CSimpleArray<ATOM> m_classes;

@@ -30,9 +30,9 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComMulti
   }
   STDMETHOD(LockServer)(BOOL fLock) override {
     if (fLock) {
-      _pAtlModule->Lock();
+      detail::LockModule();
     } else {
-      _pAtlModule->Unlock();
+      detail::UnlockModule();
     }
     return S_OK;
   }

@@ -15,10 +15,10 @@ namespace detail {
 /// its members have gone, and their code is in this module.
 class CModuleLockScope {
  public:
-  CModuleLockScope() noexcept { _pAtlModule->Lock(); }
+  CModuleLockScope() noexcept { LockModule(); }
   CModuleLockScope(const CModuleLockScope&) = delete;
   CModuleLockScope& operator=(const CModuleLockScope&) = delete;
-  ~CModuleLockScope() { _pAtlModule->Unlock(); }
+  ~CModuleLockScope() { UnlockModule(); }
 };
 
 }  // namespace detail
@@ -29,11 +29,11 @@ class CComObject : public Base {
  public:
   using _BaseClass = Base;
 
-  explicit CComObject(void* = nullptr) { _pAtlModule->Lock(); }
+  explicit CComObject(void* = nullptr) { detail::LockModule(); }
   virtual ~CComObject() {
     this->m_dwRef = detail::kRefCountInDestructor;
     this->FinalRelease();
-    _pAtlModule->Unlock();
+    detail::UnlockModule();
   }
 
   STDMETHOD_(ULONG, AddRef)() override { return this->InternalAddRef(); }
@@ -82,7 +82,7 @@ class CComObjectCached : public Base {
   STDMETHOD_(ULONG, AddRef)() override {
     const ULONG l = this->InternalAddRef();
     if (l == 2) {
-      _pAtlModule->Lock();
+      detail::LockModule();
     }
     return l;
   }
@@ -91,7 +91,7 @@ class CComObjectCached : public Base {
     if (l == 0) {
       delete this;
     } else if (l == 1) {
-      _pAtlModule->Unlock();
+      detail::UnlockModule();
     }
     return l;
   }
@@ -124,13 +124,13 @@ class CComAggObject : public IUnknown, public CComObjectRootEx<typename containe
   using _BaseClass = contained;
 
   /// pv: the outer object's IUnknown.
-  explicit CComAggObject(void* pv) : m_contained(pv) { _pAtlModule->Lock(); }
+  explicit CComAggObject(void* pv) : m_contained(pv) { detail::LockModule(); }
   CComAggObject(const CComAggObject&) = delete;
   CComAggObject& operator=(const CComAggObject&) = delete;
   virtual ~CComAggObject() {
     this->m_dwRef = detail::kRefCountInDestructor;
     FinalRelease();
-    _pAtlModule->Unlock();
+    detail::UnlockModule();
   }
 
   HRESULT FinalConstruct() { return m_contained.FinalConstruct(); }

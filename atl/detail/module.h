@@ -73,8 +73,25 @@ class ATL_NO_VTABLE CAtlModule {
   bool m_bInitialized = false;
 };
 
-/// The module's one module object; null before it is made.
+/// The module's one module object; null before it is made and after it has gone.
 inline constinit CAtlModule* _pAtlModule = nullptr;
+
+namespace detail {
+
+/// One lock more, or less, on the module. At the end of the process, or when the DLL is freed under
+/// its clients, references outlive the module object: nobody counts their locks any more.
+inline void LockModule() noexcept {
+  if (_pAtlModule != nullptr) {
+    _pAtlModule->Lock();
+  }
+}
+inline void UnlockModule() noexcept {
+  if (_pAtlModule != nullptr) {
+    _pAtlModule->Unlock();
+  }
+}
+
+}  // namespace detail
 
 inline CAtlModule::CAtlModule() noexcept {
   m_bInitialized = SUCCEEDED(m_csStaticDataInitAndTypeInfo.Init());

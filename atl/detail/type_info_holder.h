@@ -38,6 +38,9 @@ class CComTypeInfoHolder {
     if (m_pInfo != nullptr) {
       return S_OK;
     }
+    if (_pAtlModule == nullptr) {
+      return E_UNEXPECTED;  // nobody would release it any more
+    }
     return detail::CallGuarded([&]() -> HRESULT {
       CComCritSecLock<CComCriticalSection> lock(_pAtlModule->m_csStaticDataInitAndTypeInfo);
       // Another thread may have loaded it while this one waited.

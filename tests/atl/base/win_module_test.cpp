@@ -64,4 +64,18 @@ TEST(WinModule, WindowsAreFoundUntilTheyAreRemoved) {
   module.RemoveWindow(&secondLink);
 }
 
+/// A class that an earlier load of the module has left behind has the same name.
+TEST(WinModule, StaleWindowClassIsReplaced) {
+  CAtlWinModule module;
+  static CWndClassInfo info(&::DefWindowProc);
+  WNDCLASSEX stale = info.m_wc;
+  stale.lpfnWndProc = [](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return 0; };
+  ASSERT_NE(0, ::RegisterClassEx(&stale));
+  EXPECT_NE(0, module.RegisterClassOnce(info));
+  WNDCLASSEX found = {};
+  found.cbSize = sizeof(found);
+  EXPECT_TRUE(::GetClassInfoEx(info.m_wc.hInstance, info.m_szName, &found));
+  EXPECT_EQ(info.m_wc.lpfnWndProc, found.lpfnWndProc);
+}
+
 }  // namespace

@@ -9,7 +9,7 @@
 #include "atl_test_module.h"
 #include "registry_sandbox.h"
 #include "test_objects.h"
-#include "tests/support/parallel.h"
+#include "tests/support/lock_contest.h"
 
 namespace {
 
@@ -36,6 +36,7 @@ class CCountedFactory : public CComClassFactory {
   HRESULT FinalConstruct() {
     InterlockedIncrement(&g_factoriesMade);
     InterlockedIncrement(&g_factoriesAlive);
+    CLockContest::BeInside();
     return g_constructFactory;
   }
   void FinalRelease() { InterlockedDecrement(&g_factoriesAlive); }
@@ -177,21 +178,11 @@ TEST_F(Module, NoClassObjectsAfterTheEnd) {
 }
 
 TEST_F(Module, ThreadsMakeOneFactory) {
-  for (int round = 0; round < 50; ++round) {
-    CAtlComModule com;
-    g_factoriesMade = 0;
-    const auto work = [&] {
-      CComPtr<IClassFactory> factory;
-      EXPECT_EQ(S_OK, com.GetClassObject(kFirstClass, IID_IClassFactory,
-                                         reinterpret_cast<void**>(&factory)));
-    };
-    {
-      const CParallel one(work);
-      const CParallel two(work);
-      const CParallel three(work);
-    }
-    EXPECT_EQ(1, g_factoriesMade);
-  }
+  CLockContest(&m_com.m_csObjMap.m_sec).Run([this] {
+    CComPtr<IClassFactory> factory;
+    EXPECT_EQ(S_OK, Get(kFirstClass, factory));
+  });
+  EXPECT_EQ(1, g_factoriesMade);
 }
 
 TEST_F(Module, UnloadsWhenNothingIsInUse) {
@@ -316,6 +307,47 @@ TEST_F(Module, TermFunctionsAreCalledOnceLastOneFirst) {
   }
   EXPECT_EQ((std::vector<DWORD_PTR>{2, 1, 3}), g_termCalls) << "at the module's end at the latest";
   EXPECT_EQ(nullptr, _pAtlModule);
+  _pAtlModule = own;
+}
+
+/// What takes in another object, and never goes.
+class COuter : public IUnknown {
+ public:
+  STDMETHOD(QueryInterface)(REFIID, void** ppv) override {
+    *ppv = nullptr;
+    return E_NOINTERFACE;
+  }
+  STDMETHOD_(ULONG, AddRef)() override { return 2; }
+  STDMETHOD_(ULONG, Release)() override { return 1; }
+};
+
+TEST_F(Module, ReferencesMayOutliveTheModule) {
+  CAtlModule* const own = _pAtlModule;
+  COuter outer;
+  CComPtr<INumber> object;
+  CComPtr<IUnknown> inner;
+  CComPtr<IClassFactory> factory;
+  static CComTypeInfoHolder holder(&IID_IUnknown, &LIBID_AtlComTestTypes, 1, 0);
+  {
+    COtherModule module;
+    ASSERT_EQ(S_OK, CreateObject<CTestObject>(object));
+    ASSERT_EQ(S_OK, CreateObject<CTestObject>(inner, &outer));
+    ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+    EXPECT_EQ(3, module.GetLockCount());
+  }
+  ASSERT_EQ(nullptr, _pAtlModule);
+  m_com.Term();
+  CComPtr<IClassFactory> again = factory;
+  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
+  EXPECT_EQ(S_OK, factory->LockServer(FALSE));
+  EXPECT_EQ(E_UNEXPECTED, holder.EnsureTI(LOCALE_USER_DEFAULT));
+  again.Release();
+  EXPECT_EQ(1, g_factoriesAlive);
+  factory.Release();
+  EXPECT_EQ(0, g_factoriesAlive);
+  object.Release();
+  inner.Release();
+  EXPECT_EQ(2, g_log.destroyed);
   _pAtlModule = own;
 }
 

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "greeter.h"
 #include "registry_sandbox.h"
@@ -33,6 +34,26 @@ class Server : public testing::Test {
       EXPECT_TRUE(FreeLibrary(m_library));
       EXPECT_EQ(nullptr, GetModuleHandleW(m_path.c_str()));
     }
+  }
+
+  /// The exit code of the program that keeps a class factory of the server to its end.
+  DWORD ExitCodeOfKeeper(const std::wstring& end) {
+    std::wstring command = L"atl_factory_keeper.exe \"" + m_path + L"\" " + end;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    const std::filesystem::path program(ATL::detail::ModulePath(nullptr));
+    EXPECT_TRUE(CreateProcessW((program.parent_path() / L"atl_factory_keeper.exe").c_str(),
+                               command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &process));
+    const CHandle handle(process.hProcess);
+    const CHandle thread(process.hThread);
+    if (WaitForSingleObject(handle, 30000) != WAIT_OBJECT_0) {
+      TerminateProcess(handle, WAIT_TIMEOUT);
+    }
+    DWORD code = STILL_ACTIVE;
+    EXPECT_TRUE(GetExitCodeProcess(handle, &code));
+    return code;
   }
 
   template <class F>
@@ -94,6 +115,26 @@ TEST_F(Server, UnregistersAllOfIt) {
   EXPECT_THAT(left, testing::Not(testing::HasSubstr(L"7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E")));
   EXPECT_THAT(left, testing::Not(testing::HasSubstr(L"Test")));
   EXPECT_EQ(Lines({L"AppID", L"CLSID"}), ClassesWithoutTypes());
+}
+
+TEST_F(Server, EndsWhileAClassFactoryIsHeld) {
+  EXPECT_EQ(static_cast<DWORD>(ERROR_SUCCESS), ExitCodeOfKeeper(L"ExitProcess"));
+  EXPECT_EQ(static_cast<DWORD>(ERROR_SUCCESS), ExitCodeOfKeeper(L"FreeLibrary"));
+}
+
+TEST_F(Server, DoesNotLoadWithoutItsLocks) {
+  EXPECT_TRUE(FreeLibrary(std::exchange(m_library, nullptr)));
+  const wchar_t* const kVariable = L"ATL_TEST_FAILING_SECTION";
+  const wchar_t* const kLocks[] = {L"1", L"2", L"3"};  // module, classes, windows
+  for (const wchar_t* const lock : kLocks) {
+    SetEnvironmentVariableW(kVariable, lock);
+    EXPECT_EQ(nullptr, LoadLibraryW(m_path.c_str())) << lock;
+    EXPECT_EQ(static_cast<DWORD>(ERROR_DLL_INIT_FAILED), GetLastError()) << lock;
+  }
+  SetEnvironmentVariableW(kVariable, L"4");
+  m_library = LoadLibraryW(m_path.c_str());
+  EXPECT_NE(nullptr, m_library) << "there are no others";
+  SetEnvironmentVariableW(kVariable, nullptr);
 }
 
 TEST_F(Server, MakesObjectsThatKeepItLoaded) {

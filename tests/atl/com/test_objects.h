@@ -35,7 +35,7 @@ class CTestObject : public ATL::CComObjectRootEx<ATL::CComSingleThreadModel>,
   CTestObject(const CTestObject&) = delete;
   CTestObject& operator=(const CTestObject&) = delete;
   virtual ~CTestObject() {
-    g_log.locksInDestructor = ATL::_pAtlModule->GetLockCount();
+    g_log.locksInDestructor = ATL::_pAtlModule != nullptr ? ATL::_pAtlModule->GetLockCount() : 0;
     ++g_log.destroyed;
   }
 

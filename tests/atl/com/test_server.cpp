@@ -2,10 +2,37 @@
 
 #include <atlbase.h>
 #include <atlcom.h>
+#include <atlwin.h>
 #include <objsafe.h>
+
+#include <bit>
+#include <cstdlib>
 
 #include "greeter.h"
 #include "test_types_h.h"
+
+namespace {
+
+/// Fails the one call, counted from 1, that the environment variable names. Gives no reason.
+BOOL WINAPI InitializeSection(CRITICAL_SECTION* section, DWORD spins) {
+  static int calls = 0;
+  char text[16] = "0";
+  GetEnvironmentVariableA("ATL_TEST_FAILING_SECTION", text, sizeof(text));
+  if (++calls == std::atoi(text)) {
+    SetLastError(ERROR_SUCCESS);
+    return FALSE;
+  }
+  auto* const initialize = std::bit_cast<decltype(&InitializeCriticalSectionAndSpinCount)>(
+      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "InitializeCriticalSectionAndSpinCount"));
+  return initialize(section, spins);
+}
+
+}  // namespace
+
+// In the place of the linker's own import, as the module's locks are made before anybody could
+// replace that.
+extern "C" const decltype(&InitializeSection) __imp_InitializeCriticalSectionAndSpinCount;
+const decltype(&InitializeSection) __imp_InitializeCriticalSectionAndSpinCount = &InitializeSection;
 
 namespace {
 
