@@ -293,15 +293,6 @@ TEST_F(Registrar, NullArguments) {
   EXPECT_EQ(E_INVALIDARG, m_registrar.ResourceRegister(L"x.dll", 1, nullptr));
 }
 
-TEST_F(Registrar, FailureOfTheRegistryIsItsCode) {
-  // A key name has at most 255 characters.
-  const std::wstring longName(300, L'x');
-  const HRESULT hr = Register(L"HKCU { '" + longName + L"' }");
-  EXPECT_TRUE(FAILED(hr));
-  EXPECT_EQ(FACILITY_WIN32, HRESULT_FACILITY(hr));
-  EXPECT_EQ(L"", User());
-}
-
 TEST_F(Registrar, ScriptsAreAnsiOrUtf16) {
   using ATL::detail::DecodeScript;
   EXPECT_EQ(L"HKCU { a }", DecodeScript("HKCU { a }"));
