@@ -127,10 +127,12 @@ inline HRESULT SaveProperties(IStream* pStm, const ATL_PROPMAP_ENTRY* pMap,
 /// Data member `member`, stored as a value of type `vt`.
 #define PROP_DATA_ENTRY(szDesc, member, vt) \
   {OLESTR(szDesc), offsetof(_PropMapClass, member), sizeof(_PropMapClass::member), vt},
-#define END_PROP_MAP()        \
-  { nullptr, 0, 0, VT_EMPTY } \
-  }                           \
-  ;                           \
-  return _properties;         \
-  }                           \
+#define END_PROP_MAP()      \
+  {                         \
+    nullptr, 0, 0, VT_EMPTY \
+  }                         \
+  }                         \
+  ;                         \
+  return _properties;       \
+  }                         \
   _ATL_END_OFFSETS_IN_ANY_CLASS
