@@ -17,7 +17,6 @@
 #include "tests/plugin/outer_object.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/parallel.h"
 
 namespace {
 
@@ -218,30 +217,6 @@ TEST(ClassObject, IsOneFactoryForEveryRequest) {
       library.GetClassObject(CLSID_CIEDownload, IID_IUnknown, reinterpret_cast<void**>(&unknown)),
       S_OK);
   EXPECT_TRUE(unknown.IsEqualObject(library.HelperFactory()));
-}
-
-TEST(ClassObject, IsMadeOnceByManyThreads) {
-  const CPluginLibrary library;
-  constexpr int kThreads = 16;
-  const HANDLE start = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  void* factories[kThreads] = {};
-  {
-    std::vector<std::unique_ptr<CParallel>> threads;
-    for (void*& factory : factories) {
-      threads.push_back(std::make_unique<CParallel>([&library, &factory, start] {
-        WaitForSingleObject(start, INFINITE);
-        library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, &factory);
-      }));
-    }
-    SetEvent(start);
-  }
-  CloseHandle(start);
-  for (void* const factory : factories) {
-    EXPECT_NE(factory, nullptr);
-    EXPECT_EQ(factory, factories[0]);
-    static_cast<IClassFactory*>(factory)->Release();
-  }
-  EXPECT_EQ(library.CanUnloadNow(), S_OK);
 }
 
 TEST(ModuleLock, FreeModuleMayBeUnloaded) {
