@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -129,20 +130,49 @@ TEST_F(NarrowFileVersion, ErrorLeftBehindASuccessIsIgnored) {
   EXPECT_EQ(g_calls, std::vector<std::string>());
 }
 
+// What fails may still have written something. For wide and narrow text alike.
+std::vector<BYTE> g_information;
+VS_FIXEDFILEINFO g_info;
+BOOL WINAPI FillAndFail(const void*, DWORD, DWORD size, LPVOID info) {
+  std::copy_n(g_information.begin(), std::min<size_t>(size, g_information.size()),
+              static_cast<BYTE*>(info));
+  SetLastError(g_error);
+  return FALSE;
+}
+BOOL WINAPI AnswerAndFail(LPCVOID, const void*, LPVOID* info, PUINT size) {
+  *info = &g_info;
+  *size = sizeof(g_info);
+  SetLastError(g_error);
+  return FALSE;
+}
+
 TEST_F(NarrowFileVersion, FailingLaterStepEndsTheRead) {
-  for (const char* wide : {"GetFileVersionInfoW", "VerQueryValueW"}) {
-    const CImportPatch patch("version.dll", wide, &Fail);
-    EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value()) << wide;
+  const std::wstring path = SystemFile(L"kernel32.dll");
+  g_information.resize(GetFileVersionInfoSizeW(path.c_str(), nullptr));
+  ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(g_information.size()),
+                                  g_information.data()));
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoW", &FillAndFail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  {
+    const CImportPatch patch("version.dll", "VerQueryValueW", &AnswerAndFail);
+    EXPECT_FALSE(Version(path).has_value());
   }
   EXPECT_EQ(g_calls, std::vector<std::string>()) << "only the size decides how to go on";
   const CImportPatch noWide("version.dll", "GetFileVersionInfoSizeW", &Fail);
-  for (const char* narrow : {"GetFileVersionInfoSizeA", "GetFileVersionInfoA", "VerQueryValueA"}) {
-    const CImportPatch patch("version.dll", narrow, &Fail);
-    EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value()) << narrow;
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoSizeA", &Fail);
+    EXPECT_FALSE(Version(path).has_value());
   }
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoA", &FillAndFail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  const CImportPatch patch("version.dll", "VerQueryValueA", &AnswerAndFail);
+  EXPECT_FALSE(Version(path).has_value());
 }
 
-VS_FIXEDFILEINFO g_info;
 UINT g_size = 0;
 void* g_block = nullptr;
 BOOL WINAPI AnswerQuery(LPCVOID, LPCWSTR block, LPVOID* info, PUINT size) {

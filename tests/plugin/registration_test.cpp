@@ -322,6 +322,11 @@ TEST_F(Registration, PathOfTheDllMayHoldQuotesPercentSignsAndAnyLetters) {
   EXPECT_EQ(copy.RegisterServer(), S_OK);
   ExpectRegistered(copy);
   ExpectAs(s_before);
+  // One that was installed elsewhere before.
+  EXPECT_EQ(copy.RegisterServer(), S_OK);
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  ExpectRegistered(m_library);
+  ExpectAs(s_before);
 }
 
 TEST_F(Registration, ThreadsLocaleIsRestored) {
