@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kPattern = 300000;
 constexpr size_t kSize = kPattern + sizeof(kLessonHead) - 1;
-constexpr ULONGLONG kAtOnceMs = 3000;
+constexpr ULONGLONG kAtOnceMs = 10000;
 
 /// Where the download is when the user cancels: held by the server, or at a place in the worker.
 struct CMoment {
