@@ -37,7 +37,7 @@ STDAPI DllRegisterServer() {
   if (FAILED(registered)) {
     return registered;
   }
-  // Deliberately once more: the helper-object entry comes last, when all that it needs is there.
+  // Once more: required, and harmless, as the script uses no token.
   return g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, TRUE);
 }
 

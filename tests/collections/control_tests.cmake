@@ -1,5 +1,5 @@
 # The control that pages script, and the hosts that it trusts.
-folivo_add_test(NAME collection_control_tests LABELS ui TIMEOUT 60 HEAP_CHECK
+folivo_add_test(NAME collection_control_tests LABELS ui HEAP_CHECK
   SOURCES
     documents_folder.cpp
     qdc_download_dispatch_test.cpp

@@ -1,5 +1,5 @@
 # The collection dialog and its stages.
-folivo_add_test(NAME collection_unit_tests LABELS unit TIMEOUT 120 HEAP_CHECK
+folivo_add_test(NAME collection_unit_tests LABELS unit HEAP_CHECK
   SOURCES
     ansi_text_test.cpp
     containment_test.cpp
@@ -20,7 +20,7 @@ foreach(kind IN ITEMS dialog transfer stage)
   set(sources_stage
     add_collections_test.cpp
     manifest_test.cpp)
-  folivo_add_test(NAME collection_${kind}_tests LABELS ui TIMEOUT 240 HEAP_CHECK
+  folivo_add_test(NAME collection_${kind}_tests LABELS ui HEAP_CHECK
     SOURCES
       ${sources_${kind}}
       collection_test.cpp

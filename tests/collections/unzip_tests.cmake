@@ -9,7 +9,7 @@ add_custom_command(OUTPUT "${unzip_archives}/.made"
 add_custom_target(unzip_archives DEPENDS "${unzip_archives}/.made")
 
 # Two programs: with the heap checked, each use of the library takes most of a second.
-folivo_add_test(NAME unzip_tests LABELS unit TIMEOUT 120 HEAP_CHECK
+folivo_add_test(NAME unzip_tests LABELS unit HEAP_CHECK
   SOURCES
     stdout_capture.cpp
     unzip_binding_test.cpp
@@ -17,10 +17,10 @@ folivo_add_test(NAME unzip_tests LABELS unit TIMEOUT 120 HEAP_CHECK
     unzip_load_test.cpp
     unzip_resources_test.cpp
   LIBS collections test_support)
-folivo_add_test(NAME unzip_library_tests LABELS unit TIMEOUT 240 HEAP_CHECK
+folivo_add_test(NAME unzip_library_tests LABELS unit HEAP_CHECK
   SOURCES stdout_capture.cpp unzip_engine_test.cpp unzip_library_test.cpp
   LIBS collections test_support)
-folivo_add_test(NAME unzip_volume_tests LABELS unit TIMEOUT 120
+folivo_add_test(NAME unzip_volume_tests LABELS unit
   SOURCES stdout_capture.cpp unzip_volume_test.cpp
   LIBS collections test_support)
 foreach(target IN ITEMS unzip_tests unzip_library_tests unzip_volume_tests)

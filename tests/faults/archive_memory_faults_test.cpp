@@ -90,8 +90,9 @@ class ArchiveMemoryFaults : public CollectionTest {
     const CDocumentsFolder documents(m_sandbox / L"Documents");
     const CFailingAllocations allocations;
     bool failed = true;
-    int n = 1;
-    for (; failed && !HasFailure(); n += IsQuickRun() ? kQuickStep : 1) {
+    const CRunSteps steps = RunSteps(kQuickStep);
+    int n = steps.first;
+    for (; failed && !HasFailure(); n += steps.step) {
       SCOPED_TRACE(n);
       m_checks.Run([&] {
         const CComBSTR source(makeSource().c_str());
@@ -164,8 +165,9 @@ TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
     const CFailingAllocations allocations;
     bool failed = true;
-    int n = 1;
-    for (; failed && !HasFailure(); n += IsQuickRun() ? kQuickStep : 1) {
+    const CRunSteps steps = RunSteps(kQuickStep);
+    int n = steps.first;
+    for (; failed && !HasFailure(); n += steps.step) {
       SCOPED_TRACE(n);
       m_checks.Run([&] {
         m_sandbox.Write(L"download.zip", Archive());

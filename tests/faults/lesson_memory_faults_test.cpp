@@ -151,8 +151,9 @@ class LessonMemoryFaults : public testing::Test {
   void RunOutOfMemory(Mode mode, int button) {
     const CFailingAllocations allocations;
     bool failed = true;
-    int n = 1;
-    for (; failed && !HasFailure(); n += IsQuickRun() ? kQuickStep : 1) {
+    const CRunSteps steps = RunSteps(kQuickStep);
+    int n = steps.first;
+    for (; failed && !HasFailure(); n += steps.step) {
       SCOPED_TRACE(n);
       m_checks.Run([&] {
         const bool cancelled = Navigate(button, [&](const std::function<void()>& navigate) {

@@ -4,13 +4,12 @@
 #include <string>
 #include <vector>
 
-/// How many mutated inputs each test takes (FOLIVO_FAULTS_COUNT; 10,000 by default, 1,000
-/// in a quick run).
-int MutationCount();
-/// The run's seed (FOLIVO_FAULTS_SEED, else a new one each run), which it prints.
-unsigned MutationSeed();
+#include "tests/support/run_seed.h"
 
-/// Makes odd inputs out of good ones. The same seed gives the same inputs.
+/// How many mutated inputs each test takes (FOLIVO_FAULTS_COUNT; 10,000 by default).
+int MutationCount();
+
+/// Makes odd inputs out of good ones. The same run's seed gives the same inputs.
 template <typename Char>
 class CMutator {
  public:
@@ -18,7 +17,7 @@ class CMutator {
 
   /// `seeds`: good inputs, not empty; `parts`: what is put into them, beside single characters.
   CMutator(std::vector<Text> seeds, std::vector<Text> parts)
-      : m_random(MutationSeed()), m_seeds(std::move(seeds)), m_parts(std::move(parts)) {}
+      : m_random(RunSeed()), m_seeds(std::move(seeds)), m_parts(std::move(parts)) {}
 
   /// The next input: a good one with up to five changes.
   Text Next() {

@@ -6,9 +6,10 @@
 #include <atomic>
 #include <utility>
 
+#include "tests/support/user.h"
+
 namespace {
 
-constexpr DWORD kPatienceMs = 20000;
 constexpr DWORD kChunkPauses[] = {0, 100};  // after a lesson's chunk, before an archive's
 
 std::atomic<bool> g_isArmed;
@@ -124,9 +125,10 @@ CHeldThread::~CHeldThread() {
 
 void CHeldThread::Hold() const {
   SetEvent(m_held);
-  EXPECT_EQ(WaitForSingleObject(m_letGo, kPatienceMs), WAIT_OBJECT_0) << "never let go";
+  EXPECT_EQ(WaitForSingleObject(m_letGo, kUserPatienceMs), WAIT_OBJECT_0) << "never let go";
 }
 
 void CHeldThread::WaitUntilHeld() const {
-  EXPECT_EQ(WaitForSingleObject(m_held, kPatienceMs), WAIT_OBJECT_0) << "the place is not reached";
+  EXPECT_EQ(WaitForSingleObject(m_held, kUserPatienceMs), WAIT_OBJECT_0)
+      << "the place is not reached";
 }

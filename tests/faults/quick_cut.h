@@ -1,25 +1,36 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdio>
 #include <vector>
 
 /// Whether only a part of the fault matrix is to run (FOLIVO_FAULTS_QUICK, which ./run test sets
 /// without --full).
 bool IsQuickRun();
 
-/// The cells of a table that this run is to take, and a line that tells how many these are: all of
-/// them, or in a quick run every fifth of a table that is not short.
+/// The cells of a quick run, by their indices, in order: all of a short table, else a fifth. Five
+/// seeds from a multiple of five on take each cell once. The next five divide the table in another
+/// way, so that no row or column of it falls in step with the cut.
+std::vector<size_t> QuickIndices(size_t count, unsigned seed);
+
+/// The indices of the cells that this run is to take, and a line that tells how many these are: all
+/// of them, or in a quick run those that the run's seed chooses.
+std::vector<size_t> RunIndices(size_t count);
+
+/// For a loop from 1 on whose end shows only on the way: every number, or in a quick run every
+/// `quickStep`th, from one on that the run's seed chooses.
+struct CRunSteps {
+  int first;
+  int step;
+};
+CRunSteps RunSteps(int quickStep);
+
+/// The cells of a table that this run is to take.
 template <typename Cell>
 std::vector<Cell> QuickCut(const std::vector<Cell>& cells) {
-  constexpr size_t kQuickStep = 5;
-  constexpr size_t kShortTable = 6;
-  const size_t step = IsQuickRun() && cells.size() > kShortTable ? kQuickStep : 1;
   std::vector<Cell> chosen;
-  for (size_t i = 0; i < cells.size(); i += step) {
-    chosen.push_back(cells[i]);
+  for (const size_t index : RunIndices(cells.size())) {
+    chosen.push_back(cells[index]);
   }
-  std::printf("%zu of %zu cells\n", chosen.size(), cells.size());
   return chosen;
 }
 

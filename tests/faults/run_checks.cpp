@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int kRounds = 4;
-constexpr DWORD kLongestDialogMs = 30000;
+constexpr DWORD kLongestDialogMs = 120000;
 constexpr UINT kHungDialogExitCode = 97;
 
 }  // namespace

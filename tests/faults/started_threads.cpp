@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-namespace {
+#include "tests/support/user.h"
 
-constexpr DWORD kPatienceMs = 20000;
+namespace {
 
 SRWLOCK g_lock = SRWLOCK_INIT;
 std::vector<HANDLE> g_threads;
@@ -49,7 +49,7 @@ CStartedThreads::~CStartedThreads() {
 bool CStartedThreads::WaitForEnds() {
   bool ended = true;
   for (const HANDLE thread : TakeThreads()) {
-    ended = WaitForSingleObject(thread, kPatienceMs) == WAIT_OBJECT_0 && ended;
+    ended = WaitForSingleObject(thread, kUserPatienceMs) == WAIT_OBJECT_0 && ended;
     CloseHandle(thread);
   }
   return ended;

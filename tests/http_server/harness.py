@@ -18,7 +18,7 @@ from typing import Any
 from urllib.parse import urlencode
 
 SERVER = Path(__file__).with_name("server.py")
-TIMEOUT_S = 20  # no test waits that long unless it fails
+TIMEOUT_S = 60  # no test waits that long unless it fails
 
 
 class ServerProcess:

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "plugin/thread_locale.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/temp_sandbox.h"
 
 namespace {
 
@@ -43,18 +47,25 @@ TEST(FileVersion, FileWithoutOneHasNone) {
 }
 
 DWORD g_error = 0;
-int g_narrowCalls = 0;
 std::vector<std::string> g_calls;
-DWORD WINAPI FailWideSize(LPCWSTR, LPDWORD) {
+/// Takes the place of any of the functions.
+DWORD WINAPI Fail() {
   SetLastError(g_error);
   return 0;
 }
-decltype(&GetFileVersionInfoSizeA) g_narrowSize = nullptr;
-DWORD WINAPI CountNarrowSize(LPCSTR path, LPDWORD handle) {
-  ++g_narrowCalls;
-  return g_narrowSize(path, handle);
+
+decltype(&GetFileVersionInfoSizeW) g_wideSize = nullptr;
+DWORD WINAPI SucceedWithAnError(LPCWSTR path, LPDWORD handle) {
+  const DWORD size = g_wideSize(path, handle);
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return size;
 }
 
+decltype(&GetFileVersionInfoSizeA) g_narrowSize = nullptr;
+DWORD WINAPI NoteNarrowSize(LPCSTR path, LPDWORD handle) {
+  g_calls.push_back("size of " + std::string(path));
+  return g_narrowSize(path, handle);
+}
 decltype(&GetFileVersionInfoA) g_narrowInfo = nullptr;
 BOOL WINAPI NoteNarrowInfo(LPCSTR path, DWORD handle, DWORD size, LPVOID info) {
   g_calls.push_back("info of " + std::string(path));
@@ -65,60 +76,103 @@ BOOL WINAPI NoteNarrowQuery(LPCVOID info, LPCSTR block, LPVOID* value, PUINT siz
   g_calls.push_back("query of " + std::string(block));
   return g_narrowQuery(info, block, value, size);
 }
-BOOL WINAPI NoteWideInfo(LPCWSTR, DWORD, DWORD, LPVOID) {
-  g_calls.push_back("wide info");
-  return FALSE;
-}
-BOOL WINAPI NoteWideQuery(LPCVOID, LPCWSTR, LPVOID*, PUINT) {
-  g_calls.push_back("wide query");
-  return FALSE;
-}
 
-TEST(FileVersion, SystemWithoutWideFunctionsIsAskedInNarrowText) {
-  const auto expected = Version(SystemFile(L"kernel32.dll"));
-  const CImportPatch wide("version.dll", "GetFileVersionInfoSizeW", &FailWideSize);
-  const CImportPatch narrow("version.dll", "GetFileVersionInfoSizeA", &CountNarrowSize);
-  g_narrowSize = narrow.Original<decltype(GetFileVersionInfoSizeA)>();
-  const CImportPatch info("version.dll", "GetFileVersionInfoA", &NoteNarrowInfo);
-  g_narrowInfo = info.Original<decltype(GetFileVersionInfoA)>();
-  const CImportPatch query("version.dll", "VerQueryValueA", &NoteNarrowQuery);
-  g_narrowQuery = query.Original<decltype(VerQueryValueA)>();
-  const CImportPatch wideInfo("version.dll", "GetFileVersionInfoW", &NoteWideInfo);
-  const CImportPatch wideQuery("version.dll", "VerQueryValueW", &NoteWideQuery);
-  g_error = ERROR_CALL_NOT_IMPLEMENTED;
-  g_narrowCalls = 0;
-  g_calls.clear();
-  const std::wstring path = SystemFile(L"kernel32.dll");
+/// Takes down the calls of the narrow functions.
+class NarrowFileVersion : public testing::Test {
+ protected:
+  NarrowFileVersion() {
+    g_calls.clear();
+    g_error = ERROR_CALL_NOT_IMPLEMENTED;
+    g_narrowSize = m_size.Original<decltype(GetFileVersionInfoSizeA)>();
+    g_narrowInfo = m_info.Original<decltype(GetFileVersionInfoA)>();
+    g_narrowQuery = m_query.Original<decltype(VerQueryValueA)>();
+  }
+
+  const CImportPatch m_size{"version.dll", "GetFileVersionInfoSizeA", &NoteNarrowSize};
+  const CImportPatch m_info{"version.dll", "GetFileVersionInfoA", &NoteNarrowInfo};
+  const CImportPatch m_query{"version.dll", "VerQueryValueA", &NoteNarrowQuery};
+};
+
+TEST_F(NarrowFileVersion, SystemWithoutWideFunctionsIsAskedInItsCodePage) {
+  // The thread has a code page of its own, which is not to be used.
+  const CThreadLocaleScope russian(
+      MAKELCID(MAKELANGID(LANG_RUSSIAN, SUBLANG_DEFAULT), SORT_DEFAULT));
+  ASSERT_EQ(GetACP(), 1252u);
+  const CTempSandbox sandbox;
+  const std::wstring path = sandbox / L"\u00dcbung \u20ac.dll";
+  std::filesystem::copy_file(SystemFile(L"kernel32.dll"), path);
+  const auto expected = Version(path);
+  EXPECT_TRUE(expected.has_value());
+  const CImportPatch size("version.dll", "GetFileVersionInfoSizeW", &Fail);
+  const CImportPatch info("version.dll", "GetFileVersionInfoW", &Fail);
+  const CImportPatch query("version.dll", "VerQueryValueW", &Fail);
   EXPECT_EQ(Version(path), expected);
-  EXPECT_EQ(g_narrowCalls, 1);
-  EXPECT_EQ(g_calls, (std::vector<std::string>{"info of " + std::string(path.begin(), path.end()),
-                                               "query of \\"}));
+  const std::string narrow = std::string(sandbox.Path().begin(), sandbox.Path().end()) +
+                             "\\\xDC"
+                             "bung \x80.dll";
+  EXPECT_EQ(g_calls,
+            (std::vector<std::string>{"size of " + narrow, "info of " + narrow, "query of \\"}));
 }
 
-TEST(FileVersion, EveryOtherErrorEndsTheRead) {
-  const CImportPatch wide("version.dll", "GetFileVersionInfoSizeW", &FailWideSize);
-  const CImportPatch narrow("version.dll", "GetFileVersionInfoSizeA", &CountNarrowSize);
-  g_narrowCalls = 0;
+TEST_F(NarrowFileVersion, AnyOtherErrorOfTheWideSizeEndsTheRead) {
+  const CImportPatch patch("version.dll", "GetFileVersionInfoSizeW", &Fail);
   for (const DWORD error : {ERROR_SUCCESS, ERROR_FILE_NOT_FOUND, ERROR_RESOURCE_TYPE_NOT_FOUND}) {
     g_error = error;
     EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value()) << error;
   }
-  EXPECT_EQ(g_narrowCalls, 0);
+  EXPECT_EQ(g_calls, std::vector<std::string>());
 }
 
-BOOL WINAPI FailInfo(LPCWSTR, DWORD, DWORD, LPVOID) { return FALSE; }
-BOOL WINAPI FailQuery(LPCVOID, LPCWSTR, LPVOID*, PUINT) { return FALSE; }
-
-TEST(FileVersion, FailingStepEndsTheRead) {
-  {
-    const CImportPatch patch("version.dll", "GetFileVersionInfoW", &FailInfo);
-    EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value());
-  }
-  const CImportPatch patch("version.dll", "VerQueryValueW", &FailQuery);
-  EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value());
+TEST_F(NarrowFileVersion, ErrorLeftBehindASuccessIsIgnored) {
+  const CImportPatch patch("version.dll", "GetFileVersionInfoSizeW", &SucceedWithAnError);
+  g_wideSize = patch.Original<decltype(GetFileVersionInfoSizeW)>();
+  EXPECT_TRUE(Version(SystemFile(L"kernel32.dll")).has_value());
+  EXPECT_EQ(g_calls, std::vector<std::string>());
 }
 
+// What fails may still have written something. For wide and narrow text alike.
+std::vector<BYTE> g_information;
 VS_FIXEDFILEINFO g_info;
+BOOL WINAPI FillAndFail(const void*, DWORD, DWORD size, LPVOID info) {
+  std::copy_n(g_information.begin(), std::min<size_t>(size, g_information.size()),
+              static_cast<BYTE*>(info));
+  SetLastError(g_error);
+  return FALSE;
+}
+BOOL WINAPI AnswerAndFail(LPCVOID, const void*, LPVOID* info, PUINT size) {
+  *info = &g_info;
+  *size = sizeof(g_info);
+  SetLastError(g_error);
+  return FALSE;
+}
+
+TEST_F(NarrowFileVersion, FailingLaterStepEndsTheRead) {
+  const std::wstring path = SystemFile(L"kernel32.dll");
+  g_information.resize(GetFileVersionInfoSizeW(path.c_str(), nullptr));
+  ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(g_information.size()),
+                                  g_information.data()));
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoW", &FillAndFail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  {
+    const CImportPatch patch("version.dll", "VerQueryValueW", &AnswerAndFail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  EXPECT_EQ(g_calls, std::vector<std::string>()) << "only the size decides how to go on";
+  const CImportPatch noWide("version.dll", "GetFileVersionInfoSizeW", &Fail);
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoSizeA", &Fail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  {
+    const CImportPatch patch("version.dll", "GetFileVersionInfoA", &FillAndFail);
+    EXPECT_FALSE(Version(path).has_value());
+  }
+  const CImportPatch patch("version.dll", "VerQueryValueA", &AnswerAndFail);
+  EXPECT_FALSE(Version(path).has_value());
+}
+
 UINT g_size = 0;
 void* g_block = nullptr;
 BOOL WINAPI AnswerQuery(LPCVOID, LPCWSTR block, LPVOID* info, PUINT size) {

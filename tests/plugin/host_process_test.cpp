@@ -59,6 +59,8 @@ TEST(HostProcess, PathOfTheHostIsLookedAt) {
   EXPECT_FALSE(IsRefusedHostProcess());
   g_hostPath.erase(3, 1);
   EXPECT_TRUE(IsRefusedHostProcess());
+  g_hostPath.clear();
+  EXPECT_FALSE(IsRefusedHostProcess()) << "a path that cannot be had is no shell's";
 }
 
 TEST(HostProcess, ThisOneIsNot) { EXPECT_FALSE(IsRefusedHostProcess()); }

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr DWORD kHostLimitMs = 30000;
+constexpr DWORD kHostLimitMs = 60000;
 
 }  // namespace
 

@@ -3,8 +3,11 @@
 #include <atlbase.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "folivo_plugin_h.h"
 #include "tests/plugin/host_program.h"
@@ -69,15 +72,57 @@ TEST(PluginVersion, NeedsAPlaceForTheText) {
   EXPECT_EQ(Control(library)->get_Version(nullptr), E_POINTER);
 }
 
-TEST(PluginVersion, NoMemoryForTheTextIsTheOneFailureThatPagesKnow) {
+HRESULT TakeVersion(IFolivoPluginVersion* control, BSTR* version) {
+  CComBSTR before(L"something");
+  *version = before;
+  return control->get_Version(version);
+}
+
+/// Takes the place of any function that answers 0 or null when it fails.
+ULONG_PTR WINAPI Fail() { return 0; }
+DWORD WINAPI CutModulePath(HMODULE, LPWSTR path, DWORD size) {
+  std::fill_n(path, size, L'x');
+  SetLastError(ERROR_INSUFFICIENT_BUFFER);
+  return size;
+}
+
+TEST(GetVersion, FailingCallReturnsEFail) {
   const CPluginLibrary library;
   const CComPtr<IFolivoPluginVersion> control = Control(library);
-  const CImportPatch patch(
-      "oleaut32.dll", "SysAllocString", +[](const OLECHAR*) -> BSTR { return nullptr; },
-      library.Module());
+  constexpr std::pair<const char*, const char*> kCalls[] = {
+      {"kernel32.dll", "GetModuleFileNameW"}, {"version.dll", "GetFileVersionInfoSizeW"},
+      {"version.dll", "GetFileVersionInfoW"}, {"version.dll", "VerQueryValueW"},
+      {"oleaut32.dll", "SysAllocString"},
+  };
   BSTR version = nullptr;
-  EXPECT_EQ(control->get_Version(&version), E_FAIL);
+  for (const auto& [dll, name] : kCalls) {
+    const CImportPatch patch(dll, name, &Fail, library.Module());
+    EXPECT_EQ(TakeVersion(control, &version), E_FAIL) << name;
+    EXPECT_EQ(version, nullptr) << name;
+  }
+  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &CutModulePath, library.Module());
+  EXPECT_EQ(TakeVersion(control, &version), E_FAIL);
   EXPECT_EQ(version, nullptr);
+}
+
+int g_allocationsLeft = 0;
+void* AllocateSome(size_t size) { return --g_allocationsLeft == 0 ? nullptr : std::malloc(size); }
+
+TEST(GetVersion, OutOfMemoryReturnsEFail) {
+  const CPluginLibrary library;
+  const CComPtr<IFolivoPluginVersion> control = Control(library);
+  const CImportPatch patch("msvcrt.dll", "malloc", &AllocateSome, library.Module());
+  HRESULT result = E_FAIL;
+  int failing = 0;
+  while (result != S_OK) {
+    g_allocationsLeft = ++failing;
+    BSTR version = nullptr;
+    result = TakeVersion(control, &version);
+    ASSERT_EQ(result, g_allocationsLeft > 0 ? S_OK : E_FAIL) << failing;
+    EXPECT_EQ(version != nullptr, result == S_OK);
+    SysFreeString(version);
+  }
+  EXPECT_GT(failing, 2) << "it needs at least a path and a block of information";
 }
 
 // Deliberate: the file is looked for by its fixed name.
@@ -87,11 +132,8 @@ TEST(PluginVersion, RenamedDllTellsTheHostsVersionWhichThisProgramHasNone) {
   std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
   const CPluginLibrary library(path);
   ASSERT_EQ(GetModuleHandleW(L"FolivoPlugin.dll"), nullptr);
-  BSTR version = SysAllocString(L"something");
-  const BSTR before = version;
+  BSTR version = nullptr;
   EXPECT_EQ(Control(library)->get_Version(&version), E_FAIL);
-  EXPECT_EQ(version, nullptr);
-  SysFreeString(before);
 }
 
 TEST(PluginVersion, IsFoundInAnyCase) {

@@ -19,7 +19,7 @@ using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thre
 
 CSteps g_steps;
 HRESULT g_typeLibraryResult;
-LSTATUS g_lastScriptResult;  // of the module's script behind the type library
+size_t g_failingStep;  // counted from 1; 0: none
 decltype(&RegCreateKeyExW) g_createKey;
 decltype(&RegOpenKeyExW) g_openKey;
 decltype(&RegisterTypeLib) g_registerTypeLib;
@@ -33,30 +33,30 @@ void Note(const std::string& step) {
   }
 }
 
-/// One key stands for each script: that of all helper objects, and that of all classes.
-void NoteKey(LPCWSTR name) {
+/// One key stands for each script: that of all helper objects, and that of all classes. False when
+/// it cannot be had, as the step is to fail.
+bool NoteKey(LPCWSTR name) {
   if (name != nullptr && _wcsicmp(name, L"Browser Helper Objects") == 0) {
     Note("helper object");
   } else if (name != nullptr && _wcsicmp(name, L"CLSID") == 0) {
     Note("class");
+  } else {
+    return true;
   }
+  return g_steps.size() != g_failingStep;
 }
 
 LSTATUS WINAPI RecordCreate(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR className,
                             DWORD options, REGSAM access, const LPSECURITY_ATTRIBUTES security,
                             PHKEY key, LPDWORD disposition) {
-  NoteKey(name);
-  if (g_lastScriptResult != ERROR_SUCCESS && g_steps.size() > 1 &&
-      g_steps.back().first == "helper object") {
-    return g_lastScriptResult;
-  }
-  return g_createKey(parent, name, reserved, className, options, access, security, key,
-                     disposition);
+  EXPECT_EQ(options, static_cast<DWORD>(REG_OPTION_NON_VOLATILE));
+  return NoteKey(name) ? g_createKey(parent, name, reserved, className, options, access, security,
+                                     key, disposition)
+                       : ERROR_WRITE_PROTECT;
 }
 
 LSTATUS WINAPI RecordOpen(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
-  NoteKey(name);
-  return g_openKey(parent, name, options, access, key);
+  return NoteKey(name) ? g_openKey(parent, name, options, access, key) : ERROR_WRITE_PROTECT;
 }
 
 HRESULT WINAPI RecordTypeLib(ITypeLib* library, LPOLESTR path, LPOLESTR help) {
@@ -82,11 +82,11 @@ class RegistrationOrder : public testing::Test {
     SetThreadLocale(kGerman);
     g_steps.clear();
     g_typeLibraryResult = S_OK;
-    g_lastScriptResult = ERROR_SUCCESS;
+    g_failingStep = 0;
   }
   ~RegistrationOrder() override {
     g_typeLibraryResult = S_OK;
-    g_lastScriptResult = ERROR_SUCCESS;
+    g_failingStep = 0;
     m_library.UnregisterServer();
     SetThreadLocale(m_previous);
   }
@@ -102,50 +102,57 @@ class RegistrationOrder : public testing::Test {
                                   m_library.Module()};
 };
 
-TEST_F(RegistrationOrder, HelperObjectComesFirstAndOnceMoreAtTheEnd) {
+TEST_F(RegistrationOrder, FirstFailureEndsRegistrationWithItsCode) {
+  const CSteps all = {{"helper object", m_system},
+                      {"class", m_system},
+                      {"type library", m_system},
+                      {"helper object", m_system}};
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  EXPECT_EQ(g_steps, (CSteps{{"helper object", m_system},
-                             {"class", m_system},
-                             {"type library", m_system},
-                             {"helper object", m_system}}));
-}
-
-TEST_F(RegistrationOrder, UnregistrationEndsWithTheHelperObjectInTheCallersLocale) {
-  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  EXPECT_EQ(g_steps, all);
+  for (const size_t step : {1, 2, 4}) {
+    g_steps.clear();
+    g_failingStep = step;
+    EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT)) << step;
+    EXPECT_EQ(g_steps, CSteps(all.begin(), all.begin() + static_cast<int>(step)));
+    EXPECT_EQ(GetThreadLocale(), kGerman);
+  }
   g_steps.clear();
-  EXPECT_EQ(m_library.UnregisterServer(), S_OK);
-  EXPECT_EQ(g_steps, (CSteps{{"class", m_system},
-                             {"type library", m_system},
-                             {"helper object", m_system},
-                             {"helper object", kGerman}}));
-}
-
-TEST_F(RegistrationOrder, FailingTypeLibraryEndsRegistration) {
+  g_failingStep = 0;
   g_typeLibraryResult = TYPE_E_REGISTRYACCESS;
   EXPECT_EQ(m_library.RegisterServer(), TYPE_E_REGISTRYACCESS);
-  EXPECT_EQ(g_steps,
-            (CSteps{{"helper object", m_system}, {"class", m_system}, {"type library", m_system}}));
-  EXPECT_EQ(GetThreadLocale(), kGerman);
-}
-
-TEST_F(RegistrationOrder, ResultIsThatOfTheLastScript) {
-  g_lastScriptResult = ERROR_WRITE_PROTECT;
-  EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT));
-  EXPECT_EQ(g_steps, (CSteps{{"helper object", m_system},
-                             {"class", m_system},
-                             {"type library", m_system},
-                             {"helper object", m_system}}));
+  EXPECT_EQ(g_steps, CSteps(all.begin(), all.begin() + 3));
   EXPECT_EQ(GetThreadLocale(), kGerman);
 }
 
 TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHelperObject) {
-  EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  g_steps.clear();
-  g_typeLibraryResult = TYPE_E_REGISTRYACCESS;
-  EXPECT_EQ(m_library.UnregisterServer(), TYPE_E_REGISTRYACCESS);
-  EXPECT_EQ(g_steps,
-            (CSteps{{"class", m_system}, {"type library", m_system}, {"helper object", kGerman}}));
-  EXPECT_EQ(GetThreadLocale(), kGerman);
+  // The last step is in the caller's locale.
+  const CSteps all = {{"class", m_system},
+                      {"type library", m_system},
+                      {"helper object", m_system},
+                      {"helper object", kGerman}};
+  const struct {
+    size_t failingStep;
+    HRESULT typeLibraryResult;
+    HRESULT result;
+    CSteps steps;
+  } kCases[] = {
+      {0, S_OK, S_OK, all},
+      {1, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), {all[0], all[3]}},
+      {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, {all[0], all[1], all[3]}},
+      {3, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), all},
+      {4, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), all},
+  };
+  for (const auto& failing : kCases) {
+    g_failingStep = 0;
+    g_typeLibraryResult = S_OK;
+    EXPECT_EQ(m_library.RegisterServer(), S_OK);
+    g_steps.clear();
+    g_failingStep = failing.failingStep;
+    g_typeLibraryResult = failing.typeLibraryResult;
+    EXPECT_EQ(m_library.UnregisterServer(), failing.result);
+    EXPECT_EQ(g_steps, failing.steps) << failing.failingStep;
+    EXPECT_EQ(GetThreadLocale(), kGerman);
+  }
 }
 
 }  // namespace

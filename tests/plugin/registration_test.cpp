@@ -113,20 +113,66 @@ GUID ClassOf(IUnknown* object) {
   return guid;
 }
 
-/// The class's key below HKEY_CLASSES_ROOT, and another one in it.
-std::wstring StrayKey(LPCWSTR below) {
-  return L"CLSID\\" + TextOf(CLSID_CIEDownload) + below + L"\\Stray";
+constexpr wchar_t kHelperObjectsPath[] =
+    L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Browser Helper Objects";
+
+/// Puts a key of somebody else's into each key that the scripts claim as a whole.
+void AddStrays() {
+  CRegKey stray;
+  for (const CRegisteredClass& registered : kRegisteredClasses) {
+    const std::wstring key = L"CLSID\\" + TextOf(registered.clsid);
+    for (const LPCWSTR below : {L"\\Stray", L"\\Programmable\\Stray"}) {
+      EXPECT_EQ(stray.Create(HKEY_CLASSES_ROOT, (key + below).c_str()), ERROR_SUCCESS);
+    }
+  }
+  const std::wstring helperObject =
+      std::wstring(kHelperObjectsPath) + L"\\" + TextOf(CLSID_CIEDownload);
+  EXPECT_EQ(stray.Create(HKEY_LOCAL_MACHINE, (helperObject + L"\\Stray").c_str()), ERROR_SUCCESS);
 }
+
+/// A scratch key takes the place of a root: one that is empty, or one that has been deleted, below
+/// which nothing can be written.
+class CReplacedRoot {
+ public:
+  enum class State { kEmpty, kDeleted };
+
+  CReplacedRoot(HKEY replaced, State state) : m_replaced(replaced) {
+    CRegKey user(HKEY_CURRENT_USER);
+    EXPECT_EQ(m_key.Create(user, kPath), ERROR_SUCCESS);
+    if (state == State::kDeleted) {
+      EXPECT_EQ(user.DeleteSubKey(kPath), ERROR_SUCCESS);
+    }
+    user.Detach();
+    EXPECT_EQ(RegOverridePredefKey(m_replaced, m_key), ERROR_SUCCESS);
+  }
+  ~CReplacedRoot() {
+    EXPECT_EQ(RegOverridePredefKey(m_replaced, nullptr), ERROR_SUCCESS);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kPath);
+  }
+  CReplacedRoot(const CReplacedRoot&) = delete;
+  CReplacedRoot& operator=(const CReplacedRoot&) = delete;
+
+  bool Has(const std::wstring& path) const {
+    CRegKey key;
+    return key.Open(m_key, path.c_str(), KEY_READ) == ERROR_SUCCESS;
+  }
+  void Remove(const std::wstring& path) const {
+    EXPECT_EQ(RegDeleteTreeW(m_key, path.c_str()), ERROR_SUCCESS);
+  }
+
+ private:
+  static constexpr wchar_t kPath[] = L"Software\\FolivoTestRoot";
+
+  const HKEY m_replaced;
+  CRegKey m_key;
+};
 
 class Registration : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     // What registration never removes has to be there before, to be compared.
     CRegKey helperObjects;
-    EXPECT_EQ(helperObjects.Create(HKEY_LOCAL_MACHINE,
-                                   L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\"
-                                   L"Browser Helper Objects"),
-              ERROR_SUCCESS);
+    EXPECT_EQ(helperObjects.Create(HKEY_LOCAL_MACHINE, kHelperObjectsPath), ERROR_SUCCESS);
     helperObjects.Close();
     s_before = DumpRegistry();
   }
@@ -163,10 +209,10 @@ class Registration : public testing::Test {
     return lines;
   }
 
-  static void ExpectAsBefore() {
+  static void ExpectAs(const Lines& before) {
     const Lines now = DumpRegistry();
-    EXPECT_EQ(LinesMissingIn(s_before, now), Lines());
-    EXPECT_EQ(LinesMissingIn(now, s_before), Lines());
+    EXPECT_EQ(LinesMissingIn(before, now), Lines());
+    EXPECT_EQ(LinesMissingIn(now, before), Lines());
   }
 
   const CPluginLibrary m_library;
@@ -182,50 +228,70 @@ TEST_F(Registration, TwiceIsAsOnce) {
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
   const Lines once = DumpRegistry();
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  EXPECT_EQ(DumpRegistry(), once);
+  ExpectAs(once);
 }
 
 TEST_F(Registration, AgainRemovesWhatOthersPutIntoItsKeys) {
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
   const Lines once = DumpRegistry();
-  CRegKey stray;
-  for (const LPCWSTR below : {L"", L"\\Programmable"}) {
-    EXPECT_EQ(stray.Create(HKEY_CLASSES_ROOT, StrayKey(below).c_str()), ERROR_SUCCESS);
-  }
-  EXPECT_EQ(stray.Create(HKEY_LOCAL_MACHINE,
-                         (L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Browser Helper "
-                          L"Objects\\" +
-                          TextOf(CLSID_CIEDownload) + L"\\Stray")
-                             .c_str()),
-            ERROR_SUCCESS);
-  stray.Close();
+  AddStrays();
   EXPECT_NE(DumpRegistry(), once);
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  EXPECT_EQ(DumpRegistry(), once);
+  ExpectAs(once);
 }
 
-TEST_F(Registration, UnregistrationRemovesExactlyWhatWasAdded) {
+TEST_F(Registration, UnregistrationRemovesItsKeysWhole) {
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  AddStrays();
   EXPECT_EQ(m_library.UnregisterServer(), S_OK);
-  ExpectAsBefore();
+  ExpectAs(s_before);
 }
 
 TEST_F(Registration, UnregistrationLeavesOtherHelperObjectsAlone) {
-  const std::wstring other = std::wstring(L"Software\\Microsoft\\Windows\\CurrentVersion\\") +
-                             L"Explorer\\Browser Helper Objects\\" + TextOf(GUID_NULL);
+  const std::wstring other = std::wstring(kHelperObjectsPath) + L"\\" + TextOf(GUID_NULL);
   CRegKey key;
   EXPECT_EQ(key.Create(HKEY_LOCAL_MACHINE, other.c_str()), ERROR_SUCCESS);
   key.Close();
   const Lines before = DumpRegistry();
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
   EXPECT_EQ(m_library.UnregisterServer(), S_OK);
-  EXPECT_EQ(DumpRegistry(), before);
+  ExpectAs(before);
   EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, other.c_str()), ERROR_SUCCESS);
+}
+
+TEST_F(Registration, UnregistrationKeepsTheKeyOfAllClassesEvenIfEmpty) {
+  for (const CRegisteredClass& last : kRegisteredClasses) {
+    const CReplacedRoot root(HKEY_CLASSES_ROOT, CReplacedRoot::State::kEmpty);
+    EXPECT_EQ(m_library.RegisterServer(), S_OK);
+    for (const CRegisteredClass& other : kRegisteredClasses) {
+      if (other.clsid != last.clsid) {
+        root.Remove(L"CLSID\\" + TextOf(other.clsid));
+      }
+    }
+    EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+    EXPECT_TRUE(root.Has(L"CLSID")) << last.friendlyName;
+    EXPECT_FALSE(root.Has(L"CLSID\\" + TextOf(last.clsid)));
+  }
+}
+
+TEST_F(Registration, UnregistrationKeepsTheKeysAboveTheHelperObjectEvenIfEmpty) {
+  std::wstring path = kHelperObjectsPath;
+  std::wstring below = TextOf(CLSID_CIEDownload);
+  while (!path.empty()) {
+    const CReplacedRoot root(HKEY_LOCAL_MACHINE, CReplacedRoot::State::kEmpty);
+    EXPECT_EQ(m_library.RegisterServer(), S_OK);
+    root.Remove(path + L"\\" + below);
+    EXPECT_EQ(m_library.UnregisterServer(), S_OK);
+    EXPECT_TRUE(root.Has(path)) << path;
+    const size_t end = path.rfind(L'\\');
+    below = path.substr(end + 1);
+    path.resize(end == std::wstring::npos ? 0 : end);
+  }
 }
 
 TEST_F(Registration, UnregistrationOfNothingRemovesNothing) {
   m_library.UnregisterServer();
-  ExpectAsBefore();
+  ExpectAs(s_before);
 }
 
 TEST_F(Registration, ObjectsAreFoundByTheirNames) {
@@ -255,7 +321,12 @@ TEST_F(Registration, PathOfTheDllMayHoldQuotesPercentSignsAndAnyLetters) {
   const CPluginLibrary copy(path);
   EXPECT_EQ(copy.RegisterServer(), S_OK);
   ExpectRegistered(copy);
-  ExpectAsBefore();
+  ExpectAs(s_before);
+  // One that was installed elsewhere before.
+  EXPECT_EQ(copy.RegisterServer(), S_OK);
+  EXPECT_EQ(m_library.RegisterServer(), S_OK);
+  ExpectRegistered(m_library);
+  ExpectAs(s_before);
 }
 
 TEST_F(Registration, ThreadsLocaleIsRestored) {
@@ -268,28 +339,11 @@ TEST_F(Registration, ThreadsLocaleIsRestored) {
   SetThreadLocale(previous);
 }
 
-/// A key that has been deleted takes the place of a root: nothing can be written below it.
-class CGoneRoot {
- public:
-  explicit CGoneRoot(HKEY replaced) : m_replaced(replaced) {
-    CRegKey key;
-    EXPECT_EQ(key.Create(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
-    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\FolivoTestGone"), ERROR_SUCCESS);
-    EXPECT_EQ(RegOverridePredefKey(m_replaced, key), ERROR_SUCCESS);
-  }
-  ~CGoneRoot() { EXPECT_EQ(RegOverridePredefKey(m_replaced, nullptr), ERROR_SUCCESS); }
-  CGoneRoot(const CGoneRoot&) = delete;
-  CGoneRoot& operator=(const CGoneRoot&) = delete;
-
- private:
-  const HKEY m_replaced;
-};
-
 TEST_F(Registration, FailureIsReturnedAndTheLocaleRestored) {
   const LCID previous = GetThreadLocale();
   SetThreadLocale(kGerman);
   for (const HKEY replaced : {HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT}) {
-    const CGoneRoot gone(replaced);
+    const CReplacedRoot root(replaced, CReplacedRoot::State::kDeleted);
     EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
     EXPECT_EQ(GetThreadLocale(), kGerman);
   }
@@ -298,17 +352,17 @@ TEST_F(Registration, FailureIsReturnedAndTheLocaleRestored) {
 
 TEST_F(Registration, BrowsersEntryComesBeforeTheClasses) {
   {
-    const CGoneRoot gone(HKEY_LOCAL_MACHINE);
+    const CReplacedRoot root(HKEY_LOCAL_MACHINE, CReplacedRoot::State::kDeleted);
     EXPECT_TRUE(FAILED(m_library.RegisterServer()));
   }
-  ExpectAsBefore();
+  ExpectAs(s_before);
   {
-    const CGoneRoot gone(HKEY_CLASSES_ROOT);
+    const CReplacedRoot root(HKEY_CLASSES_ROOT, CReplacedRoot::State::kDeleted);
     EXPECT_TRUE(FAILED(m_library.RegisterServer()));
   }
   const std::wstring key = std::wstring(kHelperObjects) + L"\\" + TextOf(CLSID_CIEDownload);
   EXPECT_EQ(LinesMissingIn(s_before, DumpRegistry()),
-            (Lines{ValueLine(key, L"", L"MERLO Folivo Download Utility"), KeyLine(key)}));
+            (Lines{KeyLine(key), ValueLine(key, L"", L"MERLO Folivo Download Utility")}));
 }
 
 }  // namespace

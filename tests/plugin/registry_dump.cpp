@@ -1,106 +1,116 @@
+// Wine saves a key with all below it as text, in one call. To ask for key after key and value after
+// value is a message to Wine's server for each, and takes seconds.
+
 #include "tests/plugin/registry_dump.h"
 
 #include <atlbase.h>
-#include <atlstr.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cwctype>
+#include <fstream>
 #include <iterator>
+
+#include "tests/support/temp_sandbox.h"
 
 namespace {
 
-constexpr DWORD kNameLength = 16384;
-constexpr DWORD kDataLength = 1 << 20;
+using Lines = std::vector<std::wstring>;
 
-/// Bytes as they are, so that what has no text is compared too.
-std::wstring DataText(DWORD type, const std::vector<BYTE>& data) {
-  const auto* const characters = reinterpret_cast<const wchar_t*>(data.data());
-  const size_t length = data.size() / sizeof(wchar_t);
-  if (type == REG_SZ && length > 0 && characters[length - 1] == L'\0') {
-    return L"\"" + std::wstring(characters, length - 1) + L"\"";
+constexpr char kFileHead[] = "WINE REGISTRY Version 2";
+
+/// Text as such a file has it; `special`: the two characters that are escaped beside the backslash.
+std::wstring Escape(const std::wstring& text, const std::wstring& special) {
+  std::wstring escaped;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const wchar_t c = text[i];
+    if (c > 127) {
+      // As short as can be read back.
+      const bool isPadded = i + 1 < text.size() && text[i + 1] < 128 && iswxdigit(text[i + 1]);
+      wchar_t code[8] = {};
+      swprintf(code, ARRAYSIZE(code), isPadded ? L"\\x%04x" : L"\\x%x", c);
+      escaped += code;
+      continue;
+    }
+    if (c == L'\\' || special.find(c) != std::wstring::npos) {
+      escaped += L'\\';
+    }
+    escaped += c;
   }
-  std::wstring text = L"type " + std::to_wstring(type) + L":";
-  for (const BYTE byte : data) {
-    text += L" " + std::to_wstring(byte);
-  }
-  return text;
+  return escaped;
 }
 
-std::wstring Line(const std::wstring& key, const std::wstring& name, const std::wstring& data) {
-  return key + L" [" + name + L"] = " + data;
+/// A key in a saved file: its escaped path.
+std::wstring EscapedKeyLine(const std::wstring& path) { return L"[" + path + L"]"; }
+
+void EnableSaving() {
+  HANDLE token = nullptr;
+  ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
+  const CHandle owner(token);
+  TOKEN_PRIVILEGES privileges = {};
+  privileges.PrivilegeCount = 1;
+  privileges.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
+  ASSERT_TRUE(LookupPrivilegeValueW(nullptr, SE_BACKUP_NAME, &privileges.Privileges[0].Luid));
+  ASSERT_TRUE(AdjustTokenPrivileges(token, FALSE, &privileges, 0, nullptr, nullptr));
 }
 
-bool EndsWith(const std::wstring& text, const std::wstring& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+/// Adds a key and those above it: the file names one that holds only keys by these alone.
+void AddKey(const std::wstring& root, const std::wstring& path, Lines& lines) {
+  constexpr wchar_t kSeparator[] = L"\\\\";
+  for (size_t end = 0; end != std::wstring::npos;) {
+    end = path.find(kSeparator, end);
+    lines.push_back(EscapedKeyLine(root + kSeparator + path.substr(0, end)));
+    end = end == std::wstring::npos ? end : end + std::size(kSeparator) - 1;
+  }
 }
 
-/// Reads keys one after the other. The buffers are shared by all of them: there are thousands.
-class CDump {
- public:
-  void AddKey(HKEY key, const std::wstring& path) {
-    m_lines.push_back(KeyLine(path));
-    if (EndsWith(path, L"\\Perflib")) {
-      return;  // what is below are no keys, but the texts of the performance counters
+/// Adds what the file holds: "[path] time", then the key's attributes ("#") and values.
+void AddFile(const std::wstring& file, const std::wstring& root, Lines& lines) {
+  std::ifstream stream(file.c_str());
+  std::string line;
+  std::getline(stream, line);
+  EXPECT_EQ(line, kFileHead);
+  std::wstring key = EscapedKeyLine(root);
+  while (std::getline(stream, line)) {
+    // Long binary values go on in the next line.
+    for (std::string rest; line.ends_with('\\') && std::getline(stream, rest);) {
+      line += rest;
     }
-    AddValues(key, path);
-    for (DWORD index = 0;; ++index) {
-      DWORD length = kNameLength;
-      if (RegEnumKeyExW(key, index, m_name.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
-          ERROR_SUCCESS) {
-        return;
-      }
-      const std::wstring subName(m_name.data(), length);
-      CRegKey subKey;
-      EXPECT_EQ(subKey.Open(key, subName.c_str(), KEY_READ | KEY_WOW64_64KEY), ERROR_SUCCESS);
-      AddKey(subKey, path + L"\\" + subName);
-    }
-  }
-
-  std::vector<std::wstring> Take() {
-    std::sort(m_lines.begin(), m_lines.end());
-    return std::move(m_lines);
-  }
-
- private:
-  void AddValues(HKEY key, const std::wstring& path) {
-    for (DWORD index = 0;; ++index) {
-      DWORD length = kNameLength;
-      DWORD type = REG_NONE;
-      auto size = static_cast<DWORD>(m_data.size());
-      const LSTATUS status =
-          RegEnumValueW(key, index, m_name.data(), &length, nullptr, &type, m_data.data(), &size);
-      if (status != ERROR_SUCCESS) {
-        EXPECT_EQ(status, ERROR_NO_MORE_ITEMS) << path;
-        return;
-      }
-      m_lines.push_back(Line(path, std::wstring(m_name.data(), length),
-                             DataText(type, std::vector(m_data.begin(), m_data.begin() + size))));
+    if (line.starts_with('[')) {
+      const std::string path = line.substr(1, line.rfind(']') - 1);
+      AddKey(root, std::wstring(path.begin(), path.end()), lines);
+      key = EscapedKeyLine(root + L"\\\\" + std::wstring(path.begin(), path.end()));
+    } else if (!line.empty() && !line.starts_with(";;") && !line.starts_with("#time=")) {
+      lines.push_back(key + L" " + std::wstring(line.begin(), line.end()));
     }
   }
-
-  std::vector<std::wstring> m_lines;
-  std::vector<wchar_t> m_name = std::vector<wchar_t>(kNameLength);
-  std::vector<BYTE> m_data = std::vector<BYTE>(kDataLength);
-};
+}
 
 }  // namespace
 
 std::vector<std::wstring> DumpRegistry() {
-  CDump dump;
+  const CTempSandbox sandbox;
+  EnableSaving();
+  Lines lines;
   for (const auto& [root, name] :
        {std::pair(HKEY_LOCAL_MACHINE, L"HKLM"), std::pair(HKEY_CURRENT_USER, L"HKCU")}) {
+    const std::wstring file = sandbox / name;
     CRegKey software;
     EXPECT_EQ(software.Open(root, L"Software", KEY_READ | KEY_WOW64_64KEY), ERROR_SUCCESS);
-    dump.AddKey(software, name);
+    EXPECT_EQ(RegSaveKeyW(software, file.c_str(), nullptr), ERROR_SUCCESS);
+    AddFile(file, name, lines);
   }
-  return dump.Take();
+  std::sort(lines.begin(), lines.end());
+  lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+  return lines;
 }
 
-std::wstring KeyLine(const std::wstring& key) { return key + L"\\"; }
+std::wstring KeyLine(const std::wstring& key) { return EscapedKeyLine(Escape(key, L"[]")); }
 
 std::wstring ValueLine(const std::wstring& key, const std::wstring& name,
                        const std::wstring& text) {
-  return Line(key, name, L"\"" + text + L"\"");
+  const std::wstring escapedName = name.empty() ? L"@" : L"\"" + Escape(name, L"\"") + L"\"";
+  return KeyLine(key) + L" " + escapedName + L"=\"" + Escape(text, L"\"") + L"\"";
 }
 
 std::vector<std::wstring> LinesMissingIn(const std::vector<std::wstring>& other,

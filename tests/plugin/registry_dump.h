@@ -4,8 +4,10 @@
 #include <vector>
 
 /// Everything that software has written into the registry (HKLM\Software and HKCU\Software, both
-/// views), one line for each key and each value, sorted. The rest of the registry is left out:
-/// the system itself writes there at any time.
+/// views), one line for each key and each value, sorted. Without the times of the last changes, and
+/// without volatile keys: those are gone at the next start of the system, so no registration makes
+/// any (the order test checks this product's calls). The rest of the registry is left out: the
+/// system itself writes there at any time.
 std::vector<std::wstring> DumpRegistry();
 
 /// A key's line.

@@ -28,7 +28,7 @@ class HttpTestServer {
   // Sends a command to the control interface and returns the text of the answer. `patience` is how
   // long the server may be silent. Throws std::runtime_error if the server refuses or is not there.
   std::string Command(std::string_view method, std::string_view command, std::string_view body = {},
-                      std::chrono::milliseconds patience = std::chrono::seconds(20)) const;
+                      std::chrono::milliseconds patience = std::chrono::seconds(60)) const;
 
  private:
   WinsockSession m_winsock;

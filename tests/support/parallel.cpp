@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr DWORD kJoinLimitMs = 120000;
+constexpr DWORD kJoinLimitMs = 300000;
 constexpr UINT kHungThreadExitCode = 98;
 
 }  // namespace

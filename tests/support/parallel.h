@@ -5,7 +5,7 @@
 #include <functional>
 
 /// Runs a function on a thread of its own (this toolchain's thread model has no std::thread) and
-/// joins it at scope end. A thread that has not ended after two minutes fails the whole program.
+/// joins it at scope end. A thread that has not ended after five minutes fails the whole program.
 class CParallel {
  public:
   explicit CParallel(std::function<void()> work);

@@ -17,7 +17,7 @@ class HttpTestServer;
 // any thread. All throw std::runtime_error when the server does not answer.
 class ScriptedPath {
  public:
-  static constexpr std::chrono::milliseconds kPatience = std::chrono::seconds(20);
+  static constexpr std::chrono::milliseconds kPatience = std::chrono::seconds(60);
 
   ScriptedPath(const HttpTestServer& server, const PathScript& script);
   ~ScriptedPath();

@@ -9,7 +9,7 @@
 // from a thread beside the one that is inside the modal dialog (CParallel). Waits poll, as another
 // thread's windows signal nothing; when the time is up they fail the test and answer null or false.
 
-inline constexpr DWORD kUserPatienceMs = 20000;
+inline constexpr DWORD kUserPatienceMs = 60000;
 
 /// Waits for a visible, enabled dialog with exactly this title. Null after the time is up.
 HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs = kUserPatienceMs);

@@ -10,7 +10,7 @@
 #include <vector>
 
 /// Longest wait for anything a tool does, in milliseconds; only a failing test ever waits so long.
-constexpr DWORD kToolTimeout = 30000;
+constexpr DWORD kToolTimeout = 120000;
 
 /// Full path of a built tool, such as "browser_host.exe".
 std::wstring ToolPath(const std::wstring& fileName);

@@ -16,8 +16,8 @@ TITLE = "Browser host"
 _ADDRESS, _GO = 102, 1  # of its controls
 _FRAME = re.compile(r"frame hwnd=(\S+) pid=(\d+)")
 _BEFORE_NAVIGATE = re.compile(r"event BeforeNavigate2 url=<(.*)> cancel=([01])")
-_START_S = 30
-_QUIT_S = 20
+_START_S = 60
+_QUIT_S = 60
 
 
 @dataclass(frozen=True)
@@ -115,7 +115,7 @@ class Browser:
         self.dialogs.type(self.frame, _ADDRESS, url)
         self.dialogs.click(self.frame, _GO)
 
-    def navigation(self, timeout_s: float = 30) -> Navigation:
+    def navigation(self, timeout_s: float = 60) -> Navigation:
         """Waits until the helper objects have dealt with the navigation: their dialogs are over."""
         when, match = self._wait(_BEFORE_NAVIGATE, timeout_s, "the end of the navigation's event")
         return Navigation(match[1], match[2] == "1", when)

@@ -50,7 +50,7 @@ class Dialogs:
         self._driver = driver
         self._process = process
 
-    def _run(self, what: str, *arguments: str, timeout_s: float = 10) -> str:
+    def _run(self, what: str, *arguments: str, timeout_s: float = 60) -> str:
         limit = ("--timeout", str(int(timeout_s * 1000)))
         code, output = wine.run(self._driver, *limit, *arguments, timeout_s=timeout_s + 15)
         if code != 0:
@@ -63,14 +63,14 @@ class Dialogs:
         windows = [_window(line) for line in self._run("list of windows", "list").splitlines()]
         return [window for window in windows if self._process in (None, window.process)]
 
-    def wait(self, title: str, timeout_s: float = 20) -> Window:
+    def wait(self, title: str, timeout_s: float = 60) -> Window:
         """Waits for the window of this whole title."""
         process = () if self._process is None else ("--pid", str(self._process))
         options = ("--title", title, *process)
         what = f'window "{title}"'
         return _window(self._run(what, "wait-window", *options, timeout_s=timeout_s).rstrip("\n"))
 
-    def wait_gone(self, window: Window, timeout_s: float = 30) -> None:
+    def wait_gone(self, window: Window, timeout_s: float = 60) -> None:
         self._run(f'end of "{window.title}"', "wait-gone", window.handle, timeout_s=timeout_s)
 
     def click(self, window: Window, control: int) -> None:
@@ -105,7 +105,7 @@ class Dialogs:
                 return control
         raise DemoError(f'"{window.title}" has no control {number}')
 
-    def wait_progress(self, window: Window, bar: int, position: int, timeout_s: float = 20) -> int:
+    def wait_progress(self, window: Window, bar: int, position: int, timeout_s: float = 60) -> int:
         """Waits until a progress bar has reached a position, and gives where it stands."""
         deadline = time.monotonic() + timeout_s
         # Nothing tells another process that a bar has moved.

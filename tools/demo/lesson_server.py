@@ -14,8 +14,8 @@ from lessons import Lesson
 from wine import DemoError
 
 _SCRIPT = Path(__file__).parents[2] / "tests" / "http_server" / "server.py"
-_START_S = 20
-_GOODBYE_S = 10
+_START_S = 60
+_GOODBYE_S = 60
 _PLUGIN_AGENT = "FolivoAX"
 
 
@@ -90,7 +90,7 @@ class LessonServer:
         parameters = {"all": 1} if limit is None else {"limit": limit}
         self._control("POST", "allow", path=self._path(url), **parameters)
 
-    def wait(self, url: str, event: str, timeout_s: float = 30, **query: Any) -> None:
+    def wait(self, url: str, event: str, timeout_s: float = 60, **query: Any) -> None:
         """Waits until a request for the URL has got so far."""
         path = self._path(url)
         query |= {"path": path, "event": event, "timeout_ms": int(timeout_s * 1000)}

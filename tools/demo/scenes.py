@@ -17,7 +17,7 @@ _PROGRESS_TEXT, _PROGRESS_BAR = 207, 205
 _PROMPT_TEXT = "Would you like to open or save this Folivo file?"
 _NOT_AVAILABLE_TEXT = "The file {} is not available for downloading."
 _MISSING_TEXT = "The file {} does not exist. Please verify that the path to the file is valid."
-_AT_ONCE_MS = 3000  # the start of the program that clicks included
+_AT_ONCE_MS = 10000  # the start of the program that clicks included
 
 
 def _prompt(browser: Browser) -> Window:

@@ -13,7 +13,7 @@ _MARGIN = 16  # pixels around the windows; import leaves out what is beyond the 
 _SAME = 3  # equal pictures in a row: the windows have been drawn
 _PAUSE_S = 0.1
 _LIMIT_S = 5
-_TIMEOUT_S = 20
+_TIMEOUT_S = 60
 
 
 class Screenshots:

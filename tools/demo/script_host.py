@@ -41,7 +41,7 @@ class ScriptHost:
             wine.run("taskkill", "/f", "/im", "cscript.exe")
             self._process.wait()
 
-    def finish(self, timeout_s: float = 30) -> list[str]:
+    def finish(self, timeout_s: float = 60) -> list[str]:
         """Waits for the script's end; gives what it printed."""
         try:
             output, _ = self._process.communicate(timeout=timeout_s)

@@ -80,7 +80,7 @@ class Stage:
         lines = self._records.read_text(encoding="utf-8").splitlines()
         return [line.split("\t")[0] for line in lines]
 
-    def wait_launches(self, count: int, timeout_s: float = 15) -> list[str]:
+    def wait_launches(self, count: int, timeout_s: float = 60) -> list[str]:
         """Waits until the launcher has been started so many times."""
         deadline = time.monotonic() + timeout_s
         # Its end is an event of another process; what counts is that the record is there.

@@ -7,7 +7,7 @@ from pathlib import Path, PureWindowsPath
 
 PREFIX = Path(os.environ["WINEPREFIX"])
 _WINE = os.environ["WINE"]
-_TIMEOUT_S = 30
+_TIMEOUT_S = 60
 _EXPORT = r"C:\windows\temp\demo_export.reg"
 # Not the machine's "System": Wine notes there, at any time, what screens and devices it finds.
 _EXPORTED = (r"HKEY_LOCAL_MACHINE\Software", "HKEY_USERS")

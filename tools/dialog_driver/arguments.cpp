@@ -22,7 +22,7 @@ commands
   close HWND                  asks the window to close, as its close box does
   wait-gone HWND              waits until the window has gone
 
-  --timeout MS is the limit of every wait, in milliseconds (default 10000).
+  --timeout MS is the limit of every wait, in milliseconds (default 60000).
   -- ends the options, for texts that begin with --.
   HWND and ID are decimal or, with 0x, hexadecimal.
 

@@ -13,7 +13,7 @@ struct Arguments {
   bool help = false;
   std::vector<std::wstring> words;  // the command and what follows it
   WindowFilter filter;
-  DWORD timeout = 10000;  // milliseconds
+  DWORD timeout = 60000;  // milliseconds
 };
 
 /// What --help prints.

@@ -28,7 +28,8 @@ std::string RectText(const RECT& rect) {
 std::string ControlState(const WindowFacts& facts) {
   DWORD_PTR value = 0;
   const auto ask = [&](UINT message) {
-    return SendMessageTimeoutW(facts.window, message, 0, 0, SMTO_ABORTIFHUNG, 2000, &value) != 0;
+    return SendMessageTimeoutW(facts.window, message, 0, 0, SMTO_ABORTIFHUNG, kAnswerTimeout,
+                               &value) != 0;
   };
   if (lstrcmpiW(facts.className.c_str(), PROGRESS_CLASSW) == 0 && ask(PBM_GETPOS)) {
     return "\tpos=" + std::to_string(value);

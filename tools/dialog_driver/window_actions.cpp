@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr UINT kAnswerTimeout = 5000;  // milliseconds
-
 HWND FindControl(HWND dialog, int id) {
   if (const HWND direct = GetDlgItem(dialog, id)) {
     return direct;

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr UINT kAnswerTimeout = 2000;  // milliseconds
-
 std::vector<HWND> Collect(HWND parent) {
   std::vector<HWND> windows;
   const auto add = [](HWND window, LPARAM list) -> BOOL {

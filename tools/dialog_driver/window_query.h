@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+/// How long a window may take to answer a question, in milliseconds.
+inline constexpr UINT kAnswerTimeout = 20000;
+
 /// Which top-level window is wanted. Fields that are not set match any window.
 struct WindowFilter {
   std::optional<std::wstring> title;      // the whole title, compared exactly

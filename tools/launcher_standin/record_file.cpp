@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr DWORD kMutexTimeout = 10000;   // milliseconds
-constexpr DWORD kReplaceTimeout = 5000;  // milliseconds
+constexpr DWORD kMutexTimeout = 60000;    // milliseconds
+constexpr DWORD kReplaceTimeout = 30000;  // milliseconds
 
 /// Holds the mutex that keeps stand-ins apart.
 class CRecordLock {

@@ -37,14 +37,19 @@ enable_heap_checks() {
 tests_pid=
 stop_tests() { [[ ! $tests_pid ]] || kill -- "-$tests_pid"; }
 
-# run_tests [--lint] [--full] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and, last, the
-# closing line; returns non-zero when anything failed.
+# run_tests [--lint] [--full] [--seed N] [-R REGEX] [-L LABEL]: `preset` is set. Prints failures and,
+# last, the closing line; returns non-zero when anything failed.
 run_tests() {
-  local selection=() lint=yes tests=yes full=OFF
+  local selection=() lint=yes tests=yes full=OFF again=() seed=$(((RANDOM << 15 | RANDOM) & 0xFFFFFF))
   while (($#)); do
     case $1 in
       --lint) tests= ;;
-      --full) full=ON ;;
+      --full) full=ON again+=(--full) ;;
+      --seed)
+        [[ ${2-} =~ ^[0-9]{1,9}$ ]] || die "--seed needs a number. See ./run help."
+        seed=$((10#$2))
+        shift
+        ;;
       -R | -L)
         (($# > 1)) || die "$1 needs a value. See ./run help."
         selection+=("$1" "$2") lint=
@@ -56,6 +61,9 @@ run_tests() {
   done
   [[ $lint || $tests ]] || die "--lint and a selection of tests exclude each other."
 
+  [[ $preset == release ]] || again+=("--$preset")
+  # What the tests choose at random, they choose by this seed.
+  export FOLIVO_TEST_SEED=$seed
   # shellcheck disable=SC2034  # read by build
   configure_options=("-DFOLIVO_FULL_TESTS=$full")
   build "--$preset"
@@ -67,7 +75,7 @@ run_tests() {
     tools/lint/lint.sh "$preset_dir" || true  # what failed is in the results
   fi
   if [[ $tests ]]; then
-    say "Running the tests (build/logs/tests.log)"
+    say "Running the tests with seed $seed (build/logs/tests.log)"
     local wine_options=()
     [[ ! -e tests/support/hosts ]] || wine_options=(--hosts "$root/tests/support/hosts")
     wine_env_start test "${wine_options[@]}"
@@ -87,5 +95,5 @@ run_tests() {
     tests_pid=
     wine_env_stop
   fi
-  /usr/bin/python3 tools/setup/test_summary.py "$results"
+  /usr/bin/python3 tools/setup/test_summary.py "$results" "${again[@]}" --seed "$seed"
 }
