@@ -118,8 +118,7 @@ TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
 
 TEST_F(DownloadSteps, ActiveWindowIsTheDialogsParent) {
   static const HWND kActive = GetDesktopWindow();
-  const CImportPatch patch(
-      "user32.dll", "GetActiveWindow", +[]() -> HWND { return kActive; });
+  const CImportPatch patch("user32.dll", "GetActiveWindow", +[]() -> HWND { return kActive; });
   Run(false, L"http://localhost/a.qdk");
   EXPECT_EQ(m_parent, kActive);
 }

@@ -275,10 +275,10 @@ TEST(QuestionBox, BoxWhoseOwnerGoesLeavesNothingBehind) {
     });
     EXPECT_EQ(result, 0);
   }
-  // A first button that the next box does not have: its handle would be that of the last box.
-  EXPECT_EQ(ShowTo({.labels = {L"", L"Save", L"Cancel", L""}},
+  // The next box lacks the first button, and by itself the focus would go to the check box.
+  EXPECT_EQ(ShowTo({.labels = {L"", L"Save", L"Cancel", L""}, .checkLabel = L"Check"},
                    [](HWND box) {
-                     EXPECT_EQ(ChildrenOf(box).size(), 4u);
+                     EXPECT_EQ(ChildrenOf(box).size(), 5u);
                      EXPECT_EQ(GetDlgCtrlID(FocusIn(box)), 7);
                      Click(box, 7);
                    }),
