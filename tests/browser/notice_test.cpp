@@ -19,7 +19,7 @@ TEST(Notice, IsAPlainMessageOfTheProductOverItsOwner) {
   EXPECT_EQ(shown[0].owner, GetDesktopWindow());
 }
 
-TEST(ConfirmWarning, AsksYesOrNoAndTakesOnlyYesForIt) {
+TEST(ConfirmWarning, OnlyYesIsTrue) {
   for (const int answer : {IDYES, IDNO, IDCANCEL, 0}) {  // 0: the box cannot be shown
     CMessageRecorder messages(answer);
     EXPECT_EQ(ConfirmWarning(GetDesktopWindow(), L"%s exists.", L"a.qdk"), answer == IDYES);

@@ -257,7 +257,7 @@ TEST(ProtectedSaveDialog, ChoiceComesWithItsState) {
   EXPECT_EQ(browser->saveCalls, 0);
 }
 
-TEST(ProtectedSaveDialog, StateThatNobodyTakesOverIsCancelledOnce) {
+TEST(ProtectedSaveDialog, UnusedStateIsCancelledOnce) {
   const CIeFrameDouble browser;
   Choose(browser, L"C:\\x\\name");
   AskSavePath(kOwner, true, L"a.qdk", L".qdk");
@@ -265,7 +265,7 @@ TEST(ProtectedSaveDialog, StateThatNobodyTakesOverIsCancelledOnce) {
   EXPECT_EQ(browser->cancelledState, kState);
 }
 
-TEST(ProtectedSaveDialog, MemoryThatRunsOutAfterTheChoiceCancelsItOnce) {
+TEST(ProtectedSaveDialog, OutOfMemoryAfterTheChoiceCancelsItOnce) {
   const CIeFrameDouble browser;
   Choose(browser, L"C:\\x\\name");
   // The path is freed when it has been read, before it is made the choice.
@@ -295,7 +295,7 @@ TEST(ProtectedSaveDialog, MemoryThatRunsOutAfterTheChoiceCancelsItOnce) {
   EXPECT_EQ(browser->cancelledState, kState);
 }
 
-TEST(ProtectedSaveDialog, BrowserAloneDecidesAboutReplacing) {
+TEST(ProtectedSaveDialog, AppendedExtensionAsksNothing) {
   const CTempSandbox sandbox;
   sandbox.Write(L"taken.qdk", "the user's");
   const CIeFrameDouble browser;

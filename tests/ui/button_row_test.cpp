@@ -229,6 +229,19 @@ TEST(ButtonRow, OutOfMemoryIsThrownAsSuch) {
   EXPECT_EQ(thrown, E_OUTOFMEMORY);
 }
 
+TEST(ButtonRow, MissingFontStillGivesARow) {
+  const CButtonFrame frame;
+  frame.Add(1);
+  const CImportPatch metrics(
+      "user32.dll", "SystemParametersInfoW",
+      +[](UINT, UINT, PVOID, UINT) -> BOOL { return FALSE; });
+  EXPECT_EQ(LayOut(frame, true, 1, L"A"), 2 * kGap + 60);
+  const CImportPatch create(
+      "gdi32.dll", "CreateFontIndirectW", +[](const LOGFONTW*) -> HFONT { return nullptr; });
+  EXPECT_EQ(LayOut(frame, true, 1, L"A"), 2 * kGap + 60);
+  ExpectBounds(frame.Bounds(1), (kClientWidth - 60) / 2, kClientHeight - 3 * kGap, 60, 24);
+}
+
 int g_questions = 0;
 int g_fontsAlive = 0;
 
