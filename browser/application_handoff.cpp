@@ -49,6 +49,7 @@ void Launch(HWND owner, const CFilePath& file, LPCWSTR parameters) {
   ShellExecuteExW(&info);
 }
 
+/// Empty when the conversion fails.
 CStringA ToUtf8(const CStringW& text) {
   const int length =
       WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), nullptr, 0, nullptr, nullptr);
@@ -97,6 +98,12 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
 }
 
 HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
+  // Before the file: where the text cannot be made, no empty shortcut is left.
+  const CStringA address = ToUtf8(url);
+  if (address.IsEmpty() && !url.IsEmpty()) {
+    return E_FAIL;
+  }
+  const CStringA text = kShortcutHead + address;
   const CFilePath folder = GetAppTempFilesFolder(kProductName);
   CreateFolderTree(folder);
   const CFilePath path =
@@ -108,7 +115,7 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   if (!stream) {
     return E_FAIL;
   }
-  if (!WriteAndClose(std::move(stream), kShortcutHead + ToUtf8(url))) {
+  if (!WriteAndClose(std::move(stream), text)) {
     DeleteFileForced(path);
     return E_FAIL;
   }

@@ -14,6 +14,8 @@ inline constexpr wchar_t kRenamedText[] =
     L"We were unable to get the proper download filename. Your downloaded file will be renamed to "
     L"%s.";
 
+inline constexpr wchar_t kReplaceText[] = L"%s already exists. Do you want to replace it?";
+
 inline constexpr wchar_t kLessonFilter[] =
     L"Folivo Files (*.folivo;*.qdk;*.fvk)|*.folivo;*.qdk;*.fvk|All Files|*.*|";
 inline constexpr wchar_t kGalleryFilter[] =

@@ -46,6 +46,10 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
     if (site != nullptr) {
       site->QueryInterface(IID_PPV_ARGS(&browser));
     }
+    if (browser) {
+      // The window of another browser is no owner for this one's dialogs.
+      m_browserWindow = nullptr;
+    }
     m_browser = browser;
     m_spUnkSite = browser ? site : nullptr;
   }
@@ -77,7 +81,13 @@ HRESULT CIEDownload::Advise() {
   if (FAILED(found)) {
     return found;
   }
-  return point->Advise(static_cast<IDispatch*>(this), &m_adviseCookie);
+  // A failed subscription leaves the cookie of the one before, which goes on.
+  DWORD cookie = 0;
+  const HRESULT advised = point->Advise(static_cast<IDispatch*>(this), &cookie);
+  if (SUCCEEDED(advised)) {
+    m_adviseCookie = cookie;
+  }
+  return advised;
 }
 
 HRESULT CIEDownload::Unadvise() {
@@ -174,15 +184,13 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
     return;
   }
 
-  switch (AskOpenOrSave(owner)) {
-    case kAnswerOpen:
-      CallGuarded([&] { OpenOrSave(owner, dialog, false, url, extension); });
-      break;
-    case kAnswerSave:
-      CallGuarded([&] { OpenOrSave(owner, dialog, true, url, extension); });
-      break;
-    default:
-      break;
+  const int answer = AskOpenOrSave(owner);
+  if (answer == kAnswerNotAsked) {
+    // Nobody decided about this file, so the browser downloads it itself.
+    return;
+  }
+  if (answer == kAnswerOpen || answer == kAnswerSave) {
+    CallGuarded([&] { OpenOrSave(owner, dialog, answer == kAnswerSave, url, extension); });
   }
   // Whatever the answer, and however carrying it out ended.
   CancelNavigation(params);

@@ -45,7 +45,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
 
   /// The browser quits: unsubscribes. Always S_OK.
   virtual HRESULT OnQuit();
-  /// Subscribes to the browser's events, and keeps the cookie.
+  /// Subscribes to the browser's events, and keeps the cookie when that succeeds.
   virtual HRESULT Advise();
   /// Ends the last subscription.
   virtual HRESULT Unadvise();

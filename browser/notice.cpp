@@ -2,8 +2,20 @@
 
 #include "ui/product_texts.h"
 
-void ShowNotice(HWND owner, LPCWSTR format, const CStringW& subject) {
+namespace {
+
+int ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject, UINT style) {
   CStringW text;
   text.Format(format, subject.GetString());
-  MessageBoxW(owner, text, kProductName, MB_OK);
+  return MessageBoxW(owner, text, kProductName, style);
+}
+
+}  // namespace
+
+void ShowNotice(HWND owner, LPCWSTR format, const CStringW& subject) {
+  ShowMessage(owner, format, subject, MB_OK);
+}
+
+bool ConfirmWarning(HWND owner, LPCWSTR format, const CStringW& subject) {
+  return ShowMessage(owner, format, subject, MB_YESNO | MB_ICONWARNING) == IDYES;
 }

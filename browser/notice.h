@@ -3,5 +3,10 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-/// Tells the user something in a message box of the product; `format` has one %s, for `subject`.
+// Message boxes of the product; `format` has one %s, for `subject`.
+
+/// Tells the user something.
 void ShowNotice(HWND owner, LPCWSTR format, const CStringW& subject);
+
+/// Warns the user and asks Yes or No. True for Yes.
+bool ConfirmWarning(HWND owner, LPCWSTR format, const CStringW& subject);

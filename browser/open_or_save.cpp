@@ -3,6 +3,7 @@
 #include <shlwapi.h>
 
 #include <optional>
+#include <utility>
 
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"
@@ -29,11 +30,12 @@ CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
   return path;
 }
 
-/// Transfers the rest of the file to `destination`. True when it was delivered.
-bool RunDownload(CProgressDialog& dialog, const CFilePath& destination, HANDLE saveState) {
-  dialog.m_saveState = saveState;
-  dialog.m_destPath = destination;
-  dialog.m_fileName = destination.GetFileNamePart();
+/// Transfers the rest of the file to `place`. True when it was delivered.
+bool RunDownload(CProgressDialog& dialog, CSaveChoice& place) {
+  dialog.m_destPath = place.path;
+  dialog.m_fileName = place.path.GetFileNamePart();
+  // Last: from here on it is the dialog that saves by the state or cancels it.
+  dialog.m_saveState = place.saveState.Detach();
   return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;
 }
 
@@ -56,20 +58,22 @@ void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const
     if (!choice) {
       return;
     }
-    place = *choice;
+    place = std::move(*choice);
   } else {
     place.path = MakeOpenPath(name, extension);
   }
 
   SetCursor(LoadCursorW(nullptr, IDC_WAIT));
   if (PathIsURLW(url)) {
-    if (!dialog || !RunDownload(*dialog, place.path, place.saveState)) {
+    if (!dialog || !RunDownload(*dialog, place)) {
       return;
     }
   } else if (!PathExists(CFilePath(url))) {
     ShowNotice(owner, kFileMissingText, url);
     return;
   } else if (save) {
+    // The browser has no part in the copy of a local file.
+    place.saveState.Close();
     // Deliberately silent on a failure.
     CopyFileW(url, place.path, FALSE);
   } else {

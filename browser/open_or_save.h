@@ -10,6 +10,7 @@
 enum OpenOrSaveAnswer {
   kAnswerOpen = kMessageBoxButton1,
   kAnswerSave = kMessageBoxButton2,
+  kAnswerNotAsked = kMessageBoxRefused,  // another question is open in this module
 };
 
 /// Asks whether to open or save the file that was recognised. Modal over `owner`.

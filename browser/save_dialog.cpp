@@ -7,6 +7,9 @@
 #include <cstddef>
 
 #include "browser/browser_texts.h"
+#include "browser/current_directory_keeper.h"
+#include "browser/notice.h"
+#include "download/file_operations.h"
 #include "download/ie_frame_library.h"
 #include "ui/bind_function.h"
 
@@ -72,20 +75,35 @@ bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& exten
 }
 
 bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& extension,
-                      CPathBuffer& buffer, HANDLE& saveState) {
+                      CPathBuffer& buffer, CScopedSaveState& saveState) {
   const CStringW filter = GetSaveFilter(extension);
   const CIeFrameLibrary library;
   CComHeapPtr<wchar_t> path;
+  HANDLE state = nullptr;
   const HRESULT answer =
       library.ShowSaveFileDialog(owner, fileName, filter.IsEmpty() ? nullptr : filter.GetString(),
-                                 kFilterIndex, kFlags, &path, &saveState);
+                                 kFilterIndex, kFlags, &path, &state);
   if (answer != S_OK) {
-    library.CancelSaveFile(saveState);
-    saveState = nullptr;
+    // With or without a state.
+    library.CancelSaveFile(state);
     return false;
   }
+  saveState = CScopedSaveState(state);
   CopyTruncated(path != nullptr ? static_cast<LPCWSTR>(path) : L"", buffer);
   return true;
+}
+
+bool AskDialog(HWND owner, bool isProtected, const CStringW& fileName, const CStringW& extension,
+               CPathBuffer& buffer, CScopedSaveState& saveState) {
+  // The dialog moves to the chosen folder, and libraries would be searched for there later.
+  const CCurrentDirectoryKeeper keeper;
+  return isProtected ? AskBrowserDialog(owner, fileName, extension, buffer, saveState)
+                     : AskCommonDialog(owner, fileName, extension, buffer);
+}
+
+bool MayReplace(HWND owner, const CFilePath& path) {
+  return !PathExists(path) || IsFolder(path) ||
+         ConfirmWarning(owner, kReplaceText, path.GetFileNamePart());
 }
 
 }  // namespace
@@ -115,16 +133,16 @@ std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStri
   CPathBuffer buffer = {};
   CopyTruncated(fileName, buffer);
   CSaveChoice choice;
-  const bool chosen = isProtected
-                          ? AskBrowserDialog(owner, fileName, extension, buffer, choice.saveState)
-                          : AskCommonDialog(owner, fileName, extension, buffer);
-  if (!chosen) {
+  if (!AskDialog(owner, isProtected, fileName, extension, buffer, choice.saveState)) {
     return std::nullopt;
   }
-  CStringW path = CFilePath(buffer.data()).GetText();
-  if (CFilePath(path).GetExtension().IsEmpty()) {
-    path += extension;
+  choice.path = CFilePath(buffer.data());
+  if (choice.path.GetExtension().IsEmpty()) {
+    choice.path.ChangeExtension(extension);
+    // The system's dialog has asked about the name as it was typed.
+    if (!isProtected && !MayReplace(owner, choice.path)) {
+      return std::nullopt;
+    }
   }
-  choice.path = CFilePath(path);
   return choice;
 }

@@ -6,13 +6,22 @@
 #include <optional>
 
 #include "download/file_path.h"
+#include "download/ie_frame_library.h"
+#include "ui/scoped_handle.h"
+
+/// The browser's state of a protected-mode save: cancelled, unless it is handed over.
+struct CSaveStateTraits {
+  using Handle = HANDLE;
+  static Handle Empty() { return nullptr; }
+  static void Close(Handle state) { CIeFrameLibrary().CancelSaveFile(state); }
+};
+using CScopedSaveState = CScopedHandle<CSaveStateTraits>;
 
 /// Where the user chose to save a download.
 struct CSaveChoice {
   CFilePath path;
-  /// The browser's state of a protected-mode save, for the dialog's m_saveState; null for an
-  /// ordinary save.
-  HANDLE saveState = nullptr;
+  /// For the dialog's m_saveState; empty for an ordinary save.
+  CScopedSaveState saveState;
 };
 
 /// The file-type list for downloads of `extension`, with "|" for its NULs; empty for none.
@@ -22,6 +31,8 @@ CStringW GetSaveFilter(const CStringW& extension);
 CStringW GetCommonDialogFilter(const CStringW& extension);
 
 /// Asks where to save `fileName` in the system's save dialog, or in the browser's own when
-/// `isProtected`. Nothing when the user chose nothing. Modal over `owner`.
+/// `isProtected`. A choice without an extension gets `extension`; where the system's dialog was
+/// given such a name and a file has it, the user is asked whether to replace that. Nothing when the
+/// user chose nothing. Modal over `owner`; keeps the process's current directory.
 std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStringW& fileName,
                                        const CStringW& extension);

@@ -44,5 +44,5 @@ if(FOLIVO_UBSAN)
   target_link_options(project_options INTERFACE ${sanitizer})
 endif()
 
-# The edition flag: a build with it set says "MERLO Folivo SE" wherever the product says its name.
+# The edition flag: what a build with it set says differently stands in ui/edition.h.
 option(FOLIVO_SE_EDITION "Build the SE edition" OFF)

@@ -2,10 +2,12 @@
 
 #include <shlwapi.h>
 
+#include <string_view>
+
 namespace {
 
 constexpr wchar_t kSeparator = L'\\';
-constexpr wchar_t kIllegalNameChars[] = L"<>:\"/\\|?*";
+constexpr std::wstring_view kIllegalNameChars = L"<>:\"/\\|?*";
 
 // A colon further left belongs to a plain drive path ("C:\"), not to a prefix in front of one.
 constexpr int kFirstPrefixedColon = 4;
@@ -29,7 +31,7 @@ CStringW NormalizePath(const CStringW& text) {
 CStringW RemoveIllegalFileNameChars(const CStringW& name) {
   CStringW legal;
   for (int i = 0; i < name.GetLength(); ++i) {
-    if (wcschr(kIllegalNameChars, name[i]) == nullptr) {
+    if (kIllegalNameChars.find(name[i]) == std::wstring_view::npos) {
       legal.AppendChar(name[i]);
     }
   }

@@ -257,7 +257,7 @@ int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
                          const CStringW& button4, const CStringW& checkLabel, LONG* checkState) {
   const COpenBoxGuard guard;
   if (!guard.Entered()) {
-    return kMessageBoxButton3;
+    return kMessageBoxRefused;
   }
 
   // A box whose owner was destroyed under it never saw the command that clears the handles.

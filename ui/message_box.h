@@ -9,6 +9,7 @@ enum CustomMessageBoxResult {
   kMessageBoxButton2 = IDNO,      // 7
   kMessageBoxButton3 = IDCANCEL,  // 2, also Escape and the close box
   kMessageBoxButton4 = IDABORT,   // 3
+  kMessageBoxRefused = -2,        // not shown: a box of this module is open already
 };
 
 /// Shows a modal question box whose buttons carry the caller's own words.
@@ -19,8 +20,10 @@ enum CustomMessageBoxResult {
 /// with the state that the last box left.
 ///
 /// Returns the command that closed the box: a CustomMessageBoxResult, or whatever other command
-/// reached it. While a box of this module is open, a second call answers kMessageBoxButton3 at
-/// once. Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
+/// reached it. Without a command it returns 0 when the owner was destroyed while the box was open,
+/// and what the system's DialogBoxIndirectParam returns when it cannot show the box: -1, or 0 for
+/// an owner that is no window. kMessageBoxRefused at once while a box of this module is open, on
+/// whatever thread. Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
 int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
                          const CStringW& button1, const CStringW& button2, const CStringW& button3,
                          const CStringW& button4, const CStringW& checkLabel, LONG* checkState);

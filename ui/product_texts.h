@@ -1,6 +1,8 @@
 #pragma once
 
-/// The product's name as users see it: caption of every message box and name of its folder.
+/// The product's name as users see it: caption of every message box, in the SE edition too, and
+/// name of the folder of its temporary files.
 inline constexpr wchar_t kProductName[] = L"MERLO Folivo";
-/// The same in the SE edition.
+/// What the SE edition (edition.h) says instead in the name of that folder and as the title of the
+/// question box.
 inline constexpr wchar_t kProductNameSe[] = L"MERLO Folivo SE";

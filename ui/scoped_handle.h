@@ -41,6 +41,9 @@ class CScopedHandle {
   Handle Get() const { return m_handle; }
   explicit operator bool() const { return m_handle != Traits::Empty(); }
 
+  /// Hands the handle over to the caller; none is owned here any more.
+  [[nodiscard]] Handle Detach() { return std::exchange(m_handle, Traits::Empty()); }
+
   /// Closes the handle, if there is one, keeping the thread's last error.
   void Close() {
     if (m_handle != Traits::Empty()) {

@@ -16,9 +16,12 @@ class CSelectedFontDC {
   CSelectedFontDC& operator=(const CSelectedFontDC&) = delete;
 
   /// Size in pixels of `text` wrapped at word breaks to `width`; "&" is an ordinary character.
+  /// Empty when the system cannot measure it.
   SIZE MeasureText(LPCWSTR text, int width, int height) const {
     RECT bounds = {0, 0, width, height};
-    DrawTextW(m_dc, text, -1, &bounds, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX);
+    if (DrawTextW(m_dc, text, -1, &bounds, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX) == 0) {
+      return {};
+    }
     return {bounds.right - bounds.left, bounds.bottom - bounds.top};
   }
 

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "download/file_operations.h"
+#include "tests/atl/base/failing_malloc.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/navigation_event.h"
@@ -271,6 +273,49 @@ TEST_F(Shortcut, FailsWhereTheFileCannotBeCreated) {
   CFilePath path(L"unset");
   EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
   EXPECT_EQ(std::wstring(path), L"unset");
+}
+
+TEST_F(Shortcut, FailsAndLeavesNoFileWhereItCannotBeWritten) {
+  static decltype(&fclose) closeStream;
+  CFilePath path(L"unset");
+  {
+    const CImportPatch patch(
+        "msvcrt.dll", "fwrite", +[](const void*, size_t, size_t, FILE*) -> size_t { return 1; });
+    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+  }
+  {
+    // A small text goes to the disk when the stream is closed.
+    const CImportPatch patch(
+        "msvcrt.dll", "fclose", +[](FILE* stream) {
+          closeStream(stream);
+          return EOF;
+        });
+    closeStream = patch.Original<int(FILE*)>();
+    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+  }
+  EXPECT_EQ(std::wstring(path), L"unset");
+  EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+TEST_F(Shortcut, LeavesNoFileWhereItsTextCannotBeMade) {
+  CFilePath path(L"unset");
+  {
+    const CImportPatch patch(
+        "kernel32.dll", "WideCharToMultiByte",
+        +[](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) { return 0; });
+    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+  }
+  HRESULT thrown = S_OK;
+  const CStringW url(std::wstring(20000, L'a').c_str());
+  try {
+    const CFailingMalloc failing(15000);  // nothing but the URL is that long
+    WriteInternetShortcut(url, path);
+  } catch (const CAtlException& e) {
+    thrown = e.m_hr;
+  }
+  EXPECT_EQ(thrown, E_OUTOFMEMORY);
+  EXPECT_EQ(std::wstring(path), L"unset");
+  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 TEST_F(Shortcut, FailsWhenThePathIsTakenAfterAll) {

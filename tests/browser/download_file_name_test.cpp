@@ -109,6 +109,7 @@ TEST(DownloadFileName, ReplacementKeepsAnExtensionOfAnyLength) {
   CMessageRecorder messages;
   const std::wstring extension = L"." + std::wstring(400, L'e');
   EXPECT_EQ(NameOf(L"http://server/name" + extension), L"downloadedfile" + extension);
+  EXPECT_EQ(NameOf(L"http://server/" + extension), L"downloadedfile" + extension);
 }
 
 TEST(DownloadFileName, ReplacementIsCleanedToo) {

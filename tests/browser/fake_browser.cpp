@@ -27,6 +27,7 @@ ULONG CFakeConnectionPoint::Release() { return static_cast<ULONG>(--references);
 
 HRESULT CFakeConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
   if (FAILED(adviseResult)) {
+    *cookie = 0;  // as COM wants it
     return adviseResult;
   }
   sinks.push_back(sink);

@@ -3,6 +3,8 @@
 
 #include <exdispid.h>
 #include <gtest/gtest.h>
+#include <windows.h>
+#include <wininet.h>
 
 #include <filesystem>
 #include <new>
@@ -23,6 +25,7 @@
 #include "tests/support/import_patch.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -232,6 +235,22 @@ TEST_F(Navigation, LocalLessonIsSavedByCopying) {
   EXPECT_TRUE(m_launches.Launches().empty());
 }
 
+TEST_F(Navigation, AddressOfALocalLessonIsFetchedAsAUrl) {
+  // As a path it would name the file: what stands in front of the drive is dropped.
+  const std::wstring url = L"file:///" + m_sandbox.Write(L"a.qdk", kOldLessonHead);
+  static std::vector<std::wstring> opened;
+  opened.clear();
+  const CImportPatch patch(
+      "wininet.dll", "InternetOpenUrlW",
+      +[](HINTERNET, LPCWSTR address, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
+        opened.emplace_back(address);
+        return nullptr;
+      });
+  EXPECT_FALSE(Navigate(url));
+  EXPECT_EQ(opened, std::vector<std::wstring>{url});
+  EXPECT_EQ(m_prompt.Count(), 0);
+}
+
 TEST_F(Navigation, LocalFileOfWrongContentIsTheBrowsers) {
   const std::wstring file = m_sandbox.Write(L"a.folivo", "no lesson");
   EXPECT_FALSE(Navigate(file));
@@ -426,18 +445,24 @@ TEST_F(Navigation, BrowserMayQuitWhileAsking) {
   EXPECT_EQ(m_browser.container.point.unadvised.size(), 1u);
 }
 
-TEST_F(Navigation, SecondLessonWhileAskingIsCancelledUnasked) {
+TEST_F(Navigation, LessonDuringAnotherQuestionIsLeftToTheBrowser) {
   const CIeFrameDouble browser;
   const CPromptAnswer prompt(kOpen);
   const std::wstring first = m_sandbox.Write(L"first.qdk", kOldLessonHead);
   const ScriptedPath path(m_server, Lesson());
-  bool secondCancelled = false;
-  prompt.WhileOpen([&] { secondCancelled = Navigate(path.Url(L"second.folivo")); });
+  std::vector<bool> cancelled;
+  prompt.WhileOpen([&] {
+    cancelled.push_back(Navigate(path.Url(L"second.folivo")));
+    const CParallel otherWindow(
+        [&] { cancelled.push_back(CHelperObject().Navigate(path.Url(L"third.folivo"))); });
+  });
   EXPECT_TRUE(Navigate(first));
-  EXPECT_TRUE(secondCancelled);
+  EXPECT_EQ(cancelled, (std::vector<bool>{false, false}));
+  EXPECT_EQ(path.Requests().size(), 2u) << "both were checked";
   EXPECT_EQ(prompt.Count(), 1);
   ASSERT_EQ(m_launches.Launches().size(), 1u);
   EXPECT_EQ(m_launches.Launches()[0].file, first);
+  EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_EQ(m_sandbox.Files(), (std::vector<std::wstring>{L"first.qdk"}));
 }
 

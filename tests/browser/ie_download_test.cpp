@@ -160,6 +160,16 @@ TEST(SetSite, AnotherSubscriptionReplacesTheCookieWithoutUnsubscribing) {
   EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7002}));
 }
 
+TEST(SetSite, FailedSubscriptionLeavesTheCookieOfTheOneBefore) {
+  CFakeBrowser browser;
+  const CHelperObject helper;
+  helper->SetSite(&browser);
+  browser.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
+  EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_ADVISELIMIT);
+  EXPECT_EQ(helper->Unadvise(), S_OK);
+  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
+}
+
 TEST(SetSite, BrowserWithoutEventsIsAPointerError) {
   CFakeBrowser browser;
   CFakeBrowser deaf;
@@ -201,6 +211,23 @@ TEST(SetSite, FrameOfTheThreadStandsInForABrowserThatTellsNone) {
   const CHelperObject other;
   other->SetSite(&browser);
   EXPECT_EQ(PromptOwner(other), frame);
+}
+
+TEST(SetSite, NewBrowserForgetsTheWindowOfTheOneBefore) {
+  for (const bool lettingGoBetween : {false, true}) {
+    CFakeBrowser first;
+    CFakeBrowser second;
+    first.window = GetDesktopWindow();
+    second.windowResult = E_FAIL;
+    const CHelperObject helper;
+    helper->SetSite(&first);
+    if (lettingGoBetween) {
+      helper->SetSite(nullptr);
+      EXPECT_EQ(PromptOwner(helper), first.window) << "the events are still the first one's";
+    }
+    helper->SetSite(&second);
+    EXPECT_EQ(PromptOwner(helper), nullptr);
+  }
 }
 
 TEST(FindBrowserFrameWindow, TakesTheFrameOfEitherClassInAnyCase) {

@@ -48,7 +48,12 @@ TEST_F(OpenOrSaveDialogs, PromptAsksWithThreeButtons) {
     EXPECT_EQ(ChildText(prompt, kOpenButton), L"Open");
     EXPECT_EQ(ChildText(prompt, kSaveButton), L"Save");
     EXPECT_EQ(ChildText(prompt, kCancelButton), L"Cancel");
-    EXPECT_EQ(GetDlgItem(prompt, 3), nullptr);
+    int children = 0;
+    for (HWND child = GetWindow(prompt, GW_CHILD); child != nullptr;
+         child = GetWindow(child, GW_HWNDNEXT)) {
+      ++children;
+    }
+    EXPECT_EQ(children, 5) << "icon, text and buttons, and no check box";
     EXPECT_EQ(GetWindow(prompt, GW_OWNER), m_frame);
     EXPECT_FALSE(IsWindowEnabled(m_frame));
     Click(prompt, kCancelButton);
@@ -66,6 +71,7 @@ TEST_F(OpenOrSaveDialogs, ClosingThePromptDoesNothingAndCancels) {
 
 TEST_F(OpenOrSaveDialogs, SavedFileHasTheTypedNameAndTheDownloadsExtension) {
   const ScriptedPath path(m_server, Lesson());
+  const std::filesystem::path directory = std::filesystem::current_path();
   EXPECT_TRUE(Navigate(path.Url(L"files/My%20Lesson.folivo"), [&] {
     AnswerPrompt(kSaveButton);
     const HWND dialog = WaitForDialog(kSaveTitle);
@@ -77,6 +83,7 @@ TEST_F(OpenOrSaveDialogs, SavedFileHasTheTypedNameAndTheDownloadsExtension) {
   }));
   EXPECT_EQ(m_sandbox.Files(), Files{L"My choice.folivo"});
   EXPECT_EQ(ReadFileBytes(m_sandbox / L"My choice.folivo"), LessonBytes());
+  EXPECT_EQ(std::filesystem::current_path(), directory);
   EXPECT_EQ(path.Requests().size(), 1u);
   EXPECT_TRUE(m_launches.Launches().empty());
 }
@@ -228,6 +235,21 @@ TEST_F(OpenOrSaveDialogs, LocalSaveAsksOnceBeforeItOverwrites) {
     }
   }));
   EXPECT_EQ(ReadFileBytes(target), kOldLessonHead + "new");
+}
+
+TEST_F(OpenOrSaveDialogs, AppendedExtensionDoesNotReplaceAFileAfterNo) {
+  const std::wstring taken = m_sandbox.Write(L"taken.folivo", "the user's");
+  const ScriptedPath path(m_server, Lesson());
+  EXPECT_TRUE(Navigate(path.Url(L"a.folivo"), [&] {
+    AnswerPrompt(kSaveButton);
+    SaveAs(m_sandbox / L"taken");
+    const HWND question = WaitForDialog(L"MERLO Folivo");
+    EXPECT_EQ(MessageText(question), L"taken.folivo already exists. Do you want to replace it?");
+    EXPECT_EQ(GetWindow(question, GW_OWNER), m_frame);
+    Click(question, IDNO);
+  }));
+  EXPECT_EQ(ReadFileBytes(taken), "the user's");
+  EXPECT_EQ(m_sandbox.Files(), Files{L"taken.folivo"});
 }
 
 TEST_F(OpenOrSaveDialogs, TemplateGalleriesHaveNoTypeList) {

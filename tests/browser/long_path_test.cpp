@@ -226,15 +226,12 @@ TEST(FitPathLength, FolderIsMeasuredInItsLongForm) {
   EXPECT_EQ(fitted.GetLength(), static_cast<int>(base.size()) - 1 - 5);
 }
 
-TEST(FitPathLength, LongFormOf260CharactersIsNotUsed) {
-  const CFilePath destination(L"C:\\A\\B\\name.qdk");
-  CStringW base(L"name");
-  {
-    const CFileSystemOfOneName fileSystem(std::wstring(128, L'n'));  // 3 + 128 + 1 + 128 = 260
-    EXPECT_FALSE(FitPathLength(destination, L".qdk", base));
+TEST(FitPathLength, LongFormIsUsedUpTo259Characters) {
+  for (const size_t length : {258, 259, 260}) {
+    const CFileSystemOfOneName fileSystem(std::wstring(length - 3, L'n'));  // behind the root
+    CStringW base(L"name");
+    EXPECT_EQ(FitPathLength(CFilePath(L"C:\\A\\name.qdk"), L".qdk", base), length < 260) << length;
   }
-  const CFileSystemOfOneName fileSystem(std::wstring(127, L'n'));
-  EXPECT_TRUE(FitPathLength(destination, L".qdk", base));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "tests/browser/fake_browser.h"
 #include "tests/browser/navigation_event.h"
 
 namespace {
@@ -168,9 +169,14 @@ TEST(CancelNavigation, TurnsAVariantByReferenceIntoAFlag) {
 
 TEST(CancelNavigation, WhatTheVariantHeldIsReleased) {
   CNavigationEvent event(L"");
-  CComVariant flag(L"text that would leak");
+  CFakeSite held(nullptr);
+  CComVariant flag;
+  flag.vt = VT_UNKNOWN;
+  flag.punkVal = &held;
+  held.AddRef();
   event.Argument(0) = MakeVariant(VT_BYREF | VT_VARIANT, &flag);
   CancelNavigation(*event.Params());
+  EXPECT_EQ(held.references, 0);
   EXPECT_EQ(flag.vt, VT_BOOL);
   EXPECT_EQ(flag.boolVal, VARIANT_TRUE);
 }

@@ -19,6 +19,19 @@ TEST(Notice, IsAPlainMessageOfTheProductOverItsOwner) {
   EXPECT_EQ(shown[0].owner, GetDesktopWindow());
 }
 
+TEST(ConfirmWarning, OnlyYesIsTrue) {
+  for (const int answer : {IDYES, IDNO, IDCANCEL, 0}) {  // 0: the box cannot be shown
+    CMessageRecorder messages(answer);
+    EXPECT_EQ(ConfirmWarning(GetDesktopWindow(), L"%s exists.", L"a.qdk"), answer == IDYES);
+    const auto shown = messages.Take();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0].text, L"a.qdk exists.");
+    EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+    EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_YESNO | MB_ICONWARNING));
+    EXPECT_EQ(shown[0].owner, GetDesktopWindow());
+  }
+}
+
 TEST(Notice, SubjectIsNeverAFormat) {
   CMessageRecorder messages;
   ShowNotice(nullptr, L"<%s>", L"%s%n%d 100%");

@@ -83,6 +83,7 @@ class DownloadSteps : public OpenOrSaveSteps {
       m_destination = dialog->m_destPath.GetText().GetString();
       m_shownName = dialog->m_fileName.GetString();
       m_saveState = dialog->m_saveState;
+      m_cancelsBefore = m_browser->cancelCalls;
       m_wasWaiting = CCursorRecorder::IsWaiting();
     });
     OpenOrSave(kOwner, dialog, save, url.c_str(), L".qdk");
@@ -99,6 +100,7 @@ class DownloadSteps : public OpenOrSaveSteps {
   std::wstring m_destination;
   std::wstring m_shownName;
   HANDLE m_saveState = nullptr;
+  int m_cancelsBefore = -1;
 };
 
 TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
@@ -216,7 +218,16 @@ TEST_F(DownloadSteps, ProtectedSaveHandsItsStateToTheDownload) {
   EXPECT_EQ(std::wstring(m_browser->saveDialogFileName), L"a.qdk");
   EXPECT_EQ(m_saveState, kState);
   EXPECT_EQ(m_destination, L"C:\\Users\\chosen.qdk");
+  EXPECT_EQ(m_cancelsBefore, 0);
   EXPECT_EQ(m_browser->saveCalls, 0);  // the download's business
+}
+
+TEST_F(DownloadSteps, AddressOfALocalFileIsDownloadedAndNotCopied) {
+  const std::wstring file = m_sandbox.Write(L"a.qdk", kOldLessonHead);
+  const CCommonDialog dialog(m_sandbox / L"target.qdk");
+  Run(true, L"file:///" + file);
+  EXPECT_EQ(m_runs, 1);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"a.qdk"});
 }
 
 TEST_F(DownloadSteps, CancelledProtectedSaveRunsNothing) {
@@ -347,13 +358,45 @@ TEST_F(LocalFileSteps, CancelledSaveDialogCopiesNothing) {
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
 }
 
-TEST_F(LocalFileSteps, ProtectedSaveIsACopyToo) {
-  const std::wstring target = m_sandbox / L"target.qdk";
-  m_browser->isProtectedMode = TRUE;
-  wcscpy(m_browser->saveDialogPath, target.c_str());
+class ProtectedLocalFileSteps : public LocalFileSteps {
+ protected:
+  ProtectedLocalFileSteps() {
+    m_browser->isProtectedMode = TRUE;
+    m_browser->saveDialogState = kState;
+    wcscpy(m_browser->saveDialogPath, m_target.c_str());
+  }
+  void ExpectCancelledOnce() const {
+    EXPECT_EQ(m_browser->saveCalls, 0);
+    EXPECT_EQ(m_browser->cancelCalls, 1);
+    EXPECT_EQ(m_browser->cancelledState, kState);
+  }
+  const std::wstring m_target = m_sandbox / L"target.qdk";
+};
+
+TEST_F(ProtectedLocalFileSteps, SaveIsACopyAndTheBrowsersIsCancelled) {
   Run(true, m_file);
-  EXPECT_EQ(ReadFileBytes(target), kOldLessonHead);
-  EXPECT_EQ(m_browser->saveCalls, 0);
+  EXPECT_EQ(ReadFileBytes(m_target), kOldLessonHead);
+  ExpectCancelledOnce();
+}
+
+TEST_F(ProtectedLocalFileSteps, FileThatHasGoneCancelsTheSave) {
+  std::filesystem::remove(m_file);
+  Run(true, m_file);
+  EXPECT_EQ(m_messages.TakeTexts().size(), 1u);
+  ExpectCancelledOnce();
+}
+
+TEST_F(ProtectedLocalFileSteps, UrlWithoutADownloadCancelsTheSave) {
+  Run(true, L"http://localhost/a.qdk");
+  ExpectCancelledOnce();
+}
+
+TEST_F(ProtectedLocalFileSteps, ExceptionBeforeTheDownloadCancelsTheSave) {
+  const CImportPatch patch(
+      "user32.dll", "SetCursor", +[](HCURSOR) -> HCURSOR { AtlThrow(E_OUTOFMEMORY); });
+  EXPECT_THROW(Run(true, m_file), CAtlException);
+  ExpectCancelledOnce();
+  EXPECT_FALSE(std::filesystem::exists(m_target));
 }
 
 TEST_F(LocalFileSteps, FileThatHasGoneIsReportedAndNothingElseHappens) {

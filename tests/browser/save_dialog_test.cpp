@@ -3,12 +3,19 @@
 #include <commdlg.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
+#include <filesystem>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "tests/atl/base/failing_malloc.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/lookup_patch.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/temp_sandbox.h"
 
 namespace {
 
@@ -18,8 +25,7 @@ constexpr wchar_t kGalleries[] =
     L"Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)|"
     L"*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi|All Files|*.*|";
 
-// Up to lpTemplateName.
-constexpr DWORD kOldSize = offsetof(OPENFILENAMEW, pvReserved);
+constexpr DWORD kOldSize = 136;  // up to lpTemplateName
 
 const HWND kOwner = GetDesktopWindow();
 const HANDLE kState = GetCurrentThread();  // any value: only handed on
@@ -98,23 +104,27 @@ TEST(CommonSaveDialog, FilterFollowsTheExtension) {
 
 TEST(CommonSaveDialog, OldSystemsAreGivenTheOldSize) {
   struct {
+    BOOL succeeds;
     DWORD platform;
     DWORD major;
     DWORD size;
   } const cases[] = {
-      {VER_PLATFORM_WIN32_NT, 5, sizeof(OPENFILENAMEW)},
-      {VER_PLATFORM_WIN32_NT, 4, kOldSize},
-      {VER_PLATFORM_WIN32_WINDOWS, 5, kOldSize},
+      {TRUE, VER_PLATFORM_WIN32_NT, 5, sizeof(OPENFILENAMEW)},
+      {TRUE, VER_PLATFORM_WIN32_NT, 4, kOldSize},
+      {TRUE, VER_PLATFORM_WIN32_WINDOWS, 5, kOldSize},
+      {FALSE, VER_PLATFORM_WIN32_NT, 5, kOldSize},
   };
+  static BOOL answer;
   static OSVERSIONINFOW version;
   const CImportPatch patch(
       "kernel32.dll", "GetVersionExW", +[](OSVERSIONINFOW* out) -> BOOL {
         out->dwPlatformId = version.dwPlatformId;
         out->dwMajorVersion = version.dwMajorVersion;
-        return TRUE;
+        return answer;
       });
   const CCommonDialog dialog(L"");
-  for (const auto& [platform, major, size] : cases) {
+  for (const auto& [succeeds, platform, major, size] : cases) {
+    answer = succeeds;
     version.dwPlatformId = platform;
     version.dwMajorVersion = major;
     AskSavePath(kOwner, false, L"a.folivo", L".folivo");
@@ -134,9 +144,12 @@ TEST(CommonSaveDialog, LongNameIsCutToTheBuffer) {
 
 TEST(SaveChoice, CancellingChoosesNothing) { EXPECT_EQ(ChosenPath(L""), L"nothing"); }
 
-TEST(SaveChoice, PathIsNormalised) {
+TEST(SaveChoice, PathIsNormalisedOnce) {
   EXPECT_EQ(ChosenPath(L"C:/x/name.qdk"), L"C:\\x\\name.qdk");
   EXPECT_EQ(ChosenPath(L"C:\\x\\name.qdk\\"), L"C:\\x\\name.qdk");
+  // What is left of these would be cut by a second time.
+  EXPECT_EQ(ChosenPath(L"file:///C:/x/name.qdk"), L"file:\\\\\\C:\\x\\name.qdk");
+  EXPECT_EQ(ChosenPath(L"C:\\x\\name.qdk\\\\"), L"C:\\x\\name.qdk\\.folivo");
 }
 
 TEST(SaveChoice, ExtensionIsAddedWhereThereIsNone) {
@@ -147,7 +160,62 @@ TEST(SaveChoice, ExtensionIsAddedWhereThereIsNone) {
 
 TEST(SaveChoice, NoSaveStateOutsideTheProtectedMode) {
   const CCommonDialog dialog(L"C:\\x\\name.qdk");
-  EXPECT_EQ(AskSavePath(kOwner, false, L"a.qdk", L".qdk")->saveState, nullptr);
+  EXPECT_FALSE(AskSavePath(kOwner, false, L"a.qdk", L".qdk")->saveState);
+}
+
+TEST(SaveChoice, AppendedExtensionReplacesAFileOnlyAfterYes) {
+  const CTempSandbox sandbox;
+  sandbox.Write(L"taken.folivo", "the user's");
+  sandbox.Write(L"taken", "asked about by the dialog");
+  std::filesystem::create_directory(sandbox / L"folder.folivo");
+  struct {
+    std::wstring typed;
+    bool isAsked;
+  } const cases[] = {
+      {L"taken", true}, {L"taken.folivo", false}, {L"free", false}, {L"folder", false}};
+  for (const auto& [typed, isAsked] : cases) {
+    for (const int answer : {IDYES, IDNO}) {
+      SCOPED_TRACE(testing::PrintToString(typed) + " " + std::to_string(answer));
+      CMessageRecorder messages(answer);
+      const bool isChosen = ChosenPath(sandbox / typed) != L"nothing";
+      EXPECT_EQ(isChosen, !isAsked || answer == IDYES);
+      const auto shown = messages.Take();
+      ASSERT_EQ(shown.size(), isAsked ? 1u : 0u);
+      if (isAsked) {
+        EXPECT_EQ(shown[0].text, L"taken.folivo already exists. Do you want to replace it?");
+        EXPECT_EQ(shown[0].owner, kOwner);
+      }
+    }
+  }
+  EXPECT_EQ(ReadFileBytes(sandbox / L"taken.folivo"), "the user's");
+}
+
+std::wstring CurrentDirectory() {
+  wchar_t path[MAX_PATH] = {};
+  GetCurrentDirectoryW(MAX_PATH, path);
+  return path;
+}
+
+std::wstring g_moveTo;
+BOOL g_answer;
+
+BOOL WINAPI MoveTheProcess(OPENFILENAMEW* dialog) {
+  EXPECT_TRUE(SetCurrentDirectoryW(g_moveTo.c_str()));
+  wcscpy(dialog->lpstrFile, L"C:\\x\\a.qdk");
+  return g_answer;
+}
+
+TEST(CommonSaveDialog, CurrentDirectoryIsPutBackWhateverTheAnswer) {
+  const CTempSandbox sandbox;
+  g_moveTo = sandbox.Path();
+  const std::wstring before = CurrentDirectory();
+  const CLookupPatch patch("GetSaveFileNameW", &MoveTheProcess);
+  for (const BOOL answer : {TRUE, FALSE}) {
+    g_answer = answer;
+    EXPECT_EQ(AskSavePath(kOwner, false, L"a.qdk", L".qdk").has_value(), answer != FALSE);
+    EXPECT_EQ(CurrentDirectory(), before);
+  }
+  SetCurrentDirectoryW(before.c_str());  // so that the folder can be deleted
 }
 
 /// The user picks `path` in the browser's dialog.
@@ -180,12 +248,61 @@ TEST(ProtectedSaveDialog, FilterFollowsTheExtension) {
 TEST(ProtectedSaveDialog, ChoiceComesWithItsState) {
   const CIeFrameDouble browser;
   Choose(browser, L"C:/x/name");
-  const auto choice = AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  auto choice = AskSavePath(kOwner, true, L"a.qdk", L".qdk");
   ASSERT_TRUE(choice);
   EXPECT_EQ(choice->path.GetText(), L"C:\\x\\name.qdk");
-  EXPECT_EQ(choice->saveState, kState);
+  EXPECT_EQ(choice->saveState.Detach(), kState);
+  choice.reset();
   EXPECT_EQ(browser->cancelCalls, 0);
   EXPECT_EQ(browser->saveCalls, 0);
+}
+
+TEST(ProtectedSaveDialog, UnusedStateIsCancelledOnce) {
+  const CIeFrameDouble browser;
+  Choose(browser, L"C:\\x\\name");
+  AskSavePath(kOwner, true, L"a.qdk", L".qdk");
+  EXPECT_EQ(browser->cancelCalls, 1);
+  EXPECT_EQ(browser->cancelledState, kState);
+}
+
+TEST(ProtectedSaveDialog, OutOfMemoryAfterTheChoiceCancelsItOnce) {
+  const CIeFrameDouble browser;
+  Choose(browser, L"C:\\x\\name");
+  // The path is freed when it has been read, before it is made the choice.
+  static std::unique_ptr<CFailingMalloc> failing;
+  static decltype(&CoTaskMemFree) release;
+  const CImportPatch patch(
+      "ole32.dll", "CoTaskMemFree", +[](void* memory) {
+        release(memory);
+        failing = std::make_unique<CFailingMalloc>(0);
+      });
+  release = patch.Original<void WINAPI(void*)>();
+  HRESULT thrown = S_OK;
+  const CStringW name(L"a.qdk");
+  const CStringW extension(L".qdk");
+  try {
+    AtlThrow(S_FALSE);  // What a thread keeps for exceptions is allocated with its first one.
+  } catch (const CAtlException&) {
+  }
+  try {
+    AskSavePath(kOwner, true, name, extension);
+  } catch (const CAtlException& e) {
+    thrown = e.m_hr;
+  }
+  failing.reset();
+  EXPECT_EQ(thrown, E_OUTOFMEMORY);
+  EXPECT_EQ(browser->cancelCalls, 1);
+  EXPECT_EQ(browser->cancelledState, kState);
+}
+
+TEST(ProtectedSaveDialog, AppendedExtensionAsksNothing) {
+  const CTempSandbox sandbox;
+  sandbox.Write(L"taken.qdk", "the user's");
+  const CIeFrameDouble browser;
+  CMessageRecorder messages(IDNO);
+  Choose(browser, sandbox / L"taken");
+  EXPECT_TRUE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+  EXPECT_TRUE(messages.Take().empty());
 }
 
 TEST(ProtectedSaveDialog, EveryAnswerButSuccessCancelsTheSave) {

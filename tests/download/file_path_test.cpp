@@ -61,10 +61,12 @@ TEST(NormalizePath, LongTextsAreNotCut) {
 }
 
 TEST(RemoveIllegalFileNameChars, TakesExactlyNineAsciiCharactersAway) {
-  for (wchar_t c = 1; c < 128; ++c) {
-    const bool illegal = wcschr(L"<>:\"/\\|?*", c) != nullptr;
-    const wchar_t name[] = {L'a', c, L'b', 0};
-    EXPECT_STREQ(RemoveIllegalFileNameChars(name), illegal ? L"ab" : name) << static_cast<int>(c);
+  for (wchar_t c = 0; c < 128; ++c) {
+    const bool illegal = c != 0 && wcschr(L"<>:\"/\\|?*", c) != nullptr;
+    const wchar_t characters[] = {L'a', c, L'b'};
+    const CStringW name(characters, 3);
+    EXPECT_EQ(RemoveIllegalFileNameChars(name), illegal ? CStringW(L"ab") : name)
+        << static_cast<int>(c);
   }
 }
 

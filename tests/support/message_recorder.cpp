@@ -6,6 +6,7 @@ namespace {
 
 SRWLOCK g_lock = SRWLOCK_INIT;
 std::vector<CShownMessage> g_messages;
+int g_answer;
 
 class CLock {
  public:
@@ -18,13 +19,15 @@ class CLock {
 int WINAPI RecordMessage(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
   const CLock lock;
   g_messages.push_back({owner, text, caption, style});
-  return IDOK;
+  return g_answer;
 }
 
 }  // namespace
 
-CMessageRecorder::CMessageRecorder() : m_patch("user32.dll", "MessageBoxW", &RecordMessage) {
+CMessageRecorder::CMessageRecorder(int answer)
+    : m_patch("user32.dll", "MessageBoxW", &RecordMessage) {
   Take();
+  g_answer = answer;
 }
 
 CMessageRecorder::~CMessageRecorder() = default;

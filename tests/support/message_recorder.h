@@ -16,10 +16,10 @@ struct CShownMessage {
 };
 
 /// Stands in for the system's message box while it lives: takes down each call of this program, on
-/// any thread, and answers IDOK at once. One at a time.
+/// any thread, and answers at once. One at a time.
 class CMessageRecorder {
  public:
-  CMessageRecorder();
+  explicit CMessageRecorder(int answer = IDOK);
   ~CMessageRecorder();
   CMessageRecorder(const CMessageRecorder&) = delete;
   CMessageRecorder& operator=(const CMessageRecorder&) = delete;

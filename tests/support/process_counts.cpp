@@ -29,6 +29,34 @@ struct CHandleTable {
   ULONG_PTR reserved;
 };
 
+// The same: the process's table of graphics objects, which its environment block points to.
+constexpr size_t kGdiTableOffset = 0xF8;
+constexpr size_t kGdiTableSize = 0x4000;
+
+struct CGdiEntry {
+  void* object;
+  ULONG owner;
+  USHORT unique;
+  BYTE type;  // 0 for an entry that is free
+  BYTE flags;
+  void* data;
+};
+
+BOOL CALLBACK CountChild(HWND, LPARAM count) {
+  ++*reinterpret_cast<int*>(count);
+  return TRUE;
+}
+
+BOOL CALLBACK CountTopLevelWindow(HWND window, LPARAM count) {
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  if (process == GetCurrentProcessId()) {
+    CountChild(window, count);
+    EnumChildWindows(window, &CountChild, count);
+  }
+  return TRUE;
+}
+
 }  // namespace
 
 int CountHandles() {
@@ -56,6 +84,20 @@ int CountThreads() {
   }
   CloseHandle(snapshot);
   return count;
+}
+
+int CountWindows() {
+  int count = 0;
+  EnumWindows(&CountTopLevelWindow, reinterpret_cast<LPARAM>(&count));
+  return count;
+}
+
+int CountGdiObjects() {
+  // GetGuiResources would do, but Wine answers 0.
+  const auto* const block = reinterpret_cast<const BYTE*>(NtCurrentTeb()->ProcessEnvironmentBlock);
+  const auto* const table = *reinterpret_cast<const CGdiEntry* const*>(block + kGdiTableOffset);
+  return static_cast<int>(std::count_if(table, table + kGdiTableSize,
+                                        [](const CGdiEntry& entry) { return entry.type != 0; }));
 }
 
 int CountHeapBlocks() {

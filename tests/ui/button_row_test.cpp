@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
+#include <initializer_list>
+#include <utility>
+#include <vector>
 
 #include "tests/atl/base/failing_malloc.h"
 #include "tests/support/import_patch.h"
@@ -165,14 +169,32 @@ TEST(ButtonRow, LabelsBecomeTheTextsAndTextsAreCentred) {
 }
 
 TEST(ButtonRow, IdentifierZeroSkipsASlot) {
-  const CButtonFrame frame;
-  frame.Add(1);
-  const HWND skipped = frame.Add(2);
-  frame.Add(3);
-  EXPECT_EQ(LayOut(frame, true, 1, L"A", 0, L"B", 0, L"C", 3, L"D"), 3 * kGap + 2 * 60);
-  EXPECT_EQ(frame.Bounds(3).left - frame.Bounds(1).right, kGap);
-  EXPECT_EQ(TextOf(skipped), L"");
-  ExpectBounds(frame.Bounds(2), 1, 2, 50, 14);
+  // Each combination of the slots behind the first one; 0 is a child's identifier all the same.
+  for (const auto& [second, third, fourth] : std::initializer_list<std::array<int, 3>>{
+           {0, 0, 0}, {2, 0, 0}, {0, 3, 0}, {0, 0, 4}, {2, 3, 0}, {2, 0, 4}, {0, 3, 4}}) {
+    SCOPED_TRACE(testing::Message() << second << third << fourth);
+    const CButtonFrame frame;
+    for (const int id : {0, 1, 2, 3, 4}) {
+      frame.Add(id);
+    }
+    std::vector<int> placed = {1};
+    std::vector<int> untouched = {0};
+    for (const auto& [id, slot] : {std::pair(second, 2), {third, 3}, {fourth, 4}}) {
+      (id != 0 ? placed : untouched).push_back(slot);
+    }
+    const int count = static_cast<int>(placed.size());
+    EXPECT_EQ(LayOut(frame, true, 1, L"A", second, L"B", third, L"C", fourth, L"D"),
+              (count + 1) * kGap + count * 60);
+    int x = (kClientWidth - (count * 60 + (count - 1) * kGap)) / 2;
+    for (const int id : placed) {
+      ExpectBounds(frame.Bounds(id), x, kClientHeight - 3 * kGap, 60, 24);
+      x += 60 + kGap;
+    }
+    for (const int id : untouched) {
+      EXPECT_EQ(ChildText(frame.Window(), id), L"") << id;
+      ExpectBounds(frame.Bounds(id), 1, 2, 50, 14);
+    }
+  }
 }
 
 TEST(ButtonRow, FirstSlotCountsWithoutAButtonAndEvenWithIdentifierZero) {
@@ -207,7 +229,20 @@ TEST(ButtonRow, OutOfMemoryIsThrownAsSuch) {
   EXPECT_EQ(thrown, E_OUTOFMEMORY);
 }
 
-UINT g_metricsSize = 0;
+TEST(ButtonRow, MissingFontStillGivesARow) {
+  const CButtonFrame frame;
+  frame.Add(1);
+  const CImportPatch metrics(
+      "user32.dll", "SystemParametersInfoW",
+      +[](UINT, UINT, PVOID, UINT) -> BOOL { return FALSE; });
+  EXPECT_EQ(LayOut(frame, true, 1, L"A"), 2 * kGap + 60);
+  const CImportPatch create(
+      "gdi32.dll", "CreateFontIndirectW", +[](const LOGFONTW*) -> HFONT { return nullptr; });
+  EXPECT_EQ(LayOut(frame, true, 1, L"A"), 2 * kGap + 60);
+  ExpectBounds(frame.Bounds(1), (kClientWidth - 60) / 2, kClientHeight - 3 * kGap, 60, 24);
+}
+
+int g_questions = 0;
 int g_fontsAlive = 0;
 
 TEST(ButtonRow, MetricsAreAskedForInTheirOldSizeAndFontsAreGivenBack) {
@@ -220,7 +255,10 @@ TEST(ButtonRow, MetricsAreAskedForInTheirOldSizeAndFontsAreGivenBack) {
   const CImportPatch metrics(
       "user32.dll", "SystemParametersInfoW",
       +[](UINT action, UINT parameter, PVOID data, UINT change) -> BOOL {
-        g_metricsSize = parameter;
+        EXPECT_EQ(action, static_cast<UINT>(SPI_GETNONCLIENTMETRICS));
+        EXPECT_EQ(parameter, 500u);
+        EXPECT_EQ(static_cast<NONCLIENTMETRICSW*>(data)->cbSize, 500u);
+        ++g_questions;
         return askSystem(action, parameter, data, change);
       });
   askSystem = metrics.Original<BOOL WINAPI(UINT, UINT, PVOID, UINT)>();
@@ -238,7 +276,7 @@ TEST(ButtonRow, MetricsAreAskedForInTheirOldSizeAndFontsAreGivenBack) {
   deleteObject = remove.Original<BOOL WINAPI(HGDIOBJ)>();
 
   LayOut(frame, true, 1, L"A", 2, L"B");
-  EXPECT_EQ(g_metricsSize, 500u);
+  EXPECT_EQ(g_questions, 2);
   EXPECT_EQ(g_fontsAlive, 0);
 }
 

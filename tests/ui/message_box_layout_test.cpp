@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -192,15 +194,32 @@ TEST(QuestionBoxLayout, ControlsHaveTheDialogFontAndTheButtonsTheirRow) {
   });
 }
 
-TEST(QuestionBoxLayout, MissingFirstButtonKeepsItsPlaceInTheRow) {
-  ShowTo({.labels = {L"", L"Save", L"", L""}}, [](HWND box) {
-    RECT client = {};
-    GetClientRect(box, &client);
-    RECT bounds = {};
-    GetWindowRect(GetDlgItem(box, 7), &bounds);
-    MapWindowPoints(nullptr, box, reinterpret_cast<POINT*>(&bounds), 2);
-    EXPECT_EQ(bounds.left, (client.right - (60 + 12 + 60)) / 2 + 60 + 12);
-  });
+TEST(QuestionBoxLayout, OnlyAMissingFirstButtonKeepsItsPlaceInTheRow) {
+  struct {
+    std::array<LPCWSTR, 4> labels;
+    int places;
+    std::map<int, int> placeOf;  // by identifier
+  } const cases[] = {
+      {{L"", L"B", L"", L""}, 2, {{7, 1}}},
+      {{L"", L"", L"C", L"D"}, 3, {{2, 1}, {3, 2}}},
+      {{L"A", L"", L"C", L""}, 2, {{6, 0}, {2, 1}}},
+      {{L"A", L"", L"C", L"D"}, 3, {{6, 0}, {2, 1}, {3, 2}}},
+      {{L"A", L"", L"", L"D"}, 2, {{6, 0}, {3, 1}}},
+      {{L"A", L"B", L"", L"D"}, 3, {{6, 0}, {7, 1}, {3, 2}}},
+  };
+  for (const auto& [labels, places, placeOf] : cases) {
+    ShowTo({.labels = {labels[0], labels[1], labels[2], labels[3]}}, [&](HWND box) {
+      RECT client = {};
+      GetClientRect(box, &client);
+      const int left = (client.right - (places * 60 + (places - 1) * 12)) / 2;
+      for (const auto& [id, place] : placeOf) {
+        RECT bounds = {};
+        GetWindowRect(GetDlgItem(box, id), &bounds);
+        MapWindowPoints(nullptr, box, reinterpret_cast<POINT*>(&bounds), 2);
+        EXPECT_EQ(bounds.left, left + place * 72) << places << " places, button " << id;
+      }
+    });
+  }
 }
 
 TEST(QuestionBoxLayout, IconIsTheSystemIconAskedFor) {
@@ -283,6 +302,17 @@ TEST(QuestionBoxTemplate, HasTheFixedFieldsAndNothingElse) {
   EXPECT_EQ(call.windowClass, 0);
   EXPECT_EQ(call.title, 0);
   EXPECT_EQ(call.owner, static_cast<HWND>(owner));
+}
+
+TEST(QuestionBoxTemplate, FailureOfTheSystemIsTheResult) {
+  for (const INT_PTR failure : {-1, 0}) {
+    static INT_PTR answer;
+    answer = failure;
+    const CImportPatch patch(
+        "user32.dll", "DialogBoxIndirectParamW",
+        +[](HINSTANCE, LPCDLGTEMPLATEW, HWND, DLGPROC, LPARAM) -> INT_PTR { return answer; });
+    EXPECT_EQ(Show({}), failure);
+  }
 }
 
 TEST(QuestionBoxTemplate, IsShownInTheNameOfTheHostProgram) {

@@ -9,6 +9,7 @@
 
 #include "tests/atl/base/failing_malloc.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/process_counts.h"
 #include "tests/support/user.h"
 #include "tests/ui/question_box.h"
 
@@ -227,6 +228,7 @@ TEST(QuestionBox, WithoutACheckBoxThePointerIsOnlyRead) {
 
 constexpr UINT kAskAgain = WM_APP;
 constexpr UINT kDestroyOwner = WM_APP + 1;
+constexpr UINT kRefusalMs = 5000;
 
 LRESULT CALLBACK OwnerProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
@@ -239,13 +241,20 @@ LRESULT CALLBACK OwnerProcedure(HWND window, UINT message, WPARAM wParam, LPARAM
   }
 }
 
-TEST(QuestionBox, SecondBoxIsRefusedAndLeavesTheFirstAlone) {
+TEST(QuestionBox, FurtherBoxesAreRefusedAndLeaveTheFirstAlone) {
   const COwnerWindow owner(true, &OwnerProcedure);
   LONG state = 0;
   const CQuestion question{.owner = owner, .checkLabel = L"Check", .checkState = &state};
   const int result = ShowTo(question, [&](HWND box) {
-    EXPECT_EQ(SendMessageW(owner, kAskAgain, 0, 0), 2);
-    EXPECT_EQ(FindDialog(L"Second"), nullptr);
+    // A refused one must not let the next one in.
+    for (const LPCWSTR which : {L"Second", L"Third"}) {
+      DWORD_PTR answer = 0;
+      SendMessageTimeoutW(owner, kAskAgain, 0, 0, SMTO_NORMAL, kRefusalMs, &answer);
+      EXPECT_EQ(static_cast<int>(answer), kMessageBoxRefused) << which;
+      const HWND shown = FindDialog(L"Second");
+      EXPECT_EQ(shown, nullptr) << which;
+      PostMessageW(shown, WM_COMMAND, IDCANCEL, 0);
+    }
     EXPECT_EQ(ChildText(box, 6), L"Open");
     SendMessageW(CheckBoxOf(box), BM_CLICK, 0, 0);
     Click(box, 6);
@@ -264,12 +273,13 @@ TEST(QuestionBox, BoxWhoseOwnerGoesLeavesNothingBehind) {
       // The system's dialog loop looks at its window with the next message only.
       PostThreadMessageW(thread, WM_NULL, 0, 0);
     });
-    EXPECT_NE(result, 6);
-    EXPECT_NE(result, 7);
+    EXPECT_EQ(result, 0);
   }
-  EXPECT_EQ(ShowTo({},
+  // The next box lacks the first button, and by itself the focus would go to the check box.
+  EXPECT_EQ(ShowTo({.labels = {L"", L"Save", L"Cancel", L""}, .checkLabel = L"Check"},
                    [](HWND box) {
                      EXPECT_EQ(ChildrenOf(box).size(), 5u);
+                     EXPECT_EQ(GetDlgCtrlID(FocusIn(box)), 7);
                      Click(box, 7);
                    }),
             7);
@@ -284,11 +294,18 @@ TEST(QuestionBox, OwnerIsDisabledWhileTheBoxIsOpen) {
   EXPECT_TRUE(IsWindowEnabled(owner));
 }
 
-TEST(QuestionBox, ManyBoxesLeaveNoWindows) {
-  for (int i = 0; i < 20; ++i) {
-    EXPECT_EQ(ShowTo({.checkLabel = L"Check"}, [](HWND box) { Click(box, 6); }), 6);
-  }
-  EXPECT_TRUE(VisibleDialogs().empty());
+TEST(QuestionBox, ManyBoxesLeaveNoWindowsAndGraphicsObjects) {
+  const auto showMany = [] {
+    for (int i = 0; i < 20; ++i) {
+      EXPECT_EQ(ShowTo({.checkLabel = L"Check"}, [](HWND box) { Click(box, 6); }), 6);
+    }
+  };
+  showMany();  // What the system keeps for later is there then.
+  const int windows = CountWindows();
+  const int objects = CountGdiObjects();
+  showMany();
+  EXPECT_EQ(CountWindows(), windows);
+  EXPECT_EQ(CountGdiObjects(), objects);
 }
 
 /// Has memory run out when the box begins to measure its buttons, until the object goes.

@@ -54,6 +54,15 @@ TEST_F(ScopedHandle, ClosesOnlyOnce) {
   EXPECT_EQ(g_closed, std::vector{0});
 }
 
+TEST_F(ScopedHandle, DetachedIsNotClosed) {
+  {
+    CScopedNumber handle(4);
+    EXPECT_EQ(handle.Detach(), 4);
+    EXPECT_FALSE(handle);
+  }
+  EXPECT_TRUE(g_closed.empty());
+}
+
 TEST_F(ScopedHandle, MovingHandsTheHandleOver) {
   {
     CScopedNumber first(1);

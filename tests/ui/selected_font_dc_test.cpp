@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/import_patch.h"
+
 namespace {
 
 constexpr wchar_t kText[] = L"one two three four five six seven eight nine ten";
@@ -29,6 +31,15 @@ TEST(SelectedFontDC, MeasuresInTheSelectedFont) {
 TEST(SelectedFontDC, AmpersandTakesRoom) {
   const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
   EXPECT_GT(dc.MeasureText(L"a&b", 1000, 1000).cx, dc.MeasureText(L"ab", 1000, 1000).cx);
+}
+
+TEST(SelectedFontDC, TextThatCannotBeMeasuredIsEmpty) {
+  const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
+  const CImportPatch patch(
+      "user32.dll", "DrawTextW", +[](HDC, LPCWSTR, int, LPRECT, UINT) { return 0; });
+  const SIZE size = dc.MeasureText(kText, 386, 10000);
+  EXPECT_EQ(size.cx, 0);
+  EXPECT_EQ(size.cy, 0);
 }
 
 TEST(SelectedFontDC, AWindowGetsItsOldFontBack) {
