@@ -77,7 +77,7 @@ class DownloadSteps : public OpenOrSaveSteps {
   /// Runs a download of `url`, whose dialog ends with `result`.
   void Run(bool save, const std::wstring& url, INT_PTR result = kDownloadDelivered) {
     const CProgressDialog::Ptr dialog =
-        CProgressDialog::Create(url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()));
+        CProgressDialog::Create(url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()), nullptr);
     const CDialogResult run(result);
     run.WhileRunning([&] {
       m_destination = dialog->m_destPath.GetText().GetString();

@@ -178,7 +178,7 @@ TEST_F(TransferStep, FileThatCannotBeMadeIsReported) {
   const ScriptedPath path(m_server, Lesson(10));
   const std::wstring target = m_sandbox / L"missing\\folder\\a.qdk";
   for (const bool peeking : {false, true}) {
-    const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+    const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
     CProgressDialogPeer peer{*dialog};
     if (peeking) {
       peer.BeginPeek();
@@ -193,7 +193,7 @@ TEST_F(TransferStep, FileThatCannotBeMadeIsReported) {
 TEST_F(TransferStep, RepeatedOpenClosesWhatTheFirstLeft) {
   const ScriptedPath path(m_server, Lesson(10));
   const std::wstring target = m_sandbox / L"later\\a.qdk";
-  const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+  const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
   CProgressDialogPeer peer{*dialog};
   peer.BeginPeek();
   ASSERT_TRUE(peer.Step());

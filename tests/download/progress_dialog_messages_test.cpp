@@ -199,7 +199,7 @@ TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   // The last of the destructor's two places with this compiler is the deleting one.
   constexpr int kDeletingDestructor = 2;
   CProgressDialog* const dialog =
-      std::make_unique<CProgressDialog>(L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"))
+      std::make_unique<CProgressDialog>(L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)
           .release();
   CProgressDialogPeer{*dialog}.BeginPeek();
   const CHandle event(Duplicate(CProgressDialogPeer{*dialog}.PeekEvent()));

@@ -35,7 +35,7 @@ RECT ChildBounds(HWND window, int id) {
 TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   std::wstring url = L"http://127.0.0.1/My%20Lesson.qdk?x=1";
   std::wstring file = L"C:/Temp/My Lesson.qdk";
-  const CProgressDialog dialog(url.c_str(), file.c_str());
+  const CProgressDialog dialog(url.c_str(), file.c_str(), nullptr);
   url.assign(url.size(), L'x');
   file.assign(file.size(), L'x');
   const CProgressDialogPeer peer{const_cast<CProgressDialog&>(dialog)};
