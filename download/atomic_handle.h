@@ -10,12 +10,12 @@
 /// Owner of one system handle that two threads share without a lock. Whoever takes the handle out
 /// closes it, so it is closed once.
 ///
-/// That keeps a closer from meeting a recycled value, but not a user: between `Get` and the system's
-/// own look at the value the other thread may close it, and the system may give the same value to
-/// a new handle. A file is therefore taken out while it is written. A WinINet handle cannot be: its
-/// close is what wakes the read that uses it. What remains there is a stopped worker that reads from
-/// somebody else's new request; the worker discards what it has read, but the other one misses it.
-/// `Traits` names the handle type, its empty value and how it is closed.
+/// That keeps a closer from meeting a recycled value, but not a user: between `Get` and the
+/// system's own look at the value the other thread may close it, and the system may give the same
+/// value to a new handle. A file is therefore taken out while it is written. A WinINet handle
+/// cannot be: its close is what wakes the read that uses it. What remains there is a stopped worker
+/// that reads from somebody else's new request; the worker discards what it has read, but the other
+/// one misses it. `Traits` names the handle type, its empty value and how it is closed.
 template <typename Traits>
 class CAtomicHandle {
  public:

@@ -34,11 +34,12 @@ enum DownloadResult {
 /// with the same open request, on the worker, so never on both at once. The threads share no lock,
 /// only atomics:
 ///   the steps, on whichever thread they run, write m_opened, m_checkPending, m_valid, m_complete,
-///   m_lengthKnown, m_total, m_received and m_fileInUse, and put m_hSession, m_hRequest and m_hFile;
-///   they close a handle only when they open again (a retry, or a step that failed to open);
+///   m_lengthKnown, m_total, m_received and m_fileInUse; they put m_hSession, m_hRequest and
+///   m_hFile, and close what an earlier attempt to open has left in them;
 ///   the dialog thread clears m_running, sets m_fileLeftToBrowser and closes the three handles;
 ///   both set m_finished: the worker at its end, the dialog thread when it has posted a result.
-///   Everything else belongs to the dialog thread, or is not changed while there is a worker.
+/// Everything else belongs to the dialog thread, or does not change while there is a worker.
+///
 /// The dialog thread waits neither for the network nor, for more than a moment, for the disk. A
 /// worker that is inside such a call when it is stopped is left behind: it keeps the object and the
 /// module alive, and when the call returns it closes what it still has, deletes the file that it
@@ -66,8 +67,8 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   /// Opens the URL and judges the head of its body by the content rule of `extension` (with its
   /// dot). Blocks: between two steps it serves clicks and ends after 25 seconds, but a network call
   /// that stalls is waited for. True when the content is genuine; its head is then in the temporary
-  /// file and the dialog carries on from there. False: let go of the dialog. Caller's thread, before
-  /// DoModal.
+  /// file and the dialog carries on from there. False: let go of the dialog. Caller's thread,
+  /// before DoModal.
   bool PeekContent(const CStringW& extension);
 
   BEGIN_MSG_MAP(CProgressDialog)
@@ -140,7 +141,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CFilePath m_tempPath;
 
  public:
-  CFilePath m_destPath;          ///< Where to deliver; set before DoModal.
+  CFilePath m_destPath;  ///< Where to deliver; set before DoModal.
   /// Set before DoModal for a protected-mode save. The dialog completes or cancels that save.
   HANDLE m_saveState = nullptr;
 

@@ -14,7 +14,7 @@ namespace {
 struct CFate {
   bool mayBeWaitedFor = false;
   bool called = false;
-  bool wasInCall = false;      // when it was stopped
+  bool wasInCall = false;  // when it was stopped
   bool calledBehindStop = false;
 
   auto operator<=>(const CFate&) const = default;

@@ -133,7 +133,8 @@ TEST_F(PeekContent, FailuresGiveOneMessageAndFalse) {
   const ScriptedPath path(m_server, Lesson(5000));
   {
     const std::wstring target = m_sandbox / L"missing\\a.qdk";
-    const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
+    const auto dialog =
+        CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
     EXPECT_FALSE(dialog->PeekContent(L".qdk"));
     EXPECT_EQ(m_messages.TakeTexts(),
               std::vector{L"Unable to create the destination file " + target + L"."});

@@ -453,9 +453,53 @@ TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
       PostMessageW(window, WM_COMMAND, MAKEWPARAM(kOpenFolder, 0), 0);
     });
     EXPECT_EQ(result, 1);
-    const std::string delivered = ReadFileBytes(DestPath());
-    EXPECT_EQ(delivered.substr(0, 1000), LessonBytes(998));
+    EXPECT_EQ(ReadFileBytes(DestPath()).substr(0, 1000), LessonBytes(998));
+    EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
   }
+}
+
+/// Holds the worker inside a write while the dialog's thread handles a result, until that has
+/// looked for the file at least once.
+class CWriteUnderAResult {
+ public:
+  explicit CWriteUnderAResult(CProgressDialog& dialog)
+      : m_write("kernel32.dll", "WriteFile", &Write),
+        m_pause("kernel32.dll", "SwitchToThread", &Pause) {
+    s_write = m_write.Original<decltype(WriteFile)>();
+    s_dialog = &dialog;
+    s_looked.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    s_writes = 0;
+  }
+
+ private:
+  static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                           LPOVERLAPPED overlapped) {
+    if (++s_writes == 2) {
+      PostMessageW(s_dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+      EXPECT_EQ(WaitForSingleObject(s_looked, 20000), WAIT_OBJECT_0);
+    }
+    return s_write(file, data, size, written, overlapped);
+  }
+  static BOOL WINAPI Pause() {
+    SetEvent(s_looked);
+    return FALSE;
+  }
+
+  static inline decltype(&WriteFile) s_write;
+  static inline CProgressDialog* s_dialog;
+  static inline CHandle s_looked;
+  static inline std::atomic<int> s_writes;
+  CImportPatch m_write;
+  CImportPatch m_pause;
+};
+
+TEST_F(ProgressDialog, ResultThatComesDuringAWriteDeliversThatChunkToo) {
+  const ScriptedPath path(m_server, Lesson(1000000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const CWriteUnderAResult write(*dialog);
+  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
+  EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(1000000).substr(0, 2 * 131072));
 }
 
 TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {
@@ -466,6 +510,18 @@ TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {
     EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
   }
   EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+TEST_F(ProgressDialog, OneThatNeverOpenedItsFileLeavesAnothersAlone) {
+  const CMessageRecorder messages;
+  m_sandbox.Write(L"temporary.qdk", "another download");
+  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
+  {
+    const auto unused = Make(missing.Url(L"a.qdk"));
+    const auto refused = Make(missing.Url(L"a.qdk"));
+    EXPECT_FALSE(refused->PeekContent(L".qdk"));
+  }
+  EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
 }
 
 }  // namespace
