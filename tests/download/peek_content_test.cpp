@@ -186,16 +186,32 @@ TEST_F(PeekContent, MessageIsShownBeforeTheEventIsSignalled) {
   EXPECT_EQ(signalledWhenShown, std::vector<bool>{false});
 }
 
-TEST_F(PeekContent, OneThatHasNoTimeLimitIsNotBegun) {
-  const CImportPatch patch(
-      "kernel32.dll", "SetWaitableTimer",
-      +[](HANDLE, const LARGE_INTEGER*, LONG, PTIMERAPCROUTINE, LPVOID, BOOL) -> BOOL {
-        return FALSE;
-      });
+BOOL WINAPI FailToSetTimer(HANDLE, const LARGE_INTEGER*, LONG, PTIMERAPCROUTINE, LPVOID, BOOL) {
+  return FALSE;
+}
+HANDLE WINAPI FailToMakeTimer(LPSECURITY_ATTRIBUTES, BOOL, LPCWSTR) { return nullptr; }
+HANDLE WINAPI FailToMakeEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR) { return nullptr; }
+
+TEST_F(PeekContent, OneThatCouldNotEndIsNotBegun) {
   const ScriptedPath path(m_server, Lesson(5000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  EXPECT_FALSE(dialog->PeekContent(L".qdk"));
-  EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsPeeking());
+  const auto expectNothing = [&] {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    EXPECT_FALSE(dialog->PeekContent(L".qdk"));
+    EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsPeeking());
+    EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsOpened());
+  };
+  {
+    const CImportPatch patch("kernel32.dll", "SetWaitableTimer", &FailToSetTimer);
+    expectNothing();
+  }
+  {
+    const CImportPatch patch("kernel32.dll", "CreateWaitableTimerW", &FailToMakeTimer);
+    expectNothing();
+  }
+  {
+    const CImportPatch patch("kernel32.dll", "CreateEventW", &FailToMakeEvent);
+    expectNothing();
+  }
   EXPECT_TRUE(path.Requests().empty());
 }
 

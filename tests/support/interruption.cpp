@@ -9,7 +9,8 @@ namespace {
 constexpr DWORD kTrapFlag = 0x100;
 
 DWORD g_thread;
-int g_left;  // instructions until the action; 0: it has run
+volatile bool g_isCounting;  // read and written between any two instructions
+int g_left;                  // instructions until the action; 0: it has run
 std::function<void()> g_action;
 
 LONG CALLBACK OnInstruction(EXCEPTION_POINTERS* exception) {
@@ -17,10 +18,11 @@ LONG CALLBACK OnInstruction(EXCEPTION_POINTERS* exception) {
       GetCurrentThreadId() != g_thread) {
     return EXCEPTION_CONTINUE_SEARCH;
   }
-  if (g_left > 0 && --g_left == 0) {
+  if (g_isCounting && --g_left == 0) {
+    g_isCounting = false;
     g_action();
   }
-  if (g_left > 0) {
+  if (g_isCounting) {
     exception->ContextRecord->EFlags |= kTrapFlag;
   } else {
     exception->ContextRecord->EFlags &= ~kTrapFlag;
@@ -32,21 +34,25 @@ LONG CALLBACK OnInstruction(EXCEPTION_POINTERS* exception) {
 
 CInterruption::CInterruption(int instructions, std::function<void()> action)
     : m_handler(AddVectoredExceptionHandler(1, &OnInstruction)) {
+  g_isCounting = false;
   g_thread = GetCurrentThreadId();
   g_left = instructions;
   g_action = std::move(action);
 }
 
 CInterruption::~CInterruption() {
-  // A thread that still counts traps once more, which ends that.
-  g_left = 0;
-  asm volatile("nop");
+  g_isCounting = false;
+  asm volatile("nop");  // If the flag is still set, the next instruction clears it.
   RemoveVectoredExceptionHandler(m_handler);
   g_action = nullptr;
 }
 
 void CInterruption::Arm() const {
+  g_isCounting = true;
   asm volatile("pushfq\n\torq %0, (%%rsp)\n\tpopfq" : : "i"(kTrapFlag) : "memory", "cc");
 }
 
-bool CInterruption::WasReached() const { return g_left == 0; }
+bool CInterruption::WasReached() const {
+  g_isCounting = false;
+  return g_left == 0;
+}

@@ -16,7 +16,7 @@ class CInterruption {
   /// Begins to count.
   void Arm() const;
 
-  /// Whether the action has run.
+  /// Ends counting. Whether the action has run.
   bool WasReached() const;
 
  private:
