@@ -383,15 +383,6 @@ TEST_F(ProgressDialog, WorkerIsStartedWhenEverythingElseIsReady) {
   EXPECT_EQ(range.iLow, 1);
 }
 
-TEST_F(ProgressDialog, ManyInARowUseTheirOwnState) {
-  for (int i = 0; i < 10; ++i) {
-    const ScriptedPath path(m_server, Lesson(static_cast<size_t>(1000 * i)));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_EQ(dialog->DoModal(nullptr), 1);
-    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(static_cast<size_t>(1000 * i)));
-  }
-}
-
 struct CShellCall {
   std::wstring verb;
   std::wstring file;
@@ -443,19 +434,52 @@ TEST_F(ProgressDialog, OpenCommandNeverWaitsForAStalledTransfer) {
   path.AllowAll();
 }
 
+/// Has the download finished while its worker is about to move the bar: the worker goes on when the
+/// dialog's thread waits for its end.
+class CBarMovedUnderTheJoin {
+ public:
+  CBarMovedUnderTheJoin()
+      : m_send("user32.dll", "SendDlgItemMessageW", &Send),
+        m_wait("user32.dll", "MsgWaitForMultipleObjectsEx", &Wait) {
+    s_send = m_send.Original<decltype(SendDlgItemMessageW)>();
+    s_wait = m_wait.Original<decltype(MsgWaitForMultipleObjectsEx)>();
+    s_dialogThread = GetCurrentThreadId();
+    s_joining.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  }
+
+ private:
+  static LRESULT WINAPI Send(HWND dialog, int id, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (GetCurrentThreadId() != s_dialogThread) {
+      PostMessageW(dialog, WM_COMMAND, kOpenFolder, 0);
+      if (WaitForSingleObject(s_joining, 10000) != WAIT_OBJECT_0) {
+        ADD_FAILURE() << "the dialog's thread does not wait so that messages are served";
+        return 0;
+      }
+    }
+    return s_send(dialog, id, message, wParam, lParam);
+  }
+  static DWORD WINAPI Wait(DWORD count, const HANDLE* handles, DWORD time, DWORD mask,
+                           DWORD flags) {
+    SetEvent(s_joining);
+    return s_wait(count, handles, time, mask, flags);
+  }
+
+  static inline decltype(&SendDlgItemMessageW) s_send;
+  static inline decltype(&MsgWaitForMultipleObjectsEx) s_wait;
+  static inline DWORD s_dialogThread;
+  static inline CHandle s_joining;
+  CImportPatch m_send;
+  CImportPatch m_wait;
+};
+
 TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
   const CImportPatch shell("shell32.dll", "ShellExecuteExW", &RecordShell);
-  const ScriptedPath path(m_server, Lesson(20000000));
-  for (int i = 0; i < 20; ++i) {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-      WaitUntil("some progress", [&] { return BarPosition(window) > 1 + i; });
-      PostMessageW(window, WM_COMMAND, MAKEWPARAM(kOpenFolder, 0), 0);
-    });
-    EXPECT_EQ(result, 1);
-    EXPECT_EQ(ReadFileBytes(DestPath()).substr(0, 1000), LessonBytes(998));
-    EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
-  }
+  const CBarMovedUnderTheJoin bar;
+  const ScriptedPath path(m_server, Lesson(300000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(LocksTaken(), 0) << "joined, not left behind";
+  EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
 }
 
 /// Holds the worker inside a write while the dialog's thread handles a result, until that has
