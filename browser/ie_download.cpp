@@ -173,7 +173,7 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
 
   CProgressDialog::Ptr dialog;
   if (PathIsURLW(url)) {
-    dialog = CProgressDialog::Create(url, tempPath);
+    dialog = CProgressDialog::Create(url, tempPath, owner);
     if (!dialog->PeekContent(extension)) {
       return;
     }

@@ -8,8 +8,14 @@
 #include "ui/scoped_handle.h"
 
 /// Owner of one system handle that two threads share without a lock. Whoever takes the handle out
-/// closes it: so it is closed once, and nobody closes a recycled value.
-/// `Traits` names the handle type, its empty value and how it is closed.
+/// closes it, so it is closed once.
+///
+/// That keeps a closer from meeting a recycled value, but not a user: between `Get` and the
+/// system's own look at the value the other thread may close it, and the system may give the same
+/// value to a new handle. A file is therefore taken out while it is written. A WinINet handle
+/// cannot be: its close is what wakes the read that uses it. What remains there is a stopped worker
+/// that reads from somebody else's new request; the worker discards what it has read, but the other
+/// one misses it. `Traits` names the handle type, its empty value and how it is closed.
 template <typename Traits>
 class CAtomicHandle {
  public:
@@ -20,8 +26,7 @@ class CAtomicHandle {
   CAtomicHandle(const CAtomicHandle&) = delete;
   CAtomicHandle& operator=(const CAtomicHandle&) = delete;
 
-  /// The handle as it is now; still owned here. It may be closed by the other thread at any moment,
-  /// on purpose for a WinINet handle: that is what wakes a read that uses it.
+  /// The handle as it is now; still owned here, and closed by the other thread at any moment.
   Handle Get() const { return m_handle.load(); }
   /// Whether there is a handle now.
   bool IsOpen() const { return Get() != Traits::Empty(); }

@@ -17,3 +17,5 @@ inline constexpr wchar_t kCannotWriteText[] = L"Unable to write to the destinati
 inline constexpr wchar_t kNotAFolivoFileText[] =
     L"The file %s is not a valid Folivo file. Please ensure that the link to the Folivo file is "
     L"valid.";
+// Shown in place of any of these when there is no memory for its text.
+inline constexpr wchar_t kNoMemoryText[] = L"There is not enough memory to download the file.";

@@ -46,11 +46,6 @@ class CFlagScope {
   std::atomic<bool>& m_flag;
 };
 
-/// The window that owns what is shown to the user: the dialog's or, under the pre-check, which has
-/// none yet, the one that the user is in. Without an owner, a message could open behind the
-/// browser.
-HWND OwnerFor(HWND dialog) { return dialog != nullptr ? dialog : GetForegroundWindow(); }
-
 /// Dispatches one message if there is one. False on WM_QUIT, which is put back for the loop of the
 /// browser that it is meant for.
 bool DispatchOneMessage() {
@@ -74,11 +69,12 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
   CHandle timer(CreateWaitableTimerW(nullptr, FALSE, nullptr));
   LARGE_INTEGER dueTime = {};
   dueTime.QuadPart = kPeekTimeLimit;
-  SetWaitableTimer(timer, &dueTime, 0, nullptr, nullptr, FALSE);
+  // Without a limit an empty body would be waited for without end.
+  const bool isLimited = SetWaitableTimer(timer, &dueTime, 0, nullptr, nullptr, FALSE) != FALSE;
   std::vector<BYTE> buffer = MakeStepBuffer(kPeekBufferSize);
 
   const HANDLE handles[] = {timer, m_hPeekEvent};
-  for (;;) {
+  while (isLimited) {
     const DWORD wait =
         MsgWaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, 0, QS_MOUSEBUTTON);
     if (wait == WAIT_TIMEOUT) {
@@ -99,12 +95,14 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
 void CProgressDialog::WorkerThreadProc() {
   NameCurrentThread("CProgressDialog");
   if (FAILED(CallGuarded([this] { RunWorkerSteps(); }))) {
-    m_complete = 0;  // Out of memory: the transfer has failed.
+    // Out of memory: a failure like any other.
+    m_complete = 0;
+    ReportFailure(kNotAvailableText, m_url);
   }
   if (m_running) {
     m_finished = 1;
     ::PostMessageW(m_window, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
-  } else {
+  } else if (m_gate.IsLeftBehind()) {
     CloseLateHandles();
   }
 }
@@ -119,13 +117,14 @@ void CProgressDialog::RunWorkerSteps() {
   }
 }
 
-/// Closes what was opened or put back after the dialog had closed everything it saw.
+/// Closes what was opened or put back after the dialog had closed everything it saw. Only for a
+/// worker that was left behind: nobody waits for the disk here.
 void CProgressDialog::CloseLateHandles() {
   const HANDLE file = m_hFile.Take();
   if (file != CFileTraits::Empty()) {
     CFileTraits::Close(file);
     // The dialog could not delete the file while it was open here.
-    DeleteFileForced(m_tempPath);
+    DeleteTempFile();
   }
   m_hRequest.Close();
   m_hSession.Close();
@@ -154,6 +153,10 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
 /// Opens the session and the request, asking the user for credentials where the server does. False
 /// when there is no request, or when the dialog has gone meanwhile.
 bool CProgressDialog::OpenRequest() {
+  const CBlockingCallGate::CCall call(m_gate);
+  if (!call) {
+    return false;
+  }
   // What an earlier attempt left.
   m_hFile.Close();
   m_hRequest.Close();
@@ -163,7 +166,6 @@ bool CProgressDialog::OpenRequest() {
   DWORD timeout = kConnectTimeoutMs;
   InternetSetOptionW(m_hSession.Get(), INTERNET_OPTION_CONNECT_TIMEOUT, &timeout, sizeof(timeout));
 
-  const CFlagScope blocking(m_inBlockingCall);
   while (m_running) {
     const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
     const DWORD error = GetLastError();
@@ -171,7 +173,10 @@ bool CProgressDialog::OpenRequest() {
     if (request == nullptr || !m_running) {
       break;
     }
-    if (InternetErrorDlg(OwnerFor(m_window), request, error, kErrorDialogFlags, nullptr) !=
+    // Under the pre-check there is no dialog yet, and without an owner the system asks nobody.
+    const HWND dialog = m_window;
+    const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
+    if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
         ERROR_INTERNET_FORCE_RETRY) {
       break;
     }
@@ -183,10 +188,8 @@ bool CProgressDialog::OpenRequest() {
 /// The answer to a status that is not accepted. Ends the transfer in every mode: under the
 /// pre-check the event ends the loop, which would ask again and again otherwise.
 bool CProgressDialog::RefuseStatus() {
-  if (!m_running) {
-    return false;
-  }
-  if (!ReportFailure(kNotAvailableText, m_url) && m_running) {
+  ReportFailure(kNotAvailableText, m_url);
+  if (!IsPeeking() && m_running) {
     m_finished = 1;
     ::PostMessageW(m_window, WM_USER, kDownloadFailed, 0);
   }
@@ -206,32 +209,38 @@ void CProgressDialog::ReadContentLength(void* buffer, DWORD size) {
 }
 
 bool CProgressDialog::CreateTempFile() {
-  if (!m_running) {
-    return false;  // Another download may have come to use the same name.
+  {
+    const CBlockingCallGate::CCall call(m_gate);
+    if (!call) {
+      return false;  // Another download may have come to use the same name.
+    }
+    // Nobody else may open the file until it is delivered.
+    const HANDLE file = CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file != CFileTraits::Empty()) {
+      m_opened = true;  // First: whoever takes the handle must know that there is a file to delete.
+      m_hFile.Put(file);
+      return true;
+    }
   }
-  // Nobody else may open the file until it is delivered.
-  m_hFile.Put(CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!m_hFile.IsOpen()) {
-    return ReportFailure(kCannotCreateText, m_tempPath.GetText());
-  }
-  m_opened = true;
-  return true;
+  return ReportFailure(kCannotCreateText, m_tempPath.GetText());
 }
 
 bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
   DWORD received = 0;
   bool succeeded = false;
   {
-    const CFlagScope blocking(m_inBlockingCall);
-    succeeded = m_running && InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
-  }
-  if (!succeeded) {
-    if (!m_running) {
+    const CBlockingCallGate::CCall call(m_gate);
+    if (!call) {
       return false;
     }
-    // Still open without sharing, so this takes no effect: the file goes with the dialog's end.
-    DeleteFileForced(m_tempPath);
+    succeeded = InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
+    if (!succeeded && m_running) {
+      // Still open without sharing, so this takes no effect: the file goes with the dialog's end.
+      DeleteTempFile();
+    }
+  }
+  if (!succeeded) {
     return ReportFailure(kNotAvailableText, m_url);
   }
   if (received == 0) {
@@ -276,6 +285,10 @@ bool CProgressDialog::FinishTransfer() {
 bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
   DWORD written = 0;
   {
+    const CBlockingCallGate::CCall call(m_gate);
+    if (!call) {
+      return false;
+    }
     // Taken out while in use: the dialog closes what it finds here, and a value closed under the
     // write could name somebody else's file by then.
     const CFlagScope using_(m_fileInUse);
@@ -289,7 +302,7 @@ bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
       written = 0;
     }
   }
-  if (written == 0) {
+  if (written != size) {  // A part of a chunk would leave a gap in the file.
     if (!m_running) {
       return false;
     }
@@ -313,12 +326,12 @@ void CProgressDialog::ShowProgress(DWORD written) {
   }
 }
 
-/// Shows why the step failed. Under the pre-check that ends its loop and the step counts as done;
-/// on the worker it ends the worker.
+/// Shows why the step failed, unless the worker is stopped. Under the pre-check that ends its loop
+/// and the step counts as done; on the worker it ends the worker.
 bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
   {
-    const CFlagScope blocking(m_inBlockingCall);
-    if (!m_running) {
+    const CBlockingCallGate::CCall call(m_gate);
+    if (!call) {
       return false;
     }
     ShowMessage(format, subject);
@@ -330,10 +343,14 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
   return false;
 }
 
+/// Without memory for the text it shows another one, which needs none: a failure is never silent.
 void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
-  CallGuarded([&] {
-    CStringW text;
-    text.Format(format, subject.GetString());
-    ::MessageBoxW(OwnerFor(m_window), text, kProductName, MB_ICONEXCLAMATION);
-  });
+  CStringW text;
+  const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });
+  HWND owner = m_window;
+  if (owner == nullptr && ::IsWindow(m_browserWindow)) {
+    owner = m_browserWindow;
+  }
+  ::MessageBoxW(owner, SUCCEEDED(made) ? text.GetString() : kNoMemoryText, kProductName,
+                MB_ICONEXCLAMATION);
 }

@@ -26,10 +26,11 @@ constexpr DWORD kServeSentMessages = PM_NOREMOVE | PM_QS_SENDMESSAGE;
 
 }  // namespace
 
-CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePath& tempPath) {
+CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePath& tempPath,
+                                             HWND browserWindow) {
   // Two layers of ownership: the worker shares the inner one, so that it never touches a dead
   // object; the caller's goes at once when it lets go, whatever the worker is doing.
-  auto shared = std::make_shared<CProgressDialog>(url, tempPath);
+  auto shared = std::make_shared<CProgressDialog>(url, tempPath, browserWindow);
   CProgressDialog* const dialog = shared.get();
   return {dialog, [shared = std::move(shared)](CProgressDialog* d) mutable {
             d->Abandon();
@@ -37,8 +38,11 @@ CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePat
           }};
 }
 
-CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath)
-    : m_tempPath(tempPath), m_url(url), m_fileName(m_tempPath.GetFileNamePart()) {
+CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath, HWND browserWindow)
+    : m_tempPath(tempPath),
+      m_url(url),
+      m_fileName(m_tempPath.GetFileNamePart()),
+      m_browserWindow(browserWindow) {
   // Without it the dialog's progress bar has no window class, and there is no dialog.
   const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&controls);
@@ -56,7 +60,7 @@ void CProgressDialog::Abandon() {
   StopDownload();
   // Only a file that this dialog made: another download may have come to use the same name.
   if (m_opened && !m_tempFileSettled) {
-    DeleteFileForced(m_tempPath);
+    DeleteTempFile();
   }
 }
 
@@ -109,7 +113,7 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
     SetEvent(m_hPeekEvent);
   }
   StopDownload();
-  DeleteFileForced(m_tempPath);
+  DeleteTempFile();
   m_tempFileSettled = true;
   EndDialog(kDownloadCancelled);
   return 0;
@@ -121,15 +125,13 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   if (code == 0) {
     return 0;
   }
-  if (m_hFile.IsOpen() || m_fileInUse) {
-    CloseFile();
-    if (code != kDownloadFailed) {
-      DeliverFile();
-    }
+  // Without its file there is nothing to deliver: a result came before, or the disk never answers.
+  if (CloseFile() && code != kDownloadFailed) {
+    DeliverFile();
   }
   StopDownload();
   if (code == kDownloadFailed) {
-    DeleteFileForced(m_tempPath);
+    DeleteTempFile();
     m_tempFileSettled = true;
   }
   EndDialog(static_cast<int>(code));
@@ -138,19 +140,30 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
 
 void CProgressDialog::DeliverFile() {
   m_tempFileSettled = true;
-  if (m_saveState != nullptr) {
-    CompleteProtectedSave();
+  // Taken out first: the save may serve messages, and one of them may come here again.
+  if (const HANDLE state = std::exchange(m_saveState, nullptr)) {
+    CompleteProtectedSave(state);
     return;
   }
   // Deliberately silent when the copy fails: the temporary file goes all the same.
   CopyFileTo(m_tempPath, m_destPath, false);
-  DeleteFileForced(m_tempPath);
+  DeleteTempFile();
 }
 
-void CProgressDialog::CompleteProtectedSave() {
+void CProgressDialog::CompleteProtectedSave(HANDLE state) {
   // The temporary file stays: the browser moves it at a time of its own choosing.
-  if (!CIeFrameLibrary().SaveFile(m_saveState, m_tempPath)) {
+  m_fileLeftToBrowser = true;
+  const CIeFrameLibrary browser;
+  if (!browser.SaveFile(state, m_tempPath)) {
+    browser.CancelSaveFile(state);
     ShowMessage(kCannotCreateText, m_tempPath.GetText());
+  }
+}
+
+/// Ends a protected-mode save for which there is no file.
+void CProgressDialog::CancelProtectedSave() {
+  if (const HANDLE state = std::exchange(m_saveState, nullptr)) {
+    CIeFrameLibrary().CancelSaveFile(state);
   }
 }
 
@@ -183,12 +196,12 @@ LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
 }
 
 void CProgressDialog::StopDownload() {
-  m_running = false;
+  const bool mayBeWaitedFor = m_gate.Stop();
   // Taken out first: a message served below may come here again.
   if (const std::shared_ptr<boost::thread> worker = std::exchange(m_thread, nullptr)) {
     // Joining a thread that has ended cannot fail; it is guarded as destructors end up here.
     CallGuarded([&] {
-      if (m_finished != 0 && ServeMessagesUntilEnded(*worker)) {
+      if (m_finished != 0 && mayBeWaitedFor && ServeMessagesUntilEnded(*worker)) {
         worker->join();
       } else {
         // It ends by itself, with the module held until it has.
@@ -200,14 +213,14 @@ void CProgressDialog::StopDownload() {
   CloseFile();
   m_hRequest.Close();
   m_hSession.Close();
-  m_saveState = nullptr;
+  CancelProtectedSave();
 }
 
 /// Serves the messages that the worker sends to the dialog until it has ended, as it may still be
-/// inside one when it is to be joined. False when it is in a call that may take for ever.
+/// inside one when it is to be joined. False when that cannot be waited for.
 bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
   const HANDLE handle = worker.native_handle();
-  while (!m_inBlockingCall) {
+  for (;;) {
     const DWORD wait =
         MsgWaitForMultipleObjectsEx(1, &handle, INFINITE, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
     if (wait != WAIT_OBJECT_0 + 1) {
@@ -216,7 +229,6 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, kServeSentMessages);
   }
-  return WaitForSingleObject(handle, 0) == WAIT_OBJECT_0;
 }
 
 /// Takes the file out of the worker's reach. A write under way is let finish, as its bytes must not
@@ -235,10 +247,19 @@ HANDLE CProgressDialog::TakeFile() {
   }
 }
 
-void CProgressDialog::CloseFile() {
+/// False when there is no file, or when it is left to the worker.
+bool CProgressDialog::CloseFile() {
   const HANDLE file = TakeFile();
-  if (file != CFileTraits::Empty()) {
-    const CLastErrorKeeper keeper;
-    CFileTraits::Close(file);
+  if (file == CFileTraits::Empty()) {
+    return false;
+  }
+  const CLastErrorKeeper keeper;
+  CFileTraits::Close(file);
+  return true;
+}
+
+void CProgressDialog::DeleteTempFile() const {
+  if (!m_fileLeftToBrowser) {
+    DeleteFileForced(m_tempPath);
   }
 }

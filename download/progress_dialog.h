@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "download/atomic_handle.h"
+#include "download/blocking_call_gate.h"
 #include "download/file_path.h"
 #include "resources/resource.h"
 
@@ -28,15 +29,21 @@ enum DownloadResult {
 /// The modal dialog that shows one download from a URL into a temporary file and, when the
 /// transfer has ended, delivers that file.
 ///
-/// Two threads use it. The dialog (browser) thread runs everything but `WorkerThreadProc`, which is
-/// the worker's body; the worker takes over the request that `PeekContent` has opened, so the two
-/// never run at once. They share no lock, only atomics:
-///   the worker writes m_opened, m_checkPending, m_valid, m_complete, m_lengthKnown, m_total,
-///   m_received and, at its end, m_finished; it puts m_hSession, m_hRequest and m_hFile;
-///   the dialog thread writes m_running and m_finished and closes the three handles.
-/// The dialog never waits for the network. A worker that is left behind in a network call keeps the
-/// object and the module alive, finds m_running cleared when the call returns, and ends silently.
-///   m_inBlockingCall and m_fileInUse are the worker's: they tell what it cannot be waited for in.
+/// Two threads use it: the dialog (browser) thread, and the worker, whose body is
+/// `WorkerThreadProc`. The transfer's steps run on the dialog thread under `PeekContent` and then,
+/// with the same open request, on the worker, so never on both at once. The threads share no lock,
+/// only atomics:
+///   the steps, on whichever thread they run, write m_opened, m_checkPending, m_valid, m_complete,
+///   m_lengthKnown, m_total, m_received and m_fileInUse; they put m_hSession, m_hRequest and
+///   m_hFile, and close what an earlier attempt to open has left in them;
+///   the dialog thread clears m_running, sets m_fileLeftToBrowser and closes the three handles;
+///   both set m_finished: the worker at its end, the dialog thread when it has posted a result.
+/// Everything else belongs to the dialog thread, or does not change while there is a worker.
+///
+/// The dialog thread waits neither for the network nor, for more than a moment, for the disk. A
+/// worker that is inside such a call when it is stopped is left behind: it keeps the object and the
+/// module alive, and when the call returns it closes what it still has, deletes the file that it
+/// had open, and ends silently.
 class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>,
                         public std::enable_shared_from_this<CProgressDialog> {
  public:
@@ -47,19 +54,21 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   using Ptr = std::shared_ptr<CProgressDialog>;
 
   /// A dialog for downloading `url` into the file `tempPath`, which is created by the transfer.
-  static Ptr Create(const CStringW& url, const CFilePath& tempPath);
+  /// `browserWindow` owns the messages until there is a dialog; null or gone: nothing owns them.
+  static Ptr Create(const CStringW& url, const CFilePath& tempPath, HWND browserWindow);
 
   /// For `Create`: a dialog is always shared with its worker.
-  CProgressDialog(const CStringW& url, const CFilePath& tempPath);
+  CProgressDialog(const CStringW& url, const CFilePath& tempPath, HWND browserWindow);
   // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
   virtual ~CProgressDialog();
   CProgressDialog(const CProgressDialog&) = delete;
   CProgressDialog& operator=(const CProgressDialog&) = delete;
 
   /// Opens the URL and judges the head of its body by the content rule of `extension` (with its
-  /// dot). Blocks up to 25 seconds, pumping messages. True when the content is genuine; its head is
-  /// then in the temporary file and the dialog carries on from there. False: let go of the dialog.
-  /// Caller's thread, before DoModal.
+  /// dot). Blocks: between two steps it serves clicks and ends after 25 seconds, but a network call
+  /// that stalls is waited for. True when the content is genuine; its head is then in the temporary
+  /// file and the dialog carries on from there. False: let go of the dialog. Caller's thread,
+  /// before DoModal.
   bool PeekContent(const CStringW& extension);
 
   BEGIN_MSG_MAP(CProgressDialog)
@@ -88,9 +97,10 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   void StopDownload();
   bool ServeMessagesUntilEnded(boost::thread& worker);
   HANDLE TakeFile();
-  void CloseFile();
+  bool CloseFile();
   void DeliverFile();
-  void CompleteProtectedSave();
+  void CompleteProtectedSave(HANDLE state);
+  void CancelProtectedSave();
   void ShellOpen(const CFilePath& path);
   void Abandon();
 
@@ -110,6 +120,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   void ShowProgress(DWORD written);
   bool ReportFailure(LPCWSTR format, const CStringW& subject);
   void ShowMessage(LPCWSTR format, const CStringW& subject) const;
+  void DeleteTempFile() const;
   bool IsPeeking() const { return m_hPeekEvent != nullptr; }
 
   std::atomic<bool> m_opened{false};  // request open and file created: steps now read
@@ -130,8 +141,9 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CFilePath m_tempPath;
 
  public:
-  CFilePath m_destPath;          ///< Where to deliver; set before DoModal.
-  HANDLE m_saveState = nullptr;  ///< Set before DoModal for a protected-mode save.
+  CFilePath m_destPath;  ///< Where to deliver; set before DoModal.
+  /// Set before DoModal for a protected-mode save. The dialog completes or cancels that save.
+  HANDLE m_saveState = nullptr;
 
  private:
   CStringW m_url;
@@ -140,8 +152,10 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CStringW m_fileName;  ///< Shown while downloading; set before DoModal.
 
  private:
-  std::atomic<HWND> m_window{nullptr};        // the worker's copy of m_hWnd
-  std::atomic<bool> m_inBlockingCall{false};  // network or message box: not to be waited for
-  std::atomic<bool> m_fileInUse{false};       // a write is under way with the file taken out
-  bool m_tempFileSettled = false;             // delivered, deleted or handed over
+  CBlockingCallGate m_gate{m_running};
+  std::atomic<HWND> m_window{nullptr};           // the worker's copy of m_hWnd
+  std::atomic<bool> m_fileInUse{false};          // a write is under way with the file taken out
+  std::atomic<bool> m_fileLeftToBrowser{false};  // nobody here deletes it any more
+  bool m_tempFileSettled = false;                // delivered, deleted or left to the browser
+  const HWND m_browserWindow;
 };

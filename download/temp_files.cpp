@@ -13,7 +13,17 @@ constexpr wchar_t kTempFilesFolder[] = L"TempFiles";
 constexpr wchar_t kDefaultTempName[] = L"FVK-%d-%x";
 constexpr DWORD kTempPathLength = 260;
 
+// Browser windows have threads of their own. Static initialisation cannot fail with this lock.
+SRWLOCK g_tempBaseFolderLock = SRWLOCK_INIT;
 CStringW g_tempBaseFolder;
+
+class CTempBaseFolderLock {
+ public:
+  CTempBaseFolderLock() { AcquireSRWLockExclusive(&g_tempBaseFolderLock); }
+  ~CTempBaseFolderLock() { ReleaseSRWLockExclusive(&g_tempBaseFolderLock); }
+  CTempBaseFolderLock(const CTempBaseFolderLock&) = delete;
+  CTempBaseFolderLock& operator=(const CTempBaseFolderLock&) = delete;
+};
 
 }  // namespace
 
@@ -52,15 +62,17 @@ CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName) 
 }
 
 void SetTempBaseFolder(const CStringW& folder) {
-  // Browser windows have threads of their own and all set the same folder: not replacing it leaves
-  // the text alone that another one may be reading.
-  if (g_tempBaseFolder != folder) {
-    g_tempBaseFolder = folder;
-  }
+  const CTempBaseFolderLock lock;
+  g_tempBaseFolder = folder;
 }
 
 CFilePath GetTempBaseFolder() {
-  return g_tempBaseFolder.IsEmpty() ? GetSystemTempFolder() : CFilePath(g_tempBaseFolder);
+  CStringW folder;
+  {
+    const CTempBaseFolderLock lock;
+    folder = g_tempBaseFolder;
+  }
+  return folder.IsEmpty() ? GetSystemTempFolder() : CFilePath(folder);
 }
 
 CFilePath GetSystemTempFolder() {

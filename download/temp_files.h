@@ -14,8 +14,7 @@ CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name);
 /// process id and the tick count.
 CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName);
 
-/// Sets the folder that `MakeTempFilePath` uses; empty returns to the system's. Not locked: called
-/// on the browser's thread, before a download starts.
+/// Sets the folder that `MakeTempFilePath` uses; empty returns to the system's. Any thread.
 void SetTempBaseFolder(const CStringW& folder);
 /// The folder set by `SetTempBaseFolder`, else the system's temporary folder.
 CFilePath GetTempBaseFolder();

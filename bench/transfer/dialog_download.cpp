@@ -19,7 +19,7 @@ CBenchModule g_module;
 void DownloadByDialog(const std::wstring& url, const std::wstring& destination) {
   const std::wstring temporary = destination + L".temporary";
   const CProgressDialog::Ptr dialog =
-      CProgressDialog::Create(url.c_str(), CFilePath(temporary.c_str()));
+      CProgressDialog::Create(url.c_str(), CFilePath(temporary.c_str()), nullptr);
   Demand(dialog->PeekContent(L".folivo"), "the head of the body was refused");
   dialog->m_destPath = CFilePath(destination.c_str());
   dialog->m_fileName = dialog->m_destPath.GetFileNamePart();

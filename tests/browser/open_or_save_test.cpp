@@ -76,8 +76,8 @@ class DownloadSteps : public OpenOrSaveSteps {
  protected:
   /// Runs a download of `url`, whose dialog ends with `result`.
   void Run(bool save, const std::wstring& url, INT_PTR result = kDownloadDelivered) {
-    const CProgressDialog::Ptr dialog =
-        CProgressDialog::Create(url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()));
+    const CProgressDialog::Ptr dialog = CProgressDialog::Create(
+        url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()), nullptr);
     const CDialogResult run(result);
     run.WhileRunning([&] {
       m_destination = dialog->m_destPath.GetText().GetString();

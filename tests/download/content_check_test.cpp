@@ -37,11 +37,18 @@ std::vector<std::string> AllHeads() {
 }
 
 TEST(ContentCheck, PrefixesHaveTheirFixedLengths) {
-  EXPECT_EQ(kYes.size(), 55u);
-  for (const auto& heads : {kLessonHeads, kCollectionHeads}) {
-    EXPECT_EQ(heads[0].size(), 60u);
-    EXPECT_EQ(heads[1].size(), 61u);
-    EXPECT_EQ(heads[2].size(), 60u);
+  const auto shortestValid = [](const std::string& head, LPCWSTR extension) {
+    const std::string body = head + "name=\"1\">";
+    size_t length = 0;
+    while (length < body.size() && !IsValid(body.substr(0, length), extension)) {
+      ++length;
+    }
+    return length;
+  };
+  constexpr size_t kLengths[] = {60, 61, 60};
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(shortestValid(kLessonHeads[i], L".qdk"), kLengths[i]);
+    EXPECT_EQ(shortestValid(kCollectionHeads[i], L".qdc"), kLengths[i]);
   }
 }
 

@@ -95,6 +95,7 @@ class Credentials : public DownloadTest {
 };
 
 TEST_F(Credentials, RightOnesFetchTheLesson) {
+  const CForeignForeground foreground;
   const ScriptedPath path(m_server, ProtectedLesson());
   const auto dialog = Make(path.Url(L"a.qdk"));
   const CParallel user([&] {

@@ -61,8 +61,9 @@ DownloadTest::~DownloadTest() {
 
 LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }
 
-CProgressDialog::Ptr DownloadTest::Make(const std::wstring& url) const {
-  CProgressDialog::Ptr dialog = CProgressDialog::Create(url.c_str(), TempPath().c_str());
+CProgressDialog::Ptr DownloadTest::Make(const std::wstring& url, HWND browserWindow) const {
+  CProgressDialog::Ptr dialog =
+      CProgressDialog::Create(url.c_str(), TempPath().c_str(), browserWindow);
   dialog->m_destPath = CFilePath(DestPath().c_str());
   CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
   return dialog;

@@ -9,6 +9,7 @@
 #include "tests/download/progress_dialog_peer.h"
 #include "tests/support/http_answer.h"
 #include "tests/support/http_server.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/temp_sandbox.h"
 
 /// Title of the dialog while it downloads.
@@ -35,7 +36,7 @@ class DownloadTest : public testing::Test {
   ~DownloadTest() override;
 
   /// A dialog whose temporary and final files lie in the sandbox; content rule ".qdk".
-  CProgressDialog::Ptr Make(const std::wstring& url) const;
+  CProgressDialog::Ptr Make(const std::wstring& url, HWND browserWindow = nullptr) const;
 
   /// How many more locks the module has than at the begin of the test.
   LONG LocksTaken() const;
@@ -48,6 +49,17 @@ class DownloadTest : public testing::Test {
 
  private:
   const LONG m_locksBefore;
+};
+
+/// While it lives, a window that has nothing to do with the download is in the foreground.
+class CForeignForeground {
+ public:
+  CForeignForeground()
+      : m_patch("user32.dll", "GetForegroundWindow", +[]() -> HWND { return Window(); }) {}
+  static HWND Window() { return GetDesktopWindow(); }
+
+ private:
+  CImportPatch m_patch;
 };
 
 /// The head of a lesson body, and a whole one: the head and `length` bytes of a pattern.

@@ -81,15 +81,36 @@ TEST_F(TransferStep, SessionUsesTheUsersProxyAndConnectsFor25Seconds) {
   EXPECT_EQ(g_options[0].size, 4u);
 }
 
-TEST_F(TransferStep, FileIsNotShared) {
+struct CFileCall {
+  std::wstring path;
+  DWORD access;
+  DWORD share;
+  bool hasSecurity;
+  DWORD creation;
+  DWORD attributes;
+  HANDLE model;
+
+  bool operator==(const CFileCall&) const = default;
+};
+std::vector<CFileCall> g_files;
+decltype(&CreateFileW) g_createFile;
+
+HANDLE WINAPI RecordFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                         DWORD creation, DWORD attributes, HANDLE model) {
+  g_files.push_back({path, access, share, security != nullptr, creation, attributes, model});
+  return g_createFile(path, access, share, security, creation, attributes, model);
+}
+
+TEST_F(TransferStep, FileIsMadeForWritingAloneAndNotShared) {
   const ScriptedPath path(m_server, Lesson(1000));
   const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  const HANDLE other = CreateFileW(TempPath().c_str(), GENERIC_READ,
-                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                   OPEN_EXISTING, 0, nullptr);
-  EXPECT_EQ(other, INVALID_HANDLE_VALUE);
+  const CImportPatch patch("kernel32.dll", "CreateFileW", &RecordFile);
+  g_createFile = patch.Original<decltype(CreateFileW)>();
+  g_files.clear();
+  ASSERT_TRUE(CProgressDialogPeer{*dialog}.Step());
+  const CFileCall expected = {TempPath(),    GENERIC_WRITE,         0,      false,
+                              CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr};
+  EXPECT_EQ(g_files, std::vector{expected});
 }
 
 TEST_F(TransferStep, ExistingFileIsEmptied) {
@@ -178,7 +199,8 @@ TEST_F(TransferStep, FileThatCannotBeMadeIsReported) {
   const ScriptedPath path(m_server, Lesson(10));
   const std::wstring target = m_sandbox / L"missing\\folder\\a.qdk";
   for (const bool peeking : {false, true}) {
-    const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+    const auto dialog =
+        CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
     CProgressDialogPeer peer{*dialog};
     if (peeking) {
       peer.BeginPeek();
@@ -193,7 +215,7 @@ TEST_F(TransferStep, FileThatCannotBeMadeIsReported) {
 TEST_F(TransferStep, RepeatedOpenClosesWhatTheFirstLeft) {
   const ScriptedPath path(m_server, Lesson(10));
   const std::wstring target = m_sandbox / L"later\\a.qdk";
-  const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str());
+  const auto dialog = CProgressDialog::Create(path.Url(L"a.qdk").c_str(), target.c_str(), nullptr);
   CProgressDialogPeer peer{*dialog};
   peer.BeginPeek();
   ASSERT_TRUE(peer.Step());
@@ -353,6 +375,21 @@ TEST_F(TransferStep, FullDiskIsReported) {
   }
 }
 
+TEST_F(TransferStep, ChunkThatIsWrittenInPartIsReported) {
+  const CImportPatch patch(
+      "kernel32.dll", "WriteFile",
+      +[](HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) -> BOOL {
+        *written = size - 1;
+        return TRUE;
+      });
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  CProgressDialogPeer peer{*dialog};
+  ASSERT_TRUE(peer.Step());
+  EXPECT_FALSE(peer.Step());
+  EXPECT_EQ(OnlyMessage(), L"Unable to write to the destination file " + TempPath() + L".");
+}
+
 TEST_F(TransferStep, HandleThatCannotBeWrittenIsReported) {
   const ScriptedPath path(m_server, Lesson(5000));
   const auto dialog = Make(path.Url(L"a.qdk"));
@@ -410,20 +447,61 @@ TEST_F(TransferStep, FailedReadDeletesAClosedFileBeforeItIsReported) {
   EXPECT_TRUE(filesWhenReported.empty());
 }
 
-TEST_F(TransferStep, StoppedOnesAreSilent) {
-  const ScriptedPath path(m_server, Lesson(5000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  peer.SetRunning(false);
-  EXPECT_FALSE(peer.Step());
+std::vector<std::string> g_calls;
 
-  const auto unopened = Make(L"http://127.0.0.1:1/a.qdk");
-  CProgressDialogPeer unopenedPeer{*unopened};
-  unopenedPeer.SetRunning(false);
-  EXPECT_FALSE(unopenedPeer.Step());
+TEST_F(TransferStep, StoppedOnesDoNothing) {
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto opened = Make(path.Url(L"a.qdk"));
+  ASSERT_TRUE(CProgressDialogPeer{*opened}.Step());
+  const auto unopened = Make(path.Url(L"a.qdk"));
+  const CImportPatch session(
+      "wininet.dll", "InternetOpenW", +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> HINTERNET {
+        g_calls.push_back("session");
+        return nullptr;
+      });
+  const CImportPatch request(
+      "wininet.dll", "InternetOpenUrlW",
+      +[](HINTERNET, LPCWSTR, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
+        g_calls.push_back("request");
+        return nullptr;
+      });
+  const CImportPatch read(
+      "wininet.dll", "InternetReadFile", +[](HINTERNET, LPVOID, DWORD, LPDWORD) -> BOOL {
+        g_calls.push_back("read");
+        return FALSE;
+      });
+  g_calls.clear();
+  for (const auto& dialog : {opened, unopened}) {
+    CProgressDialogPeer peer{*dialog};
+    peer.SetRunning(false);
+    EXPECT_FALSE(peer.Step());
+  }
+  EXPECT_EQ(g_calls, std::vector<std::string>());
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_TRUE(TakePostedResults().empty());
+}
+
+TEST_F(TransferStep, OneStoppedBehindTheAnswersHeadLeavesAnothersFileAlone) {
+  static CProgressDialog* stopped;
+  static decltype(&HttpQueryInfoW) query;
+  const CImportPatch patch(
+      "wininet.dll", "HttpQueryInfoW",
+      +[](HINTERNET request, DWORD level, LPVOID buffer, LPDWORD length, LPDWORD index) -> BOOL {
+        if (level == HTTP_QUERY_CONTENT_LENGTH) {
+          CProgressDialogPeer{*stopped}.SetRunning(false);
+        }
+        return query(request, level, buffer, length, index);
+      });
+  query = patch.Original<BOOL WINAPI(HINTERNET, DWORD, LPVOID, LPDWORD, LPDWORD)>();
+  m_sandbox.Write(L"temporary.qdk", "another download");
+  const ScriptedPath path(m_server, Lesson(5000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  stopped = dialog.get();
+  CProgressDialogPeer peer{*dialog};
+  EXPECT_FALSE(peer.Step());
+  EXPECT_FALSE(peer.IsRunning());
+  EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 struct COpenCall {
@@ -441,8 +519,16 @@ std::vector<COpenCall> g_opens;
 std::vector<CErrorDialogCall> g_errorDialogs;
 decltype(&InternetOpenUrlW) g_openUrl;
 
+decltype(&InternetCloseHandle) g_closeInternet;
+
+BOOL WINAPI RecordClose(HINTERNET handle) {
+  g_calls.push_back("close");
+  return g_closeInternet(handle);
+}
+
 HINTERNET WINAPI RecordOpen(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD headersLength,
                             DWORD flags, DWORD_PTR context) {
+  g_calls.push_back("open");
   g_opens.push_back({url, flags, headers != nullptr});
   const HINTERNET request = g_openUrl(session, url, headers, headersLength, flags, context);
   SetLastError(4711);
@@ -451,6 +537,7 @@ HINTERNET WINAPI RecordOpen(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWO
 
 /// Wants a retry the first two times.
 DWORD WINAPI RecordErrorDialog(HWND owner, HINTERNET, DWORD error, DWORD flags, LPVOID* data) {
+  g_calls.push_back("ask");
   g_errorDialogs.push_back({owner, error, flags, data != nullptr});
   return g_errorDialogs.size() < 3 ? ERROR_INTERNET_FORCE_RETRY : ERROR_CANCELLED;
 }
@@ -462,10 +549,16 @@ TEST_F(TransferStep, RetryThatTheErrorDialogWantsOpensTheSameRequestAgain) {
   g_openUrl =
       open.Original<HINTERNET WINAPI(HINTERNET, LPCWSTR, LPCWSTR, DWORD, DWORD, DWORD_PTR)>();
   const CImportPatch error("wininet.dll", "InternetErrorDlg", &RecordErrorDialog);
+  const CImportPatch close("wininet.dll", "InternetCloseHandle", &RecordClose);
+  g_closeInternet = close.Original<BOOL WINAPI(HINTERNET)>();
+  const CForeignForeground foreground;
   g_opens.clear();
   g_errorDialogs.clear();
+  g_calls.clear();
   const auto dialog = Make(url);
   EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step());
+  EXPECT_EQ(g_calls, (std::vector<std::string>{"open", "ask", "close", "open", "ask", "close",
+                                               "open", "ask"}));
   ASSERT_EQ(g_opens.size(), 3u);
   for (const COpenCall& call : g_opens) {
     EXPECT_EQ(call.url, url);
@@ -474,7 +567,7 @@ TEST_F(TransferStep, RetryThatTheErrorDialogWantsOpensTheSameRequestAgain) {
   }
   ASSERT_EQ(g_errorDialogs.size(), 3u);
   for (const CErrorDialogCall& call : g_errorDialogs) {
-    EXPECT_EQ(call.owner, GetForegroundWindow());
+    EXPECT_EQ(call.owner, CForeignForeground::Window()) << "there is no dialog yet";
     EXPECT_EQ(call.error, 4711u) << "the last error that the open left";
     EXPECT_EQ(call.flags, 7u);
     EXPECT_FALSE(call.hasData);

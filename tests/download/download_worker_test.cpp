@@ -7,6 +7,9 @@
 #include <wininet.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -133,6 +136,7 @@ TEST_F(TransferProgress, EndIsNotShownOnceStopped) {
   ASSERT_TRUE(peer.Step());
   EXPECT_FALSE(peer.Step());
   EXPECT_FALSE(peer.IsRunning());
+  EXPECT_FALSE(peer.IsComplete());
   EXPECT_EQ(g_positions, (std::vector<WPARAM>{100})) << "of the only chunk, not of the end";
 }
 
@@ -202,7 +206,7 @@ TEST_F(TransferWorker, EmptyBodyIsCompleteAndUnchecked) {
   EXPECT_EQ(peer.FileSize(), 0);
 }
 
-TEST_F(TransferWorker, StoppedOneSaysNothingAndCleansUp) {
+TEST_F(TransferWorker, StoppedOneLeavesTheHandlesToTheDialog) {
   const ScriptedPath path(m_server, Lesson(300000));
   const auto dialog = Make(path.Url(L"a.qdk"));
   CProgressDialogPeer peer{*dialog};
@@ -211,12 +215,80 @@ TEST_F(TransferWorker, StoppedOneSaysNothingAndCleansUp) {
   peer.SetRunning(false);
   peer.RunWorker();
   EXPECT_TRUE(TakePostedResults().empty());
+  EXPECT_FALSE(peer.IsFinished());
+  EXPECT_NE(peer.Request(), nullptr) << "the dialog may be waiting for the worker's end";
+  EXPECT_EQ(peer.FileSize(), 1000);
+}
+
+TEST_F(TransferWorker, OneThatIsLeftBehindInAWriteSaysNothingAndCleansUp) {
+  static decltype(&WriteFile) write;
+  const CImportPatch patch(
+      "kernel32.dll", "WriteFile",
+      +[](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) -> BOOL {
+        CProgressDialogPeer{*g_dialog}.StopDownload();  // which cannot wait for this write
+        return write(file, data, size, written, overlapped);
+      });
+  write = patch.Original<decltype(WriteFile)>();
+  const ScriptedPath path(m_server, Lesson(300000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  g_dialog = dialog.get();
+  CProgressDialogPeer peer{*dialog};
+  peer.RunWorker();
+  EXPECT_TRUE(TakePostedResults().empty());
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_FALSE(peer.IsFinished());
   EXPECT_EQ(peer.Session(), nullptr);
   EXPECT_EQ(peer.Request(), nullptr);
   EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
   EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+/// Lets this program's memory run out for blocks of a size and above, and keeps what is shown then.
+class CNoMemory {
+ public:
+  explicit CNoMemory(size_t size)
+      : m_malloc("msvcrt.dll", "malloc", &Allocate), m_message("user32.dll", "MessageBoxW", &Show) {
+    s_malloc = m_malloc.Original<void*(size_t)>();
+    s_shown = 0;
+    s_size = size;
+  }
+  static void End() { s_size = SIZE_MAX; }
+  static int Shown() { return s_shown; }
+  static std::wstring Text() { return s_text; }
+
+ private:
+  static void* Allocate(size_t size) { return size >= s_size ? nullptr : s_malloc(size); }
+  static int WINAPI Show(HWND, LPCWSTR text, LPCWSTR, UINT) {
+    ++s_shown;
+    lstrcpynW(s_text, text, static_cast<int>(std::size(s_text)));
+    return IDOK;
+  }
+
+  static inline void* (*s_malloc)(size_t);
+  static inline std::atomic<size_t> s_size;
+  static inline int s_shown;
+  static inline wchar_t s_text[300];
+  CImportPatch m_malloc;
+  CImportPatch m_message;
+};
+
+TEST_F(TransferWorker, OutOfMemoryIsReportedOnceAndFails) {
+  const std::wstring url = L"http://127.0.0.1:1/a.qdk";
+  struct CCase {
+    size_t fails;
+    std::wstring text;
+  };
+  const CCase cases[] = {{131072, NotAvailable(url)},
+                         {1, L"There is not enough memory to download the file."}};
+  for (const CCase& c : cases) {
+    const auto dialog = Make(url);
+    const CNoMemory memory(c.fails);
+    CProgressDialogPeer{*dialog}.RunWorker();
+    CNoMemory::End();
+    EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{3});
+    EXPECT_EQ(CNoMemory::Shown(), 1);
+    EXPECT_EQ(CNoMemory::Text(), c.text);
+  }
 }
 
 TEST_F(TransferWorker, NamesItsThread) {

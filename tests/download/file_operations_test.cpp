@@ -68,6 +68,14 @@ TEST_F(FileOperations, DeletingAFileInUseFails) {
   EXPECT_TRUE(DeleteFileForced(file));
 }
 
+TEST_F(FileOperations, FileWhoseAttributesCannotBeSetIsNotDeleted) {
+  const CFilePath file = Write(L"a", "x");
+  const CImportPatch patch(
+      "kernel32.dll", "SetFileAttributesW", +[](LPCWSTR, DWORD) -> BOOL { return FALSE; });
+  EXPECT_FALSE(DeleteFileForced(file));
+  EXPECT_TRUE(PathExists(file));
+}
+
 TEST_F(FileOperations, DeletingAFolderFails) {
   EXPECT_FALSE(DeleteFileForced(CFilePath(m_sandbox.Path().c_str())));
 }

@@ -98,6 +98,7 @@ TEST(FilePath, FileNamePartIsTheTextAfterTheLastBackslash) {
 TEST(FilePath, ParentFolderIsTheTextBeforeTheLastBackslash) {
   EXPECT_STREQ(CFilePath(L"C:\\a\\b.qdk").GetParentFolder(), L"C:\\a");
   EXPECT_STREQ(CFilePath(L"C:\\a").GetParentFolder(), L"C:");
+  EXPECT_STREQ(CFilePath(L"C:\\a\\\\b").GetParentFolder(), L"C:\\a");
   EXPECT_STREQ(CFilePath(L"file").GetParentFolder(), L"file");
   EXPECT_STREQ(CFilePath().GetParentFolder(), L"");
 }

@@ -4,12 +4,17 @@
 #include <windows.h>
 
 #include <objbase.h>
+#include <wininet.h>
 
+#include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/download/download_test.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
@@ -108,28 +113,157 @@ TEST_F(ProtectedSave, GetsTheWholeFileAndLeavesItInPlace) {
   }
 }
 
-TEST_F(ProtectedSave, IsNotMadeForAFailedDownload) {
+/// Every way in which a dialog that was given a state comes to no save: the state is cancelled
+/// once, and nothing is left.
+TEST_F(ProtectedSave, IsCancelledOnceWhenItIsNotCarriedOut) {
   CMessageRecorder messages;
-  const CIeFrameDouble ieframe;
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("no lesson"));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  dialog->m_saveState = Token(1);
-  EXPECT_EQ(dialog->DoModal(nullptr), 3);
-  EXPECT_EQ(ieframe->saveCalls, 0);
+  const ScriptedPath lesson(m_server, Lesson(1000));
+  const ScriptedPath page(m_server, HttpAnswer().Bytes("no lesson"));
+  const ScriptedPath stalled(m_server, Lesson(1000).Gated());
+  struct CWay {
+    const char* name;
+    const ScriptedPath* path;
+    INT_PTR result;
+    std::function<INT_PTR(CProgressDialog&)> run;
+  };
+  const auto command = [](WORD id) {
+    return [=](CProgressDialog& dialog) {
+      return RunDialog(dialog, [=](HWND window) { PostMessageW(window, WM_COMMAND, id, 0); });
+    };
+  };
+  const CWay ways[] = {
+      {"failed", &page, 3, [](CProgressDialog& dialog) { return dialog.DoModal(nullptr); }},
+      {"cancelled", &stalled, 2, command(IDCANCEL)},
+      {"ended by OK", &stalled, 1, command(IDOK)},
+      {"never run", &lesson, 0, [](CProgressDialog&) -> INT_PTR { return 0; }},
+      {"never run after its check", &lesson, 0,
+       [](CProgressDialog& dialog) -> INT_PTR {
+         EXPECT_TRUE(dialog.PeekContent(L".qdk"));
+         return 0;
+       }},
+      {"without the file", &lesson, 1,
+       [](CProgressDialog& dialog) {
+         const CImportPatch end("user32.dll", "EndDialog", +[](HWND, INT_PTR) { return TRUE; });
+         LRESULT result = 0;
+         dialog.ProcessWindowMessage(nullptr, WM_USER, kDownloadDelivered, 0, result);
+         return INT_PTR{1};
+       }},
+      {"stopped twice", &lesson, 0,
+       [](CProgressDialog& dialog) -> INT_PTR {
+         CProgressDialogPeer{dialog}.StopDownload();
+         CProgressDialogPeer{dialog}.StopDownload();
+         return 0;
+       }},
+  };
+  for (const CWay& way : ways) {
+    SCOPED_TRACE(way.name);
+    const CIeFrameDouble ieframe;
+    {
+      const auto dialog = Make(way.path->Url(L"a.qdk"));
+      dialog->m_saveState = Token(0x4711);
+      EXPECT_EQ(way.run(*dialog), way.result);
+    }
+    EXPECT_EQ(ieframe->saveCalls, 0);
+    EXPECT_EQ(ieframe->cancelCalls, 1);
+    EXPECT_EQ(ieframe->cancelledState, Token(0x4711));
+  }
+  stalled.AllowAll();
+  WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
   EXPECT_TRUE(m_sandbox.Files().empty());
-  EXPECT_EQ(messages.Take().size(), 1u);
+  EXPECT_EQ(messages.Take().size(), 1u) << "of the failed one";
 }
 
-TEST_F(ProtectedSave, IsNotMadeForACancelledDownload) {
+TEST_F(ProtectedSave, WithoutTheSaveFunctionIsCancelledAndReported) {
+  const CMessageRecorder messages;
   const CIeFrameDouble ieframe;
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  dialog->m_saveState = Token(1);
-  EXPECT_EQ(RunDialog(*dialog, [](HWND window) { Click(window, IDCANCEL); }), 2);
+  const CLookupPatch patch("IESaveFile", static_cast<HRESULT(WINAPI*)(HANDLE, LPCWSTR)>(nullptr));
+  const ScriptedPath path(m_server, Lesson(1000));
+  {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    dialog->m_saveState = Token(7);
+    EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  }
+  EXPECT_EQ(ieframe->cancelCalls, 1);
+  EXPECT_EQ(ieframe->cancelledState, Token(7));
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+}
+
+/// Where a download stands when its file is handed over by a result that came too early.
+class EarlyProtectedSave : public ProtectedSave {
+ protected:
+  static BOOL WINAPI FailToReadTheThird(HINTERNET request, LPVOID buffer, DWORD size,
+                                        LPDWORD count) {
+    if (++s_reads < 3) {
+      return s_read(request, buffer, size, count);
+    }
+    PostMessageW(s_dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+    EXPECT_EQ(WaitForSingleObject(s_inSave, 20000), WAIT_OBJECT_0);
+    return FALSE;
+  }
+  static HRESULT WINAPI Save(HANDLE, LPCWSTR) {
+    SetEvent(s_inSave);
+    EXPECT_EQ(WaitForSingleObject(s_shown, 20000), WAIT_OBJECT_0);
+    return S_OK;
+  }
+  static int WINAPI Show(HWND, LPCWSTR, LPCWSTR, UINT) {
+    SetEvent(s_shown);
+    return IDOK;
+  }
+
+  static inline std::atomic<int> s_reads;
+  static inline CProgressDialog* s_dialog;
+  static inline CHandle s_inSave;
+  static inline CHandle s_shown;
+  static inline decltype(&InternetReadFile) s_read;
+};
+
+TEST_F(EarlyProtectedSave, FileIsNotDeletedByAReadThatFailsMeanwhile) {
+  const CIeFrameDouble ieframe;
+  s_inSave.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  s_shown.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  s_reads = 0;
+  const CLookupPatch save("IESaveFile", &Save);
+  const CImportPatch message("user32.dll", "MessageBoxW", &Show);
+  const CImportPatch read("wininet.dll", "InternetReadFile", &FailToReadTheThird);
+  s_read = read.Original<BOOL WINAPI(HINTERNET, LPVOID, DWORD, LPDWORD)>();
+  const ScriptedPath path(m_server, Lesson(1000000));
+  {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    s_dialog = dialog.get();
+    dialog->m_saveState = Token(7);
+    EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  }
+  WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
+  EXPECT_EQ(ieframe->cancelCalls, 0);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+}
+
+TEST_F(EarlyProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
+  static CProgressDialog* dialog;
+  static CHandle ended;
+  static decltype(&WriteFile) write;
+  ended.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const CImportPatch patch(
+      "kernel32.dll", "WriteFile",
+      +[](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) -> BOOL {
+        PostMessageW(dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+        EXPECT_EQ(WaitForSingleObject(ended, 20000), WAIT_OBJECT_0);
+        return write(file, data, size, written, overlapped);
+      });
+  write = patch.Original<decltype(WriteFile)>();
+  const CIeFrameDouble ieframe;
+  const ScriptedPath path(m_server, Lesson(1000));
+  {
+    const auto made = Make(path.Url(L"a.qdk"));
+    dialog = made.get();
+    made->m_saveState = Token(7);
+    EXPECT_EQ(made->DoModal(nullptr), 1);
+  }
+  SetEvent(ended);
+  WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
   EXPECT_EQ(ieframe->saveCalls, 0);
-  EXPECT_EQ(dialog->m_saveState, nullptr);
+  EXPECT_EQ(ieframe->cancelCalls, 1);
   EXPECT_TRUE(m_sandbox.Files().empty());
-  path.AllowAll();
 }
 
 }  // namespace

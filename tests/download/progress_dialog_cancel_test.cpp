@@ -74,12 +74,19 @@ TEST_F(CancelledDownload, WorkerThatIsLeftBehindNeverMakesAFileAgain) {
   const std::string point(http_point::kBeforeHeaders);
   for (HttpAnswer answer : answers) {
     const ScriptedPath path(m_server, answer.Hold(point));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    RunDialog(*dialog, [&](HWND window) {
-      EXPECT_TRUE(path.WaitForHeld(point));
-      Click(window, IDCANCEL);
-    });
+    {
+      const auto dialog = Make(path.Url(L"a.qdk"));
+      RunDialog(*dialog, [&](HWND window) {
+        EXPECT_TRUE(path.WaitForHeld(point));
+        Click(window, IDCANCEL);
+      });
+    }
+    // The name is free again, and another download may have come to use it.
+    m_sandbox.Write(L"temporary.qdk", "another download");
     path.AllowAll();
+    WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
+    EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
+    DeleteFileW(TempPath().c_str());
   }
   EXPECT_TRUE(m_messages.Take().empty()) << "nobody is there to read it";
 }

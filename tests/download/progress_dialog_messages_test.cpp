@@ -15,6 +15,7 @@
 
 #include "tests/download/download_test.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/interruption.h"
 #include "tests/support/scripted_path.h"
 
 namespace {
@@ -77,9 +78,31 @@ class ProgressDialogMessages : public DownloadTest {
   const CProgressDialog::Ptr m_dialog;
 };
 
-TEST_F(ProgressDialogMessages, ResultsAreHandled) {
+TEST_F(ProgressDialogMessages, ResultsAreHandledAndTheQuestionOfTheSameNumberIsNot) {
+  static_assert(DM_GETDEFID == WM_USER);
+  EXPECT_FALSE(IsHandled(DM_GETDEFID, 0));
+  EXPECT_TRUE(Peer().IsRunning());
+  EXPECT_TRUE(g_ends.empty());
   EXPECT_TRUE(IsHandled(WM_USER, 3));
   EXPECT_EQ(g_ends, std::vector<INT_PTR>{3});
+}
+
+TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack) {
+  // The dialog pauses without a system call, so that all its instructions are counted.
+  const CImportPatch pause("kernel32.dll", "SwitchToThread", +[]() -> BOOL { return FALSE; });
+  constexpr int kBehindTheFirstLooks = 150;
+  for (int instructions = 1; instructions < kBehindTheFirstLooks; ++instructions) {
+    const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
+    CProgressDialogPeer peer = Peer();
+    peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const HANDLE taken = peer.BeginWrite();
+    const CInterruption worker(instructions, [&] { peer.EndWrite(taken); });
+    worker.Arm();
+    Send(WM_USER, kDownloadDelivered);
+    ASSERT_TRUE(worker.WasReached()) << instructions;
+    ASSERT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"}) << instructions;
+    DeleteFileW(DestPath().c_str());
+  }
 }
 
 TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
@@ -198,9 +221,9 @@ TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   using Destructor = void (*)(void*);
   // The last of the destructor's two places with this compiler is the deleting one.
   constexpr int kDeletingDestructor = 2;
-  CProgressDialog* const dialog =
-      std::make_unique<CProgressDialog>(L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"))
-          .release();
+  CProgressDialog* const dialog = std::make_unique<CProgressDialog>(
+                                      L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)
+                                      .release();
   CProgressDialogPeer{*dialog}.BeginPeek();
   const CHandle event(Duplicate(CProgressDialogPeer{*dialog}.PeekEvent()));
   const void* const* const table = *reinterpret_cast<const void* const* const*>(dialog);

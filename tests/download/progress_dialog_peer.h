@@ -72,5 +72,16 @@ struct CProgressDialogPeer {
   void SetComplete() { dialog.m_complete = 1; }
   void SetFile(HANDLE file) { dialog.m_hFile.Put(file); }
   void CloseFile() { dialog.m_hFile.Close(); }
+  /// As a write does: the file is out of the dialog's reach between the two.
+  HANDLE BeginWrite() {
+    dialog.m_fileInUse = true;
+    return dialog.m_hFile.Take();
+  }
+  void EndWrite(HANDLE file) {
+    dialog.m_hFile.Put(file);
+    dialog.m_fileInUse = false;
+  }
+  bool CreateTempFile() { return dialog.CreateTempFile(); }
   void StopDownload() { dialog.StopDownload(); }
+  void Abandon() { dialog.Abandon(); }
 };

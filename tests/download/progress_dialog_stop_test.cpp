@@ -3,32 +3,23 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <shellapi.h>
 #include <wininet.h>
 
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/download/download_test.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/interruption.h"
+#include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
+#include "tests/support/user.h"
 
 namespace {
 
 class StoppedDownload : public DownloadTest {};
-
-TEST_F(StoppedDownload, IsStoppedTwiceWithoutHarm) {
-  const ScriptedPath path(m_server, Lesson(1000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  CProgressDialogPeer peer{*dialog};
-  dialog->m_saveState = dialog.get();
-  peer.StopDownload();
-  EXPECT_FALSE(peer.IsRunning());
-  EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(peer.Request(), nullptr);
-  EXPECT_EQ(peer.Session(), nullptr);
-  EXPECT_EQ(dialog->m_saveState, nullptr);
-  peer.StopDownload();
-}
 
 std::vector<HINTERNET> g_closedInternet;
 bool g_fileWasClosedFirst;
@@ -38,7 +29,7 @@ HANDLE g_file;
 decltype(&CloseHandle) g_closeHandle;
 decltype(&InternetCloseHandle) g_closeInternet;
 
-TEST_F(StoppedDownload, ClosesFileThenRequestThenSession) {
+TEST_F(StoppedDownload, ClosesFileThenRequestThenSessionOnce) {
   const ScriptedPath path(m_server, Lesson(1000));
   const auto dialog = Make(path.Url(L"a.qdk"));
   ASSERT_TRUE(dialog->PeekContent(L".qdk"));
@@ -62,10 +53,124 @@ TEST_F(StoppedDownload, ClosesFileThenRequestThenSession) {
         return g_closeInternet(handle);
       });
   g_closeInternet = patch.Original<BOOL WINAPI(HINTERNET)>();
-  peer.StopDownload();
+  for (int i = 0; i < 2; ++i) {
+    peer.StopDownload();
+    EXPECT_FALSE(peer.IsRunning());
+    EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(peer.Request(), nullptr);
+    EXPECT_EQ(peer.Session(), nullptr);
+  }
   EXPECT_TRUE(g_fileWasClosedFirst);
   EXPECT_EQ(g_closedInternet, expected);
   EXPECT_EQ(g_runningWhenClosed, std::vector<bool>{false}) << "stopped before anything is closed";
+}
+
+decltype(&CreateFileW) g_createFile;
+const CInterruption* g_interruption;
+
+TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned) {
+  const CImportPatch patch(
+      "kernel32.dll", "CreateFileW",
+      +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
+          DWORD attributes, HANDLE model) -> HANDLE {
+        const HANDLE file =
+            g_createFile(path, access, share, security, creation, attributes, model);
+        g_interruption->Arm();
+        return file;
+      });
+  g_createFile = patch.Original<decltype(CreateFileW)>();
+  bool isReached = true;
+  int instructions = 1;
+  for (; isReached && !HasFatalFailure(); ++instructions) {
+    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+    CProgressDialogPeer peer{*dialog};
+    const CInterruption dialogThread(instructions, [&] { peer.Abandon(); });
+    g_interruption = &dialogThread;
+    peer.CreateTempFile();
+    isReached = dialogThread.WasReached();
+    peer.SetRunning(false);
+    peer.RunWorker();  // its end
+    ASSERT_EQ(m_sandbox.Files().empty(), isReached) << instructions;
+  }
+  EXPECT_GT(instructions, 10);
+}
+
+/// Holds the worker of a running dialog inside one system call, as a dead disk does.
+class CDeadDisk {
+ public:
+  enum Call { kCreate, kWrite };
+
+  CDeadDisk(Call call, std::wstring file)
+      : m_create("kernel32.dll", "CreateFileW", &Create),
+        m_write("kernel32.dll", "WriteFile", &Write) {
+    s_create = m_create.Original<decltype(CreateFileW)>();
+    s_write = m_write.Original<decltype(WriteFile)>();
+    s_call = call;
+    s_file = std::move(file);
+    s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    s_answer.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  }
+
+  static void WaitUntilReached() {
+    EXPECT_EQ(WaitForSingleObject(s_reached, 20000), WAIT_OBJECT_0);
+  }
+  static void Answer() { SetEvent(s_answer); }
+
+ private:
+  static void Hold() {
+    SetEvent(s_reached);
+    EXPECT_EQ(WaitForSingleObject(s_answer, 20000), WAIT_OBJECT_0)
+        << "the dialog waits for the disk";
+  }
+  static HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share,
+                              LPSECURITY_ATTRIBUTES security, DWORD creation, DWORD attributes,
+                              HANDLE model) {
+    if (s_call == kCreate && path == s_file && access == GENERIC_WRITE) {
+      Hold();
+    }
+    return s_create(path, access, share, security, creation, attributes, model);
+  }
+  static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                           LPOVERLAPPED overlapped) {
+    if (s_call == kWrite) {
+      Hold();
+    }
+    return s_write(file, data, size, written, overlapped);
+  }
+
+  static inline decltype(&CreateFileW) s_create;
+  static inline decltype(&WriteFile) s_write;
+  static inline Call s_call;
+  static inline std::wstring s_file;
+  static inline CHandle s_reached;
+  static inline CHandle s_answer;
+  CImportPatch m_create;
+  CImportPatch m_write;
+};
+
+TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
+  CMessageRecorder messages;
+  const CImportPatch shell(
+      "shell32.dll", "ShellExecuteExW", +[](SHELLEXECUTEINFOW*) -> BOOL { return TRUE; });
+  for (const CDeadDisk::Call call : {CDeadDisk::kCreate, CDeadDisk::kWrite}) {
+    // The second finishes the download, and its worker is to be joined.
+    for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
+      const ScriptedPath path(m_server, Lesson(1000));
+      const CDeadDisk disk(call, TempPath());
+      {
+        const auto dialog = Make(path.Url(L"a.qdk"));
+        const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+          CDeadDisk::WaitUntilReached();
+          PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+        });
+        EXPECT_EQ(result, command == IDCANCEL ? 2 : 1);
+      }
+      CDeadDisk::Answer();
+      WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
+      EXPECT_TRUE(m_sandbox.Files().empty());
+    }
+  }
+  EXPECT_TRUE(messages.Take().empty());
 }
 
 }  // namespace

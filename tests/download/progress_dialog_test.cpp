@@ -35,7 +35,7 @@ RECT ChildBounds(HWND window, int id) {
 TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   std::wstring url = L"http://127.0.0.1/My%20Lesson.qdk?x=1";
   std::wstring file = L"C:/Temp/My Lesson.qdk";
-  const CProgressDialog dialog(url.c_str(), file.c_str());
+  const CProgressDialog dialog(url.c_str(), file.c_str(), nullptr);
   url.assign(url.size(), L'x');
   file.assign(file.size(), L'x');
   const CProgressDialogPeer peer{const_cast<CProgressDialog&>(dialog)};
@@ -383,15 +383,6 @@ TEST_F(ProgressDialog, WorkerIsStartedWhenEverythingElseIsReady) {
   EXPECT_EQ(range.iLow, 1);
 }
 
-TEST_F(ProgressDialog, ManyInARowUseTheirOwnState) {
-  for (int i = 0; i < 10; ++i) {
-    const ScriptedPath path(m_server, Lesson(static_cast<size_t>(1000 * i)));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_EQ(dialog->DoModal(nullptr), 1);
-    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(static_cast<size_t>(1000 * i)));
-  }
-}
-
 struct CShellCall {
   std::wstring verb;
   std::wstring file;
@@ -443,19 +434,96 @@ TEST_F(ProgressDialog, OpenCommandNeverWaitsForAStalledTransfer) {
   path.AllowAll();
 }
 
+/// Has the download finished while its worker is about to move the bar: the worker goes on when the
+/// dialog's thread waits for its end.
+class CBarMovedUnderTheJoin {
+ public:
+  CBarMovedUnderTheJoin()
+      : m_send("user32.dll", "SendDlgItemMessageW", &Send),
+        m_wait("user32.dll", "MsgWaitForMultipleObjectsEx", &Wait) {
+    s_send = m_send.Original<decltype(SendDlgItemMessageW)>();
+    s_wait = m_wait.Original<decltype(MsgWaitForMultipleObjectsEx)>();
+    s_dialogThread = GetCurrentThreadId();
+    s_joining.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  }
+
+ private:
+  static LRESULT WINAPI Send(HWND dialog, int id, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (GetCurrentThreadId() != s_dialogThread) {
+      PostMessageW(dialog, WM_COMMAND, kOpenFolder, 0);
+      if (WaitForSingleObject(s_joining, 10000) != WAIT_OBJECT_0) {
+        ADD_FAILURE() << "the dialog's thread does not wait so that messages are served";
+        return 0;
+      }
+    }
+    return s_send(dialog, id, message, wParam, lParam);
+  }
+  static DWORD WINAPI Wait(DWORD count, const HANDLE* handles, DWORD time, DWORD mask,
+                           DWORD flags) {
+    SetEvent(s_joining);
+    return s_wait(count, handles, time, mask, flags);
+  }
+
+  static inline decltype(&SendDlgItemMessageW) s_send;
+  static inline decltype(&MsgWaitForMultipleObjectsEx) s_wait;
+  static inline DWORD s_dialogThread;
+  static inline CHandle s_joining;
+  CImportPatch m_send;
+  CImportPatch m_wait;
+};
+
 TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
   const CImportPatch shell("shell32.dll", "ShellExecuteExW", &RecordShell);
-  const ScriptedPath path(m_server, Lesson(20000000));
-  for (int i = 0; i < 20; ++i) {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-      WaitUntil("some progress", [&] { return BarPosition(window) > 1 + i; });
-      PostMessageW(window, WM_COMMAND, MAKEWPARAM(kOpenFolder, 0), 0);
-    });
-    EXPECT_EQ(result, 1);
-    const std::string delivered = ReadFileBytes(DestPath());
-    EXPECT_EQ(delivered.substr(0, 1000), LessonBytes(998));
+  const CBarMovedUnderTheJoin bar;
+  const ScriptedPath path(m_server, Lesson(300000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(LocksTaken(), 0) << "joined, not left behind";
+  EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
+}
+
+/// Holds the worker inside a write while the dialog's thread handles a result, until that has
+/// looked for the file at least once.
+class CWriteUnderAResult {
+ public:
+  explicit CWriteUnderAResult(CProgressDialog& dialog)
+      : m_write("kernel32.dll", "WriteFile", &Write),
+        m_pause("kernel32.dll", "SwitchToThread", &Pause) {
+    s_write = m_write.Original<decltype(WriteFile)>();
+    s_dialog = &dialog;
+    s_looked.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    s_writes = 0;
   }
+
+ private:
+  static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                           LPOVERLAPPED overlapped) {
+    if (++s_writes == 2) {
+      PostMessageW(s_dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+      EXPECT_EQ(WaitForSingleObject(s_looked, 20000), WAIT_OBJECT_0);
+    }
+    return s_write(file, data, size, written, overlapped);
+  }
+  static BOOL WINAPI Pause() {
+    SetEvent(s_looked);
+    return FALSE;
+  }
+
+  static inline decltype(&WriteFile) s_write;
+  static inline CProgressDialog* s_dialog;
+  static inline CHandle s_looked;
+  static inline std::atomic<int> s_writes;
+  CImportPatch m_write;
+  CImportPatch m_pause;
+};
+
+TEST_F(ProgressDialog, ResultThatComesDuringAWriteDeliversThatChunkToo) {
+  const ScriptedPath path(m_server, Lesson(1000000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const CWriteUnderAResult write(*dialog);
+  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
+  EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(1000000).substr(0, 2 * 131072));
 }
 
 TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {
@@ -466,6 +534,18 @@ TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {
     EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
   }
   EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+TEST_F(ProgressDialog, OneThatNeverOpenedItsFileLeavesAnothersAlone) {
+  const CMessageRecorder messages;
+  m_sandbox.Write(L"temporary.qdk", "another download");
+  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
+  {
+    const auto unused = Make(missing.Url(L"a.qdk"));
+    const auto refused = Make(missing.Url(L"a.qdk"));
+    EXPECT_FALSE(refused->PeekContent(L".qdk"));
+  }
+  EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
 }
 
 }  // namespace

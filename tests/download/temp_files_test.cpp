@@ -106,6 +106,25 @@ TEST_F(TempFiles, BaseFolderIsTheOverrideOrTheSystems) {
   EXPECT_EQ(Text(GetTempBaseFolder()), m_sandbox.Path());
 }
 
+TEST_F(TempFiles, BaseFolderIsWholeWhileOtherWindowsSetIt) {
+  constexpr int kRounds = 100000;
+  const CStringW folders[] = {(L"C:\\" + std::wstring(100, L'a')).c_str(),
+                              (L"C:\\" + std::wstring(100, L'b')).c_str()};
+  SetTempBaseFolder(folders[0]);
+  const auto set = [&] {
+    for (int i = 0; i < kRounds; ++i) {
+      // A text of its own, so that the one before is freed.
+      SetTempBaseFolder(folders[i % 2].GetString());
+    }
+  };
+  const CParallel first(set);
+  const CParallel second(set);
+  for (int i = 0; i < kRounds; ++i) {
+    const CStringW folder = GetTempBaseFolder().GetText();
+    ASSERT_TRUE(folder == folders[0] || folder == folders[1]) << folder.GetString();
+  }
+}
+
 TEST_F(TempFiles, TempPathUsesTheBaseFolderAndTheName) {
   EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), In(L"lesson.qdk"));
   SetTempBaseFolder(L"C:\\Other");

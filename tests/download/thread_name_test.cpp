@@ -63,9 +63,25 @@ TEST(ThreadName, DebuggersAreToldTheName) {
   EXPECT_EQ(naming.arguments[2], 0xFFFFFFFFu);
 }
 
-TEST(ThreadName, WithoutADebuggerNothingHappens) {
+TEST(ThreadName, WithoutADebuggerNobodySeesTheException) {
+  // As a program that reports its crashes has it: in front of all handlers so far.
+  void* const handler = AddVectoredExceptionHandler(1, &SeeException);
+  g_namings.clear();
   NameCurrentThread("one");
+  EXPECT_TRUE(g_namings.empty());
+  RemoveVectoredExceptionHandler(handler);
+}
+
+TEST(ThreadName, WithoutAHandlerNothingIsRaised) {
+  static int raised;
+  raised = 0;
+  const CImportPatch add(
+      "kernel32.dll", "AddVectoredExceptionHandler",
+      +[](ULONG, PVECTORED_EXCEPTION_HANDLER) -> PVOID { return nullptr; });
+  const CImportPatch raise(
+      "kernel32.dll", "RaiseException", +[](DWORD, DWORD, DWORD, const ULONG_PTR*) { ++raised; });
   NameCurrentThread("two");
+  EXPECT_EQ(raised, 0);
 }
 
 TEST(ThreadName, OtherExceptionsAreNotCaught) {

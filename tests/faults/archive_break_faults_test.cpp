@@ -56,8 +56,8 @@ TEST_F(ArchiveFaults, StalledServerIsWaitedForWhateverIsPressed) {
       const std::string point = http_point::BodyByte(place.offset);
       const ScriptedPath path(m_server, Archive(kSize).Hold(point));
       const CParallel user([&] {
-        const HWND window = WaitForDialog(kDialogTitle);
         EXPECT_TRUE(path.WaitForHeld(point));
+        const HWND window = WaitForDialog(kDialogTitle);  // of a thread that is in the read
         Click(window, IDCANCEL);
         Close(window);
         Sleep(kShortWaitMs);  // nothing tells that nothing happens

@@ -84,7 +84,7 @@ class DestinationFaults : public LessonFaults {
       const std::wstring temporary = m_sandbox / fault.temporary;
       const std::wstring final = m_sandbox / fault.final;
       CProgressDialog::Ptr dialog =
-          CProgressDialog::Create(path.Url(L"a.qdk").c_str(), temporary.c_str());
+          CProgressDialog::Create(path.Url(L"a.qdk").c_str(), temporary.c_str(), nullptr);
       dialog->m_destPath = CFilePath(final.c_str());
       CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
       const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/lesson_bytes.h"
@@ -197,6 +198,37 @@ TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) {
 
 TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
   RunOutOfMemory(Mode::kForGood, kSaveButton);
+}
+
+TEST_F(LessonMemoryFaults, DialogWithoutMemorySaysSoOnceAndFails) {
+  const CFailingAllocations allocations;
+  int failures = 0;
+  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
+    bool failed = true;
+    for (int n = 1; failed && !HasFailure(); ++n) {
+      SCOPED_TRACE(n);
+      m_checks.Run([&] {
+        g_messages = 0;
+        const ScriptedPath path(m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern));
+        INT_PTR result = 0;
+        {
+          const CProgressDialog::Ptr dialog = CProgressDialog::Create(
+              path.Url(L"a.folivo").c_str(), (m_sandbox / L"temporary.folivo").c_str(), nullptr);
+          ASSERT_TRUE(dialog->PeekContent(L".folivo"));
+          dialog->m_destPath = CFilePath((m_sandbox / kSavedFile).c_str());
+          CallGuardedDialog([&] {
+            failed = allocations.Run(mode, n, [&] { result = dialog->DoModal(nullptr); });
+            return 0;
+          });
+        }
+        failures += result == kDownloadFailed;
+        EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
+        EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
+        EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
+      });
+    }
+  }
+  EXPECT_GT(failures, 0);
 }
 
 TEST_F(LessonMemoryFaults, ThreadThatCannotStartIsToldOnceAndLeavesNothing) {

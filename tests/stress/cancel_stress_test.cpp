@@ -59,7 +59,8 @@ class CancelStress : public DownloadTest {
   /// Each download has a temporary file of its own: the workers left behind overlap.
   CProgressDialog::Ptr MakeNumbered(const std::wstring& url) {
     const std::wstring name = L"temporary" + std::to_wstring(m_made++) + L".qdk";
-    CProgressDialog::Ptr dialog = CProgressDialog::Create(url.c_str(), (m_sandbox / name).c_str());
+    CProgressDialog::Ptr dialog =
+        CProgressDialog::Create(url.c_str(), (m_sandbox / name).c_str(), nullptr);
     CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
     return dialog;
   }

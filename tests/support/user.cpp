@@ -15,6 +15,13 @@ std::wstring ClassOf(HWND window) {
   return name;
 }
 
+/// A window's title without a message to its thread, which may be held up in a call.
+std::wstring TitleOf(HWND window) {
+  wchar_t title[256] = {};
+  InternalGetWindowText(window, title, ARRAYSIZE(title));
+  return title;
+}
+
 BOOL CALLBACK CollectDialog(HWND window, LPARAM dialogs) {
   DWORD process = 0;
   GetWindowThreadProcessId(window, &process);
@@ -46,7 +53,7 @@ std::vector<HWND> VisibleDialogs() {
 
 HWND FindDialog(const std::wstring& title) {
   for (const HWND dialog : VisibleDialogs()) {
-    if (TextOf(dialog) == title && IsWindowEnabled(dialog)) {
+    if (TitleOf(dialog) == title && IsWindowEnabled(dialog)) {
       return dialog;
     }
   }

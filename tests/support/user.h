@@ -11,7 +11,8 @@
 
 inline constexpr DWORD kUserPatienceMs = 60000;
 
-/// Waits for a visible, enabled dialog with exactly this title. Null after the time is up.
+/// Waits for a visible, enabled dialog with exactly this title, also one whose thread serves no
+/// messages. Null after the time is up.
 HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs = kUserPatienceMs);
 
 /// Whether such a dialog is there now.
