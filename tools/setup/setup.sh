@@ -46,7 +46,8 @@ build_libraries() {
   key=$({
     locked source
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-win32 libboost1.74-dev
-    cat cmake/libraries/* cmake/toolchain-*.cmake tools/unzip32/* tools/setup/build_libraries.sh
+    find cmake/libraries tools/unzip32 -type f -print0 | sort -z | xargs -0 cat
+    cat cmake/toolchain-*.cmake tools/setup/build_libraries.sh
     echo "$root"
   } | sha256sum)
   local stamp=$build_dir/deps/.built
