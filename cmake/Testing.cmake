@@ -9,8 +9,9 @@
 #     HEAP_CHECK: under Wine's heap checking, where a finding fails the test.
 #
 #   folivo_add_script_test(NAME x COMMAND program arguments... LABELS unit|ui|e2e
-#                          [TIMEOUT seconds] [SERIAL])
-#     A program of the building machine (Python, bash): exit code 0 means passed.
+#                          [TIMEOUT seconds] [SERIAL] [DEPENDS targets...])
+#     A program of the building machine (Python, bash): exit code 0 means passed. DEPENDS: what it
+#     needs built. As with the others, its target is x.
 #
 # `./run test` sets the environment: display, Wine prefix, FOLIVO_TEST_SERVER_PORT.
 
@@ -105,9 +106,13 @@ function(folivo_add_test)
 endfunction()
 
 function(folivo_add_script_test)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "SERIAL" "NAME;LABELS;TIMEOUT" "COMMAND")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "SERIAL" "NAME;LABELS;TIMEOUT" "COMMAND;DEPENDS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_COMMAND)
     message(FATAL_ERROR "folivo_add_script_test: wrong arguments: ${ARGV}")
+  endif()
+  add_custom_target(${arg_NAME})
+  if(arg_DEPENDS)
+    add_dependencies(${arg_NAME} ${arg_DEPENDS})
   endif()
   add_test(NAME ${arg_NAME} COMMAND ${arg_COMMAND}
     WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
