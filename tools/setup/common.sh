@@ -50,10 +50,13 @@ seconds_since() {
   printf '%d.%d' $((tenths / 10)) $((tenths % 10))
 }
 
+# Microseconds between two lines of progress, where they do not replace each other.
+progress_interval=10000000
+
 # Shows what a running step writes into its log, as "n of m: what is being made": on a terminal behind
 # the step's name, elsewhere as a line of its own every ten seconds. Ninja's and apt's lines say it.
 show_progress() {
-  local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=10000000 self=$BASHPID
+  local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
   local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
   [[ ! -t 1 ]] || interval=100000
   while IFS= read -r line; do
@@ -80,14 +83,16 @@ show_progress() {
 }
 
 # How much a step may write until the disk counts as full.
-readonly full_disk_kib=20480
+full_disk_kib=20480
 
 # Why a step failed, as far as it is not the step's own doing; nothing otherwise.
 outer_cause() {
   local free
   free=$(df --output=avail -k "$build_dir" | tail -n 1)
   if ((free < full_disk_kib)) || grep -qs 'No space left on device' "$1"; then
-    echo "The disk of $build_dir is full. Free 2 GB there; what is done so far is kept."
+    echo "The disk of $build_dir is full. Free 3 GB there; what is done so far is kept."
+  elif grep -qsE 'Temporary failure resolving|Could not (resolve|connect)|Network is unreachable|Unable to connect' "$1"; then
+    echo "Debian's servers are out of reach. Connect this machine; what is done so far is kept."
   fi
 }
 
@@ -120,10 +125,12 @@ step() {
   printf ' FAILED after %s s (exit code %d)\n' "$(seconds_since "$start")" "$status"
   say "--- the end of ${log#"$root"/}:"
   # Progress is no reason.
-  grep -vE '^(dl|pm)status:' "$log" | tail -n 25
+  grep -vE '^(dl|pm)status:' "$log" | tail -n 15 || true
   say "---"
   cause=$(outer_cause "$log")
-  die "${cause:-$advice}" "The whole log: ${log#"$root"/}"
+  [[ ! $cause ]] || advice="$cause Then run the same command again."
+  die "$advice" \
+    "The whole log: ${log#"$root"/}"
 }
 
 # at_exit FUNCTION: what to call when the script ends, by whatever way; last in, first out.

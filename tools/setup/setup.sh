@@ -1,11 +1,11 @@
 # setup PURPOSE...: brings the machine and build/deps to the state that dependencies.lock describes, as
 # far as the purposes in there need it (sourced by ./run). Each step looks first whether its result is
 # there, so a second run is quick, needs no network, and goes on where an interrupted one stopped.
-readonly all_purposes=(build wine test lint bench ubsan)
+all_purposes=(build wine test lint bench ubsan)
 
 # The programs that the steps call, with their packages: a package can be installed and its program
 # removed or never unpacked.
-readonly programs=(
+programs=(
   build:cmake:cmake build:ninja:ninja-build build:patch:patch build:dpkg-source:dpkg-dev
   build:python3:python3 build:x86_64-w64-mingw32-g++-win32:g++-mingw-w64-x86-64-win32
   build:x86_64-w64-mingw32-windres:binutils-mingw-w64-x86-64
