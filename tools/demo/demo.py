@@ -83,7 +83,10 @@ def main() -> int:
     print()
     print(table(played))
     print()
-    page = write_page(output, played)
+    try:
+        page = write_page(output, played)
+    except OSError as error:
+        sys.exit(f"demo: the page of pictures could not be written: {error}")
     print(f"{verdict(played)} ({time.monotonic() - start:.0f} s)")
     count = len(stage.screenshots.taken)
     print(f"The {count} pictures, and what was checked, on one page: {page.resolve().as_uri()}")

@@ -58,13 +58,14 @@ progress_interval=10000000
 show_progress() {
   local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
   local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
+  shopt -s extglob
   [[ ! -t 1 ]] || interval=100000
   while IFS= read -r line; do
     if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\ (.*)$ ]]; then
       progress="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}: ${BASH_REMATCH[3]}"
       # "Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj": ui/button_row.cpp
       [[ ! $progress =~ $source ]] ||
-        progress="${BASH_REMATCH[1]}${BASH_REMATCH[2]}${BASH_REMATCH[3]##*/__/}"
+        progress="${BASH_REMATCH[1]}${BASH_REMATCH[2]}${BASH_REMATCH[3]##*/@(__|build/src)/}"
     elif [[ $line =~ ^(dl|pm)status:[^:]*:([0-9]+)[.0-9]*:(.*)$ ]]; then
       progress="${BASH_REMATCH[2]} of 100: ${BASH_REMATCH[3]}"
     else

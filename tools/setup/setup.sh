@@ -1,7 +1,7 @@
 # setup PURPOSE...: brings the machine and build/deps to the state that dependencies.lock describes, as
 # far as the purposes in there need it (sourced by ./run). Each step looks first whether its result is
 # there, so a second run is quick, needs no network, and goes on where an interrupted one stopped.
-all_purposes=(build wine test lint bench ubsan)
+all_purposes() { locked package | awk '{ print $2 ? $2 : "build" }' | sort -u; }
 
 # The programs that the steps call, with their packages: a package can be installed and its program
 # removed or never unpacked.

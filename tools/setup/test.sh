@@ -58,12 +58,7 @@ run_tests() {
 
   # shellcheck disable=SC2034  # read by build
   configure_options=("-DFOLIVO_FULL_TESTS=$full")
-  if [[ $tests ]]; then
-    build "--$preset" --for tests "${selection[@]}"
-  fi
-  if [[ $lint ]]; then
-    build "--$preset" --for lint
-  fi
+  build "--$preset" --for "${tests:+tests},${lint:+lint}" "${selection[@]}"
   local preset_dir=$build_dir/$preset results=$build_dir/$preset/test-results
   rm -rf "$results"
   mkdir -p "$results"
