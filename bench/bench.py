@@ -14,6 +14,7 @@ from fixtures import Bodies, Scratch
 from imports import imported_dlls
 from lesson_server import LessonServer
 from measurements import FULL, MEASUREMENTS, MIB, QUICK, Bench
+from origins import print_origins
 from programs import MeasurementError, Programs
 from table import Row, print_table
 from wine import DemoError
@@ -58,6 +59,7 @@ def _run(build: Path, output: Path, quick: bool, names: list[str]) -> int:
     print_table(rows)
     dll = build / "FolivoPlugin.dll"
     print(f"\n{dll.name}: {dll.stat().st_size:,} bytes; imports {', '.join(imported_dlls(dll))}")
+    print_origins(dll)
     print(f"Every single value: {os.path.relpath(values)}")
     for failure in failures:
         print(f"BROKEN: {failure}", file=sys.stderr)

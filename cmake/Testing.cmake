@@ -7,8 +7,10 @@
 #     and so run one after another; SERIAL: never beside any other test.
 #     HEAP_CHECK: under Wine's heap checking, where a finding fails the test.
 #
-#   folivo_add_script_test(NAME x COMMAND program arguments... LABELS unit|ui|e2e [SERIAL])
-#     A program of the building machine (Python, bash): exit code 0 means passed.
+#   folivo_add_script_test(NAME x COMMAND program arguments... LABELS unit|ui|e2e [SERIAL]
+#                          [DEPENDS targets...])
+#     A program of the building machine (Python, bash): exit code 0 means passed. DEPENDS: what it
+#     needs built. As with the others, its target is x.
 #
 # One limit serves all tests: it ends what hangs, and is at least five times what any of them needs,
 # as machines differ. `./run test` names those that come nearer.
@@ -107,9 +109,13 @@ function(folivo_add_test)
 endfunction()
 
 function(folivo_add_script_test)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "SERIAL" "NAME;LABELS" "COMMAND")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "SERIAL" "NAME;LABELS" "COMMAND;DEPENDS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_COMMAND)
     message(FATAL_ERROR "folivo_add_script_test: wrong arguments: ${ARGV}")
+  endif()
+  add_custom_target(${arg_NAME})
+  if(arg_DEPENDS)
+    add_dependencies(${arg_NAME} ${arg_DEPENDS})
   endif()
   add_test(NAME ${arg_NAME} COMMAND ${arg_COMMAND}
     WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")

@@ -29,4 +29,5 @@ foreach(target IN ITEMS unzip_tests unzip_library_tests unzip_volume_tests)
 endforeach()
 
 folivo_add_script_test(NAME unzip32_dll_test LABELS unit
-  COMMAND /usr/bin/python3 tests/collections/unzip32_dll_test.py "${PROJECT_BINARY_DIR}")
+  COMMAND /usr/bin/python3 tests/collections/unzip32_dll_test.py "${PROJECT_BINARY_DIR}"
+  DEPENDS unzip32)

@@ -1,4 +1,5 @@
-"""Plays the scenes one after the other and ends with a table of what was seen.
+"""Plays the scenes one after the other, ends with a table of what was seen, and leaves it as a page
+with the pictures.
 
 Usage: demo.py BUILD_FOLDER OUTPUT_FOLDER, in the environment of demo.sh. Exits 0 when everything
 was as expected.
@@ -15,6 +16,7 @@ from pathlib import Path
 import scenes
 import script_scenes
 from lesson_server import LessonServer
+from page import write_page
 from registration import Registration
 from report import Scene, table, verdict
 from stage import Stage
@@ -47,10 +49,12 @@ def _programme() -> list[tuple[str, _Play]]:
 def _play(stage: Stage, scene: Scene, play: _Play) -> None:
     """One scene; what goes wrong in it must not hide the others."""
     scene.start()
+    before = len(stage.screenshots.taken)
     try:
         play(stage, scene)
     except (DemoError, OSError) as error:
         scene.check("played to its end", True, str(error))
+    scene.pictures = list(stage.screenshots.taken.items())[before:]
     scene.end()
 
 
@@ -79,10 +83,13 @@ def main() -> int:
     print()
     print(table(played))
     print()
-    print("Screenshots:")
-    for path, shows in stage.screenshots.taken.items():
-        print(f"  {os.path.relpath(path)}: {shows}")
+    try:
+        page = write_page(output, played)
+    except OSError as error:
+        sys.exit(f"demo: the page of pictures could not be written: {error}")
     print(f"{verdict(played)} ({time.monotonic() - start:.0f} s)")
+    count = len(stage.screenshots.taken)
+    print(f"The {count} pictures, and what was checked, on one page: {page.resolve().as_uri()}")
     return 0 if all(scene.ok for scene in played) else 1
 
 

@@ -6,6 +6,11 @@ cd "$(dirname "$(readlink -f "$0")")/../.."
 source tools/setup/common.sh
 source tools/setup/wine_env.sh
 
+only_check=
+if [[ ${1-} == --only-check-arguments ]]; then
+  only_check=yes
+  shift
+fi
 display=()
 driver=tools/demo/demo.py
 case "$*" in
@@ -18,6 +23,7 @@ case "$*" in
     ;;
   *) die "./run demo does not know $*. See ./run help." ;;
 esac
+[[ ! $only_check ]] || exit 0
 
 stop_driver() {
   kill "$driver_pid" 2> /dev/null || return 0

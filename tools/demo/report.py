@@ -4,6 +4,7 @@ import re
 import textwrap
 import time
 from dataclasses import dataclass, field
+from pathlib import Path
 from typing import Any
 
 _DIGEST = re.compile("[0-9a-f]{64}")  # compared as a whole, shown in part
@@ -25,6 +26,7 @@ class Scene:
     number: int
     title: str
     checks: list[Check] = field(default_factory=list)
+    pictures: list[tuple[Path, str]] = field(default_factory=list)  # with what each shows
 
     def check(self, what: str, expected: Any, seen: Any) -> None:
         """Notes a fact, which must be as expected."""

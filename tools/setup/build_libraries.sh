@@ -23,6 +23,11 @@ while read -r name version hash; do
   esac
 done < <(locked source)
 
+# Debian's patch has TinyXML offer the C++ library's streams, which would come into FolivoPlugin.dll
+# with all locales; without it, it keeps its texts in a class of its own, as its makers ship it.
+patch --reverse --strip 1 --directory "$sources/tinyxml" \
+  < "$sources/tinyxml/debian/patches/enforce-use-stl.patch"
+
 # The one folder of headers that may be shared with Windows: /usr/include itself must never be on
 # the include path of the cross-compiler.
 ln -s /usr/include/boost "$result/include/boost"

@@ -9,6 +9,8 @@ log_dir=$build_dir/logs
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin:$PATH
 # Under the plain C locale Wine cannot pass on names outside ASCII.
 export LC_ALL=C.UTF-8
+# What show_progress reads.
+export NINJA_STATUS='[%f/%t] '
 
 say() { printf '%s\n' "$*"; }
 
@@ -17,6 +19,26 @@ die() {
   printf 'run: %s\n' "$@" >&2
   exit 1
 }
+
+# Everything that is made goes to build/; a checkout that takes nothing is told once, here.
+require_build_folder() {
+  local answer
+  answer=$({ mkdir -p "$log_dir" && : > "$log_dir/.writable"; } 2>&1) ||
+    die "Nothing can be written to $build_dir: ${answer##*: }." \
+      "If the checkout is read-only, copy it into a folder of your own: cp -r '$root' ~/folivo"
+  rm -f "$log_dir/.writable"
+}
+
+# One ./run at a time changes what is installed and built here; others wait. The lock is on the
+# checkout's folder, so that none is left behind, and ends with the last process that builds.
+lock_checkout() {
+  exec {checkout_lock}< "$root"
+  flock -n "$checkout_lock" && return
+  say "Another ./run is building in this checkout; waiting until it has ended."
+  flock "$checkout_lock"
+}
+
+unlock_checkout() { exec {checkout_lock}<&-; }
 
 # locked package|source: the entries of that kind in dependencies.lock, one per line, without
 # the comments.
@@ -28,24 +50,88 @@ seconds_since() {
   printf '%d.%d' $((tenths / 10)) $((tenths % 10))
 }
 
+# Microseconds between two lines of progress, where they do not replace each other.
+progress_interval=10000000
+
+# Shows what a running step writes into its log, as "n of m: what is being made": on a terminal behind
+# the step's name, elsewhere as a line of its own every ten seconds. Ninja's and apt's lines say it.
+show_progress() {
+  local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
+  local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
+  shopt -s extglob
+  [[ ! -t 1 ]] || interval=100000
+  while IFS= read -r line; do
+    if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\ (.*)$ ]]; then
+      progress="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}: ${BASH_REMATCH[3]}"
+      # "Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj": ui/button_row.cpp
+      [[ ! $progress =~ $source ]] ||
+        progress="${BASH_REMATCH[1]}${BASH_REMATCH[2]}${BASH_REMATCH[3]##*/@(__|build/src)/}"
+    elif [[ $line =~ ^(dl|pm)status:[^:]*:([0-9]+)[.0-9]*:(.*)$ ]]; then
+      progress="${BASH_REMATCH[2]} of 100: ${BASH_REMATCH[3]}"
+    else
+      continue
+    fi
+    ((${EPOCHREALTIME/./} - shown >= interval)) || continue
+    shown=${EPOCHREALTIME/./}
+    if [[ -t 1 ]]; then
+      printf '\r%-46s  %.70s\e[K' "$text" "$progress"
+    else
+      [[ -e $log.shown ]] || printf '\n'
+      : > "$log.shown"
+      printf '  %s\n' "$progress"
+    fi
+  done < <(exec tail -q -n +1 -f --pid="$self" "$log" 2> /dev/null)
+}
+
+# How much a step may write until the disk counts as full.
+full_disk_kib=20480
+
+# Why a step failed, as far as it is not the step's own doing; nothing otherwise.
+outer_cause() {
+  local free
+  free=$(df --output=avail -k "$build_dir" | tail -n 1)
+  if ((free < full_disk_kib)) || grep -qs 'No space left on device' "$1"; then
+    echo "The disk of $build_dir is full. Free 3 GB there; what is done so far is kept."
+  elif grep -qsE 'Temporary failure resolving|Could not (resolve|connect)|Network is unreachable|Unable to connect' "$1"; then
+    echo "Debian's servers are out of reach. Connect this machine; what is done so far is kept."
+  fi
+}
+
 # step LOG TEXT ADVICE COMMAND...: runs a program with its output in build/logs/LOG.log and prints
-# one line with the time it took. When it fails, prints the last lines of the log and the advice,
-# and exits. COMMAND is a program, not a shell function: bash would not stop at errors inside one.
+# one line with the time it took, and its progress while it runs. When it fails, prints the last lines
+# of the log and the advice, and exits. COMMAND is a program, not a shell function: bash would not
+# stop at errors inside one.
 step() {
-  local log=$log_dir/$1.log text=$2 advice=$3 start=$EPOCHREALTIME status=0
+  local log=$log_dir/$1.log text=$2 advice=$3 start=$EPOCHREALTIME status=0 progress_pid cause
   shift 3
   mkdir -p "$log_dir"
+  rm -f "$log.shown"
+  : > "$log" || die "Nothing can be written to $log_dir." "$(outer_cause "$log")"
   printf '%-46s' "$text"
-  "$@" > "$log" 2>&1 < /dev/null || status=$?
+  show_progress "$log" "$text" &
+  progress_pid=$!
+  "$@" >> "$log" 2>&1 < /dev/null || status=$?
+  kill "$progress_pid" 2> /dev/null || true
+  wait "$progress_pid" 2> /dev/null || true
+  if [[ -t 1 ]]; then
+    printf '\r%-46s\e[K' "$text"
+  elif [[ -e $log.shown ]]; then
+    rm -f "$log.shown"
+    printf '%-46s' "$text"
+  fi
   if ((status == 0)); then
     printf '%7s s\n' "$(seconds_since "$start")"
     return
   fi
   printf ' FAILED after %s s (exit code %d)\n' "$(seconds_since "$start")" "$status"
   say "--- the end of ${log#"$root"/}:"
-  tail -n 25 "$log"
+  # Progress is no reason.
+  grep -vE '^(dl|pm)status:' "$log" | tail -n 15 || true
   say "---"
-  die "$advice" "The whole log: ${log#"$root"/}"
+  cause=$(outer_cause "$log")
+  [[ ! $cause ]] || advice="$cause Then run the same command again."
+  die "$advice" \
+    "The whole log: ${log#"$root"/}"
 }
 
 # at_exit FUNCTION: what to call when the script ends, by whatever way; last in, first out.

@@ -1,18 +1,49 @@
-# ./run setup (sourced): brings the machine and build/deps to the state that dependencies.lock
-# describes. Each step looks first whether its result is there, so a second run is quick, needs no
-# network, and goes on where an interrupted one stopped.
+# setup PURPOSE...: brings the machine and build/deps to the state that dependencies.lock describes, as
+# far as the purposes in there need it (sourced by ./run). Each step looks first whether its result is
+# there, so a second run is quick, needs no network, and goes on where an interrupted one stopped.
+all_purposes() { locked package | awk '{ print $2 ? $2 : "build" }' | sort -u; }
+
+# The programs that the steps call, with their packages: a package can be installed and its program
+# removed or never unpacked.
+programs=(
+  build:cmake:cmake build:ninja:ninja-build build:patch:patch build:dpkg-source:dpkg-dev
+  build:python3:python3 build:x86_64-w64-mingw32-g++-win32:g++-mingw-w64-x86-64-win32
+  build:x86_64-w64-mingw32-windres:binutils-mingw-w64-x86-64
+  build:x86_64-w64-mingw32-widl:mingw-w64-tools
+  wine:/usr/lib/wine/wine64:wine64 wine:/usr/lib/wine/wineserver64:wine64 wine:Xvfb:xvfb
+  wine:import:imagemagick-6.q16 test:zip:zip bench:curl:curl lint:clang-format-19:clang-format-19
+  lint:clang-tidy-19:clang-tidy-19 lint:shellcheck:shellcheck ubsan:clang++-19:clang-19
+  ubsan:lld-19:lld-19)
+
+# wanted_packages PURPOSE...
+wanted_packages() {
+  locked package | awk -v purposes=" $* " 'index(purposes, " " ($2 ? $2 : "build") " ") { print $1 }'
+}
 
 missing_packages() {
   local wanted installed
-  mapfile -t wanted < <(locked package)
+  mapfile -t wanted < <(wanted_packages "$@")
   installed=$(dpkg-query -W -f '${db:Status-Abbrev} ${Package}\n' "${wanted[@]}" 2> /dev/null |
     sed -n 's/^ii *//p' | sort -u) || true
   comm -13 <(printf '%s\n' "$installed") <(printf '%s\n' "${wanted[@]}" | sort -u)
 }
 
+check_programs() {
+  local entry program
+  for entry in "${programs[@]}"; do
+    program=${entry#*:}
+    [[ " $* " == *" ${entry%%:*} "* ]] || continue
+    command -v "${program%:*}" > /dev/null ||
+      die "${program%:*} is missing, although its package is installed. As root, run:" \
+        "  apt-get install --reinstall ${program##*:}"
+  done
+}
+
 install_packages() {
   local missing as_root=()
-  mapfile -t missing < <(missing_packages)
+  command -v dpkg-query > /dev/null ||
+    die "This needs Debian 12 (bookworm): there is no dpkg here."
+  mapfile -t missing < <(missing_packages "$@")
   ((${#missing[@]} == 0)) && return
   command -v apt-get > /dev/null || die "This needs Debian 12 (bookworm): there is no apt-get here."
   if ((EUID != 0)); then
@@ -24,7 +55,7 @@ install_packages() {
     as_root=(sudo)
   fi
   step packages "Installing ${#missing[@]} Debian packages" \
-    "Is the network reachable and is another apt running? Then run ./run setup again." \
+    "Is the network reachable and is another apt running? Then run the same command again." \
     "${as_root[@]}" tools/setup/install_packages.sh "${missing[@]}"
 }
 
@@ -36,7 +67,7 @@ fetch_sources() {
   done < <(locked source)
   ((${#wanted[@]} == 0)) && return
   step sources "Fetching library sources" \
-    "Is the network reachable? Is the version in dependencies.lock still served?" \
+    "Is the network reachable? Is the version in dependencies.lock still served? Then run it again." \
     tools/setup/fetch_sources.sh "$build_dir/downloads" "${wanted[@]}"
 }
 
@@ -46,20 +77,22 @@ build_libraries() {
   key=$({
     locked source
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-win32 libboost1.74-dev
-    cat cmake/libraries/* cmake/toolchain-*.cmake tools/unzip32/* tools/setup/build_libraries.sh
+    find cmake/libraries tools/unzip32 -type f -print0 | sort -z | xargs -0 cat
+    cat cmake/toolchain-*.cmake tools/setup/build_libraries.sh
     echo "$root"
   } | sha256sum)
   local stamp=$build_dir/deps/.built
   [[ -e $stamp && $(< "$stamp") == "$key" ]] && return
   rm -f "$stamp"
   step libraries "Building Boost.Thread, TinyXML and UNZIP32.DLL" \
-    "If the sources are damaged: ./run clean --all, then ./run setup." \
+    "If the sources are damaged: ./run clean --all, then the same command again." \
     tools/setup/build_libraries.sh
   echo "$key" > "$stamp"
 }
 
 setup() {
-  install_packages
+  install_packages "$@"
+  check_programs "$@"
   fetch_sources
   build_libraries
 }

@@ -66,7 +66,7 @@ run_tests() {
   export FOLIVO_TEST_SEED=$seed
   # shellcheck disable=SC2034  # read by build
   configure_options=("-DFOLIVO_FULL_TESTS=$full")
-  build "--$preset"
+  build "--$preset" --for "${tests:+tests},${lint:+lint}" "${selection[@]}"
   local preset_dir=$build_dir/$preset results=$build_dir/$preset/test-results
   rm -rf "$results"
   mkdir -p "$results"

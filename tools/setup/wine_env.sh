@@ -57,7 +57,8 @@ wine_env_start_display() {
   wine_env_display_pid=$!
   echo "$wine_env_display_pid" > "$build_dir/wine/$wine_env_name.display-pid"
   read -r -t 60 number <&"$ready" ||
-    die "The virtual display did not start; see build/logs/display-$wine_env_name.log"
+    die "The virtual display (Xvfb) did not start: $(tail -n 1 "$log_dir/display-$wine_env_name.log")" \
+      "Can it write to /tmp/.X11-unix? The whole log: build/logs/display-$wine_env_name.log"
   exec {ready}<&-
   export DISPLAY=:$number
 }
@@ -107,7 +108,7 @@ wine_env_start() {
   mkdir -p "$build_dir/wine" "$log_dir"
   exec {wine_env_lock}> "$prefix.lock"
   flock -n "$wine_env_lock" ||
-    die "Another run is using build/wine/$wine_env_name." \
+    die "Another ./run $wine_env_name is at work in this checkout. Wait for its end, then run it again." \
       "If it was killed, what is left of it ends by itself."
   at_exit wine_env_stop
 
@@ -118,7 +119,8 @@ wine_env_start() {
 
   wine_env_make_template
   rm -rf "$prefix"
-  cp -a "$build_dir/wine/template" "$prefix"
+  cp -a "$build_dir/wine/template" "$prefix" ||
+    die "The private Wine could not be copied to ${prefix#"$root"/}." "$(outer_cause /dev/null)"
   [[ $own_display ]] || wine_env_start_display
   [[ ${DISPLAY-} ]] || die "There is no display: DISPLAY is not set."
   wine_env_warm_up

@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""Checks what the steps of ./run print and how they end: tools/setup/common.sh and setup.sh."""
+
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PURPOSES = ["build", "wine", "test", "lint", "bench", "ubsan"]
+
+
+class SetupTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        # A path as people have them.
+        self.checkout = pathlib.Path(folder.name, "Schöne Übung")
+        shutil.copytree(ROOT / "tools/setup", self.checkout / "tools/setup")
+        shutil.copy(ROOT / "dependencies.lock", self.checkout)
+
+    def command(self, script):
+        return ["/bin/bash", "-c", "set -euo pipefail; source tools/setup/common.sh;"
+                f" source tools/setup/setup.sh; {script}"]
+
+    def bash(self, script):
+        """Returns (exit code, standard output, standard error) of a script that sources both."""
+        run = subprocess.run(self.command(script), cwd=self.checkout, capture_output=True,
+                             encoding="utf-8", timeout=60)
+        return run.returncode, run.stdout, run.stderr
+
+    def step(self, command, advice="Do this."):
+        return self.bash(f"step log 'Making it' '{advice}' /bin/bash -c '{command}'; echo next")
+
+    def test_a_step_is_one_line_with_its_time(self):
+        code, out, err = self.step("echo hidden")
+        self.assertEqual((code, err), (0, ""))
+        self.assertRegex(out, r"\AMaking it +\d+\.\d s\nnext\n\Z")
+        self.assertEqual((self.checkout / "build/logs/log.log").read_text(), "hidden\n")
+
+    def test_a_failed_step_shows_the_end_of_its_log_and_what_to_do(self):
+        code, out, err = self.step("echo pmstatus:x:3.1:Unpacking x; echo reason; exit 7")
+        self.assertEqual(code, 1)
+        self.assertRegex(out, r"FAILED after \d+\.\d s \(exit code 7\)\n")
+        self.assertIn("\nreason\n", out)
+        self.assertNotIn("pmstatus", out)
+        self.assertNotIn("next", out)
+        self.assertEqual(err, "run: Do this.\nrun: The whole log: build/logs/log.log\n")
+
+    def test_causes_outside_of_the_step_are_named_instead(self):
+        for line, told in [
+                ("ld: write failed: No space left on device", "is full. Free 3 GB there"),
+                ("Temporary failure resolving x", "Debian.s servers are out of reach")]:
+            with self.subTest(line):
+                _, _, err = self.step(f"echo {line}; exit 1")
+                self.assertRegex(err, told)
+                self.assertIn("Then run the same command again.", err)
+                self.assertNotIn("Do this.", err)
+
+    def test_progress_is_lines_of_its_own_where_there_is_no_terminal(self):
+        for line, told in [
+                ("[2/3] Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj",
+                 "2 of 3: ui/button_row.cpp"),
+                ("[3/3] Linking CXX shared library FolivoPlugin.dll",
+                 "3 of 3: Linking CXX shared library FolivoPlugin.dll"),
+                ("dlstatus:1:12.5:Retrieving file 1 of 8", "12 of 100: Retrieving file 1 of 8")]:
+            with self.subTest(line):
+                shown = self.checkout / "build/logs/log.log.shown"
+                wait = f'until [[ -e "{shown}" ]]; do sleep 0.01; done'
+                code, out, _ = self.bash("progress_interval=0;"
+                                         f" step log Making Advice /bin/bash -c 'echo \"{line}\";"
+                                         f" {wait}'; echo next")
+                self.assertEqual(code, 0)
+                self.assertRegex(out, rf"\AMaking +\n  {told}\nMaking +\d+\.\d s\nnext\n\Z")
+
+    def test_a_checkout_that_takes_nothing_is_told(self):
+        (self.checkout / "build").write_text("not a folder")
+        code, _, err = self.bash("require_build_folder")
+        self.assertEqual(code, 1)
+        self.assertRegex(err, r"Nothing can be written to .*Schöne Übung/build: \w")
+        self.assertIn("copy it into a folder of your own", err)
+
+    def test_a_second_run_waits_for_the_first(self):
+        first = subprocess.Popen(
+            self.command("lock_checkout; echo locked; read -r; unlock_checkout; read -r"),
+            cwd=self.checkout, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.addCleanup(first.communicate)
+        self.assertEqual(first.stdout.readline(), "locked\n")
+        second = subprocess.Popen(self.command("lock_checkout; echo mine"), cwd=self.checkout,
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(second.communicate)
+        self.assertIn("Another ./run is building in this checkout", second.stdout.readline())
+        self.assertIsNone(second.poll())
+        first.stdin.write("\n")
+        first.stdin.flush()
+        self.assertEqual(second.communicate(timeout=30)[0], "mine\n")
+
+    def test_a_program_that_is_missing_is_told_with_its_package(self):
+        programs = "programs=(build:no-such-program:its-package lint:nor-this:other)"
+        code, _, err = self.bash(f"{programs}; check_programs build wine")
+        self.assertEqual(code, 1)
+        self.assertIn("no-such-program is missing", err)
+        self.assertIn("apt-get install --reinstall its-package", err)
+        self.assertEqual(self.bash(f"{programs}; check_programs bench")[0], 0)
+
+    def test_each_purpose_needs_its_own_packages(self):
+        def packages(*purposes):
+            return set(self.bash(f"wanted_packages {' '.join(purposes)}")[1].split())
+        self.assertIn("cmake", packages("build"))
+        self.assertFalse(packages("build") & {"googletest", "xvfb", "clang-19", "clang-tidy-19"})
+        self.assertIn("xvfb", packages("build", "wine"))
+        self.assertFalse(packages("build", "wine") & {"googletest", "clang-19", "shellcheck"})
+        everything = set(self.bash("locked package")[1].split("\n")) - {""}
+        self.assertEqual(len(packages(*PURPOSES)), len(everything))
+        self.assertEqual(self.bash("all_purposes")[1].split(), sorted(PURPOSES))
+
+
+if __name__ == "__main__":
+    unittest.main()
