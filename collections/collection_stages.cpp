@@ -4,18 +4,15 @@
 #include <shlwapi.h>
 #include <tinyxml.h>
 
-#include <algorithm>
-#include <climits>
-#include <cstring>
-#include <iterator>
 #include <memory>
+#include <string_view>
 
 #include "collections/ansi_text.h"
 #include "collections/collection_texts.h"
 #include "collections/containment.h"
+#include "collections/manifest_parser.h"
 #include "collections/pause.h"
 #include "collections/unzip_library.h"
-#include "collections/xml_depth.h"
 #include "download/file_operations.h"
 #include "download/temp_files.h"
 
@@ -25,37 +22,6 @@ constexpr wchar_t kManifestExtension[] = L".xml";
 constexpr char kCollectionElement[] = "DownloadedFile";
 constexpr char kFileNameAttribute[] = "Filename";
 constexpr char kDestinationAttribute[] = "Destination";
-
-// Some editors put it in front of whatever they write.
-constexpr char kUtf8Mark[] = "\xEF\xBB\xBF";
-
-// The parser recurses on the browser's own stack, which 10,000 nested elements overflow.
-constexpr int kDeepestManifest = 500;
-
-/// The manifest as a wide text of as many characters as it has bytes: where bytes make up one
-/// character together, zeroes fill the end.
-CStringW DecodeManifest(const char* bytes, int size) {
-  CStringW text = AnsiToWide(bytes, size);
-  const int length = text.GetLength();
-  wchar_t* const buffer = text.GetBuffer(size);
-  std::fill(buffer + length, buffer + size, L'\0');
-  text.ReleaseBufferSetLength(size);
-  return text;
-}
-
-/// Parses the text up to its first zero character, in the ANSI code page like all of it: left to
-/// itself, the parser would take most manifests for UTF-8 and a letter beyond ASCII for the begin
-/// of a sequence, and swallow the quote behind it.
-void Parse(TiXmlDocument& document, const CStringW& manifest) {
-  const CStringA bytes = WideToAnsi(manifest);
-  const char* text = bytes;
-  if (std::strncmp(text, kUtf8Mark, std::size(kUtf8Mark) - 1) == 0) {
-    text += std::size(kUtf8Mark) - 1;
-  }
-  if (MeasureXmlDepth(text) <= kDeepestManifest) {
-    document.Parse(text, nullptr, TIXML_ENCODING_LEGACY);
-  }
-}
 
 /// The attribute's text; empty without one. `isPresent` tells the two apart.
 CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPresent = nullptr) {
@@ -98,9 +64,7 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     std::unique_ptr<char[]> data;
     if (isManifest && UnzipEntryToMemory(m_zipPath, name, &size, &data)) {
       isRead = true;  // Whether it parses or not.
-      if (size <= INT_MAX) {
-        Parse(document, DecodeManifest(data.get(), static_cast<int>(size)));
-      }
+      ParseManifest(std::string_view(data.get(), size), document);
     }
   }
   SetProgress(100);
@@ -152,7 +116,10 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
       !WriteWholeFile(path, data.get(), size)) {
     return E_FAIL;
   }
-  m_addedFiles.Add(path.GetText());
+  if (!m_addedFiles.Add(path.GetText())) {
+    DeleteFileForced(path);  // Nobody would learn of it.
+    AtlThrow(E_OUTOFMEMORY);
+  }
   outputPath = path;
   return S_OK;
 }

@@ -103,9 +103,15 @@ bool CZipProgressDialog::OpenRequest() {
   for (;;) {
     SetLastError(ERROR_SUCCESS);
     m_hRequest = InternetOpenUrlW(m_hSession, m_sourceUrl, nullptr, 0, kOpenFlags, 0);
-    if (m_hRequest == nullptr ||
-        InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr) !=
-            ERROR_INTERNET_FORCE_RETRY) {
+    if (m_hRequest == nullptr) {
+      break;
+    }
+    const DWORD answer =
+        InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr);
+    if (!HasWindow()) {
+      return false;  // Whoever waited for the archive is gone.
+    }
+    if (answer != ERROR_INTERNET_FORCE_RETRY) {
       break;
     }
     InternetCloseHandle(m_hRequest);

@@ -3,12 +3,14 @@
 #include <windows.h>
 
 /// A zero-filled `T` in the system's global memory, locked for the object's lifetime: the unzip
-/// library's interface prescribes that for what it is given. False when there is no memory.
+/// library's interface prescribes that for what it is given. Zeros follow it: later versions of the
+/// interface have longer blocks, and a library of such a version reads and writes behind this one.
+/// False when there is no memory.
 template <typename T>
 class CGlobalBlock {
  public:
   CGlobalBlock()
-      : m_handle(GlobalAlloc(GMEM_ZEROINIT, sizeof(T))),
+      : m_handle(GlobalAlloc(GMEM_ZEROINIT, sizeof(T) + kRoomBehind)),
         m_block(m_handle != nullptr ? static_cast<T*>(GlobalLock(m_handle)) : nullptr) {}
   ~CGlobalBlock() {
     if (m_block != nullptr) {
@@ -23,9 +25,10 @@ class CGlobalBlock {
 
   explicit operator bool() const { return m_block != nullptr; }
   T* Get() const { return m_block; }
-  T* operator->() const { return m_block; }
 
  private:
+  static constexpr SIZE_T kRoomBehind = 128;
+
   const HGLOBAL m_handle;
   T* const m_block;
 };

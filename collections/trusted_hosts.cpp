@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <iterator>
 
+#include "collections/host_name.h"
+
 #include FOLIVO_TRUSTED_HOSTS_FILE
 
-// Whatever list was built in.
+// Whatever list was built in. A name that breaks the rule would trust nothing, or everything.
 static_assert(std::size(kTrustedHosts) == 9);
+static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName));
 
 namespace {
 

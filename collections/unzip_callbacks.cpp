@@ -12,6 +12,7 @@ constexpr int kNotSupplied = 1;
 constexpr int kReportedNameLength = 1024;
 
 CSimpleArray<CStringW>* g_listingTarget = nullptr;
+bool g_hasLostName = false;
 
 CStringW ToWide(LPCSTR text) {
   const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
@@ -34,9 +35,12 @@ CStringW FactorText(unsigned long size, unsigned long compressedSize, unsigned f
 
 CUnzipListingTarget::CUnzipListingTarget(CSimpleArray<CStringW>& entries) {
   g_listingTarget = &entries;
+  g_hasLostName = false;
 }
 
 CUnzipListingTarget::~CUnzipListingTarget() { g_listingTarget = nullptr; }
+
+bool CUnzipListingTarget::HasAllNames() const { return !g_hasLostName; }
 
 int WINAPI UnzipPrint(LPSTR text, unsigned long length) {
   if (text != nullptr) {
@@ -51,9 +55,13 @@ int WINAPI UnzipPassword(LPSTR, int, LPCSTR, LPCSTR) { return kNotSupplied; }
 
 void WINAPI UnzipListEntry(unsigned long, unsigned long, unsigned, unsigned, unsigned, unsigned,
                            unsigned, unsigned, char, LPSTR entry, LPSTR, unsigned long, char) {
-  if (g_listingTarget != nullptr && entry != nullptr) {
-    CallGuarded([=] { g_listingTarget->Add(ToWide(entry)); });
+  CSimpleArray<CStringW>* const target = g_listingTarget;
+  if (target == nullptr || entry == nullptr) {
+    return;
   }
+  bool isAdded = false;
+  CallGuarded([&] { isAdded = target->Add(ToWide(entry)) != FALSE; });
+  g_hasLostName = g_hasLostName || !isAdded;
 }
 
 void WINAPI UnzipReportEntry(unsigned long size, unsigned long compressedSize, unsigned factor,

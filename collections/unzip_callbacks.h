@@ -8,13 +8,16 @@
 // What the unzip library calls. It is C code that no exception may pass through: none of these lets
 // one out.
 
-/// Registers, for its scope, the list that `UnzipListEntry` fills.
+/// Registers, for its scope, the list that `UnzipListEntry` fills. One at a time in the process.
 class CUnzipListingTarget {
  public:
   explicit CUnzipListingTarget(CSimpleArray<CStringW>& entries);
   ~CUnzipListingTarget();
   CUnzipListingTarget(const CUnzipListingTarget&) = delete;
   CUnzipListingTarget& operator=(const CUnzipListingTarget&) = delete;
+
+  /// False when there was no memory for one of the names.
+  bool HasAllNames() const;
 };
 
 /// Writes the library's text to standard output.

@@ -28,6 +28,20 @@ struct CUnzipFunctions {
 };
 CUnzipFunctions g_functions;
 
+/// One use of the library, from its load to its release: browser windows have threads of their own,
+/// the listing's target and the bound functions are the process's, and the engine keeps globals.
+/// Not recursive: no callback serves messages.
+class CUnzipUse {
+ public:
+  CUnzipUse() { AcquireSRWLockExclusive(&s_lock); }
+  ~CUnzipUse() { ReleaseSRWLockExclusive(&s_lock); }
+  CUnzipUse(const CUnzipUse&) = delete;
+  CUnzipUse& operator=(const CUnzipUse&) = delete;
+
+ private:
+  static inline SRWLOCK s_lock = SRWLOCK_INIT;
+};
+
 /// Copies an entry out of the library's memory, which it then gives back. `size` and `data` change
 /// only when that works.
 bool TakeEntry(UzpBuffer& buffer, unsigned long& size, std::unique_ptr<char[]>& data) {
@@ -100,6 +114,7 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
   if (entries == nullptr) {
     return false;
   }
+  const CUnzipUse use;
   const CUnzipListingTarget target(*entries);
   const CGlobalBlock<DCL> options;
   const CGlobalBlock<USERFUNCTIONS> functions;
@@ -121,7 +136,7 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
     return false;
   }
   FreeLibrary(library);
-  return true;
+  return target.HasAllNames();
 }
 
 bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsigned long* size,
@@ -131,6 +146,7 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   }
   *size = 0;
   data->reset();
+  const CUnzipUse use;
   const HMODULE library = LoadUnzipLibrary();
   if (library == nullptr) {
     return false;

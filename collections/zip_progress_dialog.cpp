@@ -56,8 +56,8 @@ LRESULT CZipProgressDialog::OnTimer(UINT, WPARAM, LPARAM, BOOL&) {
     return 0;
   }
   m_phase = Phase::kRunning;
-  if (FAILED(CallGuarded([this] { RunPipeline(); }))) {
-    EndWithResult(kCollectionFailed);  // Out of memory, with no text left to say so.
+  if (FAILED(CallGuarded([this] { RunPipeline(); })) && m_phase != Phase::kEnded) {
+    ShowError(m_shortageText);
   }
   return 0;
 }
@@ -80,6 +80,7 @@ void CZipProgressDialog::RunPipeline() {
   if (!DownloadArchive()) {
     return;
   }
+  m_shortageText = kCannotUnzipText;
   SetStatus(kRetrievingStage, L"");
   SetProgress(0);
   Sleep(kShortPauseMs);
@@ -99,7 +100,13 @@ void CZipProgressDialog::RunPipeline() {
     ShowError(kCannotUnzipText);
     return;
   }
-  if (FAILED(AddCollections(*document))) {
+  FinishPipeline(*document);
+}
+
+/// What follows a manifest that was read.
+void CZipProgressDialog::FinishPipeline(const TiXmlDocument& document) {
+  m_shortageText = kCannotAddText;
+  if (FAILED(AddCollections(document))) {
     ShowError(kCannotAddText);
     return;
   }
@@ -127,7 +134,9 @@ void CZipProgressDialog::SetProgress(int percent) {
 }
 
 void CZipProgressDialog::ShowError(LPCWSTR text) {
-  ::MessageBoxW(m_hWnd, text, kProductName, MB_ICONHAND);
+  if (HasWindow()) {
+    ::MessageBoxW(m_hWnd, text, kProductName, MB_ICONHAND);
+  }
   EndWithResult(kCollectionFailed);
 }
 
@@ -136,6 +145,10 @@ void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
   text.Format(format, m_zipPath.GetString());
   ShowError(text);
 }
+
+/// False when somebody else has destroyed it while a system dialog served messages. The member is
+/// cleared later, once the outermost message has returned.
+bool CZipProgressDialog::HasWindow() const { return ::IsWindow(m_hWnd) != FALSE; }
 
 void CZipProgressDialog::EndWithResult(int code) {
   if (m_phase == Phase::kEnded) {
@@ -147,7 +160,7 @@ void CZipProgressDialog::EndWithResult(int code) {
     // Out of memory the archive stays, but the dialog ends all the same.
     CallGuarded([this] { DeleteFileForced(CFilePath(m_zipPath)); });
   }
-  if (m_hWnd != nullptr) {  // Somebody else may have destroyed it under a message box.
+  if (HasWindow()) {
     EndDialog(code);
   }
 }

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "collections/collection_texts.h"
 #include "download/file_path.h"
 #include "resources/resource.h"
 
@@ -28,7 +29,8 @@ enum CollectionResult {
 /// One thread: the whole pipeline runs inside the dialog's first timer tick, with short pauses so
 /// that each stage can be read, and pumps no messages. A stage that fails has shown its message and
 /// ended the dialog. The system's own dialogs that a stage shows do pump messages: commands and
-/// timer messages that come meanwhile are ignored, so that the stage alone decides.
+/// timer messages that come meanwhile are ignored, so that the stage alone decides. When the window
+/// is destroyed meanwhile, the pipeline stops without a message.
 class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CWindow> {
  public:
   enum { IDD = IDD_COLLECTION_DOWNLOAD };
@@ -69,11 +71,13 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
 
   // The dialog (zip_progress_dialog.cpp).
   void RunPipeline();
+  void FinishPipeline(const TiXmlDocument& document);
   void AskToView();
   void SetStatus(LPCWSTR title, LPCWSTR subtitle);
   void SetProgress(int percent);
   void ShowError(LPCWSTR text);
   void ShowArchiveError(LPCWSTR format);
+  bool HasWindow() const;
   void EndWithResult(int code);
   void CloseHandles();
 
@@ -104,4 +108,5 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   std::int32_t m_total = 0;     // expected bytes
   std::int32_t m_received = 0;  // bytes written
   Phase m_phase = Phase::kWaiting;
+  LPCWSTR m_shortageText = kUnavailableText;  // what a stage that runs out of memory says
 };

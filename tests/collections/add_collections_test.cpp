@@ -4,11 +4,14 @@
 #include <tinyxml.h>
 #include <windows.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
+#include "tests/doubles/unzip/unzip_double.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/import_patch.h"
@@ -147,6 +150,14 @@ TEST_F(AddCollections, NothingIsEverReplaced) {
   }
 }
 
+TEST_F(AddCollections, FolderOfTheNameIsInTheWay) {
+  m_sandbox.Write(L"Downloaded Content\\x\\a.qdc\\b", "mine");
+  const Paths added = Add(CStoredZip().Add("a.qdc", "theirs"), Element("a.qdc", "x"));
+  ASSERT_EQ(added.size(), 1u);
+  EXPECT_NE(added[0], Content(L"x\\a.qdc"));
+  EXPECT_EQ(ReadFileBytes(added[0]), "theirs");
+}
+
 TEST_F(AddCollections, OneThatFailsDoesNotStopTheOthers) {
   const CStoredZip zip = CStoredZip().Add("good", "g").Add("broken", "b", true);
   EXPECT_EQ(Add(zip, Element("missing", "x") + Element("broken", "x") + Element("a?b", "x") +
@@ -200,13 +211,71 @@ TEST_F(AddCollections, NameThatIsNoFilesFails) {
   EXPECT_TRUE(m_dialog->AddedFiles().empty());
 }
 
+decltype(&fclose) g_close;
+
 TEST_F(AddCollections, FullDiskLeavesNoPartOfAFile) {
   m_sandbox.Write(L"download.zip", CStoredZip().Add("a", PatternBytes(1, 0, 100000)).Bytes());
-  const CImportPatch patch(
-      "msvcrt.dll", "fwrite", +[](const void*, size_t, size_t, FILE*) -> size_t { return 0; });
-  EXPECT_EQ(AddOne(L"a", Content(L"x")), E_FAIL);
-  EXPECT_TRUE(m_dialog->AddedFiles().empty());
+  {
+    const CImportPatch patch(
+        "msvcrt.dll", "fwrite", +[](const void*, size_t, size_t, FILE*) -> size_t { return 0; });
+    EXPECT_EQ(AddOne(L"a", Content(L"x")), E_FAIL);
+  }
   EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
+  {
+    // What the runtime still buffers is written at the end.
+    const CImportPatch patch(
+        "msvcrt.dll", "fclose", +[](FILE* stream) -> int {
+          g_close(stream);
+          return EOF;
+        });
+    g_close = patch.Original<int(FILE*)>();
+    EXPECT_EQ(AddOne(L"a", Content(L"x")), E_FAIL);
+  }
+  EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
+  EXPECT_TRUE(m_dialog->AddedFiles().empty());
+}
+
+// Twice as many as are there when the list grows.
+constexpr int kListedFiles = 1024;
+constexpr size_t kGrownList = 2 * kListedFiles * sizeof(CStringW);
+
+TEST_F(AddCollections, ListThatCannotGrowLeavesNoFile) {
+  m_sandbox.Write(L"download.zip", CStoredZip().Add("a", "a").Bytes());
+  for (int i = 0; i < kListedFiles; ++i) {
+    m_dialog->AddFile(L"x");
+  }
+  {
+    const CImportPatch patch(
+        "msvcrt.dll", "malloc", +[](size_t size) -> void* {
+          // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): stands in for malloc
+          return size == kGrownList ? nullptr : std::calloc(1, size);
+        });
+    EXPECT_THROW(AddOne(L"a", Content(L"x")), CAtlException);
+  }
+  EXPECT_EQ(m_dialog->AddedFiles().size(), size_t{kListedFiles});
+  EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
+}
+
+std::wstring g_chosen;
+
+/// An extraction during which somebody else takes the name.
+int WINAPI TakeName(LPSTR, LPSTR, USERFUNCTIONS*, UzpBuffer* buffer) {
+  static char bytes[] = "theirs";
+  const HANDLE file =
+      CreateFileW(g_chosen.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+  EXPECT_NE(file, INVALID_HANDLE_VALUE);
+  CloseHandle(file);
+  *buffer = {6, bytes};
+  return 0;
+}
+
+TEST_F(AddCollections, NameIsChosenBeforeTheExtraction) {
+  CUnzipDouble unzip;
+  unzip->unzip = TakeName;
+  g_chosen = Content(L"x\\a.qdc");
+  EXPECT_EQ(AddOne(L"a.qdc", Content(L"x")), S_OK);
+  EXPECT_EQ(m_dialog->AddedFiles(), Paths{g_chosen});
+  EXPECT_EQ(ReadFileBytes(g_chosen), "theirs");
 }
 
 // A manifest comes with an archive from a page: whatever it says, nothing leaves the folder.

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <commctrl.h>
+#include <shlwapi.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -170,22 +171,40 @@ TEST_F(CollectionPipeline, RealPausesLetEachLineBeRead) {
   EXPECT_GE(end - begin, 100 + 700 + 4 * 100 + 2 * 700 - 50U);
 }
 
-TEST_F(CollectionPipeline, NothingElseIsServedMeanwhile) {
-  // A click that comes during the pauses finds the dialog at its end.
+CDialogTrace* g_trace;
+
+/// Notes each message that this thread takes from its queue.
+LRESULT CALLBACK NoteMessage(int code, WPARAM action, LPARAM data) {
+  if (code == HC_ACTION && action == PM_REMOVE) {
+    g_trace->Add(L"served " + std::to_wstring(reinterpret_cast<const MSG*>(data)->message));
+  }
+  return CallNextHookEx(nullptr, code, action, data);
+}
+
+decltype(&PathFileExistsW) g_exists;
+
+/// Called in the first stage: the user presses Cancel, and a message for another window comes.
+BOOL WINAPI ExistsWhileMessagesCome(LPCWSTR path) {
+  PostMessageW(FindWindowW(nullptr, kDialogTitle), WM_COMMAND, IDCANCEL, 0);
+  PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
+  return g_exists(path);
+}
+
+TEST_F(CollectionPipeline, ServesNoMessages) {
   const std::wstring source = LocalSource(Archive());
-  std::wstring message;
-  CParallel user([&] {
-    const HWND window = WaitForDialog(kDialogTitle);
-    WaitUntil("the first stage", [&] {
-      return SendDlgItemMessageW(window, IDC_COLLECTION_PROGRESS, PBM_GETPOS, 0, 0) >= 50;
-    });
-    Click(window, IDCANCEL);
-    message = DismissMessage();
-  });
+  CDialogTrace trace;
+  g_trace = &trace;
+  const CImportPatch patch("shlwapi.dll", "PathFileExistsW", &ExistsWhileMessagesCome);
+  g_exists = patch.Original<BOOL WINAPI(LPCWSTR)>();
+  const HHOOK hook = SetWindowsHookExW(WH_GETMESSAGE, &NoteMessage, nullptr, GetCurrentThreadId());
   EXPECT_EQ(Run(source), 3);
-  user.Join();
-  EXPECT_EQ(message, kCannotUnzip);
-  EXPECT_FALSE(ArchiveExists());
+  UnhookWindowsHookEx(hook);
+  const Lines lines = trace.Take();
+  const auto isServed = [](const std::wstring& line) { return line.starts_with(L"served"); };
+  const auto begin = std::find(lines.begin(), lines.end(), Bar(50));
+  const auto end = std::find(begin, lines.end(), End(3));
+  EXPECT_NE(std::find_if(lines.begin(), begin, isServed), begin) << "the hook works";
+  EXPECT_EQ(std::find_if(begin, end, isServed), end);
 }
 
 TEST_F(CollectionPipeline, NoHandleIsLeftBehind) {

@@ -126,8 +126,10 @@ TEST_F(CollectionTransferFailure, RetryClosesTheRequestAndAsksAgain) {
   EXPECT_EQ(m_winInet.closed,
             (std::vector{m_winInet.errorDialogs[0].request, m_winInet.errorDialogs[1].request}));
   EXPECT_EQ(dialog->Request(), m_winInet.errorDialogs[2].request);
-  for (const auto& opening : m_winInet.openings) {
-    EXPECT_EQ(opening.errorBefore, DWORD{ERROR_SUCCESS});
+  ASSERT_EQ(m_winInet.openings.size(), 3u);
+  for (size_t i = 0; i < m_winInet.openings.size(); ++i) {
+    EXPECT_EQ(m_winInet.openings[i].errorBefore, DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(m_winInet.openings[i].closedBefore, i) << "each goes before the next is opened";
   }
   dialog->EndWithResult(2);
   EXPECT_EQ(ReadFileBytes(ZipPath()), "three");

@@ -87,6 +87,8 @@ CDialogTrace::CDialogTrace()
 
 CDialogTrace::~CDialogTrace() { g_thread = 0; }
 
+void CDialogTrace::Add(const std::wstring& line) { Note(line); }
+
 CDialogTrace::Lines CDialogTrace::Take() { return std::exchange(g_lines, {}); }
 
 CDialogTrace::Lines CDialogTrace::Take(const std::wstring& word) {

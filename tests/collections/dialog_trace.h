@@ -20,6 +20,8 @@ class CDialogTrace {
 
   using Lines = std::vector<std::wstring>;
 
+  /// Takes a line of the test's own down; on the creating thread.
+  void Add(const std::wstring& line);
   /// The lines so far; forgets them.
   Lines Take();
   /// The same, those only that begin with `word`, without it.

@@ -45,12 +45,22 @@ TEST_F(Control, MakesItsFoldersWithEveryLevel) {
   EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
 }
 
-TEST_F(Control, LeavesItsFolders) {
-  {
-    const CControlObject control(m_sandbox);
+TEST_F(Control, LeavesItsFoldersAndWhatIsInThem) {
+  const std::wstring content = L"Documents\\My Folivo Content\\My Content\\Downloaded Content";
+  for (const bool hasFiles : {false, true}) {
+    {
+      CControlObject control(m_sandbox);
+      if (hasFiles) {
+        m_sandbox.Write(content + L"\\a.qdc", "a");
+        m_sandbox.Write(L"ZDH\\download.zip", "old");
+      }
+      const CDialogResult dialog(2);
+      EXPECT_EQ(control->DownloadFile(CComBSTR(L"x")), S_OK);
+    }
+    EXPECT_TRUE(IsFolderThere(m_sandbox / content));
+    EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
   }
-  EXPECT_TRUE(IsFolderThere(m_sandbox / L"Documents\\My Folivo Content\\My Content"));
-  EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
+  EXPECT_EQ(m_sandbox.Files(), (Texts{content + L"\\a.qdc", L"ZDH\\download.zip"}));
 }
 
 TEST_F(Control, TakesFoldersThatAreThere) {

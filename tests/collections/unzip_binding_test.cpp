@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "collections/unzip_callbacks.h"
 #include "tests/collections/unzip_test.h"
@@ -40,6 +41,7 @@ struct CTalk {
   std::string archive;
   bool hasEntry = false;
   std::string entry;
+  bool hasZerosBehind = true;  // behind options and functions
   UzpBuffer buffer = {};
   int frees = 0;
 
@@ -54,6 +56,17 @@ bool Keep(LPCSTR text, std::string& copy) {
   return text != nullptr;
 }
 
+/// Uses a block as a library of version 6.0 does, whose own are longer: reads and writes behind it.
+template <typename Block>
+void UseAsLonger(Block* block) {
+  constexpr size_t kLonger = 96;
+  auto* const bytes = reinterpret_cast<BYTE*>(block);
+  for (size_t i = sizeof(Block); i < kLonger; ++i) {
+    g_talk.hasZerosBehind = g_talk.hasZerosBehind && bytes[i] == 0;
+    bytes[i] = 0xA5;
+  }
+}
+
 int WINAPI AnswerList(int includeCount, char** includes, int excludeCount, char** excludes,
                       DCL* options, USERFUNCTIONS* functions) {
   ++g_talk.calls;
@@ -63,6 +76,8 @@ int WINAPI AnswerList(int includeCount, char** includes, int excludeCount, char*
   g_talk.excludes = excludes;
   std::memcpy(&g_talk.options, options, sizeof(*options));
   std::memcpy(&g_talk.functions, functions, sizeof(*functions));
+  UseAsLonger(options);
+  UseAsLonger(functions);
   g_talk.hasArchive = Keep(options->lpszZipFN, g_talk.archive);
   for (std::string& name : g_talk.listed) {
     functions->SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
@@ -75,6 +90,7 @@ int WINAPI AnswerUnzip(LPSTR archive, LPSTR entry, USERFUNCTIONS* functions, Uzp
   g_talk.hasArchive = Keep(archive, g_talk.archive);
   g_talk.hasEntry = Keep(entry, g_talk.entry);
   std::memcpy(&g_talk.functions, functions, sizeof(*functions));
+  UseAsLonger(functions);
   g_talk.buffer = *buffer;
   *buffer = g_talk.answer;
   return g_talk.result;
@@ -138,6 +154,14 @@ TEST_F(UnzipBinding, GivesListingsTheListingCallback) {
 TEST_F(UnzipBinding, GivesExtractionsTheReportCallback) {
   Unzip(L"a.zip", L"a.txt");
   ExpectFunctions(g_talk.functions, UnzipReportEntry);
+}
+
+// The heap check notices what the double writes there.
+TEST_F(UnzipBinding, LeavesRoomBehindTheBlocksForALaterVersion) {
+  List(L"a.zip");
+  Unzip(L"a.zip", L"a.txt");
+  EXPECT_EQ(g_talk.calls, 2);
+  EXPECT_TRUE(g_talk.hasZerosBehind);
 }
 
 TEST_F(UnzipBinding, NamesArchiveAndEntry) {
@@ -261,20 +285,48 @@ TEST_F(UnzipBinding, FailsWithoutMemoryForTheCopy) {
   EXPECT_TRUE(m_unzip.Release());
 }
 
-TEST_F(UnzipBinding, NullArgumentsAskNobody) {
-  EXPECT_FALSE(ListZipEntries(L"a.zip", nullptr));
+// Twice as many names as are there when the list grows.
+constexpr int kListedNames = 1024;
+constexpr size_t kGrownList = 2 * kListedNames * sizeof(CStringW);
+
+void* __cdecl AllocateAllButAList(size_t size) {
+  // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): stands in for malloc
+  return size == kGrownList ? nullptr : std::calloc(1, size);
+}
+
+int WINAPI ConvertWithoutMemory(UINT, DWORD, LPCCH, int, LPWSTR, int) { throw std::bad_alloc(); }
+
+TEST_F(UnzipBinding, ListingFailsWithoutMemoryForAName) {
+  CSimpleArray<CStringW> names;
+  g_talk.listed.assign(kListedNames + 2, "name");
+  {
+    const CImportPatch patch("msvcrt.dll", "malloc", AllocateAllButAList);
+    EXPECT_FALSE(ListZipEntries(L"a.zip", &names));
+  }
+  {
+    const CImportPatch patch("kernel32.dll", "MultiByteToWideChar", ConvertWithoutMemory);
+    EXPECT_FALSE(ListZipEntries(L"a.zip", &names));
+  }
+  EXPECT_TRUE(ListZipEntries(L"a.zip", &names)) << "the next one has memory";
+  EXPECT_TRUE(m_unzip.Release());
+}
+
+DWORD WINAPI NeverSearch(LPCWSTR, LPCWSTR, LPCWSTR, DWORD, LPWSTR, LPWSTR*) {
+  ADD_FAILURE() << "the library is looked for";
+  return 0;
+}
+
+TEST_F(UnzipBinding, NullArgumentsFailBeforeAnythingElse) {
+  const CImportPatch search("kernel32.dll", "SearchPathW", NeverSearch);
   unsigned long size = 7;
   auto data = std::make_unique<char[]>(1);
+  EXPECT_FALSE(ListZipEntries(L"a.zip", nullptr));
   EXPECT_FALSE(UnzipEntryToMemory(L"a.zip", L"a.txt", nullptr, &data));
   EXPECT_FALSE(UnzipEntryToMemory(L"a.zip", L"a.txt", &size, nullptr));
-  EXPECT_EQ(g_talk.calls, 0);
-  EXPECT_EQ(m_output.Take(), "");
-  EXPECT_TRUE(m_unzip.Release());
-  // Nor do they look for the library.
-  const CUnzipSearchPath nowhere(L"C:\\no such folder");
-  EXPECT_FALSE(ListZipEntries(L"a.zip", nullptr));
   EXPECT_FALSE(UnzipEntryToMemory(L"a.zip", L"a.txt", nullptr, nullptr));
-  EXPECT_EQ(m_output.Take(), "");
+  EXPECT_EQ(g_talk.calls, 0);
+  EXPECT_EQ(size, 7u);
+  EXPECT_NE(data, nullptr);
 }
 
 // Conversions, as the system sees them.

@@ -102,10 +102,10 @@ class UnzipResources : public testing::Test {
   const CImportPatch m_freeLibrary{"kernel32.dll", "FreeLibrary", TakeDownFreeLibrary};
 };
 
-// 64: filled with zeros, and fixed. 80 and 72: options and functions.
+// 64: filled with zeros, and fixed. 80 and 72 bytes of options and functions, with 128 behind them.
 TEST_F(UnzipResources, OfASuccessfulListing) {
   EXPECT_TRUE(List(L"a.zip").has_value());
-  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 80", "GlobalLock", "GlobalAlloc 64 72",
+  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 208", "GlobalLock", "GlobalAlloc 64 200",
                                     "GlobalLock", "SearchPath", "convert", "list", "FreeLibrary",
                                     "GlobalUnlock", "GlobalFree", "GlobalUnlock", "GlobalFree"));
 }
@@ -113,7 +113,7 @@ TEST_F(UnzipResources, OfASuccessfulListing) {
 TEST_F(UnzipResources, OfAFailedListing) {
   g_result = 9;
   EXPECT_EQ(List(L"a.zip"), std::nullopt);
-  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 80", "GlobalLock", "GlobalAlloc 64 72",
+  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 208", "GlobalLock", "GlobalAlloc 64 200",
                                     "GlobalLock", "SearchPath", "convert", "list", "GlobalUnlock",
                                     "GlobalFree", "GlobalUnlock", "GlobalFree"));
 }
@@ -121,14 +121,14 @@ TEST_F(UnzipResources, OfAFailedListing) {
 TEST_F(UnzipResources, OfASuccessfulExtraction) {
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
   EXPECT_THAT(g_events,
-              ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 72", "GlobalLock",
+              ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200", "GlobalLock",
                           "unzip", "free", "FreeLibrary", "GlobalUnlock", "GlobalFree"));
 }
 
 TEST_F(UnzipResources, OfAFailedExtraction) {
   g_result = 11;
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-  EXPECT_THAT(g_events, ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 72",
+  EXPECT_THAT(g_events, ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200",
                                     "GlobalLock", "unzip", "GlobalUnlock", "GlobalFree"));
 }
 

@@ -16,6 +16,7 @@ folivo_add_test(NAME unzip_tests LABELS unit HEAP_CHECK
     unzip_callbacks_test.cpp
     unzip_load_test.cpp
     unzip_resources_test.cpp
+    unzip_threads_test.cpp
   LIBS collections test_support)
 folivo_add_test(NAME unzip_library_tests LABELS unit HEAP_CHECK
   SOURCES stdout_capture.cpp unzip_engine_test.cpp unzip_library_test.cpp

@@ -33,8 +33,8 @@ HINTERNET WINAPI CWinInetRecorder::Open(LPCWSTR agent, DWORD type, LPCWSTR proxy
 
 HINTERNET WINAPI CWinInetRecorder::OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers,
                                            DWORD length, DWORD flags, DWORD_PTR context) {
-  g_recorder->openings.push_back(
-      {session, url, headers != nullptr || length != 0, flags, context, GetLastError()});
+  g_recorder->openings.push_back({session, url, headers != nullptr || length != 0, flags, context,
+                                  GetLastError(), g_recorder->closed.size()});
   if (g_recorder->openings.size() == g_recorder->failedOpening) {
     SetLastError(ERROR_INTERNET_CANNOT_CONNECT);
     return nullptr;

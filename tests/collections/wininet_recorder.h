@@ -33,7 +33,8 @@ class CWinInetRecorder {
     bool hasHeaders;
     DWORD flags;
     DWORD_PTR context;
-    DWORD errorBefore;  // the last error that the call found
+    DWORD errorBefore;    // the last error that the call found
+    size_t closedBefore;  // how many handles had been closed
   };
   struct CErrorDialog {
     HWND owner;

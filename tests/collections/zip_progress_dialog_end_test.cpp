@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <vector>
@@ -141,17 +142,57 @@ TEST_F(ZipProgressDialogEnd, OneWhoseWindowIsDestroyedClosesItsHandles) {
   EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
 }
 
+CZipProgressDialogPeer* g_peer;
+
+/// Destroys the window as its owner's end does. The member keeps the handle: genuine ATL clears it
+/// only once the outermost message has returned.
+void DestroyOwner(HWND owner) {
+  DestroyWindow(owner);
+  g_peer->SetWindow(owner);
+}
+
 TEST_F(ZipProgressDialogEnd, WindowMayBeDestroyedUnderTheMessage) {
+  CDialogTrace trace;
   const CImportPatch patch(
       "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
-        DestroyWindow(owner);
+        DestroyOwner(owner);
         return IDOK;
       });
   m_sandbox.Write(L"download.zip", "old");
   COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  g_peer = dialog.operator->();
+  trace.Take();
   dialog->ShowError(L"x");
-  EXPECT_EQ(dialog.Window(), nullptr);
+  EXPECT_EQ(trace.Take(), Lines{Delete(L"download.zip")}) << "there is no dialog to end";
   EXPECT_FALSE(ArchiveExists());
+}
+
+DWORD g_answer;
+
+// The error dialog of the system is where a user can wait, and the browser's window go.
+TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage) {
+  for (const DWORD answer :
+       std::initializer_list<DWORD>{ERROR_SUCCESS, ERROR_INTERNET_FORCE_RETRY, ERROR_CANCELLED}) {
+    const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+    const CWinInetRecorder winInet;
+    const CImportPatch patch(
+        "wininet.dll", "InternetErrorDlg",
+        +[](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
+          DestroyOwner(owner);
+          return g_answer;
+        });
+    g_answer = answer;
+    CDialogTrace trace;
+    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+    g_peer = dialog.operator->();
+    trace.Take();
+    EXPECT_FALSE(dialog->DownloadArchive());
+    EXPECT_TRUE(trace.Take(L"message").empty());
+    EXPECT_EQ(winInet.openings.size(), 1u);
+    EXPECT_TRUE(winInet.readSizes.empty()) << "nothing more is fetched";
+    EXPECT_EQ(winInet.closed.size(), 2u);
+    EXPECT_FALSE(ArchiveExists());
+  }
 }
 
 int g_messages;
@@ -176,21 +217,40 @@ TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
   EXPECT_FALSE(ArchiveExists());
 }
 
-TEST_F(ZipProgressDialogEnd, OutOfMemoryEndsItWithoutAMessage) {
-  m_sandbox.Write(L"download.zip", "old");
-  CMessageRecorder messages;
-  const CImportPatch patch("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_TRUE(messages.Take().empty());
-  EXPECT_FALSE(ArchiveExists());
-}
+class ZipProgressDialogShortage : public ZipProgressDialogEnd {
+ protected:
+  /// Runs the dialog without memory at one place: it ends as with any failure, behind this message.
+  template <typename Function>
+  void Run(const char* library, const char* function, Function* replacement,
+           const std::wstring& message) {
+    m_sandbox.Write(L"download.zip", "old");
+    m_sandbox.Write(L"source.zip", "PK");
+    CZipProgressDialog dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(),
+                              ContentFolder().c_str());
+    CDialogTrace trace;
+    const CImportPatch patch(library, function, replacement);
+    EXPECT_EQ(dialog.DoModal(nullptr), 3);
+    const Lines lines = trace.Take();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), Message(message)), 1) << function;
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const std::wstring& line) { return line.starts_with(L"message"); }),
+              1);
+    EXPECT_EQ(lines.back(), End(3));
+  }
+};
 
-TEST_F(ZipProgressDialogEnd, LastingShortageOfMemoryEndsItToo) {
-  CMessageRecorder messages;
-  const CImportPatch patch(
-      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_TRUE(messages.Take().empty());
+TEST_F(ZipProgressDialogShortage, IsOneMessageOfTheStage) {
+  Run("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); }, kUnavailable);
+  EXPECT_FALSE(ArchiveExists());
+  // The archive is looked for in the same way, so that it cannot be deleted.
+  Run(
+      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); },
+      kUnavailable);
+  Run(
+      "kernel32.dll", "SearchPathW",
+      +[](LPCWSTR, LPCWSTR, LPCWSTR, DWORD, LPWSTR, LPWSTR*) -> DWORD { throw std::bad_alloc(); },
+      kCannotUnzip);
+  EXPECT_FALSE(ArchiveExists());
 }
 
 }  // namespace

@@ -23,7 +23,8 @@ struct CZipProgressDialogPeer {
   HRESULT AddCollection(LPCWSTR entry, LPCWSTR folder, CFilePath& output) {
     return dialog.AddCollection(entry, CFilePath(folder), output);
   }
-  void AskToView() { dialog.AskToView(); }
+  void FinishPipeline(const TiXmlDocument& document) { dialog.FinishPipeline(document); }
+  void SetStatus(LPCWSTR title, LPCWSTR subtitle) { dialog.SetStatus(title, subtitle); }
   void SetProgress(int percent) { dialog.SetProgress(percent); }
   void ShowError(LPCWSTR text) { dialog.ShowError(text); }
   void EndWithResult(int code) { dialog.EndWithResult(code); }
@@ -42,6 +43,7 @@ struct CZipProgressDialogPeer {
 
   void SetReceived(int received) { dialog.m_received = received; }
   void SetFile(HANDLE file) { dialog.m_hFile = file; }
+  void SetWindow(HWND window) { dialog.m_hWnd = window; }
   void SetEntries(const std::vector<std::wstring>& names) {
     dialog.m_entries.RemoveAll();
     for (const std::wstring& name : names) {

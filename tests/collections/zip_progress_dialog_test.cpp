@@ -13,8 +13,10 @@
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
+#include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/parallel.h"
+#include "tests/support/stored_zip.h"
 #include "tests/support/user.h"
 
 namespace {
@@ -266,27 +268,37 @@ TEST_F(ZipProgressDialog, StatusAndProgressGoToTheirControls) {
     // The control's own range begins at 1.
     EXPECT_EQ(SendDlgItemMessageW(dialog.Window(), kBar, PBM_GETPOS, 0, 0), std::max(1, position));
   }
+  dialog->SetStatus(L"one %s", L"two");
+  EXPECT_EQ(ChildText(dialog.Window(), kTitle), L"one %s");
+  EXPECT_EQ(ChildText(dialog.Window(), kSubtitle), L"two");
+  dialog->SetStatus(L"three", L"");
+  EXPECT_EQ(ChildText(dialog.Window(), kTitle), L"three");
+  EXPECT_EQ(ChildText(dialog.Window(), kSubtitle), L"");
   EXPECT_EQ(trace.Take(L"bar"), (Lines{L"0", L"0", L"1", L"50", L"100", L"100"}));
 }
 
 CZipProgressDialogPeer* g_asking;
 
 /// Goes on where a manifest stage that succeeds would.
-void CALLBACK AskNow(HWND, UINT, UINT_PTR timer, DWORD) {
+void CALLBACK FinishNow(HWND, UINT, UINT_PTR timer, DWORD) {
   KillTimer(nullptr, timer);
   g_asking->Begin();
-  EXPECT_EQ(g_asking->AddCollections(TiXmlDocument()), S_OK);
-  g_asking->AskToView();
+  TiXmlDocument manifest;
+  manifest.Parse("<a><DownloadedFile Filename='a.qdc' Destination='x'/></a>");
+  g_asking->FinishPipeline(manifest);
 }
 
-TEST_F(ZipProgressDialog, QuestionAtTheEndWaitsForTheAnswer) {
+TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
+  const CUnzipSearchPath unzip(RealUnzipFolder());
+  const std::string archive = CStoredZip().Add("a.qdc", "lesson").Bytes();
   for (const int answer : {IDOK, IDCANCEL}) {
-    m_sandbox.Write(L"download.zip", "old");
+    m_sandbox.Write(L"download.zip", archive);
+    DeleteFileW(Content(L"x\\a.qdc").c_str());
     const CHeldTimer held;
     CZipProgressDialog dialog(L"", ZipPath().c_str(), ContentFolder().c_str());
     CZipProgressDialogPeer peer{dialog};
     g_asking = &peer;
-    CHeldTimer::Start(10, &AskNow);
+    CHeldTimer::Start(10, &FinishNow);
     const INT_PTR result = RunDialog(dialog, [&](HWND window) {
       WaitUntil("the question", [&] { return ChildText(window, IDCANCEL) == L"No"; });
       EXPECT_EQ(ChildText(window, kTitle), L"Completed Folivo Collections download.");
@@ -301,7 +313,9 @@ TEST_F(ZipProgressDialog, QuestionAtTheEndWaitsForTheAnswer) {
       Click(window, answer);
     });
     EXPECT_EQ(result, answer);
-    EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
+    EXPECT_EQ(peer.AddedFiles(), std::vector{Content(L"x\\a.qdc")});
+    EXPECT_EQ(ReadFileBytes(Content(L"x\\a.qdc")), "lesson");
+    EXPECT_EQ(ReadFileBytes(ZipPath()), archive);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <process.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <functional>
@@ -105,6 +106,7 @@ class ArchiveMemoryFaults : public CollectionTest {
         EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY || result == E_FAIL)
             << std::hex << result;
         EXPECT_LE(g_messages, 1);
+        EXPECT_TRUE(result != S_OK || g_messages == 1) << "the dialog never ends in silence";
         if (result != S_OK && Exists(m_sandbox / kArchiveFile)) {
           // There was no dialog: the archive of the earlier call is as it was.
           EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
@@ -186,6 +188,8 @@ TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
              {std::pair(files[0], "first"), std::pair(files[1], "second")}) {
           EXPECT_TRUE(!Exists(file) || ReadFileBytes(file) == bytes);
           EXPECT_TRUE(failed || Exists(file));
+          const std::vector<std::wstring> added = dialog->AddedFiles();
+          EXPECT_EQ(std::count(added.begin(), added.end(), file), Exists(file) ? 1 : 0);
           DeleteFileW(file.c_str());
         }
         DeleteFileW(ZipPath().c_str());

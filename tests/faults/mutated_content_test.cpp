@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <string>
 
-#include "collections/ansi_text.h"
-#include "collections/xml_depth.h"
+#include "collections/manifest_parser.h"
 #include "download/content_check.h"
 #include "tests/faults/mutator.h"
 
@@ -124,32 +123,39 @@ int ParsedDepth(const TiXmlNode& node) {
   return deepest;
 }
 
-TEST(MutatedInput, ManifestNestsNoDeeperThanMeasured) {
+std::string Nested(int levels) {
+  std::string text;
+  for (int i = 0; i < levels; ++i) {
+    text += "<a>";
+  }
+  return text;
+}
+
+TEST(MutatedInput, ManifestIsParsedDownToTheLimit) {
   CMutator<char> mutator(
       {"<?xml version='1.0'?><Collections><DownloadedFile Filename='a.qdc' Destination='x'/>"
        "<DownloadedFile Filename=\"b\" Destination=\"y\\z\"></DownloadedFile></Collections>",
        "<a><b c='&lt;'><!-- x --><![CDATA[<d>]]><e>&#65;</e></b>text</a>"},
-      {"<a>",       "</a>",  "<",
-       ">",         "/>",    "'",
-       "\"",        "<!--",  "-->",
-       "<![CDATA[", "]]>",   "<?xml ",
-       "?>",        "&#x",   "&#",
-       ";",         "&amp;", "\xEF\xBB\xBF",
-       "\0"s,       "=",     "<DownloadedFile ",
-       "\xC3"});
+      {"<a>",       "</a>",     "<",
+       ">",         "/>",       "'",
+       "\"",        "<!--",     "-->",
+       "<![CDATA[", "]]>",      "<?xml ",
+       "?>",        "&#x",      "&#",
+       ";",         "&amp;",    "\xEF\xBB\xBF",
+       "\0"s,       "=",        "<DownloadedFile ",
+       "\xC3",      Nested(400)});
   int parsed = 0;
+  bool isCutOff = false;
   for (int i = 0; i < MutationCount(); ++i) {
     const std::string text = mutator.Next();
-    // There and back again, as a manifest goes.
-    const CStringA narrow = WideToAnsi(AnsiToWide(text.data(), static_cast<int>(text.size())));
-    ASSERT_EQ(narrow.GetLength(), static_cast<int>(text.size())) << testing::PrintToString(text);
-    ASSERT_LE(MeasureXmlDepth(narrow), 500) << testing::PrintToString(text);
     TiXmlDocument document;
-    document.Parse(narrow, nullptr, TIXML_ENCODING_LEGACY);
-    ASSERT_LE(ParsedDepth(document), MeasureXmlDepth(narrow)) << testing::PrintToString(text);
+    ParseManifest(text, document);
+    ASSERT_LE(ParsedDepth(document), TIXML_DEEPEST_ELEMENT) << testing::PrintToString(text);
+    isCutOff = isCutOff || document.ErrorId() == TiXmlBase::TIXML_ERROR;
     parsed += ParsedDepth(document) > 1 ? 1 : 0;
   }
   EXPECT_GT(parsed, MutationCount() / 10);
+  EXPECT_TRUE(isCutOff);
 }
 
 }  // namespace

@@ -9,19 +9,29 @@ result=$build_dir/libraries/result
 rm -rf "$sources" "$build_dir/libraries"
 mkdir -p "$sources" "$result/include"
 
-while read -r name version hash; do
-  tools/setup/check_source.sh "$name" "$version" "$hash"
+tools/setup/check_sources.sh
+while read -r name version _; do
+  archive=$build_dir/downloads/${name}_${version%-*}.orig.tar
   case $name in
     boost*)
       # Debian's patches touch nothing in there, and the whole tree would be 600 MB.
-      tar -xJf "$build_dir/downloads/${name}_${version%-*}.orig.tar.xz" -C "$sources" \
-        --wildcards '*/libs/thread/src/*'
+      tar -xJf "$archive.xz" -C "$sources" --wildcards '*/libs/thread/src/*'
       mv "$sources"/boost* "$sources/boost-unpacked"
       mv "$sources/boost-unpacked" "$sources/boost"
+      ;;
+    unzip)
+      # What dpkg-source does, which asks for the .dsc.
+      mkdir "$sources/unzip"
+      tar -xzf "$archive.gz" -C "$sources/unzip" --strip-components=1
+      tar -xJf "$build_dir/downloads/${name}_$version.debian.tar.xz" -C "$sources/unzip"
+      while read -r patch; do
+        patch -d "$sources/unzip" -p1 --fuzz=0 < "$sources/unzip/debian/patches/$patch"
+      done < <(sed -E 's/[[:space:]]*#.*//; /^$/d' "$sources/unzip/debian/patches/series")
       ;;
     *) dpkg-source -x "$build_dir/downloads/${name}_${version}.dsc" "$sources/$name" ;;
   esac
 done < <(locked source)
+cmake "-DTINYXML_SOURCE=$sources/tinyxml" -P cmake/libraries/limit_tinyxml_depth.cmake
 
 # Debian's patch has TinyXML offer the C++ library's streams, which would come into FolivoPlugin.dll
 # with all locales; without it, it keeps its texts in a class of its own, as its makers ship it.

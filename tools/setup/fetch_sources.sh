@@ -1,17 +1,16 @@
 #!/bin/bash
-# Downloads pinned Debian source packages into a folder: fetch_sources.sh DEST PACKAGE=VERSION...
+# Downloads the source packages of dependencies.lock that build/downloads lacks.
 #
 # The machine may have no source entries in its apt configuration, and that configuration is not
 # ours to edit. So apt runs here on a configuration of its own in a temporary folder, derived from
 # the machine's binary entries: the same servers, the same keys, the same signature check.
 set -euo pipefail
-
-dest=$1
-shift
-mkdir -p "$dest"
+cd "$(dirname "$0")/../.."
+source tools/setup/common.sh
 
 apt_dir=$(mktemp -d)
-trap 'rm -rf "$apt_dir"' EXIT
+remove_apt_dir() { rm -rf "$apt_dir"; }
+at_exit remove_apt_dir
 mkdir -p "$apt_dir/parts" "$apt_dir/lists/partial"
 
 # Only Debian's own suites: other repositories on the machine often have no source index, and an
@@ -60,5 +59,13 @@ options=(
   -o "Dir::Cache::srcpkgcache=$apt_dir/srcpkgcache.bin"
   -o "APT::Sandbox::User=$(id -un)" -o Acquire::Retries=3)
 apt-get "${options[@]}" -q update
-cd "$dest"
-apt-get "${options[@]}" -q source --download-only --only-source "$@"
+mkdir -p "$build_dir/downloads"
+while read -r name version _; do
+  tools/setup/check_sources.sh "$name" && continue
+  # apt fails for want of a single file, such as a .dsc that the servers lack, but keeps the others once
+  # it has checked them. The last line here tells whether they suffice.
+  (cd "$build_dir/downloads" &&
+    apt-get "${options[@]}" -q source --download-only --only-source "$name=$version" < /dev/null) ||
+    say "apt-get has not fetched all of $name $version."
+done < <(locked source)
+tools/setup/check_sources.sh

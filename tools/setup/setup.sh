@@ -60,15 +60,10 @@ install_packages() {
 }
 
 fetch_sources() {
-  local wanted=() name version hash
-  while read -r name version hash; do
-    tools/setup/check_source.sh "$name" "$version" "$hash" > /dev/null 2>&1 ||
-      wanted+=("$name=$version")
-  done < <(locked source)
-  ((${#wanted[@]} == 0)) && return
+  tools/setup/check_sources.sh > /dev/null 2>&1 && return
   step sources "Fetching library sources" \
     "Is the network reachable? Is the version in dependencies.lock still served? Then run it again." \
-    tools/setup/fetch_sources.sh "$build_dir/downloads" "${wanted[@]}"
+    tools/setup/fetch_sources.sh
 }
 
 build_libraries() {
