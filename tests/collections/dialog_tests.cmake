@@ -5,7 +5,7 @@ folivo_add_test(NAME collection_unit_tests LABELS unit HEAP_CHECK
     containment_test.cpp
   LIBS collections test_support)
 # Unchecked: with the heap checked, each of a manifest's many small blocks takes longer than the last.
-folivo_add_test(NAME manifest_parser_tests LABELS unit TIMEOUT 120
+folivo_add_test(NAME manifest_parser_tests LABELS unit
   SOURCES manifest_parser_test.cpp
   LIBS collections test_support)
 
