@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "collections/zip_progress_dialog.h"
@@ -179,7 +180,7 @@ TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage)
         "wininet.dll", "InternetErrorDlg",
         +[](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
           DestroyOwner(owner);
-          return g_answer;
+          return std::exchange(g_answer, DWORD{ERROR_SUCCESS});
         });
     g_answer = answer;
     CDialogTrace trace;
