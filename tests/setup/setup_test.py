@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Checks what the steps of ./run print and how they end: tools/setup/common.sh and setup.sh."""
 
+import os
 import pathlib
 import shutil
 import subprocess
@@ -24,10 +25,10 @@ class SetupTest(unittest.TestCase):
         return ["/bin/bash", "-c", "set -euo pipefail; source tools/setup/common.sh;"
                 f" source tools/setup/setup.sh; {script}"]
 
-    def bash(self, script):
+    def bash(self, script, **environment):
         """Returns (exit code, standard output, standard error) of a script that sources both."""
         run = subprocess.run(self.command(script), cwd=self.checkout, capture_output=True,
-                             encoding="utf-8", timeout=60)
+                             encoding="utf-8", timeout=60, env=os.environ | environment)
         return run.returncode, run.stdout, run.stderr
 
     def step(self, command, advice="Do this."):
@@ -62,15 +63,17 @@ class SetupTest(unittest.TestCase):
         for line, told in [
                 ("[2/3] Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj",
                  "2 of 3: ui/button_row.cpp"),
+                ("[2/3] Building C object 'CMakeFiles/e.dir/My_own/build/src/unzip/api.c.obj'",
+                 "2 of 3: unzip/api.c"),
                 ("[3/3] Linking CXX shared library FolivoPlugin.dll",
                  "3 of 3: Linking CXX shared library FolivoPlugin.dll"),
                 ("dlstatus:1:12.5:Retrieving file 1 of 8", "12 of 100: Retrieving file 1 of 8")]:
             with self.subTest(line):
-                shown = self.checkout / "build/logs/log.log.shown"
-                wait = f'until [[ -e "{shown}" ]]; do sleep 0.01; done'
-                code, out, _ = self.bash("progress_interval=0;"
-                                         f" step log Making Advice /bin/bash -c 'echo \"{line}\";"
-                                         f" {wait}'; echo next")
+                wait = 'until [[ -e $SHOWN ]]; do sleep 0.01; done'
+                code, out, _ = self.bash(
+                    "progress_interval=0;"
+                    f" step log Making Advice /bin/bash -c 'echo \"$LINE\"; {wait}'; echo next",
+                    LINE=line, SHOWN=str(self.checkout / "build/logs/log.log.shown"))
                 self.assertEqual(code, 0)
                 self.assertRegex(out, rf"\AMaking +\n  {told}\nMaking +\d+\.\d s\nnext\n\Z")
 

@@ -57,10 +57,17 @@ progress_interval=10000000
 # the step's name, elsewhere as a line of its own every ten seconds. Ninja's and apt's lines say it.
 show_progress() {
   local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
+  local columns room terminal
   local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
   shopt -s extglob
-  [[ ! -t 1 ]] || interval=100000
+  if [[ -t 1 ]]; then
+    interval=100000
+    exec {terminal}>&1
+    columns=$(stty size <&"$terminal" 2> /dev/null) && columns=${columns#* } || columns=80
+    room=$((columns > 60 ? columns - 49 : 11))
+  fi
   while IFS= read -r line; do
+    line=${line//\'/}  # around paths with blanks
     if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\ (.*)$ ]]; then
       progress="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}: ${BASH_REMATCH[3]}"
       # "Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj": ui/button_row.cpp
@@ -74,7 +81,7 @@ show_progress() {
     ((${EPOCHREALTIME/./} - shown >= interval)) || continue
     shown=${EPOCHREALTIME/./}
     if [[ -t 1 ]]; then
-      printf '\r%-46s  %.70s\e[K' "$text" "$progress"
+      printf '\r%-46s  %.*s\e[K' "$text" "$room" "$progress"
     else
       [[ -e $log.shown ]] || printf '\n'
       : > "$log.shown"

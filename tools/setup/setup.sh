@@ -33,7 +33,8 @@ check_programs() {
   for entry in "${programs[@]}"; do
     program=${entry#*:}
     [[ " $* " == *" ${entry%%:*} "* ]] || continue
-    command -v "${program%:*}" > /dev/null ||
+    # Bash also finds files that cannot be run.
+    [[ -x $(type -P "${program%:*}") ]] ||
       die "${program%:*} is missing, although its package is installed. As root, run:" \
         "  apt-get install --reinstall ${program##*:}"
   done
@@ -41,8 +42,8 @@ check_programs() {
 
 install_packages() {
   local missing as_root=()
-  command -v dpkg-query > /dev/null ||
-    die "This needs Debian 12 (bookworm): there is no dpkg here."
+  dpkg-query --version > /dev/null 2>&1 ||
+    die "This needs Debian 12 (bookworm): there is no dpkg-query here."
   mapfile -t missing < <(missing_packages "$@")
   ((${#missing[@]} == 0)) && return
   command -v apt-get > /dev/null || die "This needs Debian 12 (bookworm): there is no apt-get here."
