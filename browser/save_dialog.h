@@ -5,9 +5,9 @@
 
 #include <optional>
 
+#include "base/scoped_handle.h"
 #include "download/file_path.h"
 #include "download/ie_frame_library.h"
-#include "ui/scoped_handle.h"
 
 /// The browser's state of a protected-mode save: cancelled, unless it is handed over.
 struct CSaveStateTraits {

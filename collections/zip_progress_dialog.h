@@ -81,7 +81,7 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   void EndWithResult(int code);
   void CloseHandles();
 
-  // Stage 1 (collection_transfer.cpp).
+  // Stage 1 (zip_progress_dialog_transfer.cpp).
   bool DownloadArchive();
   bool CopyLocalArchive();
   bool OpenTransfer();
@@ -89,7 +89,7 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   bool ReadChunk();
   bool WriteChunk(const void* data, DWORD size);
 
-  // Stages 3 and 4 (collection_stages.cpp).
+  // Stages 3 and 4 (zip_progress_dialog_stages.cpp).
   HRESULT ReadManifest(TiXmlDocument& document);
   HRESULT AddCollections(const TiXmlDocument& document);
   HRESULT AddCollection(const CStringW& entryName, const CFilePath& targetFolder,

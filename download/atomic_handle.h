@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "ui/scoped_handle.h"
+#include "base/last_error_keeper.h"
 
 /// Owner of one system handle that two threads share without a lock. Whoever takes the handle out
 /// closes it, so it is closed once.

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 
 /// The browser's functions for saving outside its protected mode, bound at run time from
 /// "ieframe.dll" since older browsers lack them. The library is freed with the object.

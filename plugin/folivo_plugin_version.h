@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/scriptable_control.h"
+#include "com/scriptable_control.h"
 
 /// The control that tells a page which version of the plug-in is installed.
 class CFolivoPluginVersion

@@ -4,18 +4,7 @@
 
 #include <utility>
 
-/// Keeps the thread's last error over a clean-up call, so that closing a handle on the way out
-/// never hides why the caller failed.
-class CLastErrorKeeper {
- public:
-  CLastErrorKeeper() : m_error(GetLastError()) {}
-  ~CLastErrorKeeper() { SetLastError(m_error); }
-  CLastErrorKeeper(const CLastErrorKeeper&) = delete;
-  CLastErrorKeeper& operator=(const CLastErrorKeeper&) = delete;
-
- private:
-  const DWORD m_error;
-};
+#include "base/last_error_keeper.h"
 
 /// Sole owner of one system handle that lives on one thread.
 /// `Traits` names the handle type, its empty value and how it is closed.
