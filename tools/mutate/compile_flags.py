@@ -1,6 +1,5 @@
 """The flags that clang reads a file with: those that the build compiles it with, for the same target."""
 
-import os
 import pathlib
 import shlex
 import subprocess
@@ -34,6 +33,11 @@ def clang_flags(command):
     return result + TARGET
 
 
+def language_flags(path):
+    """A header's name does not tell its language."""
+    return ["-x", "c" if path.endswith(".c") else "c++"]
+
+
 def nearest_entry(entries, path):
     """The compile command of a file or, as headers have none, of the file that is most like it:
     of the same name, else in the same folder, else the first. A source that several targets compile
@@ -42,7 +46,8 @@ def nearest_entry(entries, path):
 
     def distance(entry):
         file = pathlib.PurePath(entry["file"])
-        own_target = os.path.basename(os.path.dirname(file)) in entry["command"].split(" -o ")[1]
-        return (file != path, file.parent != path.parent, file.stem != path.stem, not own_target)
+        output = entry["command"].split(" -o ")[1]
+        return (file != path, file.parent != path.parent, file.stem != path.stem,
+                not output.startswith(f"{file.parent.name}/"))
 
     return min(entries, key=distance)

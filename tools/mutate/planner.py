@@ -22,6 +22,7 @@ class Planner:
     def __init__(self, sources, build_dir, cache):
         self.sources = sources
         self.cache = cache
+        self.resources = compile_flags.resource_flags()
         self.entries = json.loads((build_dir / "compile_commands.json").read_text())
         # Whatever these modules do differently, they do to all files.
         own = sorted(pathlib.Path(__file__).parent.glob("*.py"))
@@ -29,7 +30,8 @@ class Planner:
 
     def flags(self, path):
         entry = compile_flags.nearest_entry(self.entries, path)
-        return [*compile_flags.resource_flags(), *compile_flags.clang_flags(entry["command"])]
+        return [*self.resources, *compile_flags.language_flags(path),
+                *compile_flags.clang_flags(entry["command"])]
 
     def cache_file(self, path):
         content = (self.sources / path).read_bytes()

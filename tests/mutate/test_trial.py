@@ -1,0 +1,106 @@
+"""What becomes of a fault, with builds and programs that are made up here."""
+
+import contextlib
+import pathlib
+import types
+import unittest
+from unittest import mock
+
+import trial
+from build_graph import BuildGraph, parse_statements
+from mutant import Edit, Mutant
+from ninja import BuildError
+from programs import Program, Run
+from trial import KILLED, NOT_COMPILING, SAME_CODE, SURVIVED, TIME_LIMIT
+
+GRAPH = BuildGraph(parse_statements("build a.obj: CXX /s/ui/a.cpp\nbuild a.exe: LINK a.obj\n"), {})
+PASS, FAIL, LATE = Run("passed", 1, ""), Run("failed", 1, "", "S.C"), Run("time limit", 1, "")
+
+
+def program(name):
+    return Program(name, [], {}, "", "", "unit", {name}, "")
+
+
+class TrialTest(unittest.TestCase):
+    def attempt(self, runs, file="ui/a.cpp", same=False, failing_build=None):
+        """Tries a fault where the programs' runs end as `runs` says, in this order. `failing_build`:
+        the number of the build that fails."""
+        self.built, self.planted, self.noted, self.ran = [], [], [], []
+        self.renewed = 0
+        ends = iter(runs)
+
+        def build(targets, _):
+            if len(self.built) == failing_build:
+                raise BuildError("no")
+            self.built.append(set(targets))
+
+        @contextlib.contextmanager
+        def planted(mutant, outputs):
+            self.planted.append((mutant.path, outputs))
+            yield
+
+        def run(one, limit, cases=None):
+            self.ran.append((one.name, limit, cases))
+            return next(ends)
+
+        def renew():
+            self.renewed += 1
+
+        trials = trial.Trials(
+            types.SimpleNamespace(sources=pathlib.Path("/s"), build=pathlib.Path("/b"),
+                                  planted=planted),
+            GRAPH, types.SimpleNamespace(build=build),
+            types.SimpleNamespace(limit=lambda one: 9, seconds={}),
+            types.SimpleNamespace(order=lambda file, programs, seconds: programs,
+                                  add=lambda *row: self.noted.append(row)),
+            renew, run)
+        with mock.patch.object(trial, "same_code", lambda *paths: same):
+            result = trials.attempt(Mutant(file, Edit(0, 1, "2", "constant"), "n", 1),
+                                    [program(name) for name in "pqrs"])
+        self.assertRaises(StopIteration, next, ends)
+        return result
+
+    def test_the_first_program_that_fails_twice_kills(self):
+        result = self.attempt([PASS, FAIL, FAIL])
+        self.assertEqual((result.outcome, result.program, result.case), (KILLED, "q", "S.C"))
+        self.assertEqual(self.ran, [("p", 9, None), ("q", 9, None), ("q", 9, "S.C")])
+        self.assertEqual(self.noted, [("ui/a.cpp", "p", False), ("ui/a.cpp", "q", True)])
+        self.assertEqual(self.planted, [("ui/a.cpp", {"a.obj", "a.exe"})])
+
+    def test_only_what_runs_next_is_built(self):
+        self.attempt([PASS, FAIL, FAIL])
+        self.assertEqual(self.built, [{"a.obj"}, {"p"}, {"q", "r"}])
+
+    def test_all_programs_run_before_a_fault_survives(self):
+        self.assertEqual(self.attempt([PASS] * 4).outcome, SURVIVED)
+        self.assertEqual(self.renewed, 0)
+
+    def test_a_failure_by_chance_is_no_kill_but_told(self):
+        result = self.attempt([FAIL, PASS, PASS, PASS, PASS, PASS])
+        self.assertEqual((result.outcome, result.unsteady), (SURVIVED, ["p"]))
+        self.assertEqual(self.ran[:3], [("p", 9, None), ("p", 9, "S.C"), ("p", 9, None)])
+
+    def test_a_case_that_fails_behind_another_only_kills(self):
+        self.assertEqual(self.attempt([FAIL, PASS, FAIL]).outcome, KILLED)
+
+    def test_a_time_limit_counts_apart(self):
+        self.assertEqual(self.attempt([LATE, LATE]).outcome, TIME_LIMIT)
+        self.assertEqual(self.attempt([LATE, FAIL]).outcome, KILLED)
+
+    def test_after_each_failure_wine_is_as_at_the_start(self):
+        self.attempt([FAIL, FAIL])
+        self.assertEqual(self.renewed, 2)
+
+    def test_what_does_not_compile_is_not_run(self):
+        for number in 0, 1:
+            self.assertEqual(self.attempt([], failing_build=number).outcome, NOT_COMPILING)
+
+    def test_the_same_code_is_not_run(self):
+        self.assertEqual(self.attempt([], same=True).outcome, SAME_CODE)
+
+    def test_headers_are_not_compared(self):
+        self.assertEqual(self.attempt([PASS] * 4, file="ui/a.h", same=True).outcome, SURVIVED)
+
+
+if __name__ == "__main__":
+    unittest.main()
