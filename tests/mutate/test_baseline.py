@@ -8,7 +8,8 @@ from baseline import Baseline, BaselineError
 from build_graph import BuildGraph, parse_statements
 from programs import Program, Run
 
-GRAPH = BuildGraph(parse_statements("build t.exe: LINK t.obj || p.dll\nbuild p.dll: LINK p.obj\n"), {})
+BUILD = "build t.exe: LINK t.obj || p.dll\nbuild p.dll: LINK p.obj\n"
+GRAPH = BuildGraph(parse_statements(BUILD), {})
 PROGRAM = Program("t", ["wine", "t.exe"], {}, "", "", "unit", {"t.exe"}, "tests/ui")
 
 

@@ -47,8 +47,8 @@ class FlagsTest(unittest.TestCase):
     def test_a_header_takes_those_of_its_source_or_of_its_folder(self):
         entries = [{"file": file, "command": f"g++ -o {target}/x.obj -c {file}"}
                    for file, target in [
-                       ("/s/tests/t.cpp", "tests"), ("/s/ui/b.cpp", "tests/se"), ("/s/ui/b.cpp", "ui"),
-                       ("/s/ui/a.cpp", "ui"), ("/s/com/a.cpp", "com")]]
+                       ("/s/tests/t.cpp", "tests"), ("/s/ui/b.cpp", "tests/se"),
+                       ("/s/ui/b.cpp", "ui"), ("/s/ui/a.cpp", "ui"), ("/s/com/a.cpp", "com")]]
         for path, expected in [("/s/ui/a.h", 3), ("/s/com/x.h", 4), ("/s/ui/b.h", 2),
                                ("/s/ui/b.cpp", 2), ("/s/tests/x.h", 0)]:
             with self.subTest(path=path):
@@ -100,7 +100,8 @@ class PlannerTest(unittest.TestCase):
 
 class OptionsTest(unittest.TestCase):
     def test_options(self):
-        read = options.parse(["--files", "ui", "--files", "*.h", "--count", "3", "--minutes", "0.5"])
+        read = options.parse(
+            ["--files", "ui", "--files", "*.h", "--count", "3", "--minutes", "0.5"])
         self.assertEqual((read.files, read.count, read.minutes, read.seed),
                          (["ui", "*.h"], 3, 0.5, 1))
         self.assertEqual(options.files_of(["ui/b.cpp@1", "ui/a.cpp@1", "ui/b.cpp@2"]),

@@ -76,7 +76,8 @@ class SyntaxTest(unittest.TestCase):
 
     def test_results(self):
         for declaration, expression, expected in [
-                ("bool", "a", "!(a)"), ("bool", "true", None), ("int", "a", "0"), ("int", "3", None),
+                ("bool", "a", "!(a)"), ("bool", "true", None),
+                ("int", "a", "0"), ("int", "3", None),
                 ("int*", "&a", "nullptr"), ("int*", "nullptr", None)]:
             around = declaration + " f(int& a) {{ return {}; }}"
             self.check("result", expression, *([expected] if expected else []), around=around)
@@ -89,7 +90,8 @@ class SyntaxTest(unittest.TestCase):
         self.check("result", "f(a)", "S_OK", around=around)
 
     def test_a_lambda_returns_for_itself(self):
-        self.check("result", "auto g = [&] { return a; };", around="bool f(int a) {{ {} return true; }}")
+        self.check("result", "auto g = [&] { return a; };",
+                   around="bool f(int a) {{ {} return true; }}")
 
     def test_uses_of_macros_stay_or_move_as_a_whole(self):
         code = "#define CHECK(x) if (!(x)) return\nvoid f(int a) { CHECK(a < 1); a = 2; }"

@@ -2,6 +2,7 @@
 
 import contextlib
 import pathlib
+import tempfile
 import types
 import unittest
 from unittest import mock
@@ -11,6 +12,7 @@ from build_graph import BuildGraph, parse_statements
 from mutant import Edit, Mutant
 from ninja import BuildError
 from programs import Program, Run
+from source_copy import ASIDE
 from trial import KILLED, NOT_COMPILING, SAME_CODE, SURVIVED, TIME_LIMIT
 
 GRAPH = BuildGraph(parse_statements("build a.obj: CXX /s/ui/a.cpp\nbuild a.exe: LINK a.obj\n"), {})
@@ -22,9 +24,15 @@ def program(name):
 
 
 class TrialTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.build = pathlib.Path(folder.name)
+        (self.build / ("a.obj" + ASIDE)).touch()
+
     def attempt(self, runs, file="ui/a.cpp", same=False, failing_build=None):
-        """Tries a fault where the programs' runs end as `runs` says, in this order. `failing_build`:
-        the number of the build that fails."""
+        """Tries a fault where the programs' runs end as `runs` says, in this order.
+        `failing_build`: the number of the build that fails."""
         self.built, self.planted, self.noted, self.ran = [], [], [], []
         self.renewed = 0
         ends = iter(runs)
@@ -47,8 +55,7 @@ class TrialTest(unittest.TestCase):
             self.renewed += 1
 
         trials = trial.Trials(
-            types.SimpleNamespace(sources=pathlib.Path("/s"), build=pathlib.Path("/b"),
-                                  planted=planted),
+            types.SimpleNamespace(sources=pathlib.Path("/s"), build=self.build, planted=planted),
             GRAPH, types.SimpleNamespace(build=build),
             types.SimpleNamespace(limit=lambda one: 9, seconds={}),
             types.SimpleNamespace(order=lambda file, programs, seconds: programs,

@@ -94,10 +94,6 @@ class BuildGraph:
         return self.built_from([file, *self.unknown] if is_header else [file]) | (
             self.unknown if is_header else set())
 
-    def sees(self, targets, file):
-        """Whether programs are, or load, or start, what is built from a file, as far as known."""
-        return bool(self.parts(targets) & self.may_be_built_from(file))
-
     def parts(self, outputs):
         """Programs with the libraries that they load and the programs that they start."""
         found, open_ends = set(), list(outputs)

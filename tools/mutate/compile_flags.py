@@ -1,4 +1,4 @@
-"""The flags that clang reads a file with: those that the build compiles it with, for the same target."""
+"""The flags that clang reads a file with: those that the build compiles it with."""
 
 import pathlib
 import shlex

@@ -73,8 +73,10 @@ class Session:
         self.programs = programs_module.load(self.graph, self.copy.build, dict(os.environ))
 
     def seeing(self, file):
-        source = str(self.copy.sources / file)
-        return [program for program in self.programs if self.graph.sees(program.targets, source)]
+        """The programs that are, or load, or start, what is built from a file."""
+        built = self.graph.may_be_built_from(str(self.copy.sources / file))
+        return [program for program in self.programs
+                if self.graph.parts(program.targets) & built]
 
     def files(self):
         if self.options.only:

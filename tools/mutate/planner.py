@@ -8,6 +8,7 @@ import pathlib
 import random
 
 import compile_flags
+import faults
 import syntax
 from mutant import Edit, name_mutants
 
@@ -25,8 +26,9 @@ class Planner:
         self.resources = compile_flags.resource_flags()
         self.entries = json.loads((build_dir / "compile_commands.json").read_text())
         # Whatever these modules do differently, they do to all files.
-        own = sorted(pathlib.Path(__file__).parent.glob("*.py"))
-        self.version = hashlib.sha256(b"".join(file.read_bytes() for file in own)).digest()
+        modules = [compile_flags, faults, syntax]
+        self.version = hashlib.sha256(b"".join(
+            pathlib.Path(module.__file__).read_bytes() for module in modules)).digest()
 
     def flags(self, path):
         entry = compile_flags.nearest_entry(self.entries, path)

@@ -85,7 +85,8 @@ class SourceCopy:
             os.utime(source, ns=(times.st_atime_ns, times.st_mtime_ns))
 
     def put_aside(self, outputs):
-        """Renames files of the build folder; returns (path, new name or None where there was none)."""
+        """Renames files of the build folder; returns rows of (path, new name), with None as the new
+        name of a file that was not there."""
         result = []
         for output in sorted(outputs):
             if os.path.isabs(output):

@@ -95,7 +95,8 @@ class Walk:
     def parentheses_behind(self, start):
         """The range between the first "(" behind `start` and the ")" that belongs to it."""
         depth, begin = 0, None
-        for token_start, token_end, spelling in self.tokens[bisect.bisect_left(self.starts, start):]:
+        first = bisect.bisect_left(self.starts, start)
+        for token_start, token_end, spelling in self.tokens[first:]:
             if spelling == "(":
                 depth += 1
                 if depth == 1:

@@ -33,7 +33,7 @@ class Result:
 
 
 def batches(items):
-    """One, two, four ...: the first program alone often suffices; others are linked side by side."""
+    """One, two, four ...: the first program often suffices; others are linked side by side."""
     size = 1
     while items:
         yield items[:size]
@@ -83,15 +83,16 @@ class Trials:
         return result
 
     def changes_nothing(self, source):
-        """Whether the compiler makes the same code of a source. Headers are not looked at: too much
-        would have to be compiled."""
-        objects = [output for output in self.graph.readers.get(source, ())
-                   if output in self.graph.objects]
-        if not objects or source.endswith(".h"):
+        """Whether the compiler makes the same code of a source as before. Headers are not looked
+        at: too much would have to be compiled."""
+        if source.endswith(".h"):
             return False
+        objects = [output for output in self.graph.readers.get(source, ())
+                   if (self.copy.build / (output + ASIDE)).exists()]
         self.ninja.build(objects, BUILD_SECONDS)
-        return all(same_code(self.copy.build / output, self.copy.build / (output + ASIDE))
-                   for output in objects)
+        return bool(objects) and all(
+            same_code(self.copy.build / output, self.copy.build / (output + ASIDE))
+            for output in objects)
 
     def run_programs(self, result, programs):
         file = result.mutant.path
