@@ -49,6 +49,7 @@ class FlagsTest(unittest.TestCase):
                    for file, target in [
                        ("/s/tests/t.cpp", "tests"), ("/s/ui/b.cpp", "tests/se"),
                        ("/s/ui/b.cpp", "ui"), ("/s/ui/a.cpp", "ui"), ("/s/com/a.cpp", "com")]]
+        entries.append({"file": "/s/ui/a.rc", "command": "windres -O coff /s/ui/a.rc a.res"})
         for path, expected in [("/s/ui/a.h", 3), ("/s/com/x.h", 4), ("/s/ui/b.h", 2),
                                ("/s/ui/b.cpp", 2), ("/s/tests/x.h", 0)]:
             with self.subTest(path=path):

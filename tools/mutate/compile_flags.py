@@ -50,4 +50,5 @@ def nearest_entry(entries, path):
         return (file != path, file.parent != path.parent, file.stem != path.stem,
                 not output.startswith(f"{file.parent.name}/"))
 
-    return min(entries, key=distance)
+    # Resources are compiled too, by a program with other options.
+    return min((entry for entry in entries if " -o " in entry["command"]), key=distance)
