@@ -36,13 +36,18 @@ class ParseError(Exception):
     """The file cannot be read with the flags that it was given."""
 
 
+def is_in_main_file(cursor):
+    return bool(cindex.conf.lib.clang_Location_isFromMainFile(cursor.location))
+
+
 class Walk:
     """Collects the edits of one file while it walks down the tree."""
 
-    def __init__(self, unit, path, text):
+    def __init__(self, unit, text):
         self.text = text
-        self.path = path
         self.edits = set()
+        # Nearly all of the unit is the system's headers, so this question is asked once.
+        self.own = [child for child in unit.cursor.get_children() if is_in_main_file(child)]
         self.tokens = [
             (token.extent.start.offset, token.extent.end.offset, token.spelling)
             for token in unit.get_tokens(extent=unit.cursor.extent)
@@ -50,12 +55,7 @@ class Walk:
         self.starts = [start for start, _, _ in self.tokens]
         self.macros = [
             (child.extent.start.offset, child.extent.end.offset)
-            for child in unit.cursor.get_children()
-            if child.kind == CursorKind.MACRO_INSTANTIATION and self.is_own(child)]
-
-    def is_own(self, cursor):
-        file = cursor.extent.start.file
-        return file is not None and file.name == self.path
+            for child in self.own if child.kind == CursorKind.MACRO_INSTANTIATION]
 
     # Ranges and tokens.
 
@@ -279,8 +279,8 @@ def find_edits(path, flags, text=None):
               if item.severity >= cindex.Diagnostic.Error]
     if errors:
         raise ParseError(f"{path}: {errors[0]}")
-    walk = Walk(unit, path, text)
-    for cursor in unit.cursor.get_children():
-        if walk.is_own(cursor) and not cursor.kind.is_preprocessing():
+    walk = Walk(unit, text)
+    for cursor in walk.own:
+        if not cursor.kind.is_preprocessing():
             walk.visit(cursor)
     return walk.edits
