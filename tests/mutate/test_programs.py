@@ -57,14 +57,19 @@ class ProgramsTest(unittest.TestCase):
                 outcome = judge(script("", pattern), code, 1.0, text)
                 self.assertEqual((outcome.outcome, outcome.case), expected)
 
-    def test_success_without_a_report_is_a_failure(self):
+    def test_without_a_report_the_end_was_not_orderly_and_no_success(self):
         with tempfile.TemporaryDirectory() as folder:
             report = pathlib.Path(folder, "t.xml")
             program = script("")
             program.command = ["/usr/bin/touch", f"--gtest_output=xml:Z:{report}"]
-            self.assertEqual(judge(program, 0, 1.0, PASSED).outcome, "failed")
-            report.write_text("")
-            self.assertEqual(judge(program, 0, 1.0, PASSED).outcome, "passed")
+            for there, code, expected in [
+                    (False, 0, ("failed", False)), (False, 1, ("failed", False)),
+                    (True, 0, ("passed", True)), (True, 1, ("failed", True)),
+                    (True, None, ("time limit", False))]:
+                if there:
+                    report.write_text("")
+                outcome = judge(program, code, 1.0, PASSED)
+                self.assertEqual((outcome.outcome, outcome.orderly), expected)
 
     def test_a_program_runs_in_its_folder_and_environment(self):
         outcome = run(script("echo $A $PWD; echo error >&2; exit 3"))

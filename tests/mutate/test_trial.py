@@ -16,11 +16,12 @@ from source_copy import ASIDE
 from trial import KILLED, NOT_COMPILING, SAME_CODE, SURVIVED, TIME_LIMIT
 
 GRAPH = BuildGraph(parse_statements("build a.obj: CXX /s/ui/a.cpp\nbuild a.exe: LINK a.obj\n"), {})
-PASS, FAIL, LATE = Run("passed", 1, ""), Run("failed", 1, "", "S.C"), Run("time limit", 1, "")
+PASS, FAIL = Run("passed", 1, ""), Run("failed", 1, "", "S.C")
+LATE, CRASH = Run("time limit", 1, "", "", False), Run("failed", 1, "", "S.C", False)
 
 
 def program(name):
-    return Program(name, [], {}, "", "", "unit", {name}, "")
+    return Program(name, [], {}, "", "", "ui" if name == "r" else "unit", {name}, "")
 
 
 class TrialTest(unittest.TestCase):
@@ -94,9 +95,11 @@ class TrialTest(unittest.TestCase):
         self.assertEqual(self.attempt([LATE, LATE]).outcome, TIME_LIMIT)
         self.assertEqual(self.attempt([LATE, FAIL]).outcome, KILLED)
 
-    def test_after_each_failure_wine_is_as_at_the_start(self):
-        self.attempt([FAIL, FAIL])
-        self.assertEqual(self.renewed, 2)
+    def test_what_may_have_left_something_in_wine_is_followed_by_a_new_one(self):
+        for runs, expected in [([FAIL, FAIL], 0), ([CRASH, CRASH], 2), ([LATE, FAIL], 1),
+                               ([PASS, PASS, FAIL, FAIL], 2)]:
+            self.attempt(runs)
+            self.assertEqual(self.renewed, expected)
 
     def test_what_does_not_compile_is_not_run(self):
         for number in 0, 1:

@@ -39,12 +39,14 @@ class Program:
 
 @dataclasses.dataclass
 class Run:
-    """How a program ended: "passed", "failed" or "time limit"; `case`: what failed."""
+    """How a program ended: "passed", "failed" or "time limit"; `case`: what failed. `orderly`: it
+    came to its own end, so its fixtures have removed what they made."""
 
     outcome: str
     seconds: float
     output: str
     case: str = ""
+    orderly: bool = True
 
 
 def modified(environment, changes):
@@ -133,10 +135,11 @@ def judge(program, code, seconds, text):
     """`code`: the exit code, None when the time limit ended it."""
     match = CRASHED_CASE.search(text) or FAILED_CASE.search(text)
     case = match.group(1) if match else ""
+    orderly = code is not None and (not program.report or program.report.exists())
     if code is None and not ASSERTION.search(text):
-        return Run("time limit", seconds, text)
-    if code == 0 and program.report and not program.report.exists():
-        return Run("failed", seconds, text, "it ended before its report")
+        return Run("time limit", seconds, text, case, orderly)
+    if code == 0 and not orderly:
+        return Run("failed", seconds, text, "it ended before its report", orderly)
     if code != 0 or (program.failure_pattern and re.search(program.failure_pattern, text)):
-        return Run("failed", seconds, text, case)
+        return Run("failed", seconds, text, case, orderly)
     return Run("passed", seconds, text)

@@ -106,21 +106,26 @@ class Trials:
                     result.outcome, result.program, result.case = outcome, program.name, case
                     return
 
+    def run_once(self, program, cases=None):
+        """Unit tests that end by themselves leave nothing; others may leave processes, or what they
+        have registered."""
+        run = self.run(program, self.baseline.limit(program), cases)
+        if not run.orderly or (run.outcome != "passed" and program.label != "unit"):
+            self.renew()
+        return run
+
     def verdict(self, program, result):
         """Runs a program; a failure must show twice, as some come by chance."""
-        limit = self.baseline.limit(program)
-        first = self.run(program, limit)
+        first = self.run_once(program)
         if first.outcome == "passed":
             return SURVIVED, ""
-        self.renew()
         cases = first.case if "." in first.case else None
-        second = self.run(program, limit, cases)
+        second = self.run_once(program, cases)
         if second.outcome == "passed" and cases:
-            self.renew()  # alone it passes: perhaps another case before it has to do with it
-            second = self.run(program, limit)
+            # Alone it passes: perhaps another case before it has to do with it.
+            second = self.run_once(program)
         if second.outcome == "passed":
             result.unsteady.append(program.name)
             return SURVIVED, ""
-        self.renew()
         both = {first.outcome, second.outcome}
         return (TIME_LIMIT if both == {TIME_LIMIT} else KILLED), first.case
