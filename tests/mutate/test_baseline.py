@@ -10,7 +10,7 @@ from programs import Program, Run
 
 BUILD = "build t.exe: LINK t.obj || p.dll\nbuild p.dll: LINK p.obj\n"
 GRAPH = BuildGraph(parse_statements(BUILD), {})
-PROGRAM = Program("t", ["wine", "t.exe"], {}, "", "", "unit", {"t.exe"}, "tests/ui")
+PROGRAM = Program("t", ["wine", "t.exe"], {}, "", "", "unit", 60, {"t.exe"}, "tests/ui")
 
 
 class BaselineTest(unittest.TestCase):
@@ -28,7 +28,7 @@ class BaselineTest(unittest.TestCase):
         """Returns (whether it was run, seconds) where runs end in these ways, one after another."""
         ends = iter(outcomes)
         baseline = self.baseline()
-        was_run = baseline.check(PROGRAM, lambda _: Run(next(ends), 4.0, "output", "S.C"))
+        was_run = baseline.check(PROGRAM, lambda *_: Run(next(ends), 4.0, "output", "S.C"))
         self.assertRaises(StopIteration, next, ends)
         return was_run, baseline.seconds["t"]
 

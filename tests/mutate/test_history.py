@@ -9,7 +9,7 @@ from programs import Program
 
 
 def program(name, folder, label="unit"):
-    return Program(name, [], {}, "", "", label, set(), folder)
+    return Program(name, [], {}, "", "", label, 60, set(), folder)
 
 
 NEAR = program("near", "tests/ui")

@@ -18,7 +18,7 @@ CRASHED = "CRASH: exception 0xc0000005\nCRASH: in Suite.Other\n"
 
 
 def script(text, pattern=""):
-    return Program("t", ["/bin/bash", "-c", text], {"A": "1"}, "/", pattern, "unit", set(), "")
+    return Program("t", ["/bin/bash", "-c", text], {"A": "1"}, "/", pattern, "unit", 60, set(), "")
 
 
 class ProgramsTest(unittest.TestCase):
@@ -32,12 +32,13 @@ class ProgramsTest(unittest.TestCase):
                  "value": ["DLL=set:Z:/b/plug.dll", "OVER=cmake_list_append:x=n"]},
                 {"name": "FAIL_REGULAR_EXPRESSION", "value": ["bad", "worse"]},
                 {"name": "LABELS", "value": ["ui"]},
+                {"name": "TIMEOUT", "value": 90.0},
                 {"name": "WORKING_DIRECTORY", "value": "/b/tests"}],
         }, graph, pathlib.Path("/b"), {"OVER": "a=d"})
         self.assertEqual(program, Program(
             "t", ["wine.sh", "/b/tests/t.exe", "--gtest_output=xml:Z:/b/t.xml"],
             {"OVER": "a=d;x=n", "DEBUG": "a,b=c", "DLL": "Z:/b/plug.dll"}, "/b/tests", "bad|worse",
-            "ui", {"tests/t.exe", "plug.dll"}, "tests/ui"))
+            "ui", 90.0, {"tests/t.exe", "plug.dll"}, "tests/ui"))
         self.assertEqual(program.report, pathlib.Path("/b/t.xml"))
 
     def test_an_unknown_change_of_the_environment_is_refused(self):

@@ -77,6 +77,7 @@ class SyntaxTest(unittest.TestCase):
     def test_results(self):
         for declaration, expression, expected in [
                 ("bool", "a", "!(a)"), ("bool", "true", None),
+                ("bool", "!a", None), ("bool", "a == 1", None), ("bool", "a < 1", "!(a < 1)"),
                 ("int", "a", "0"), ("int", "3", None),
                 ("int*", "&a", "nullptr"), ("int*", "nullptr", None)]:
             around = declaration + " f(int& a) {{ return {}; }}"

@@ -21,7 +21,8 @@ LATE, CRASH = Run("time limit", 1, "", "", False), Run("failed", 1, "", "S.C", F
 
 
 def program(name):
-    return Program(name, [], {}, "", "", "ui" if name == "r" else "unit", {name}, "")
+    return Program(name, [], {}, "", "", "ui" if name == "r" else "unit", 60, {name},
+                   "")
 
 
 class TrialTest(unittest.TestCase):

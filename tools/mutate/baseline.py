@@ -47,9 +47,9 @@ class Baseline:
         if known and known["digest"] == digest:
             self.seconds[program.name] = known["seconds"]
             return False
-        outcome = run(program)
+        outcome = run(program, program.timeout)
         if outcome.outcome != "passed":
-            outcome = run(program)  # what fails by chance would be taken for noticed faults too
+            outcome = run(program, program.timeout)  # what fails by chance would be taken for noticed faults too
         if outcome.outcome != "passed":
             raise BaselineError(f"{program.name} fails without any fault"
                                 f" ({outcome.case or outcome.outcome}):\n{outcome.output[-2000:]}")

@@ -17,7 +17,8 @@ ASSERTION = re.compile(r"^\S+: Failure$", re.MULTILINE)
 
 @dataclasses.dataclass
 class Program:
-    """One CTest entry. `targets`: what ninja builds for it. `folder`: of its sources."""
+    """One CTest entry. `timeout`: CTest's. `targets`: what ninja builds for it. `folder`: of its
+    sources."""
 
     name: str
     command: list
@@ -25,6 +26,7 @@ class Program:
     working_directory: str
     failure_pattern: str
     label: str
+    timeout: float
     targets: set
     folder: str
 
@@ -82,7 +84,7 @@ def read_program(entry, graph, build_dir, environment):
     return Program(
         entry["name"], entry["command"], own, properties.get("WORKING_DIRECTORY", str(build_dir)),
         "|".join(properties.get("FAIL_REGULAR_EXPRESSION", [])),
-        properties.get("LABELS", [""])[0], targets, folder)
+        properties.get("LABELS", [""])[0], properties.get("TIMEOUT"), targets, folder)
 
 
 def load(graph, build_dir, environment):

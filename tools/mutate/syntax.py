@@ -258,12 +258,27 @@ class Walk:
         kind = result_type.get_canonical().kind
         if result_type.spelling == "HRESULT":
             self.add("result", start, end, "E_FAIL" if text == "S_OK" else "S_OK")
-        elif kind == TypeKind.BOOL and text not in ("true", "false"):
+        elif kind == TypeKind.BOOL and not self.has_own_negation(children[0]):
             self.add("result", start, end, f"!({text})")
         elif kind == TypeKind.POINTER and text != "nullptr":
             self.add("result", start, end, "nullptr")
         elif kind in INTEGERS and not faults.INTEGER.match(text):
             self.add("result", start, end, "0")
+
+
+    def has_own_negation(self, expression):
+        """Whether another fault negates an expression already."""
+        while expression.kind == CursorKind.UNEXPOSED_EXPR:
+            inner = list(expression.get_children())
+            if len(inner) != 1:
+                return False
+            expression = inner[0]
+        children = list(expression.get_children())
+        if expression.kind == CursorKind.UNARY_OPERATOR:
+            return self.token_from(expression.extent.start.offset)[2] == "!"
+        if expression.kind == CursorKind.BINARY_OPERATOR:
+            return self.token_from(children[0].extent.end.offset)[2] in ("==", "!=")
+        return expression.kind == CursorKind.CXX_BOOL_LITERAL_EXPR
 
 
 def find_edits(path, flags, text=None):
