@@ -4,7 +4,7 @@ import pathlib
 import tempfile
 import unittest
 
-from history import History
+from history import CASES_KEPT, History
 from programs import Program
 
 
@@ -48,9 +48,21 @@ class HistoryTest(unittest.TestCase):
         self.history = History(self.path)
         self.assertEqual(self.order(near=1, near_ui=1, far=1)[0], "far")
 
+    def test_the_cases_that_noticed_faults_the_last_one_first(self):
+        for case in "S.A", "", "S.B", "S.A":
+            self.history.add("ui/a.cpp", "near", bool(case), case)
+        self.assertEqual(self.history.cases("ui/a.cpp", "near"), "S.A:S.B")
+        self.assertEqual(self.history.cases("ui/b.cpp", "near"), "")
+
+    def test_not_all_cases_are_kept(self):
+        for number in range(100):
+            self.history.add("ui/a.cpp", "near", True, f"S.C{number}")
+        cases = self.history.cases("ui/a.cpp", "near").split(":")
+        self.assertEqual((cases[0], len(cases)), ("S.C99", CASES_KEPT))
+
     def test_a_damaged_file_is_as_none(self):
         self.path.write_text("{")
-        self.assertEqual(History(self.path).counts, {})
+        self.assertEqual(History(self.path).rows, {})
 
 
 if __name__ == "__main__":

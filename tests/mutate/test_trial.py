@@ -32,7 +32,7 @@ class TrialTest(unittest.TestCase):
         self.build = pathlib.Path(folder.name)
         (self.build / ("a.obj" + ASIDE)).touch()
 
-    def attempt(self, runs, file="ui/a.cpp", same=False, failing_build=None):
+    def attempt(self, runs, file="ui/a.cpp", same=False, failing_build=None, likely=""):
         """Tries a fault where the programs' runs end as `runs` says, in this order.
         `failing_build`: the number of the build that fails."""
         self.built, self.planted, self.noted, self.ran = [], [], [], []
@@ -59,8 +59,9 @@ class TrialTest(unittest.TestCase):
         trials = trial.Trials(
             types.SimpleNamespace(sources=pathlib.Path("/s"), build=self.build, planted=planted),
             GRAPH, types.SimpleNamespace(build=build),
-            types.SimpleNamespace(limit=lambda one: 9, seconds={}),
+            types.SimpleNamespace(limit=lambda one: 9, seconds={"p": 60, "q": 1}),
             types.SimpleNamespace(order=lambda file, programs, seconds: programs,
+                                  cases=lambda file, name: likely,
                                   add=lambda *row: self.noted.append(row)),
             renew, run)
         with mock.patch.object(trial, "same_code", lambda *paths: same):
@@ -73,7 +74,8 @@ class TrialTest(unittest.TestCase):
         result = self.attempt([PASS, FAIL, FAIL])
         self.assertEqual((result.outcome, result.program, result.case), (KILLED, "q", "S.C"))
         self.assertEqual(self.ran, [("p", 9, None), ("q", 9, None), ("q", 9, "S.C")])
-        self.assertEqual(self.noted, [("ui/a.cpp", "p", False), ("ui/a.cpp", "q", True)])
+        self.assertEqual(self.noted,
+                         [("ui/a.cpp", "p", False, ""), ("ui/a.cpp", "q", True, "S.C")])
         self.assertEqual(self.planted, [("ui/a.cpp", {"a.obj", "a.exe"})])
 
     def test_only_what_runs_next_is_built(self):
@@ -83,6 +85,14 @@ class TrialTest(unittest.TestCase):
     def test_all_programs_run_before_a_fault_survives(self):
         self.assertEqual(self.attempt([PASS] * 4).outcome, SURVIVED)
         self.assertEqual(self.renewed, 0)
+
+    def test_a_long_program_is_first_run_with_its_likely_cases(self):
+        self.assertEqual(self.attempt([FAIL, FAIL], likely="S.A:S.B").outcome, KILLED)
+        self.assertEqual(self.ran, [("p", 9, "S.A:S.B"), ("p", 9, "S.C")])
+        self.attempt([PASS, PASS, FAIL, FAIL], likely="S.A")
+        self.assertEqual([cases for _, _, cases in self.ran], ["S.A", None, None, "S.C"])
+        self.assertEqual(self.attempt([Run("failed", 1, "")] + [PASS] * 4, likely="Gone.A").outcome,
+                         SURVIVED)
 
     def test_a_failure_by_chance_is_no_kill_but_told(self):
         result = self.attempt([FAIL, PASS, PASS, PASS, PASS, PASS])

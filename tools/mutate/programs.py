@@ -141,7 +141,7 @@ def judge(program, code, seconds, text):
     if code is None and not ASSERTION.search(text):
         return Run("time limit", seconds, text, case, orderly)
     if code == 0 and not orderly:
-        return Run("failed", seconds, text, "it ended before its report", orderly)
+        return Run("failed", seconds, text, case, orderly)  # somebody ended the process early
     if code != 0 or (program.failure_pattern and re.search(program.failure_pattern, text)):
         return Run("failed", seconds, text, case, orderly)
     return Run("passed", seconds, text)

@@ -17,6 +17,8 @@ NOT_COMPILING = "not compiling"
 SAME_CODE = "same code"
 
 OBJCOPY = "/usr/bin/x86_64-w64-mingw32-objcopy"
+# A program that takes longer is first run with the cases that noticed faults of the file before.
+SHORT_SECONDS = 3.0
 # Compilers do not come to an end with everything that a fault can make of a constant.
 BUILD_SECONDS = 900
 
@@ -101,7 +103,7 @@ class Trials:
             self.ninja.build(set().union(*(program.targets for program in batch)), BUILD_SECONDS)
             for program in batch:
                 outcome, case = self.verdict(program, result)
-                self.history.add(file, program.name, outcome != SURVIVED)
+                self.history.add(file, program.name, outcome != SURVIVED, case)
                 if outcome != SURVIVED:
                     result.outcome, result.program, result.case = outcome, program.name, case
                     return
@@ -116,10 +118,16 @@ class Trials:
 
     def verdict(self, program, result):
         """Runs a program; a failure must show twice, as some come by chance."""
-        first = self.run_once(program)
+        first = None
+        likely = self.history.cases(result.mutant.path, program.name)
+        if likely and self.baseline.seconds.get(program.name, 0) > SHORT_SECONDS:
+            first = self.run_once(program, likely)
+        # A failure without a case may be that there are no such cases any more.
+        if not first or first.outcome == "passed" or not first.case:
+            first = self.run_once(program)
         if first.outcome == "passed":
             return SURVIVED, ""
-        cases = first.case if "." in first.case else None
+        cases = first.case or None
         second = self.run_once(program, cases)
         if second.outcome == "passed" and cases:
             # Alone it passes: perhaps another case before it has to do with it.
