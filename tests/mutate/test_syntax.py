@@ -99,6 +99,10 @@ class SyntaxTest(unittest.TestCase):
         self.assertEqual(results(code), {
             "constant": {code.replace("2", "3")},
             "dropped statement": {code.replace("a = 2;", ";")}})
+        for macro in ("while (x) {}", "for (; x;) {}", "do {} while (x)", "if (x) {}"):
+            self.assertEqual(results(f"#define M(x) {macro}\nvoid f(int a) {{ M(a < 1); }}"), {})
+        self.assertEqual(results("#define M(x) x ? 1 : 2\nint i = M(true);"), {})
+        self.assertEqual(results("#define M(x) return x\nint f(int a) { M(a); }"), {})
         code = "#define ONE 1\nvoid f(int a) { f(ONE); }"
         self.assertEqual(results(code), {"dropped statement": {code.replace("f(ONE);", ";")}})
 

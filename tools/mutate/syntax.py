@@ -77,6 +77,10 @@ class Walk:
         index = bisect.bisect_left(self.starts, start)
         return self.tokens[index] if index < len(self.tokens) else (start, start, "")
 
+    def begins(self, cursor, keyword):
+        """Whether a statement stands in the file itself: in a macro it would begin with its name."""
+        return self.token_from(cursor.extent.start.offset)[2] == keyword
+
     def source(self, start, end):
         return self.text[start:end].decode()
 
@@ -134,19 +138,20 @@ class Walk:
             self.visit_literal(cursor, LITERALS[kind])
         elif kind == CursorKind.IF_STMT:
             self.visit_if(cursor)
-        elif kind == CursorKind.WHILE_STMT:
+        elif kind == CursorKind.WHILE_STMT and self.begins(cursor, "while"):
             self.add_conditions(self.parentheses_behind(cursor.extent.start.offset), loop=True)
-        elif kind == CursorKind.DO_STMT:
+        elif kind == CursorKind.DO_STMT and self.begins(cursor, "do"):
             last = list(cursor.get_children())[-1].extent
             self.add_conditions((last.start.offset, last.end.offset), loop=True)
-        elif kind == CursorKind.FOR_STMT:
+        elif kind == CursorKind.FOR_STMT and self.begins(cursor, "for"):
             self.visit_for(cursor)
         elif kind == CursorKind.CONDITIONAL_OPERATOR:
             first = next(cursor.get_children()).extent
-            self.add_conditions((first.start.offset, first.end.offset), loop=False)
+            if first.end.offset != cursor.extent.end.offset:
+                self.add_conditions((first.start.offset, first.end.offset), loop=False)
         elif kind == CursorKind.COMPOUND_STMT:
             self.visit_statements(list(cursor.get_children()), is_function)
-        elif kind == CursorKind.RETURN_STMT:
+        elif kind == CursorKind.RETURN_STMT and self.begins(cursor, "return"):
             self.visit_return(cursor, result_type)
 
     def visit_operator(self, operands):
@@ -188,10 +193,8 @@ class Walk:
 
     def visit_if(self, cursor):
         start = cursor.extent.start.offset
-        keyword = self.token_at(start)
-        following = self.token_from(keyword[1]) if keyword else None
-        if not keyword or keyword[2] != "if" or following[2] != "(":
-            return  # `if constexpr`, or a macro's
+        if not self.begins(cursor, "if") or self.token_from(start + 2)[2] != "(":
+            return  # a macro's, or `if constexpr`
         children = list(cursor.get_children())
         condition = self.parentheses_behind(start)
         declares = children[0].kind in (CursorKind.DECL_STMT, CursorKind.VAR_DECL)
