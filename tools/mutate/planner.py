@@ -46,10 +46,13 @@ class Planner:
         missing = [path for path in paths if not self.cache_file(path).exists()]
         jobs = [(str(self.sources / path), self.flags(str(self.sources / path)))
                 for path in missing]
-        with concurrent.futures.ProcessPoolExecutor(len(os.sched_getaffinity(0))) as pool:
+        pool = concurrent.futures.ProcessPoolExecutor(len(os.sched_getaffinity(0)))
+        try:
             for path, edits in zip(missing, pool.map(read_edits, jobs)):
                 rows = [[edit.start, edit.end, edit.replacement, edit.kind] for edit in edits]
                 self.cache_file(path).write_text(json.dumps(rows))
+        finally:
+            pool.shutdown(cancel_futures=True)  # an interruption waits for no further file
         result = []
         for path in sorted(paths):
             edits = {Edit(*row) for row in json.loads(self.cache_file(path).read_text())}
