@@ -77,8 +77,11 @@ class ProgramsTest(unittest.TestCase):
         self.assertEqual((outcome.outcome, outcome.output), ("failed", "1 /\nerror\n"))
 
     def test_a_program_is_ended_at_its_limit_with_what_it_started(self):
-        outcome = run(script("sleep 600 & echo $!; wait"), limit=0.3)
-        self.assertEqual(outcome.outcome, "time limit")
+        for limit in 0.3, 3, 30:  # the first is enough unless the machine is very busy
+            outcome = run(script("sleep 600 & echo $!; wait"), limit)
+            self.assertEqual(outcome.outcome, "time limit")
+            if outcome.output:
+                break
         state = pathlib.Path(f"/proc/{int(outcome.output)}/stat")
         self.assertTrue(not state.exists() or " Z " in state.read_text())
 
