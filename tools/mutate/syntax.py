@@ -78,7 +78,7 @@ class Walk:
         return self.tokens[index] if index < len(self.tokens) else (start, start, "")
 
     def begins(self, cursor, keyword):
-        """Whether a statement stands in the file itself: in a macro it would begin with its name."""
+        """Whether a statement is the file's own: one of a macro begins with the macro's name."""
         return self.token_from(cursor.extent.start.offset)[2] == keyword
 
     def source(self, start, end):
