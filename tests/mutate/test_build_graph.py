@@ -13,7 +13,10 @@ build tests/t.exe: LINK_t test.dir/t.cpp.obj | liblib.a $
   with$ blank.a || libother.a plug.dll
 build plug.dll libplug.dll.a: LINK_plug plug.dir/p.cpp.obj
 build plug.dir/p.cpp.obj: CXX_plug /s/p.cpp
-build tests/u.exe: LINK_u u.dir/u.cpp.obj || libother.a
+build tests/u.exe: LINK_u u.dir/u.cpp.obj || libother.a doubles
+build doubles: phony CMakeFiles/doubles
+build CMakeFiles/doubles: phony tests/double/X.DLL
+build tests/double/X.DLL: LINK_x x.obj
 build u.dir/u.cpp.obj: CXX_u /s/u.cpp
 build made.h | ${cmake_ninja_workdir}made.h: CUSTOM_COMMAND /s/x.idl
 build t: phony tests/t.exe
@@ -55,6 +58,9 @@ class BuildGraphTest(unittest.TestCase):
     def test_a_program_sees_the_sources_of_what_it_loads(self):
         self.assertTrue(self.sees("tests/t.exe", "/s/p.cpp"))
         self.assertFalse(self.sees("tests/u.exe", "/s/p.cpp"))
+
+    def test_libraries_behind_the_name_of_a_target_are_parts(self):
+        self.assertEqual(self.graph.parts(["tests/u.exe"]), {"tests/u.exe", "tests/double/X.DLL"})
 
     def test_an_order_alone_is_no_part(self):
         self.assertEqual(self.graph.parts(["tests/t.exe"]), {"tests/t.exe", "plug.dll"})

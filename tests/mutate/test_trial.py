@@ -15,7 +15,9 @@ from programs import Program, Run
 from source_copy import ASIDE
 from trial import KILLED, NOT_COMPILING, SAME_CODE, SURVIVED, TIME_LIMIT
 
-GRAPH = BuildGraph(parse_statements("build a.obj: CXX /s/ui/a.cpp\nbuild a.exe: LINK a.obj\n"), {})
+GRAPH = BuildGraph(parse_statements(
+    "build a.obj: CXX /s/ui/a.cpp\n"
+    + "".join(f"build {name}: LINK a.obj\n" for name in "pqrs")), {})
 PASS, FAIL = Run("passed", 1, ""), Run("failed", 1, "", "S.C")
 LATE, CRASH = Run("time limit", 1, "", "", False), Run("failed", 1, "", "S.C", False)
 
@@ -31,6 +33,9 @@ class TrialTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.build = pathlib.Path(folder.name)
         (self.build / ("a.obj" + ASIDE)).touch()
+        for name in "pqrs":
+            (self.build / name).write_text("faulty")
+            (self.build / (name + ASIDE)).write_text("as it was")
 
     def attempt(self, runs, file="ui/a.cpp", same=False, failing_build=None, likely=""):
         """Tries a fault where the programs' runs end as `runs` says, in this order.
@@ -76,7 +81,7 @@ class TrialTest(unittest.TestCase):
         self.assertEqual(self.ran, [("p", 9, None), ("q", 9, None), ("q", 9, "S.C")])
         self.assertEqual(self.noted,
                          [("ui/a.cpp", "p", False, ""), ("ui/a.cpp", "q", True, "S.C")])
-        self.assertEqual(self.planted, [("ui/a.cpp", {"a.obj", "a.exe"})])
+        self.assertEqual(self.planted, [("ui/a.cpp", {"a.obj", *"pqrs"})])
 
     def test_only_what_runs_next_is_built(self):
         self.attempt([PASS, FAIL, FAIL])
@@ -93,6 +98,13 @@ class TrialTest(unittest.TestCase):
         self.assertEqual([cases for _, _, cases in self.ran], ["S.A", None, None, "S.C"])
         self.assertEqual(self.attempt([Run("failed", 1, "")] + [PASS] * 4, likely="Gone.A").outcome,
                          SURVIVED)
+
+    def test_a_program_that_the_linker_made_as_before_is_not_run(self):
+        (self.build / "p").write_text("as it was")
+        (self.build / ("s" + ASIDE)).unlink()  # nothing of it is built from the file
+        self.assertEqual(self.attempt([PASS, PASS]).outcome, SURVIVED)
+        self.assertEqual([name for name, _, _ in self.ran], ["q", "r"])
+        self.assertEqual([program for _, program, *_ in self.noted], ["q", "r"])
 
     def test_a_failure_by_chance_is_no_kill_but_told(self):
         result = self.attempt([FAIL, PASS, PASS, PASS, PASS, PASS])

@@ -86,7 +86,7 @@ class BuildGraph:
 
     def files_built_from(self, files):
         """As built_from, without mere names of targets."""
-        return {output for output in self.built_from(files) if self.steps[output].rule != "phony"}
+        return {output for output in self.built_from(files) if not self.is_name(output)}
 
     def may_be_built_from(self, file):
         """As built_from, and from objects of which nobody knows yet what headers they include."""
@@ -102,8 +102,13 @@ class BuildGraph:
             step = self.steps.get(output)
             if step and output not in found:
                 found.add(output)
-                open_ends += [path for path in step.before + step.inputs if path.endswith(LOADED)]
-        return found
+                open_ends += [path for path in step.before + step.inputs
+                              if path.lower().endswith(LOADED) or self.is_name(path)]
+        return {output for output in found if not self.is_name(output)}
+
+    def is_name(self, output):
+        """Whether an output is no file but the name of a target."""
+        return output in self.steps and self.steps[output].rule == "phony"
 
     def resolve(self, path, build_dir):
         """A path on a command line or in an environment as an output of the build, or None. Wine
