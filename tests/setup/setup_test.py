@@ -108,6 +108,7 @@ class SetupTest(unittest.TestCase):
         while not (pid.exists() and pid.read_text().strip()):
             self.assertIsNone(first.poll())
         first.kill()
+        first.wait()
         os.kill(int(pid.read_text()), 9)  # its program ends; what shows progress has to end by itself
         self.addCleanup(first.communicate)
         self.assertEqual(self.bash("lock_checkout; echo mine")[1].splitlines()[-1], "mine")
