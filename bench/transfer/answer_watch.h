@@ -6,6 +6,7 @@
 
 #include "bench/support/stopwatch.h"
 #include "base/scoped_handle.h"
+#include "download/atomic_handle.h"
 
 /// A browser's window, of the thread that makes the object, and a second thread that asks it all
 /// the time for an answer: how long it takes is how long the browser's thread served no messages.
