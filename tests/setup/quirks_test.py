@@ -40,6 +40,9 @@ class QuirksTest(unittest.TestCase):
         for path in ("ui/c.h", "tests/c.cpp", "docs/c.md"):
             self.assertEqual(self.check({path: "\n// Quirk 3: x\n"}),
                              [f"{path}:2: Quirk 3 is not in docs/quirks.md"])
+        page = GOOD["docs/quirks.md"] + "\nSee Quirk 3.\n"
+        self.assertEqual(self.check({"docs/quirks.md": page}),
+                         ["docs/quirks.md:15: Quirk 3 is not in docs/quirks.md"])
 
     def test_citation_broken_over_two_lines_counts(self):
         for text in ("  /// text (Quirk\n  /// 1) goes on\n", "/* text Quirk\n * 1. */\n"):

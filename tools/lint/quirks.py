@@ -34,10 +34,10 @@ def rows(root):
 
 
 def citations(root, folders):
-    """Yields (file, line, number) for each `Quirk N` below the folders, but for the page itself."""
+    """Yields (file, line, number) for each `Quirk N` below the folders."""
     for folder in folders:
         for file in sorted((root / folder).rglob("*")):
-            if file.suffix in SUFFIXES and file != root / PAGE:
+            if file.suffix in SUFFIXES:
                 text = file.read_text(encoding="utf-8")
                 for match in CITATION.finditer(text):
                     line = text.count("\n", 0, match.start()) + 1
