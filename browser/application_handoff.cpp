@@ -36,7 +36,7 @@ bool ReadFolderValue(HKEY key, CStringW& folder) {
   return true;
 }
 
-/// Has the shell run `file`; how that went is not looked at, as the user sees it for himself.
+/// Opens `file` through the shell. Quirk 13: ignores the result; the shell shows its own message.
 void Launch(HWND owner, const CFilePath& file, LPCWSTR parameters) {
   SHELLEXECUTEINFOW info = {};
   info.cbSize = sizeof(info);
@@ -71,7 +71,7 @@ bool WriteAndClose(CFileStream stream, const CStringA& text) {
 bool GetInstallFolder(CFilePath& folder) {
   constexpr REGSAM kAccess = KEY_READ | KEY_WOW64_32KEY;
   CRegKey key;
-  // The second key stands in for a missing first one only, not for one that lacks the value.
+  // Quirk 12: the second key is read when the first is missing, not when that lacks the value.
   if (key.Open(HKEY_LOCAL_MACHINE, kApplicationKey, kAccess) != ERROR_SUCCESS &&
       key.Open(HKEY_LOCAL_MACHINE, kPanelDriversKey, kAccess) != ERROR_SUCCESS) {
     return false;
@@ -92,7 +92,7 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
   }
   const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
   if (PathExists(launcher)) {
-    // Deliberately without quotes, blanks or not.
+    // Quirk 11: without quotes, even when the path contains blanks.
     Launch(owner, launcher, path);
   }
 }
@@ -103,6 +103,7 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   if (address.IsEmpty() && !url.IsEmpty()) {
     return E_FAIL;
   }
+  // Quirk 9: the whole URL, its query included.
   const CStringA text = kShortcutHead + address;
   const CFilePath folder = GetAppTempFilesFolder(kProductName);
   CreateFolderTree(folder);
@@ -119,6 +120,7 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
     DeleteFileForced(path);
     return E_FAIL;
   }
+  // Quirk 10: nothing deletes the file; the launcher reads it at a time of its own choosing.
   shortcutPath = path;
   return S_OK;
 }
@@ -134,6 +136,7 @@ HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
     return S_OK;
   }
   Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
+  // Quirk 14: stops and cancels even after a failed start.
   // A launch pumps messages: the browser may have let go of its helper meanwhile, or do so in Stop.
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds the browser
   const CComPtr<IWebBrowser2> current = browser;

@@ -8,15 +8,15 @@
 
 namespace {
 
-// In this order: a value in the query names the file before the path does.
+// Quirk 15: in this order. A value in the query names the file before the path does.
 constexpr wchar_t kNameSeparators[] = L"=?&\\/:><*|\"";
 
 constexpr DWORD kDecodedLength = 260;
 constexpr wchar_t kReplacementName[] = L"downloadedfile";
 constexpr wchar_t kReplacementExtension[] = L".folivo";
 
-/// What follows the last separator of the first kind that the URL contains; empty when it contains
-/// none at all.
+/// What follows the last separator of the first kind that the URL contains. Quirk 16: empty when it
+/// contains none at all.
 CStringW TakeName(const CStringW& url) {
   for (const wchar_t separator : kNameSeparators) {
     // The array's terminator is the last round: nothing follows a text's end.

@@ -54,6 +54,7 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
     m_spUnkSite = browser ? site : nullptr;
   }
   if (!m_browser) {
+    // Quirk 1: the subscription goes on until OnQuit.
     return E_INVALIDARG;
   }
 
@@ -81,7 +82,8 @@ HRESULT CIEDownload::Advise() {
   if (FAILED(found)) {
     return found;
   }
-  // A failed subscription leaves the cookie of the one before, which goes on.
+  // Quirk 2: the subscription before this one goes on; only the newest cookie is stored. A failure
+  // leaves the cookie unchanged.
   DWORD cookie = 0;
   const HRESULT advised = point->Advise(static_cast<IDispatch*>(this), &cookie);
   if (SUCCEEDED(advised)) {
@@ -130,7 +132,7 @@ STDMETHODIMP CIEDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* 
   const CComPtr<IUnknown> self(GetUnknown());
   switch (dispid) {
     case DISPID_BEFORENAVIGATE2:
-    case DISPID_BEFORENAVIGATE:
+    case DISPID_BEFORENAVIGATE:  // Quirk 3: the older event is read like the newer one.
       OnBeforeNavigate(*params);
       break;
     case DISPID_ONQUIT:
@@ -146,7 +148,7 @@ void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
   if (!HasNavigationArguments(params)) {
     return;
   }
-  // A variant that cannot be copied is told to the caller, as an exception that leaves Invoke.
+  // Quirk 4: throws when the variant cannot be copied, and the exception leaves Invoke.
   const CStringW url = GetNavigationUrl(params);
   // Any other failure, such as running out of memory, leaves the navigation to the browser.
   CallGuarded([&] { Navigate(url, params); });
@@ -156,6 +158,7 @@ void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
   if (!url.IsEmpty() && url.Find(kInsertMarker) >= 0) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
+      // Quirk 7: cancels the navigation only when it starts the launcher.
       LaunchInsert(m_browserWindow, m_browser, shortcut, params);
       return;
     }
@@ -192,6 +195,6 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
   if (answer == kAnswerOpen || answer == kAnswerSave) {
     CallGuarded([&] { OpenOrSave(owner, dialog, answer == kAnswerSave, url, extension); });
   }
-  // Whatever the answer, and however carrying it out ended.
+  // Quirk 8: whatever the answer, and however carrying it out ended.
   CancelNavigation(params);
 }

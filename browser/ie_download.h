@@ -37,15 +37,15 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   DECLARE_PROTECT_FINAL_CONSTRUCT()
 
   /// Takes the browser of `site` and subscribes to its events. E_INVALIDARG without a browser, null
-  /// included: that lets go of the browser but deliberately keeps the subscription. E_POINTER when
-  /// the browser has no events, else the result of subscribing.
+  /// included: that releases the browser held before, but not the subscription (Quirk 1). E_POINTER
+  /// when the browser has no events, else the result of subscribing.
   STDMETHOD(SetSite)(IUnknown* site) override;
 
   virtual ~CIEDownload() = default;
 
   /// The browser quits: unsubscribes. Always S_OK.
   virtual HRESULT OnQuit();
-  /// Subscribes to the browser's events, and keeps the cookie when that succeeds.
+  /// Subscribes to the browser's events; stores the cookie on success (Quirk 2).
   virtual HRESULT Advise();
   /// Ends the last subscription.
   virtual HRESULT Unadvise();
@@ -54,7 +54,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   virtual HRESULT FindBrowserFrameWindow();
 
   /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
-  /// CAtlException when the URL's variant cannot be copied.
+  /// CAtlException when the URL's variant cannot be copied (Quirk 4).
   // Behind the class's own operations, which have fixed places in the primary table of functions.
   // Not by STDMETHOD: that would promise that nothing is thrown.
   HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID riid, LCID lcid, WORD flags,

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kPathLimit = 260;
 
-// Room for the number in parentheses that a unique name may add.
+// Quirk 19: room for the number in parentheses that a unique name may add.
 constexpr int kSpareCharacters = 5;
 
 struct CFindTraits {

@@ -74,7 +74,7 @@ void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const
   } else if (save) {
     // The browser has no part in the copy of a local file.
     place.saveState.Close();
-    // Deliberately silent on a failure.
+    // Quirk 20: a failure is not reported.
     CopyFileW(url, place.path, FALSE);
   } else {
     place.path = CFilePath(url);

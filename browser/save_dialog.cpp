@@ -62,6 +62,7 @@ bool ShowCommonDialog(OPENFILENAMEW& dialog) {
 bool AskCommonDialog(HWND owner, const CStringW& fileName, const CStringW& extension,
                      CPathBuffer& buffer) {
   const CStringW filter = GetCommonDialogFilter(extension);
+  // Quirk 18: no initial folder, title or default extension.
   OPENFILENAMEW dialog = {};
   dialog.lStructSize = OpenFileNameSize();
   dialog.hwndOwner = owner;
@@ -113,7 +114,7 @@ CStringW GetSaveFilter(const CStringW& extension) {
     return kLessonFilter;
   }
   if (extension.CompareNoCase(L".qdt") == 0) {
-    // Deliberately without a list.
+    // Quirk 17: no file-type list.
     return {};
   }
   return kGalleryFilter;

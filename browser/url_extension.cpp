@@ -6,7 +6,7 @@
 
 namespace {
 
-// Deliberately without ".qdi", though the save dialog lists it.
+// Quirk 6: without ".qdi", though the save dialog lists it.
 constexpr std::wstring_view kInterceptedExtensions[] = {
     L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery", L".galleryitem"};
 
@@ -18,8 +18,7 @@ std::wstring_view FindUrlExtension(std::wstring_view url) {
   if (dot == std::wstring_view::npos) {
     return {};
   }
-  // Deliberately only the backslash ends a folder: "/a.b/file" matches no type and stays with the
-  // browser.
+  // Quirk 5: only a backslash ends a folder. "/a.b/file" gives ".b/file", which matches no type.
   const auto separator = path.rfind(L'\\');
   return separator == std::wstring_view::npos || dot > separator ? path.substr(dot)
                                                                  : std::wstring_view();

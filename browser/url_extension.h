@@ -6,7 +6,7 @@
 #include <string_view>
 
 /// The extension of a URL or path, with its dot, the query left out; empty when it has none.
-/// A dot in a folder counts when only forward slashes follow it: "/a.b/file" gives ".b/file".
+/// Quirk 5: a dot in a folder counts when only forward slashes follow: "/a.b/file" gives ".b/file".
 CStringW GetUrlExtension(const CStringW& url);
 
 /// The same as a part of `url`, without a copy.

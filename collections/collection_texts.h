@@ -17,13 +17,13 @@ inline constexpr wchar_t kCancelCollectionLabel[] = L"Cancel";
 inline constexpr wchar_t kYesLabel[] = L"Yes";
 inline constexpr wchar_t kNoLabel[] = L"No";
 
-// For a host that is not trusted too: a page learns nothing about the rule.
+// Quirk 51: for a host that is not trusted too.
 inline constexpr wchar_t kSourceMissingText[] =
     L"The Folivo Collection file that you are trying to download does not exist. Please verify "
     L"that the path to the file is valid.";
 inline constexpr wchar_t kUnavailableText[] =
     L"The Folivo Collection file is unavailable for downloading.";
-// Without a full stop, as it has always been shown.
+// Quirk 52: without a full stop.
 inline constexpr wchar_t kNotValidText[] =
     L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
 inline constexpr wchar_t kCannotCreateArchiveText[] = L"Unable to create the destination file %s.";

@@ -15,7 +15,7 @@ class CNarrowText {
                                         nullptr) != 0;
   }
 
-  /// Null when the text could not be converted.
+  /// Quirk 76: null when the text could not be converted; the library refuses that.
   LPSTR Get() { return m_isConverted ? m_bytes.data() : nullptr; }
 
  private:

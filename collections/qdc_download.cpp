@@ -19,14 +19,14 @@ constexpr wchar_t kFriendlyName[] = L"CQDCDownload Object";
 constexpr const wchar_t* kContentFolderLevels[] = {L"My Folivo Content", L"My Content",
                                                    L"Downloaded Content"};
 constexpr wchar_t kTempFolderName[] = L"ZDH";
-constexpr wchar_t kArchiveName[] = L"download.zip";
+constexpr wchar_t kArchiveName[] = L"download.zip";  // Quirk 60: one name for all archives.
 constexpr DWORD kPathLength = 260;
 constexpr UINT kLongestSourceUrl = 1000;
 
 constexpr DISPID kSourceUrlId = 0;
 constexpr DISPID kDownloadFileId = 1;
 
-/// Opens a file as its type says. Whether that works is the user's business and the file type's.
+/// Opens a file by its type. Quirk 67: ignores the result.
 void OpenInShell(const CStringW& path) {
   SHELLEXECUTEINFOW info = {};
   info.cbSize = sizeof(info);
@@ -39,6 +39,7 @@ void OpenInShell(const CStringW& path) {
 
 }  // namespace
 
+// Quirk 70: what is created here is never removed.
 CQDCDownload::CQDCDownload() {
   if (FAILED(CallGuarded([this] {
         const bool hasContentFolder = PrepareContentFolder();
@@ -46,8 +47,7 @@ CQDCDownload::CQDCDownload() {
       }))) {
     m_ready = false;
   }
-  // Deliberately never balanced by CoUninitialize: the thread is the page's, which goes on using
-  // COM.
+  // Quirk 69: no CoUninitialize follows. The thread is the page's, which goes on using COM.
   if (FAILED(CoInitialize(nullptr))) {
     m_ready = false;
   }
@@ -57,8 +57,8 @@ HRESULT WINAPI CQDCDownload::UpdateRegistry(BOOL registers) {
   return UpdateClassRegistry(IDR_QDCDOWNLOAD, kFriendlyName, registers);
 }
 
-/// False without a Documents folder. That the folder cannot be made deliberately counts for
-/// nothing here: it shows when a collection is added.
+/// False without a Documents folder. Quirk 68: a folder that cannot be created is no failure here;
+/// adding a collection then fails.
 bool CQDCDownload::PrepareContentFolder() {
   wchar_t documents[kPathLength] = {};
   if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, 0, documents))) {
@@ -112,7 +112,7 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
   const INT_PTR answer = dialog.DoModal(GetActiveWindow());
   const CSimpleArray<CStringW>& added = dialog.GetAddedFiles();
   if (answer == kCollectionYes && added.GetSize() > 0) {
-    OpenInShell(added[0]);
+    OpenInShell(added[0]);  // Quirk 66: whatever type the archive's author gave it.
   }
   return S_OK;
 }
@@ -158,12 +158,13 @@ STDMETHODIMP CQDCDownload::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LC
     if (names[i] == nullptr) {
       return DISP_E_UNKNOWNNAME;
     }
+    // Quirk 72: the parameter's name is found in every place, the method's included.
     if (_wcsicmp(names[i], L"SourceURL") == 0) {
       ids[i] = kSourceUrlId;
     } else if (_wcsicmp(names[i], L"DownloadFile") == 0) {
       ids[i] = kDownloadFileId;
     } else {
-      return DISP_E_UNKNOWNNAME;  // Those before it keep what was written: required so.
+      return DISP_E_UNKNOWNNAME;  // Quirk 71: the identifiers before it stay as written.
     }
   }
   return S_OK;
@@ -171,7 +172,7 @@ STDMETHODIMP CQDCDownload::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LC
 
 STDMETHODIMP CQDCDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params,
                                   VARIANT* result, EXCEPINFO* exception, UINT* argumentError) {
-  // The order of these tests is what callers see; it must stay.
+  // Quirk 73: the order of these tests decides which error a caller gets.
   if (params == nullptr) {
     return DISP_E_BADVARTYPE;
   }

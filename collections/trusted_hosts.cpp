@@ -13,7 +13,7 @@ static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), Is
 
 namespace {
 
-/// Drops `prefix` from the beginning of `text`, to the letter.
+/// Removes `prefix` from the beginning of `text`. Quirk 48: the case must match.
 void DropPrefix(CStringW& text, const CStringW& prefix) {
   if (text.Left(prefix.GetLength()) == prefix) {
     text = text.Mid(prefix.GetLength());
@@ -24,11 +24,11 @@ void DropPrefix(CStringW& text, const CStringW& prefix) {
 
 bool IsTrustedHost(const CStringW& address) {
   CStringW rest = address;
-  DropPrefix(rest, L"http://");
+  DropPrefix(rest, L"http://");  // Quirk 47: no other scheme is removed, so none is trusted.
   DropPrefix(rest, L"www.");
-  // Without a slash there is no host: required, so that a bare name is never trusted.
+  // Quirk 49: without a slash there is no host, so a bare name is never trusted.
   const CStringW host = rest.Left(std::max(0, rest.Find(L'/')));
-  // A prefix test: what follows a trusted name is not looked at.
+  // Quirk 46: a prefix test, which ignores what follows a trusted name.
   return std::any_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), [&](const wchar_t* name) {
     return host.Left(static_cast<int>(wcslen(name))) == name;
   });

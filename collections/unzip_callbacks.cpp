@@ -24,7 +24,7 @@ CStringW ToWide(LPCSTR text) {
 
 CStringW FactorText(unsigned long size, unsigned long compressedSize, unsigned factor) {
   if (factor == 100) {
-    return L"100%%";  // Copied, not formatted, so that both signs stay: required so.
+    return L"100%%";  // Quirk 77: copied, not formatted, so both signs are shown.
   }
   CStringW text;
   text.Format(L"%c%d%%", size < compressedSize ? L'-' : L' ', factor);

@@ -84,6 +84,7 @@ void FillListingOptions(DCL& options, LPSTR archive) {
   options.lpszExtractDir = nullptr;
 }
 
+/// Quirk 78: on standard output, as all diagnostics of this file.
 void ReportProblem(int result) { std::wprintf(L"Problem unzipping: %d\n", result); }
 
 }  // namespace
@@ -94,6 +95,7 @@ HMODULE LoadUnzipLibrary() {
     std::wprintf(L"Couldn't find unzip DLL.\n");
     return nullptr;
   }
+  // Quirk 74: by its bare name, so the search path decides which library that is.
   const HMODULE library = LoadLibraryW(kLibraryName);
   if (library == nullptr) {
     std::wprintf(L"Couldn't load unzip DLL.\n");
@@ -131,7 +133,7 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
   const int result =
       g_functions.singleEntryUnzip(0, nullptr, 0, nullptr, options.Get(), functions.Get());
   if (result >= kFirstFailure) {
-    // The library deliberately stays loaded.
+    // Quirk 75: the library stays loaded.
     ReportProblem(result);
     return false;
   }
@@ -163,7 +165,7 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   const int result =
       g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), &buffer);
   if (result >= kFirstFailure) {
-    // The library deliberately stays loaded.
+    // Quirk 75: the library stays loaded.
     ReportProblem(result);
     return false;
   }

@@ -55,6 +55,7 @@ LRESULT CZipProgressDialog::OnTimer(UINT, WPARAM, LPARAM, BOOL&) {
   if (m_phase != Phase::kWaiting) {
     return 0;
   }
+  // Quirk 61: all of it in this tick. Cancel waits in the queue and comes too late.
   m_phase = Phase::kRunning;
   if (FAILED(CallGuarded([this] { RunPipeline(); })) && m_phase != Phase::kEnded) {
     ShowError(m_shortageText);
@@ -157,7 +158,7 @@ void CZipProgressDialog::EndWithResult(int code) {
   m_phase = Phase::kEnded;
   CloseHandles();
   if (code == kCollectionFailed) {
-    // Out of memory the archive stays, but the dialog ends all the same.
+    // Out of memory the archive stays, but the dialog ends.
     CallGuarded([this] { DeleteFileForced(CFilePath(m_zipPath)); });
   }
   if (HasWindow()) {
@@ -165,10 +166,10 @@ void CZipProgressDialog::EndWithResult(int code) {
   }
 }
 
-/// Closes what the transfer opened. The members keep their values: nothing looks at them any more.
+/// Closes what the transfer opened. Quirk 65: the members are not reset.
 void CZipProgressDialog::CloseHandles() {
   if (m_hFile != INVALID_HANDLE_VALUE) {
-    CloseHandle(m_hFile);  // Null too, as long as there is no file: harmless, and kept.
+    CloseHandle(m_hFile);  // Null when no file was created: CloseHandle then only returns FALSE.
   }
   if (m_hRequest != nullptr) {
     InternetCloseHandle(m_hRequest);

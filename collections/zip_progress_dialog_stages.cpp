@@ -68,8 +68,8 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     }
   }
   SetProgress(100);
-  // A failure on every path, whether a manifest was read or not: required as it stands, and not to
-  // be corrected. The stages behind it are kept for the day that this changes.
+  // Quirk 62: a failure on every path, whether a manifest was read or not. The stages behind it are
+  // complete, and reached by tests only.
   return E_FAIL;
 }
 
@@ -89,10 +89,11 @@ HRESULT CZipProgressDialog::AddCollections(const TiXmlDocument& document) {
     if (SUCCEEDED(AddCollection(ReadAttribute(*element, kFileNameAttribute), folder, added))) {
       SetStatus(kAddingStage, added);
     }
-    SetProgress(100 * (i + 1));  // Full after the first one: kept.
+    SetProgress(100 * (i + 1));  // Quirk 63: full after the first one.
     element = element->NextSiblingElement(kCollectionElement);
   }
   SetProgress(100);
+  // Quirk 64: a success even when every collection failed.
   return S_OK;
 }
 

@@ -28,7 +28,8 @@ constexpr std::int32_t kAssumedArchiveSize = 2000000;
 constexpr int kCheckedCharacters = 10;
 constexpr wchar_t kPageMarker[] = L"<html>";
 
-/// Whether a chunk, taken for a text up to its first zero byte, begins like a page.
+/// Whether a chunk, taken for a text up to its first zero byte, begins like a page. Quirk 58: only
+/// "<html>" itself, in lower case, within the first ten characters.
 bool LooksLikePage(const char* chunk, DWORD size) {
   const char* const end = std::find(chunk, chunk + size, '\0');
   const CStringW text = AnsiToWide(chunk, static_cast<int>(end - chunk));
@@ -41,7 +42,7 @@ bool CZipProgressDialog::DownloadArchive() {
   SetStatus(kDownloadingStage, L"");
   SetProgress(0);
   if (!PathIsURLW(m_sourceUrl)) {
-    return CopyLocalArchive();
+    return CopyLocalArchive();  // Quirk 50: paths have no host rule.
   }
   if (!IsTrustedHost(m_sourceUrl)) {
     ShowError(kSourceMissingText);
@@ -65,8 +66,8 @@ bool CZipProgressDialog::CopyLocalArchive() {
     ShowError(kSourceMissingText);
     return false;
   }
-  // Required the wrong way round, and not to be corrected: a failed copy, such as over the archive
-  // of an earlier call, goes on with what lies there; one that succeeds is told as a failure.
+  // Quirk 53: reversed. A failed copy, such as over the archive of an earlier call, goes on with
+  // the file that is there; a copy that succeeds is reported as a failure.
   if (!CopyFileW(m_sourceUrl, m_zipPath, TRUE)) {
     SetProgress(100);
     return true;
@@ -80,7 +81,7 @@ bool CZipProgressDialog::OpenTransfer() {
     ShowError(kUnavailableText);
     return false;
   }
-  // The number is read as a text all the same: zero for most lengths, and the bar then stays.
+  // Quirk 56: the number is read as a text: 0 for most lengths, and the bar then does not move.
   std::array<wchar_t, kLengthBufferSize / sizeof(wchar_t) + 1> length = {};
   DWORD size = kLengthBufferSize;
   m_total = HttpQueryInfoW(m_hRequest, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER,
@@ -99,6 +100,7 @@ bool CZipProgressDialog::OpenTransfer() {
 /// Opens session and request, asking the user for credentials where the server does. False when the
 /// archive is not to be had.
 bool CZipProgressDialog::OpenRequest() {
+  // Quirk 54: without the user's proxy, unlike a lesson's download.
   m_hSession = InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);
   for (;;) {
     SetLastError(ERROR_SUCCESS);
@@ -117,7 +119,7 @@ bool CZipProgressDialog::OpenRequest() {
     InternetCloseHandle(m_hRequest);
     m_hRequest = nullptr;
   }
-  // A last error counts as a failure even with a request: required as it stands.
+  // Quirk 55: a last error is a failure even when there is a request.
   if (GetLastError() != ERROR_SUCCESS || m_hRequest == nullptr || m_hSession == nullptr) {
     return false;
   }
@@ -137,7 +139,7 @@ bool CZipProgressDialog::ReadChunk() {
     return false;
   }
   if (read == 0) {
-    // The archive stays open, without sharing, until the dialog ends: kept as it is.
+    // Quirk 59: the archive stays open, without sharing, until the dialog ends.
     m_done = true;
     Sleep(kReadingPauseMs);
     return true;
@@ -158,6 +160,7 @@ bool CZipProgressDialog::WriteChunk(const void* data, DWORD size) {
     ShowArchiveError(kCannotWriteArchiveText);
     return false;
   }
+  // Quirk 57: an assumed size is not raised when more arrives.
   m_received = WrappingAdd(m_received, static_cast<std::int32_t>(written));
   if (const auto percent = ProgressPercent(m_received, m_total)) {
     SetProgress(*percent);

@@ -13,7 +13,7 @@ constexpr std::uint8_t kZlibHeader[] = {0x78, 0x9C};
 constexpr std::uint8_t kCompoundFileHeader[] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
 constexpr std::uint8_t kZipHeader[] = {0x50, 0x4B, 0x03, 0x04};
 
-// To the byte: no byte-order mark, no other quotes, no other line ends.
+// Quirk 24: compared byte for byte: no byte-order mark, no other case, quotes or line ends.
 constexpr const char* kLessonXmlPrefixes[] = {
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><qdk ",
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\r\n<qdk ",
@@ -60,7 +60,7 @@ bool IsValidContent(const std::uint8_t* data, std::int32_t length, const CString
            BeginsWithAny(data, length, kCollectionXmlPrefixes);
   }
   if (IsExtension(extension, L".qdt")) {
-    // Deliberately never genuine: intercepted, but always left to the browser.
+    // Quirk 23: never genuine, so it is intercepted and then always left to the browser.
     return false;
   }
   if (IsExtension(extension, L".fvk")) {

@@ -16,12 +16,14 @@ constexpr int kFirstPrefixedColon = 4;
 
 CStringW NormalizePath(const CStringW& text) {
   CStringW path = text;
+  // Quirk 39: before slashes are replaced, so the prefix of "file:///C:/x" stays.
   const int colon = path.ReverseFind(L':');
   if (colon >= kFirstPrefixedColon && colon + 1 < path.GetLength() &&
       path[colon + 1] == kSeparator) {
     path = path.Mid(colon - 1);
   }
   path.Replace(L'/', kSeparator);
+  // Quirk 40: one backslash only, and that of a drive's root too.
   if (!path.IsEmpty() && path[path.GetLength() - 1] == kSeparator) {
     path = path.Left(path.GetLength() - 1);
   }
@@ -47,7 +49,7 @@ CStringW CFilePath::GetFileNamePart() const {
 
 CFilePath CFilePath::GetParentFolder() const {
   CFilePath parent = *this;
-  parent.RemoveLastComponent();
+  parent.RemoveLastComponent();  // Quirk 41: without a backslash, all of the text is the parent.
   return CFilePath(parent.m_text);
 }
 

@@ -27,7 +27,7 @@ class CFilePath {
 
   /// The text after the last backslash; all of it when there is none.
   CStringW GetFileNamePart() const;
-  /// The path before the last backslash; all of it when there is none.
+  /// The path before the last backslash; all of it when there is none (Quirk 41).
   CFilePath GetParentFolder() const;
   /// Cuts the last backslash and what follows. False, and no change, when there is none.
   bool RemoveLastComponent();

@@ -3,6 +3,7 @@
 #include <wininet.h>
 
 bool IsRefusedStatus(DWORD status) {
+  // Quirk 21: these five and no other.
   switch (status) {
     case HTTP_STATUS_NO_CONTENT:
     case HTTP_STATUS_FORBIDDEN:

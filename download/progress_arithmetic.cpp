@@ -8,7 +8,7 @@ std::int32_t WrappingAdd(std::int32_t a, std::int32_t b) {
 }
 
 std::optional<std::int32_t> ProgressPercent(std::int32_t received, std::int32_t total) {
-  // Kept in 32 bits: the displayed values are part of the interface.
+  // Quirk 28: 32 bits, and wraps.
   const auto hundredfold = static_cast<std::int32_t>(static_cast<std::uint32_t>(received) * 100U);
   const bool overflows = hundredfold == std::numeric_limits<std::int32_t>::min() && total == -1;
   if (total == 0 || overflows) {

@@ -88,7 +88,7 @@ void CProgressDialog::ShowInitialState() {
   text.Format(kDownloadingText, m_fileName.GetString());
   SetDlgItemText(IDC_PROGRESS_TEXT, text);
 
-  // Never shown again: the dialog closes by itself, so there would be nobody left to press them.
+  // Quirk 33: never shown again. The worker enables them at the end, when the dialog closes.
   for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
     const CWindow button(GetDlgItem(id));
     ::EnableWindow(button, FALSE);
@@ -135,6 +135,7 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
     DeleteTempFile();
     m_tempFileSettled = true;
   }
+  // Quirk 32: a complete download ends the dialog without waiting for the user.
   EndDialog(static_cast<int>(code));
   return 0;
 }
@@ -146,15 +147,16 @@ void CProgressDialog::DeliverFile() {
     CompleteProtectedSave(state);
     return;
   }
-  // Deliberately silent when the copy fails: the temporary file goes all the same.
+  // Quirk 35: a failed copy is not reported, and the temporary file is deleted after it too.
   CopyFileTo(m_tempPath, m_destPath, false);
   DeleteTempFile();
 }
 
 void CProgressDialog::CompleteProtectedSave(HANDLE state) {
-  // The temporary file stays: the browser moves it at a time of its own choosing.
+  // Quirk 37: the temporary file stays. The browser moves it at a time of its own choosing.
   m_fileLeftToBrowser = true;
   const CIeFrameLibrary browser;
+  // Quirk 36: false only without the function; what the browser's save returns is ignored.
   if (!browser.SaveFile(state, m_tempPath)) {
     browser.CancelSaveFile(state);
     ShowMessage(kCannotCreateText, m_tempPath.GetText());
@@ -168,6 +170,7 @@ void CProgressDialog::CancelProtectedSave() {
   }
 }
 
+/// Quirk 34: the button is hidden, so this and `OnOpenFolder` are reached by posted commands only.
 LRESULT CProgressDialog::OnOpenFile(WORD, WORD, HWND, BOOL&) {
   ShellOpen(m_tempPath);
   return 0;
@@ -192,6 +195,7 @@ void CProgressDialog::ShellOpen(const CFilePath& path) {
 
 LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
   m_window = nullptr;
+  // Quirk 38: a result of 1, but not handled, so that the system's own handling runs.
   handled = FALSE;
   return 1;
 }
@@ -205,7 +209,7 @@ void CProgressDialog::StopDownload() {
       if (m_finished != 0 && mayBeWaitedFor && ServeMessagesUntilEnded(*worker)) {
         worker->join();
       } else {
-        // It ends by itself, with the module held until it has.
+        // Quirk 31: neither joined nor terminated. The module stays loaded until it has ended.
         KeepModuleUntilThreadEnds(worker->native_handle());
         worker->detach();
       }

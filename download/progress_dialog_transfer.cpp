@@ -75,13 +75,14 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
 
   const HANDLE handles[] = {timer, m_hPeekEvent};
   while (isLimited) {
+    // Quirk 25: a time-out of 0. The steps of the transfer run here, on the browser's thread.
     const DWORD wait =
         MsgWaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, 0, QS_MOUSEBUTTON);
     if (wait == WAIT_TIMEOUT) {
       DownloadStep(buffer.data(), kPeekBufferSize);
       if (m_complete != 0) {
-        // An empty body: there is nothing left to judge, and the time limit decides. Meanwhile
-        // others may have the processor.
+        // Quirk 26: an empty body has no chunk to judge, so the loop runs until the time limit. The
+        // pause leaves the processor to other threads.
         Sleep(1);
       }
     } else if (wait != WAIT_OBJECT_0 + ARRAYSIZE(handles) || !DispatchOneMessage()) {
@@ -190,6 +191,7 @@ bool CProgressDialog::OpenRequest() {
 bool CProgressDialog::RefuseStatus() {
   ReportFailure(kNotAvailableText, m_url);
   if (!IsPeeking() && m_running) {
+    // Quirk 30: the worker posts the same result a second time when it ends.
     m_finished = 1;
     ::PostMessageW(m_window, WM_USER, kDownloadFailed, 0);
   }
@@ -236,7 +238,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     }
     succeeded = InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
     if (!succeeded && m_running) {
-      // Still open without sharing, so this takes no effect: the file goes with the dialog's end.
+      // Quirk 29: fails, as the file is still open without sharing. The dialog's end deletes it.
       DeleteTempFile();
     }
   }
@@ -244,6 +246,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     return ReportFailure(kNotAvailableText, m_url);
   }
   if (received == 0) {
+    // Quirk 22: the end that the system reports counts, whatever length the server announced.
     return FinishTransfer();
   }
   if (m_checkPending.exchange(false)) {
@@ -265,7 +268,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
 
 bool CProgressDialog::FinishTransfer() {
   if (IsPeeking()) {
-    // No window yet, and no event: an empty body keeps the pre-check waiting for its time limit.
+    // No window yet. Quirk 26: the event is not set, and the pre-check waits for its time limit.
     m_complete = 1;
     return false;
   }
@@ -309,6 +312,7 @@ bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
     m_valid = false;  // A file without its head is never delivered.
     return ReportFailure(kCannotWriteText, m_tempPath.GetText());
   }
+  // Quirk 27: bytes that the pre-check writes are not counted.
   if (!IsPeeking()) {
     ShowProgress(written);
   }

@@ -33,9 +33,9 @@ CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
   candidate.Format(L"%s%c%s%s", folder.GetString(), L'\\', baseName.GetString(),
                    extension.GetString());
   CFilePath path(candidate);
+  // Quirk 43: no limit on the number of tries.
   while (PathExists(path)) {
-    // Deliberately never seeded, so that each thread draws the runtime's default sequence, and
-    // without a limit on the tries.
+    // Quirk 42: never seeded, so that each thread draws the runtime's default sequence.
     candidate.Format(L"%s%c%s(%d)%s", folder.GetString(), L'\\', baseName.GetString(), rand(),
                      extension.GetString());
     path = CFilePath(candidate);
@@ -45,6 +45,7 @@ CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
 
 CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name) {
   CFilePath path = JoinPath(parent, name);
+  // Quirk 44: a counter without a separator, unlike the number of a file.
   for (int number = 1; PathExists(path); ++number) {
     CStringW numbered;
     numbered.Format(L"%s%d", name.GetString(), number);
@@ -85,6 +86,7 @@ CFilePath GetSystemTempFolder() {
 }
 
 CFilePath GetAppTempFilesFolder(const CStringW& application) {
+  // Quirk 45: the system's folder, whatever SetTempBaseFolder has set.
   CFilePath folder = GetSystemTempFolder();
   folder.AppendComponent(kCompanyFolder);
   folder.AppendComponent(kSeEdition && application.CompareNoCase(kProductName) == 0

@@ -10,8 +10,7 @@ namespace {
 
 CFolivoPluginClass g_module;
 
-// Functions that not every system has, bound once for the module's lifetime. Nothing calls them
-// yet.
+// Quirk 91: bound for the module's lifetime, though nothing in it calls them.
 const CAdvapi32Dll g_advapi32;
 
 }  // namespace
@@ -37,12 +36,13 @@ STDAPI DllRegisterServer() {
   if (FAILED(registered)) {
     return registered;
   }
-  // Once more: required, and harmless, as the script uses no token.
+  // Quirk 88: a second run, without replacements. The script has no tokens.
   return g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, TRUE);
 }
 
 STDAPI DllUnregisterServer() {
   const HRESULT unregistered = g_module.DllUnregisterServer();
+  // Quirk 89: a second run, in the caller's locale.
   const HRESULT removed = g_module.UpdateRegistryFromResource(IDR_FOLIVOPLUGIN, FALSE);
   return FAILED(unregistered) ? unregistered : removed;
 }

@@ -13,7 +13,7 @@ class CFolivoPluginClass : public CAtlDllModuleT<CFolivoPluginClass> {
   DECLARE_LIBID(LIBID_MERLOFolivoIEPlugin)
   DECLARE_REGISTRY_APPID_RESOURCEID(IDR_FOLIVOPLUGIN, FOLIVO_APPLICATION_ID)
 
-  /// Nothing is common to all scripts: the module's own runs twice, the second time deliberately
-  /// without the application identifier.
+  /// Adds nothing. Quirk 88: the second run of the module's own script has no application
+  /// identifier, so that cannot be a replacement for all scripts.
   HRESULT AddCommonRGSReplacements(IRegistrarBase*) noexcept override { return S_OK; }
 };

@@ -13,8 +13,8 @@ constexpr wchar_t kFriendlyName[] = L"CFolivoPluginVersion Object";
 constexpr wchar_t kModuleName[] = L"FolivoPlugin.dll";
 constexpr DWORD kPathLength = 259;
 
-/// The path of the module of that fixed name. Deliberately not this module's own handle: where none
-/// of that name is loaded, the null handle stands for the host program, whose version is then told.
+/// The path of the module of that fixed name. Quirk 90: not of this module's own handle. When no
+/// module of that name is loaded, the null handle stands for the host program.
 CStringW FindModulePath() {
   wchar_t path[kPathLength + 1] = {};
   GetModuleFileNameW(GetModuleHandleW(kModuleName), path, kPathLength);

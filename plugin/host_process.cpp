@@ -14,7 +14,7 @@ bool IsRefusedHost(LPCWSTR path) {
   wchar_t lowered[kPathLength + 1] = {};
   wcsncpy(lowered, path, kPathLength);
   _wcslwr(lowered);
-  // Anywhere in the path; "iexplore.exe" does not contain it.
+  // Quirk 87: anywhere in the path, a folder's name included. "iexplore.exe" does not contain it.
   return wcsstr(lowered, kShellExecutable) != nullptr;
 }
 

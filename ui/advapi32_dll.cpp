@@ -2,6 +2,7 @@
 
 #include "ui/bind_function.h"
 
+// Quirk 86: loaded and unloaded here, not by the base, which would call its own Bind and Release.
 CAdvapi32Dll::CAdvapi32Dll() { Load(L"Advapi32.dll"); }
 
 CAdvapi32Dll::~CAdvapi32Dll() { Unload(); }

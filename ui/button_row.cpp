@@ -97,7 +97,7 @@ int LayoutButtonRow(bool centre, HWND dialog, int id1, const CStringW& label1, i
                     const CStringW& label2, int id3, const CStringW& label3, int id4,
                     const CStringW& label4, bool keepSize) {
   CRow row;
-  // The first slot counts even when its button was never created: it keeps its place in the row.
+  // Quirk 84: the first slot takes its place in the row even when its button was never created.
   AppendButton(row, dialog, id1, label1, keepSize);
   if (id2 != 0) {
     AppendButton(row, dialog, id2, label2, keepSize);

@@ -9,6 +9,7 @@ CDynamicDll::~CDynamicDll() {
 DWORD CDynamicDll::Load(LPCWSTR name) {
   const HMODULE module = LoadLibraryW(name);
   if (module == nullptr) {
+    // Quirk 85: the library held before stays.
     m_error = GetLastError();
     return m_error;
   }

@@ -49,7 +49,8 @@ struct CEmptyTemplate {
 };
 static_assert(sizeof(CEmptyTemplate) == 26);
 
-/// Inputs and child windows of the box: one set for the module, so only one box is open at a time.
+/// Inputs and child windows of the box. Quirk 83: one set for the module, so only one box is open
+/// at a time, and the check state outlives its box.
 struct CBoxState {
   CStringW title;
   CStringW text;
@@ -88,6 +89,7 @@ class COpenBoxGuard {
   const bool m_entered;
 };
 
+/// Quirk 79: the box and its controls are created in the name of the host program, not of this DLL.
 HINSTANCE HostModule() { return GetModuleHandleW(nullptr); }
 
 HWND CreateChild(HWND dialog, LPCWSTR windowClass, LPCWSTR text, DWORD style, const RECT& bounds,
@@ -125,8 +127,8 @@ void CreateCheckBox(HWND dialog, int textHeight, int checkHeight, HGDIOBJ font) 
   SendMessageW(g_box.checkBox, BM_SETCHECK, g_box.checkState != 0 ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
-/// Button 1 is the default one; each other is plain only behind a button that came before it.
-/// Button 4 deliberately looks at button 2, not at button 3.
+/// Button 1 has the default style. Quirk 80: button 2 looks at button 1, but 3 and 4 both look at
+/// button 2 only: plain when that has a label, else default.
 DWORD ButtonStyle(int index) {
   switch (index) {
     case 0:
@@ -229,11 +231,12 @@ INT_PTR CALLBACK BoxProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam
       }
       return FALSE;  // The focus set above stays.
     case WM_COMMAND:
-      // By handle: the check box shares its identifier 0 with the statics.
+      // Quirk 81: by handle, as the check box shares its identifier 0 with the statics.
       if (g_box.checkBox != nullptr && reinterpret_cast<HWND>(lParam) == g_box.checkBox) {
         g_box.checkState = SendMessageW(g_box.checkBox, BM_GETCHECK, 0, 0) == BST_CHECKED ? 1 : 0;
         return TRUE;
       }
+      // Quirk 82: any other command closes the box, with its whole parameter as the result.
       DestroyChildren();
       EndDialog(dialog, static_cast<INT_PTR>(wParam));
       return TRUE;

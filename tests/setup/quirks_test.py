@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""Checks tools/lint/quirks.py on small trees."""
+
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+HEAD = "# Quirks\n\n| Quirk | What | Why it stays | Test |\n|---|---|---|---|\n"
+FIRST = "| 1 | a | b | `S.One` |\n"
+SECOND = "| 2 | c | d | `S.Two` |\n"
+GOOD = {
+    "docs/quirks.md": HEAD + FIRST + "\n## More\n\n" + HEAD + SECOND,
+    "ui/a.cpp": "// Quirk 1: a.\n",
+    "tools/unzip32/b.c": "/* Quirk 2. */\n",
+    "tests/t.cpp": "TEST(S, One) {\nTEST_P(S,\n       Two) {\n",
+}
+
+
+class QuirksTest(unittest.TestCase):
+    def check(self, changes):
+        """The lines printed for the good tree with some files replaced."""
+        with tempfile.TemporaryDirectory() as folder:
+            for path, text in {**GOOD, **changes}.items():
+                file = pathlib.Path(folder, path)
+                file.parent.mkdir(parents=True, exist_ok=True)
+                file.write_text(text)
+            run = subprocess.run(["/usr/bin/python3", ROOT / "tools/lint/quirks.py", folder],
+                                 capture_output=True, text=True)
+            self.assertEqual(run.stderr, "")
+            self.assertEqual(run.returncode, 1 if run.stdout else 0)
+            return run.stdout.splitlines()
+
+    def test_agreeing_tree_passes(self):
+        self.assertEqual(self.check({}), [])
+
+    def test_citation_of_an_unknown_number_fails(self):
+        for path in ("ui/c.h", "tests/c.cpp", "docs/c.md"):
+            self.assertEqual(self.check({path: "\n// Quirk 3: x\n"}),
+                             [f"{path}:2: Quirk 3 is not in docs/quirks.md"])
+        page = GOOD["docs/quirks.md"] + "\nSee Quirk 3.\n"
+        self.assertEqual(self.check({"docs/quirks.md": page}),
+                         ["docs/quirks.md:15: Quirk 3 is not in docs/quirks.md"])
+
+    def test_citation_broken_over_two_lines_counts(self):
+        for text in ("  /// text (Quirk\n  /// 1) goes on\n", "/* text Quirk\n * 1. */\n"):
+            self.assertEqual(self.check({"ui/a.cpp": text}), [])
+
+    def test_number_that_only_tests_and_pages_cite_fails(self):
+        elsewhere = {"ui/a.cpp": "", "tests/c.cpp": "// Quirk 1", "docs/c.md": "Quirk 1"}
+        self.assertEqual(self.check(elsewhere),
+                         ["docs/quirks.md: no comment in the product cites Quirk 1"])
+
+    def test_number_that_begins_with_another_is_not_that_one(self):
+        self.assertEqual(self.check({"ui/a.cpp": "// Quirk 12\n"}),
+                         ["ui/a.cpp:1: Quirk 12 is not in docs/quirks.md",
+                          "docs/quirks.md: no comment in the product cites Quirk 1"])
+
+    def test_number_given_twice_fails(self):
+        self.assertEqual(self.check({"docs/quirks.md": HEAD + FIRST + SECOND + SECOND}),
+                         ["docs/quirks.md:7: a second Quirk 2"])
+
+    def test_gap_fails(self):
+        self.assertEqual(self.check({"docs/quirks.md": HEAD + SECOND, "ui/a.cpp": ""}),
+                         ["docs/quirks.md: no Quirk 1"])
+
+    def test_missing_test_fails(self):
+        for other in ("", "// TEST(S, Two) {\n", "TEST(S, Twofold) {\n", "TEST(T, Two) {\n"):
+            self.assertEqual(self.check({"tests/t.cpp": "TEST(S, One) {\n" + other}),
+                             ["docs/quirks.md:13: no test S.Two"])
+
+    def test_python_test_counts_with_its_class(self):
+        row = "| 2 | c | d | `MoreTest.test_b` |\n"
+        page = {"docs/quirks.md": HEAD + FIRST + row}
+        named = ("class OneTest(T):\n    def test_a(self):\n"
+                 "class MoreTest(T):\n    def test_b(self):\n")
+        self.assertEqual(self.check({**page, "tests/t.py": named}), [])
+        self.assertEqual(self.check({**page, "tests/t.py": named.replace("_b", "_c")}),
+                         ["docs/quirks.md:6: no test MoreTest.test_b"])
+
+    def test_incomplete_row_fails(self):
+        for row in ("| 3 | c | d | none |\n", "| 3 | c |  | `S.One` |\n", "| 3 | c | `S.One` |\n",
+                    "| x | c | d | `S.One` |\n", "| 3 | c | d | `S.One`, `S.Two` |\n"):
+            self.assertEqual(self.check({"docs/quirks.md": HEAD + FIRST + SECOND + row}),
+                             ["docs/quirks.md:7: not a row of number, what, why and one test"])
+
+
+if __name__ == "__main__":
+    unittest.main()
