@@ -10,8 +10,8 @@ namespace {
 
 CFolivoPluginClass g_module;
 
-// Functions that not every system has, bound once for the module's lifetime. Nothing calls them
-// yet.
+// Loads "Advapi32.dll" with this module and frees it with this module, which calls none of the
+// functions bound.
 const CAdvapi32Dll g_advapi32;
 
 }  // namespace

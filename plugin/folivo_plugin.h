@@ -13,7 +13,7 @@ class CFolivoPluginClass : public CAtlDllModuleT<CFolivoPluginClass> {
   DECLARE_LIBID(LIBID_MERLOFolivoIEPlugin)
   DECLARE_REGISTRY_APPID_RESOURCEID(IDR_FOLIVOPLUGIN, FOLIVO_APPLICATION_ID)
 
-  /// Nothing is common to all scripts: the module's own runs twice, the second time deliberately
-  /// without the application identifier.
+  /// Adds no replacement. The base class would add APPID to every script's; here a script has it
+  /// only when its caller passes it, as UpdateClassRegistry does.
   HRESULT AddCommonRGSReplacements(IRegistrarBase*) noexcept override { return S_OK; }
 };
