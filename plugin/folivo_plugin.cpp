@@ -10,8 +10,8 @@ namespace {
 
 CFolivoPluginClass g_module;
 
-// Loads "Advapi32.dll" with this module and frees it with this module, which calls none of the
-// functions bound.
+// Keeps "Advapi32.dll" loaded, and its optional functions bound, as long as this module is loaded.
+// No code of the module calls them.
 const CAdvapi32Dll g_advapi32;
 
 }  // namespace
