@@ -41,6 +41,9 @@ check_tidy() { /usr/bin/python3 tools/lint/clang_tidy.py "$preset_dir"; }
 check_includes() { /usr/bin/python3 tools/lint/include_direction.py; }
 
 # shellcheck disable=SC2317
+check_tests() { /usr/bin/python3 tools/lint/test_table.py; }
+
+# shellcheck disable=SC2317
 check_shell() {
   { echo run && echo .ci/run && files '*.sh'; } | xargs -r -d '\n' shellcheck --shell=bash \
     --external-sources --source-path=SCRIPTDIR --severity=style \
@@ -70,6 +73,7 @@ lint() {
 
 lint format "layout (clang-format)" check_format
 lint includes "direction of includes" check_includes
+lint tests "tables of tests/README.md" check_tests
 lint shell "shell scripts (shellcheck)" check_shell
 lint python "Python scripts" check_python
 lint tidy "sources (clang-tidy)" check_tidy
