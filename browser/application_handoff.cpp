@@ -23,7 +23,7 @@ constexpr wchar_t kShortcutExtension[] = L".url";
 constexpr char kShortcutHead[] = "[InternetShortcut]\nURL=";
 
 bool ReadFolderValue(HKEY key, CStringW& folder) {
-  // One character more than is read: a registry string need not be terminated.
+  // One character longer than what is read, as a registry string may lack its terminator.
   wchar_t buffer[kFolderLength + 1] = {};
   DWORD type = REG_NONE;
   DWORD size = kFolderLength * sizeof(wchar_t);
@@ -36,7 +36,7 @@ bool ReadFolderValue(HKEY key, CStringW& folder) {
   return true;
 }
 
-/// Has the shell run `file`; how that went is not looked at, as the user sees it for himself.
+/// Opens `file` through the shell. Ignores the result.
 void Launch(HWND owner, const CFilePath& file, LPCWSTR parameters) {
   SHELLEXECUTEINFOW info = {};
   info.cbSize = sizeof(info);
@@ -71,7 +71,7 @@ bool WriteAndClose(CFileStream stream, const CStringA& text) {
 bool GetInstallFolder(CFilePath& folder) {
   constexpr REGSAM kAccess = KEY_READ | KEY_WOW64_32KEY;
   CRegKey key;
-  // The second key stands in for a missing first one only, not for one that lacks the value.
+  // The second key is read only when the first one is missing, not when that lacks the value.
   if (key.Open(HKEY_LOCAL_MACHINE, kApplicationKey, kAccess) != ERROR_SUCCESS &&
       key.Open(HKEY_LOCAL_MACHINE, kPanelDriversKey, kAccess) != ERROR_SUCCESS) {
     return false;
@@ -98,7 +98,7 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
 }
 
 HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
-  // Before the file: where the text cannot be made, no empty shortcut is left.
+  // Converts the text first, so that a failure leaves no empty file behind.
   const CStringA address = ToUtf8(url);
   if (address.IsEmpty() && !url.IsEmpty()) {
     return E_FAIL;
@@ -134,8 +134,8 @@ HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
     return S_OK;
   }
   Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
-  // A launch pumps messages: the browser may have let go of its helper meanwhile, or do so in Stop.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds the browser
+  // The launch pumps messages: the browser may have released the helper object, and Stop may too.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds a reference
   const CComPtr<IWebBrowser2> current = browser;
   if (current != nullptr) {
     current->Stop();

@@ -21,7 +21,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
     g_module.DllMain(reason, reserved);
     return TRUE;
   }
-  // The shell must never host us: it would keep the file in use from logon to logoff.
+  // The shell must never load this module: it would keep the file in use until the user logs off.
   return !IsRefusedHostProcess() && g_module.DllMain(reason, reserved);
 }
 

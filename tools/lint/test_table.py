@@ -92,7 +92,7 @@ def check(root, write):
                     yield f"tests/README.md:{number}: no CTest entry runs tests/{path}"
                 elif cells[2:] != tests.cells(path):
                     if not write:
-                        yield f"tests/README.md:{number}: is {' | '.join(tests.cells(path))}"
+                        yield f"tests/README.md:{number}: the sources have {' | '.join(tests.cells(path))}"
                     line = f"| {cells[0]} | {cells[1]} | {' | '.join(tests.cells(path))} |"
                     line = line.replace("|  |", "| |")
             elif cells[1] != "none" or not cells[2]:
