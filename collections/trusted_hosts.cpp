@@ -16,7 +16,7 @@ static_assert(
 
 namespace {
 
-/// Drops `prefix` from the beginning of `text`, to the letter.
+/// Removes `prefix` from the beginning of `text`. Case-sensitive.
 void DropPrefix(CStringW& text, const CStringW& prefix) {
   if (text.Left(prefix.GetLength()) == prefix) {
     text = text.Mid(prefix.GetLength());
@@ -31,7 +31,7 @@ bool IsTrustedHost(const CStringW& address) {
   DropPrefix(rest, L"www.");
   // Without a slash there is no host: required, so that a bare name is never trusted.
   const CStringW host = rest.Left(std::max(0, rest.Find(L'/')));
-  // A prefix test: what follows a trusted name is not looked at.
+  // A prefix test: ignores what follows a trusted name.
   return std::any_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), [&](const wchar_t* name) {
     return host.Left(static_cast<int>(wcslen(name))) == name;
   });
