@@ -31,7 +31,7 @@ HMODULE AddModuleReference() {
 }  // namespace
 
 void KeepModuleUntilThreadEnds(HANDLE thread) {
-  // First, so that a failure below leaves the module loaded too long and never too short.
+  // First, so that after a failure below the module stays loaded and is not freed too early.
   _pAtlModule->Lock();
   const HMODULE module = AddModuleReference();
 

@@ -3,8 +3,8 @@
 /// The user-interface language. An implementation for a right-to-left language, installed with
 /// `SetGUILang`, mirrors the question box; this module installs none.
 ///
-/// The order of the functions is fixed. This module calls `IsRightToLeft` only; the other
-/// functions' names say no more than what CGenericGUILang returns from them.
+/// The order of the functions is fixed. This module calls `IsRightToLeft` only. The others belong
+/// to the interface without a use here; CGenericGUILang has their default results.
 class IGUILang {
  public:
   virtual ~IGUILang() = default;
