@@ -2,10 +2,10 @@
 
 #include <shellapi.h>
 
+#include "base/product_texts.h"
 #include "browser/navigation_arguments.h"
 #include "download/file_operations.h"
 #include "download/temp_files.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -3,20 +3,20 @@
 #include <exdispid.h>
 #include <shlwapi.h>
 
+#include "base/exception_boundary.h"
+#include "base/product_texts.h"
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"
 #include "browser/navigation_arguments.h"
 #include "browser/notice.h"
 #include "browser/open_or_save.h"
 #include "browser/url_extension.h"
+#include "com/class_registration.h"
 #include "download/content_check.h"
 #include "download/file_operations.h"
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "resources/resource.h"
-#include "ui/class_registration.h"
-#include "ui/exception_boundary.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 
 namespace {
 

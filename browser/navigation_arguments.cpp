@@ -1,6 +1,6 @@
 #include "browser/navigation_arguments.h"
 
-#include "ui/exception_boundary.h"
+#include "base/exception_boundary.h"
 
 namespace {
 

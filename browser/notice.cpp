@@ -1,6 +1,6 @@
 #include "browser/notice.h"
 
-#include "ui/product_texts.h"
+#include "base/product_texts.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include <optional>
 
+#include "base/scoped_handle.h"
 #include "download/file_path.h"
 #include "download/ie_frame_library.h"
-#include "ui/scoped_handle.h"
 
 /// Owner of the browser's state of a protected-mode save. Cancels the save, unless the state was
 /// detached.

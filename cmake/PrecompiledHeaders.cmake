@@ -34,7 +34,7 @@ function(folivo_precompile_system_headers)
     <algorithm> <array> <atomic> <cstdint> <functional> <iterator> <map> <memory> <optional>
     <string> <string_view> <utility> <vector>)
 
-  foreach(folder IN ITEMS ui download browser collections plugin tools bench)
+  foreach(folder IN ITEMS com ui download browser collections plugin tools bench)
     set(targets)
     if(EXISTS "${PROJECT_SOURCE_DIR}/${folder}/CMakeLists.txt")
       folivo_collect_targets(targets "${PROJECT_SOURCE_DIR}/${folder}")

@@ -44,5 +44,5 @@ if(FOLIVO_UBSAN)
   target_link_options(project_options INTERFACE ${sanitizer})
 endif()
 
-# The edition flag: what a build with it set says differently stands in ui/edition.h.
+# The edition flag: what a build with it set says differently stands in base/edition.h.
 option(FOLIVO_SE_EDITION "Build the SE edition" OFF)

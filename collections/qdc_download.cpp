@@ -4,14 +4,14 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include "base/exception_boundary.h"
+#include "base/product_texts.h"
 #include "collections/collection_texts.h"
 #include "collections/interface_type_info.h"
 #include "collections/zip_progress_dialog.h"
+#include "com/class_registration.h"
 #include "download/file_operations.h"
 #include "resources/resource.h"
-#include "ui/class_registration.h"
-#include "ui/exception_boundary.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-#include "ui/scriptable_control.h"
+#include "com/scriptable_control.h"
 
 /// The control with which a page downloads an archive of collections and adds them to the user's
 /// content folder.

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "ui/exception_boundary.h"
+#include "base/exception_boundary.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/exception_boundary.h"
 #include "collections/global_block.h"
 #include "collections/narrow_text.h"
 #include "collections/unzip_callbacks.h"
 #include "collections/unzip_interface.h"
 #include "ui/bind_function.h"
-#include "ui/exception_boundary.h"
 
 namespace {
 

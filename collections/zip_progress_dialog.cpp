@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/exception_boundary.h"
+#include "base/product_texts.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/unzip_library.h"
 #include "download/file_operations.h"
 #include "ui/button_row.h"
-#include "ui/exception_boundary.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "ui/scoped_handle.h"
+#include "base/last_error_keeper.h"
 
 /// Owner of one system handle that two threads share without a lock. A thread closes the handle
 /// only after it has exchanged it for the empty value, so the handle is closed exactly once.

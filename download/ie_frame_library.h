@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 
 /// The browser's functions for saving a file from protected mode. Loads "ieframe.dll" and looks
 /// them up at run time, as older browsers do not have them; the destructor frees the library.

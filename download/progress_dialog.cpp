@@ -7,14 +7,15 @@
 #include <boost/thread/thread.hpp>
 #include <utility>
 
+#include "base/edition.h"
+#include "base/exception_boundary.h"
+#include "base/last_error_keeper.h"
+#include "base/product_texts.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
 #include "download/ie_frame_library.h"
 #include "download/module_keep_alive.h"
 #include "ui/button_row.h"
-#include "ui/edition.h"
-#include "ui/exception_boundary.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <cstdlib>
 
+#include "base/edition.h"
+#include "base/product_texts.h"
 #include "download/file_operations.h"
-#include "ui/edition.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <atlbase.h>
 #include <atlcom.h>
 
+#include "com/class_registration.h"
 #include "folivo_plugin_h.h"
 #include "resources/resource.h"
-#include "ui/class_registration.h"
 
 /// The module: lock count, object map, class factories, registration.
 class CFolivoPluginClass : public CAtlDllModuleT<CFolivoPluginClass> {

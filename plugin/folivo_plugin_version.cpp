@@ -2,10 +2,10 @@
 
 #include <atlstr.h>
 
+#include "base/exception_boundary.h"
+#include "com/class_registration.h"
 #include "plugin/file_version.h"
 #include "resources/resource.h"
-#include "ui/class_registration.h"
-#include "ui/exception_boundary.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/scriptable_control.h"
+#include "com/scriptable_control.h"
 
 /// The control from which a page reads the version of the installed plug-in.
 class CFolivoPluginVersion

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 #include "ui/selected_font_dc.h"
 
 namespace {

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <atomic>
 
+#include "base/edition.h"
+#include "base/exception_boundary.h"
+#include "base/product_texts.h"
 #include "ui/button_row.h"
-#include "ui/edition.h"
-#include "ui/exception_boundary.h"
 #include "ui/gui_lang.h"
-#include "ui/product_texts.h"
 #include "ui/selected_font_dc.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 
 /// A DLL with the helper object's class, loaded as COM would load it, without the registry.
 class CHelperLibrary {

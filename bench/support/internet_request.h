@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/scoped_handle.h"
 #include "download/atomic_handle.h"
 
 /// A request as the product opens it, with the same agent and flags, by the system's calls alone.

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "bench/support/stopwatch.h"
+#include "base/scoped_handle.h"
 #include "download/atomic_handle.h"
 
 /// A browser's window, of the thread that makes the object, and a second thread that asks it all

@@ -1,6 +1,6 @@
-# UNZIP32.DLL: Debian's unzip engine, as it is, behind an interface of our own (tools/unzip32).
+# UNZIP32.DLL: Debian's unzip engine, as it is, behind an interface of our own (unzip).
 set(UNZIP_SOURCE "" CACHE PATH "Unpacked and patched unzip source")
-cmake_path(SET unzip32_folder NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../../tools/unzip32")
+cmake_path(SET unzip32_folder NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../../unzip")
 
 set(engine_sources
   api.c crc32.c crypt.c explode.c extract.c fileio.c globals.c inflate.c list.c match.c process.c

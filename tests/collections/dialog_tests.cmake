@@ -18,8 +18,8 @@ foreach(kind IN ITEMS dialog transfer stage)
     zip_progress_dialog_test.cpp)
   set(sources_transfer
     collection_source_test.cpp
-    collection_transfer_failure_test.cpp
-    collection_transfer_test.cpp)
+    zip_progress_dialog_transfer_failure_test.cpp
+    zip_progress_dialog_transfer_test.cpp)
   set(sources_stage
     add_collections_test.cpp
     manifest_test.cpp)

@@ -9,9 +9,9 @@
 #include <new>
 
 #include "collections/unzip_callbacks.h"
-#include "tests/collections/unzip_test.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

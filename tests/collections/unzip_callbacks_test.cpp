@@ -5,8 +5,8 @@
 #include <new>
 
 #include "tests/collections/stdout_capture.h"
-#include "tests/collections/unzip_test.h"
 #include "tests/support/import_patch.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

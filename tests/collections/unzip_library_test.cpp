@@ -7,8 +7,8 @@
 #include <ostream>
 
 #include "collections/ansi_text.h"
-#include "tests/collections/unzip_test.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <psapi.h>
 
 #include "collections/ansi_text.h"
-#include "tests/collections/unzip_test.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/collections/unzip_test.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/parallel.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <functional>
 
-#include "tests/collections/unzip_test.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/process_counts.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

@@ -6,13 +6,13 @@
 
 #include <string>
 
+#include "base/edition.h"
 #include "download/temp_files.h"
 #include "tests/download/download_test.h"
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
 #include "tests/ui/question_box.h"
-#include "ui/edition.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <set>
 #include <string>
 
+#include "com/class_registration.h"
 #include "folivo_plugin_h.h"
-#include "ui/class_registration.h"
 
 namespace {
 

@@ -28,6 +28,8 @@ class IncludeDirectionTest(unittest.TestCase):
             "plugin/a.cpp": '#include "browser/b.h"\n#include "collections/c.h"\n',
             "browser/b.h": '#include "download/d.h"\n#include <atlbase.h>\n',
             "download/d.h": '#include "ui/u.h"\n#include "download/e.h"\n',
+            "ui/u.h": '#include "base/b.h"\n#include "resource.h"\n',
+            "com/c.h": '#include "folivo_plugin_h.h"\n',
         }), (0, []))
 
     def test_upwards_is_named_with_file_and_line(self):
@@ -35,8 +37,13 @@ class IncludeDirectionTest(unittest.TestCase):
             self.check({"ui/u.cpp": '#include <windows.h>\n#include "download/d.h"\n'}),
             (1, ["ui/u.cpp:2: ui must not include download/d.h"]))
 
+    def test_generated_header_is_a_layer_though_its_name_has_no_folder(self):
+        self.assertEqual(self.check({"ui/u.cpp": '#include "folivo_plugin_h.h"\n'}),
+                         (1, ["ui/u.cpp:1: ui must not include folivo_plugin_h.h"]))
+
     def test_sideways_is_refused(self):
         self.assertEqual(self.check({"browser/b.h": '#include "collections/c.h"\n'})[0], 1)
+        self.assertEqual(self.check({"ui/u.h": '#include "com/c.h"\n'})[0], 1)
 
     def test_tests_and_tools_are_refused(self):
         self.assertEqual(self.check({"ui/u.h": '#include "tests/support/x.h"\n'})[0], 1)

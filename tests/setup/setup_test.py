@@ -99,6 +99,20 @@ class SetupTest(unittest.TestCase):
         first.stdin.flush()
         self.assertEqual(second.communicate(timeout=30)[0], "mine\n")
 
+    def test_a_killed_run_holds_nobody_up(self):
+        first = subprocess.Popen(
+            self.command("lock_checkout; step log Making Advice"
+                         " /bin/bash -c 'echo $$ > pid; exec sleep 600'"),
+            cwd=self.checkout, stdout=subprocess.PIPE, text=True)
+        pid = self.checkout / "pid"
+        while not (pid.exists() and pid.read_text().strip()):
+            self.assertIsNone(first.poll())
+        first.kill()
+        first.wait()
+        os.kill(int(pid.read_text()), 9)  # its program ends; what shows progress has to end by itself
+        self.addCleanup(first.communicate)
+        self.assertEqual(self.bash("lock_checkout; echo mine")[1].splitlines()[-1], "mine")
+
     def test_a_program_that_is_missing_is_told_with_its_package(self):
         programs = "programs=(build:no-such-program:its-package lint:nor-this:other)"
         code, _, err = self.bash(f"{programs}; check_programs build wine")

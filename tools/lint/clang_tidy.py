@@ -32,7 +32,7 @@ EXTRA_ARGUMENTS = [
     "--extra-arg=-D__INTRINSIC_DEFINED___cpuidex",
 ]
 # What users load; atl/ is headers only and checked with the sources that include it.
-PRODUCT_FOLDERS = ("browser", "collections", "download", "plugin", "ui")
+PRODUCT_FOLDERS = ("base", "browser", "collections", "com", "download", "plugin", "ui")
 DIAGNOSTIC = re.compile(r"^[^\s:]+:\d+:\d+: (?:warning|error): ")
 
 

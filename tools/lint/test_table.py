@@ -118,8 +118,8 @@ def main():
     arguments = [word for word in sys.argv[1:] if word != "--write"]
     root = pathlib.Path(arguments[0] if arguments else ".").resolve()
     found = list(check(root, "--write" in sys.argv))
-    print("\n".join(found) + ("\nTo set suites and CTest entries: tools/lint/test_table.py --write"
-                              if found else ""))
+    if found:
+        print("\n".join(found), "To set suites and entries: tools/lint/test_table.py --write", sep="\n")
     return 1 if found else 0
 
 

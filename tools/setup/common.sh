@@ -38,7 +38,10 @@ lock_checkout() {
   flock "$checkout_lock"
 }
 
-unlock_checkout() { exec {checkout_lock}<&-; }
+unlock_checkout() {
+  exec {checkout_lock}<&-
+  checkout_lock=
+}
 
 # locked package|source: the entries of that kind in dependencies.lock, one per line, without
 # the comments.
@@ -57,7 +60,9 @@ progress_interval=10000000
 # the step's name, elsewhere as a line of its own every ten seconds. Ninja's and apt's lines say it.
 show_progress() {
   local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
-  local columns room terminal
+  local columns room terminal status
+  # What outlives a killed ./run must not hold others up.
+  [[ ! ${checkout_lock-} ]] || exec {checkout_lock}<&-
   local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
   shopt -s extglob
   if [[ -t 1 ]]; then
@@ -66,7 +71,13 @@ show_progress() {
     columns=$(stty size <&"$terminal" 2> /dev/null) && columns=${columns#* } || columns=80
     room=$((columns > 60 ? columns - 49 : 11))
   fi
-  while IFS= read -r line; do
+  while :; do
+    status=0
+    IFS= read -r -t 2 line || status=$?
+    if ((status > 128)); then  # nothing new
+      kill -0 $$ 2> /dev/null && continue
+    fi
+    ((status == 0)) || break
     line=${line//\'/}  # around paths with blanks
     if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\ (.*)$ ]]; then
       progress="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}: ${BASH_REMATCH[3]}"

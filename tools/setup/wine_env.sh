@@ -89,6 +89,15 @@ wine_env_make_template() {
   exec {template_lock}>&-
 }
 
+# wine_env_renew PREFIX: ends what runs in a prefix that was started, and makes it as new.
+wine_env_renew() {
+  "$wineserver" -k < /dev/null > /dev/null 2>&1 || true
+  "$wineserver" -w < /dev/null > /dev/null 2>&1 || true
+  rm -rf "$1"
+  cp -a "$build_dir/wine/template" "$1"
+  wine_env_warm_up
+}
+
 wine_env_start() {
   wine_env_name=$1
   shift

@@ -1,4 +1,4 @@
-#include "ui/class_registration.h"
+#include "com/class_registration.h"
 
 #include <atlbase.h>
 #include <gtest/gtest.h>

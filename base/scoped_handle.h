@@ -4,18 +4,7 @@
 
 #include <utility>
 
-/// Restores the thread's last error at scope end, so that a clean-up call does not overwrite the
-/// error code of the call that failed.
-class CLastErrorKeeper {
- public:
-  CLastErrorKeeper() : m_error(GetLastError()) {}
-  ~CLastErrorKeeper() { SetLastError(m_error); }
-  CLastErrorKeeper(const CLastErrorKeeper&) = delete;
-  CLastErrorKeeper& operator=(const CLastErrorKeeper&) = delete;
-
- private:
-  const DWORD m_error;
-};
+#include "base/last_error_keeper.h"
 
 /// Owner of one system handle, for use on one thread. `Traits` has the handle type, its empty value
 /// and how it is closed.

@@ -8,14 +8,14 @@
 
 #include <vector>
 
+#include "base/exception_boundary.h"
+#include "base/product_texts.h"
 #include "download/content_check.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
 #include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
-#include "ui/exception_boundary.h"
-#include "ui/product_texts.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ui/scoped_handle.h"
+#include "base/scoped_handle.h"
 
 #include <gtest/gtest.h>
 

@@ -10,8 +10,8 @@
 
 #include "collections/ansi_text.h"
 #include "collections/unzip_interface.h"
-#include "tests/collections/unzip_test.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

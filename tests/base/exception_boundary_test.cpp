@@ -1,4 +1,4 @@
-#include "ui/exception_boundary.h"
+#include "base/exception_boundary.h"
 
 #include <gtest/gtest.h>
 
