@@ -1,11 +1,11 @@
 #pragma once
 
-// A source that is compiled without the flag would take part in the wrong edition unnoticed.
+// No default, so that no source is compiled for the wrong edition unnoticed.
 #ifndef FOLIVO_SE_EDITION
 #error "FOLIVO_SE_EDITION is not defined: link to the library ui, or define it as 0 or 1"
 #endif
 
-/// True in a build of the SE edition, which says "MERLO Folivo SE" in the titles of the download
-/// dialog and of a question box titled "MERLO Folivo", and in the name of its temporary folder.
-/// Fixed when the module is built; nothing changes it at run time.
+/// True in a build of the SE edition. That edition shows "MERLO Folivo SE" in the title of the
+/// download dialog, and of a question box that is titled "MERLO Folivo", and has it in the name of
+/// its folder for temporary files. Set by the build; constant at run time.
 inline constexpr bool kSeEdition = FOLIVO_SE_EDITION != 0;

@@ -4,8 +4,8 @@
 
 #include <new>
 
-/// Calls `function` and turns what it throws into an HRESULT: the one way by which exceptions end
-/// where code that knows none called us (the system's dialog code, a thread's start, COM).
+/// Calls `function` and converts an exception that it throws to an HRESULT. Used wherever code that
+/// does not support exceptions calls this module: COM, window and dialog procedures, thread starts.
 template <typename Function>
 HRESULT CallGuarded(Function function) {
   try {
@@ -15,7 +15,7 @@ HRESULT CallGuarded(Function function) {
     return FAILED(e.m_hr) ? e.m_hr : E_FAIL;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
-  } catch (...) {  // Whatever it is, it must not go on into code that knows no exceptions.
+  } catch (...) {  // No exception may leave, whatever its type.
     return E_FAIL;
   }
 }

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// Keeps the thread's last error over a clean-up call, so that closing a handle on the way out
-/// never hides why the caller failed.
+/// Restores the thread's last error at scope end, so that a clean-up call does not overwrite the
+/// error code of the call that failed.
 class CLastErrorKeeper {
  public:
   CLastErrorKeeper() : m_error(GetLastError()) {}

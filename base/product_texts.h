@@ -1,8 +1,8 @@
 #pragma once
 
-/// The product's name as users see it: caption of every message box, in the SE edition too, and
-/// name of the folder of its temporary files.
+/// The product's name: the caption of every message box, in the SE edition too, and the name of the
+/// folder for temporary files.
 inline constexpr wchar_t kProductName[] = L"MERLO Folivo";
-/// What the SE edition (edition.h) says instead in the name of that folder and as the title of the
-/// question box.
+/// The SE edition (edition.h) uses this instead for the name of that folder and for the title of
+/// the question box.
 inline constexpr wchar_t kProductNameSe[] = L"MERLO Folivo SE";

@@ -6,8 +6,8 @@
 
 #include "base/last_error_keeper.h"
 
-/// Sole owner of one system handle that lives on one thread.
-/// `Traits` names the handle type, its empty value and how it is closed.
+/// Owner of one system handle, for use on one thread. `Traits` has the handle type, its empty value
+/// and how it is closed.
 template <typename Traits>
 class CScopedHandle {
  public:
@@ -26,14 +26,14 @@ class CScopedHandle {
   }
   ~CScopedHandle() { Close(); }
 
-  /// The handle; still owned here.
+  /// The handle. This object still owns it.
   Handle Get() const { return m_handle; }
   explicit operator bool() const { return m_handle != Traits::Empty(); }
 
-  /// Hands the handle over to the caller; none is owned here any more.
+  /// Transfers ownership of the handle to the caller.
   [[nodiscard]] Handle Detach() { return std::exchange(m_handle, Traits::Empty()); }
 
-  /// Closes the handle, if there is one, keeping the thread's last error.
+  /// Closes the handle, if there is one. Preserves the thread's last error.
   void Close() {
     if (m_handle != Traits::Empty()) {
       const CLastErrorKeeper keeper;
@@ -45,7 +45,7 @@ class CScopedHandle {
   Handle m_handle = Traits::Empty();
 };
 
-/// A font made by CreateFont.
+/// A font created by CreateFont.
 struct CFontTraits {
   using Handle = HFONT;
   static Handle Empty() { return nullptr; }

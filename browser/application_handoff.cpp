@@ -23,7 +23,7 @@ constexpr wchar_t kShortcutExtension[] = L".url";
 constexpr char kShortcutHead[] = "[InternetShortcut]\nURL=";
 
 bool ReadFolderValue(HKEY key, CStringW& folder) {
-  // One character more than is read: a registry string need not be terminated.
+  // One character longer than what is read, as a registry string may lack its terminator.
   wchar_t buffer[kFolderLength + 1] = {};
   DWORD type = REG_NONE;
   DWORD size = kFolderLength * sizeof(wchar_t);
@@ -71,7 +71,8 @@ bool WriteAndClose(CFileStream stream, const CStringA& text) {
 bool GetInstallFolder(CFilePath& folder) {
   constexpr REGSAM kAccess = KEY_READ | KEY_WOW64_32KEY;
   CRegKey key;
-  // Quirk 12: the second key is read when the first is missing, not when that lacks the value.
+  // Quirk 12: the second key is read only when the first one is missing, not when that lacks the
+  // value.
   if (key.Open(HKEY_LOCAL_MACHINE, kApplicationKey, kAccess) != ERROR_SUCCESS &&
       key.Open(HKEY_LOCAL_MACHINE, kPanelDriversKey, kAccess) != ERROR_SUCCESS) {
     return false;
@@ -98,7 +99,7 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
 }
 
 HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
-  // Before the file: where the text cannot be made, no empty shortcut is left.
+  // Converts the text first, so that a failure leaves no empty file behind.
   const CStringA address = ToUtf8(url);
   if (address.IsEmpty() && !url.IsEmpty()) {
     return E_FAIL;
@@ -136,9 +137,9 @@ HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
     return S_OK;
   }
   Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
-  // Quirk 14: stops and cancels even after a failed start.
-  // A launch pumps messages: the browser may have let go of its helper meanwhile, or do so in Stop.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds the browser
+  // Quirk 14: stops and cancels even when the launcher could not be started.
+  // The launch pumps messages: the browser may have released the helper object, and Stop may too.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds a reference
   const CComPtr<IWebBrowser2> current = browser;
   if (current != nullptr) {
     current->Stop();

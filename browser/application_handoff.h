@@ -5,20 +5,21 @@
 
 #include "download/file_path.h"
 
-/// The desktop application's program folder, from its install information. False when there is
-/// none to read.
+/// Reads the desktop application's program folder from its install information in the registry.
+/// False when the value is missing or cannot be read.
 bool GetInstallFolder(CFilePath& folder);
 
-/// Opens a local file in the desktop application; without install information, by the file's
-/// association. Does nothing when the launcher is missing. Failures are not reported.
+/// Opens a local file in the desktop application, or by its file association when there is no
+/// install information. Does nothing when the launcher is missing. Does not report failures.
 void OpenInApplication(HWND owner, const CFilePath& path);
 
-/// Writes an Internet shortcut to `url` into the temporary-files folder and gives its path.
-/// E_FAIL when that cannot be done.
+/// Writes an Internet shortcut to `url` into the temporary-files folder and returns its path.
+/// E_FAIL when the file cannot be written.
 HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath);
 
-/// Tells the desktop application to insert what the shortcut points to, then stops `browser` and
-/// cancels the navigation whose event carries `params`. Leaves both alone when the application is
-/// not there. `browser` is read after the launch, when it may have become null. Always S_OK.
+/// Starts the launcher with the insert switch and the shortcut's path, then stops `browser` and
+/// cancels the navigation whose event carries `params`. Does nothing when there is no install
+/// information or no launcher. Reads `browser` after the launch, as it may become null meanwhile.
+/// Always returns S_OK.
 HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
                      const CFilePath& shortcutPath, const DISPPARAMS& params);

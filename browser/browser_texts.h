@@ -1,6 +1,6 @@
 #pragma once
 
-// Every text that the interception and the open-or-save choice show, as it stands on the screen.
+// All texts that the download interception and the open-or-save question show.
 
 inline constexpr wchar_t kPromptTitle[] = L"File Download";
 inline constexpr wchar_t kPromptText[] = L"Would you like to open or save this Folivo file?";

@@ -3,7 +3,7 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-/// Puts the process's current directory back at scope end.
+/// Restores the process's current directory at scope end.
 class CCurrentDirectoryKeeper {
  public:
   CCurrentDirectoryKeeper() {
@@ -20,5 +20,5 @@ class CCurrentDirectoryKeeper {
   CCurrentDirectoryKeeper& operator=(const CCurrentDirectoryKeeper&) = delete;
 
  private:
-  CStringW m_directory;  // empty where the system does not tell it
+  CStringW m_directory;  // empty when the system could not return it
 };

@@ -8,18 +8,18 @@
 
 namespace {
 
-// Quirk 15: in this order. A value in the query names the file before the path does.
+// Quirk 15: in order of precedence. A value in the query comes before the path.
 constexpr wchar_t kNameSeparators[] = L"=?&\\/:><*|\"";
 
 constexpr DWORD kDecodedLength = 260;
 constexpr wchar_t kReplacementName[] = L"downloadedfile";
 constexpr wchar_t kReplacementExtension[] = L".folivo";
 
-/// What follows the last separator of the first kind that the URL contains. Quirk 16: empty when it
-/// contains none at all.
+/// Returns the text after the last occurrence of the first separator in the list that the URL
+/// contains. Quirk 16: empty when it contains none.
 CStringW TakeName(const CStringW& url) {
   for (const wchar_t separator : kNameSeparators) {
-    // The array's terminator is the last round: nothing follows a text's end.
+    // The array's terminator stands for the end of the URL, after which there is no text.
     const CStringW name = separator == L'\0' ? CStringW() : url.Mid(url.ReverseFind(separator) + 1);
     if (name.CompareNoCase(url) != 0) {
       return name;

@@ -3,7 +3,8 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-/// The name, without folder, under which the download of `url` is offered and stored: what follows
-/// the last "=", "?", "&" ... of the URL, decoded and cleaned. A name that cannot be decoded is
-/// replaced, and the user is told in a message box over `owner`.
+/// Returns the file name, without folder, for a download of `url`: the text after the URL's last
+/// "=", else "?", else "&", and so on, decoded and without characters that Windows forbids in
+/// names. When it cannot be decoded, replaces it by "downloadedfile" with the extension, and shows
+/// a message box owned by `owner` that says so.
 CStringW MakeDownloadFileName(HWND owner, const CStringW& url);

@@ -26,7 +26,8 @@ constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
 
-/// The folder of this product's temporary files, made sure of and used for all of a download.
+/// Creates the folder for this product's temporary files if it is missing, makes it the temporary
+/// base folder, and returns it.
 CFilePath PrepareTempFolder() {
   const CFilePath folder = GetAppTempFilesFolder(kProductName);
   CreateFolderTree(folder);
@@ -47,7 +48,7 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
       site->QueryInterface(IID_PPV_ARGS(&browser));
     }
     if (browser) {
-      // The window of another browser is no owner for this one's dialogs.
+      // The previous browser's window must not own the new browser's dialogs.
       m_browserWindow = nullptr;
     }
     m_browser = browser;
@@ -82,8 +83,8 @@ HRESULT CIEDownload::Advise() {
   if (FAILED(found)) {
     return found;
   }
-  // Quirk 2: the subscription before this one goes on; only the newest cookie is stored. A failure
-  // leaves the cookie unchanged.
+  // Quirk 2: the previous subscription goes on; only the newest cookie is stored. On failure the
+  // cookie does not change.
   DWORD cookie = 0;
   const HRESULT advised = point->Advise(static_cast<IDispatch*>(this), &cookie);
   if (SUCCEEDED(advised)) {
@@ -128,7 +129,7 @@ STDMETHODIMP CIEDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* 
   if (params == nullptr) {
     return E_INVALIDARG;
   }
-  // Whatever happens while a dialog is open: this object outlives the call.
+  // The browser may release this object while a dialog is open.
   const CComPtr<IUnknown> self(GetUnknown());
   switch (dispid) {
     case DISPID_BEFORENAVIGATE2:
@@ -148,9 +149,9 @@ void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
   if (!HasNavigationArguments(params)) {
     return;
   }
-  // Quirk 4: throws when the variant cannot be copied, and the exception leaves Invoke.
+  // Quirk 4: throws when the variant cannot be copied; that exception leaves Invoke.
   const CStringW url = GetNavigationUrl(params);
-  // Any other failure, such as running out of memory, leaves the navigation to the browser.
+  // After any other failure, such as out of memory, the browser navigates as usual.
   CallGuarded([&] { Navigate(url, params); });
 }
 
@@ -189,12 +190,12 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
 
   const int answer = AskOpenOrSave(owner);
   if (answer == kAnswerNotAsked) {
-    // Nobody decided about this file, so the browser downloads it itself.
+    // The user was not asked, so the browser downloads the file itself.
     return;
   }
   if (answer == kAnswerOpen || answer == kAnswerSave) {
     CallGuarded([&] { OpenOrSave(owner, dialog, answer == kAnswerSave, url, extension); });
   }
-  // Quirk 8: whatever the answer, and however carrying it out ended.
+  // Quirk 8: for every answer, Cancel included, and whether carrying it out succeeded or failed.
   CancelNavigation(params);
 }

@@ -11,9 +11,10 @@
 /// The browser helper object: one per browser window. It watches the window's navigations and takes
 /// over those that lead to a lesson or gallery file.
 ///
-/// Everything runs on the browser window's thread. A navigation is handled to its end inside its
-/// event; its dialogs pump messages, so that the browser may quit, navigate or let go of the object
-/// meanwhile: state of a call stays in the call, and the call holds the object.
+/// All members run on the browser window's thread. A navigation is handled completely inside its
+/// event. The dialogs shown there pump messages, so the browser may quit, navigate again or release
+/// this object meanwhile: each call keeps its state in local variables and holds a reference on the
+/// object.
 class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
                     public CComObjectRootEx<CComSingleThreadModel>,
                     public CComCoClass<CIEDownload, &CLSID_CIEDownload>,
@@ -43,20 +44,21 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
 
   virtual ~CIEDownload() = default;
 
-  /// The browser quits: unsubscribes. Always S_OK.
+  /// Called when the browser quits: ends the subscription. Always returns S_OK.
   virtual HRESULT OnQuit();
-  /// Subscribes to the browser's events; stores the cookie on success (Quirk 2).
+  /// Subscribes to the browser's events. Stores the cookie on success (Quirk 2); on failure the
+  /// cookie of an earlier subscription stays.
   virtual HRESULT Advise();
-  /// Ends the last subscription.
+  /// Ends the subscription of the stored cookie.
   virtual HRESULT Unadvise();
-  /// Finds the browser's frame among this thread's windows, for a browser that does not tell its
-  /// own. E_POINTER when there is none.
+  /// Finds the browser's frame among this thread's windows, for a browser whose get_HWND returns no
+  /// window. E_POINTER when there is none.
   virtual HRESULT FindBrowserFrameWindow();
 
   /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
   /// CAtlException when the URL's variant cannot be copied (Quirk 4).
-  // Behind the class's own operations, which have fixed places in the primary table of functions.
-  // Not by STDMETHOD: that would promise that nothing is thrown.
+  // Declared after the virtual functions above, whose places in the primary vtable are fixed.
+  // Without STDMETHOD, which would declare it nothrow.
   HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID riid, LCID lcid, WORD flags,
                                    DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
                                    UINT* argumentError) override;

@@ -20,7 +20,7 @@ struct CFindTraits {
 };
 using CScopedFind = CScopedHandle<CFindTraits>;
 
-/// Length of the root that stays as written, its closing backslash included; 0 for other forms.
+/// Returns the length of a drive or share root, including its closing backslash; 0 for other paths.
 int RootLength(const CStringW& path) {
   if (path.GetLength() > 2 && path[2] == L'\\') {
     return 3;
@@ -33,8 +33,7 @@ int RootLength(const CStringW& path) {
   return 0;
 }
 
-/// The component as the file system stores it; as written when the look-up fails, which takes a
-/// disk that changes meanwhile.
+/// Returns the component as the file system stores it, or unchanged when it was deleted meanwhile.
 CStringW StoredName(const CStringW& parent, const CStringW& component) {
   if (component == L"." || component == L"..") {
     return component;

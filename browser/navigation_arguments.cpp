@@ -4,7 +4,7 @@
 
 namespace {
 
-// Event arguments come last to first.
+// DISPPARAMS holds the arguments in reverse order.
 constexpr UINT kCancelArgument = 0;
 constexpr UINT kUrlArgument = 5;
 
@@ -31,7 +31,7 @@ CStringW GetNavigationUrl(const DISPPARAMS& params) {
     return {};
   }
   CStringW text;
-  // Only a failed copy is told. Without memory there is no URL, and the browser goes on.
+  // Out of memory gives an empty URL, with which the browser navigates as usual.
   CallGuarded([&] { text = url.bstrVal; });
   return text;
 }

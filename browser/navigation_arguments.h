@@ -3,15 +3,17 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-// The arguments of the browser's BeforeNavigate2 and BeforeNavigate events, which hosts send in
-// several shapes. Read once here; behind it there are only plain values.
+// Reads the arguments of the browser's BeforeNavigate2 and BeforeNavigate events, whose VARIANT
+// types differ between hosts. Everything else works with the plain values that these functions
+// return.
 
-/// Whether the event has the arguments that are read here.
+/// Whether the event has enough arguments for the functions below.
 bool HasNavigationArguments(const DISPPARAMS& params);
 
-/// The navigation's target; empty when the argument cannot be told as a text, or without memory for
-/// it. Throws CAtlException with VariantCopy's failure.
+/// Returns the navigation's target; empty when the argument cannot be converted to a string, or
+/// when out of memory. Throws CAtlException with the HRESULT of a failed VariantCopy.
 CStringW GetNavigationUrl(const DISPPARAMS& params);
 
-/// Sets the event's cancel flag, whichever by-reference shape it has; other shapes stay alone.
+/// Sets the event's cancel flag, passed as VT_BYREF|VT_BOOL or VT_BYREF|VT_VARIANT. Ignores an
+/// argument of another type.
 void CancelNavigation(const DISPPARAMS& params);

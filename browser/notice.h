@@ -3,10 +3,10 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-// Message boxes of the product; `format` has one %s, for `subject`.
+// Message boxes with the product's name as caption. `format` has one %s, for `subject`.
 
-/// Tells the user something.
+/// Shows a message with an OK button.
 void ShowNotice(HWND owner, LPCWSTR format, const CStringW& subject);
 
-/// Warns the user and asks Yes or No. True for Yes.
+/// Shows a warning with the buttons Yes and No. Returns true for Yes.
 bool ConfirmWarning(HWND owner, LPCWSTR format, const CStringW& subject);

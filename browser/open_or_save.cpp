@@ -17,10 +17,10 @@
 
 namespace {
 
-// IDI_QUESTION as the number that the box takes.
+// The number of IDI_QUESTION.
 constexpr UINT kQuestionIcon = 32514;
 
-/// Where a download is put to be opened: a temporary file that has the download's name.
+/// Returns the path that a download is stored at to be opened: a temporary file with its name.
 CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
   CStringW base = RemoveExtension(name);
   CFilePath path = MakeTempFilePath(extension, base);
@@ -30,11 +30,12 @@ CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
   return path;
 }
 
-/// Transfers the rest of the file to `place`. True when it was delivered.
+/// Runs the dialog, which downloads the rest of the file and delivers it to `place`. Returns true
+/// when the file was delivered.
 bool RunDownload(CProgressDialog& dialog, CSaveChoice& place) {
   dialog.m_destPath = place.path;
   dialog.m_fileName = place.path.GetFileNamePart();
-  // Last: from here on it is the dialog that saves by the state or cancels it.
+  // Last, as the dialog owns the state from here on.
   dialog.m_saveState = place.saveState.Detach();
   return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;
 }
@@ -72,7 +73,7 @@ void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const
     ShowNotice(owner, kFileMissingText, url);
     return;
   } else if (save) {
-    // The browser has no part in the copy of a local file.
+    // A local file is copied without the browser, so its save is cancelled.
     place.saveState.Close();
     // Quirk 20: a failure is not reported.
     CopyFileW(url, place.path, FALSE);

@@ -6,18 +6,21 @@
 #include "download/progress_dialog.h"
 #include "ui/message_box.h"
 
-/// Answers of `AskOpenOrSave`; every other answer means to do nothing.
+/// Answers of `AskOpenOrSave`. Every other answer means Cancel: no file is opened or saved, but the
+/// browser's navigation is still cancelled, as for Open and Save. Only kAnswerNotAsked leaves the
+/// navigation to the browser.
 enum OpenOrSaveAnswer {
   kAnswerOpen = kMessageBoxButton1,
   kAnswerSave = kMessageBoxButton2,
   kAnswerNotAsked = kMessageBoxRefused,  // another question is open in this module
 };
 
-/// Asks whether to open or save the file that was recognised. Modal over `owner`.
+/// Asks the user whether to open or save the file. Modal, owned by `owner`.
 int AskOpenOrSave(HWND owner);
 
-/// Carries out the user's choice: finds the file's place (asking for it when `save`), runs the
-/// download, and for an open hands the file to the desktop application. `dialog` has checked the
-/// content of `url`; it is empty for a local file. `extension` with its dot. Modal over `owner`.
+/// Carries out the user's choice. To save, asks for a path and downloads or copies the file there.
+/// To open, downloads it to a temporary file and opens that, or the local file itself, in the
+/// desktop application. `dialog` is the one whose PeekContent has returned true for `url`; null for
+/// a local file. `extension` with its dot. Modal, owned by `owner`.
 void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const CStringW& url,
                 const CStringW& extension);

@@ -23,8 +23,8 @@ constexpr DWORD kOldDialogSize = offsetof(OPENFILENAMEW, pvReserved);
 constexpr DWORD kFlags = OFN_EXPLORER | OFN_NOREADONLYRETURN | OFN_PATHMUSTEXIST |
                          OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT;
 
-/// Holds the name on the way in and the chosen path on the way out. One longer than its stated
-/// size, so that a text cut to fit still has a terminator.
+/// Buffer for the suggested name and then the chosen path. One character longer than the size
+/// passed to the dialog, so that a truncated text still has a terminator.
 using CPathBuffer = std::array<wchar_t, kPathLength + 1>;
 
 void CopyTruncated(LPCWSTR text, CPathBuffer& buffer) {
@@ -47,9 +47,9 @@ DWORD OpenFileNameSize() {
   return hasFullSize ? sizeof(OPENFILENAMEW) : kOldDialogSize;
 }
 
-/// GetSaveFileNameW out of a library that is loaded when a file is saved: with all that it needs,
-/// loading it takes several times as long as loading this module, and every browser would wait.
-/// Never freed: what its dialog has loaded for the shell may still be at work.
+/// Calls GetSaveFileNameW in a library that is loaded when a file is saved. Loading it with its own
+/// imports takes several times as long as loading this module, and would delay every start of the
+/// browser. Never frees the library, as shell extensions that the dialog has loaded may still run.
 bool ShowCommonDialog(OPENFILENAMEW& dialog) {
   const HMODULE library = LoadLibraryW(L"comdlg32.dll");
   decltype(&GetSaveFileNameW) getSaveFileName = nullptr;
@@ -85,7 +85,7 @@ bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& exte
       library.ShowSaveFileDialog(owner, fileName, filter.IsEmpty() ? nullptr : filter.GetString(),
                                  kFilterIndex, kFlags, &path, &state);
   if (answer != S_OK) {
-    // With or without a state.
+    // Also when the state is null.
     library.CancelSaveFile(state);
     return false;
   }
@@ -96,7 +96,8 @@ bool AskBrowserDialog(HWND owner, const CStringW& fileName, const CStringW& exte
 
 bool AskDialog(HWND owner, bool isProtected, const CStringW& fileName, const CStringW& extension,
                CPathBuffer& buffer, CScopedSaveState& saveState) {
-  // The dialog moves to the chosen folder, and libraries would be searched for there later.
+  // The dialog changes the current directory to the chosen folder; libraries that are loaded later
+  // would be searched for there.
   const CCurrentDirectoryKeeper keeper;
   return isProtected ? AskBrowserDialog(owner, fileName, extension, buffer, saveState)
                      : AskCommonDialog(owner, fileName, extension, buffer);
@@ -123,7 +124,7 @@ CStringW GetSaveFilter(const CStringW& extension) {
 CStringW GetCommonDialogFilter(const CStringW& extension) {
   CStringW filter = GetSaveFilter(extension);
   if (!filter.IsEmpty()) {
-    // The text's own terminator is the second of the two NULs at the end.
+    // The string's terminator is the second of the two NULs at the end.
     filter.Replace(L'|', L'\0');
   }
   return filter;
@@ -140,7 +141,7 @@ std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStri
   choice.path = CFilePath(buffer.data());
   if (choice.path.GetExtension().IsEmpty()) {
     choice.path.ChangeExtension(extension);
-    // The system's dialog has asked about the name as it was typed.
+    // The common dialog has only asked about the name as typed.
     if (!isProtected && !MayReplace(owner, choice.path)) {
       return std::nullopt;
     }

@@ -9,7 +9,8 @@
 #include "download/file_path.h"
 #include "download/ie_frame_library.h"
 
-/// The browser's state of a protected-mode save: cancelled, unless it is handed over.
+/// Owner of the browser's state of a protected-mode save. Cancels the save, unless the state was
+/// detached.
 struct CSaveStateTraits {
   using Handle = HANDLE;
   static Handle Empty() { return nullptr; }
@@ -24,15 +25,17 @@ struct CSaveChoice {
   CScopedSaveState saveState;
 };
 
-/// The file-type list for downloads of `extension`, with "|" for its NULs; empty for none.
+/// Returns the save dialog's list of file types for downloads of `extension`, with "|" in the place
+/// of NUL characters; empty for no list.
 CStringW GetSaveFilter(const CStringW& extension);
 
-/// The same as the common dialog takes it: NUL-separated, ended by two NULs; empty for none.
+/// The same in the form of OPENFILENAMEW: separated by NUL characters and ended by two.
 CStringW GetCommonDialogFilter(const CStringW& extension);
 
-/// Asks where to save `fileName` in the system's save dialog, or in the browser's own when
-/// `isProtected`. A choice without an extension gets `extension`; where the system's dialog was
-/// given such a name and a file has it, the user is asked whether to replace that. Nothing when the
-/// user chose nothing. Modal over `owner`; keeps the process's current directory.
+/// Asks where to save `fileName`: in the common save dialog, or in the browser's own when
+/// `isProtected`. Appends `extension` to a path without one; if such a file exists then, asks
+/// whether to replace it (the common dialog only asks about the name as typed; the browser's dialog
+/// decides by itself). Returns nullopt when the user cancels. Modal, owned by `owner`. Restores the
+/// process's current directory.
 std::optional<CSaveChoice> AskSavePath(HWND owner, bool isProtected, const CStringW& fileName,
                                        const CStringW& extension);

@@ -32,8 +32,8 @@ CStringW GetUrlExtension(const CStringW& url) {
 bool IsInterceptedExtension(std::wstring_view extension) {
   return std::any_of(std::begin(kInterceptedExtensions), std::end(kInterceptedExtensions),
                      [extension](std::wstring_view intercepted) {
-                       // The lengths first: nearly every link of a page is none of ours, and each
-                       // comes here.
+                       // Compares the lengths first, as this runs for every link and nearly none
+                       // matches.
                        return extension.size() == intercepted.size() &&
                               _wcsnicmp(extension.data(), intercepted.data(), intercepted.size()) ==
                                   0;

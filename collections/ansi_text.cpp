@@ -2,7 +2,7 @@
 
 CStringW AnsiToWide(const char* bytes, int size) {
   CStringW text;
-  // One byte stands for one character at the most.
+  // Each byte gives at most one character.
   wchar_t* const buffer = text.GetBuffer(size);
   text.ReleaseBufferSetLength(MultiByteToWideChar(CP_ACP, 0, bytes, size, buffer, size));
   return text;

@@ -3,15 +3,15 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-// Text in the system's ANSI code page, whatever the thread's locale is: the string classes' own
-// conversions follow the thread, and a text would not come back as it went.
+// Conversions by the system's ANSI code page (CP_ACP). The string classes' own conversions use the
+// code page of the thread's locale, which may be another one.
 
-/// The characters that `size` bytes stand for. Throws CAtlException: E_OUTOFMEMORY.
+/// Converts `size` bytes to wide characters. Throws CAtlException (E_OUTOFMEMORY).
 CStringW AnsiToWide(const char* bytes, int size);
 
-/// The same for a text that ends at its first zero byte; null is no text.
+/// Converts a zero-terminated string; null is an empty one.
 CStringW AnsiToWide(const char* text);
 
-/// The bytes that stand for the characters, zero ones among them. Throws CAtlException:
-/// E_OUTOFMEMORY.
+/// Converts the whole text to bytes, including any zero characters in it. Throws CAtlException
+/// (E_OUTOFMEMORY).
 CStringA WideToAnsi(const CStringW& text);

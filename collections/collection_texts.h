@@ -1,6 +1,6 @@
 #pragma once
 
-// Every text that the collection download shows, as it stands on the screen.
+// All texts that the collection control and its dialog show.
 
 inline constexpr wchar_t kNotReadyText[] =
     L"Unable to download Folivo Collection files at this time.";
@@ -17,7 +17,8 @@ inline constexpr wchar_t kCancelCollectionLabel[] = L"Cancel";
 inline constexpr wchar_t kYesLabel[] = L"Yes";
 inline constexpr wchar_t kNoLabel[] = L"No";
 
-// Quirk 51: for a host that is not trusted too.
+// Quirk 51: shown for a host that is not trusted, too, so that a page learns nothing about the
+// rule.
 inline constexpr wchar_t kSourceMissingText[] =
     L"The Folivo Collection file that you are trying to download does not exist. Please verify "
     L"that the path to the file is valid.";

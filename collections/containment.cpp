@@ -10,7 +10,7 @@ constexpr const wchar_t* kDeviceNames[] = {L"CON",    L"PRN",     L"AUX",   L"NU
 constexpr const wchar_t* kNumberedDeviceNames[] = {L"COM", L"LPT"};
 constexpr wchar_t kDeviceNumbers[] = L"0123456789\u00B9\u00B2\u00B3";
 
-/// Whether the system takes the name, with whatever extension, for a device.
+/// Whether the name, without its extension, is that of a device.
 bool IsDeviceName(const CStringW& name) {
   CStringW stem = name;
   if (const int dot = stem.Find(L'.'); dot >= 0) {
@@ -42,8 +42,8 @@ bool IsPlainFileName(const CStringW& name) {
   if (name.IsEmpty() || name.FindOneOf(L"\\/:") >= 0 || HasControlCharacter(name)) {
     return false;
   }
-  // The system drops dots and blanks at the end, so that such a name means another one; "." and
-  // ".." are among them.
+  // The file system drops dots and blanks at the end, so such a name stands for another one. This
+  // also refuses "." and "..".
   const wchar_t last = name[name.GetLength() - 1];
   return last != L'.' && last != L' ' && !IsDeviceName(name);
 }
@@ -59,7 +59,7 @@ bool IsFolderWithin(const CFilePath& path, const CFilePath& folder) {
   }
   for (int start = prefix.GetLength(); start < text.GetLength();) {
     const int end = text.Find(L'\\', start);
-    // Nothing between two separators means nothing to the system.
+    // The file system ignores an empty component.
     if (end > start && !IsPlainFileName(text.Mid(start, end - start))) {
       return false;
     }

@@ -2,12 +2,14 @@
 
 #include "download/file_path.h"
 
-// What a manifest names stays inside the user's content folder: an archive comes from a page.
+// Checks that the paths and names in a manifest stay inside the user's content folder. The archive
+// comes from a page, so they are untrusted.
 
-/// Whether `path` is `folder` or lies below it (both absolute), without a component that the file
-/// system would read as another one, and short enough for the system.
+/// Whether `path` is `folder` or below it (both absolute), is shorter than MAX_PATH, and below
+/// `folder` consists of components for which `IsPlainFileName` is true.
 bool IsFolderWithin(const CFilePath& path, const CFilePath& folder);
 
-/// Whether `name` names a plain file in a folder: no separator, colon, device, or dot or blank at
-/// its end.
+/// Whether `name` is a plain file name: not empty, without separators, colons and control
+/// characters, not a device name, and without a dot or blank at its end, which the file system
+/// would drop.
 bool IsPlainFileName(const CStringW& name);

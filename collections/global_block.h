@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
-/// A zero-filled `T` in the system's global memory, locked for the object's lifetime: the unzip
-/// library's interface prescribes that for what it is given. Zeros follow it: later versions of the
-/// interface have longer blocks, and a library of such a version reads and writes behind this one.
-/// False when there is no memory.
+/// A zero-filled `T` in memory from GlobalAlloc, locked while this object lives, as the unzip
+/// library's interface requires for its arguments. More zeros follow it: later versions of the
+/// interface have longer structures, and a library of such a version accesses memory behind this
+/// one. Converts to false when the allocation failed.
 template <typename T>
 class CGlobalBlock {
  public:

@@ -2,7 +2,8 @@
 
 #include <oaidl.h>
 
-/// Loads what the type library in this module's own file says about an interface; nothing needs to
-/// be registered. E_FAIL when the file's path is longer than 259 characters, else what the system
-/// says; `info` is null then. The caller owns the reference.
+/// Loads an interface's type information from the type library in this module's file, which need
+/// not be registered. The caller releases `info`. On failure `info` is null, and the result is
+/// E_FAIL when the module's path is missing or longer than 259 characters, else that of the failed
+/// system call.
 HRESULT LoadInterfaceTypeInfo(REFIID iid, ITypeInfo** info);

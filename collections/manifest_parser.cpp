@@ -7,18 +7,18 @@
 
 #include "collections/ansi_text.h"
 
-// As released, TinyXML recurses as deeply as a text nests, on the browser's own stack.
+// The released TinyXML recurses for each level of nesting, without a limit, on the browser's stack.
 #ifndef TIXML_DEEPEST_ELEMENT
 #error "TinyXML must be built from the source that limit_tinyxml_depth.cmake has altered"
 #endif
 
 namespace {
 
-// Some editors put it in front of whatever they write.
+// The byte-order mark that some editors write.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-/// A wide text of as many characters as there are bytes: where several bytes make up one character,
-/// zeros fill the end. The parser stops in front of them.
+/// Returns a text with as many characters as there are bytes. If it has fewer, because of
+/// multi-byte characters, zeros follow; the parser stops at the first.
 CStringW Decode(std::string_view bytes) {
   const auto size = static_cast<int>(bytes.size());
   CStringW text = AnsiToWide(bytes.data(), size);
@@ -32,17 +32,17 @@ CStringW Decode(std::string_view bytes) {
 }  // namespace
 
 void ParseManifest(std::string_view manifest, TiXmlDocument& document) {
-  // Looked for in the bytes: in a double-byte code page its three are not three characters.
+  // Before the conversion: in a double-byte code page these three bytes are not three characters.
   if (manifest.starts_with(kUtf8Mark)) {
     manifest.remove_prefix(kUtf8Mark.size());
   }
   if (manifest.size() > INT_MAX) {
     return;
   }
-  // Left to itself, the parser would take most manifests for UTF-8 and a letter beyond ASCII for
-  // the begin of a sequence, and swallow the quote behind it.
+  // TIXML_ENCODING_LEGACY, as the parser would otherwise read most manifests as UTF-8: a letter
+  // outside ASCII would begin a multi-byte sequence, which could include the quote after it.
   document.Parse(WideToAnsi(Decode(manifest)), nullptr, TIXML_ENCODING_LEGACY);
-  if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {  // that of the altered parser: too deep
+  if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {  // set by our altered parser: nested too deep
     document.Clear();
   }
 }

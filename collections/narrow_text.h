@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <array>
 
-/// A text in the thread's ANSI code page, as the unzip library takes it, in a buffer on the stack.
+/// A string argument for the unzip library: converted to the thread's ANSI code page
+/// (CP_THREAD_ACP), in a buffer inside this object.
 class CNarrowText {
  public:
   explicit CNarrowText(const CStringW& text) {
@@ -19,8 +20,8 @@ class CNarrowText {
   LPSTR Get() { return m_isConverted ? m_bytes.data() : nullptr; }
 
  private:
-  // The library refuses names of more than 16224 bytes, as it does null: a text that is too long
-  // for this buffer ends the way that it would in a longer one.
+  // The library refuses names of more than 16224 bytes, and null. So a text that is too long for
+  // this buffer fails in either case.
   static constexpr int kLongestText = 16384;
   static constexpr int kBufferSize = 2 * kLongestText + 1;
 

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// The pauses of the pipeline, in milliseconds: between the steps of a stage, between chunks (which
-// caps a transfer at about 100 KB a second), and for a line that the user is to read.
+// Pauses of the collection pipeline: a short one between steps and between the chunks of a transfer
+// (which limits it to about 100 KB a second), and one that leaves the user time to read a line.
 
 inline constexpr DWORD kShortPauseMs = 100;
 inline constexpr DWORD kReadingPauseMs = 700;

@@ -26,7 +26,7 @@ constexpr UINT kLongestSourceUrl = 1000;
 constexpr DISPID kSourceUrlId = 0;
 constexpr DISPID kDownloadFileId = 1;
 
-/// Opens a file by its type. Quirk 67: ignores the result.
+/// Opens a file by its association. Quirk 67: ignores the result.
 void OpenInShell(const CStringW& path) {
   SHELLEXECUTEINFOW info = {};
   info.cbSize = sizeof(info);
@@ -88,7 +88,7 @@ bool CQDCDownload::PrepareTempFolder() {
 }
 
 STDMETHODIMP CQDCDownload::DownloadFile(BSTR SourceURL) {
-  // The dialog pumps messages: the page may let go of this object while it is open.
+  // The page may release this object while the dialog is open.
   const CComPtr<IUnknown> self(GetUnknown());
   HRESULT result = S_OK;
   const HRESULT guarded = CallGuarded([&] { result = RunDownload(SourceURL); });
@@ -105,7 +105,7 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
   if (SysStringLen(sourceUrl) > kLongestSourceUrl) {
     return E_INVALIDARG;
   }
-  // Without it the dialog's progress bar has no window class in some hosts, and there is no dialog.
+  // Registers the progress bar's window class, which some hosts lack and the dialog needs.
   const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&controls);
   CZipProgressDialog dialog(url, archive.GetText(), m_contentFolder);
@@ -121,7 +121,7 @@ void CQDCDownload::ShowNotReady() {
   MessageBoxW(FindOwnerWindow(), kNotReadyText, kProductName, MB_ICONHAND);
 }
 
-/// The control's own window, else that of the container it stands in, else none.
+/// Returns the control's window, else its container's, else null.
 HWND CQDCDownload::FindOwnerWindow() {
   if (m_hWnd != nullptr) {
     return m_hWnd;
@@ -172,7 +172,8 @@ STDMETHODIMP CQDCDownload::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LC
 
 STDMETHODIMP CQDCDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params,
                                   VARIANT* result, EXCEPINFO* exception, UINT* argumentError) {
-  // Quirk 73: the order of these tests decides which error a caller gets.
+  // Quirk 73: a call with several errors returns the code of the first test that fails, so the
+  // order must stay.
   if (params == nullptr) {
     return DISP_E_BADVARTYPE;
   }

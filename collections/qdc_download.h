@@ -5,16 +5,18 @@
 
 #include "com/scriptable_control.h"
 
-/// The control by which a page downloads an archive of collections and adds them to the user's
+/// The control with which a page downloads an archive of collections and adds them to the user's
 /// content folder.
 ///
-/// Everything runs on the thread that calls, the page's. Each call runs a modal dialog of its own,
-/// and the object outlives the call even when the page lets go of it meanwhile.
+/// All members run on the calling thread, which is the page's. Each call runs a modal dialog of its
+/// own and holds a reference on the object, as the page may release it meanwhile.
 class CQDCDownload : public CScriptableControl<CQDCDownload, &CLSID_CQDCDownload>,
                      public IQDCDownload {
  public:
-  /// Finds the folders and makes sure of them. Never fails: what is missing shows when the page
-  /// asks for a download.
+  /// Creates the content folder and the temporary folder if they are missing, and initialises COM
+  /// for the thread. Throws nothing: after a failure `DownloadFile` shows a message and returns
+  /// E_FAIL, or, when only the content folder could not be created, reports that when a collection
+  /// is added.
   CQDCDownload();
 
   /// Writes or removes this class's registry tree; called by the module.
@@ -26,23 +28,24 @@ class CQDCDownload : public CScriptableControl<CQDCDownload, &CLSID_CQDCDownload
   COM_INTERFACE_ENTRY_CHAIN(CScriptableControl)
   END_COM_MAP()
 
-  /// Downloads the archive at `SourceURL`, an address on a trusted host or a path. S_OK whenever
-  /// its dialog was to be shown, however that ended; E_INVALIDARG for more than 1000 characters;
-  /// E_FAIL, after a message, when the control could not be made ready.
+  /// Downloads the archive at `SourceURL`, which is an address on a trusted host or a file's path,
+  /// in a modal dialog. Returns S_OK whatever the dialog's result was, E_INVALIDARG for more than
+  /// 1000 characters, and E_FAIL, after a message, when the constructor has failed.
   STDMETHOD(DownloadFile)(BSTR SourceURL) override;
 
-  // Names and numbers of the one method, without the type library: pages are served even when that
-  // is not registered.
+  // IDispatch without the type library, so that scripts can call DownloadFile even when that is not
+  // registered.
   STDMETHOD(GetTypeInfoCount)(UINT* count) override;
   STDMETHOD(GetTypeInfo)(UINT index, LCID lcid, ITypeInfo** info) override;
   STDMETHOD(GetIDsOfNames)(REFIID riid, LPOLESTR* names, UINT count, LCID lcid,
                            DISPID* ids) override;
-  /// Hands back what `DownloadFile` returns.
+  /// Returns the result of `DownloadFile`, or a DISP_E_ code when the call or its argument is
+  /// wrong.
   STDMETHOD(Invoke)(DISPID dispid, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params,
                     VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
 
  private:
-  friend struct CQDCDownloadPeer;  // The tests' way to the members.
+  friend struct CQDCDownloadPeer;  // The tests' access to private members.
 
   bool PrepareContentFolder();
   bool PrepareTempFolder();

@@ -1,9 +1,9 @@
 #pragma once
 
-// The hosts that collections may be downloaded from. This is the one file that a deployment edits,
-// or replaces with the CMake setting FOLIVO_TRUSTED_HOSTS_FILE: nine bare lower-case names, without
-// scheme, "www." or port. A name is a prefix: two below are sub-domains of a third and stand here
-// for themselves.
+// The hosts that collections may be downloaded from. This is the only file that a deployment edits,
+// or replaces with the CMake setting FOLIVO_TRUSTED_HOSTS_FILE: exactly nine host names in lower
+// case, without scheme, "www." or port. A host is trusted when it begins with one of them, so a
+// sub-domain needs an entry of its own.
 
 inline constexpr const wchar_t* kTrustedHosts[] = {
     L"folivo-collections.example",

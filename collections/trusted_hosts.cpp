@@ -7,13 +7,16 @@
 
 #include FOLIVO_TRUSTED_HOSTS_FILE
 
-// Whatever list was built in. A name that breaks the rule would trust nothing, or everything.
-static_assert(std::size(kTrustedHosts) == 9);
-static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName));
+// Checks the list that is built in, also one that replaces ours. A name in another form would trust
+// no host, and an empty one every host.
+static_assert(std::size(kTrustedHosts) == 9, "the list of trusted hosts must have nine names");
+static_assert(
+    std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName),
+    "a trusted host must be a name in lower case, without scheme, \"www.\", port or slash");
 
 namespace {
 
-/// Removes `prefix` from the beginning of `text`. Quirk 48: the case must match.
+/// Removes `prefix` from the beginning of `text`. Quirk 48: case-sensitive.
 void DropPrefix(CStringW& text, const CStringW& prefix) {
   if (text.Left(prefix.GetLength()) == prefix) {
     text = text.Mid(prefix.GetLength());

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kNotSupplied = 1;
 
-// A name longer than a path can be is cut in the report.
+// The report truncates names that are longer than any path.
 constexpr int kReportedNameLength = 1024;
 
 CSimpleArray<CStringW>* g_listingTarget = nullptr;

@@ -5,10 +5,10 @@
 
 #include "collections/unzip_interface.h"
 
-// What the unzip library calls. It is C code that no exception may pass through: none of these lets
-// one out.
+// The functions that the unzip library calls. They throw nothing, as the library is C code.
 
-/// Registers, for its scope, the list that `UnzipListEntry` fills. One at a time in the process.
+/// Makes `entries` the list that `UnzipListEntry` appends to, until scope end. Only one such object
+/// may exist in the process at a time.
 class CUnzipListingTarget {
  public:
   explicit CUnzipListingTarget(CSimpleArray<CStringW>& entries);
@@ -16,15 +16,15 @@ class CUnzipListingTarget {
   CUnzipListingTarget(const CUnzipListingTarget&) = delete;
   CUnzipListingTarget& operator=(const CUnzipListingTarget&) = delete;
 
-  /// False when there was no memory for one of the names.
+  /// False when a name could not be appended because of a failed allocation.
   bool HasAllNames() const;
 };
 
-/// Writes the library's text to standard output.
+/// Writes the library's text to standard output and returns `length`.
 int WINAPI UnzipPrint(LPSTR text, unsigned long length);
-/// Never reached by a listing or an extraction into memory.
+/// Refuses to replace a file. Neither a listing nor an extraction to memory asks.
 int WINAPI UnzipReplace(LPSTR entry);
-/// Supplies no password.
+/// Returns that there is no password.
 int WINAPI UnzipPassword(LPSTR buffer, int size, LPCSTR prompt, LPCSTR entry);
 
 /// Appends the entry's name to the registered list.

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// The published programming interface of the unzip library, version 5.5x: what it is given and what
-// it calls. Natural alignment; texts in the ANSI code page.
+// The published programming interface of the unzip library, version 5.5x: its structures, functions
+// and callbacks. Structures have natural alignment; strings are in the ANSI code page.
 
 using UnzipPrintFn = int(WINAPI*)(LPSTR text, unsigned long length);
 using UnzipSoundFn = void(WINAPI*)();
@@ -37,7 +37,7 @@ struct DCL {
 };
 static_assert(sizeof(DCL) == 80);
 
-/// The caller's functions, and totals that the engine fills in.
+/// The caller's callbacks, and totals that the engine fills in.
 struct USERFUNCTIONS {
   UnzipPrintFn print;
   UnzipSoundFn sound;
@@ -53,7 +53,7 @@ struct USERFUNCTIONS {
 };
 static_assert(sizeof(USERFUNCTIONS) == 72);
 
-/// An entry in memory of the library's own.
+/// An extracted entry in memory that the library has allocated.
 struct UzpBuffer {
   unsigned long strlength;
   char* strptr;

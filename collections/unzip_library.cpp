@@ -16,7 +16,7 @@ constexpr wchar_t kLibraryName[] = L"UNZIP32.DLL";
 constexpr DWORD kPathLength = 260;
 constexpr int kFirstFailure = 2;  // 0 is success, 1 success with a warning
 
-/// The library's functions, bound anew at each load.
+/// The library's functions, looked up after each load.
 struct CUnzipFunctions {
   WizSingleEntryUnzipFn singleEntryUnzip = nullptr;
   WizUnzipToMemoryFn unzipToMemory = nullptr;
@@ -28,9 +28,9 @@ struct CUnzipFunctions {
 };
 CUnzipFunctions g_functions;
 
-/// One use of the library, from its load to its release: browser windows have threads of their own,
-/// the listing's target and the bound functions are the process's, and the engine keeps globals.
-/// Not recursive: no callback serves messages.
+/// Lock for one use of the library, from its load to its release. Each browser window has a thread
+/// of its own, while the list that a listing fills, the function pointers and the engine's state
+/// are global. Not recursive: no callback dispatches messages.
 class CUnzipUse {
  public:
   CUnzipUse() { AcquireSRWLockExclusive(&s_lock); }
@@ -42,11 +42,11 @@ class CUnzipUse {
   static inline SRWLOCK s_lock = SRWLOCK_INIT;
 };
 
-/// Copies an entry out of the library's memory, which it then gives back. `size` and `data` change
-/// only when that works.
+/// Copies an entry from the library's memory and frees that. Sets `size` and `data` only on
+/// success.
 bool TakeEntry(UzpBuffer& buffer, unsigned long& size, std::unique_ptr<char[]>& data) {
   if (buffer.strptr == nullptr) {
-    return false;  // The published library answers so, with a good result, for most failures.
+    return false;  // For most failures the library returns success without a buffer.
   }
   const unsigned long length = buffer.strlength;
   const HRESULT copied = CallGuarded([&] {
@@ -67,7 +67,7 @@ void FillUserFunctions(USERFUNCTIONS& functions, UnzipMessageFn message) {
   functions.ServCallBk = nullptr;
 }
 
-/// A listing of the whole archive. What is not named here stays 0 too.
+/// Sets the options for listing the whole archive. All other options are 0.
 void FillListingOptions(DCL& options, LPSTR archive) {
   options.ExtractOnlyNewer = 0;
   options.PromptToOverwrite = 0;

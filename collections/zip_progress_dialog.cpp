@@ -26,7 +26,7 @@ CZipProgressDialog::CZipProgressDialog(const CStringW& sourceUrl, const CStringW
     : m_zipPath(zipPath), m_sourceUrl(sourceUrl), m_contentFolder(contentFolder) {}
 
 CZipProgressDialog::~CZipProgressDialog() {
-  // A dialog whose window somebody else destroyed never came to its end.
+  // EndWithResult was not called when other code has destroyed the window.
   if (m_phase != Phase::kEnded) {
     CloseHandles();
   }
@@ -35,13 +35,13 @@ CZipProgressDialog::~CZipProgressDialog() {
 LRESULT CZipProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam,
                                          BOOL& handled) {
   CAxDialogImpl<CZipProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
-  handled = TRUE;  // The base leaves the message open, and the default focus would not be set.
+  handled = TRUE;  // The base class sets FALSE, and the system would not set the default focus.
   CenterWindow();
   SetStatus(kDownloadingStage, L"");
   ::EnableWindow(GetDlgItem(IDOK), FALSE);
   ::EnableWindow(GetDlgItem(IDCANCEL), TRUE);
   SetTimer(kStartTimer, kStartDelayMs);
-  // On a failure the buttons stay where the template has them.
+  // On failure the buttons keep their places from the template.
   CallGuarded([this] {
     LayoutButtonRow(true, m_hWnd, IDOK, kOkLabel, IDCANCEL, kCancelCollectionLabel, 0, CStringW(),
                     0, CStringW(), false);
@@ -104,7 +104,7 @@ void CZipProgressDialog::RunPipeline() {
   FinishPipeline(*document);
 }
 
-/// What follows a manifest that was read.
+/// Runs the stages after the manifest.
 void CZipProgressDialog::FinishPipeline(const TiXmlDocument& document) {
   m_shortageText = kCannotAddText;
   if (FAILED(AddCollections(document))) {
@@ -114,7 +114,7 @@ void CZipProgressDialog::FinishPipeline(const TiXmlDocument& document) {
   AskToView();
 }
 
-/// The closing question, in the dialog itself: its buttons end it with the answer.
+/// Asks, in the dialog itself, whether to view the collections. Its buttons then end the dialog.
 void CZipProgressDialog::AskToView() {
   m_phase = Phase::kAsking;
   SetStatus(kCompletedStage, kViewQuestion);
@@ -147,8 +147,8 @@ void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
   ShowError(text);
 }
 
-/// False when somebody else has destroyed it while a system dialog served messages. The member is
-/// cleared later, once the outermost message has returned.
+/// Returns false when the window was destroyed while a system dialog dispatched messages. ATL
+/// clears m_hWnd later, when the outermost message handler has returned.
 bool CZipProgressDialog::HasWindow() const { return ::IsWindow(m_hWnd) != FALSE; }
 
 void CZipProgressDialog::EndWithResult(int code) {
@@ -158,7 +158,7 @@ void CZipProgressDialog::EndWithResult(int code) {
   m_phase = Phase::kEnded;
   CloseHandles();
   if (code == kCollectionFailed) {
-    // Out of memory the archive stays, but the dialog ends.
+    // Out of memory leaves the archive behind, but the dialog ends.
     CallGuarded([this] { DeleteFileForced(CFilePath(m_zipPath)); });
   }
   if (HasWindow()) {
@@ -166,7 +166,8 @@ void CZipProgressDialog::EndWithResult(int code) {
   }
 }
 
-/// Closes what the transfer opened. Quirk 65: the members are not reset.
+/// Closes the transfer's handles. Quirk 65: does not reset the members, which nothing uses after
+/// this.
 void CZipProgressDialog::CloseHandles() {
   if (m_hFile != INVALID_HANDLE_VALUE) {
     CloseHandle(m_hFile);  // Null when no file was created: CloseHandle then only returns FALSE.

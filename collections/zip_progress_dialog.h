@@ -23,20 +23,20 @@ enum CollectionResult {
   kCollectionFailed = 3,
 };
 
-/// The modal dialog that downloads one archive of collections, reads its manifest, and adds what
-/// that names to the user's content folder.
+/// The modal dialog that downloads an archive of collections, reads its manifest and adds the files
+/// that the manifest names to the user's content folder.
 ///
-/// One thread: the whole pipeline runs inside the dialog's first timer tick, with short pauses so
-/// that each stage can be read, and pumps no messages. A stage that fails has shown its message and
-/// ended the dialog. The system's own dialogs that a stage shows do pump messages: commands and
-/// timer messages that come meanwhile are ignored, so that the stage alone decides. When the window
-/// is destroyed meanwhile, the pipeline stops without a message.
+/// There is one thread. The whole pipeline runs in the handler of the dialog's first timer message,
+/// with pauses so that the user can read each line, and does not pump messages. A stage that fails
+/// shows its message and ends the dialog before it returns. Message boxes and system dialogs that a
+/// stage shows do pump messages; the dialog ignores commands and timer messages meanwhile. When its
+/// window is destroyed meanwhile, the pipeline stops without a message.
 class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CWindow> {
  public:
   enum { IDD = IDD_COLLECTION_DOWNLOAD };
 
-  /// `sourceUrl`: address or path of the archive; `zipPath`: the file that it is written to;
-  /// `contentFolder`: where collections are added.
+  /// `sourceUrl`: address or path of the archive. `zipPath`: the file that it is downloaded to.
+  /// `contentFolder`: the folder in which collections are added.
   CZipProgressDialog(const CStringW& sourceUrl, const CStringW& zipPath,
                      const CStringW& contentFolder);
   // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
@@ -44,7 +44,7 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   CZipProgressDialog(const CZipProgressDialog&) = delete;
   CZipProgressDialog& operator=(const CZipProgressDialog&) = delete;
 
-  /// Full paths of the collection files written, in order.
+  /// Full paths of the collection files that were added, in order.
   const CSimpleArray<CStringW>& GetAddedFiles() const { return m_addedFiles; }
 
   BEGIN_MSG_MAP(CZipProgressDialog)
@@ -55,13 +55,13 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   END_MSG_MAP()
 
  private:
-  friend struct CZipProgressDialogPeer;  // The tests' way to single stages.
+  friend struct CZipProgressDialogPeer;  // The tests' access to single stages.
 
   enum class Phase {
     kWaiting,  // for the first timer tick
     kRunning,  // inside the pipeline
     kAsking,   // the closing question
-    kEnded,    // EndWithResult has acted
+    kEnded,    // EndWithResult was called
   };
 
   LRESULT OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
@@ -100,13 +100,13 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   CStringW m_contentFolder;
   CSimpleArray<CStringW> m_addedFiles;
   CSimpleArray<CStringW> m_entries;
-  bool m_done = false;       // the transfer has read the end of the data
-  bool m_firstChunk = true;  // the first chunk has not been checked
+  bool m_done = false;       // the whole archive has been read
+  bool m_firstChunk = true;  // the next chunk is the first, to be checked
   HINTERNET m_hSession = nullptr;
   HINTERNET m_hRequest = nullptr;
   HANDLE m_hFile = nullptr;     // the archive while it is written
   std::int32_t m_total = 0;     // expected bytes
   std::int32_t m_received = 0;  // bytes written
   Phase m_phase = Phase::kWaiting;
-  LPCWSTR m_shortageText = kUnavailableText;  // what a stage that runs out of memory says
+  LPCWSTR m_shortageText = kUnavailableText;  // message of a stage that runs out of memory
 };

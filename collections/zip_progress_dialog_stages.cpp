@@ -1,4 +1,5 @@
-// The collection dialog's stages behind the download: the manifest, and what it names.
+// CZipProgressDialog's stages 3 and 4: reading the manifest, and adding the collections that it
+// names.
 #include "collections/zip_progress_dialog.h"
 
 #include <shlwapi.h>
@@ -23,7 +24,8 @@ constexpr char kCollectionElement[] = "DownloadedFile";
 constexpr char kFileNameAttribute[] = "Filename";
 constexpr char kDestinationAttribute[] = "Destination";
 
-/// The attribute's text; empty without one. `isPresent` tells the two apart.
+/// Returns the attribute's text; empty when it is missing or empty, which `isPresent`
+/// distinguishes.
 CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPresent = nullptr) {
   const char* const value = element.Attribute(name);
   if (isPresent != nullptr) {
@@ -63,7 +65,7 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     unsigned long size = 0;
     std::unique_ptr<char[]> data;
     if (isManifest && UnzipEntryToMemory(m_zipPath, name, &size, &data)) {
-      isRead = true;  // Whether it parses or not.
+      isRead = true;  // Even if it cannot be parsed.
       ParseManifest(std::string_view(data.get(), size), document);
     }
   }
@@ -118,7 +120,7 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
     return E_FAIL;
   }
   if (!m_addedFiles.Add(path.GetText())) {
-    DeleteFileForced(path);  // Nobody would learn of it.
+    DeleteFileForced(path);  // It would be missing in the list of added files.
     AtlThrow(E_OUTOFMEMORY);
   }
   outputPath = path;

@@ -1,4 +1,5 @@
-// The collection dialog's first stage: the archive, from a trusted host or a local path.
+// CZipProgressDialog's stage 1: downloads the archive from a trusted host, or copies it from a
+// local path.
 #include "collections/zip_progress_dialog.h"
 
 #include <shlwapi.h>
@@ -28,7 +29,7 @@ constexpr std::int32_t kAssumedArchiveSize = 2000000;
 constexpr int kCheckedCharacters = 10;
 constexpr wchar_t kPageMarker[] = L"<html>";
 
-/// Whether a chunk, taken for a text up to its first zero byte, begins like a page. Quirk 58: only
+/// Whether a chunk, read as text up to its first zero byte, begins like a page. Quirk 58: only
 /// "<html>" itself, in lower case, within the first ten characters.
 bool LooksLikePage(const char* chunk, DWORD size) {
   const char* const end = std::find(chunk, chunk + size, '\0');
@@ -97,8 +98,9 @@ bool CZipProgressDialog::OpenTransfer() {
   return true;
 }
 
-/// Opens session and request, asking the user for credentials where the server does. False when the
-/// archive is not to be had.
+/// Opens the session and the request. Shows the system's dialog when the server asks for
+/// credentials. Returns false when that fails, when the status is refused, or when the dialog's
+/// window was destroyed.
 bool CZipProgressDialog::OpenRequest() {
   // Quirk 54: without the user's proxy, unlike a lesson's download.
   m_hSession = InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);
@@ -111,7 +113,7 @@ bool CZipProgressDialog::OpenRequest() {
     const DWORD answer =
         InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr);
     if (!HasWindow()) {
-      return false;  // Whoever waited for the archive is gone.
+      return false;  // The window was destroyed while the system's dialog was open.
     }
     if (answer != ERROR_INTERNET_FORCE_RETRY) {
       break;

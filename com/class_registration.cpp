@@ -9,7 +9,7 @@ HRESULT UpdateClassRegistry(UINT scriptId, LPCWSTR friendlyName, BOOL registers)
   constexpr int kGuidLength = 39;
   wchar_t libraryId[kGuidLength] = {};
   StringFromGUID2(LIBID_MERLOFolivoIEPlugin, libraryId, kGuidLength);
-  // The module itself adds its path.
+  // The module adds %MODULE%, its path.
   _ATL_REGMAP_ENTRY replacements[] = {{L"APPID", L"" FOLIVO_APPLICATION_ID},
                                       {L"FriendlyName", friendlyName},
                                       {L"MODULETYPE", L"InprocServer32"},

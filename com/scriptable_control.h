@@ -7,11 +7,12 @@
 
 #include "folivo_plugin_h.h"
 
-/// What the controls that pages script have in common: a full control with a window of its own,
-/// safe for scripting and for initialisation by a page, without events, properties or pages.
+/// Base class of the controls that pages script: a full ActiveX control with a window of its own,
+/// marked safe for scripting and for initialisation. It has no events and no property pages, and
+/// saves nothing but its size.
 ///
-/// `T` is the class, which derives from this and from its dual interface, and has a COM map of its
-/// own with those two:
+/// `T`, the control's class, derives from this class and from its dual interface, and has a COM map
+/// with that interface, chained to this class's map:
 ///
 ///   BEGIN_COM_MAP(T)
 ///   COM_INTERFACE_ENTRY(IMine)
@@ -66,7 +67,7 @@ class CScriptableControl
   COM_INTERFACE_ENTRY_IID(IID_IObjectSafety, IObjectSafety)
   END_COM_MAP()
 
-  // Only the size is kept with the page that the control stands in.
+  // The size is all that the control saves.
   BEGIN_PROP_MAP(T)
   PROP_DATA_ENTRY("_cx", m_sizeExtent.cx, VT_UI4)
   PROP_DATA_ENTRY("_cy", m_sizeExtent.cy, VT_UI4)
@@ -77,7 +78,7 @@ class CScriptableControl
   DEFAULT_REFLECTION_HANDLER()
   END_MSG_MAP()
 
-  /// Nothing to see: the background of a window.
+  /// Draws the window background and nothing else.
   HRESULT OnDraw(ATL_DRAWINFO& info) override {
     const RECT bounds = {info.prcBounds->left, info.prcBounds->top, info.prcBounds->right,
                          info.prcBounds->bottom};

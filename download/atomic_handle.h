@@ -7,15 +7,16 @@
 
 #include "base/last_error_keeper.h"
 
-/// Owner of one system handle that two threads share without a lock. Whoever takes the handle out
-/// closes it, so it is closed once.
+/// Owner of one system handle that two threads share without a lock. A thread closes the handle
+/// only after it has exchanged it for the empty value, so the handle is closed exactly once.
 ///
-/// That keeps a closer from meeting a recycled value, but not a user: between `Get` and the
-/// system's own look at the value the other thread may close it, and the system may give the same
-/// value to a new handle. A file is therefore taken out while it is written. A WinINet handle
-/// cannot be: its close is what wakes the read that uses it. What remains there is a stopped worker
-/// that reads from somebody else's new request; the worker discards what it has read, but the other
-/// one misses it. `Traits` names the handle type, its empty value and how it is closed.
+/// That protects closing, not using: between `Get` and the system call that gets the value, the
+/// other thread may close the handle, and the system may reuse the value for a new one. Therefore a
+/// file handle is taken out of its owner while it is written to. A WinINet handle stays in its
+/// owner during a read, because closing it is what ends the read. So one race remains: a stopped
+/// worker may read from a new request that has the same handle value. The worker discards those
+/// bytes, but the request's real reader does not get them. `Traits` has the handle type, its empty
+/// value and how it is closed.
 template <typename Traits>
 class CAtomicHandle {
  public:
@@ -26,18 +27,18 @@ class CAtomicHandle {
   CAtomicHandle(const CAtomicHandle&) = delete;
   CAtomicHandle& operator=(const CAtomicHandle&) = delete;
 
-  /// The handle as it is now; still owned here, and closed by the other thread at any moment.
+  /// The current handle. This object still owns it, and the other thread may close it at any time.
   Handle Get() const { return m_handle.load(); }
-  /// Whether there is a handle now.
+  /// Whether there is a handle at the moment.
   bool IsOpen() const { return Get() != Traits::Empty(); }
 
-  /// Hands the handle over to the caller and leaves this one empty.
+  /// Transfers ownership of the handle to the caller.
   Handle Take() { return m_handle.exchange(Traits::Empty()); }
 
-  /// Takes over `handle`, closing one that is still held.
+  /// Takes ownership of `handle`, and closes the one that was owned before.
   void Put(Handle handle) { CloseValue(m_handle.exchange(handle)); }
 
-  /// Closes the handle, if there is one, keeping the thread's last error.
+  /// Closes the handle, if there is one. Preserves the thread's last error.
   void Close() { CloseValue(Take()); }
 
  private:

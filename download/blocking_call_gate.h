@@ -2,22 +2,22 @@
 
 #include <atomic>
 
-/// Where a download's worker and its dialog's thread agree whether the worker may be waited for.
+/// Decides whether the dialog thread may wait for a download's worker to end.
 ///
-/// The worker makes every call that disk, network or user can hold up inside a `CCall`, and only if
-/// that allows it. The dialog's thread stops the worker by `Stop`, which tells whether the worker
-/// is in such a call.
+/// The worker makes each call that can block (network, disk, message boxes) in the scope of a
+/// `CCall`, and only if that converts to true. The dialog thread stops the worker with `Stop`,
+/// which returns whether the worker is outside such a call.
 ///
-/// Both sides write first and look second: the worker enters the call and then looks at the running
-/// flag; the dialog's thread clears the flag and then looks for a call. All four accesses are
-/// sequentially consistent, so there is one order of them for both threads, and the side that looks
-/// last sees what the other one wrote. If `Stop` finds no call, the worker's next look comes behind
-/// the cleared flag, and the call is not made. In any other order, or with acquire and release
-/// alone, each side could look before it sees the other's write: the dialog's thread would then
-/// wait for a worker that is about to enter a call that never returns.
+/// Each thread first writes and then reads: the worker marks itself inside a call and then reads
+/// the running flag; the dialog thread clears the running flag and then reads the mark. All four
+/// accesses are sequentially consistent, so both threads see them in one order, and the thread that
+/// reads last sees the other one's write. If `Stop` finds the worker outside, the worker's next
+/// read of the running flag returns false and it does not make the call. With the reads first, or
+/// with acquire and release only, both threads could miss the other's write; the dialog thread
+/// would then wait for a worker that is about to make a call which may never return.
 class CBlockingCallGate {
  public:
-  /// `running` is cleared by `Stop` and outlives this object.
+  /// `Stop` clears `running`, which must outlive this object.
   explicit CBlockingCallGate(std::atomic<bool>& running) : m_running(running) {}
   CBlockingCallGate(const CBlockingCallGate&) = delete;
   CBlockingCallGate& operator=(const CBlockingCallGate&) = delete;
@@ -41,16 +41,17 @@ class CBlockingCallGate {
     bool m_isAllowed = false;
   };
 
-  /// Stops the worker: it makes no further call. True when it is in none either, so that nothing
-  /// holds up its end. False when it is in one: it is left behind then, and cleans up after itself.
-  /// Dialog's thread.
+  /// Stops the worker: it makes no further blocking call. Returns true when it is outside such a
+  /// call, so that it can be waited for. Returns false when it is inside one: the worker is then
+  /// "left behind", which means that the dialog thread does not wait, and the worker cleans up by
+  /// itself. Dialog thread.
   bool Stop() {
     m_running = false;
     Replace(kInside, kLeftBehind);
     return m_place != kLeftBehind;
   }
 
-  /// Whether a `Stop` found the worker in a call. Any thread.
+  /// Whether `Stop` has found the worker inside a call. Any thread.
   bool IsLeftBehind() const { return m_place == kLeftBehind; }
 
  private:

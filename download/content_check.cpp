@@ -13,7 +13,8 @@ constexpr std::uint8_t kZlibHeader[] = {0x78, 0x9C};
 constexpr std::uint8_t kCompoundFileHeader[] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
 constexpr std::uint8_t kZipHeader[] = {0x50, 0x4B, 0x03, 0x04};
 
-// Quirk 24: compared byte for byte: no byte-order mark, no other case, quotes or line ends.
+// Quirk 24: compared byte by byte. A byte-order mark, another case, other quotes or other line ends
+// do not match.
 constexpr const char* kLessonXmlPrefixes[] = {
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><qdk ",
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\r\n<qdk ",

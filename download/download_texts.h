@@ -1,6 +1,6 @@
 #pragma once
 
-// Every text that the download engine shows, as it stands on the screen.
+// All texts that the download dialog and its transfer show.
 
 inline constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
 inline constexpr wchar_t kDownloadTitleSe[] = L"MERLO Folivo SE File Download";
@@ -17,5 +17,5 @@ inline constexpr wchar_t kCannotWriteText[] = L"Unable to write to the destinati
 inline constexpr wchar_t kNotAFolivoFileText[] =
     L"The file %s is not a valid Folivo file. Please ensure that the link to the Folivo file is "
     L"valid.";
-// Shown in place of any of these when there is no memory for its text.
+// Shown instead of one of these when there is not enough memory to format it.
 inline constexpr wchar_t kNoMemoryText[] = L"There is not enough memory to download the file.";

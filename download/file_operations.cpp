@@ -13,7 +13,7 @@ bool CreateFolderTree(const CFilePath& path) {
   }
   CFilePath parent = path;
   if (parent.RemoveLastComponent()) {
-    // Whether the parent came about shows in the last step.
+    // Ignores the result: CreateDirectoryW below fails without the parent.
     CreateFolderTree(parent);
   }
   return CreateDirectoryW(path, nullptr) != FALSE;

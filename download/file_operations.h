@@ -17,18 +17,19 @@ bool PathExists(const CFilePath& path);
 /// True when a folder of that path exists.
 bool IsFolder(const CFilePath& path);
 
-/// Creates the folder and those above it. True when it exists afterwards or was created.
+/// Creates the folder, and those above it that are missing. Returns true when the path existed
+/// before or the folder was created.
 bool CreateFolderTree(const CFilePath& path);
 
-/// Deletes a file, a read-only one too. True when it is absent or was deleted.
+/// Deletes a file, even a read-only one. Returns true when it is missing or was deleted.
 bool DeleteFileForced(const CFilePath& path);
 
-/// Copies a file; true on success.
+/// Copies a file. Returns true on success.
 bool CopyFileTo(const CFilePath& source, const CFilePath& target, bool failIfExists);
 
 /// Opens a C stream whose handle child processes do not inherit; null on failure.
 CFileStream OpenFileNoInherit(const CFilePath& path, LPCWSTR mode);
 
-/// The file's size in bytes, as far as 32 signed bits hold it; -1 for a folder or an unreadable
-/// file.
+/// Returns the file's size in bytes, as a signed 32-bit value; -1 for a folder and for a file that
+/// is missing or cannot be read.
 int GetFileSize32(const CFilePath& path);

@@ -9,7 +9,7 @@ namespace {
 constexpr wchar_t kSeparator = L'\\';
 constexpr std::wstring_view kIllegalNameChars = L"<>:\"/\\|?*";
 
-// A colon further left belongs to a plain drive path ("C:\"), not to a prefix in front of one.
+// A colon before this index belongs to a plain drive path ("C:\"), which has no prefix.
 constexpr int kFirstPrefixedColon = 4;
 
 }  // namespace
@@ -70,7 +70,7 @@ void CFilePath::AppendComponent(const CStringW& component) {
 
 int CFilePath::FindExtension() const {
   const int dot = m_text.ReverseFind(L'.');
-  // A dot in a folder's name is no extension of the file.
+  // A dot in a folder's name does not begin the file's extension.
   return dot >= m_text.ReverseFind(kSeparator) ? dot : -1;
 }
 

@@ -3,33 +3,34 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-/// The text in the normal form of a path: "/" becomes "\", one trailing backslash goes, and what
-/// stands in front of a drive letter ("\\?\", "file:///") is dropped.
+/// Returns the text in the normal form of a path: with "\" for each "/", without one trailing
+/// backslash, and without a prefix in front of a drive letter ("\\?\", "file:///").
 CStringW NormalizePath(const CStringW& text);
 
-/// The name without the characters that Windows forbids in file names; may come out empty.
+/// Returns the name without the characters that Windows forbids in file names. The result may be
+/// empty.
 CStringW RemoveIllegalFileNameChars(const CStringW& name);
 
-/// A path held in normal form. Empty stands for no path. A value: copying shares the text.
+/// A path in normal form; empty for no path. Can be copied like a string.
 class CFilePath {
  public:
   CFilePath() = default;
-  /// Normalises the text; any text is a path.
+  /// Normalises the text. Accepts any text.
   CFilePath(const CStringW& text);  // NOLINT(google-explicit-constructor)
   CFilePath(LPCWSTR text);          // NOLINT(google-explicit-constructor)
 
   /// The text in normal form.
   const CStringW& GetText() const { return m_text; }
-  /// The same for system calls; valid as long as this object is unchanged.
+  /// The same, for system calls. Valid until this object changes.
   operator LPCWSTR() const { return m_text; }  // NOLINT(google-explicit-constructor)
   /// Whether this stands for no path.
   bool IsEmpty() const { return m_text.IsEmpty(); }
 
-  /// The text after the last backslash; all of it when there is none.
+  /// The text after the last backslash, or the whole text when there is none.
   CStringW GetFileNamePart() const;
-  /// The path before the last backslash; all of it when there is none (Quirk 41).
+  /// The path before the last backslash, or the whole path when there is none (Quirk 41).
   CFilePath GetParentFolder() const;
-  /// Cuts the last backslash and what follows. False, and no change, when there is none.
+  /// Removes the last backslash and the text after it. Returns false when there is no backslash.
   bool RemoveLastComponent();
   /// Appends a backslash and `component`; an empty component changes nothing.
   void AppendComponent(const CStringW& component);
@@ -44,8 +45,8 @@ class CFilePath {
   CStringW m_text;
 };
 
-/// The file name without its extension, as the system's path functions see it.
+/// Returns the file name without its extension, by PathRemoveExtensionW.
 CStringW RemoveExtension(const CStringW& name);
 
-/// `folder`, a backslash, and `name`.
+/// Returns the path of `name` in `folder`.
 CFilePath JoinPath(const CStringW& folder, const CStringW& name);

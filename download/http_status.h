@@ -2,6 +2,6 @@
 
 #include <windows.h>
 
-/// Whether an answer of this HTTP status is refused. Quirk 21: exactly 204, 403, 404, 410 and 500
-/// are; every other answer is judged by its content, 401 and 503 included.
+/// Whether a response with this HTTP status counts as a failed download. Quirk 21: exactly 204,
+/// 403, 404, 410 and 500. With any other status, 401 and 503 included, the content check decides.
 bool IsRefusedStatus(DWORD status);

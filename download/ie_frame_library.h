@@ -4,24 +4,25 @@
 
 #include "base/scoped_handle.h"
 
-/// The browser's functions for saving outside its protected mode, bound at run time from
-/// "ieframe.dll" since older browsers lack them. The library is freed with the object.
+/// The browser's functions for saving a file from protected mode. Loads "ieframe.dll" and looks
+/// them up at run time, as older browsers do not have them; the destructor frees the library.
 class CIeFrameLibrary {
  public:
   CIeFrameLibrary();
 
-  /// Whether this process runs in the browser's protected mode; false where nobody can tell.
+  /// Whether this process runs in the browser's protected mode. False when the library or the
+  /// function is missing, or when it fails.
   bool IsProtectedModeProcess() const;
 
-  /// IEShowSaveFileDialog's arguments and answer, as documented for it. E_NOTIMPL when missing.
-  /// The caller frees `path` with CoTaskMemFree and hands `state` to SaveFile or CancelSaveFile.
+  /// Calls IEShowSaveFileDialog and returns its result; E_NOTIMPL when the function is missing. The
+  /// caller frees `path` with CoTaskMemFree and passes `state` to SaveFile or CancelSaveFile.
   HRESULT ShowSaveFileDialog(HWND owner, LPCWSTR fileName, LPCWSTR filter, DWORD filterIndex,
                              DWORD flags, LPWSTR* path, HANDLE* state) const;
 
-  /// Ends a save that was not confirmed; nothing when the function is missing.
+  /// Calls IECancelSaveFile. Does nothing when the function is missing.
   void CancelSaveFile(HANDLE state) const;
 
-  /// False when the library or its save function is missing. How the save itself went is not told.
+  /// Calls IESaveFile and ignores its result. Returns false when the function is missing.
   bool SaveFile(HANDLE state, LPCWSTR sourceFile) const;
 
  private:

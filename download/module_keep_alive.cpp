@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What the pool's callback gives back. Owned by the callback once the wait is set.
+/// What the thread pool's callback releases. The callback owns it once the wait is set.
 struct CKeptThread {
   HMODULE module = nullptr;
   CHandle thread;
@@ -31,7 +31,7 @@ HMODULE AddModuleReference() {
 }  // namespace
 
 void KeepModuleUntilThreadEnds(HANDLE thread) {
-  // Taken first and given back last: whatever fails from here on only keeps the module too long.
+  // First, so that after a failure below the module stays loaded and is not freed too early.
   _pAtlModule->Lock();
   const HMODULE module = AddModuleReference();
 

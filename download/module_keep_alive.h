@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-/// Keeps this module loaded, and its lock count up, until `thread` has ended.
+/// Keeps this module loaded, and locked against DllCanUnloadNow, until `thread` has ended.
 ///
-/// A thread cannot do that for itself: it runs the module's code to its very last instruction. So a
-/// pool thread waits for its end and frees the module from outside. The caller keeps ownership of
-/// `thread`. When the system refuses the wait, the module stays for the rest of the process.
+/// A thread cannot free the module whose code it runs. So the system's thread pool waits for its
+/// end and then frees the module (FreeLibraryWhenCallbackReturns). The caller keeps ownership of
+/// `thread`. When the wait cannot be set up, the module stays loaded until the process ends.
 void KeepModuleUntilThreadEnds(HANDLE thread);

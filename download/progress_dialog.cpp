@@ -19,18 +19,19 @@
 
 namespace {
 
-// How long the dialog waits for the disk to take a chunk that the worker is just writing.
+// How long the dialog thread waits for a write in progress.
 constexpr ULONGLONG kWriteWaitMs = 200;
 
-// Sent messages, above all those of the worker to the dialog's controls.
+// Makes PeekMessageW dispatch sent messages, such as the worker's to the dialog's controls, and
+// nothing else.
 constexpr DWORD kServeSentMessages = PM_NOREMOVE | PM_QS_SENDMESSAGE;
 
 }  // namespace
 
 CProgressDialog::Ptr CProgressDialog::Create(const CStringW& url, const CFilePath& tempPath,
                                              HWND browserWindow) {
-  // Two layers of ownership: the worker shares the inner one, so that it never touches a dead
-  // object; the caller's goes at once when it lets go, whatever the worker is doing.
+  // Two levels of ownership: the worker shares the inner pointer, so the object exists as long as
+  // the worker runs; releasing the caller's pointer calls Abandon at once.
   auto shared = std::make_shared<CProgressDialog>(url, tempPath, browserWindow);
   CProgressDialog* const dialog = shared.get();
   return {dialog, [shared = std::move(shared)](CProgressDialog* d) mutable {
@@ -44,7 +45,7 @@ CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath,
       m_url(url),
       m_fileName(m_tempPath.GetFileNamePart()),
       m_browserWindow(browserWindow) {
-  // Without it the dialog's progress bar has no window class, and there is no dialog.
+  // Registers the progress bar's window class, without which the dialog cannot be created.
   const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&controls);
 }
@@ -59,7 +60,7 @@ CProgressDialog::~CProgressDialog() {
 
 void CProgressDialog::Abandon() {
   StopDownload();
-  // Only a file that this dialog made: another download may have come to use the same name.
+  // Only a file that this dialog created: another download may use the same name.
   if (m_opened && !m_tempFileSettled) {
     DeleteTempFile();
   }
@@ -67,7 +68,7 @@ void CProgressDialog::Abandon() {
 
 LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
   CAxDialogImpl<CProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
-  handled = TRUE;  // The base leaves the message open, and the default focus would not be set.
+  handled = TRUE;  // The base class sets FALSE, and the system would not set the default focus.
   m_window = m_hWnd;
   const HRESULT started = CallGuarded([this] {
     ShowInitialState();
@@ -121,12 +122,12 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
 }
 
 LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& handled) {
-  // The dialog manager's DM_GETDEFID has the same number, with a parameter of 0.
+  // With wParam 0 this is the dialog manager's DM_GETDEFID, which has the same number as WM_USER.
   handled = code != 0;
   if (code == 0) {
     return 0;
   }
-  // Without its file there is nothing to deliver: a result came before, or the disk never answers.
+  // There is no file when an earlier result was handled, or when a write has not returned yet.
   if (CloseFile() && code != kDownloadFailed) {
     DeliverFile();
   }
@@ -142,7 +143,7 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
 
 void CProgressDialog::DeliverFile() {
   m_tempFileSettled = true;
-  // Taken out first: the save may serve messages, and one of them may come here again.
+  // Cleared first, as the save may dispatch messages that call this function again.
   if (const HANDLE state = std::exchange(m_saveState, nullptr)) {
     CompleteProtectedSave(state);
     return;
@@ -153,7 +154,8 @@ void CProgressDialog::DeliverFile() {
 }
 
 void CProgressDialog::CompleteProtectedSave(HANDLE state) {
-  // Quirk 37: the temporary file stays. The browser moves it at a time of its own choosing.
+  // Quirk 37: the temporary file stays. From here on the browser uses it, also after IESaveFile has
+  // returned.
   m_fileLeftToBrowser = true;
   const CIeFrameLibrary browser;
   // Quirk 36: false only without the function; what the browser's save returns is ignored.
@@ -163,7 +165,7 @@ void CProgressDialog::CompleteProtectedSave(HANDLE state) {
   }
 }
 
-/// Ends a protected-mode save for which there is no file.
+/// Cancels a protected-mode save that was not completed.
 void CProgressDialog::CancelProtectedSave() {
   if (const HANDLE state = std::exchange(m_saveState, nullptr)) {
     CIeFrameLibrary().CancelSaveFile(state);
@@ -202,14 +204,16 @@ LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
 
 void CProgressDialog::StopDownload() {
   const bool mayBeWaitedFor = m_gate.Stop();
-  // Taken out first: a message served below may come here again.
+  // Cleared first, as a message dispatched below may call this function again.
   if (const std::shared_ptr<boost::thread> worker = std::exchange(m_thread, nullptr)) {
-    // Joining a thread that has ended cannot fail; it is guarded as destructors end up here.
+    // Guarded because destructors call this function. Joining a thread that has ended does not
+    // fail.
     CallGuarded([&] {
       if (m_finished != 0 && mayBeWaitedFor && ServeMessagesUntilEnded(*worker)) {
         worker->join();
       } else {
-        // Quirk 31: neither joined nor terminated. The module stays loaded until it has ended.
+        // Quirk 31: neither joined nor terminated. The worker ends by itself; the module stays
+        // loaded until then.
         KeepModuleUntilThreadEnds(worker->native_handle());
         worker->detach();
       }
@@ -221,8 +225,8 @@ void CProgressDialog::StopDownload() {
   CancelProtectedSave();
 }
 
-/// Serves the messages that the worker sends to the dialog until it has ended, as it may still be
-/// inside one when it is to be joined. False when that cannot be waited for.
+/// Waits until the worker has ended and meanwhile dispatches the messages that it sends to the
+/// dialog: it may be inside SendMessage. Returns false when the wait fails.
 bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
   const HANDLE handle = worker.native_handle();
   for (;;) {
@@ -236,23 +240,23 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
   }
 }
 
-/// Takes the file out of the worker's reach. A write under way is let finish, as its bytes must not
-/// go into a recycled handle; a disk that does not answer is left to the worker.
+/// Takes ownership of the file handle. While the worker writes to the file, waits up to
+/// kWriteWaitMs for the handle; after that returns the empty value, and the worker closes the file.
 HANDLE CProgressDialog::TakeFile() {
   const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
   for (;;) {
     if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
       return file;
     }
-    // Asked only after a look at the handle: the worker raises the flag before it takes that out.
+    // Read after the handle: the worker sets the flag before it takes the handle.
     if (!m_fileInUse || GetTickCount64() >= deadline) {
-      return m_hFile.Take();  // It may have been put back meanwhile.
+      return m_hFile.Take();  // The worker may have put it back meanwhile.
     }
     SwitchToThread();
   }
 }
 
-/// False when there is no file, or when it is left to the worker.
+/// Closes the file. Returns false when there is none, or when the worker is to close it.
 bool CProgressDialog::CloseFile() {
   const HANDLE file = TakeFile();
   if (file == CFileTraits::Empty()) {

@@ -26,49 +26,52 @@ enum DownloadResult {
   kDownloadFailed = 3,
 };
 
-/// The modal dialog that shows one download from a URL into a temporary file and, when the
-/// transfer has ended, delivers that file.
+/// The modal dialog that downloads a URL into a temporary file and, at the end, delivers that file.
 ///
-/// Two threads use it: the dialog (browser) thread, and the worker, whose body is
-/// `WorkerThreadProc`. The transfer's steps run on the dialog thread under `PeekContent` and then,
-/// with the same open request, on the worker, so never on both at once. The threads share no lock,
-/// only atomics:
-///   the steps, on whichever thread they run, write m_opened, m_checkPending, m_valid, m_complete,
-///   m_lengthKnown, m_total, m_received and m_fileInUse; they put m_hSession, m_hRequest and
-///   m_hFile, and close what an earlier attempt to open has left in them;
-///   the dialog thread clears m_running, sets m_fileLeftToBrowser and closes the three handles;
-///   both set m_finished: the worker at its end, the dialog thread when it has posted a result.
-/// Everything else belongs to the dialog thread, or does not change while there is a worker.
+/// Two threads use it: the dialog thread, which is the browser window's, and the worker, which runs
+/// `WorkerThreadProc`. The transfer's steps (`DownloadStep` and the functions that it calls) run on
+/// the dialog thread during `PeekContent`, and later, with the same open request, on the worker;
+/// never on both at once. There is no lock; what both threads use is atomic. Who writes what:
+///   the steps: m_opened, m_checkPending, m_valid, m_complete, m_lengthKnown, m_total, m_received,
+///     m_fileInUse; m_complete is also cleared by a worker that runs out of memory
+///   the steps open m_hSession, m_hRequest and m_hFile. `StopDownload` closes them, and so do the
+///     next attempt to open and a worker that was left behind
+///   the thread that posts a result: m_finished, just before it posts
+///   the dialog thread: m_running, m_window, m_fileLeftToBrowser
+///   both threads: m_gate; blocking_call_gate.h explains the protocol
+/// All other members are used by the dialog thread only, or do not change while there is a worker.
+/// The destructor runs on the thread that releases the last reference, which may be the worker.
 ///
-/// The dialog thread waits neither for the network nor, for more than a moment, for the disk. A
-/// worker that is inside such a call when it is stopped is left behind: it keeps the object and the
-/// module alive, and when the call returns it closes what it still has, deletes the file that it
-/// had open, and ends silently.
+/// Stopping a transfer never waits for a network call, and at most 200 ms for a write in progress.
+/// A worker that is inside a blocking call then is left behind: it holds the object and the module
+/// until the call returns, closes the handles that are still open, deletes the file that it had
+/// open, and ends without a message.
 class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>,
                         public std::enable_shared_from_this<CProgressDialog> {
  public:
   enum { IDD = IDD_FILE_DOWNLOAD };
 
-  /// The caller's hold on a dialog. Letting go stops a running transfer, and deletes the temporary
-  /// file of a dialog that never came to deliver or delete it.
+  /// The caller's owning pointer. Releasing it stops a running transfer, and deletes the temporary
+  /// file unless the dialog has delivered or deleted it, or has left it to the browser.
   using Ptr = std::shared_ptr<CProgressDialog>;
 
-  /// A dialog for downloading `url` into the file `tempPath`, which is created by the transfer.
-  /// `browserWindow` owns the messages until there is a dialog; null or gone: nothing owns them.
+  /// Creates a dialog that downloads `url` into the file `tempPath`, which the transfer creates.
+  /// `browserWindow` owns the message boxes until the dialog has a window; they have no owner when
+  /// it is null or no longer a window.
   static Ptr Create(const CStringW& url, const CFilePath& tempPath, HWND browserWindow);
 
-  /// For `Create`: a dialog is always shared with its worker.
+  /// Called by `Create` only, since the worker shares ownership of the object.
   CProgressDialog(const CStringW& url, const CFilePath& tempPath, HWND browserWindow);
   // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
   virtual ~CProgressDialog();
   CProgressDialog(const CProgressDialog&) = delete;
   CProgressDialog& operator=(const CProgressDialog&) = delete;
 
-  /// Opens the URL and judges the head of its body by the content rule of `extension` (with its
-  /// dot). Blocks: between two steps it serves clicks and ends after 25 seconds, but a network call
-  /// that stalls is waited for. True when the content is genuine; its head is then in the temporary
-  /// file and the dialog carries on from there. False: let go of the dialog. Caller's thread,
-  /// before DoModal.
+  /// The pre-check: opens the URL, reads the first bytes and checks them by `IsValidContent` for
+  /// `extension` (with its dot). Returns true when they are genuine; they are then in the temporary
+  /// file, and DoModal continues the same request. On false the caller releases the dialog. Runs on
+  /// the caller's thread, before DoModal. Between network calls it dispatches messages and ends
+  /// after 25 seconds; a network call that blocks delays both.
   bool PeekContent(const CStringW& extension);
 
   BEGIN_MSG_MAP(CProgressDialog)
@@ -82,7 +85,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   END_MSG_MAP()
 
  private:
-  friend struct CProgressDialogPeer;  // The unit tests' view of the transfer's state.
+  friend struct CProgressDialogPeer;  // The unit tests' access to private members.
 
   LRESULT OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
   LRESULT OnDownloadFinished(UINT message, WPARAM code, LPARAM lParam, BOOL& handled);
@@ -92,7 +95,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   LRESULT OnOpenFile(WORD notification, WORD id, HWND control, BOOL& handled);
   LRESULT OnDestroy(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
 
-  // The dialog's side (progress_dialog.cpp), dialog thread.
+  // The dialog (progress_dialog.cpp). Dialog thread.
   void ShowInitialState();
   void StopDownload();
   bool ServeMessagesUntilEnded(boost::thread& worker);
@@ -104,7 +107,8 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   void ShellOpen(const CFilePath& path);
   void Abandon();
 
-  // The transfer (download_transfer.cpp): under PeekContent the caller's thread, else the worker.
+  // The transfer (progress_dialog_transfer.cpp). Inside PeekContent on the caller's thread, else on
+  // the worker.
   void WorkerThreadProc();
   void RunWorkerSteps();
   void CloseLateHandles();
@@ -129,11 +133,11 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CAtomicFile m_hFile;
   std::atomic<bool> m_checkPending{true};      // the next chunk is the first, to be checked
   std::atomic<std::int32_t> m_complete{0};     // the body has ended
-  std::atomic<std::int32_t> m_lengthKnown{0};  // the server told the body's length
-  std::atomic<std::int32_t> m_finished{0};     // the worker ends: it may be joined
+  std::atomic<std::int32_t> m_lengthKnown{0};  // the response has a Content-Length
+  std::atomic<std::int32_t> m_finished{0};     // a result was posted: the worker may be joined
   std::atomic<std::int32_t> m_total{0};        // expected bytes
   std::atomic<std::int32_t> m_received{0};     // bytes written by the worker
-  std::atomic<bool> m_running{true};           // the dialog is alive
+  std::atomic<bool> m_running{true};           // false: the worker is to stop
   CHandle m_hPeekEvent;                        // set only while PeekContent runs
   CStringW m_extension;                        // selects the content rule
   std::atomic<bool> m_valid{false};            // the first chunk passed its check
@@ -154,8 +158,8 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
  private:
   CBlockingCallGate m_gate{m_running};
   std::atomic<HWND> m_window{nullptr};           // the worker's copy of m_hWnd
-  std::atomic<bool> m_fileInUse{false};          // a write is under way with the file taken out
-  std::atomic<bool> m_fileLeftToBrowser{false};  // nobody here deletes it any more
+  std::atomic<bool> m_fileInUse{false};          // the step that writes has taken m_hFile
+  std::atomic<bool> m_fileLeftToBrowser{false};  // the temporary file must not be deleted any more
   bool m_tempFileSettled = false;                // delivered, deleted or left to the browser
   const HWND m_browserWindow;
 };

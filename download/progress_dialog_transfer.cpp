@@ -1,5 +1,6 @@
-// The transfer behind CProgressDialog. PeekContent drives it on the caller's thread until the head
-// of the body is judged; WorkerThreadProc drives the same request on to its end.
+// The transfer of CProgressDialog. Each call of DownloadStep does one unit of work. PeekContent
+// calls it on the caller's thread until the first bytes are checked; WorkerThreadProc calls it on
+// the worker until the same request has been read to its end.
 #include "download/progress_dialog.h"
 
 #include <commctrl.h>
@@ -30,8 +31,8 @@ constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
 constexpr int kProgressFull = 100;
 
-/// A step's buffer. One character longer than its stated size, so that a text read into it always
-/// has a terminator.
+/// Allocates a step's buffer, one character longer than `size`, so that a text in it always has a
+/// terminator.
 std::vector<BYTE> MakeStepBuffer(DWORD size) { return std::vector<BYTE>(size + sizeof(wchar_t)); }
 
 /// Sets a flag for its scope.
@@ -46,8 +47,8 @@ class CFlagScope {
   std::atomic<bool>& m_flag;
 };
 
-/// Dispatches one message if there is one. False on WM_QUIT, which is put back for the loop of the
-/// browser that it is meant for.
+/// Dispatches one message if there is one. Returns false for WM_QUIT, and posts it again for the
+/// browser's message loop.
 bool DispatchOneMessage() {
   MSG message;
   if (!PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -69,7 +70,7 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
   CHandle timer(CreateWaitableTimerW(nullptr, FALSE, nullptr));
   LARGE_INTEGER dueTime = {};
   dueTime.QuadPart = kPeekTimeLimit;
-  // Without a limit an empty body would be waited for without end.
+  // Without the time limit an empty body would keep the loop running for ever.
   const bool isLimited = SetWaitableTimer(timer, &dueTime, 0, nullptr, nullptr, FALSE) != FALSE;
   std::vector<BYTE> buffer = MakeStepBuffer(kPeekBufferSize);
 
@@ -81,8 +82,7 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
     if (wait == WAIT_TIMEOUT) {
       DownloadStep(buffer.data(), kPeekBufferSize);
       if (m_complete != 0) {
-        // Quirk 26: an empty body has no chunk to judge, so the loop runs until the time limit. The
-        // pause leaves the processor to other threads.
+        // Quirk 26: the body is empty, so the loop runs until the time limit. Yields the processor.
         Sleep(1);
       }
     } else if (wait != WAIT_OBJECT_0 + ARRAYSIZE(handles) || !DispatchOneMessage()) {
@@ -96,7 +96,7 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
 void CProgressDialog::WorkerThreadProc() {
   NameCurrentThread("CProgressDialog");
   if (FAILED(CallGuarded([this] { RunWorkerSteps(); }))) {
-    // Out of memory: a failure like any other.
+    // Out of memory, which is reported like every other failure.
     m_complete = 0;
     ReportFailure(kNotAvailableText, m_url);
   }
@@ -118,13 +118,13 @@ void CProgressDialog::RunWorkerSteps() {
   }
 }
 
-/// Closes what was opened or put back after the dialog had closed everything it saw. Only for a
-/// worker that was left behind: nobody waits for the disk here.
+/// Closes the handles that the worker has opened or put back after the dialog thread closed them.
+/// Runs on a worker that was left behind, where waiting for the disk is allowed.
 void CProgressDialog::CloseLateHandles() {
   const HANDLE file = m_hFile.Take();
   if (file != CFileTraits::Empty()) {
     CFileTraits::Close(file);
-    // The dialog could not delete the file while it was open here.
+    // The dialog thread could not delete the file, as it was still open.
     DeleteTempFile();
   }
   m_hRequest.Close();
@@ -151,14 +151,14 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   return CreateTempFile();
 }
 
-/// Opens the session and the request, asking the user for credentials where the server does. False
-/// when there is no request, or when the dialog has gone meanwhile.
+/// Opens the session and the request. Shows the system's dialog when the server or proxy asks for
+/// credentials. Returns false when that fails, or when the worker was stopped meanwhile.
 bool CProgressDialog::OpenRequest() {
   const CBlockingCallGate::CCall call(m_gate);
   if (!call) {
     return false;
   }
-  // What an earlier attempt left.
+  // Left open by an earlier attempt.
   m_hFile.Close();
   m_hRequest.Close();
   m_hSession.Close();
@@ -174,7 +174,8 @@ bool CProgressDialog::OpenRequest() {
     if (request == nullptr || !m_running) {
       break;
     }
-    // Under the pre-check there is no dialog yet, and without an owner the system asks nobody.
+    // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to show
+    // its own.
     const HWND dialog = m_window;
     const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
     if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
@@ -186,8 +187,8 @@ bool CProgressDialog::OpenRequest() {
   return m_running && m_hSession.IsOpen() && m_hRequest.IsOpen();
 }
 
-/// The answer to a status that is not accepted. Ends the transfer in every mode: under the
-/// pre-check the event ends the loop, which would ask again and again otherwise.
+/// Reports a refused status and ends the transfer. During the pre-check, the event that
+/// ReportFailure signals ends the loop, which would otherwise send the request again.
 bool CProgressDialog::RefuseStatus() {
   ReportFailure(kNotAvailableText, m_url);
   if (!IsPeeking() && m_running) {
@@ -214,13 +215,13 @@ bool CProgressDialog::CreateTempFile() {
   {
     const CBlockingCallGate::CCall call(m_gate);
     if (!call) {
-      return false;  // Another download may have come to use the same name.
+      return false;  // Another download may use the same name by now.
     }
-    // Nobody else may open the file until it is delivered.
+    // Without sharing: no other program may open the file before it is delivered.
     const HANDLE file = CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file != CFileTraits::Empty()) {
-      m_opened = true;  // First: whoever takes the handle must know that there is a file to delete.
+      m_opened = true;  // Before the handle: a thread that takes it must know that the file exists.
       m_hFile.Put(file);
       return true;
     }
@@ -238,7 +239,8 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     }
     succeeded = InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
     if (!succeeded && m_running) {
-      // Quirk 29: fails, as the file is still open without sharing. The dialog's end deletes it.
+      // Quirk 29: has no effect, as the file is still open without sharing; the dialog deletes it
+      // when it ends.
       DeleteTempFile();
     }
   }
@@ -268,7 +270,8 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
 
 bool CProgressDialog::FinishTransfer() {
   if (IsPeeking()) {
-    // No window yet. Quirk 26: the event is not set, and the pre-check waits for its time limit.
+    // No window yet. Quirk 26: does not signal the event, so for an empty body the pre-check runs
+    // until its time limit.
     m_complete = 1;
     return false;
   }
@@ -292,8 +295,8 @@ bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
     if (!call) {
       return false;
     }
-    // Taken out while in use: the dialog closes what it finds here, and a value closed under the
-    // write could name somebody else's file by then.
+    // Taken out during the write: otherwise the dialog thread could close the handle, and the
+    // system could reuse its value for another file.
     const CFlagScope using_(m_fileInUse);
     const HANDLE file = m_hFile.Take();
     if (file == CFileTraits::Empty()) {
@@ -305,11 +308,11 @@ bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
       written = 0;
     }
   }
-  if (written != size) {  // A part of a chunk would leave a gap in the file.
+  if (written != size) {  // Also after a partial write, which would leave a gap in the file.
     if (!m_running) {
       return false;
     }
-    m_valid = false;  // A file without its head is never delivered.
+    m_valid = false;  // A file that lacks its first bytes must not be delivered.
     return ReportFailure(kCannotWriteText, m_tempPath.GetText());
   }
   // Quirk 27: bytes that the pre-check writes are not counted.
@@ -330,8 +333,8 @@ void CProgressDialog::ShowProgress(DWORD written) {
   }
 }
 
-/// Shows why the step failed, unless the worker is stopped. Under the pre-check that ends its loop
-/// and the step counts as done; on the worker it ends the worker.
+/// Shows a message, unless the worker was stopped. Returns the step's result: false, which ends the
+/// worker, or true during the pre-check, whose loop ends by the event that this function signals.
 bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
   {
     const CBlockingCallGate::CCall call(m_gate);
@@ -347,7 +350,7 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
   return false;
 }
 
-/// Without memory for the text it shows another one, which needs none: a failure is never silent.
+/// Shows a message box. Out of memory, shows a fixed text instead.
 void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
   CStringW text;
   const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });

@@ -13,7 +13,7 @@ constexpr wchar_t kTempFilesFolder[] = L"TempFiles";
 constexpr wchar_t kDefaultTempName[] = L"FVK-%d-%x";
 constexpr DWORD kTempPathLength = 260;
 
-// Browser windows have threads of their own. Static initialisation cannot fail with this lock.
+// Each browser window has a thread of its own. An SRW lock needs no initialisation that could fail.
 SRWLOCK g_tempBaseFolderLock = SRWLOCK_INIT;
 CStringW g_tempBaseFolder;
 

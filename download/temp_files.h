@@ -2,25 +2,27 @@
 
 #include "download/file_path.h"
 
-/// A path in `folder` that names no existing file: the name itself, then the name with a random
-/// number in parentheses. `extension` with its dot. Creates nothing.
+/// Returns a path in `folder` where no file exists: the plain name, else the name with a random
+/// number in parentheses. `extension` with its dot. Does not create the file.
 CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
                              const CStringW& extension);
 
-/// A path in `parent` that names no existing file or folder: the name itself, then name1, name2 ...
+/// Returns a path in `parent` where no file or folder exists: the plain name, else name1, name2 ...
 CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name);
 
-/// A unique path in the temporary base folder; an empty base name stands for one made from the
-/// process id and the tick count.
+/// Returns a path in the temporary base folder where no file exists. An empty base name is replaced
+/// by one made from the process id and the tick count.
 CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName);
 
-/// Sets the folder that `MakeTempFilePath` uses; empty returns to the system's. Any thread.
+/// Sets the folder that `MakeTempFilePath` uses; empty for the system's temporary folder. Any
+/// thread.
 void SetTempBaseFolder(const CStringW& folder);
-/// The folder set by `SetTempBaseFolder`, else the system's temporary folder.
+/// Returns the folder set by `SetTempBaseFolder`, else the system's temporary folder. Any thread.
 CFilePath GetTempBaseFolder();
 
-/// The system's temporary folder; empty when it cannot be told or is too long.
+/// Returns the system's temporary folder; empty when GetTempPathW fails or the path is too long.
 CFilePath GetSystemTempFolder();
 
-/// The folder for temporary files of the application named `application`. Creates nothing.
+/// Returns the folder for temporary files of the application named `application`. Does not create
+/// it.
 CFilePath GetAppTempFilesFolder(const CStringW& application);

@@ -4,7 +4,7 @@
 
 namespace {
 
-// The convention that debuggers know: this exception with this record names a thread.
+// The debuggers' convention for naming a thread: an exception with this code and record.
 constexpr DWORD kSetThreadNameException = 0x406D1388;
 constexpr DWORD kThreadNameRecordType = 0x1000;
 constexpr DWORD kCallingThread = static_cast<DWORD>(-1);
@@ -30,8 +30,8 @@ void NameCurrentThread(const char* name) {
   const CThreadNameRecord record = {kThreadNameRecordType, name, kCallingThread, 0};
   ULONG_PTR arguments[sizeof(record) / sizeof(ULONG_PTR)] = {};
   memcpy(arguments, &record, sizeof(record));
-  // A handler of our own, as not every compiler of this code knows __try: an attached debugger
-  // sees the exception before it.
+  // A vectored handler instead of __try, which not every compiler of this code supports. An
+  // attached debugger sees the exception first.
   void* const handler = AddVectoredExceptionHandler(1, ContinueAfterNaming);
   if (handler == nullptr) {
     return;

@@ -15,7 +15,7 @@ std::optional<VS_FIXEDFILEINFO> CopyFixedInfo(const void* block, UINT size) {
   return info;
 }
 
-/// The system's functions in wide and narrow text, under one name each.
+/// Overloads of the system's functions for wide and narrow paths.
 DWORD GetInfoSize(LPCWSTR path) { return GetFileVersionInfoSizeW(path, nullptr); }
 DWORD GetInfoSize(LPCSTR path) { return GetFileVersionInfoSizeA(path, nullptr); }
 bool GetInfo(LPCWSTR path, std::vector<BYTE>& info) {
@@ -31,7 +31,7 @@ bool QueryRoot(LPCSTR, const std::vector<BYTE>& info, void** block, UINT* size) 
   return VerQueryValueA(info.data(), "\\", block, size) != FALSE;
 }
 
-/// The path in the system's ANSI code page; empty when it cannot be converted.
+/// Converts the path to the system's ANSI code page; empty on failure.
 std::string ToAnsi(LPCWSTR path) {
   const int size = WideCharToMultiByte(CP_ACP, 0, path, -1, nullptr, 0, nullptr, nullptr);
   if (size <= 0) {
@@ -42,7 +42,7 @@ std::string ToAnsi(LPCWSTR path) {
   return narrow;
 }
 
-/// The rest of reading once the size is known.
+/// Reads the version resource, whose size is `infoSize`.
 template <typename Path>
 std::optional<VS_FIXEDFILEINFO> ReadInfo(Path path, DWORD infoSize) {
   std::vector<BYTE> info(infoSize);

@@ -5,8 +5,9 @@
 
 #include <optional>
 
-/// The fixed part of a file's version resource; nothing when it has none or cannot be read.
+/// Returns the fixed part of a file's version resource; nullopt when the file has none or it cannot
+/// be read.
 std::optional<VS_FIXEDFILEINFO> ReadFileVersion(const CStringW& path);
 
-/// The file version as four decimal numbers with dots between them.
+/// Returns the file version as four decimal numbers with dots between them, such as "1.0.0.0".
 CStringW FormatFileVersion(const VS_FIXEDFILEINFO& version);

@@ -10,7 +10,8 @@ namespace {
 
 CFolivoPluginClass g_module;
 
-// Quirk 91: bound for the module's lifetime, though nothing in it calls them.
+// Quirk 91: keeps "Advapi32.dll" loaded, and its optional functions bound, as long as this module
+// is loaded. No code of the module calls them.
 const CAdvapi32Dll g_advapi32;
 
 }  // namespace
@@ -20,7 +21,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
     g_module.DllMain(reason, reserved);
     return TRUE;
   }
-  // The shell must never host us: it would keep the file in use from logon to logoff.
+  // The shell must never load this module: it would keep the file in use until the user logs off.
   return !IsRefusedHostProcess() && g_module.DllMain(reason, reserved);
 }
 

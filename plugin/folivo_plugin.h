@@ -13,7 +13,8 @@ class CFolivoPluginClass : public CAtlDllModuleT<CFolivoPluginClass> {
   DECLARE_LIBID(LIBID_MERLOFolivoIEPlugin)
   DECLARE_REGISTRY_APPID_RESOURCEID(IDR_FOLIVOPLUGIN, FOLIVO_APPLICATION_ID)
 
-  /// Adds nothing. Quirk 88: the second run of the module's own script has no application
-  /// identifier, so that cannot be a replacement for all scripts.
+  /// Adds no replacement. The base class would add APPID to every script's; here a script has it
+  /// only when its caller passes it, as UpdateClassRegistry does. Quirk 88: the second run of the
+  /// module's own script has none.
   HRESULT AddCommonRGSReplacements(IRegistrarBase*) noexcept override { return S_OK; }
 };

@@ -37,6 +37,6 @@ STDMETHODIMP CFolivoPluginVersion::get_Version(BSTR* pVal) {
       *pVal = SysAllocString(FormatFileVersion(*version));
     }
   });
-  // One code for whatever went wrong, memory included: pages know no other.
+  // E_FAIL for every failure, out of memory included: callers test for nothing else.
   return *pVal != nullptr ? S_OK : E_FAIL;
 }

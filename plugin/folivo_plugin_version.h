@@ -2,7 +2,7 @@
 
 #include "com/scriptable_control.h"
 
-/// The control that tells a page which version of the plug-in is installed.
+/// The control from which a page reads the version of the installed plug-in.
 class CFolivoPluginVersion
     : public CScriptableControl<CFolivoPluginVersion, &CLSID_CFolivoPluginVersion>,
       public IDispatchImpl<IFolivoPluginVersion, &IID_IFolivoPluginVersion,
@@ -19,7 +19,7 @@ class CFolivoPluginVersion
   COM_INTERFACE_ENTRY_CHAIN(CScriptableControl)
   END_COM_MAP()
 
-  /// The plug-in's file version, such as "1.0.0.0"; the caller owns the string. Null and E_FAIL
-  /// when it cannot be read.
+  /// Returns the plug-in's file version, such as "1.0.0.0"; the caller frees the string. E_FAIL,
+  /// and a null string, for every failure, out of memory included.
   STDMETHOD(get_Version)(BSTR* pVal) override;
 };

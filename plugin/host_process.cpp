@@ -9,12 +9,13 @@ constexpr DWORD kPathLength = 260;
 
 }  // namespace
 
-// Without strings that allocate: nobody can catch an exception that leaves DllMain.
+// Without allocations, as an exception must not leave DllMain.
 bool IsRefusedHost(LPCWSTR path) {
   wchar_t lowered[kPathLength + 1] = {};
   wcsncpy(lowered, path, kPathLength);
   _wcslwr(lowered);
-  // Quirk 87: anywhere in the path, a folder's name included. "iexplore.exe" does not contain it.
+  // Quirk 87: anywhere in the path, a folder's name included. The browser's "iexplore.exe" does not
+  // contain it.
   return wcsstr(lowered, kShellExecutable) != nullptr;
 }
 

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-/// Whether the process of the executable `path` must not host the module: the shell, which loads
-/// helper objects as the browser does, but has no use for this one.
+/// Whether a process of the executable `path` must not load this module. That is so for the shell:
+/// it loads helper objects too, and would keep the file in use until the user logs off.
 bool IsRefusedHost(LPCWSTR path);
 
-/// The same for the process that is loading the module.
+/// The same for the current process.
 bool IsRefusedHostProcess();

@@ -1,6 +1,6 @@
-// Replaces libstdc++'s handler for exceptions that nobody catches. The library's own names the
-// exception on the standard error output, which a browser has not, and brings a demangler and a
-// formatter of 60 KB for that.
+// Replaces libstdc++'s handler for uncaught exceptions. The library's own prints the exception's
+// name to standard error, which a browser does not have, and links a demangler and a formatter of
+// 60 KB for it.
 #include <cstdlib>
 #include <exception>
 

@@ -1,4 +1,4 @@
-// The classes that this server creates.
+// The COM classes of this server.
 
 #include <atlbase.h>
 #include <atlcom.h>

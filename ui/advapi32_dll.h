@@ -5,11 +5,11 @@
 
 #include "ui/dynamic_dll.h"
 
-/// "Advapi32.dll", bound at run time. Every pointer is null where the system lacks the function:
-/// test it before use.
+/// "Advapi32.dll", loaded at run time. A pointer is null when the system does not have the
+/// function: test it before the call.
 class CAdvapi32Dll : public CDynamicDll {
  public:
-  /// Loads the library; `GetError` tells whether that worked.
+  /// Loads the library. `GetError` returns whether that succeeded.
   CAdvapi32Dll();
   ~CAdvapi32Dll() override;
 

@@ -14,10 +14,10 @@ constexpr int kStandardHeight = 24;
 constexpr int kLabelPadding = 16;
 constexpr int kMeasureExtent = 1000;
 
-// The size of NONCLIENTMETRICSW before Windows Vista added a member: every version accepts it.
+// The size of NONCLIENTMETRICSW before Windows Vista added a member. Every version accepts it.
 constexpr UINT kPreVistaMetricsSize = 500;
 
-/// The buttons of one row: identifiers and rectangles, grown together.
+/// The buttons of one row: an array of identifiers and one of their rectangles.
 struct CRow {
   CSimpleArray<int> ids;
   CSimpleArray<RECT> bounds;
@@ -50,7 +50,7 @@ SIZE MeasureButton(HWND dialog, HWND button, const CStringW& label, bool keepSiz
   return size;
 }
 
-/// Appends one button, to the right of those already in the row.
+/// Appends a button at the right of the row.
 void AppendButton(CRow& row, HWND dialog, int id, const CStringW& label, bool keepSize) {
   const HWND button = GetDlgItem(dialog, id);
   const SIZE size = MeasureButton(dialog, button, label, keepSize);
@@ -97,7 +97,7 @@ int LayoutButtonRow(bool centre, HWND dialog, int id1, const CStringW& label1, i
                     const CStringW& label2, int id3, const CStringW& label3, int id4,
                     const CStringW& label4, bool keepSize) {
   CRow row;
-  // Quirk 84: the first slot takes its place in the row even when its button was never created.
+  // Quirk 84: the first button has a place in the row even when it was never created.
   AppendButton(row, dialog, id1, label1, keepSize);
   if (id2 != 0) {
     AppendButton(row, dialog, id2, label2, keepSize);

@@ -2,31 +2,33 @@
 
 #include <windows.h>
 
-/// A system library that is loaded at run time, so that this module does not import it and runs
-/// where one of its functions is missing. Derived classes hold pointers to the functions they name.
+/// Base class for a system library that is loaded at run time, so that this module also loads on
+/// systems that do not have the library or one of its functions. A derived class has a pointer for
+/// each function.
 class CDynamicDll {
  public:
   CDynamicDll() = default;
-  /// Frees the library. A derived class's pointers go with it.
+  /// Frees the library.
   virtual ~CDynamicDll();
   CDynamicDll(const CDynamicDll&) = delete;
   CDynamicDll& operator=(const CDynamicDll&) = delete;
 
-  /// Loads the library and binds its functions, after releasing the one held before. The system's
-  /// error code, 0 on success; on failure what was held stays.
+  /// Loads the library, frees the one that was loaded before, and looks up the functions. Returns
+  /// 0, or the system's error code; then the library that was loaded before stays.
   DWORD Load(LPCWSTR name);
   /// Frees the library and clears the functions.
   void Unload();
 
-  /// Null when none is loaded.
+  /// The loaded library; null when there is none.
   HMODULE GetModule() const { return m_module; }
-  /// What the last load returned.
+  /// The result of the last `Load`.
   DWORD GetError() const { return m_error; }
 
  protected:
-  /// Looks the functions up in the library; those that it lacks become null.
+  /// Sets the derived class's function pointers; null for a function that the library does not
+  /// export.
   virtual void Bind(HMODULE module);
-  /// Clears the functions.
+  /// Sets the derived class's function pointers to null.
   virtual void Release();
 
  private:

@@ -1,25 +1,25 @@
 #pragma once
 
-/// The user-interface language. A host product that speaks a right-to-left language installs its
-/// own implementation with `SetGUILang` to mirror the question box.
+/// The user-interface language. An implementation for a right-to-left language, installed with
+/// `SetGUILang`, mirrors the question box; this module installs none.
+///
+/// The order of the functions is fixed. This module calls `IsRightToLeft` only. The others belong
+/// to the interface without a use here; CGenericGUILang has their default results.
 class IGUILang {
  public:
   virtual ~IGUILang() = default;
-  /// Whether windows are mirrored for this language.
+  /// Whether the question box is mirrored.
   virtual bool IsRightToLeft() const = 0;
-  /// Called by a host product when the language becomes current; this module never does.
   virtual void Activate() = 0;
-  /// Whether the language's texts are there; not asked by this module.
   virtual bool IsAvailable() const = 0;
-  /// Number of the language's variant, 0 for the plain one; not asked by this module.
   virtual int GetVariant() const = 0;
-  /// Name of the locale, such as "en_CA"; owned by the language.
+  /// Name of the locale, such as "en_CA". The language owns the string.
   virtual const char* GetLocaleNameNarrow() const = 0;
-  /// The same as a wide text.
+  /// The same as a wide string.
   virtual const wchar_t* GetLocaleNameWide() const = 0;
 };
 
-/// The language the module speaks unless told otherwise: Canadian English, left to right.
+/// The default language: left to right, locale "en_CA".
 class CGenericGUILang : public IGUILang {
  public:
   bool IsRightToLeft() const override { return false; }
@@ -30,9 +30,9 @@ class CGenericGUILang : public IGUILang {
   const wchar_t* GetLocaleNameWide() const override { return L"en_CA"; }
 };
 
-/// The current language; the generic one when none was set. User-interface thread only.
+/// Returns the current language; a CGenericGUILang when none was set. User-interface thread only.
 IGUILang& GetGUILang();
 
-/// Makes `language` current; null returns to the generic one. The caller keeps ownership and keeps
-/// the object alive while it is current. User-interface thread only.
+/// Makes `language` the current one; null for the default. The caller keeps ownership, and the
+/// object must exist as long as it is the current one. User-interface thread only.
 void SetGUILang(IGUILang* language);

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Pixels, as the window is laid out by hand after its creation.
+// In pixels, as the window is laid out after its creation.
 constexpr int kBoxWidth = 450;
 constexpr int kHeightAroundContent = 60;
 constexpr int kIconExtent = 32;
@@ -72,7 +72,7 @@ struct CBoxState {
 CBoxState g_box;
 std::atomic<bool> g_boxIsOpen{false};
 
-/// Marks the box open for its scope; `Entered` is false when another one is open already.
+/// Marks the box as open until scope end. `Entered` is false when another one is open.
 class COpenBoxGuard {
  public:
   COpenBoxGuard() : m_entered(!g_boxIsOpen.exchange(true)) {}
@@ -192,8 +192,8 @@ void InitialiseBox(HWND dialog) {
     BringWindowToTop(dialog);
   }
   UpdateWindow(dialog);
-  // The browser may have lost the foreground while the file's head was fetched: the question must
-  // not open behind another window.
+  // The browser may have lost the foreground during the pre-check; the question must not open
+  // behind another window.
   RECT bounds = {};
   GetWindowRect(dialog, &bounds);
   SetWindowPos(dialog, HWND_TOPMOST, bounds.left, bounds.top, bounds.right - bounds.left,
@@ -215,8 +215,8 @@ void DestroyChildren() {
   DestroyChild(g_box.icon);
 }
 
-/// A failure must not unwind through the system's dialog code: it ends the box and is raised again
-/// by ShowCustomMessageBox.
+/// An exception must not leave the dialog procedure: it ends the box, and ShowCustomMessageBox
+/// throws it again.
 void FailBox(HWND dialog, HRESULT failure) {
   g_box.failure = failure;
   DestroyChildren();
@@ -263,7 +263,7 @@ int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
     return kMessageBoxRefused;
   }
 
-  // A box whose owner was destroyed under it never saw the command that clears the handles.
+  // The previous box did not clear its handles if its owner was destroyed while it was open.
   g_box.ForgetChildren();
   g_box.title = title != nullptr ? title : L"";
   if (kSeEdition && g_box.title == kProductName) {
@@ -286,7 +286,7 @@ int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
   boxTemplate.header.dwExtendedStyle = ExtendedStyle(owner);
   boxTemplate.header.x = 50;
   boxTemplate.header.y = 50;
-  // Placeholders: the procedure sizes the window in pixels once it has measured the text.
+  // Placeholders. The dialog procedure sizes the window in pixels after it has measured the text.
   boxTemplate.header.cx = 4000;
   boxTemplate.header.cy = 400;
   const auto result = static_cast<int>(

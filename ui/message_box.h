@@ -12,18 +12,18 @@ enum CustomMessageBoxResult {
   kMessageBoxRefused = -2,        // not shown: a box of this module is open already
 };
 
-/// Shows a modal question box whose buttons carry the caller's own words.
+/// Shows a modal question box with button labels of the caller.
 ///
-/// `title` and `text`: null counts as empty. `iconId`: a system icon (IDI_QUESTION's number).
-/// `button1` to `button4`: an empty label means that there is no such button. `checkLabel`: empty
-/// means no check box. `checkState`: start and end state of the check box (0 or 1); null starts
-/// with the state that the last box left.
+/// `title` and `text`: null is the same as empty. `iconId`: number of a system icon, such as 32514
+/// for IDI_QUESTION. `button1` to `button4`: an empty label leaves the button out. `checkLabel`: an
+/// empty one leaves the check box out. `checkState`: initial and final state of the check box, 0 or
+/// 1; when null, the initial state is the final one of the previous box.
 ///
-/// Returns the command that closed the box: a CustomMessageBoxResult, or whatever other command
-/// reached it. Without a command it returns 0 when the owner was destroyed while the box was open,
-/// and what the system's DialogBoxIndirectParam returns when it cannot show the box: -1, or 0 for
-/// an owner that is no window. kMessageBoxRefused at once while a box of this module is open, on
-/// whatever thread. Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
+/// Returns the identifier of the command that closed the box: a CustomMessageBoxResult, or any
+/// other WM_COMMAND identifier that was sent to it. Returns 0 when the owner was destroyed while
+/// the box was open; the result of DialogBoxIndirectParam when the box cannot be shown (-1, or 0
+/// when the owner is not a window); and kMessageBoxRefused at once while another box of this module
+/// is open, on any thread. Throws CAtlException (E_OUTOFMEMORY). User-interface threads only.
 int ShowCustomMessageBox(HWND owner, LPCWSTR title, LPCWSTR text, UINT iconId,
                          const CStringW& button1, const CStringW& button2, const CStringW& button3,
                          const CStringW& button4, const CStringW& checkLabel, LONG* checkState);

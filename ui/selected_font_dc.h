@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// A window's device context with a font selected into it; both are given back at scope end.
-/// Never owns the font.
+/// A window's device context with a font selected into it. At scope end restores the previous font
+/// and releases the device context. The caller owns the font.
 class CSelectedFontDC {
  public:
   CSelectedFontDC(HWND window, HGDIOBJ font)
@@ -15,8 +15,8 @@ class CSelectedFontDC {
   CSelectedFontDC(const CSelectedFontDC&) = delete;
   CSelectedFontDC& operator=(const CSelectedFontDC&) = delete;
 
-  /// Size in pixels of `text` wrapped at word breaks to `width`; "&" is an ordinary character.
-  /// Empty when the system cannot measure it.
+  /// Returns the size in pixels of `text` when it is broken into lines of `width`, with "&" as an
+  /// ordinary character. Returns an empty size on failure.
   SIZE MeasureText(LPCWSTR text, int width, int height) const {
     RECT bounds = {0, 0, width, height};
     if (DrawTextW(m_dc, text, -1, &bounds, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX) == 0) {

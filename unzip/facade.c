@@ -27,8 +27,8 @@ typedef struct {
   LPSTR lpszExtractDir;
 } OldOptions;
 
-/* The callbacks differ from the engine's only in the width of sizes. On x64 each argument has eight
- * bytes of its own, so a function that reads four of them gets the lower half. */
+/* The callbacks differ from the engine's only in the width of sizes. On x64 each argument takes eight
+ * bytes, so a function that reads four of them gets the lower half. */
 typedef struct {
   DLLPRNT* print;
   DLLSND* sound;
@@ -48,7 +48,7 @@ _Static_assert(sizeof(OldFunctions) == 72 && offsetof(OldFunctions, cchComment) 
                "5.5x layout");
 
 static DCL ToEngineOptions(const OldOptions* old) {
-  /* What 5.5x does not know (backups, dates, UTF-8) stays 0. */
+  /* Options that 5.5x does not have (backups, dates, UTF-8) stay 0. */
   DCL options = {.StructVersID = UZ_DCL_STRUCTVER,
                  .ExtractOnlyNewer = old->ExtractOnlyNewer,
                  .SpaceToUnderscore = old->SpaceToUnderscore,
@@ -70,8 +70,8 @@ static DCL ToEngineOptions(const OldOptions* old) {
   return options;
 }
 
-/* A block of our own also keeps the engine from writing the address of its dummy `sound` into the
- * caller's, where it would outlive the library. */
+/* A copy, as the engine stores the address of its dummy `sound` function in the structure, and the
+ * caller's structure may exist longer than the library. */
 static USERFUNCTIONS ToEngineFunctions(const OldFunctions* old) {
   USERFUNCTIONS functions = {.print = old->print,
                              .sound = old->sound,
@@ -108,8 +108,8 @@ int WINAPI FacadeSingleEntryUnzip(int include_count, char** includes, int exclud
   return result;
 }
 
-/* Extracts with the given state. The engine's own function tells no more than success and failure,
- * and leaves the jump that a read error takes without a target. */
+/* Extracts with the given state. Replaces the engine's own function, which returns only success or
+ * failure and does not call setjmp for the longjmp that a read error makes. */
 static int ExtractToMemory(Uz_Globs* pG, char* archive, char* entry, USERFUNCTIONS* functions,
                            UzpBuffer* buffer) {
   int result;
@@ -131,10 +131,10 @@ static int ExtractToMemory(Uz_Globs* pG, char* archive, char* entry, USERFUNCTIO
     return result;
   }
   if (buffer->strptr == NULL) {
-    return PK_FIND; /* the archive's name is a pattern that no file matches */
+    return PK_FIND; /* the archive's name is a wildcard that matches no file */
   }
   if (G.redirect_pointer != G.redirect_buffer + G.redirect_size) {
-    return PK_ERR; /* the header promises more than there is: the rest of the block is no data */
+    return PK_ERR; /* the entry is shorter than its header says */
   }
   return result;
 }

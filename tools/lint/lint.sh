@@ -44,6 +44,9 @@ check_includes() { /usr/bin/python3 tools/lint/include_direction.py; }
 check_quirks() { /usr/bin/python3 tools/lint/quirks.py; }
 
 # shellcheck disable=SC2317
+check_tests() { /usr/bin/python3 tools/lint/test_table.py; }
+
+# shellcheck disable=SC2317
 check_shell() {
   { echo run && echo .ci/run && files '*.sh'; } | xargs -r -d '\n' shellcheck --shell=bash \
     --external-sources --source-path=SCRIPTDIR --severity=style \
@@ -74,6 +77,7 @@ lint() {
 lint format "layout (clang-format)" check_format
 lint includes "direction of includes" check_includes
 lint quirks "quirks (page, comments, tests)" check_quirks
+lint tests "tables of tests/README.md" check_tests
 lint shell "shell scripts (shellcheck)" check_shell
 lint python "Python scripts" check_python
 lint tidy "sources (clang-tidy)" check_tidy
