@@ -8,8 +8,9 @@
 #include FOLIVO_TRUSTED_HOSTS_FILE
 
 // Whatever list was built in. A name that breaks the rule would trust nothing, or everything.
-static_assert(std::size(kTrustedHosts) == 9);
-static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName));
+static_assert(std::size(kTrustedHosts) == 9, "the list of trusted hosts has nine names");
+static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName),
+              "a trusted host is a lower-case name without scheme, \"www.\" or port");
 
 namespace {
 

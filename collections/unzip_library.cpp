@@ -1,6 +1,7 @@
 #include "collections/unzip_library.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 #include "base/exception_boundary.h"
@@ -30,16 +31,32 @@ CUnzipFunctions g_functions;
 
 /// One use of the library, from its load to its release: browser windows have threads of their own,
 /// the listing's target and the bound functions are the process's, and the engine keeps globals.
-/// Not recursive: no callback serves messages.
+/// One thread waits for the other. A use inside another one of the same thread, as under a library
+/// that serves messages, would wait for itself: it is false instead.
 class CUnzipUse {
  public:
-  CUnzipUse() { AcquireSRWLockExclusive(&s_lock); }
-  ~CUnzipUse() { ReleaseSRWLockExclusive(&s_lock); }
+  CUnzipUse() : m_isOwner(s_owner != GetCurrentThreadId()) {
+    if (m_isOwner) {
+      AcquireSRWLockExclusive(&s_lock);
+      s_owner = GetCurrentThreadId();
+    }
+  }
+  ~CUnzipUse() {
+    if (m_isOwner) {
+      s_owner = 0;
+      ReleaseSRWLockExclusive(&s_lock);
+    }
+  }
   CUnzipUse(const CUnzipUse&) = delete;
   CUnzipUse& operator=(const CUnzipUse&) = delete;
 
+  explicit operator bool() const { return m_isOwner; }
+
  private:
   static inline SRWLOCK s_lock = SRWLOCK_INIT;
+  static inline std::atomic<DWORD> s_owner = 0;  // the thread that holds the lock; 0: none
+
+  const bool m_isOwner;
 };
 
 /// Copies an entry out of the library's memory, which it then gives back. `size` and `data` change
@@ -115,6 +132,9 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
     return false;
   }
   const CUnzipUse use;
+  if (!use) {
+    return false;
+  }
   const CUnzipListingTarget target(*entries);
   const CGlobalBlock<DCL> options;
   const CGlobalBlock<USERFUNCTIONS> functions;
@@ -147,6 +167,9 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   *size = 0;
   data->reset();
   const CUnzipUse use;
+  if (!use) {
+    return false;
+  }
   const HMODULE library = LoadUnzipLibrary();
   if (library == nullptr) {
     return false;
@@ -159,7 +182,7 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
     return false;
   }
   FillUserFunctions(*functions.Get(), UnzipReportEntry);
-  UzpBuffer buffer = {0, nullptr};
+  UzpBuffer buffer = {0, nullptr};  // Version 6.0 has the same block, no longer one.
   const int result =
       g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), &buffer);
   if (result >= kFirstFailure) {

@@ -8,7 +8,7 @@
 // Reading zip archives with Info-ZIP's unzip library, "UNZIP32.DLL", which is looked for on the
 // search path and loaded at each use. Failures are told by the result; what the library says, and
 // why it could not be used, goes to standard output. Listings and extractions may be called on any
-// thread; one waits for the other.
+// thread; one waits for the other. A call from inside another one of the same thread fails.
 
 /// Finds, loads and binds the library. Null when that fails; else the caller frees the module. Used
 /// by the functions below, inside their lock.
