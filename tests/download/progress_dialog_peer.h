@@ -72,8 +72,6 @@ struct CProgressDialogPeer {
 
   void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
   void SetRunning(bool running) { dialog.m_running = running; }
-  void SetOpened() { dialog.m_opened = true; }
-  void SetWindow(HWND window) { dialog.m_window = window; }
   void SetComplete() { dialog.m_complete = 1; }
   void SetFile(HANDLE file) { dialog.m_hFile.Put(file); }
   void CloseFile() { dialog.m_hFile.Close(); }

@@ -225,38 +225,4 @@ TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneSaysNothing) {
   EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST_F(StoppedDownload, MessageIsTheDialogsOrNoneWhereverThatGoes) {
-  const CImportPatch read(
-      "wininet.dll", "InternetReadFile",
-      +[](HINTERNET, LPVOID buffer, DWORD, LPDWORD count) -> BOOL {
-        constexpr char kNoLesson[] = "no lesson";
-        memcpy(buffer, kNoLesson, *count = sizeof(kNoLesson));
-        g_interruption->Arm();
-        return TRUE;
-      });
-  const HWND window = GetDesktopWindow();
-  CMessageRecorder messages;
-  bool isReached = true;
-  int silent = 0;
-  for (int instructions = 1; isReached && !HasFatalFailure(); ++instructions) {
-    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-    CProgressDialogPeer peer{*dialog};
-    peer.SetOpened();
-    peer.SetWindow(window);
-    const CInterruption dialogThread(instructions, [&] {
-      LRESULT result = 0;
-      dialog->ProcessWindowMessage(window, WM_DESTROY, 0, 0, result);
-    });
-    g_interruption = &dialogThread;
-    EXPECT_FALSE(peer.Step());
-    isReached = dialogThread.WasReached();
-    const auto shown = messages.Take();
-    silent += shown.empty();
-    for (const CShownMessage& message : shown) {
-      ASSERT_EQ(message.owner, window) << instructions;
-    }
-  }
-  EXPECT_GT(silent, 10);
-}
-
 }  // namespace
