@@ -34,6 +34,16 @@ CFilePath PrepareTempFolder() {
   return folder;
 }
 
+HRESULT FindConnectionPoint(IConnectionPointContainer* container,
+                            CComPtr<IConnectionPoint>& point) {
+  if (container == nullptr) {
+    return E_POINTER;
+  }
+  const HRESULT found = container->FindConnectionPoint(DIID_DWebBrowserEvents2, &point);
+  // A browser may report success and give none.
+  return SUCCEEDED(found) && point == nullptr ? E_POINTER : found;
+}
+
 }  // namespace
 
 HRESULT WINAPI CIEDownload::UpdateRegistry(BOOL registers) {
@@ -70,29 +80,25 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
   return Advise();
 }
 
-HRESULT CIEDownload::FindConnectionPoint(IConnectionPoint** point) const {
-  *point = nullptr;
-  return m_container ? m_container->FindConnectionPoint(DIID_DWebBrowserEvents2, point) : E_POINTER;
-}
-
 HRESULT CIEDownload::Advise() {
   CComPtr<IConnectionPoint> point;
-  const HRESULT found = FindConnectionPoint(&point);
+  const HRESULT found = FindConnectionPoint(m_container, point);
   if (FAILED(found)) {
     return found;
   }
-  // A failed subscription leaves the cookie of the one before, which goes on.
+  // A failed subscription leaves the one before, which goes on.
   DWORD cookie = 0;
   const HRESULT advised = point->Advise(static_cast<IDispatch*>(this), &cookie);
   if (SUCCEEDED(advised)) {
     m_adviseCookie = cookie;
+    m_advisedContainer = m_container;
   }
   return advised;
 }
 
 HRESULT CIEDownload::Unadvise() {
   CComPtr<IConnectionPoint> point;
-  const HRESULT found = FindConnectionPoint(&point);
+  const HRESULT found = FindConnectionPoint(m_advisedContainer, point);
   if (FAILED(found)) {
     return found;
   }

@@ -47,7 +47,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   virtual HRESULT OnQuit();
   /// Subscribes to the browser's events, and keeps the cookie when that succeeds.
   virtual HRESULT Advise();
-  /// Ends the last subscription.
+  /// Ends the last subscription that succeeded, at the browser that it was made with.
   virtual HRESULT Unadvise();
   /// Finds the browser's frame among this thread's windows, for a browser that does not tell its
   /// own. E_POINTER when there is none.
@@ -65,12 +65,13 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   void OnBeforeNavigate(const DISPPARAMS& params);
   void Navigate(const CStringW& url, const DISPPARAMS& params);
   void OfferFile(const CStringW& url, const CStringW& extension, const DISPPARAMS& params);
-  HRESULT FindConnectionPoint(IConnectionPoint** point) const;
 
   static BOOL CALLBACK StoreIfBrowserFrame(HWND window, LPARAM self);
 
   CComPtr<IWebBrowser2> m_browser;
-  CComPtr<IConnectionPointContainer> m_container;
+  CComPtr<IConnectionPointContainer> m_container;  // of m_browser
+  /// The last subscription that succeeded: a cookie means something to its own browser only.
+  CComPtr<IConnectionPointContainer> m_advisedContainer;
   DWORD m_adviseCookie = 0;
   HWND m_browserWindow = nullptr;
 };

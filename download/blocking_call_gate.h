@@ -58,6 +58,9 @@ class CBlockingCallGate {
 
   void Replace(Place from, Place to) { m_place.compare_exchange_strong(from, to); }
 
+  // A lock would hold up the dialog's thread, and who holds one may be ended with the process.
+  static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<Place>::is_always_lock_free);
+
   std::atomic<bool>& m_running;
   std::atomic<Place> m_place{kOutside};
 };

@@ -9,7 +9,6 @@
 
 #include "base/edition.h"
 #include "base/exception_boundary.h"
-#include "base/last_error_keeper.h"
 #include "base/product_texts.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
@@ -19,8 +18,8 @@
 
 namespace {
 
-// How long the dialog waits for the disk to take a chunk that the worker is just writing.
-constexpr ULONGLONG kWriteWaitMs = 200;
+// How long the dialog waits for a call for the file that the worker is just making, once.
+constexpr ULONGLONG kDiskWaitMs = 200;
 
 // Sent messages, above all those of the worker to the dialog's controls.
 constexpr DWORD kServeSentMessages = PM_NOREMOVE | PM_QS_SENDMESSAGE;
@@ -61,7 +60,7 @@ void CProgressDialog::Abandon() {
   StopDownload();
   // Only a file that this dialog made: another download may have come to use the same name.
   if (m_opened && !m_tempFileSettled) {
-    DeleteTempFile();
+    DiscardTempFile();
   }
 }
 
@@ -75,7 +74,7 @@ LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam
         boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
   });
   if (FAILED(started)) {
-    ShowMessage(kNotAvailableText, m_url);
+    ShowMessage(m_hWnd, kNotAvailableText, m_url);
     m_finished = 1;
     PostMessage(WM_USER, kDownloadFailed);
   }
@@ -114,8 +113,7 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
     SetEvent(m_hPeekEvent);
   }
   StopDownload();
-  DeleteTempFile();
-  m_tempFileSettled = true;
+  DiscardTempFile();
   EndDialog(kDownloadCancelled);
   return 0;
 }
@@ -126,16 +124,22 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   if (code == 0) {
     return 0;
   }
+  // First: the result may have come early, and a worker that still runs would write on, or report
+  // and delete the file that is being delivered.
+  CScopedHandle<CFileTraits> file = StopWorker();
+  const bool hasFile = static_cast<bool>(file);
+  file.Close();
   // Without its file there is nothing to deliver: a result came before, or the disk never answers.
-  if (CloseFile() && code != kDownloadFailed) {
+  if (hasFile && code != kDownloadFailed) {
     DeliverFile();
   }
   StopDownload();
   if (code == kDownloadFailed) {
-    DeleteTempFile();
-    m_tempFileSettled = true;
+    DiscardTempFile();
   }
-  EndDialog(static_cast<int>(code));
+  // Whoever is told of a delivered file opens it, so one that the worker deletes is not delivered.
+  const bool isLost = code == kDownloadDelivered && m_fileHolder == FileHolder::kWorkerLeftBehind;
+  EndDialog(isLost ? kDownloadFailed : static_cast<int>(code));
   return 0;
 }
 
@@ -157,7 +161,7 @@ void CProgressDialog::CompleteProtectedSave(HANDLE state) {
   const CIeFrameLibrary browser;
   if (!browser.SaveFile(state, m_tempPath)) {
     browser.CancelSaveFile(state);
-    ShowMessage(kCannotCreateText, m_tempPath.GetText());
+    ShowMessage(m_hWnd, kCannotCreateText, m_tempPath.GetText());
   }
 }
 
@@ -191,13 +195,17 @@ void CProgressDialog::ShellOpen(const CFilePath& path) {
 }
 
 LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
+  // A dialog that goes without a result, ended by OK or destroyed with its owner, has not stopped
+  // its worker yet. In this order: a worker that finds no window finds that it is stopped too.
+  m_running = false;
   m_window = nullptr;
   handled = FALSE;
   return 1;
 }
 
 void CProgressDialog::StopDownload() {
-  const bool mayBeWaitedFor = m_gate.Stop();
+  CScopedHandle<CFileTraits> file = StopWorker();
+  const bool mayBeWaitedFor = !m_gate.IsLeftBehind();
   // Taken out first: a message served below may come here again.
   if (const std::shared_ptr<boost::thread> worker = std::exchange(m_thread, nullptr)) {
     // Joining a thread that has ended cannot fail; it is guarded as destructors end up here.
@@ -211,7 +219,7 @@ void CProgressDialog::StopDownload() {
       }
     });
   }
-  CloseFile();
+  file.Close();
   m_hRequest.Close();
   m_hSession.Close();
   CancelProtectedSave();
@@ -232,31 +240,47 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
   }
 }
 
-/// Takes the file out of the worker's reach. A write under way is let finish, as its bytes must not
-/// go into a recycled handle; a disk that does not answer is left to the worker.
-HANDLE CProgressDialog::TakeFile() {
-  const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
-  for (;;) {
-    if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
-      return file;
-    }
-    // Asked only after a look at the handle: the worker raises the flag before it takes that out.
-    if (!m_fileInUse || GetTickCount64() >= deadline) {
-      return m_hFile.Take();  // It may have been put back meanwhile.
-    }
-    SwitchToThread();
+/// Stops the worker and takes the file out of its reach. A call for the file that is under way is
+/// let finish, as a write's bytes must not go into a recycled handle; a disk that does not answer
+/// is left to the worker. Empty when there is no file, or when it is left to the worker.
+CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
+  // The flag alone, before the gate: a worker that the gate leaves behind deletes the file, and one
+  // whose call returns in time need not be left behind. The wait comes once: after it the file is
+  // taken or left.
+  m_running = false;
+  if (m_fileHolder == FileHolder::kWorkerLeftBehind) {
+    return {};
   }
+  const ULONGLONG deadline = GetTickCount64() + kDiskWaitMs;
+  HANDLE file = m_hFile.Take();
+  // The flag is read after a look at the handle: the worker raises it before it takes that out.
+  while (file == CFileTraits::Empty() && m_fileInUse && !m_gate.IsLeftBehind() &&
+         GetTickCount64() < deadline) {
+    SwitchToThread();
+    file = m_hFile.Take();
+  }
+  if (file == CFileTraits::Empty()) {
+    file = m_hFile.Take();  // It may have been put back before the flag was read.
+  }
+  m_gate.Stop();
+  const bool isInUse = m_fileInUse;
+  if (file == CFileTraits::Empty()) {
+    file = m_hFile.Take();  // Or before the worker was left behind.
+  }
+  if (file != CFileTraits::Empty()) {
+    m_fileHolder = FileHolder::kDialog;
+  } else if (isInUse && m_fileHolder == FileHolder::kSteps) {
+    m_fileHolder = FileHolder::kWorkerLeftBehind;
+  }
+  return CScopedHandle<CFileTraits>(file);
 }
 
-/// False when there is no file, or when it is left to the worker.
-bool CProgressDialog::CloseFile() {
-  const HANDLE file = TakeFile();
-  if (file == CFileTraits::Empty()) {
-    return false;
+/// Deletes the file, unless the worker does.
+void CProgressDialog::DiscardTempFile() {
+  m_tempFileSettled = true;
+  if (m_fileHolder != FileHolder::kWorkerLeftBehind) {
+    DeleteTempFile();
   }
-  const CLastErrorKeeper keeper;
-  CFileTraits::Close(file);
-  return true;
 }
 
 void CProgressDialog::DeleteTempFile() const {

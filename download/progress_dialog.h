@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/scoped_handle.h"
 #include "download/atomic_handle.h"
 #include "download/blocking_call_gate.h"
 #include "download/file_path.h"
@@ -36,14 +37,18 @@ enum DownloadResult {
 ///   the steps, on whichever thread they run, write m_opened, m_checkPending, m_valid, m_complete,
 ///   m_lengthKnown, m_total, m_received and m_fileInUse; they put m_hSession, m_hRequest and
 ///   m_hFile, and close what an earlier attempt to open has left in them;
-///   the dialog thread clears m_running, sets m_fileLeftToBrowser and closes the three handles;
-///   both set m_finished: the worker at its end, the dialog thread when it has posted a result.
+///   the dialog thread clears m_running, sets and clears m_window, sets m_fileLeftToBrowser and
+///   closes the three handles;
+///   both set m_finished: the worker at its end, the dialog thread when it has posted a result;
+///   both change m_gate: the steps tell of a call that can be held up, the dialog thread stops
+///   them.
 /// Everything else belongs to the dialog thread, or does not change while there is a worker.
 ///
 /// The dialog thread waits neither for the network nor, for more than a moment, for the disk. A
 /// worker that is inside such a call when it is stopped is left behind: it keeps the object and the
 /// module alive, and when the call returns it closes what it still has, deletes the file that it
-/// had open, and ends silently.
+/// had open, and ends silently. The dialog thread makes no call for that file any more: a disk that
+/// does not answer the worker would not answer it either.
 class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>,
                         public std::enable_shared_from_this<CProgressDialog> {
  public:
@@ -92,19 +97,23 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   LRESULT OnOpenFile(WORD notification, WORD id, HWND control, BOOL& handled);
   LRESULT OnDestroy(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
 
+  /// Who closes the file. The worker that is left behind with it deletes it too.
+  enum class FileHolder { kSteps, kDialog, kWorkerLeftBehind };
+
   // The dialog's side (progress_dialog.cpp), dialog thread.
   void ShowInitialState();
   void StopDownload();
   bool ServeMessagesUntilEnded(boost::thread& worker);
-  HANDLE TakeFile();
-  bool CloseFile();
+  CScopedHandle<CFileTraits> StopWorker();
   void DeliverFile();
+  void DiscardTempFile();
   void CompleteProtectedSave(HANDLE state);
   void CancelProtectedSave();
   void ShellOpen(const CFilePath& path);
   void Abandon();
 
-  // The transfer (download_transfer.cpp): under PeekContent the caller's thread, else the worker.
+  // The transfer (progress_dialog_transfer.cpp): under PeekContent the caller's thread, else the
+  // worker.
   void WorkerThreadProc();
   void RunWorkerSteps();
   void CloseLateHandles();
@@ -119,7 +128,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool WriteChunk(const void* data, DWORD size);
   void ShowProgress(DWORD written);
   bool ReportFailure(LPCWSTR format, const CStringW& subject);
-  void ShowMessage(LPCWSTR format, const CStringW& subject) const;
+  static void ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject);
   void DeleteTempFile() const;
   bool IsPeeking() const { return m_hPeekEvent != nullptr; }
 
@@ -154,8 +163,9 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
  private:
   CBlockingCallGate m_gate{m_running};
   std::atomic<HWND> m_window{nullptr};           // the worker's copy of m_hWnd
-  std::atomic<bool> m_fileInUse{false};          // a write is under way with the file taken out
+  std::atomic<bool> m_fileInUse{false};          // a call for the file that the dialog cannot take
   std::atomic<bool> m_fileLeftToBrowser{false};  // nobody here deletes it any more
-  bool m_tempFileSettled = false;                // delivered, deleted or left to the browser
+  bool m_tempFileSettled = false;                // delivered, deleted or left to somebody else
+  FileHolder m_fileHolder = FileHolder::kSteps;  // decided by StopWorker
   const HWND m_browserWindow;
 };

@@ -170,11 +170,12 @@ bool CProgressDialog::OpenRequest() {
     const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
     const DWORD error = GetLastError();
     m_hRequest.Put(request);
+    // Before the look at the flag: a dialog that goes clears that first.
+    const HWND dialog = m_window;
     if (request == nullptr || !m_running) {
       break;
     }
     // Under the pre-check there is no dialog yet, and without an owner the system asks nobody.
-    const HWND dialog = m_window;
     const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
     if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
         ERROR_INTERNET_FORCE_RETRY) {
@@ -214,6 +215,7 @@ bool CProgressDialog::CreateTempFile() {
     if (!call) {
       return false;  // Another download may have come to use the same name.
     }
+    const CFlagScope using_(m_fileInUse);
     // Nobody else may open the file until it is delivered.
     const HANDLE file = CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -236,8 +238,13 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     }
     succeeded = InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
     if (!succeeded && m_running) {
-      // Still open without sharing, so this takes no effect: the file goes with the dialog's end.
-      DeleteTempFile();
+      // Taken out in use, or the dialog could close and deliver it meanwhile. Still open without
+      // sharing, so this takes no effect: the file goes with the dialog's end.
+      const CFlagScope using_(m_fileInUse);
+      if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
+        DeleteTempFile();
+        m_hFile.Put(file);
+      }
     }
   }
   if (!succeeded) {
@@ -334,7 +341,14 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
     if (!call) {
       return false;
     }
-    ShowMessage(format, subject);
+    HWND owner = m_window;
+    if (IsPeeking()) {
+      // There is no dialog yet.
+      owner = ::IsWindow(m_browserWindow) ? m_browserWindow : nullptr;
+    } else if (owner == nullptr && !m_running) {
+      return false;  // The dialog has gone since the call was allowed.
+    }
+    ShowMessage(owner, format, subject);
   }
   if (IsPeeking()) {
     SetEvent(m_hPeekEvent);
@@ -344,13 +358,9 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
 }
 
 /// Without memory for the text it shows another one, which needs none: a failure is never silent.
-void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
+void CProgressDialog::ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject) {
   CStringW text;
   const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });
-  HWND owner = m_window;
-  if (owner == nullptr && ::IsWindow(m_browserWindow)) {
-    owner = m_browserWindow;
-  }
   ::MessageBoxW(owner, SUCCEEDED(made) ? text.GetString() : kNoMemoryText, kProductName,
                 MB_ICONEXCLAMATION);
 }
