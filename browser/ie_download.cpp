@@ -86,19 +86,18 @@ HRESULT CIEDownload::Advise() {
   if (FAILED(found)) {
     return found;
   }
-  // A failed subscription leaves the one before, which goes on.
+  // A failed subscription leaves the cookie of the one before, which goes on.
   DWORD cookie = 0;
   const HRESULT advised = point->Advise(static_cast<IDispatch*>(this), &cookie);
   if (SUCCEEDED(advised)) {
     m_adviseCookie = cookie;
-    m_advisedContainer = m_container;
   }
   return advised;
 }
 
 HRESULT CIEDownload::Unadvise() {
   CComPtr<IConnectionPoint> point;
-  const HRESULT found = FindConnectionPoint(m_advisedContainer, point);
+  const HRESULT found = FindConnectionPoint(m_container, point);
   if (FAILED(found)) {
     return found;
   }

@@ -47,7 +47,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   virtual HRESULT OnQuit();
   /// Subscribes to the browser's events, and keeps the cookie when that succeeds.
   virtual HRESULT Advise();
-  /// Ends the last subscription that succeeded, at the browser that it was made with.
+  /// Ends the last subscription.
   virtual HRESULT Unadvise();
   /// Finds the browser's frame among this thread's windows, for a browser that does not tell its
   /// own. E_POINTER when there is none.
@@ -69,9 +69,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   static BOOL CALLBACK StoreIfBrowserFrame(HWND window, LPARAM self);
 
   CComPtr<IWebBrowser2> m_browser;
-  CComPtr<IConnectionPointContainer> m_container;  // of m_browser
-  /// The last subscription that succeeded: a cookie means something to its own browser only.
-  CComPtr<IConnectionPointContainer> m_advisedContainer;
+  CComPtr<IConnectionPointContainer> m_container;
   DWORD m_adviseCookie = 0;
   HWND m_browserWindow = nullptr;
 };

@@ -84,7 +84,7 @@ TEST(SetSite, LetsGoOfEverythingWithTheObject) {
     EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks + 1);
     helper->SetSite(&browser);
     EXPECT_GT(browser.references, 0);
-    EXPECT_GT(browser.container.references, 0);
+    EXPECT_EQ(browser.container.references, 1);
   }
   EXPECT_EQ(browser.references, 0);
   EXPECT_EQ(browser.container.references, 0);
@@ -143,7 +143,7 @@ TEST(SetSite, NewBrowserReplacesTheOldOneAndItsContainer) {
   EXPECT_EQ(helper->SetSite(&second), S_OK);
   EXPECT_EQ(first.references, 0);
   EXPECT_EQ(first.container.references, 0);
-  EXPECT_GT(second.container.references, 0);
+  EXPECT_EQ(second.container.references, 1);
   helper->OnQuit();
   EXPECT_TRUE(first.container.point.unadvised.empty());
   EXPECT_EQ(second.container.point.unadvised.size(), 1u);
@@ -160,22 +160,14 @@ TEST(SetSite, AnotherSubscriptionReplacesTheCookieWithoutUnsubscribing) {
   EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7002}));
 }
 
-TEST(SetSite, FailedSubscriptionLeavesTheOneBeforeWithItsBrowser) {
-  CFakeBrowser first;
-  CFakeBrowser second;
-  second.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
-  for (CFakeBrowser* const refusing : {&first, &second}) {
-    const CHelperObject helper;
-    EXPECT_EQ(helper->SetSite(&first), S_OK);
-    first.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
-    EXPECT_EQ(helper->SetSite(refusing), CONNECT_E_ADVISELIMIT);
-    EXPECT_EQ(helper->Unadvise(), S_OK);
-    EXPECT_EQ(first.container.point.unadvised,
-              (std::vector<DWORD>{first.container.point.nextCookie - 1}));
-    EXPECT_TRUE(second.container.point.unadvised.empty());
-    first.container.point.unadvised.clear();
-    first.container.point.adviseResult = S_OK;
-  }
+TEST(SetSite, FailedSubscriptionLeavesTheCookieOfTheOneBefore) {
+  CFakeBrowser browser;
+  const CHelperObject helper;
+  helper->SetSite(&browser);
+  browser.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
+  EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_ADVISELIMIT);
+  EXPECT_EQ(helper->Unadvise(), S_OK);
+  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
 }
 
 TEST(SetSite, BrowserWithoutEventsIsAPointerError) {
@@ -185,10 +177,8 @@ TEST(SetSite, BrowserWithoutEventsIsAPointerError) {
   const CHelperObject helper;
   helper->SetSite(&browser);
   EXPECT_EQ(helper->SetSite(&deaf), E_POINTER);
+  EXPECT_EQ(browser.container.references, 0);
   EXPECT_GT(deaf.references, 0);
-  EXPECT_EQ(helper->Advise(), E_POINTER) << "the first one's events are not subscribed to again";
-  EXPECT_EQ(helper->Unadvise(), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
 }
 
 TEST(SetSite, ReturnsWhatSubscribingReturns) {
