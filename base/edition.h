@@ -2,7 +2,7 @@
 
 // No default, so that no source is compiled for the wrong edition unnoticed.
 #ifndef FOLIVO_SE_EDITION
-#error "FOLIVO_SE_EDITION is not defined: link to the library ui, or define it as 0 or 1"
+#error "FOLIVO_SE_EDITION is not defined: link to the library base, or define it as 0 or 1"
 #endif
 
 /// True in a build of the SE edition. That edition shows "MERLO Folivo SE" in the title of the

@@ -54,9 +54,11 @@ CStringA ToUtf8(const CStringW& text) {
   const int length =
       WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), nullptr, 0, nullptr, nullptr);
   CStringA utf8;
-  WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), utf8.GetBuffer(length), length, nullptr,
-                      nullptr);
-  utf8.ReleaseBuffer(length);
+  if (length > 0) {  // With a size of 0 the call below would only return the length.
+    const int written = WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(),
+                                            utf8.GetBuffer(length), length, nullptr, nullptr);
+    utf8.ReleaseBuffer(written);
+  }
   return utf8;
 }
 

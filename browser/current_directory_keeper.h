@@ -1,24 +1,47 @@
 #pragma once
 
-#include <atlbase.h>
-#include <atlstr.h>
+#include <windows.h>
 
-/// Restores the process's current directory at scope end.
+/// Restores the process's current directory at scope end. All threads share that directory, and
+/// each browser window has its own thread: of scopes that overlap, the first one saves the
+/// directory and the last one restores it, or changes to the system directory when that fails.
+/// Allocates no memory.
 class CCurrentDirectoryKeeper {
  public:
   CCurrentDirectoryKeeper() {
-    const DWORD size = GetCurrentDirectoryW(0, nullptr);  // with the terminator
-    const DWORD length = GetCurrentDirectoryW(size, m_directory.GetBuffer(static_cast<int>(size)));
-    m_directory.ReleaseBuffer(length < size ? static_cast<int>(length) : 0);
+    const CLock lock;
+    if (s_scopes++ == 0) {
+      const DWORD length = GetCurrentDirectoryW(MAX_PATH, s_directory);
+      s_isKnown = length > 0 && length < MAX_PATH;
+    }
   }
   ~CCurrentDirectoryKeeper() {
-    if (!m_directory.IsEmpty()) {
-      SetCurrentDirectoryW(m_directory);
+    const CLock lock;
+    if (--s_scopes == 0 && !(s_isKnown && SetCurrentDirectoryW(s_directory))) {
+      MoveToSystemDirectory();
     }
   }
   CCurrentDirectoryKeeper(const CCurrentDirectoryKeeper&) = delete;
   CCurrentDirectoryKeeper& operator=(const CCurrentDirectoryKeeper&) = delete;
 
  private:
-  CStringW m_directory;  // empty when the system could not return it
+  class CLock {
+   public:
+    CLock() { AcquireSRWLockExclusive(&s_lock); }
+    ~CLock() { ReleaseSRWLockExclusive(&s_lock); }
+    CLock(const CLock&) = delete;
+    CLock& operator=(const CLock&) = delete;
+  };
+
+  static void MoveToSystemDirectory() {
+    const UINT length = GetSystemDirectoryW(s_directory, MAX_PATH);
+    if (length > 0 && length < MAX_PATH) {
+      SetCurrentDirectoryW(s_directory);
+    }
+  }
+
+  static inline SRWLOCK s_lock = SRWLOCK_INIT;
+  static inline int s_scopes = 0;
+  static inline wchar_t s_directory[MAX_PATH];
+  static inline bool s_isKnown = false;
 };

@@ -35,6 +35,16 @@ CFilePath PrepareTempFolder() {
   return folder;
 }
 
+HRESULT FindConnectionPoint(IConnectionPointContainer* container,
+                            CComPtr<IConnectionPoint>& point) {
+  if (container == nullptr) {
+    return E_POINTER;
+  }
+  const HRESULT found = container->FindConnectionPoint(DIID_DWebBrowserEvents2, &point);
+  // A browser may return success without a connection point.
+  return SUCCEEDED(found) && point == nullptr ? E_POINTER : found;
+}
+
 }  // namespace
 
 HRESULT WINAPI CIEDownload::UpdateRegistry(BOOL registers) {
@@ -72,14 +82,9 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
   return Advise();
 }
 
-HRESULT CIEDownload::FindConnectionPoint(IConnectionPoint** point) const {
-  *point = nullptr;
-  return m_container ? m_container->FindConnectionPoint(DIID_DWebBrowserEvents2, point) : E_POINTER;
-}
-
 HRESULT CIEDownload::Advise() {
   CComPtr<IConnectionPoint> point;
-  const HRESULT found = FindConnectionPoint(&point);
+  const HRESULT found = FindConnectionPoint(m_container, point);
   if (FAILED(found)) {
     return found;
   }
@@ -95,7 +100,7 @@ HRESULT CIEDownload::Advise() {
 
 HRESULT CIEDownload::Unadvise() {
   CComPtr<IConnectionPoint> point;
-  const HRESULT found = FindConnectionPoint(&point);
+  const HRESULT found = FindConnectionPoint(m_container, point);
   if (FAILED(found)) {
     return found;
   }

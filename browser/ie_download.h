@@ -67,7 +67,6 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   void OnBeforeNavigate(const DISPPARAMS& params);
   void Navigate(const CStringW& url, const DISPPARAMS& params);
   void OfferFile(const CStringW& url, const CStringW& extension, const DISPPARAMS& params);
-  HRESULT FindConnectionPoint(IConnectionPoint** point) const;
 
   static BOOL CALLBACK StoreIfBrowserFrame(HWND window, LPARAM self);
 

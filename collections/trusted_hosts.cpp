@@ -9,10 +9,9 @@
 
 // Checks the list that is built in, also one that replaces ours. A name in another form would trust
 // no host, and an empty one every host.
-static_assert(std::size(kTrustedHosts) == 9, "the list of trusted hosts must have nine names");
-static_assert(
-    std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName),
-    "a trusted host must be a name in lower case, without scheme, \"www.\", port or slash");
+static_assert(std::size(kTrustedHosts) == 9, "the list of trusted hosts has nine names");
+static_assert(std::all_of(std::begin(kTrustedHosts), std::end(kTrustedHosts), IsBareHostName),
+              "a trusted host is a lower-case name without scheme, \"www.\" or port");
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "collections/unzip_library.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 #include "base/exception_boundary.h"
@@ -30,16 +31,32 @@ CUnzipFunctions g_functions;
 
 /// Lock for one use of the library, from its load to its release. Each browser window has a thread
 /// of its own, while the list that a listing fills, the function pointers and the engine's state
-/// are global. Not recursive: no callback dispatches messages.
+/// are global. Waits for a use on another thread. False inside a use on the same thread, which
+/// would wait for itself; a library that dispatches messages can cause one.
 class CUnzipUse {
  public:
-  CUnzipUse() { AcquireSRWLockExclusive(&s_lock); }
-  ~CUnzipUse() { ReleaseSRWLockExclusive(&s_lock); }
+  CUnzipUse() : m_isOwner(s_owner != GetCurrentThreadId()) {
+    if (m_isOwner) {
+      AcquireSRWLockExclusive(&s_lock);
+      s_owner = GetCurrentThreadId();
+    }
+  }
+  ~CUnzipUse() {
+    if (m_isOwner) {
+      s_owner = 0;
+      ReleaseSRWLockExclusive(&s_lock);
+    }
+  }
   CUnzipUse(const CUnzipUse&) = delete;
   CUnzipUse& operator=(const CUnzipUse&) = delete;
 
+  explicit operator bool() const { return m_isOwner; }
+
  private:
   static inline SRWLOCK s_lock = SRWLOCK_INIT;
+  static inline std::atomic<DWORD> s_owner = 0;  // the thread that holds the lock; 0: none
+
+  const bool m_isOwner;
 };
 
 /// Copies an entry from the library's memory and frees that. Sets `size` and `data` only on
@@ -117,6 +134,9 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
     return false;
   }
   const CUnzipUse use;
+  if (!use) {
+    return false;
+  }
   const CUnzipListingTarget target(*entries);
   const CGlobalBlock<DCL> options;
   const CGlobalBlock<USERFUNCTIONS> functions;
@@ -149,6 +169,9 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   *size = 0;
   data->reset();
   const CUnzipUse use;
+  if (!use) {
+    return false;
+  }
   const HMODULE library = LoadUnzipLibrary();
   if (library == nullptr) {
     return false;
@@ -161,7 +184,7 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
     return false;
   }
   FillUserFunctions(*functions.Get(), UnzipReportEntry);
-  UzpBuffer buffer = {0, nullptr};
+  UzpBuffer buffer = {0, nullptr};  // Not longer in version 6.0.
   const int result =
       g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), &buffer);
   if (result >= kFirstFailure) {

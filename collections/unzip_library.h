@@ -8,7 +8,7 @@
 // Reads zip archives with Info-ZIP's unzip library, "UNZIP32.DLL". Each use finds it on the search
 // path and loads it. Functions return whether they succeeded; the library's texts, and the reason
 // why it could not be loaded, go to standard output. May be called on any thread; a lock allows one
-// listing or extraction at a time.
+// listing or extraction at a time. A call from inside another one on the same thread fails.
 
 /// Finds and loads the library and looks up its functions. Returns null on failure; otherwise the
 /// caller frees the module. The functions below call this while they hold their lock.

@@ -104,14 +104,16 @@ bool CZipProgressDialog::OpenTransfer() {
 bool CZipProgressDialog::OpenRequest() {
   // Quirk 54: without the user's proxy, unlike a lesson's download.
   m_hSession = InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);
+  DWORD error = ERROR_SUCCESS;
   for (;;) {
     SetLastError(ERROR_SUCCESS);
     m_hRequest = InternetOpenUrlW(m_hSession, m_sourceUrl, nullptr, 0, kOpenFlags, 0);
     if (m_hRequest == nullptr) {
-      break;
+      return false;
     }
     const DWORD answer =
         InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr);
+    error = GetLastError();  // Before any other call, which could change it.
     if (!HasWindow()) {
       return false;  // The window was destroyed while the system's dialog was open.
     }
@@ -122,7 +124,7 @@ bool CZipProgressDialog::OpenRequest() {
     m_hRequest = nullptr;
   }
   // Quirk 55: a last error is a failure even when there is a request.
-  if (GetLastError() != ERROR_SUCCESS || m_hRequest == nullptr || m_hSession == nullptr) {
+  if (error != ERROR_SUCCESS || m_hSession == nullptr) {
     return false;
   }
   DWORD status = 0;
@@ -158,7 +160,8 @@ bool CZipProgressDialog::ReadChunk() {
 
 bool CZipProgressDialog::WriteChunk(const void* data, DWORD size) {
   DWORD written = 0;
-  if (!WriteFile(m_hFile, data, size, &written, nullptr)) {
+  // A part of a chunk would leave a gap in the archive.
+  if (!WriteFile(m_hFile, data, size, &written, nullptr) || written != size) {
     ShowArchiveError(kCannotWriteArchiveText);
     return false;
   }

@@ -59,6 +59,10 @@ class CBlockingCallGate {
 
   void Replace(Place from, Place to) { m_place.compare_exchange_strong(from, to); }
 
+  // With a lock inside the atomics the dialog thread could wait for a thread that holds it, and
+  // wait forever when that thread was terminated at process exit.
+  static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<Place>::is_always_lock_free);
+
   std::atomic<bool>& m_running;
   std::atomic<Place> m_place{kOutside};
 };

@@ -18,7 +18,9 @@ void CALLBACK OnThreadEnded(PTP_CALLBACK_INSTANCE instance, void* context, PTP_W
   const std::unique_ptr<CKeptThread> kept(static_cast<CKeptThread*>(context));
   CloseThreadpoolWait(wait);
   FreeLibraryWhenCallbackReturns(instance, kept->module);
-  _pAtlModule->Unlock();
+  if (_pAtlModule != nullptr) {
+    _pAtlModule->Unlock();
+  }
 }
 
 HMODULE AddModuleReference() {
@@ -32,9 +34,13 @@ HMODULE AddModuleReference() {
 
 void KeepModuleUntilThreadEnds(HANDLE thread) {
   // First, so that after a failure below the module stays loaded and is not freed too early.
-  _pAtlModule->Lock();
+  if (_pAtlModule != nullptr) {  // The module object may be destroyed before the last threads end.
+    _pAtlModule->Lock();
+  }
   const HMODULE module = AddModuleReference();
-
+  if (module == nullptr) {
+    return;
+  }
   std::unique_ptr<CKeptThread> kept(new (std::nothrow) CKeptThread);
   if (!kept) {
     return;

@@ -9,7 +9,6 @@
 
 #include "base/edition.h"
 #include "base/exception_boundary.h"
-#include "base/last_error_keeper.h"
 #include "base/product_texts.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
@@ -19,8 +18,8 @@
 
 namespace {
 
-// How long the dialog thread waits for a write in progress.
-constexpr ULONGLONG kWriteWaitMs = 200;
+// How long the dialog thread waits, once, for the worker's call for the file that is in progress.
+constexpr ULONGLONG kDiskWaitMs = 200;
 
 // Makes PeekMessageW dispatch sent messages, such as the worker's to the dialog's controls, and
 // nothing else.
@@ -62,7 +61,7 @@ void CProgressDialog::Abandon() {
   StopDownload();
   // Only a file that this dialog created: another download may use the same name.
   if (m_opened && !m_tempFileSettled) {
-    DeleteTempFile();
+    DiscardTempFile();
   }
 }
 
@@ -76,7 +75,7 @@ LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam
         boost::bind(&CProgressDialog::WorkerThreadProc, shared_from_this()));
   });
   if (FAILED(started)) {
-    ShowMessage(kNotAvailableText, m_url);
+    ShowMessage(m_hWnd, kNotAvailableText, m_url);
     m_finished = 1;
     PostMessage(WM_USER, kDownloadFailed);
   }
@@ -115,8 +114,7 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
     SetEvent(m_hPeekEvent);
   }
   StopDownload();
-  DeleteTempFile();
-  m_tempFileSettled = true;
+  DiscardTempFile();
   EndDialog(kDownloadCancelled);
   return 0;
 }
@@ -127,17 +125,23 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   if (code == 0) {
     return 0;
   }
-  // There is no file when an earlier result was handled, or when a write has not returned yet.
-  if (CloseFile() && code != kDownloadFailed) {
+  // Stops the worker first. The result may have been posted before the worker ended, which could
+  // then write to the file, or report a failure and delete the file, during the delivery.
+  CScopedHandle<CFileTraits> file = StopWorker();
+  const bool hasFile = static_cast<bool>(file);
+  file.Close();
+  // There is no file when an earlier result was handled, or when a call for it has not returned.
+  if (hasFile && code != kDownloadFailed) {
     DeliverFile();
   }
   StopDownload();
   if (code == kDownloadFailed) {
-    DeleteTempFile();
-    m_tempFileSettled = true;
+    DiscardTempFile();
   }
-  // Quirk 32: a complete download ends the dialog without waiting for the user.
-  EndDialog(static_cast<int>(code));
+  // Quirk 32: a complete download ends the dialog without waiting for the user. The caller opens a
+  // file that was delivered, so the result is a failure when the worker deletes the file.
+  const bool isLost = code == kDownloadDelivered && m_fileHolder == FileHolder::kWorkerLeftBehind;
+  EndDialog(isLost ? kDownloadFailed : static_cast<int>(code));
   return 0;
 }
 
@@ -161,7 +165,7 @@ void CProgressDialog::CompleteProtectedSave(HANDLE state) {
   // Quirk 36: false only without the function; what the browser's save returns is ignored.
   if (!browser.SaveFile(state, m_tempPath)) {
     browser.CancelSaveFile(state);
-    ShowMessage(kCannotCreateText, m_tempPath.GetText());
+    ShowMessage(m_hWnd, kCannotCreateText, m_tempPath.GetText());
   }
 }
 
@@ -196,6 +200,9 @@ void CProgressDialog::ShellOpen(const CFilePath& path) {
 }
 
 LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
+  // A dialog that goes without a result, ended by OK or destroyed with its owner, has not stopped
+  // its worker yet. In this order: a worker that finds no window finds that it is stopped too.
+  m_running = false;
   m_window = nullptr;
   // Quirk 38: a result of 1, but not handled, so that the system's own handling runs.
   handled = FALSE;
@@ -203,7 +210,8 @@ LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
 }
 
 void CProgressDialog::StopDownload() {
-  const bool mayBeWaitedFor = m_gate.Stop();
+  CScopedHandle<CFileTraits> file = StopWorker();
+  const bool mayBeWaitedFor = !m_gate.IsLeftBehind();
   // Cleared first, as a message dispatched below may call this function again.
   if (const std::shared_ptr<boost::thread> worker = std::exchange(m_thread, nullptr)) {
     // Guarded because destructors call this function. Joining a thread that has ended does not
@@ -219,7 +227,7 @@ void CProgressDialog::StopDownload() {
       }
     });
   }
-  CloseFile();
+  file.Close();
   m_hRequest.Close();
   m_hSession.Close();
   CancelProtectedSave();
@@ -240,31 +248,48 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
   }
 }
 
-/// Takes ownership of the file handle. While the worker writes to the file, waits up to
-/// kWriteWaitMs for the handle; after that returns the empty value, and the worker closes the file.
-HANDLE CProgressDialog::TakeFile() {
-  const ULONGLONG deadline = GetTickCount64() + kWriteWaitMs;
-  for (;;) {
-    if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
-      return file;
-    }
-    // Read after the handle: the worker sets the flag before it takes the handle.
-    if (!m_fileInUse || GetTickCount64() >= deadline) {
-      return m_hFile.Take();  // The worker may have put it back meanwhile.
-    }
-    SwitchToThread();
+/// Stops the worker and takes ownership of the file handle. Waits up to kDiskWaitMs for a call for
+/// the file that is in progress, as bytes of a write could go to another file that gets the same
+/// handle value; after that the worker closes and deletes the file. Empty when there is no file, or
+/// when it is left to the worker.
+CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
+  // Clears only the flag before the wait, and stops the gate after it: a worker that the gate
+  // leaves behind deletes the file, and a worker whose call returns in time need not be left
+  // behind. Later calls do not wait: the handle has been taken, or the file left to the worker.
+  m_running = false;
+  if (m_fileHolder == FileHolder::kWorkerLeftBehind) {
+    return {};
   }
+  const ULONGLONG deadline = GetTickCount64() + kDiskWaitMs;
+  HANDLE file = m_hFile.Take();
+  // The flag is read after the handle: the worker sets it before it takes the handle.
+  while (file == CFileTraits::Empty() && m_fileInUse && !m_gate.IsLeftBehind() &&
+         GetTickCount64() < deadline) {
+    SwitchToThread();
+    file = m_hFile.Take();
+  }
+  if (file == CFileTraits::Empty()) {
+    file = m_hFile.Take();  // The worker may have put it back before the flag was read,
+  }
+  m_gate.Stop();
+  const bool isInUse = m_fileInUse;
+  if (file == CFileTraits::Empty()) {
+    file = m_hFile.Take();  // or before the gate was stopped.
+  }
+  if (file != CFileTraits::Empty()) {
+    m_fileHolder = FileHolder::kDialog;
+  } else if (isInUse && m_fileHolder == FileHolder::kSteps) {
+    m_fileHolder = FileHolder::kWorkerLeftBehind;
+  }
+  return CScopedHandle<CFileTraits>(file);
 }
 
-/// Closes the file. Returns false when there is none, or when the worker is to close it.
-bool CProgressDialog::CloseFile() {
-  const HANDLE file = TakeFile();
-  if (file == CFileTraits::Empty()) {
-    return false;
+/// Deletes the temporary file, unless a worker that was left behind does.
+void CProgressDialog::DiscardTempFile() {
+  m_tempFileSettled = true;
+  if (m_fileHolder != FileHolder::kWorkerLeftBehind) {
+    DeleteTempFile();
   }
-  const CLastErrorKeeper keeper;
-  CFileTraits::Close(file);
-  return true;
 }
 
 void CProgressDialog::DeleteTempFile() const {

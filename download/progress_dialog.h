@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/scoped_handle.h"
 #include "download/atomic_handle.h"
 #include "download/blocking_call_gate.h"
 #include "download/file_path.h"
@@ -42,10 +43,11 @@ enum DownloadResult {
 /// All other members are used by the dialog thread only, or do not change while there is a worker.
 /// The destructor runs on the thread that releases the last reference, which may be the worker.
 ///
-/// Stopping a transfer never waits for a network call, and at most 200 ms for a write in progress.
-/// A worker that is inside a blocking call then is left behind: it holds the object and the module
-/// until the call returns, closes the handles that are still open, deletes the file that it had
-/// open, and ends without a message.
+/// Stopping a transfer never waits for a network call, and once, for at most 200 ms, for a call for
+/// the file. A worker that is inside a blocking call then is left behind: it holds the object and
+/// the module until the call returns, closes the handles that are still open, deletes the file that
+/// it had open, and ends without a message. The dialog thread makes no further call for that file:
+/// a disk that blocks the worker would block it, too.
 class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>,
                         public std::enable_shared_from_this<CProgressDialog> {
  public:
@@ -95,13 +97,16 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   LRESULT OnOpenFile(WORD notification, WORD id, HWND control, BOOL& handled);
   LRESULT OnDestroy(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
 
+  /// Who closes the file. A worker that is left behind with the file also deletes it.
+  enum class FileHolder { kSteps, kDialog, kWorkerLeftBehind };
+
   // The dialog (progress_dialog.cpp). Dialog thread.
   void ShowInitialState();
   void StopDownload();
   bool ServeMessagesUntilEnded(boost::thread& worker);
-  HANDLE TakeFile();
-  bool CloseFile();
+  CScopedHandle<CFileTraits> StopWorker();
   void DeliverFile();
+  void DiscardTempFile();
   void CompleteProtectedSave(HANDLE state);
   void CancelProtectedSave();
   void ShellOpen(const CFilePath& path);
@@ -123,7 +128,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool WriteChunk(const void* data, DWORD size);
   void ShowProgress(DWORD written);
   bool ReportFailure(LPCWSTR format, const CStringW& subject);
-  void ShowMessage(LPCWSTR format, const CStringW& subject) const;
+  static void ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject);
   void DeleteTempFile() const;
   bool IsPeeking() const { return m_hPeekEvent != nullptr; }
 
@@ -158,8 +163,9 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
  private:
   CBlockingCallGate m_gate{m_running};
   std::atomic<HWND> m_window{nullptr};           // the worker's copy of m_hWnd
-  std::atomic<bool> m_fileInUse{false};          // the step that writes has taken m_hFile
+  std::atomic<bool> m_fileInUse{false};          // a step calls for the file; m_hFile is empty
   std::atomic<bool> m_fileLeftToBrowser{false};  // the temporary file must not be deleted any more
-  bool m_tempFileSettled = false;                // delivered, deleted or left to the browser
+  bool m_tempFileSettled = false;                // delivered, deleted, or left to browser or worker
+  FileHolder m_fileHolder = FileHolder::kSteps;  // set by StopWorker
   const HWND m_browserWindow;
 };

@@ -171,12 +171,13 @@ bool CProgressDialog::OpenRequest() {
     const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
     const DWORD error = GetLastError();
     m_hRequest.Put(request);
+    // Read before the flag: a dialog that is destroyed clears the flag before the window.
+    const HWND dialog = m_window;
     if (request == nullptr || !m_running) {
       break;
     }
     // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to show
     // its own.
-    const HWND dialog = m_window;
     const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
     if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
         ERROR_INTERNET_FORCE_RETRY) {
@@ -217,6 +218,7 @@ bool CProgressDialog::CreateTempFile() {
     if (!call) {
       return false;  // Another download may use the same name by now.
     }
+    const CFlagScope using_(m_fileInUse);
     // Without sharing: no other program may open the file before it is delivered.
     const HANDLE file = CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -239,9 +241,14 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     }
     succeeded = InternetReadFile(m_hRequest.Get(), buffer, size, &received) != FALSE;
     if (!succeeded && m_running) {
-      // Quirk 29: has no effect, as the file is still open without sharing; the dialog deletes it
-      // when it ends.
-      DeleteTempFile();
+      // Takes the handle out, so that the dialog cannot close and deliver the file meanwhile.
+      // Quirk 29: the deletion has no effect, as the file is still open without sharing; the dialog
+      // deletes it when it ends.
+      const CFlagScope using_(m_fileInUse);
+      if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
+        DeleteTempFile();
+        m_hFile.Put(file);
+      }
     }
   }
   if (!succeeded) {
@@ -341,7 +348,14 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
     if (!call) {
       return false;
     }
-    ShowMessage(format, subject);
+    HWND owner = m_window;
+    if (IsPeeking()) {
+      // The dialog has no window yet.
+      owner = ::IsWindow(m_browserWindow) ? m_browserWindow : nullptr;
+    } else if (owner == nullptr && !m_running) {
+      return false;  // The dialog was destroyed after the gate had allowed the call.
+    }
+    ShowMessage(owner, format, subject);
   }
   if (IsPeeking()) {
     SetEvent(m_hPeekEvent);
@@ -351,13 +365,9 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
 }
 
 /// Shows a message box. Out of memory, shows a fixed text instead.
-void CProgressDialog::ShowMessage(LPCWSTR format, const CStringW& subject) const {
+void CProgressDialog::ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject) {
   CStringW text;
   const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });
-  HWND owner = m_window;
-  if (owner == nullptr && ::IsWindow(m_browserWindow)) {
-    owner = m_browserWindow;
-  }
   ::MessageBoxW(owner, SUCCEEDED(made) ? text.GetString() : kNoMemoryText, kProductName,
                 MB_ICONEXCLAMATION);
 }

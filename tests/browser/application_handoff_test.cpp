@@ -299,11 +299,21 @@ TEST_F(Shortcut, FailsAndLeavesNoFileWhereItCannotBeWritten) {
 
 TEST_F(Shortcut, LeavesNoFileWhereItsTextCannotBeMade) {
   CFilePath path(L"unset");
-  {
+  static int calls;
+  static int failing;
+  static decltype(&WideCharToMultiByte) convert;
+  for (failing = 1; failing <= 2; ++failing) {
+    calls = 0;
     const CImportPatch patch(
         "kernel32.dll", "WideCharToMultiByte",
-        +[](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) { return 0; });
-    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+        +[](UINT page, DWORD flags, LPCWCH text, int length, LPSTR out, int size, LPCCH standIn,
+            LPBOOL isUsed) {
+          return ++calls == failing
+                     ? 0
+                     : convert(page, flags, text, length, out, size, standIn, isUsed);
+        });
+    convert = patch.Original<decltype(WideCharToMultiByte)>();
+    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL) << failing;
   }
   HRESULT thrown = S_OK;
   const CStringW url(std::wstring(20000, L'a').c_str());

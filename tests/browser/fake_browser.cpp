@@ -49,7 +49,7 @@ ULONG CFakeContainer::Release() { return static_cast<ULONG>(--references); }
 
 HRESULT CFakeContainer::FindConnectionPoint(REFIID iid, IConnectionPoint** found) {
   asked.push_back(iid);
-  if (FAILED(findResult)) {
+  if (FAILED(findResult) || !hasPoint) {
     *found = nullptr;
     return findResult;
   }

@@ -37,6 +37,7 @@ class CFakeContainer final : public IConnectionPointContainer {
  public:
   long references = 0;
   HRESULT findResult = S_OK;
+  bool hasPoint = true;    // false: success without a connection point
   std::vector<IID> asked;  // by FindConnectionPoint
   CFakeConnectionPoint point;
 

@@ -188,6 +188,9 @@ TEST(SetSite, ReturnsWhatSubscribingReturns) {
   EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_ADVISELIMIT);
   browser.container.findResult = CONNECT_E_NOCONNECTION;
   EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_NOCONNECTION);
+  browser.container.findResult = S_OK;
+  browser.container.hasPoint = false;
+  EXPECT_EQ(helper->SetSite(&browser), E_POINTER);
   EXPECT_TRUE(browser.container.point.sinks.empty());
   EXPECT_EQ(browser.container.point.references, 0);
 }
@@ -327,6 +330,9 @@ TEST(Unadvise, FailsWhenTheConnectionPointIsNotFound) {
   helper->SetSite(&browser);
   browser.container.findResult = E_OUTOFMEMORY;
   EXPECT_EQ(helper->Unadvise(), E_OUTOFMEMORY);
+  browser.container.findResult = S_OK;
+  browser.container.hasPoint = false;
+  EXPECT_EQ(helper->Unadvise(), E_POINTER);
   EXPECT_TRUE(browser.container.point.unadvised.empty());
 }
 

@@ -15,6 +15,7 @@
 #include "tests/support/import_patch.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -216,6 +217,59 @@ TEST(CommonSaveDialog, CurrentDirectoryIsPutBackWhateverTheAnswer) {
     EXPECT_EQ(CurrentDirectory(), before);
   }
   SetCurrentDirectoryW(before.c_str());  // so that the folder can be deleted
+}
+
+TEST(CommonSaveDialog, CurrentDirectoryIsPutBackByTheLastOfTwoThatOverlap) {
+  const CTempSandbox sandbox;
+  const std::wstring before = CurrentDirectory();
+  g_moveTo = sandbox.Path();
+  static CHandle firstMoved;
+  static CHandle secondOpened;
+  static CHandle firstClosed;
+  for (CHandle* const event : {&firstMoved, &secondOpened, &firstClosed}) {
+    event->Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  }
+  const CLookupPatch patch(
+      "GetSaveFileNameW", +[](OPENFILENAMEW* dialog) -> BOOL {
+        const bool isFirst = wcscmp(dialog->lpstrFile, L"first") == 0;
+        if (isFirst) {
+          EXPECT_TRUE(SetCurrentDirectoryW(g_moveTo.c_str()));
+        }
+        SetEvent(isFirst ? firstMoved : secondOpened);
+        EXPECT_EQ(WaitForSingleObject(isFirst ? secondOpened : firstClosed, 20000), WAIT_OBJECT_0);
+        return FALSE;
+      });
+  CParallel first([] {
+    AskSavePath(kOwner, false, L"first", L".qdk");
+    SetEvent(firstClosed);
+  });
+  EXPECT_EQ(WaitForSingleObject(firstMoved, 20000), WAIT_OBJECT_0);
+  AskSavePath(kOwner, false, L"second", L".qdk");
+  first.Join();
+  EXPECT_EQ(CurrentDirectory(), before);
+  SetCurrentDirectoryW(before.c_str());  // so that the folder can be deleted
+}
+
+TEST(CommonSaveDialog, SystemsDirectoryStandsInForOneThatHasGone) {
+  const CTempSandbox sandbox;
+  const std::wstring before = CurrentDirectory();
+  g_moveTo = sandbox.Path();
+  const std::wstring gone = sandbox / L"gone";
+  ASSERT_TRUE(CreateDirectoryW(gone.c_str(), nullptr));
+  ASSERT_TRUE(SetCurrentDirectoryW(gone.c_str()));
+  static LPCWSTR removed;
+  removed = gone.c_str();
+  const CLookupPatch patch(
+      "GetSaveFileNameW", +[](OPENFILENAMEW*) -> BOOL {
+        EXPECT_TRUE(SetCurrentDirectoryW(g_moveTo.c_str()));
+        EXPECT_TRUE(RemoveDirectoryW(removed));
+        return FALSE;
+      });
+  AskSavePath(kOwner, false, L"a.qdk", L".qdk");
+  wchar_t system[MAX_PATH] = {};
+  GetSystemDirectoryW(system, MAX_PATH);
+  EXPECT_EQ(CurrentDirectory(), system);
+  SetCurrentDirectoryW(before.c_str());
 }
 
 /// The user picks `path` in the browser's dialog.

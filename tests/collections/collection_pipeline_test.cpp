@@ -6,7 +6,9 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
@@ -181,30 +183,112 @@ LRESULT CALLBACK NoteMessage(int code, WPARAM action, LPARAM data) {
   return CallNextHookEx(nullptr, code, action, data);
 }
 
-decltype(&PathFileExistsW) g_exists;
+constexpr UINT kSent = WM_APP + 1;
 
-/// Called in the first stage: the user presses Cancel, and a message for another window comes.
-BOOL WINAPI ExistsWhileMessagesCome(LPCWSTR path) {
+/// Notes what other threads send to a window of the dialog's thread.
+LRESULT CALLBACK NoteSent(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == kSent) {
+    g_trace->Add(L"served a sent message");
+  }
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+decltype(&PathIsURLW) g_isUrl;
+HWND g_listener;
+
+/// Called in the first stage: the user presses Cancel, and messages for other windows come.
+BOOL WINAPI IsUrlWhileMessagesCome(LPCWSTR path) {
   PostMessageW(FindWindowW(nullptr, kDialogTitle), WM_COMMAND, IDCANCEL, 0);
   PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
-  return g_exists(path);
+  CParallel([] { SendNotifyMessageW(g_listener, kSent, 0, 0); }).Join();
+  return g_isUrl(path);
 }
 
 TEST_F(CollectionPipeline, ServesNoMessages) {
-  const std::wstring source = LocalSource(Archive());
+  const CWinInetRecorder winInet;
+  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 25000));
   CDialogTrace trace;
   g_trace = &trace;
-  const CImportPatch patch("shlwapi.dll", "PathFileExistsW", &ExistsWhileMessagesCome);
-  g_exists = patch.Original<BOOL WINAPI(LPCWSTR)>();
+  const CImportPatch patch("shlwapi.dll", "PathIsURLW", &IsUrlWhileMessagesCome);
+  g_isUrl = patch.Original<BOOL WINAPI(LPCWSTR)>();
   const HHOOK hook = SetWindowsHookExW(WH_GETMESSAGE, &NoteMessage, nullptr, GetCurrentThreadId());
-  EXPECT_EQ(Run(source), 3);
+  g_listener =
+      CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+  SetWindowLongPtrW(g_listener, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&NoteSent));
+  for (const std::wstring& source : {LocalSource(Archive()), TrustedUrl(path)}) {
+    EXPECT_EQ(Run(source), 3);
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // What was sent comes now at the latest.
+    const Lines lines = trace.Take();
+    const auto isServed = [](const std::wstring& line) { return line.starts_with(L"served"); };
+    const auto begin = std::find(lines.begin(), lines.end(), Bar(0));
+    ASSERT_NE(begin, lines.end());
+    const auto end = std::find(begin, lines.end(), End(3));
+    ASSERT_NE(end, lines.end());
+    EXPECT_NE(std::find_if(lines.begin(), begin, isServed), begin) << "the hook works";
+    EXPECT_EQ(std::find_if(begin, end, isServed), end) << *std::find_if(begin, end, isServed);
+    EXPECT_NE(std::find(end, lines.end(), L"served a sent message"), lines.end());
+  }
+  DestroyWindow(g_listener);
   UnhookWindowsHookEx(hook);
-  const Lines lines = trace.Take();
-  const auto isServed = [](const std::wstring& line) { return line.starts_with(L"served"); };
-  const auto begin = std::find(lines.begin(), lines.end(), Bar(50));
-  const auto end = std::find(begin, lines.end(), End(3));
-  EXPECT_NE(std::find_if(lines.begin(), begin, isServed), begin) << "the hook works";
-  EXPECT_EQ(std::find_if(begin, end, isServed), end);
+}
+
+std::function<void()> g_underMessage;
+decltype(&MessageBoxW) g_showMessage;
+
+int WINAPI ShowMessage(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+  if (const std::function<void()> once = std::exchange(g_underMessage, nullptr)) {
+    once();
+  }
+  return g_showMessage(owner, text, caption, style);
+}
+
+// One archive for all calls: docs/security.md says what that does.
+TEST_F(CollectionPipeline, SecondCallUnderTheFirstOnesMessageSharesItsArchive) {
+  const CWinInetRecorder winInet;
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
+  const std::wstring network = TrustedUrl(path);
+  const std::wstring local = m_sandbox.Write(L"source.zip", Archive());
+  const std::wstring cannotCreate = L"Unable to create the destination file " + ZipPath() + L".";
+  const std::wstring cannotWrite = L"Unable to write to the destination file " + ZipPath() + L".";
+  const std::wstring unzipping = L"Unzipping Folivo Collections...";
+  const struct {
+    const wchar_t* name;
+    std::wstring first;
+    std::wstring second;
+    bool hasOldArchive;
+    std::wstring firstMessage;
+    std::wstring secondMessage;
+    bool isRead;          // the archive, by the second call
+    bool isLeftForFirst;  // the second call's end does not delete it
+  } cases[] = {
+      {L"network, network", network, network, false, kCannotUnzip, cannotCreate, false, true},
+      {L"network, local", network, local, false, kCannotUnzip, kCannotUnzip, false, true},
+      {L"local, network", local, network, true, kCannotUnzip, kCannotUnzip, false, false},
+      {L"local, local", local, local, true, kCannotUnzip, kCannotUnzip, true, false},
+      {L"copied, network", local, network, false, cannotWrite, kCannotUnzip, false, false},
+      {L"copied, local", local, local, false, cannotWrite, kCannotUnzip, true, false},
+  };
+  for (const auto& c : cases) {
+    if (c.hasOldArchive) {
+      m_sandbox.Write(L"download.zip", Archive());
+    }
+    CDialogTrace trace;
+    const CImportPatch patch("user32.dll", "MessageBoxW", &ShowMessage);
+    g_showMessage = patch.Original<int WINAPI(HWND, LPCWSTR, LPCWSTR, UINT)>();
+    Lines second;
+    g_underMessage = [&] {
+      trace.Take();
+      EXPECT_EQ(Run(c.second), 3);
+      EXPECT_EQ(ArchiveExists(), c.isLeftForFirst) << c.name;
+      second = trace.Take();
+    };
+    EXPECT_EQ(Run(c.first), 3);
+    EXPECT_EQ(trace.Take(L"message"), Lines{c.firstMessage}) << c.name;
+    EXPECT_EQ(std::count(second.begin(), second.end(), Message(c.secondMessage)), 1) << c.name;
+    EXPECT_EQ(std::count(second.begin(), second.end(), Title(unzipping)) > 0, c.isRead) << c.name;
+    EXPECT_FALSE(ArchiveExists()) << c.name;
+  }
 }
 
 TEST_F(CollectionPipeline, NoHandleIsLeftBehind) {

@@ -172,6 +172,8 @@ TEST_F(Manifest, DeepNestingIsNotParsed) {
   }
   Read(text);
   EXPECT_TRUE(m_document.NoChildren());
+  Read("<b x='1'/>");
+  EXPECT_EQ(RootAttribute("x"), "1") << "the document of a refused text serves again";
 }
 
 }  // namespace

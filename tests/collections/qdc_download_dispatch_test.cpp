@@ -53,7 +53,7 @@ TEST_F(Dispatch, HasTypeInformation) {
   ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
   EXPECT_EQ(attributes->guid, IID_IQDCDownload);
   info->ReleaseTypeAttr(attributes);
-  // The caller owns one reference, and nobody another.
+  // The references are those of the system's own type-info object: one, the caller's.
   info.p->AddRef();
   EXPECT_EQ(info.p->Release(), 1u);
 }

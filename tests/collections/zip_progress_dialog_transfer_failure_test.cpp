@@ -113,6 +113,28 @@ TEST_F(CollectionTransferFailure, LastErrorBehindASuccessIsAFailure) {
   EXPECT_TRUE(m_winInet.queries.empty());
 }
 
+DWORD g_errorOfIsWindow;
+decltype(&IsWindow) g_isWindow;
+
+BOOL WINAPI IsWindowWithError(HWND window) {
+  const BOOL isWindow = g_isWindow(window);
+  SetLastError(g_errorOfIsWindow);
+  return isWindow;
+}
+
+TEST_F(CollectionTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  const CImportPatch patch("user32.dll", "IsWindow", &IsWindowWithError);
+  g_isWindow = patch.Original<BOOL WINAPI(HWND)>();
+  g_errorOfIsWindow = ERROR_SUCCESS;
+  m_winInet.errorBehindSuccess = ERROR_INTERNET_UNRECOGNIZED_SCHEME;
+  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
+  g_errorOfIsWindow = ERROR_INVALID_WINDOW_HANDLE;
+  m_winInet.errorBehindSuccess = ERROR_SUCCESS;
+  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+  EXPECT_TRUE(dialog->DownloadArchive());
+}
+
 TEST_F(CollectionTransferFailure, RetryClosesTheRequestAndAsksAgain) {
   PathScript script;
   script.Then(HttpAnswer().Bytes("one")).Then(HttpAnswer().Bytes("two"));
@@ -183,30 +205,37 @@ TEST_F(CollectionTransferFailure, PageInsteadOfArchiveIsRefused) {
   EXPECT_EQ(Fail(TrustedUrl(path)), kNotValid);
 }
 
-HANDLE g_archive;
+DWORD g_room;
 int g_writes;
 decltype(&WriteFile) g_writeFile;
 
-/// The second write of more than 1000 bytes meets a full disk.
+/// The second write of more than 1000 bytes meets a disk with room for `g_room` more.
 BOOL WINAPI WriteToFullDisk(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
                             LPOVERLAPPED overlapped) {
-  if (size > 1000 && ++g_writes == 2) {
-    g_archive = file;
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
+  if (size <= 1000 || ++g_writes != 2) {
+    return g_writeFile(file, data, size, written, overlapped);
   }
-  return g_writeFile(file, data, size, written, overlapped);
+  if (g_room > 0) {
+    return g_writeFile(file, data, g_room, written, overlapped);
+  }
+  *written = 0;
+  SetLastError(ERROR_DISK_FULL);
+  return FALSE;
 }
 
 TEST_F(CollectionTransferFailure, FullDiskIsReported) {
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 50000));
   const CImportPatch patch("kernel32.dll", "WriteFile", &WriteToFullDisk);
   g_writeFile = patch.Original<BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED)>();
-  g_writes = 0;
-  EXPECT_EQ(Fail(TrustedUrl(path)), L"Unable to write to the destination file " + ZipPath() + L".");
-  EXPECT_EQ(g_writes, 2) << "nothing is written behind a failure";
-  EXPECT_EQ(m_winInet.readSizes.size(), 2u);
+  for (const DWORD room : {0, 1, 9999}) {
+    g_room = room;
+    g_writes = 0;
+    m_winInet.readSizes.clear();
+    EXPECT_EQ(Fail(TrustedUrl(path)),
+              L"Unable to write to the destination file " + ZipPath() + L".");
+    EXPECT_EQ(g_writes, 2) << "nothing is written behind a failure";
+    EXPECT_EQ(m_winInet.readSizes.size(), 2u);
+  }
 }
 
 TEST_F(CollectionTransferFailure, ReadOnlyArchiveIsDeletedToo) {

@@ -4,15 +4,14 @@
 #include <windows.h>
 
 #include <objbase.h>
-#include <wininet.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/download/download_test.h"
+#include "tests/download/failing_read.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
@@ -188,57 +187,31 @@ TEST_F(ProtectedSave, WithoutTheSaveFunctionIsCancelledAndReported) {
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
 }
 
-/// Where a download stands when its file is handed over by a result that came too early.
-class EarlyProtectedSave : public ProtectedSave {
- protected:
-  static BOOL WINAPI FailToReadTheThird(HINTERNET request, LPVOID buffer, DWORD size,
-                                        LPDWORD count) {
-    if (++s_reads < 3) {
-      return s_read(request, buffer, size, count);
-    }
-    PostMessageW(s_dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
-    EXPECT_EQ(WaitForSingleObject(s_inSave, 20000), WAIT_OBJECT_0);
-    return FALSE;
-  }
-  static HRESULT WINAPI Save(HANDLE, LPCWSTR) {
-    SetEvent(s_inSave);
-    EXPECT_EQ(WaitForSingleObject(s_shown, 20000), WAIT_OBJECT_0);
-    return S_OK;
-  }
-  static int WINAPI Show(HWND, LPCWSTR, LPCWSTR, UINT) {
-    SetEvent(s_shown);
-    return IDOK;
-  }
-
-  static inline std::atomic<int> s_reads;
-  static inline CProgressDialog* s_dialog;
-  static inline CHandle s_inSave;
-  static inline CHandle s_shown;
-  static inline decltype(&InternetReadFile) s_read;
-};
-
-TEST_F(EarlyProtectedSave, FileIsNotDeletedByAReadThatFailsMeanwhile) {
+TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileSilent) {
+  CMessageRecorder messages;
   const CIeFrameDouble ieframe;
-  s_inSave.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  s_shown.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  s_reads = 0;
-  const CLookupPatch save("IESaveFile", &Save);
-  const CImportPatch message("user32.dll", "MessageBoxW", &Show);
-  const CImportPatch read("wininet.dll", "InternetReadFile", &FailToReadTheThird);
-  s_read = read.Original<BOOL WINAPI(HINTERNET, LPVOID, DWORD, LPDWORD)>();
+  const CLookupPatch save(
+      "IESaveFile", +[](HANDLE, LPCWSTR) -> HRESULT {
+        CFailingRead::FailAndWaitForTheWorker();
+        return S_OK;
+      });
+  const CFailingRead read;
   const ScriptedPath path(m_server, Lesson(1000000));
   {
     const auto dialog = Make(path.Url(L"a.qdk"));
-    s_dialog = dialog.get();
     dialog->m_saveState = Token(7);
-    EXPECT_EQ(dialog->DoModal(nullptr), 1);
+    const INT_PTR result = RunDialog(*dialog, [](HWND window) {
+      CFailingRead::WaitUntilReached();
+      PostMessageW(window, WM_USER, kDownloadDelivered, 0);
+    });
+    EXPECT_EQ(result, 1);
   }
-  WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
   EXPECT_EQ(ieframe->cancelCalls, 0);
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+  EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST_F(EarlyProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
+TEST_F(ProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
   static CProgressDialog* dialog;
   static CHandle ended;
   static decltype(&WriteFile) write;
@@ -257,7 +230,7 @@ TEST_F(EarlyProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
     const auto made = Make(path.Url(L"a.qdk"));
     dialog = made.get();
     made->m_saveState = Token(7);
-    EXPECT_EQ(made->DoModal(nullptr), 1);
+    EXPECT_EQ(made->DoModal(nullptr), 3);
   }
   SetEvent(ended);
   WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "tests/support/import_patch.h"
 #include "tests/support/test_module.h"
 #include "tests/support/user.h"
 
@@ -79,11 +82,55 @@ TEST(ModuleKeepAlive, ManyThreadsAreCountedOneByOne) {
   AwaitLockCount(before);
 }
 
-TEST(ModuleKeepAlive, WaitThatIsRefusedKeepsTheModuleForGood) {
+TEST(ModuleKeepAlive, RefusalKeepsTheModuleForGood) {
   const LONG before = g_module.GetLockCount();
+  static int waits;
+  waits = 0;
+  const CImportPatch wait(
+      "kernel32.dll", "CreateThreadpoolWait",
+      +[](PTP_WAIT_CALLBACK, void*, PTP_CALLBACK_ENVIRON) -> PTP_WAIT {
+        ++waits;
+        return nullptr;
+      });
   KeepModuleUntilThreadEnds(nullptr);
   EXPECT_EQ(g_module.GetLockCount(), before + 1);
-  g_module.Unlock();  // for the tests that follow
+  const CWaitingThread thread;
+  {
+    const CImportPatch reference(
+        "kernel32.dll", "GetModuleHandleExW", +[](DWORD, LPCWSTR, HMODULE*) { return FALSE; });
+    KeepModuleUntilThreadEnds(thread.Handle());
+  }
+  EXPECT_EQ(g_module.GetLockCount(), before + 2);
+  EXPECT_EQ(waits, 0) << "nothing would free the module behind it";
+  KeepModuleUntilThreadEnds(thread.Handle());
+  EXPECT_EQ(g_module.GetLockCount(), before + 3);
+  EXPECT_EQ(waits, 1);
+  for (int i = 0; i < 3; ++i) {
+    g_module.Unlock();  // for the tests that follow
+  }
+}
+
+TEST(ModuleKeepAlive, ModuleObjectMayGoBeforeTheThread) {
+  static DWORD caller;
+  static CHandle ended;
+  static decltype(&CloseHandle) close;
+  caller = GetCurrentThreadId();
+  ended.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const CImportPatch patch(
+      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
+        const BOOL result = close(handle);
+        if (GetCurrentThreadId() != caller) {
+          SetEvent(ended);  // the callback's last step
+        }
+        return result;
+      });
+  close = patch.Original<decltype(CloseHandle)>();
+  CWaitingThread thread;
+  ATL::CAtlModule* const module = std::exchange(ATL::_pAtlModule, nullptr);
+  KeepModuleUntilThreadEnds(thread.Handle());
+  thread.End();
+  EXPECT_EQ(WaitForSingleObject(ended, 20000), WAIT_OBJECT_0);
+  ATL::_pAtlModule = module;
 }
 
 }  // namespace

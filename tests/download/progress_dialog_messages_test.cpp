@@ -105,6 +105,37 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack
   }
 }
 
+TEST_F(ProgressDialogMessages, ResultSaysDeliveredOnlyOfADeliveredFileWhenAWriteTakesLong) {
+  static int looks;
+  static int atLook;
+  static CProgressDialogPeer* writing;
+  static HANDLE taken;
+  const CImportPatch clock(
+      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+        if (++looks == atLook) {
+          writing->EndWrite(std::exchange(taken, INVALID_HANDLE_VALUE));
+        }
+        return static_cast<ULONGLONG>(looks) * 1000;
+      });
+  for (atLook = 2; atLook <= 5; ++atLook) {
+    looks = 0;
+    g_ends.clear();
+    const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
+    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+    CProgressDialogPeer peer{*dialog};
+    peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    writing = &peer;
+    taken = peer.BeginWrite();
+    LRESULT result = 0;
+    dialog->ProcessWindowMessage(m_window, WM_USER, kDownloadDelivered, 0, result);
+    const bool isDelivered = m_sandbox.Files() == Files{L"Lesson.qdk"};
+    EXPECT_EQ(isDelivered, atLook == 2) << atLook << ": the disk is waited for once";
+    EXPECT_EQ(g_ends, std::vector<INT_PTR>{isDelivered ? 1 : 3}) << atLook;
+    const CHandle left(taken != INVALID_HANDLE_VALUE ? taken : nullptr);
+    DeleteFileW(DestPath().c_str());
+  }
+}
+
 TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
   Download();
   Send(WM_USER, 1);

@@ -60,12 +60,15 @@ struct CProgressDialogPeer {
             std::addressof(dialog.m_url),          std::addressof(dialog.m_fileName)};
   }
   /// Whether what two threads share is read and written by plain instructions.
-  static constexpr bool kIsLockFree = decltype(CProgressDialog::m_opened)::is_always_lock_free &&
-                                      decltype(CProgressDialog::m_complete)::is_always_lock_free &&
-                                      decltype(CProgressDialog::m_window)::is_always_lock_free &&
-                                      sizeof(CProgressDialog::m_running) == sizeof(bool) &&
-                                      sizeof(CProgressDialog::m_finished) == sizeof(std::int32_t) &&
-                                      sizeof(CProgressDialog::m_hFile) == sizeof(HANDLE);
+  static constexpr bool kIsLockFree =
+      decltype(CProgressDialog::m_opened)::is_always_lock_free &&
+      decltype(CProgressDialog::m_complete)::is_always_lock_free &&
+      decltype(CProgressDialog::m_window)::is_always_lock_free &&
+      decltype(CProgressDialog::m_fileInUse)::is_always_lock_free &&
+      decltype(CProgressDialog::m_fileLeftToBrowser)::is_always_lock_free &&
+      sizeof(CProgressDialog::m_running) == sizeof(bool) &&
+      sizeof(CProgressDialog::m_finished) == sizeof(std::int32_t) &&
+      sizeof(CProgressDialog::m_hFile) == sizeof(HANDLE);
 
   void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
   void SetRunning(bool running) { dialog.m_running = running; }

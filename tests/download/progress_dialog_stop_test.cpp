@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <shellapi.h>
+#include <shlwapi.h>
 #include <wininet.h>
 
 #include <string>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "tests/download/download_test.h"
+#include "tests/download/failing_read.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/interruption.h"
 #include "tests/support/message_recorder.h"
@@ -79,6 +81,12 @@ TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned)
         return file;
       });
   g_createFile = patch.Original<decltype(CreateFileW)>();
+  // The dialog's wait for the file, on this same thread, is over at once.
+  const CImportPatch clock(
+      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+        static ULONGLONG now = 0;
+        return now += 1000;
+      });
   bool isReached = true;
   int instructions = 1;
   for (; isReached && !HasFatalFailure(); ++instructions) {
@@ -95,16 +103,23 @@ TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned)
   EXPECT_GT(instructions, 10);
 }
 
-/// Holds the worker of a running dialog inside one system call, as a dead disk does.
+/// Holds the worker of a running dialog inside one system call, as a dead disk does. From then on
+/// it holds whoever looks for the file, or deletes it.
 class CDeadDisk {
  public:
   enum Call { kCreate, kWrite };
 
   CDeadDisk(Call call, std::wstring file)
       : m_create("kernel32.dll", "CreateFileW", &Create),
-        m_write("kernel32.dll", "WriteFile", &Write) {
+        m_write("kernel32.dll", "WriteFile", &Write),
+        m_exists("shlwapi.dll", "PathFileExistsW", &Exists),
+        m_attributes("kernel32.dll", "SetFileAttributesW", &SetAttributes),
+        m_delete("kernel32.dll", "DeleteFileW", &Delete) {
     s_create = m_create.Original<decltype(CreateFileW)>();
     s_write = m_write.Original<decltype(WriteFile)>();
+    s_exists = m_exists.Original<decltype(PathFileExistsW)>();
+    s_attributes = m_attributes.Original<decltype(SetFileAttributesW)>();
+    s_delete = m_delete.Original<decltype(DeleteFileW)>();
     s_call = call;
     s_file = std::move(file);
     s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -121,6 +136,23 @@ class CDeadDisk {
     SetEvent(s_reached);
     EXPECT_EQ(WaitForSingleObject(s_answer, 20000), WAIT_OBJECT_0)
         << "the dialog waits for the disk";
+  }
+  static void HoldIfDead(LPCWSTR path) {
+    if (path == s_file && WaitForSingleObject(s_reached, 0) == WAIT_OBJECT_0) {
+      Hold();
+    }
+  }
+  static BOOL WINAPI Exists(LPCWSTR path) {
+    HoldIfDead(path);
+    return s_exists(path);
+  }
+  static BOOL WINAPI SetAttributes(LPCWSTR path, DWORD attributes) {
+    HoldIfDead(path);
+    return s_attributes(path, attributes);
+  }
+  static BOOL WINAPI Delete(LPCWSTR path) {
+    HoldIfDead(path);
+    return s_delete(path);
   }
   static HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share,
                               LPSECURITY_ATTRIBUTES security, DWORD creation, DWORD attributes,
@@ -140,12 +172,18 @@ class CDeadDisk {
 
   static inline decltype(&CreateFileW) s_create;
   static inline decltype(&WriteFile) s_write;
+  static inline decltype(&PathFileExistsW) s_exists;
+  static inline decltype(&SetFileAttributesW) s_attributes;
+  static inline decltype(&DeleteFileW) s_delete;
   static inline Call s_call;
   static inline std::wstring s_file;
   static inline CHandle s_reached;
   static inline CHandle s_answer;
   CImportPatch m_create;
   CImportPatch m_write;
+  CImportPatch m_exists;
+  CImportPatch m_attributes;
+  CImportPatch m_delete;
 };
 
 TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
@@ -163,13 +201,27 @@ TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
           CDeadDisk::WaitUntilReached();
           PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
         });
-        EXPECT_EQ(result, command == IDCANCEL ? 2 : 1);
+        EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
       }
       CDeadDisk::Answer();
       WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
       EXPECT_TRUE(m_sandbox.Files().empty());
     }
   }
+  EXPECT_TRUE(messages.Take().empty());
+}
+
+TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneSaysNothing) {
+  CMessageRecorder messages;
+  const CFailingRead read;
+  const ScriptedPath path(m_server, Lesson(1000000));
+  const auto dialog = Make(path.Url(L"a.qdk"), GetDesktopWindow());
+  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+    CFailingRead::WaitUntilReached();
+    PostMessageW(window, WM_COMMAND, IDOK, 0);
+  });
+  EXPECT_EQ(result, 1);
+  CFailingRead::FailAndWaitForTheWorker();
   EXPECT_TRUE(messages.Take().empty());
 }
 

@@ -143,7 +143,7 @@ TEST(MutatedInput, ManifestIsParsedDownToTheLimit) {
        "?>",        "&#x",      "&#",
        ";",         "&amp;",    "\xEF\xBB\xBF",
        "\0"s,       "=",        "<DownloadedFile ",
-       "\xC3",      Nested(400)});
+       "\xC3",      Nested(501)});
   int parsed = 0;
   bool isCutOff = false;
   for (int i = 0; i < MutationCount(); ++i) {
