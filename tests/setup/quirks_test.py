@@ -14,7 +14,7 @@ SECOND = "| 2 | c | d | `S.Two` |\n"
 GOOD = {
     "docs/quirks.md": HEAD + FIRST + "\n## More\n\n" + HEAD + SECOND,
     "ui/a.cpp": "// Quirk 1: a.\n",
-    "tools/unzip32/b.c": "/* Quirk 2. */\n",
+    "unzip/b.c": "/* Quirk 2. */\n",
     "tests/t.cpp": "TEST(S, One) {\nTEST_P(S,\n       Two) {\n",
 }
 

@@ -12,7 +12,7 @@ import sys
 
 PAGE = "docs/quirks.md"
 PRODUCT = ("base", "browser", "collections", "com", "download", "plugin", "resources", "ui",
-           "unzip", "tools/unzip32")
+           "unzip")
 OTHERS = ("atl", "bench", "docs", "tests")  # may cite a quirk, too
 SUFFIXES = {".h", ".cpp", ".c", ".rc", ".idl", ".md"}
 
