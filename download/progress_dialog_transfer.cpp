@@ -245,8 +245,13 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
       // Quirk 29: the deletion has no effect, as the file is still open without sharing; the dialog
       // deletes it when it ends.
       const CFlagScope using_(m_fileInUse);
-      if (const HANDLE file = m_hFile.Take(); file != CFileTraits::Empty()) {
+      const HANDLE file = m_hFile.Take();
+      // Without a handle only while m_running is set: the dialog clears it before it takes the
+      // file.
+      if (file != CFileTraits::Empty() || m_running) {
         DeleteTempFile();
+      }
+      if (file != CFileTraits::Empty()) {
         m_hFile.Put(file);
       }
     }
