@@ -1,5 +1,6 @@
 // Transfers that fail while the dialog is shown: one message each, as the user sees it.
 
+#include <atlbase.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -68,12 +69,17 @@ TEST_F(FailedDownload, OtherContentIsReported) {
 TEST_F(FailedDownload, BrokenConnectionIsReportedWhileTheFileIsStillThere) {
   static std::atomic<int> reads;
   static decltype(&InternetReadFile) read;
+  static HANDLE isShown;
   reads = 0;
-  // This system reports a break only to a read that waits just then.
+  const CHandle shown(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  isShown = shown;
+  // This system reports a break only to a read that waits just then. Not before the dialog is seen:
+  // a box over a dialog that is just being shown would keep it invisible here.
   const CImportPatch patch(
       "wininet.dll", "InternetReadFile",
       +[](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD count) -> BOOL {
         if (++reads == 3) {
+          WaitForSingleObject(isShown, kUserPatienceMs);
           SetLastError(ERROR_INTERNET_CONNECTION_RESET);
           return FALSE;
         }
@@ -85,6 +91,7 @@ TEST_F(FailedDownload, BrokenConnectionIsReportedWhileTheFileIsStillThere) {
   const std::wstring url = path.Url(L"a.qdk");
   const auto dialog = Make(url);
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+    SetEvent(isShown);
     const HWND box = WaitForDialog(L"MERLO Folivo");
     EXPECT_EQ(MessageText(box), NotAvailable(url));
     EXPECT_EQ(GetWindow(box, GW_OWNER), window);
