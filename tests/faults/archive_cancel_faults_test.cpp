@@ -1,5 +1,5 @@
 // Cancelling the download of an archive. Once it has begun nothing is served until its end, so a
-// click waits there and comes too late: required as it stands.
+// click waits there and comes too late (Quirk 61).
 
 #include <optional>
 
