@@ -178,7 +178,7 @@ TEST_F(ProtectedFaults, MissingLibraryAndFunctions) {
        [](CIeFrameRecord& browser) { browser.saveDialogResult = S_FALSE; }, "IECancelSaveFile"},
       {"nothing to cancel with, nor to cancel", SaveEnd::kByBrowser, [](CIeFrameRecord&) {},
        "IECancelSaveFile"},
-      {"nothing to save with", SaveEnd::kCannotCreate, [](CIeFrameRecord&) {}, "IESaveFile"},
+      {"nothing to save with", SaveEnd::kCannotCreate, [](CIeFrameRecord&) {}, "IESaveFile", 0, 1},
   });
 }
 

@@ -11,25 +11,13 @@
 
 namespace {
 
-// Documented nowhere but stable: the system's table of all handles.
-constexpr auto kExtendedHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(64);
+// Handles are multiples of four, and the lowest that is free is given first: behind so many that
+// are free there is none in use.
+constexpr ULONG_PTR kHandleStep = 4;
+constexpr int kHandleGap = 1024;
 
-struct CHandleEntry {
-  void* object;
-  ULONG_PTR process;
-  ULONG_PTR handle;
-  ULONG access;
-  USHORT creator;
-  USHORT type;
-  ULONG attributes;
-  ULONG reserved;
-};
-struct CHandleTable {
-  ULONG_PTR count;
-  ULONG_PTR reserved;
-};
-
-// The same: the process's table of graphics objects, which its environment block points to.
+// Documented nowhere but stable: the process's table of graphics objects, which its environment
+// block points to.
 constexpr size_t kGdiTableOffset = 0xF8;
 constexpr size_t kGdiTableSize = 0x4000;
 
@@ -60,18 +48,17 @@ BOOL CALLBACK CountTopLevelWindow(HWND window, LPARAM count) {
 }  // namespace
 
 int CountHandles() {
-  std::vector<BYTE> table(1 << 16);
-  // GetProcessHandleCount would do, but Wine answers 0.
-  while (NtQuerySystemInformation(kExtendedHandleInformation, table.data(),
-                                  static_cast<ULONG>(table.size()), nullptr) < 0) {
-    table.resize(table.size() * 2);
+  // GetProcessHandleCount would do, but Wine answers 0. And asked for the table of all handles,
+  // Wine's server crashes when some process, just starting or ending, has none open.
+  int count = 0;
+  int gap = 0;
+  for (ULONG_PTR value = kHandleStep; gap < kHandleGap; value += kHandleStep) {
+    DWORD flags = 0;
+    const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != FALSE;
+    count += isOpen ? 1 : 0;
+    gap = isOpen ? 0 : gap + 1;
   }
-  const auto* const head = reinterpret_cast<const CHandleTable*>(table.data());
-  const auto* const entries = reinterpret_cast<const CHandleEntry*>(head + 1);
-  const ULONG_PTR self = GetCurrentProcessId();
-  return static_cast<int>(
-      std::count_if(entries, entries + head->count,
-                    [=](const CHandleEntry& entry) { return entry.process == self; }));
+  return count;
 }
 
 int CountThreads() {
