@@ -7,6 +7,10 @@
 #     and so run one after another; SERIAL: never beside any other test.
 #     HEAP_CHECK: under Wine's heap checking, where a finding fails the test.
 #
+#   folivo_add_test_library(NAME x SOURCES ... [LIBS ...])
+#     What several of these programs share, compiled once. Of its objects a program links those that
+#     it refers to.
+#
 #   folivo_add_script_test(NAME x COMMAND program arguments... LABELS unit|ui|e2e [SERIAL]
 #                          [DEPENDS targets...])
 #     A program of the building machine (Python, bash): exit code 0 means passed. DEPENDS: what it
@@ -105,6 +109,18 @@ function(folivo_add_test)
       ENVIRONMENT "WINEDEBUG=-all,err+heap,warn+heap"
       FAIL_REGULAR_EXPRESSION
         "free block overwritten;invalid block tail;delayed freed block;already is in cache")
+  endif()
+endfunction()
+
+function(folivo_add_test_library)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBS")
+  if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
+    message(FATAL_ERROR "folivo_add_test_library: wrong arguments: ${ARGV}")
+  endif()
+  add_library(${arg_NAME} STATIC ${arg_SOURCES})
+  target_link_libraries(${arg_NAME} PUBLIC project_options ${arg_LIBS} gmock)
+  if(TARGET test_headers)
+    target_precompile_headers(${arg_NAME} REUSE_FROM test_headers)
   endif()
 endfunction()
 

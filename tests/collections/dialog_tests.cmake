@@ -3,11 +3,11 @@ folivo_add_test(NAME collection_unit_tests LABELS unit HEAP_CHECK
   SOURCES
     ansi_text_test.cpp
     containment_test.cpp
-  LIBS collections test_support)
+  LIBS collection_test_support)
 # Unchecked: with the heap checked, each of a manifest's many small blocks takes longer than the last.
 folivo_add_test(NAME manifest_parser_tests LABELS unit
   SOURCES manifest_parser_test.cpp
-  LIBS collections test_support)
+  LIBS collection_test_support)
 
 foreach(kind IN ITEMS dialog transfer stage)
   set(sources_dialog
@@ -26,10 +26,7 @@ foreach(kind IN ITEMS dialog transfer stage)
   folivo_add_test(NAME collection_${kind}_tests LABELS ui HEAP_CHECK
     SOURCES
       ${sources_${kind}}
-      collection_test.cpp
-      dialog_trace.cpp
-      wininet_recorder.cpp
       $<TARGET_OBJECTS:plugin_resources>
-    LIBS collections test_support)
+    LIBS collection_test_support)
   folivo_use_unzip(collection_${kind}_tests)
 endforeach()
