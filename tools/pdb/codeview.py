@@ -1,7 +1,6 @@
 """Symbol records and tables of line numbers."""
 
 import struct
-from itertools import groupby
 
 from binary import Function, Line, Place, Symbol
 from names import NameTable
@@ -65,16 +64,15 @@ class Module:
         # The files' records have eight bytes each: no checksum.
         self.lines = _subsection(_FILES, b"".join(
             struct.pack("<I4x", names.offset(file)) for file in files))
-        run = 0
-        runs: list[tuple[int, Line]] = []
-        for position, line in enumerate(lines):
-            before = lines[position - 1] if position else None
-            if before and (line.file != before.file or line.place in starts
-                           or line.place != before.end):
-                run += 1
-            runs.append((run, line))
-        for _, group in groupby(runs, key=lambda item: item[0]):
-            table = [line for _, line in group]
+        runs: list[list[Line]] = []
+        for line in lines:
+            last = runs[-1][-1] if runs else None
+            if (last and line.file == last.file and line.place == last.end
+                    and line.place not in starts):
+                runs[-1].append(line)
+            else:
+                runs.append([line])
+        for table in runs:
             first = table[0].place
             entries = b"".join(struct.pack("<2I", line.place.offset - first.offset,
                                            line.number | 1 << 31) for line in table)

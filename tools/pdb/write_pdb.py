@@ -61,8 +61,8 @@ def main() -> None:
     dll, target = map(Path, sys.argv[1:])
     try:
         target.write_bytes(pdb(dll, dll.with_name(dll.name + ".debug")))
-    except ValueError as error:
-        sys.exit(f"{dll}: {error}")
+    except (OSError, ValueError) as error:
+        sys.exit(f"{target} cannot be written: {error}")
 
 
 if __name__ == "__main__":
