@@ -53,6 +53,9 @@ std::vector<CCell> AllCells() {
       if (ends && when == Moment::kBeforeTheFirstTick) {
         cell.messages = cell.requests = 0;
       }
+      if (act == Act::kDialogDestroyed && when == Moment::kUnderTheErrorDialog) {
+        cell.messages = 0;  // nobody is left to show one to
+      }
       if (act == Act::kSecondDownload) {
         cell.messages = cell.requests = 2;
       }
