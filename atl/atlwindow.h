@@ -20,6 +20,10 @@ class CWindow {
     return ::PostMessage(m_hWnd, message, wParam, lParam);
   }
   BOOL SetWindowText(LPCTSTR lpszString) noexcept { return ::SetWindowText(m_hWnd, lpszString); }
+  // Unused: it hides the system's function in derived classes, here as with genuine ATL.
+  int MessageBox(LPCTSTR lpszText, LPCTSTR lpszCaption = _T(""), UINT nType = MB_OK) noexcept {
+    return ::MessageBox(m_hWnd, lpszText, lpszCaption, nType);
+  }
   BOOL ShowWindow(int nCmdShow) noexcept { return ::ShowWindow(m_hWnd, nCmdShow); }
 
   // Position, in pixels

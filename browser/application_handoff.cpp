@@ -2,9 +2,14 @@
 
 #include <shellapi.h>
 
+#include <cstddef>
+#include <cstdio>
+#include <utility>
+
 #include "base/product_texts.h"
 #include "browser/navigation_arguments.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/temp_files.h"
 
 namespace {

@@ -14,6 +14,7 @@
 #include "com/class_registration.h"
 #include "download/content_check.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "resources/resource.h"

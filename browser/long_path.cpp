@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/scoped_handle.h"
+#include "download/file_path.h"
 
 namespace {
 

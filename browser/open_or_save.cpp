@@ -12,8 +12,11 @@
 #include "browser/notice.h"
 #include "browser/save_dialog.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/ie_frame_library.h"
+#include "download/progress_dialog.h"
 #include "download/temp_files.h"
+#include "ui/message_box.h"
 
 namespace {
 

@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cwchar>
+#include <optional>
 
 #include "browser/browser_texts.h"
 #include "browser/current_directory_keeper.h"
 #include "browser/notice.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/ie_frame_library.h"
 #include "ui/bind_function.h"
 

@@ -1,4 +1,20 @@
-# Third-party libraries, built by `./run setup` into build/deps.
+# Third-party libraries: targets boost_thread and tinyxml.
+if(MSVC)
+  # From vcpkg.json. UNZIP32.DLL, which the product looks for when it runs, is no part of this build.
+  find_package(boost_thread CONFIG REQUIRED)
+  add_library(boost_thread INTERFACE)
+  target_link_libraries(boost_thread INTERFACE Boost::thread)
+  target_compile_definitions(boost_thread INTERFACE BOOST_ALL_NO_LIB BOOST_BIND_NO_PLACEHOLDERS)
+
+  find_path(FOLIVO_TINYXML_INCLUDE_DIR tinyxml.h REQUIRED)
+  find_library(FOLIVO_TINYXML_LIBRARY tinyxml REQUIRED)
+  add_library(tinyxml INTERFACE)
+  target_include_directories(tinyxml SYSTEM INTERFACE "${FOLIVO_TINYXML_INCLUDE_DIR}")
+  target_link_libraries(tinyxml INTERFACE "${FOLIVO_TINYXML_LIBRARY}")
+  return()
+endif()
+
+# Built by `./run setup` into build/deps.
 set(FOLIVO_DEPS_DIR "${PROJECT_SOURCE_DIR}/build/deps"
   CACHE PATH "Where ./run setup put the libraries")
 

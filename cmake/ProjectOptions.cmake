@@ -1,4 +1,21 @@
 # Compiler settings of the project's own code. Third-party code does not link to this target.
+add_library(project_options INTERFACE)
+target_compile_definitions(project_options INTERFACE
+  UNICODE _UNICODE _WIN32_WINNT=0x0601 WINVER=0x0601 NTDDI_VERSION=0x06010000
+  NOMINMAX  # <windows.h> would define macros named as std::min and std::max
+  # STDMETHOD without DECLSPEC_NOTHROW: CIEDownload::Invoke throws (Quirk 4), and IDispatchImpl, whose
+  # Invoke it overrides, declares that by STDMETHOD.
+  COM_STDMETHOD_CAN_THROW)
+target_include_directories(project_options INTERFACE "${PROJECT_SOURCE_DIR}")
+
+# The edition flag: what a build with it set says differently stands in base/edition.h.
+option(FOLIVO_SE_EDITION "Build the SE edition" OFF)
+
+if(MSVC)  # clang-cl too
+  include(WindowsCompiler)
+  return()
+endif()
+
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-O0 -D_GLIBCXX_ASSERTIONS")
 
@@ -28,10 +45,6 @@ add_link_options(
   -static  # only system DLLs are imported
   -Wl,--no-insert-timestamp)
 
-add_library(project_options INTERFACE)
-target_compile_definitions(project_options INTERFACE
-  UNICODE _UNICODE _WIN32_WINNT=0x0601 WINVER=0x0601 NTDDI_VERSION=0x06010000)
-target_include_directories(project_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wpedantic -Wno-unknown-pragmas
   # The product is GCC's build. Clang warns about other things than GCC; those that matter are in
@@ -43,6 +56,3 @@ if(FOLIVO_UBSAN)
   target_compile_options(project_options INTERFACE ${sanitizer} -O1)
   target_link_options(project_options INTERFACE ${sanitizer})
 endif()
-
-# The edition flag: what a build with it set says differently stands in base/edition.h.
-option(FOLIVO_SE_EDITION "Build the SE edition" OFF)

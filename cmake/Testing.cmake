@@ -21,6 +21,11 @@
 #
 # `./run test` sets the environment: display, Wine prefix, FOLIVO_TEST_SERVER_PORT.
 
+if(MSVC)
+  find_package(GTest CONFIG REQUIRED)  # from vcpkg.json; tests/CMakeLists.txt says what is built
+  return()
+endif()
+
 set(FOLIVO_GOOGLETEST_DIR /usr/src/googletest
   CACHE PATH "GoogleTest's sources (package googletest)")
 if(NOT EXISTS "${FOLIVO_GOOGLETEST_DIR}/googletest/src/gtest-all.cc")

@@ -1,7 +1,10 @@
 #include "collections/containment.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
+
+#include "download/file_path.h"
 
 namespace {
 

@@ -11,6 +11,8 @@
 #include "collections/zip_progress_dialog.h"
 #include "com/class_registration.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
+#include "folivo_plugin_h.h"
 #include "resources/resource.h"
 
 namespace {
@@ -118,7 +120,7 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
 }
 
 void CQDCDownload::ShowNotReady() {
-  MessageBoxW(FindOwnerWindow(), kNotReadyText, kProductName, MB_ICONHAND);
+  ::MessageBoxW(FindOwnerWindow(), kNotReadyText, kProductName, MB_ICONHAND);
 }
 
 /// Returns the control's window, else its container's, else null.

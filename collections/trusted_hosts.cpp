@@ -1,6 +1,7 @@
 #include "collections/trusted_hosts.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 #include "collections/host_name.h"

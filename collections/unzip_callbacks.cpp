@@ -1,6 +1,7 @@
 #include "collections/unzip_callbacks.h"
 
 #include <cstdio>
+#include <cwchar>
 
 #include "base/exception_boundary.h"
 

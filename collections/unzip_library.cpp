@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
+#include <cwchar>
+#include <memory>
 
 #include "base/exception_boundary.h"
 #include "collections/global_block.h"

@@ -12,6 +12,8 @@
 #include "collections/pause.h"
 #include "collections/unzip_library.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
+#include "resources/resource.h"
 #include "ui/button_row.h"
 
 namespace {

@@ -5,6 +5,7 @@
 #include <shlwapi.h>
 #include <tinyxml.h>
 
+#include <cstdio>
 #include <memory>
 #include <string_view>
 
@@ -15,6 +16,7 @@
 #include "collections/pause.h"
 #include "collections/unzip_library.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/temp_files.h"
 
 namespace {

@@ -6,12 +6,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "collections/ansi_text.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 

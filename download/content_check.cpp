@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <iterator>
 
 #include "download/file_operations.h"
+#include "download/file_path.h"
 
 namespace {
 

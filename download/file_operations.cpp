@@ -3,6 +3,10 @@
 #include <io.h>
 #include <shlwapi.h>
 
+#include <cstdio>
+
+#include "download/file_path.h"
+
 bool PathExists(const CFilePath& path) { return !path.IsEmpty() && PathFileExistsW(path) != FALSE; }
 
 bool IsFolder(const CFilePath& path) { return PathIsDirectoryW(path) != FALSE; }

@@ -4,8 +4,8 @@
 #include <atlcom.h>
 
 #include "browser/ie_download.h"
-#include "collections/qdc_download.h"
-#include "plugin/folivo_plugin_version.h"
+#include "collections/qdc_download.h"      // IWYU pragma: keep (folivo_plugin_h.h names the class)
+#include "plugin/folivo_plugin_version.h"  // IWYU pragma: keep
 
 OBJECT_ENTRY_AUTO(CLSID_CIEDownload, CIEDownload)
 OBJECT_ENTRY_AUTO(CLSID_CFolivoPluginVersion, CFolivoPluginVersion)

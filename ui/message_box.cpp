@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 
 #include "base/edition.h"
 #include "base/exception_boundary.h"

@@ -28,10 +28,9 @@ class ATL_NO_VTABLE IDispatchImpl : public T {
   (REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid, DISPID* rgdispid) override {
     return _tih.GetIDsOfNames(riid, rgszNames, cNames, lcid, rgdispid);
   }
-  // Not by STDMETHOD, which promises that nothing is thrown: an override may have to.
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispidMember, REFIID riid, LCID lcid, WORD wFlags,
-                                   DISPPARAMS* pdispparams, VARIANT* pvarResult,
-                                   EXCEPINFO* pexcepinfo, UINT* puArgErr) override {
+  STDMETHOD(Invoke)
+  (DISPID dispidMember, REFIID riid, LCID lcid, WORD wFlags, DISPPARAMS* pdispparams,
+   VARIANT* pvarResult, EXCEPINFO* pexcepinfo, UINT* puArgErr) override {
     return _tih.Invoke(static_cast<IDispatch*>(this), dispidMember, riid, lcid, wFlags, pdispparams,
                        pvarResult, pexcepinfo, puArgErr);
   }

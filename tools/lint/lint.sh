@@ -62,6 +62,9 @@ for path in sys.argv[1:]:
         ast.parse(file.read(), path)'
 }
 
+# shellcheck disable=SC2317
+check_windows() { /usr/bin/python3 tools/lint/windows_compiler.py "$preset_dir"; }
+
 # lint NAME TEXT FUNCTION
 lint() {
   local start=$EPOCHREALTIME outcome=passed
@@ -80,5 +83,6 @@ lint quirks "quirks (page, comments, tests)" check_quirks
 lint tests "tables of tests/README.md" check_tests
 lint shell "shell scripts (shellcheck)" check_shell
 lint python "Python scripts" check_python
+lint windows "build with the Windows compiler" check_windows
 lint tidy "sources (clang-tidy)" check_tidy
 exit "$failed"

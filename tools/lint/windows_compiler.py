@@ -1,0 +1,154 @@
+#!/usr/bin/env python3
+"""Checks what can be checked here of the build with the Windows compiler.
+
+Usage: windows_compiler.py BUILD_DIR [SOURCE...]    (BUILD_DIR built; without SOURCE, the product's)
+
+With clang in the Windows compiler's mode, LLVM's resource compiler, and stand-ins for the libraries,
+MIDL and the Windows SDK (mingw-w64's headers, atl/, libstdc++; what widl made in BUILD_DIR):
+- the variables of the preset windows-msvc configure and generate, without an option of GCC's;
+- the resource script compiles by the rule that this makes;
+- the product's sources compile by the commands that this makes.
+"""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+STAND_INS = ROOT / "tools/lint/windows_stand_ins"
+WORK = ROOT / "build/lint/windows"
+BUILD = WORK / "build"
+CLANG = "/usr/bin/clang-cl-19"
+# Given by the machine: where the compiler is, and how vcpkg is found.
+OF_THE_MACHINE = {"CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER", "VCPKG_TARGET_TRIPLET"}
+GCC_OPTION = re.compile(r"(?<=\s)(-W(l,|all|extra|pedantic|error)|-static|-g(dwarf|$)|-f[a-z-]+|-O[0-3])"
+                        r"[^\s]*")
+
+
+def preset_variables(name):
+    """The cache variables of a configure preset and of those that it inherits."""
+    presets = {preset["name"]: preset for preset in
+               json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
+    variables = {}
+    while name:
+        variables = {**presets[name].get("cacheVariables", {}), **variables}
+        name = presets[name].get("inherits")
+    return variables
+
+
+def run(*command, cwd=ROOT):
+    """Runs a program; its output becomes this one's when it fails, and this one ends."""
+    done = subprocess.run([str(part) for part in command], cwd=cwd, capture_output=True, text=True)
+    if done.returncode != 0:
+        print(shlex.join(str(part) for part in command))
+        sys.exit(done.stdout + done.stderr)
+    return done.stdout
+
+
+def make_libraries(product):
+    """Makes stand-ins for what vcpkg and MIDL would bring."""
+    for name, target in (("boost_thread", "Boost::thread"), ("GTest", "GTest::gmock_main")):
+        folder = WORK / "libraries/share" / name
+        folder.mkdir(parents=True)
+        (folder / f"{name}Config.cmake").write_text(f"add_library({target} INTERFACE IMPORTED)\n")
+    for file in ("include/tinyxml.h", "lib/tinyxml.lib"):
+        path = WORK / "libraries" / file
+        path.parent.mkdir(parents=True)
+        path.touch()
+    midl = WORK / "midl"
+    midl.write_text('#!/bin/sh\ncd "%s/plugin" && cp folivo_plugin.tlb folivo_plugin_h.h '
+                    'folivo_plugin_i.c "$OLDPWD"\n' % product)
+    midl.chmod(0o755)
+
+
+def configure():
+    variables = {name: value for name, value in preset_variables("windows-msvc").items()
+                 if name not in OF_THE_MACHINE}
+    variables |= {
+        "CMAKE_SYSTEM_NAME": "Windows",
+        "CMAKE_SYSTEM_PROCESSOR": "AMD64",
+        "CMAKE_C_COMPILER": CLANG,
+        "CMAKE_CXX_COMPILER": CLANG,
+        "CMAKE_AR": "/usr/bin/llvm-lib-19",
+        "CMAKE_LINKER": "/bin/false",  # there is nothing to link with
+        "CMAKE_RC_COMPILER": "/usr/bin/llvm-rc-19",
+        "CMAKE_RC_FLAGS": "/I/usr/x86_64-w64-mingw32/include",
+        "CMAKE_MT": "/bin/true",
+        "CMAKE_TRY_COMPILE_TARGET_TYPE": "STATIC_LIBRARY",
+        "CMAKE_PREFIX_PATH": WORK / "libraries",
+        "FOLIVO_MIDL": WORK / "midl",
+    }
+    run("/usr/bin/cmake", "-G", "Ninja", "-S", ROOT, "-B", BUILD, "--warn-uninitialized", "-Werror=dev",
+        *(f"-D{name}={value}" for name, value in variables.items()))
+
+
+def gcc_options():
+    """Yields what the build's rules contain that only GCC and its linker know."""
+    text = (BUILD / "build.ninja").read_text()
+    for match in GCC_OPTION.finditer(text):
+        yield f"build.ninja:{text.count(chr(10), 0, match.start()) + 1}: {match.group()}"
+
+
+def stand_in_options():
+    """What lets clang read mingw-w64's headers and libstdc++ in the Windows compiler's mode."""
+    gcc = pathlib.Path(run("/usr/bin/x86_64-w64-mingw32-g++-win32", "-print-file-name=include").strip())
+    folders = [gcc / "c++", gcc / "c++/x86_64-w64-mingw32", "/usr/lib/llvm-19/lib/clang/19/include",
+               "/usr/x86_64-w64-mingw32/include", ROOT / "build/deps/include"]
+    return ["-fgnuc-version=12.2.0", "-D__STRICT_ANSI__", "-D__INTRINSIC_DEFINED___cpuidex", "/X",
+            *(part for folder in folders for part in ("-imsvc", str(folder))),
+            f"-I{ROOT / 'atl'}", "-Wno-unused-command-line-argument",
+            "-Wno-enum-constexpr-conversion"]  # an error to clang in what Boost 1.74 defines
+
+
+def compile_sources(wanted):
+    """Returns how many sources were compiled, and what the compiler says about them: those `wanted`,
+    the product's when that is empty."""
+    commands = []
+    for entry in json.loads((BUILD / "compile_commands.json").read_text()):
+        folder = os.path.relpath(entry["file"], ROOT).split("/")[0]
+        if entry["file"] in wanted or (not wanted and entry["file"].endswith(".cpp")
+                                       and folder not in ("tests", "build")):
+            commands.append((entry["file"], shlex.split(entry["command"])))
+    options = ["-fsyntax-only", "-Werror", *stand_in_options()]
+    # The options of all sources are the same but for definitions.
+    file, command = commands[0]
+    pch = WORK / "precompiled.pch"
+    command = [part for part in command if part not in ("-c", "/c", "--", file)
+               and not part.startswith(("/Fo", "/Fd", "-Fo", "/Yc"))]
+    run(*command, *stand_in_options(), f"/I{ROOT}", "-Xclang", "-emit-pch", "/c",
+        f"/Fo{pch}", "--", STAND_INS / "precompiled.h", cwd=BUILD)
+
+    def compile_one(source):
+        file, command = source
+        done = subprocess.run([*command[:1], *options, "-Xclang", "-include-pch", "-Xclang", str(pch),
+                               *command[1:]], cwd=BUILD, capture_output=True, text=True)
+        return (done.stdout + done.stderr) if done.returncode != 0 else ""
+
+    with concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
+        return len(commands), [output for output in pool.map(compile_one, commands) if output]
+
+
+def main():
+    product = pathlib.Path(sys.argv[1]).resolve()
+    shutil.rmtree(WORK, ignore_errors=True)
+    WORK.mkdir(parents=True)
+    make_libraries(product)
+    configure()
+    findings = list(gcc_options())
+    run("/usr/bin/ninja", "-C", BUILD, "plugin_resources")
+    if not list(BUILD.glob("plugin/CMakeFiles/plugin_resources.dir/**/*.res")):
+        findings.append("the resource compiler made nothing")
+    count, outputs = compile_sources({os.path.abspath(path) for path in sys.argv[2:]})
+    print(*findings, *outputs, sep="\n")
+    print(f"{count} sources, {len(findings) + len(outputs)} findings")
+    return 1 if findings or outputs else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
