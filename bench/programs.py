@@ -4,6 +4,7 @@ import subprocess
 from pathlib import Path
 
 import wine
+from turns import Results
 from wine import DemoError
 
 _TIMEOUT_S = 180
@@ -42,6 +43,16 @@ class Programs:
         if value <= 0:
             raise MeasurementError(f"{program} {arguments[0]} took {value}")
         return value
+
+
+    def rounds(self, program: str, *arguments: str | int) -> Results:
+        """What it measured in turns by itself: it prints, for each round, "NAME NUMBER" for each
+        contender."""
+        results: Results = {}
+        for line in self.lines(program, *arguments)[:-1]:
+            name, value = line.split()
+            results.setdefault(name, []).append(float(value))
+        return results
 
 
 def curl(url: str, file: Path) -> float:

@@ -14,8 +14,8 @@ namespace {
 constexpr VARTYPE kCorruptType = 0x0FFF;
 
 std::wstring UrlOf(CNavigationEvent& event) {
-  const CStringW url = GetNavigationUrl(*event.Params());
-  return {url.GetString(), static_cast<size_t>(url.GetLength())};
+  const CComBSTR url = GetNavigationUrl(*event.Params());
+  return url != nullptr ? std::wstring(url) : std::wstring();
 }
 
 /// The URL of an event whose URL argument is `argument` itself.
