@@ -49,6 +49,7 @@ class Scratch:
 
     def __init__(self) -> None:
         self.path = wine.unix_path(self.windows)
+        self.remove()  # what a run that was killed has left
         self.path.mkdir()
 
     def name(self, file: str) -> str:

@@ -44,7 +44,6 @@ class Programs:
             raise MeasurementError(f"{program} {arguments[0]} took {value}")
         return value
 
-
     def rounds(self, program: str, *arguments: str | int) -> Results:
         """What it measured in turns by itself: it prints, for each round, "NAME NUMBER" for each
         contender."""

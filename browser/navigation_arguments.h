@@ -9,8 +9,8 @@
 /// Whether the event has enough arguments for the functions below.
 bool HasNavigationArguments(const DISPPARAMS& params);
 
-/// Returns the navigation's target, which ends at its first NUL; null when the argument cannot be
-/// converted to a string. Throws CAtlException with the HRESULT of a failed VariantCopy.
+/// Returns the navigation's target; null when the argument cannot be converted to a string. The URL
+/// ends at the first NUL. Throws CAtlException with the HRESULT of a failed VariantCopy.
 CComBSTR GetNavigationUrl(const DISPPARAMS& params);
 
 /// Sets the event's cancel flag, passed as VT_BYREF|VT_BOOL or VT_BYREF|VT_VARIANT. Ignores an

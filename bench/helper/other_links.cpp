@@ -4,11 +4,10 @@
 #include <exdispid.h>
 #include <oleauto.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <limits>
 
 #include "bench/helper/browser_window.h"
+#include "bench/helper/contender.h"
 #include "bench/helper/helper_library.h"
 #include "bench/helper/import_counter.h"
 #include "bench/support/stopwatch.h"
@@ -61,30 +60,13 @@ void MakeRequiredCalls(VARIANT& link, int count) {
   }
 }
 
-/// A contender and the shortest of its batches, in seconds.
-class CContender {
- public:
-  CContender(const char* name, std::function<void()> batch)
-      : m_name(name), m_batch(std::move(batch)) {}
-
-  void RunBatch() {
-    const CStopwatch stopwatch;
-    m_batch();
-    m_shortest = std::min(m_shortest, stopwatch.Elapsed());
-  }
-
-  void EndRound() {
-    std::printf("%s %.9g\n", m_name, m_shortest / kEventsInBatch);
-    m_shortest = kNever;
-  }
-
- private:
-  static constexpr double kNever = std::numeric_limits<double>::max();
-
-  const char* m_name;
-  std::function<void()> m_batch;
-  double m_shortest = kNever;
-};
+/// Seconds for one of a batch.
+template <typename Batch>
+double TimeOfOne(Batch batch) {
+  const CStopwatch stopwatch;
+  batch(kEventsInBatch);
+  return stopwatch.Elapsed() / kEventsInBatch;
+}
 
 }  // namespace
 
@@ -93,20 +75,12 @@ double MeasureOtherLinks(const CArguments& arguments) {
   CSubscriber plugin(arguments[0], browser);
   CSubscriber minimal(arguments[1], browser);
   CComVariant link(kLink);
-  CContender contenders[] = {{"plugin", [&] { plugin.Fire(kEventsInBatch); }},
-                             {"minimal", [&] { minimal.Fire(kEventsInBatch); }},
-                             {"required", [&] { MakeRequiredCalls(link, kEventsInBatch); }}};
   const int rounds = std::stoi(arguments[2]);
-  for (int round = 0; round < rounds; ++round) {
-    for (int batch = 0; batch < kBatchesInRound; ++batch) {
-      for (CContender& contender : contenders) {
-        contender.RunBatch();
-      }
-    }
-    for (CContender& contender : contenders) {
-      contender.EndRound();
-    }
-  }
+  TakeTurns(
+      {{"plugin", [&] { return TimeOfOne([&](int count) { plugin.Fire(count); }); }},
+       {"minimal", [&] { return TimeOfOne([&](int count) { minimal.Fire(count); }); }},
+       {"required", [&] { return TimeOfOne([&](int count) { MakeRequiredCalls(link, count); }); }}},
+      rounds, kBatchesInRound);
   return rounds;
 }
 

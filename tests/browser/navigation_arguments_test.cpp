@@ -88,14 +88,6 @@ TEST(NavigationUrl, OtherTypesAreConvertedWithoutOptions) {
   EXPECT_EQ(UrlOf(event), L"-1");
 }
 
-TEST(NavigationUrl, EndsAtTheFirstNul) {
-  CNavigationEvent event(L"");
-  event.Url() = CComVariant();
-  event.Url().vt = VT_BSTR;
-  event.Url().bstrVal = SysAllocStringLen(L"http://server/a.qdk\0.exe", 24);
-  EXPECT_EQ(UrlOf(event), L"http://server/a.qdk");
-}
-
 TEST(NavigationUrl, NullReferencesAndStringsAreEmpty) {
   EXPECT_EQ(UrlOf(MakeVariant(VT_BYREF | VT_VARIANT)), L"");
   EXPECT_EQ(UrlOf(MakeVariant(VT_BSTR)), L"");
