@@ -17,7 +17,7 @@ def unique_name(bench: Bench) -> list[Row]:
         return bench.programs.number("growth", "names", folders[count], repeats[count])
 
     contenders = {str(count): lambda n=count: name(n) for count in repeats}
-    results = bench.take_turns("unique name, s", contenders)
+    results = bench.take_turns("unique name, s", contenders, bench.scale.rounds)
     return [
         ratio_row("a unique name, 100 files of that name there / none",
                   Ratio.of(results["100"], results["0"])),
@@ -33,7 +33,7 @@ def listing(bench: Bench) -> list[Row]:
         return bench.programs.number("growth", "listing", archives[count], count)
 
     contenders = {str(count): lambda n=count: names_of(n) for count in archives}
-    results = bench.take_turns("listing, s", contenders)
+    results = bench.take_turns("listing, s", contenders, bench.scale.many)
     return [ratio_row("list of an archive of 10,000 entries / of 1,000",
                       Ratio.of(results["10000"], results["1000"]), 10 * _LINEAR)]
 
@@ -52,7 +52,7 @@ def adding(bench: Bench) -> list[Row]:
     for count in counts:
         contenders[f"{count}"] = lambda n=count: add(spread[n], archives[max(counts)], n)
         contenders[f"{count} together"] = lambda n=count: add(together[n], archives[n], n)
-    results = bench.take_turns("adding, s", contenders)
+    results = bench.take_turns("adding, s", contenders, bench.scale.rounds)
     return [
         ratio_row("1,000 collections added, 20 to a folder / 100",
                   Ratio.of(results["1000"], results["100"]), 10 * _LINEAR),

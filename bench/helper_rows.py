@@ -24,6 +24,7 @@ def question(bench: Bench) -> list[Row]:
             "plugin": lambda: programs.number("helper", "prompt", programs.plugin, url()),
             "bare": lambda: programs.number("helper", "bare-prompt", url()),
         },
+        bench.scale.rounds,
     )
     what = "click to question, lesson of 50 MiB / open, read, message box"
     return [ratio_row(what, Ratio.of(results["plugin"], results["bare"]), 1.15)]
@@ -59,6 +60,7 @@ def loading(bench: Bench) -> list[Row]:
             "plugin": lambda: programs.number("helper", "load", programs.plugin),
             "minimal": lambda: programs.number("helper", "load", programs.minimal),
         },
+        bench.scale.many,
     )
     what = "load, make the object, set its site / a DLL of one class"
     return [ratio_row(what, Ratio.of(results["plugin"], results["minimal"]), 1.50)]

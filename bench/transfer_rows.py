@@ -7,10 +7,9 @@ from pathlib import Path
 from context import MIB, Bench
 from programs import curl
 from table import Row, ratio_row
-from turns import Ratio
+from turns import Ratio, Rounds, take_turns
 
 _FILE = "Lesson.folivo"
-_PEERS = ("loop", "loop-and-copy", "required", "urlmon")
 _IDLE_S = 1
 
 
@@ -31,11 +30,19 @@ def _curl(bench: Bench, size: int) -> float:
 
 def transfer(bench: Bench) -> list[Row]:
     size = bench.scale.transfer
-    contenders = {mode: lambda m=mode: _download(bench, m, size) for mode in ("dialog", *_PEERS)}
-    contenders["curl"] = lambda: _curl(bench, size)
-    # Seconds that the server needs for a body which nobody keeps.
-    contenders["server"] = lambda: curl(bench.bodies.url(size), Path(os.devnull))
-    results = bench.take_turns("transfer, s", contenders)
+    rounds, target = bench.scale.rounds, bench.scratch.name(_FILE)
+    values = bench.programs.rounds("transfer", "turns", bench.bodies.url(size), target, size,
+                                   rounds.most, rounds.seconds)
+    count = len(values["dialog"])
+    values |= take_turns(
+        {
+            "curl": lambda: _curl(bench, size),
+            # Seconds that the server needs for a body which nobody keeps.
+            "server": lambda: curl(bench.bodies.url(size), Path(os.devnull)),
+        },
+        Rounds(most=count, least=count, seconds=0),
+    )
+    results = bench.keep("transfer, s", values)
 
     def of(ours: str, theirs: str) -> Ratio:
         return Ratio.of(results[ours], results[theirs])
@@ -62,6 +69,7 @@ def memory(bench: Bench) -> list[Row]:
             "big": lambda: _download(bench, "dialog-memory", big),
             "small": lambda: _download(bench, "dialog-memory", MIB),
         },
+        bench.scale.few,
     )
     what = f"peak memory, transfer of {big // MIB:,} MiB / of 1 MiB"
     ratio = Ratio.of(results["big"], results["small"], statistics.median)
@@ -76,6 +84,7 @@ def silence(bench: Bench) -> list[Row]:
             "transfer": lambda: _download(bench, "dialog-silence", size),
             "idle": lambda: bench.programs.number("transfer", "idle-silence", _IDLE_S),
         },
+        bench.scale.rounds,
     )
     what = f"longest silence of the browser, transfer of {size // MIB} MiB / idle"
     ratio = Ratio.of(results["transfer"], results["idle"], statistics.median)

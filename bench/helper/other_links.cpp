@@ -7,9 +7,9 @@
 #include <cstdio>
 
 #include "bench/helper/browser_window.h"
-#include "bench/helper/contender.h"
 #include "bench/helper/helper_library.h"
 #include "bench/helper/import_counter.h"
+#include "bench/support/contender.h"
 #include "bench/support/stopwatch.h"
 #include "tests/browser/navigation_event.h"
 
@@ -21,6 +21,7 @@ constexpr wchar_t kLink[] = L"http://www.example.com/lessons/year-4/fractions/in
 // processor, however busy the machine is: the shortest tells the time.
 constexpr int kEventsInBatch = 1000;
 constexpr int kBatchesInRound = 40;
+constexpr double kSeconds = 5;
 
 /// A helper object out of a DLL, subscribed to a browser.
 class CSubscriber {
@@ -75,13 +76,11 @@ double MeasureOtherLinks(const CArguments& arguments) {
   CSubscriber plugin(arguments[0], browser);
   CSubscriber minimal(arguments[1], browser);
   CComVariant link(kLink);
-  const int rounds = std::stoi(arguments[2]);
-  TakeTurns(
+  return TakeTurns(
       {{"plugin", [&] { return TimeOfOne([&](int count) { plugin.Fire(count); }); }},
        {"minimal", [&] { return TimeOfOne([&](int count) { minimal.Fire(count); }); }},
        {"required", [&] { return TimeOfOne([&](int count) { MakeRequiredCalls(link, count); }); }}},
-      rounds, kBatchesInRound);
-  return rounds;
+      {std::stoi(arguments[2]), kBatchesInRound, kSeconds});
 }
 
 double CountCalls(const CArguments& arguments) {

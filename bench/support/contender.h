@@ -32,10 +32,22 @@ class CContender {
   double m_shortest = kNever;
 };
 
-/// In each round, each contender `turns` times: A B C, A B C, ...
-inline void TakeTurns(std::vector<CContender> contenders, int rounds, int turns) {
-  for (int round = 0; round < rounds; ++round) {
-    for (int turn = 0; turn < turns; ++turn) {
+/// How often: a round is so many turns of each contender. After so many seconds no further round
+/// begins, except the second.
+struct CTurns {
+  int rounds;
+  int inRound;
+  double seconds;
+};
+
+/// A B C, A B C, ... Gives the number of rounds.
+inline int TakeTurns(std::vector<CContender> contenders, const CTurns& turns) {
+  constexpr int kLeastRounds = 2;
+  const CStopwatch stopwatch;
+  int round = 0;
+  for (; round < turns.rounds && (round < kLeastRounds || stopwatch.Elapsed() < turns.seconds);
+       ++round) {
+    for (int turn = 0; turn < turns.inRound; ++turn) {
       for (CContender& contender : contenders) {
         contender.Run();
       }
@@ -44,4 +56,5 @@ inline void TakeTurns(std::vector<CContender> contenders, int rounds, int turns)
       contender.EndRound();
     }
   }
+  return round;
 }
