@@ -10,12 +10,14 @@ import sys
 import time
 from pathlib import Path
 
+from context import FULL, MIB, QUICK, Bench
 from fixtures import Bodies, Scratch
 from imports import imported_dlls
 from lesson_server import LessonServer
-from measurements import FULL, MEASUREMENTS, MIB, QUICK, Bench
+from measurements import MEASUREMENTS
 from origins import print_origins
 from programs import MeasurementError, Programs
+from selection import UnknownNameError, choose
 from table import Row, print_table
 from wine import DemoError
 
@@ -41,7 +43,7 @@ def _measure(bench: Bench, names: list[str]) -> tuple[list[Row], list[str]]:
 
 def _run(build: Path, output: Path, quick: bool, names: list[str]) -> int:
     if (load := os.getloadavg()[0]) > _QUIET:
-        print(f"Other programs are at work here (load {load:.1f}): the ratios will scatter.")
+        print(f"Other programs are at work here (load {load:.1f}): the spread will be wide.")
     if not quick and shutil.disk_usage(output).free < _DISK:
         print(f"There is less than {_DISK // MIB:,} MiB of disk left.")
     with (output / "server.log").open("wb") as log:
@@ -70,13 +72,14 @@ def main() -> int:
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     parser = argparse.ArgumentParser()
     parser.add_argument("--quick", action="store_true")
-    parser.add_argument("--only", default="", metavar="WORDS")
+    parser.add_argument("--only", action="append", default=[], metavar="NAME")
     parser.add_argument("build", type=Path)
     parser.add_argument("output", type=Path)
     arguments = parser.parse_args()
-    names = [name for name in MEASUREMENTS if arguments.only in name]
-    if not names:
-        parser.error(f"--only: the measurements are {', '.join(MEASUREMENTS)}.")
+    try:
+        names = choose(arguments.only)
+    except UnknownNameError as error:
+        parser.error(str(error))
     shutil.rmtree(arguments.output, ignore_errors=True)
     arguments.output.mkdir(parents=True)
     try:

@@ -4,6 +4,7 @@ import base64
 import shutil
 import zipfile
 from pathlib import Path
+from typing import Any
 
 import wine
 from lesson_server import LessonServer
@@ -19,21 +20,26 @@ class Bodies:
     def __init__(self, server: LessonServer, folder: Path):
         self._server = server
         self._folder = folder
-        self._served: dict[int, str] = {}
+        self._served: dict[tuple[int, int | None], str] = {}
         self._asked = 0
 
-    def url(self, size: int) -> str:
-        """The address of a lesson of so many bytes; no two are the same, so that none is cached."""
-        if size not in self._served:
+    def url(self, size: int, sent: int | None = None) -> str:
+        """The address of a lesson of so many bytes, of which the server sends only so many until
+        the client goes; no two addresses are the same, so that none is cached."""
+        key = (size, sent)
+        if key not in self._served:
             # The file has a length and no content: reading it costs the server next to nothing.
             file = self._folder / f"body-{size}"
             with file.open("wb") as body:
                 body.truncate(size - len(_HEAD))
-            head = {"bytes": base64.b64encode(_HEAD).decode()}
-            path = f"/{size}/Lesson.folivo"
-            self._served[size] = self._server.serve(path, body=[head, {"file": str(file)}])
+            answer: dict[str, Any] = {
+                "body": [{"bytes": base64.b64encode(_HEAD).decode()}, {"file": str(file)}],
+            }
+            if sent is not None:
+                answer["hold"] = [f"body:{sent}"]
+            self._served[key] = self._server.serve(f"/{size}/{sent}/Lesson.folivo", **answer)
         self._asked += 1
-        return f"{self._served[size]}?n={self._asked}"
+        return f"{self._served[key]}?n={self._asked}"
 
 
 class Scratch:
@@ -43,6 +49,7 @@ class Scratch:
 
     def __init__(self) -> None:
         self.path = wine.unix_path(self.windows)
+        self.remove()  # what a run that was killed has left
         self.path.mkdir()
 
     def name(self, file: str) -> str:

@@ -4,6 +4,7 @@ import subprocess
 from pathlib import Path
 
 import wine
+from turns import Results
 from wine import DemoError
 
 _TIMEOUT_S = 180
@@ -21,7 +22,7 @@ class Programs:
         self.plugin = wine.windows_path(build / "FolivoPlugin.dll")
         self.minimal = wine.windows_path(self._folder / "bench_minimal.dll")
 
-    def lines(self, program: str, *arguments: str | int) -> list[str]:
+    def lines(self, program: str, *arguments: str | float) -> list[str]:
         """What `bench_<program> ARGUMENTS` prints."""
         path = self._folder / f"bench_{program}.exe"
         try:
@@ -32,7 +33,7 @@ class Programs:
             raise MeasurementError(f"{program} {arguments[0]}: {output.strip()} (exit {code})")
         return output.splitlines()
 
-    def number(self, program: str, *arguments: str | int) -> float:
+    def number(self, program: str, *arguments: str | float) -> float:
         """The number that it prints, which must be more than 0."""
         lines = self.lines(program, *arguments)
         try:
@@ -42,6 +43,15 @@ class Programs:
         if value <= 0:
             raise MeasurementError(f"{program} {arguments[0]} took {value}")
         return value
+
+    def rounds(self, program: str, *arguments: str | float) -> Results:
+        """What it measured in turns by itself: it prints, for each round, "NAME NUMBER" for each
+        contender."""
+        results: Results = {}
+        for line in self.lines(program, *arguments)[:-1]:
+            name, value = line.split()
+            results.setdefault(name, []).append(float(value))
+        return results
 
 
 def curl(url: str, file: Path) -> float:

@@ -23,13 +23,13 @@ class Row:
 
 
 def ratio_row(what: str, ratio: Ratio, at_most: float | None = None) -> Row:
-    """A row whose goal, if it has one, is a median of `at_most`."""
+    """A row whose goal, if it has one, is a ratio of `at_most`."""
     goal, met = "", None
     if at_most is not None:
         goal = f"<= {at_most:.2f}"
-        met = ratio.median <= at_most
+        met = ratio.value <= at_most
     spread = f"{ratio.low:.2f} .. {ratio.high:.2f}"
-    return Row(what, f"{ratio.median:.2f}", spread, goal, met)
+    return Row(what, f"{ratio.value:.2f}", spread, goal, met)
 
 
 def print_table(rows: list[Row]) -> None:

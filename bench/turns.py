@@ -1,6 +1,6 @@
-"""Measures contenders in turns and compares them round by round."""
+"""Measures contenders in turns and compares them."""
 
-import statistics
+import time
 from collections.abc import Callable
 from dataclasses import dataclass
 
@@ -8,30 +8,42 @@ Contenders = dict[str, Callable[[], float]]
 Results = dict[str, list[float]]
 
 
-def take_turns(contenders: Contenders, rounds: int) -> Results:
-    """A B C, A B C, ...: whatever disturbs the machine for a while disturbs them all.
+@dataclass(frozen=True)
+class Rounds:
+    """How many: so many in about so many seconds, and fewer on a machine that is too busy for
+    that, but not fewer than `least`."""
 
-    The first round, which finds caches empty, does not count. Prints a dot for each round.
-    """
+    most: int
+    least: int
+    seconds: float
+
+
+def take_turns(contenders: Contenders, rounds: Rounds,
+               clock: Callable[[], float] = time.monotonic) -> Results:
+    """A B C, A B C, ...: whatever disturbs the machine for a while disturbs them all. Prints a dot
+    for each round."""
     results: Results = {name: [] for name in contenders}
-    for number in range(rounds + 1):
+    start = clock()
+    for number in range(rounds.most):
+        if number >= rounds.least and clock() - start >= rounds.seconds:
+            break
         for name, measure in contenders.items():
-            value = measure()
-            if number > 0:
-                results[name].append(value)
+            results[name].append(measure())
         print(".", end="", flush=True)
     return results
 
 
 @dataclass(frozen=True)
 class Ratio:
-    """Of two contenders, taken in each round by itself: the median and the extremes."""
+    """Of two contenders: that of the values that stand for them, and the extremes of the rounds."""
 
-    median: float
+    value: float
     low: float
     high: float
 
     @staticmethod
-    def of(ours: list[float], theirs: list[float]) -> "Ratio":
+    def of(ours: list[float], theirs: list[float],
+           pick: Callable[[list[float]], float] = min) -> "Ratio":
+        """By the least value of each, as empty caches and other programs only add to a time."""
         ratios = [a / b for a, b in zip(ours, theirs, strict=True)]
-        return Ratio(statistics.median(ratios), min(ratios), max(ratios))
+        return Ratio(pick(ours) / pick(theirs), min(ratios), max(ratios))

@@ -22,7 +22,7 @@
 namespace {
 
 constexpr wchar_t kFriendlyName[] = L"MERLO Folivo Download Utility";
-constexpr wchar_t kInsertMarker[] = L"insertinfolivo";
+constexpr std::wstring_view kInsertMarker = L"insertinfolivo";
 constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
@@ -156,13 +156,18 @@ void CIEDownload::OnBeforeNavigate(const DISPPARAMS& params) {
     return;
   }
   // Quirk 4: throws when the variant cannot be copied; that exception leaves Invoke.
-  const CStringW url = GetNavigationUrl(params);
-  // After any other failure, such as out of memory, the browser navigates as usual.
-  CallGuarded([&] { Navigate(url, params); });
+  const CComBSTR url = GetNavigationUrl(params);
+  if (url != nullptr) {
+    // After any other failure, such as out of memory, the browser navigates as usual.
+    CallGuarded([&] { Navigate(url.m_str, params); });
+  }
 }
 
-void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
-  if (!url.IsEmpty() && url.Find(kInsertMarker) >= 0) {
+void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
+  // Nearly no link is ours: reads the URL as it is, and copies it only for one that is.
+  const std::wstring_view path = GetUrlPath(url);
+  const std::wstring_view query = url + path.size();
+  if (path.find(kInsertMarker) != path.npos || query.find(kInsertMarker) != query.npos) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.
@@ -170,8 +175,9 @@ void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
       return;
     }
   }
-  if (IsInterceptedExtension(FindUrlExtension(url.GetString()))) {
-    OfferFile(url, GetUrlExtension(url), params);
+  const std::wstring_view extension = GetPathExtension(path);
+  if (IsInterceptedExtension(extension)) {
+    OfferFile(url, {extension.data(), static_cast<int>(extension.size())}, params);
   }
 }
 

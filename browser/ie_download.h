@@ -66,7 +66,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
 
  private:
   void OnBeforeNavigate(const DISPPARAMS& params);
-  void Navigate(const CStringW& url, const DISPPARAMS& params);
+  void Navigate(LPCWSTR url, const DISPPARAMS& params);
   void OfferFile(const CStringW& url, const CStringW& extension, const DISPPARAMS& params);
 
   static BOOL CALLBACK StoreIfBrowserFrame(HWND window, LPARAM self);

@@ -1,6 +1,6 @@
 #include "browser/navigation_arguments.h"
 
-#include "base/exception_boundary.h"
+#include <utility>
 
 namespace {
 
@@ -14,26 +14,24 @@ bool HasNavigationArguments(const DISPPARAMS& params) {
   return params.cArgs > kUrlArgument && params.rgvarg != nullptr;
 }
 
-CStringW GetNavigationUrl(const DISPPARAMS& params) {
+CComBSTR GetNavigationUrl(const DISPPARAMS& params) {
+  CComBSTR url;
   VARIANT* argument = &params.rgvarg[kUrlArgument];
   if (argument->vt == (VT_BYREF | VT_VARIANT)) {
     argument = argument->pvarVal;
     if (argument == nullptr) {
-      return {};
+      return url;
     }
   }
-  CComVariant url;
-  const HRESULT copied = VariantCopy(&url, argument);
+  CComVariant copy;
+  const HRESULT copied = VariantCopy(&copy, argument);
   if (FAILED(copied)) {
     AtlThrow(copied);
   }
-  if (FAILED(VariantChangeType(&url, &url, 0, VT_BSTR))) {
-    return {};
+  if (SUCCEEDED(VariantChangeType(&copy, &copy, 0, VT_BSTR))) {
+    std::swap(url.m_str, copy.bstrVal);  // nearly every URL is only looked at: no second copy
   }
-  CStringW text;
-  // Out of memory gives an empty URL, with which the browser navigates as usual.
-  CallGuarded([&] { text = url.bstrVal; });
-  return text;
+  return url;
 }
 
 void CancelNavigation(const DISPPARAMS& params) {

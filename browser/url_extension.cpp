@@ -9,24 +9,22 @@ namespace {
 // Quirk 6: without ".qdi", though the save dialog lists it.
 constexpr std::wstring_view kInterceptedExtensions[] = {
     L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery", L".galleryitem"};
+constexpr std::wstring_view kDotAndBackslash = L".\\";
 
 }  // namespace
 
-std::wstring_view FindUrlExtension(std::wstring_view url) {
-  const std::wstring_view path = url.substr(0, url.find(L'?'));
-  const auto dot = path.rfind(L'.');
-  if (dot == std::wstring_view::npos) {
-    return {};
+std::wstring_view GetUrlPath(LPCWSTR url) {
+  LPCWSTR end = url;
+  while (*end != L'\0' && *end != L'?') {
+    ++end;
   }
-  // Quirk 5: only a backslash ends a folder. "/a.b/file" gives ".b/file", which matches no type.
-  const auto separator = path.rfind(L'\\');
-  return separator == std::wstring_view::npos || dot > separator ? path.substr(dot)
-                                                                 : std::wstring_view();
+  return {url, static_cast<size_t>(end - url)};
 }
 
-CStringW GetUrlExtension(const CStringW& url) {
-  const std::wstring_view extension = FindUrlExtension(url.GetString());
-  return {extension.data(), static_cast<int>(extension.size())};
+std::wstring_view GetPathExtension(std::wstring_view path) {
+  // Quirk 5: only a backslash ends a folder. "/a.b/file" gives ".b/file", which matches no type.
+  const auto last = path.find_last_of(kDotAndBackslash);
+  return last != path.npos && path[last] == L'.' ? path.substr(last) : std::wstring_view();
 }
 
 bool IsInterceptedExtension(std::wstring_view extension) {

@@ -1,16 +1,15 @@
 #pragma once
 
-#include <atlbase.h>
-#include <atlstr.h>
+#include <windows.h>
 
 #include <string_view>
 
-/// Returns the extension of a URL or path, with its dot and without the query; empty when it has
-/// none. Quirk 5: only a backslash ends a folder's name: "/a.b/file" gives ".b/file".
-CStringW GetUrlExtension(const CStringW& url);
+/// Returns the beginning of a URL or local path without the query.
+std::wstring_view GetUrlPath(LPCWSTR url);
 
-/// The same as a view into `url`, without a copy.
-std::wstring_view FindUrlExtension(std::wstring_view url);
+/// Returns the path's extension with its dot; empty when it has none. Quirk 5: only a backslash
+/// ends a folder's name: "/a.b/file" gives ".b/file".
+std::wstring_view GetPathExtension(std::wstring_view path);
 
 /// Whether the plug-in looks at links to files of this extension (with its dot, case ignored). It
 /// takes such a link over from the browser only when the file's content is genuine too

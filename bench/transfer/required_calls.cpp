@@ -42,15 +42,12 @@ class CBarWindow {
   HWND m_window = nullptr;
 };
 
-void ServeMessagesUntilEnded(boost::thread& thread) {
-  const HANDLE handle = thread.native_handle();
-  while (MsgWaitForMultipleObjects(1, &handle, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0) {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-      DispatchMessageW(&message);
-    }
+/// As a modal dialog does.
+void ServeMessagesUntilQuit() {
+  MSG message;
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    DispatchMessageW(&message);
   }
-  thread.join();
 }
 
 }  // namespace
@@ -59,7 +56,7 @@ void DownloadByRequiredCalls(const std::wstring& url, const std::wstring& destin
   const std::wstring temporary = destination + L".temporary";
   const CBarWindow window;
   std::exception_ptr failure;
-  boost::thread worker([&] {
+  boost::thread worker([&, caller = GetCurrentThreadId()] {
     try {
       std::int32_t done = 0;
       DownloadByLoop(url, temporary, [&](DWORD received, std::int32_t total) {
@@ -72,8 +69,10 @@ void DownloadByRequiredCalls(const std::wstring& url, const std::wstring& destin
     } catch (...) {
       failure = std::current_exception();
     }
+    PostThreadMessageW(caller, WM_QUIT, 0, 0);
   });
-  ServeMessagesUntilEnded(worker);
+  ServeMessagesUntilQuit();
+  worker.join();
   if (failure) {
     std::rethrow_exception(failure);
   }

@@ -132,6 +132,19 @@ TEST_F(Navigation, TemporaryFolderIsSetForTheDownload) {
   EXPECT_EQ(std::wstring(GetTempBaseFolder()) + L"\\", m_sandbox / kTempFiles);
 }
 
+TEST_F(Navigation, UrlEndsAtItsFirstNul) {
+  const ScriptedPath path(m_server, Lesson());
+  for (const bool taken : {true, false}) {
+    const std::wstring url = path.Url(taken ? L"a.folivo" : L"a.html") + L'\0' +
+                             (taken ? L".html" : L".folivo?insertinfolivo");
+    CNavigationEvent event(L"");
+    event.Url().Clear();
+    event.Url().vt = VT_BSTR;
+    event.Url().bstrVal = SysAllocStringLen(url.data(), static_cast<UINT>(url.size()));
+    EXPECT_EQ(m_helper.Navigate(event), taken) << url;
+  }
+}
+
 TEST_F(Navigation, OtherTypesAreTheBrowsers) {
   const ScriptedPath path(m_server, Lesson());
   for (const LPCWSTR name : {L"item.qdi", L"page.html", L"get?f=a.folivo", L"a.b/file", L"",

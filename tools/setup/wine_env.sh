@@ -1,10 +1,11 @@
 # A private Wine for tests and demo (source common.sh first, then this):
 #
-#   wine_env_start NAME [--own-display] [--hosts FILE]
+#   wine_env_start NAME [--own-display] [--hosts FILE] [--reuse]
 #     A fresh prefix build/wine/NAME, with C:, registry and user folders of its own, on a private
 #     display of 1280x1024, 24 bits. Exports all that `"$WINE" program.exe` needs. --own-display
 #     shows the windows on the caller's $DISPLAY instead. --hosts names a file like /etc/hosts
-#     that decides about host names for everything started afterwards.
+#     that decides about host names for everything started afterwards. --reuse takes the prefix as
+#     the last run of this name has left it, if there is one of this Wine; that saves seconds.
 #   wine_env_stop
 #     Ends what was started, and nothing else. Happens by itself when the script ends.
 #   wine_env_registry < FILE
@@ -101,10 +102,11 @@ wine_env_renew() {
 wine_env_start() {
   wine_env_name=$1
   shift
-  local own_display=
+  local own_display='' reuse=''
   while (($#)); do
     case $1 in
       --own-display) own_display=yes ;;
+      --reuse) reuse=yes ;;
       --hosts)
         export NSS_WRAPPER_HOSTS=$2 LD_PRELOAD=libnss_wrapper.so
         shift
@@ -127,9 +129,12 @@ wine_env_start() {
   [[ ! -e $prefix.display-pid ]] || wine_env_stop_display "$(< "$prefix.display-pid")"
 
   wine_env_make_template
-  rm -rf "$prefix"
-  cp -a "$build_dir/wine/template" "$prefix" ||
-    die "The private Wine could not be copied to ${prefix#"$root"/}." "$(outer_cause /dev/null)"
+  if [[ ! $reuse ]] || ! cmp -s "$build_dir/wine/template/.ready" "$prefix/.whole"; then
+    rm -rf "$prefix"
+    cp -a "$build_dir/wine/template" "$prefix" ||
+      die "The private Wine could not be copied to ${prefix#"$root"/}." "$(outer_cause /dev/null)"
+    cp "$prefix/.ready" "$prefix/.whole"  # last: a copy that was interrupted has none
+  fi
   [[ $own_display ]] || wine_env_start_display
   [[ ${DISPLAY-} ]] || die "There is no display: DISPLAY is not set."
   wine_env_warm_up
