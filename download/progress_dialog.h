@@ -121,7 +121,6 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool OpenTransfer(void* buffer, DWORD size);
   bool OpenRequest();
   bool RefuseStatus();
-  void ReadContentLength(void* buffer, DWORD size);
   bool CreateTempFile();
   bool TransferChunk(void* buffer, DWORD size);
   bool FinishTransfer();

@@ -6,6 +6,7 @@
 #include <commctrl.h>
 #include <wininet.h>
 
+#include <optional>
 #include <vector>
 
 #include "base/exception_boundary.h"
@@ -13,19 +14,13 @@
 #include "download/content_check.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
-#include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
+#include "download/transfer_request.h"
 
 namespace {
 
-constexpr wchar_t kUserAgent[] = L"FolivoAX";
 constexpr DWORD kConnectTimeoutMs = 25000;
-constexpr DWORD kOpenFlags =
-    INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_KEEP_CONNECTION;
-constexpr DWORD kErrorDialogFlags = FLAGS_ERROR_UI_FILTER_FOR_ERRORS |
-                                    FLAGS_ERROR_UI_FLAGS_CHANGE_OPTIONS |
-                                    FLAGS_ERROR_UI_FLAGS_GENERATE_DATA;
 constexpr DWORD kWorkerBufferSize = 0x20000;
 constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
@@ -139,15 +134,12 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   if (!OpenRequest()) {
     return ReportFailure(kNotAvailableText, m_url);
   }
-  DWORD status = 0;
-  DWORD statusSize = sizeof(status);
-  const bool known =
-      HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status,
-                     &statusSize, nullptr) != FALSE;
-  if (!known || IsRefusedStatus(status)) {
+  if (!HasAcceptedStatus(m_hRequest.Get())) {
     return RefuseStatus();
   }
-  ReadContentLength(buffer, size);
+  const auto length = ReadContentLength(m_hRequest.Get(), 0, buffer, size);
+  m_total = length.value_or(kAssumedSize);
+  m_lengthKnown = length ? 1 : 0;
   return CreateTempFile();
 }
 
@@ -167,24 +159,23 @@ bool CProgressDialog::OpenRequest() {
   DWORD timeout = kConnectTimeoutMs;
   InternetSetOptionW(m_hSession.Get(), INTERNET_OPTION_CONNECT_TIMEOUT, &timeout, sizeof(timeout));
 
-  while (m_running) {
-    const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
-    const DWORD error = GetLastError();
-    m_hRequest.Put(request);
-    // Read before the flag: a dialog that is destroyed clears the flag before the window.
-    const HWND dialog = m_window;
-    if (request == nullptr || !m_running) {
-      break;
-    }
-    // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to show
-    // its own.
-    const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
-    if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
-        ERROR_INTERNET_FORCE_RETRY) {
-      break;
-    }
-    m_hRequest.Close();
-  }
+  OpenWithCredentials(
+      m_hSession.Get(), m_url, kOpenFlags,
+      [this] {
+        m_hRequest.Close();
+        return m_running.load();
+      },
+      [this](HINTERNET request) -> std::optional<HWND> {
+        m_hRequest.Put(request);
+        // Read before the flag: a dialog that is destroyed clears the flag before the window.
+        const HWND dialog = m_window;
+        if (request == nullptr || !m_running) {
+          return std::nullopt;
+        }
+        // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to
+        // show its own.
+        return dialog != nullptr ? dialog : GetForegroundWindow();
+      });
   return m_running && m_hSession.IsOpen() && m_hRequest.IsOpen();
 }
 
@@ -198,18 +189,6 @@ bool CProgressDialog::RefuseStatus() {
     ::PostMessageW(m_window, WM_USER, kDownloadFailed, 0);
   }
   return false;
-}
-
-void CProgressDialog::ReadContentLength(void* buffer, DWORD size) {
-  DWORD length = size;
-  DWORD index = 0;
-  if (HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_CONTENT_LENGTH, buffer, &length, &index)) {
-    m_total = _wtoi(static_cast<const wchar_t*>(buffer));
-    m_lengthKnown = 1;
-  } else {
-    m_lengthKnown = 0;
-    m_total = kAssumedSize;
-  }
 }
 
 bool CProgressDialog::CreateTempFile() {
