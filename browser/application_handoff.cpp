@@ -93,7 +93,7 @@ void OpenInApplication(HWND owner, const CFilePath& path) {
     Launch(owner, path, nullptr);
     return;
   }
-  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
+  const CFilePath launcher = JoinPath(folder, kLauncherName);
   if (PathExists(launcher)) {
     // Quirk 11: without quotes, even when the path contains blanks.
     Launch(owner, launcher, path);
@@ -108,10 +108,8 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   }
   // Quirk 9: the whole URL, its query included.
   const CStringA text = kShortcutHead + address;
-  const CFilePath folder = GetAppTempFilesFolder(kProductName);
-  CreateFolderTree(folder);
-  const CFilePath path =
-      MakeUniqueFilePath(folder.GetText(), kShortcutBaseName, kShortcutExtension);
+  const CFilePath path = MakeUniqueFilePath(PrepareAppTempFilesFolder(kProductName),
+                                            kShortcutBaseName, kShortcutExtension);
   if (PathExists(path)) {
     return E_FAIL;
   }
@@ -134,7 +132,7 @@ HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
   if (!GetInstallFolder(folder)) {
     return S_OK;
   }
-  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
+  const CFilePath launcher = JoinPath(folder, kLauncherName);
   if (!PathExists(launcher)) {
     return S_OK;
   }

@@ -3,6 +3,8 @@
 #include <exdispid.h>
 #include <shlwapi.h>
 
+#include <string_view>
+
 #include "base/exception_boundary.h"
 #include "base/product_texts.h"
 #include "browser/application_handoff.h"
@@ -25,15 +27,6 @@ constexpr wchar_t kInsertMarker[] = L"insertinfolivo";
 constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
-
-/// Creates the folder for this product's temporary files if it is missing, makes it the temporary
-/// base folder, and returns it.
-CFilePath PrepareTempFolder() {
-  const CFilePath folder = GetAppTempFilesFolder(kProductName);
-  CreateFolderTree(folder);
-  SetTempBaseFolder(folder.GetText());
-  return folder;
-}
 
 HRESULT FindConnectionPoint(IConnectionPointContainer* container,
                             CComPtr<IConnectionPoint>& point) {
@@ -169,16 +162,18 @@ void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
       return;
     }
   }
-  if (IsInterceptedExtension(FindUrlExtension(url.GetString()))) {
-    OfferFile(url, GetUrlExtension(url), params);
+  const std::wstring_view extension = FindUrlExtension(url.GetString());
+  if (IsInterceptedExtension(extension)) {
+    OfferFile(url, CStringW(extension.data(), static_cast<int>(extension.size())), params);
   }
 }
 
 void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
                             const DISPPARAMS& params) {
   const HWND owner = m_browserWindow;
-  const CFilePath tempPath =
-      MakeUniqueFilePath(PrepareTempFolder().GetText(), kTempBaseName, extension);
+  const CFilePath tempFolder = PrepareAppTempFilesFolder(kProductName);
+  SetTempBaseFolder(tempFolder);
+  const CFilePath tempPath = MakeUniqueFilePath(tempFolder, kTempBaseName, extension);
 
   CProgressDialog::Ptr dialog;
   if (PathIsURLW(url)) {

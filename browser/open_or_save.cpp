@@ -33,10 +33,7 @@ CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
 /// Runs the dialog, which downloads the rest of the file and delivers it to `place`. Returns true
 /// when the file was delivered.
 bool RunDownload(CProgressDialog& dialog, CSaveChoice& place) {
-  dialog.m_destPath = place.path;
-  dialog.m_fileName = place.path.GetFileNamePart();
-  // Last, as the dialog owns the state from here on.
-  dialog.m_saveState = place.saveState.Detach();
+  dialog.SetTarget(place.path, place.saveState.Detach());
   return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;
 }
 

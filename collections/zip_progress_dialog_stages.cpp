@@ -111,8 +111,8 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
   if (!PathExists(targetFolder)) {
     CreateFolderTree(targetFolder);
   }
-  const CFilePath path = MakeUniqueFilePath(targetFolder.GetText(), RemoveExtension(entryName),
-                                            PathFindExtensionW(entryName));
+  const CFilePath path =
+      MakeUniqueFilePath(targetFolder, RemoveExtension(entryName), PathFindExtensionW(entryName));
   unsigned long size = 0;
   std::unique_ptr<char[]> data;
   if (!UnzipEntryToMemory(m_zipPath, entryName, &size, &data) ||

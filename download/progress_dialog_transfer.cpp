@@ -1,6 +1,22 @@
-// The transfer of CProgressDialog. Each call of DownloadStep does one unit of work. PeekContent
-// calls it on the caller's thread until the first bytes are checked; WorkerThreadProc calls it on
-// the worker until the same request has been read to its end.
+// The transfer of CProgressDialog, and the story of its two threads:
+//
+// 1. Pre-check, dialog thread. PeekContent makes the steps (DownloadStep) itself until the first
+//    bytes are checked. The dialog has no window and no worker yet. Steps never run on two threads.
+// 2. Start, dialog thread. OnInitDialog starts the worker, whose binding shares ownership of the
+//    object. WorkerThreadProc goes on with the steps, on the request that the pre-check has opened.
+// 3. End of the body or failure, worker. It sets m_finished, posts the result as WM_USER and ends.
+// 4. Result, dialog thread. OnDownloadFinished stops the transfer as below, delivers or deletes the
+//    file and ends the dialog.
+// 5. Cancel, or a dialog that goes otherwise, while a step runs:
+//    Dialog thread: clears m_running. Takes the file's handle, for which it waits at most 200 ms.
+//      Asks the gate (blocking_call_gate.h) whether the worker is inside a blocking call. If it is
+//      not, and m_finished is set, joins it; otherwise detaches it and calls
+//      KeepModuleUntilThreadEnds. Closes file, request and session; closing the request ends a read
+//      from the network. Deletes the file, unless the worker has it open. Ends the dialog.
+//    Worker, when its call returns: every step finds m_running cleared and returns false, without a
+//      message. If it was left behind inside the call, closes the handles that it has put back, and
+//      deletes the file if it was among them. Releases the object, whose destructor may run here.
+//    A thread of the system's pool, when the worker has ended: unlocks and frees the module.
 #include "download/progress_dialog.h"
 
 #include <commctrl.h>
@@ -25,6 +41,21 @@ constexpr DWORD kWorkerBufferSize = 0x20000;
 constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
 constexpr int kProgressFull = 100;
+
+/// Lets the current thread alone make the steps, until scope end.
+class CStepsScope {
+ public:
+  explicit CStepsScope(CBoundThread& thread) : m_thread(thread) {
+    ATLASSERT(!m_thread.IsBound());
+    m_thread.Bind();
+  }
+  ~CStepsScope() { m_thread.Unbind(); }
+  CStepsScope(const CStepsScope&) = delete;
+  CStepsScope& operator=(const CStepsScope&) = delete;
+
+ private:
+  CBoundThread& m_thread;
+};
 
 /// Allocates a step's buffer, one character longer than `size`, so that a text in it always has a
 /// terminator.
@@ -60,6 +91,9 @@ bool DispatchOneMessage() {
 }  // namespace
 
 bool CProgressDialog::PeekContent(const CStringW& extension) {
+  ATLASSERT(m_dialogThread.MayCall());
+  const CStepsScope steps(m_stepsThread);
+  TraceTransfer(this, "pre-check");
   m_extension = extension;
   m_hPeekEvent.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   CHandle timer(CreateWaitableTimerW(nullptr, FALSE, nullptr));
@@ -85,20 +119,31 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
     }
   }
   m_hPeekEvent.Close();
+  TraceTransfer(this, m_valid ? "genuine" : "not genuine");
   return m_valid;
 }
 
+void CProgressDialog::SignalPeek() {
+  if (IsPeeking()) {
+    SetEvent(m_hPeekEvent);
+  }
+}
+
 void CProgressDialog::WorkerThreadProc() {
+  const CStepsScope steps(m_stepsThread);
   NameCurrentThread("CProgressDialog");
+  TraceTransfer(this, "worker starts");
   if (FAILED(CallGuarded([this] { RunWorkerSteps(); }))) {
     // Out of memory, which is reported like every other failure.
     m_complete = 0;
     ReportFailure(kNotAvailableText, m_url);
   }
   if (m_running) {
+    TraceTransfer(this, m_complete != 0 ? "complete" : "failed");
     m_finished = 1;
     ::PostMessageW(m_window, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
   } else if (m_gate.IsLeftBehind()) {
+    TraceTransfer(this, "worker cleans up");
     CloseLateHandles();
   }
 }
@@ -120,13 +165,14 @@ void CProgressDialog::CloseLateHandles() {
   if (file != CFileTraits::Empty()) {
     CFileTraits::Close(file);
     // The dialog thread could not delete the file, as it was still open.
-    DeleteTempFile();
+    m_tempFile.Delete();
   }
   m_hRequest.Close();
   m_hSession.Close();
 }
 
 bool CProgressDialog::DownloadStep(void* buffer, DWORD size) {
+  ATLASSERT(m_stepsThread.MayCall());
   return m_opened ? TransferChunk(buffer, size) : OpenTransfer(buffer, size);
 }
 
@@ -204,6 +250,7 @@ bool CProgressDialog::CreateTempFile() {
     if (file != CFileTraits::Empty()) {
       m_opened = true;  // Before the handle: a thread that takes it must know that the file exists.
       m_hFile.Put(file);
+      TraceTransfer(this, "opened");
       return true;
     }
   }
@@ -228,7 +275,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
       // Without a handle only while m_running is set: the dialog clears it before it takes the
       // file.
       if (file != CFileTraits::Empty() || m_running) {
-        DeleteTempFile();
+        m_tempFile.Delete();
       }
       if (file != CFileTraits::Empty()) {
         m_hFile.Put(file);
@@ -246,15 +293,13 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     if (!IsValidContent(static_cast<const std::uint8_t*>(buffer),
                         static_cast<std::int32_t>(received), m_extension)) {
       if (IsPeeking()) {
-        SetEvent(m_hPeekEvent);
+        SignalPeek();
         return true;
       }
       return ReportFailure(kNotAFolivoFileText, m_url);
     }
     m_valid = true;
-    if (IsPeeking()) {
-      SetEvent(m_hPeekEvent);
-    }
+    SignalPeek();
   }
   return WriteChunk(buffer, received);
 }
@@ -341,11 +386,8 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
     }
     ShowMessage(owner, format, subject);
   }
-  if (IsPeeking()) {
-    SetEvent(m_hPeekEvent);
-    return true;
-  }
-  return false;
+  SignalPeek();
+  return IsPeeking();
 }
 
 /// Shows a message box. Out of memory, shows a fixed text instead.
