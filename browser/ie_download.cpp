@@ -10,7 +10,6 @@
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"
 #include "browser/navigation_arguments.h"
-#include "browser/notice.h"
 #include "browser/open_or_save.h"
 #include "browser/url_extension.h"
 #include "com/class_registration.h"
@@ -19,6 +18,7 @@
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "resources/resource.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -158,7 +158,7 @@ void CIEDownload::Navigate(const CStringW& url, const DISPPARAMS& params) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.
-      LaunchInsert(m_browserWindow, m_browser, shortcut, params);
+      LaunchInsert(m_browserWindow, [this] { return m_browser; }, shortcut, params);
       return;
     }
   }

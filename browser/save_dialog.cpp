@@ -8,10 +8,10 @@
 
 #include "browser/browser_texts.h"
 #include "browser/current_directory_keeper.h"
-#include "browser/notice.h"
 #include "download/file_operations.h"
 #include "download/ie_frame_library.h"
 #include "ui/bind_function.h"
+#include "ui/notice.h"
 
 namespace {
 

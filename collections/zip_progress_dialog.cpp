@@ -13,6 +13,7 @@
 #include "collections/unzip_library.h"
 #include "download/file_operations.h"
 #include "ui/button_row.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -142,9 +143,10 @@ void CZipProgressDialog::ShowError(LPCWSTR text) {
 }
 
 void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
-  CStringW text;
-  text.Format(format, m_zipPath.GetString());
-  ShowError(text);
+  if (HasWindow()) {
+    ShowFormatted(m_hWnd, MB_ICONHAND, format, m_zipPath);
+  }
+  EndWithResult(kCollectionFailed);
 }
 
 /// Returns false when the window was destroyed while a system dialog dispatched messages. ATL

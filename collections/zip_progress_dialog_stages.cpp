@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/containment.h"
 #include "collections/manifest_parser.h"
@@ -31,7 +31,7 @@ CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPr
   if (isPresent != nullptr) {
     *isPresent = value != nullptr;
   }
-  return AnsiToWide(value);
+  return FromSystemCodePage(value);
 }
 
 bool WriteWholeFile(const CFilePath& path, const char* data, unsigned long size) {

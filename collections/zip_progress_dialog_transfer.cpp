@@ -8,7 +8,7 @@
 #include <array>
 #include <optional>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
@@ -29,7 +29,7 @@ constexpr wchar_t kPageMarker[] = L"<html>";
 /// "<html>" itself, in lower case, within the first ten characters.
 bool LooksLikePage(const char* chunk, DWORD size) {
   const char* const end = std::find(chunk, chunk + size, '\0');
-  const CStringW text = AnsiToWide(chunk, static_cast<int>(end - chunk));
+  const CStringW text = FromSystemCodePage(chunk, static_cast<int>(end - chunk));
   return text.Left(kCheckedCharacters).Find(kPageMarker) >= 0;
 }
 

@@ -1,7 +1,6 @@
 #include "download/progress_dialog.h"
 
 #include <commctrl.h>
-#include <shellapi.h>
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
@@ -14,6 +13,7 @@
 #include "download/file_operations.h"
 #include "download/ie_frame_library.h"
 #include "download/module_keep_alive.h"
+#include "download/shell_open.h"
 #include "ui/button_row.h"
 
 namespace {
@@ -198,13 +198,7 @@ LRESULT CProgressDialog::OnOpenFolder(WORD, WORD, HWND, BOOL&) {
 }
 
 void CProgressDialog::ShellOpen(const CFilePath& path) {
-  SHELLEXECUTEINFOW info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_UNICODE | SEE_MASK_NOASYNC;
-  info.lpVerb = L"open";
-  info.lpFile = path;
-  info.nShow = SW_SHOWNORMAL;
-  ShellExecuteExW(&info);
+  OpenInShell(nullptr, path, nullptr);
   m_finished = 1;
   PostMessage(WM_USER, kDownloadDelivered);
 }

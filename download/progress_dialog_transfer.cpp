@@ -33,6 +33,7 @@
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
 #include "download/transfer_request.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -392,8 +393,7 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
 
 /// Shows a message box. Out of memory, shows a fixed text instead.
 void CProgressDialog::ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject) {
-  CStringW text;
-  const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });
-  ::MessageBoxW(owner, SUCCEEDED(made) ? text.GetString() : kNoMemoryText, kProductName,
-                MB_ICONEXCLAMATION);
+  if (FAILED(CallGuarded([&] { ShowFormatted(owner, MB_ICONEXCLAMATION, format, subject); }))) {
+    ::MessageBoxW(owner, kNoMemoryText, kProductName, MB_ICONEXCLAMATION);
+  }
 }
