@@ -10,6 +10,7 @@
 #include "browser/navigation_arguments.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
+#include "download/shell_open.h"
 #include "download/temp_files.h"
 
 namespace {
@@ -41,17 +42,14 @@ bool ReadFolderValue(HKEY key, CStringW& folder) {
   return true;
 }
 
-/// Opens `file` through the shell. Quirk 13: ignores the result; the shell shows its own message.
-void Launch(HWND owner, const CFilePath& file, LPCWSTR parameters) {
-  SHELLEXECUTEINFOW info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_UNICODE | SEE_MASK_NOASYNC;
-  info.hwnd = owner;
-  info.lpVerb = L"open";
-  info.lpFile = file;
-  info.lpParameters = parameters;
-  info.nShow = SW_SHOWNORMAL;
-  ShellExecuteExW(&info);
+/// Starts the application's launcher, which is in `folder`. Returns false when it is missing.
+bool StartLauncher(HWND owner, const CFilePath& folder, LPCWSTR parameters) {
+  const CFilePath launcher = JoinPath(folder, kLauncherName);
+  if (!PathExists(launcher)) {
+    return false;
+  }
+  OpenInShell(owner, launcher, parameters);
+  return true;
 }
 
 /// Empty when the conversion fails.
@@ -94,14 +92,11 @@ bool GetInstallFolder(CFilePath& folder) {
 
 void OpenInApplication(HWND owner, const CFilePath& path) {
   CFilePath folder;
-  if (!GetInstallFolder(folder)) {
-    Launch(owner, path, nullptr);
-    return;
-  }
-  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
-  if (PathExists(launcher)) {
+  if (GetInstallFolder(folder)) {
     // Quirk 11: without quotes, even when the path contains blanks.
-    Launch(owner, launcher, path);
+    StartLauncher(owner, folder, path);
+  } else {
+    OpenInShell(owner, path, nullptr);
   }
 }
 
@@ -113,10 +108,8 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   }
   // Quirk 9: the whole URL, its query included.
   const CStringA text = kShortcutHead + address;
-  const CFilePath folder = GetAppTempFilesFolder(kProductName);
-  CreateFolderTree(folder);
-  const CFilePath path =
-      MakeUniqueFilePath(folder.GetText(), kShortcutBaseName, kShortcutExtension);
+  const CFilePath path = MakeUniqueFilePath(PrepareAppTempFilesFolder(kProductName),
+                                            kShortcutBaseName, kShortcutExtension);
   if (PathExists(path)) {
     return E_FAIL;
   }
@@ -133,23 +126,16 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   return S_OK;
 }
 
-HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
+HRESULT LaunchInsert(HWND owner, const CurrentBrowserFn& currentBrowser,
                      const CFilePath& shortcutPath, const DISPPARAMS& params) {
   CFilePath folder;
-  if (!GetInstallFolder(folder)) {
+  if (!GetInstallFolder(folder) ||
+      !StartLauncher(owner, folder, kInsertSwitch + shortcutPath.GetText())) {
     return S_OK;
   }
-  const CFilePath launcher = JoinPath(folder.GetText(), kLauncherName);
-  if (!PathExists(launcher)) {
-    return S_OK;
-  }
-  Launch(owner, launcher, kInsertSwitch + shortcutPath.GetText());
   // Quirk 14: stops and cancels even when the launcher could not be started.
-  // The launch pumps messages: the browser may have released the helper object, and Stop may too.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy holds a reference
-  const CComPtr<IWebBrowser2> current = browser;
-  if (current != nullptr) {
-    current->Stop();
+  if (const CComPtr<IWebBrowser2> browser = currentBrowser()) {
+    browser->Stop();
   }
   CancelNavigation(params);
   return S_OK;

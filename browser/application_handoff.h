@@ -3,6 +3,8 @@
 #include <atlbase.h>
 #include <exdisp.h>
 
+#include <functional>
+
 #include "download/file_path.h"
 
 /// Reads the desktop application's program folder from its install information in the registry.
@@ -17,9 +19,12 @@ void OpenInApplication(HWND owner, const CFilePath& path);
 /// E_FAIL when the file cannot be written.
 HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath);
 
-/// Starts the launcher with the insert switch and the shortcut's path, then stops `browser` and
+/// Returns a browser with a reference of the caller's own; null when there is none any more.
+using CurrentBrowserFn = std::function<CComPtr<IWebBrowser2>()>;
+
+/// Starts the launcher with the insert switch and the shortcut's path, then stops the browser and
 /// cancels the navigation whose event carries `params`. Does nothing when there is no install
-/// information or no launcher. Reads `browser` after the launch, as it may become null meanwhile.
-/// Always returns S_OK.
-HRESULT LaunchInsert(HWND owner, const CComPtr<IWebBrowser2>& browser,
+/// information or no launcher. Calls `currentBrowser` after the launch, which dispatches messages:
+/// the browser may have released the helper object meanwhile. Always returns S_OK.
+HRESULT LaunchInsert(HWND owner, const CurrentBrowserFn& currentBrowser,
                      const CFilePath& shortcutPath, const DISPPARAMS& params);

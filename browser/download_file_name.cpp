@@ -3,8 +3,8 @@
 #include <wininet.h>
 
 #include "browser/browser_texts.h"
-#include "browser/notice.h"
 #include "download/file_path.h"
+#include "ui/notice.h"
 
 namespace {
 

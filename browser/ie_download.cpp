@@ -3,12 +3,13 @@
 #include <exdispid.h>
 #include <shlwapi.h>
 
+#include <string_view>
+
 #include "base/exception_boundary.h"
 #include "base/product_texts.h"
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"
 #include "browser/navigation_arguments.h"
-#include "browser/notice.h"
 #include "browser/open_or_save.h"
 #include "browser/url_extension.h"
 #include "com/class_registration.h"
@@ -18,6 +19,7 @@
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "resources/resource.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -26,15 +28,6 @@ constexpr std::wstring_view kInsertMarker = L"insertinfolivo";
 constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
-
-/// Creates the folder for this product's temporary files if it is missing, makes it the temporary
-/// base folder, and returns it.
-CFilePath PrepareTempFolder() {
-  const CFilePath folder = GetAppTempFilesFolder(kProductName);
-  CreateFolderTree(folder);
-  SetTempBaseFolder(folder.GetText());
-  return folder;
-}
 
 HRESULT FindConnectionPoint(IConnectionPointContainer* container,
                             CComPtr<IConnectionPoint>& point) {
@@ -171,7 +164,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.
-      LaunchInsert(m_browserWindow, m_browser, shortcut, params);
+      LaunchInsert(m_browserWindow, [this] { return m_browser; }, shortcut, params);
       return;
     }
   }
@@ -184,8 +177,9 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
 void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
                             const DISPPARAMS& params) {
   const HWND owner = m_browserWindow;
-  const CFilePath tempPath =
-      MakeUniqueFilePath(PrepareTempFolder().GetText(), kTempBaseName, extension);
+  const CFilePath tempFolder = PrepareAppTempFilesFolder(kProductName);
+  SetTempBaseFolder(tempFolder);
+  const CFilePath tempPath = MakeUniqueFilePath(tempFolder, kTempBaseName, extension);
 
   CProgressDialog::Ptr dialog;
   if (PathIsURLW(url)) {

@@ -9,7 +9,6 @@
 #include "browser/browser_texts.h"
 #include "browser/download_file_name.h"
 #include "browser/long_path.h"
-#include "browser/notice.h"
 #include "browser/save_dialog.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
@@ -17,6 +16,7 @@
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "ui/message_box.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -36,11 +36,54 @@ CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
 /// Runs the dialog, which downloads the rest of the file and delivers it to `place`. Returns true
 /// when the file was delivered.
 bool RunDownload(CProgressDialog& dialog, CSaveChoice& place) {
-  dialog.m_destPath = place.path;
-  dialog.m_fileName = place.path.GetFileNamePart();
-  // Last, as the dialog owns the state from here on.
-  dialog.m_saveState = place.saveState.Detach();
+  dialog.SetTarget(place.path, place.saveState.Detach());
   return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;
+}
+
+/// Returns whether the local file exists; shows a message when it does not.
+bool FindLocalFile(HWND owner, const CStringW& path) {
+  const bool exists = PathExists(CFilePath(path));
+  if (!exists) {
+    ShowNotice(owner, kFileMissingText, path);
+  }
+  return exists;
+}
+
+void ShowWaitCursor() { SetCursor(LoadCursorW(nullptr, IDC_WAIT)); }
+
+/// Asks for a path, and downloads or copies the file there.
+void Save(HWND owner, const CProgressDialog::Ptr& dialog, bool isProtected, const CStringW& url,
+          const CStringW& name, const CStringW& extension) {
+  std::optional<CSaveChoice> choice = AskSavePath(owner, isProtected, name, extension);
+  if (!choice) {
+    return;
+  }
+  ShowWaitCursor();
+  if (PathIsURLW(url)) {
+    if (dialog) {
+      RunDownload(*dialog, *choice);
+    }
+  } else if (FindLocalFile(owner, url)) {
+    // A local file is copied without the browser, so its save is cancelled.
+    choice->saveState.Close();
+    // Quirk 20: a failure is not reported.
+    CopyFileW(url, choice->path, FALSE);
+  }
+}
+
+/// Opens the file in the desktop application: a download from a temporary file, a local file where
+/// it is.
+void Open(HWND owner, const CProgressDialog::Ptr& dialog, const CStringW& url, const CStringW& name,
+          const CStringW& extension) {
+  CSaveChoice place = {MakeOpenPath(name, extension), {}};
+  ShowWaitCursor();
+  if (!PathIsURLW(url)) {
+    if (FindLocalFile(owner, url)) {
+      OpenInApplication(owner, CFilePath(url));
+    }
+  } else if (dialog && RunDownload(*dialog, place)) {
+    OpenInApplication(owner, place.path);
+  }
 }
 
 }  // namespace
@@ -55,36 +98,9 @@ void OpenOrSave(HWND owner, const CProgressDialog::Ptr& dialog, bool save, const
                 const CStringW& extension) {
   const CStringW name = MakeDownloadFileName(owner, url);
   const bool isProtected = CIeFrameLibrary().IsProtectedModeProcess();
-
-  CSaveChoice place;
   if (save) {
-    std::optional<CSaveChoice> choice = AskSavePath(owner, isProtected, name, extension);
-    if (!choice) {
-      return;
-    }
-    place = std::move(*choice);
+    Save(owner, dialog, isProtected, url, name, extension);
   } else {
-    place.path = MakeOpenPath(name, extension);
-  }
-
-  SetCursor(LoadCursorW(nullptr, IDC_WAIT));
-  if (PathIsURLW(url)) {
-    if (!dialog || !RunDownload(*dialog, place)) {
-      return;
-    }
-  } else if (!PathExists(CFilePath(url))) {
-    ShowNotice(owner, kFileMissingText, url);
-    return;
-  } else if (save) {
-    // A local file is copied without the browser, so its save is cancelled.
-    place.saveState.Close();
-    // Quirk 20: a failure is not reported.
-    CopyFileW(url, place.path, FALSE);
-  } else {
-    place.path = CFilePath(url);
-  }
-
-  if (!save) {
-    OpenInApplication(owner, place.path);
+    Open(owner, dialog, url, name, extension);
   }
 }

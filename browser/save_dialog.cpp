@@ -10,11 +10,11 @@
 
 #include "browser/browser_texts.h"
 #include "browser/current_directory_keeper.h"
-#include "browser/notice.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
 #include "download/ie_frame_library.h"
 #include "ui/bind_function.h"
+#include "ui/notice.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <climits>
 #include <string_view>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 
 // The released TinyXML recurses for each level of nesting, without a limit, on the browser's stack.
 #ifndef TIXML_DEEPEST_ELEMENT
@@ -22,7 +22,7 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 /// multi-byte characters, zeros follow; the parser stops at the first.
 CStringW Decode(std::string_view bytes) {
   const auto size = static_cast<int>(bytes.size());
-  CStringW text = AnsiToWide(bytes.data(), size);
+  CStringW text = FromSystemCodePage(bytes.data(), size);
   const int length = text.GetLength();
   wchar_t* const buffer = text.GetBuffer(size);
   std::fill(buffer + length, buffer + size, L'\0');
@@ -42,7 +42,7 @@ void ParseManifest(std::string_view manifest, TiXmlDocument& document) {
   }
   // TIXML_ENCODING_LEGACY, as the parser would otherwise read most manifests as UTF-8: a letter
   // outside ASCII would begin a multi-byte sequence, which could include the quote after it.
-  document.Parse(WideToAnsi(Decode(manifest)), nullptr, TIXML_ENCODING_LEGACY);
+  document.Parse(ToSystemCodePage(Decode(manifest)), nullptr, TIXML_ENCODING_LEGACY);
   if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {  // set by our altered parser: nested too deep
     document.Clear();
   }

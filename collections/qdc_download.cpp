@@ -1,7 +1,6 @@
 #include "collections/qdc_download.h"
 
 #include <commctrl.h>
-#include <shellapi.h>
 #include <shlobj.h>
 
 #include "base/exception_boundary.h"
@@ -12,6 +11,7 @@
 #include "com/class_registration.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
+#include "download/shell_open.h"
 #include "folivo_plugin_h.h"
 #include "resources/resource.h"
 
@@ -27,17 +27,6 @@ constexpr UINT kLongestSourceUrl = 1000;
 
 constexpr DISPID kSourceUrlId = 0;
 constexpr DISPID kDownloadFileId = 1;
-
-/// Opens a file by its association. Quirk 67: ignores the result.
-void OpenInShell(const CStringW& path) {
-  SHELLEXECUTEINFOW info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_NOASYNC | SEE_MASK_UNICODE;
-  info.lpVerb = L"open";
-  info.lpFile = path;
-  info.nShow = SW_SHOWNORMAL;
-  ShellExecuteExW(&info);
-}
 
 }  // namespace
 
@@ -114,7 +103,8 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
   const INT_PTR answer = dialog.DoModal(GetActiveWindow());
   const CSimpleArray<CStringW>& added = dialog.GetAddedFiles();
   if (answer == kCollectionYes && added.GetSize() > 0) {
-    OpenInShell(added[0]);  // Quirk 66: whatever type the archive's author gave it.
+    // Quirk 66: whatever type the archive's author gave it. Quirk 67: how that ends is ignored.
+    OpenInShell(nullptr, added[0], nullptr);
   }
   return S_OK;
 }

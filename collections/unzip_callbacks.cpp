@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include "base/exception_boundary.h"
+#include "collections/code_pages.h"
 
 namespace {
 
@@ -15,20 +16,12 @@ constexpr int kReportedNameLength = 1024;
 CSimpleArray<CStringW>* g_listingTarget = nullptr;
 bool g_hasLostName = false;
 
-CStringW ToWide(LPCSTR text) {
-  const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
-  CStringW wide;
-  MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, wide.GetBuffer(length), length);
-  wide.ReleaseBuffer();
-  return wide;
-}
-
-CStringW FactorText(unsigned long size, unsigned long compressedSize, unsigned factor) {
-  if (factor == 100) {
+CStringW FactorText(const CUnzipEntry& entry) {
+  if (entry.factor == 100) {
     return L"100%%";  // Quirk 77: copied, not formatted, so both signs are shown.
   }
   CStringW text;
-  text.Format(L"%c%d%%", size < compressedSize ? L'-' : L' ', factor);
+  text.Format(L"%c%d%%", entry.size < entry.compressedSize ? L'-' : L' ', entry.factor);
   return text;
 }
 
@@ -54,26 +47,25 @@ int WINAPI UnzipReplace(LPSTR) { return kNotSupplied; }
 
 int WINAPI UnzipPassword(LPSTR, int, LPCSTR, LPCSTR) { return kNotSupplied; }
 
-void WINAPI UnzipListEntry(unsigned long, unsigned long, unsigned, unsigned, unsigned, unsigned,
-                           unsigned, unsigned, char, LPSTR entry, LPSTR, unsigned long, char) {
+void ListUnzipEntry(const CUnzipEntry& entry) {
   CSimpleArray<CStringW>* const target = g_listingTarget;
-  if (target == nullptr || entry == nullptr) {
+  if (target == nullptr || entry.name == nullptr) {
     return;
   }
   bool isAdded = false;
-  CallGuarded([&] { isAdded = target->Add(ToWide(entry)) != FALSE; });
+  CallGuarded([&] { isAdded = target->Add(FromThreadCodePage(entry.name)) != FALSE; });
   g_hasLostName = g_hasLostName || !isAdded;
 }
 
-void WINAPI UnzipReportEntry(unsigned long size, unsigned long compressedSize, unsigned factor,
-                             unsigned month, unsigned day, unsigned year, unsigned hour,
-                             unsigned minute, char flag, LPSTR entry, LPSTR, unsigned long, char) {
-  CallGuarded([=] {
-    const CStringW name = ToWide(entry != nullptr ? entry : "").Left(kReportedNameLength);
+void ReportUnzipEntry(const CUnzipEntry& entry) {
+  CallGuarded([&] {
+    const CStringW name =
+        FromThreadCodePage(entry.name != nullptr ? entry.name : "").Left(kReportedNameLength);
     CStringW line;
-    line.Format(L"%7lu  %7lu %4s  %02u-%02u-%02u  %02u:%02u  %c%s", size, compressedSize,
-                FactorText(size, compressedSize, factor).GetString(), month, day, year, hour,
-                minute, static_cast<wchar_t>(static_cast<unsigned char>(flag)), name.GetString());
+    line.Format(L"%7lu  %7lu %4s  %02u-%02u-%02u  %02u:%02u  %c%s", entry.size,
+                entry.compressedSize, FactorText(entry).GetString(), entry.month, entry.day,
+                entry.year, entry.hour, entry.minute,
+                static_cast<wchar_t>(static_cast<unsigned char>(entry.flag)), name.GetString());
     std::wprintf(L"%ls\n", line.GetString());
   });
 }

@@ -27,14 +27,33 @@ int WINAPI UnzipReplace(LPSTR entry);
 /// Returns that there is no password.
 int WINAPI UnzipPassword(LPSTR buffer, int size, LPCSTR prompt, LPCSTR entry);
 
+/// What the library tells about an entry: the parameters of UnzipMessageFn, in their order.
+struct CUnzipEntry {
+  unsigned long size;
+  unsigned long compressedSize;
+  unsigned factor;
+  unsigned month;
+  unsigned day;
+  unsigned year;
+  unsigned hour;
+  unsigned minute;
+  char flag;
+  LPSTR name;
+  LPSTR method;
+  unsigned long crc;
+  char crypt;
+};
+
 /// Appends the entry's name to the registered list.
-void WINAPI UnzipListEntry(unsigned long size, unsigned long compressedSize, unsigned factor,
-                           unsigned month, unsigned day, unsigned year, unsigned hour,
-                           unsigned minute, char flag, LPSTR entry, LPSTR method, unsigned long crc,
-                           char crypt);
+void ListUnzipEntry(const CUnzipEntry& entry);
 
 /// Writes one line about the entry to standard output.
-void WINAPI UnzipReportEntry(unsigned long size, unsigned long compressedSize, unsigned factor,
-                             unsigned month, unsigned day, unsigned year, unsigned hour,
-                             unsigned minute, char flag, LPSTR entry, LPSTR method,
-                             unsigned long crc, char crypt);
+void ReportUnzipEntry(const CUnzipEntry& entry);
+
+/// An UnzipMessageFn that passes its arguments on as one structure.
+template <void (*handle)(const CUnzipEntry&), typename... Arguments>
+void WINAPI PassUnzipEntry(Arguments... arguments) {
+  handle(CUnzipEntry{arguments...});
+}
+inline constexpr UnzipMessageFn UnzipListEntry = PassUnzipEntry<ListUnzipEntry>;
+inline constexpr UnzipMessageFn UnzipReportEntry = PassUnzipEntry<ReportUnzipEntry>;

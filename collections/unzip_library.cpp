@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "base/exception_boundary.h"
+#include "collections/code_pages.h"
 #include "collections/global_block.h"
-#include "collections/narrow_text.h"
 #include "collections/unzip_callbacks.h"
 #include "collections/unzip_interface.h"
 #include "ui/bind_function.h"
@@ -149,7 +149,7 @@ bool ListZipEntries(const CStringW& zipPath, CSimpleArray<CStringW>* entries) {
   if (library == nullptr) {
     return false;
   }
-  CNarrowText archive(zipPath);
+  CThreadCodePageText archive(zipPath);
   FillListingOptions(*options.Get(), archive.Get());
   const int result =
       g_functions.singleEntryUnzip(0, nullptr, 0, nullptr, options.Get(), functions.Get());
@@ -177,8 +177,8 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
   if (library == nullptr) {
     return false;
   }
-  CNarrowText archive(zipPath);
-  CNarrowText entry(entryName);
+  CThreadCodePageText archive(zipPath);
+  CThreadCodePageText entry(entryName);
   const CGlobalBlock<USERFUNCTIONS> functions;
   if (!functions) {
     FreeLibrary(library);

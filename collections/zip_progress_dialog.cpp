@@ -15,6 +15,7 @@
 #include "download/file_path.h"
 #include "resources/resource.h"
 #include "ui/button_row.h"
+#include "ui/notice.h"
 
 namespace {
 
@@ -144,9 +145,10 @@ void CZipProgressDialog::ShowError(LPCWSTR text) {
 }
 
 void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
-  CStringW text;
-  text.Format(format, m_zipPath.GetString());
-  ShowError(text);
+  if (HasWindow()) {
+    ShowFormatted(m_hWnd, MB_ICONHAND, format, m_zipPath);
+  }
+  EndWithResult(kCollectionFailed);
 }
 
 /// Returns false when the window was destroyed while a system dialog dispatched messages. ATL

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string_view>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/containment.h"
 #include "collections/manifest_parser.h"
@@ -33,7 +33,7 @@ CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPr
   if (isPresent != nullptr) {
     *isPresent = value != nullptr;
   }
-  return AnsiToWide(value);
+  return FromSystemCodePage(value);
 }
 
 bool WriteWholeFile(const CFilePath& path, const char* data, unsigned long size) {
@@ -113,8 +113,8 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
   if (!PathExists(targetFolder)) {
     CreateFolderTree(targetFolder);
   }
-  const CFilePath path = MakeUniqueFilePath(targetFolder.GetText(), RemoveExtension(entryName),
-                                            PathFindExtensionW(entryName));
+  const CFilePath path =
+      MakeUniqueFilePath(targetFolder, RemoveExtension(entryName), PathFindExtensionW(entryName));
   unsigned long size = 0;
   std::unique_ptr<char[]> data;
   if (!UnzipEntryToMemory(m_zipPath, entryName, &size, &data) ||

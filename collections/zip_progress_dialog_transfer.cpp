@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
@@ -16,15 +17,11 @@
 #include "download/file_path.h"
 #include "download/http_status.h"
 #include "download/progress_arithmetic.h"
+#include "download/transfer_request.h"
 
 namespace {
 
-constexpr wchar_t kUserAgent[] = L"FolivoAX";
-constexpr DWORD kOpenFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
-                             INTERNET_FLAG_KEEP_CONNECTION | INTERNET_FLAG_NO_COOKIES;
-constexpr DWORD kErrorDialogFlags = FLAGS_ERROR_UI_FILTER_FOR_ERRORS |
-                                    FLAGS_ERROR_UI_FLAGS_CHANGE_OPTIONS |
-                                    FLAGS_ERROR_UI_FLAGS_GENERATE_DATA;
+constexpr DWORD kArchiveOpenFlags = kOpenFlags | INTERNET_FLAG_NO_COOKIES;
 constexpr DWORD kChunkSize = 10000;
 constexpr DWORD kLengthBufferSize = 1024;
 constexpr std::int32_t kAssumedArchiveSize = 2000000;
@@ -35,7 +32,7 @@ constexpr wchar_t kPageMarker[] = L"<html>";
 /// "<html>" itself, in lower case, within the first ten characters.
 bool LooksLikePage(const char* chunk, DWORD size) {
   const char* const end = std::find(chunk, chunk + size, '\0');
-  const CStringW text = AnsiToWide(chunk, static_cast<int>(end - chunk));
+  const CStringW text = FromSystemCodePage(chunk, static_cast<int>(end - chunk));
   return text.Left(kCheckedCharacters).Find(kPageMarker) >= 0;
 }
 
@@ -86,11 +83,8 @@ bool CZipProgressDialog::OpenTransfer() {
   }
   // Quirk 56: the number is read as a text: 0 for most lengths, and the bar then does not move.
   std::array<wchar_t, kLengthBufferSize / sizeof(wchar_t) + 1> length = {};
-  DWORD size = kLengthBufferSize;
-  m_total = HttpQueryInfoW(m_hRequest, HTTP_QUERY_CONTENT_LENGTH | HTTP_QUERY_FLAG_NUMBER,
-                           length.data(), &size, nullptr)
-                ? _wtoi(length.data())
-                : kAssumedArchiveSize;
+  m_total = ReadContentLength(m_hRequest, HTTP_QUERY_FLAG_NUMBER, length.data(), kLengthBufferSize)
+                .value_or(kAssumedArchiveSize);
   m_hFile = CreateFileW(m_zipPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
                         nullptr);
   if (m_hFile == INVALID_HANDLE_VALUE) {
@@ -106,34 +100,28 @@ bool CZipProgressDialog::OpenTransfer() {
 bool CZipProgressDialog::OpenRequest() {
   // Quirk 54: without the user's proxy, unlike a lesson's download.
   m_hSession = InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);
-  DWORD error = ERROR_SUCCESS;
-  for (;;) {
-    SetLastError(ERROR_SUCCESS);
-    m_hRequest = InternetOpenUrlW(m_hSession, m_sourceUrl, nullptr, 0, kOpenFlags, 0);
-    if (m_hRequest == nullptr) {
-      return false;
-    }
-    const DWORD answer =
-        InternetErrorDlg(m_hWnd, m_hRequest, GetLastError(), kErrorDialogFlags, nullptr);
-    error = GetLastError();  // Before any other call, which could change it.
-    if (!HasWindow()) {
-      return false;  // The window was destroyed while the system's dialog was open.
-    }
-    if (answer != ERROR_INTERNET_FORCE_RETRY) {
-      break;
-    }
-    InternetCloseHandle(m_hRequest);
-    m_hRequest = nullptr;
-  }
-  // Quirk 55: a last error is a failure even when there is a request.
-  if (error != ERROR_SUCCESS || m_hSession == nullptr) {
-    return false;
-  }
-  DWORD status = 0;
-  DWORD size = sizeof(status);
-  return HttpQueryInfoW(m_hRequest, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status, &size,
-                        nullptr) &&
-         !IsRefusedStatus(status);
+  OpenWithCredentials(
+      m_hSession, m_sourceUrl, kArchiveOpenFlags,
+      [this] {
+        if (m_hRequest != nullptr) {
+          if (!HasWindow()) {
+            return false;
+          }
+          InternetCloseHandle(m_hRequest);
+          m_hRequest = nullptr;
+        }
+        SetLastError(ERROR_SUCCESS);
+        return true;
+      },
+      [this](HINTERNET request) {
+        m_hRequest = request;
+        return request != nullptr ? std::optional<HWND>(m_hWnd) : std::nullopt;
+      });
+  const DWORD error = GetLastError();  // Before any other call, which could change it.
+  // Quirk 55: a last error is a failure even when there is a request. The window may have been
+  // destroyed while the system's dialog was open.
+  return error == ERROR_SUCCESS && m_hSession != nullptr && m_hRequest != nullptr && HasWindow() &&
+         HasAcceptedStatus(m_hRequest);
 }
 
 bool CZipProgressDialog::ReadChunk() {

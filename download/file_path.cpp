@@ -91,8 +91,6 @@ CStringW RemoveExtension(const CStringW& name) {
   return base;
 }
 
-CFilePath JoinPath(const CStringW& folder, const CStringW& name) {
-  CStringW path;
-  path.Format(L"%s%c%s", folder.GetString(), kSeparator, name.GetString());
-  return CFilePath(path);
+CFilePath JoinPath(const CFilePath& folder, const CStringW& name) {
+  return CFilePath(folder.GetText() + kSeparator + name);
 }

@@ -49,4 +49,4 @@ class CFilePath {
 CStringW RemoveExtension(const CStringW& name);
 
 /// Returns the path of `name` in `folder`.
-CFilePath JoinPath(const CStringW& folder, const CStringW& name);
+CFilePath JoinPath(const CFilePath& folder, const CStringW& name);

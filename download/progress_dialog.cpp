@@ -1,7 +1,6 @@
 #include "download/progress_dialog.h"
 
 #include <commctrl.h>
-#include <shellapi.h>
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
@@ -14,6 +13,7 @@
 #include "download/file_operations.h"
 #include "download/ie_frame_library.h"
 #include "download/module_keep_alive.h"
+#include "download/shell_open.h"
 #include "ui/button_row.h"
 
 namespace {
@@ -47,25 +47,33 @@ CProgressDialog::CProgressDialog(const CStringW& url, const CFilePath& tempPath,
   // Registers the progress bar's window class, without which the dialog cannot be created.
   const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&controls);
+  m_dialogThread.Bind();
 }
 
 CProgressDialog::~CProgressDialog() {
   StopDownload();
-  if (m_hPeekEvent != nullptr) {
-    SetEvent(m_hPeekEvent);
-    m_hPeekEvent.Close();
-  }
+  SignalPeek();
 }
 
 void CProgressDialog::Abandon() {
+  ATLASSERT(m_dialogThread.MayCall());
   StopDownload();
   // Only a file that this dialog created: another download may use the same name.
-  if (m_opened && !m_tempFileSettled) {
-    DiscardTempFile();
+  if (m_opened) {
+    m_tempFile.DiscardUnlessSettled();
   }
 }
 
+void CProgressDialog::SetTarget(const CFilePath& destination, HANDLE saveState) {
+  ATLASSERT(m_dialogThread.MayCall() && m_thread == nullptr);
+  m_saveState =
+      saveState;  // First: the dialog cancels the save even when there is no memory below.
+  m_destPath = destination;
+  m_fileName = destination.GetFileNamePart();
+}
+
 LRESULT CProgressDialog::OnInitDialog(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
+  ATLASSERT(m_dialogThread.MayCall() && !m_stepsThread.IsBound());
   CAxDialogImpl<CProgressDialog, CWindow>::OnInitDialog(message, wParam, lParam, handled);
   handled = TRUE;  // The base class sets FALSE, and the system would not set the default focus.
   m_window = m_hWnd;
@@ -105,16 +113,16 @@ LRESULT CProgressDialog::OnOk(WORD, WORD, HWND, BOOL&) {
 }
 
 LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
+  ATLASSERT(m_dialogThread.MayCall());
   if (m_complete != 0) {  // The button reads "Close".
     m_finished = 1;
     PostMessage(WM_USER, kDownloadDelivered);
     return 0;
   }
-  if (m_hPeekEvent != nullptr) {
-    SetEvent(m_hPeekEvent);
-  }
+  TraceTransfer(this, "cancelled");
+  SignalPeek();
   StopDownload();
-  DiscardTempFile();
+  m_tempFile.Discard();
   EndDialog(kDownloadCancelled);
   return 0;
 }
@@ -125,6 +133,7 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   if (code == 0) {
     return 0;
   }
+  ATLASSERT(m_dialogThread.MayCall());
   // Stops the worker first. The result may have been posted before the worker ended, which could
   // then write to the file, or report a failure and delete the file, during the delivery.
   CScopedHandle<CFileTraits> file = StopWorker();
@@ -136,17 +145,18 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   }
   StopDownload();
   if (code == kDownloadFailed) {
-    DiscardTempFile();
+    m_tempFile.Discard();
   }
   // Quirk 32: a complete download ends the dialog without waiting for the user. The caller opens a
   // file that was delivered, so the result is a failure when the worker deletes the file.
-  const bool isLost = code == kDownloadDelivered && m_fileHolder == FileHolder::kWorkerLeftBehind;
+  const bool isLost = code == kDownloadDelivered && m_tempFile.IsLeftToWorker();
   EndDialog(isLost ? kDownloadFailed : static_cast<int>(code));
   return 0;
 }
 
 void CProgressDialog::DeliverFile() {
-  m_tempFileSettled = true;
+  TraceTransfer(this, "delivers");
+  m_tempFile.Settle();
   // Cleared first, as the save may dispatch messages that call this function again.
   if (const HANDLE state = std::exchange(m_saveState, nullptr)) {
     CompleteProtectedSave(state);
@@ -154,13 +164,13 @@ void CProgressDialog::DeliverFile() {
   }
   // Quirk 35: a failed copy is not reported, and the temporary file is deleted after it too.
   CopyFileTo(m_tempPath, m_destPath, false);
-  DeleteTempFile();
+  m_tempFile.Delete();
 }
 
 void CProgressDialog::CompleteProtectedSave(HANDLE state) {
   // Quirk 37: the temporary file stays. From here on the browser uses it, also after IESaveFile has
   // returned.
-  m_fileLeftToBrowser = true;
+  m_tempFile.LeaveToBrowser();
   const CIeFrameLibrary browser;
   // Quirk 36: false only without the function; what the browser's save returns is ignored.
   if (!browser.SaveFile(state, m_tempPath)) {
@@ -188,18 +198,13 @@ LRESULT CProgressDialog::OnOpenFolder(WORD, WORD, HWND, BOOL&) {
 }
 
 void CProgressDialog::ShellOpen(const CFilePath& path) {
-  SHELLEXECUTEINFOW info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SEE_MASK_UNICODE | SEE_MASK_NOASYNC;
-  info.lpVerb = L"open";
-  info.lpFile = path;
-  info.nShow = SW_SHOWNORMAL;
-  ShellExecuteExW(&info);
+  OpenInShell(nullptr, path, nullptr);
   m_finished = 1;
   PostMessage(WM_USER, kDownloadDelivered);
 }
 
 LRESULT CProgressDialog::OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
+  ATLASSERT(m_dialogThread.MayCall());
   // A dialog that goes without a result, ended by OK or destroyed with its owner, has not stopped
   // its worker yet. In this order: a worker that finds no window finds that it is stopped too.
   m_running = false;
@@ -222,6 +227,7 @@ void CProgressDialog::StopDownload() {
       } else {
         // Quirk 31: neither joined nor terminated. The worker ends by itself; the module stays
         // loaded until then.
+        TraceTransfer(this, "leaves its worker to end by itself");
         KeepModuleUntilThreadEnds(worker->native_handle());
         worker->detach();
       }
@@ -257,7 +263,7 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
   // leaves behind deletes the file, and a worker whose call returns in time need not be left
   // behind. Later calls do not wait: the handle has been taken, or the file left to the worker.
   m_running = false;
-  if (m_fileHolder == FileHolder::kWorkerLeftBehind) {
+  if (m_tempFile.IsLeftToWorker()) {
     return {};
   }
   const ULONGLONG deadline = GetTickCount64() + kDiskWaitMs;
@@ -277,23 +283,9 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
     file = m_hFile.Take();  // or before the gate was stopped.
   }
   if (file != CFileTraits::Empty()) {
-    m_fileHolder = FileHolder::kDialog;
-  } else if (isInUse && m_fileHolder == FileHolder::kSteps) {
-    m_fileHolder = FileHolder::kWorkerLeftBehind;
+    m_tempFile.TakeFromSteps();
+  } else if (isInUse) {
+    m_tempFile.LeaveToWorker();
   }
   return CScopedHandle<CFileTraits>(file);
-}
-
-/// Deletes the temporary file, unless a worker that was left behind does.
-void CProgressDialog::DiscardTempFile() {
-  m_tempFileSettled = true;
-  if (m_fileHolder != FileHolder::kWorkerLeftBehind) {
-    DeleteTempFile();
-  }
-}
-
-void CProgressDialog::DeleteTempFile() const {
-  if (!m_fileLeftToBrowser) {
-    DeleteFileForced(m_tempPath);
-  }
 }

@@ -14,6 +14,8 @@
 #include "download/atomic_handle.h"
 #include "download/blocking_call_gate.h"
 #include "download/file_path.h"
+#include "download/temp_file_owner.h"
+#include "download/transfer_debug.h"
 #include "resources/resource.h"
 
 namespace boost {
@@ -29,25 +31,10 @@ enum DownloadResult {
 
 /// The modal dialog that downloads a URL into a temporary file and, at the end, delivers that file.
 ///
-/// Two threads use it: the dialog thread, which is the browser window's, and the worker, which runs
-/// `WorkerThreadProc`. The transfer's steps (`DownloadStep` and the functions that it calls) run on
-/// the dialog thread during `PeekContent`, and later, with the same open request, on the worker;
-/// never on both at once. There is no lock; what both threads use is atomic. Who writes what:
-///   the steps: m_opened, m_checkPending, m_valid, m_complete, m_lengthKnown, m_total, m_received,
-///     m_fileInUse; m_complete is also cleared by a worker that runs out of memory
-///   the steps open m_hSession, m_hRequest and m_hFile. `StopDownload` closes them, and so do the
-///     next attempt to open and a worker that was left behind
-///   the thread that posts a result: m_finished, just before it posts
-///   the dialog thread: m_running, m_window, m_fileLeftToBrowser
-///   both threads: m_gate; blocking_call_gate.h explains the protocol
-/// All other members are used by the dialog thread only, or do not change while there is a worker.
-/// The destructor runs on the thread that releases the last reference, which may be the worker.
-///
-/// Stopping a transfer never waits for a network call, and once, for at most 200 ms, for a call for
-/// the file. A worker that is inside a blocking call then is left behind: it holds the object and
-/// the module until the call returns, closes the handles that are still open, deletes the file that
-/// it had open, and ends without a message. The dialog thread makes no further call for that file:
-/// a disk that blocks the worker would block it, too.
+/// Two threads use it: the dialog thread, which is the browser window's, and the worker. The head
+/// of progress_dialog_transfer.cpp tells what they do in which order. There is no lock; what both
+/// threads use is atomic. The destructor runs on the thread that releases the last reference, which
+/// may be the worker.
 class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>,
                         public std::enable_shared_from_this<CProgressDialog> {
  public:
@@ -76,6 +63,11 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   /// after 25 seconds; a network call that blocks delays both.
   bool PeekContent(const CStringW& extension);
 
+  /// Sets where DoModal delivers the file, and shows the destination's file name while
+  /// downloading. Called before DoModal. `saveState`: of a protected-mode save, which the dialog
+  /// completes or cancels from now on; null for an ordinary save.
+  void SetTarget(const CFilePath& destination, HANDLE saveState);
+
   BEGIN_MSG_MAP(CProgressDialog)
   MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)
   MESSAGE_HANDLER(WM_USER, OnDownloadFinished)
@@ -97,23 +89,19 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   LRESULT OnOpenFile(WORD notification, WORD id, HWND control, BOOL& handled);
   LRESULT OnDestroy(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled);
 
-  /// Who closes the file. A worker that is left behind with the file also deletes it.
-  enum class FileHolder { kSteps, kDialog, kWorkerLeftBehind };
-
   // The dialog (progress_dialog.cpp). Dialog thread.
   void ShowInitialState();
   void StopDownload();
   bool ServeMessagesUntilEnded(boost::thread& worker);
   CScopedHandle<CFileTraits> StopWorker();
   void DeliverFile();
-  void DiscardTempFile();
   void CompleteProtectedSave(HANDLE state);
   void CancelProtectedSave();
   void ShellOpen(const CFilePath& path);
   void Abandon();
 
-  // The transfer (progress_dialog_transfer.cpp). Inside PeekContent on the caller's thread, else on
-  // the worker.
+  // The transfer (progress_dialog_transfer.cpp): the steps, on the dialog thread inside
+  // PeekContent, later on the worker.
   void WorkerThreadProc();
   void RunWorkerSteps();
   void CloseLateHandles();
@@ -121,7 +109,6 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool OpenTransfer(void* buffer, DWORD size);
   bool OpenRequest();
   bool RefuseStatus();
-  void ReadContentLength(void* buffer, DWORD size);
   bool CreateTempFile();
   bool TransferChunk(void* buffer, DWORD size);
   bool FinishTransfer();
@@ -129,43 +116,49 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   void ShowProgress(DWORD written);
   bool ReportFailure(LPCWSTR format, const CStringW& subject);
   static void ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject);
-  void DeleteTempFile() const;
   bool IsPeeking() const { return m_hPeekEvent != nullptr; }
+  void SignalPeek();
 
-  std::atomic<bool> m_opened{false};  // request open and file created: steps now read
+  // The twenty members from m_opened to m_fileName stay in this order, which is part of the class's
+  // fixed layout: ProgressDialogObject.MembersStandInTheirOrder compares it.
+
+  // Set by the steps: the request is open and the file created, so steps now read.
+  std::atomic<bool> m_opened{false};
+  // Put by the steps. Closed by StopDownload, by the next attempt to open, and by a worker that was
+  // left behind.
   CAtomicInternetHandle m_hSession;
   CAtomicInternetHandle m_hRequest;
-  CAtomicFile m_hFile;
-  std::atomic<bool> m_checkPending{true};      // the next chunk is the first, to be checked
-  std::atomic<std::int32_t> m_complete{0};     // the body has ended
-  std::atomic<std::int32_t> m_lengthKnown{0};  // the response has a Content-Length
-  std::atomic<std::int32_t> m_finished{0};     // a result was posted: the worker may be joined
-  std::atomic<std::int32_t> m_total{0};        // expected bytes
-  std::atomic<std::int32_t> m_received{0};     // bytes written by the worker
-  std::atomic<bool> m_running{true};           // false: the worker is to stop
-  CHandle m_hPeekEvent;                        // set only while PeekContent runs
-  CStringW m_extension;                        // selects the content rule
-  std::atomic<bool> m_valid{false};            // the first chunk passed its check
-  std::shared_ptr<boost::thread> m_thread;
+  CAtomicFile m_hFile;                     // empty also while a step uses the file
+  std::atomic<bool> m_checkPending{true};  // the steps': the next chunk is the first, to be checked
+  // The body has ended, and Cancel reads "Close". Set by the steps; cleared by a worker that runs
+  // out of memory.
+  std::atomic<std::int32_t> m_complete{0};
+  std::atomic<std::int32_t> m_lengthKnown{0};  // the steps': the response has a Content-Length
+  // Not that the worker has ended, but that a result was posted, so that the worker may be joined
+  // unless it is inside a blocking call. Set by the thread that posts, just before it posts.
+  std::atomic<std::int32_t> m_finished{0};
+  std::atomic<std::int32_t> m_total{0};     // the steps': expected bytes
+  std::atomic<std::int32_t> m_received{0};  // the steps': bytes written by the worker, see Quirk 27
+  // Not that a worker runs, but that none was told to stop: true from the constructor on. Cleared
+  // by the dialog thread.
+  std::atomic<bool> m_running{true};
+  // Not null means that the pre-check runs. Nothing waits for it but the pre-check's own loop.
+  CHandle m_hPeekEvent;
+  CStringW m_extension;              // selects the content rule
+  std::atomic<bool> m_valid{false};  // the steps': the first chunk was genuine and was written
+  std::shared_ptr<boost::thread> m_thread;  // the dialog thread's; empty once joined or left behind
   CFilePath m_tempPath;
-
- public:
-  CFilePath m_destPath;  ///< Where to deliver; set before DoModal.
-  /// Set before DoModal for a protected-mode save. The dialog completes or cancels that save.
-  HANDLE m_saveState = nullptr;
-
- private:
+  CFilePath m_destPath;
+  HANDLE m_saveState = nullptr;  // of a protected-mode save that is neither completed nor cancelled
   CStringW m_url;
+  CStringW m_fileName;  // shown while downloading
 
- public:
-  CStringW m_fileName;  ///< Shown while downloading; set before DoModal.
-
- private:
   CBlockingCallGate m_gate{m_running};
-  std::atomic<HWND> m_window{nullptr};           // the worker's copy of m_hWnd
-  std::atomic<bool> m_fileInUse{false};          // a step calls for the file; m_hFile is empty
-  std::atomic<bool> m_fileLeftToBrowser{false};  // the temporary file must not be deleted any more
-  bool m_tempFileSettled = false;                // delivered, deleted, or left to browser or worker
-  FileHolder m_fileHolder = FileHolder::kSteps;  // set by StopWorker
+  CTempFileOwner m_tempFile{m_tempPath};
+  std::atomic<HWND> m_window{nullptr};  // the steps' copy of m_hWnd; set by the dialog thread
+  std::atomic<bool> m_fileInUse{
+      false};  // the steps': a call for the file is made; m_hFile is empty
   const HWND m_browserWindow;
+  CBoundThread m_dialogThread;
+  CBoundThread m_stepsThread;
 };

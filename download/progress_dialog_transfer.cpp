@@ -1,11 +1,28 @@
-// The transfer of CProgressDialog. Each call of DownloadStep does one unit of work. PeekContent
-// calls it on the caller's thread until the first bytes are checked; WorkerThreadProc calls it on
-// the worker until the same request has been read to its end.
+// The transfer of CProgressDialog, and the story of its two threads:
+//
+// 1. Pre-check, dialog thread. PeekContent makes the steps (DownloadStep) itself until the first
+//    bytes are checked. The dialog has no window and no worker yet. Steps never run on two threads.
+// 2. Start, dialog thread. OnInitDialog starts the worker, whose binding shares ownership of the
+//    object. WorkerThreadProc goes on with the steps, on the request that the pre-check has opened.
+// 3. End of the body or failure, worker. It sets m_finished, posts the result as WM_USER and ends.
+// 4. Result, dialog thread. OnDownloadFinished stops the transfer as below, delivers or deletes the
+//    file and ends the dialog.
+// 5. Cancel, or a dialog that goes otherwise, while a step runs:
+//    Dialog thread: clears m_running. Takes the file's handle, for which it waits at most 200 ms.
+//      Asks the gate (blocking_call_gate.h) whether the worker is inside a blocking call. If it is
+//      not, and m_finished is set, joins it; otherwise detaches it and calls
+//      KeepModuleUntilThreadEnds. Closes file, request and session; closing the request ends a read
+//      from the network. Deletes the file, unless the worker has it open. Ends the dialog.
+//    Worker, when its call returns: every step finds m_running cleared and returns false, without a
+//      message. If it was left behind inside the call, closes the handles that it has put back, and
+//      deletes the file if it was among them. Releases the object, whose destructor may run here.
+//    A thread of the system's pool, when the worker has ended: unlocks and frees the module.
 #include "download/progress_dialog.h"
 
 #include <commctrl.h>
 #include <wininet.h>
 
+#include <optional>
 #include <vector>
 
 #include "base/exception_boundary.h"
@@ -13,23 +30,33 @@
 #include "download/content_check.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
-#include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
+#include "download/transfer_request.h"
+#include "ui/notice.h"
 
 namespace {
 
-constexpr wchar_t kUserAgent[] = L"FolivoAX";
 constexpr DWORD kConnectTimeoutMs = 25000;
-constexpr DWORD kOpenFlags =
-    INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_KEEP_CONNECTION;
-constexpr DWORD kErrorDialogFlags = FLAGS_ERROR_UI_FILTER_FOR_ERRORS |
-                                    FLAGS_ERROR_UI_FLAGS_CHANGE_OPTIONS |
-                                    FLAGS_ERROR_UI_FLAGS_GENERATE_DATA;
 constexpr DWORD kWorkerBufferSize = 0x20000;
 constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
 constexpr int kProgressFull = 100;
+
+/// Lets the current thread alone make the steps, until scope end.
+class CStepsScope {
+ public:
+  explicit CStepsScope(CBoundThread& thread) : m_thread(thread) {
+    ATLASSERT(!m_thread.IsBound());
+    m_thread.Bind();
+  }
+  ~CStepsScope() { m_thread.Unbind(); }
+  CStepsScope(const CStepsScope&) = delete;
+  CStepsScope& operator=(const CStepsScope&) = delete;
+
+ private:
+  CBoundThread& m_thread;
+};
 
 /// Allocates a step's buffer, one character longer than `size`, so that a text in it always has a
 /// terminator.
@@ -65,6 +92,9 @@ bool DispatchOneMessage() {
 }  // namespace
 
 bool CProgressDialog::PeekContent(const CStringW& extension) {
+  ATLASSERT(m_dialogThread.MayCall());
+  const CStepsScope steps(m_stepsThread);
+  TraceTransfer(this, "pre-check");
   m_extension = extension;
   m_hPeekEvent.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   CHandle timer(CreateWaitableTimerW(nullptr, FALSE, nullptr));
@@ -90,20 +120,31 @@ bool CProgressDialog::PeekContent(const CStringW& extension) {
     }
   }
   m_hPeekEvent.Close();
+  TraceTransfer(this, m_valid ? "genuine" : "not genuine");
   return m_valid;
 }
 
+void CProgressDialog::SignalPeek() {
+  if (IsPeeking()) {
+    SetEvent(m_hPeekEvent);
+  }
+}
+
 void CProgressDialog::WorkerThreadProc() {
+  const CStepsScope steps(m_stepsThread);
   NameCurrentThread("CProgressDialog");
+  TraceTransfer(this, "worker starts");
   if (FAILED(CallGuarded([this] { RunWorkerSteps(); }))) {
     // Out of memory, which is reported like every other failure.
     m_complete = 0;
     ReportFailure(kNotAvailableText, m_url);
   }
   if (m_running) {
+    TraceTransfer(this, m_complete != 0 ? "complete" : "failed");
     m_finished = 1;
     ::PostMessageW(m_window, WM_USER, m_complete != 0 ? kDownloadDelivered : kDownloadFailed, 0);
   } else if (m_gate.IsLeftBehind()) {
+    TraceTransfer(this, "worker cleans up");
     CloseLateHandles();
   }
 }
@@ -125,13 +166,14 @@ void CProgressDialog::CloseLateHandles() {
   if (file != CFileTraits::Empty()) {
     CFileTraits::Close(file);
     // The dialog thread could not delete the file, as it was still open.
-    DeleteTempFile();
+    m_tempFile.Delete();
   }
   m_hRequest.Close();
   m_hSession.Close();
 }
 
 bool CProgressDialog::DownloadStep(void* buffer, DWORD size) {
+  ATLASSERT(m_stepsThread.MayCall());
   return m_opened ? TransferChunk(buffer, size) : OpenTransfer(buffer, size);
 }
 
@@ -139,15 +181,12 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   if (!OpenRequest()) {
     return ReportFailure(kNotAvailableText, m_url);
   }
-  DWORD status = 0;
-  DWORD statusSize = sizeof(status);
-  const bool known =
-      HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status,
-                     &statusSize, nullptr) != FALSE;
-  if (!known || IsRefusedStatus(status)) {
+  if (!HasAcceptedStatus(m_hRequest.Get())) {
     return RefuseStatus();
   }
-  ReadContentLength(buffer, size);
+  const auto length = ReadContentLength(m_hRequest.Get(), 0, buffer, size);
+  m_total = length.value_or(kAssumedSize);
+  m_lengthKnown = length ? 1 : 0;
   return CreateTempFile();
 }
 
@@ -167,24 +206,23 @@ bool CProgressDialog::OpenRequest() {
   DWORD timeout = kConnectTimeoutMs;
   InternetSetOptionW(m_hSession.Get(), INTERNET_OPTION_CONNECT_TIMEOUT, &timeout, sizeof(timeout));
 
-  while (m_running) {
-    const HINTERNET request = InternetOpenUrlW(m_hSession.Get(), m_url, nullptr, 0, kOpenFlags, 0);
-    const DWORD error = GetLastError();
-    m_hRequest.Put(request);
-    // Read before the flag: a dialog that is destroyed clears the flag before the window.
-    const HWND dialog = m_window;
-    if (request == nullptr || !m_running) {
-      break;
-    }
-    // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to show
-    // its own.
-    const HWND owner = dialog != nullptr ? dialog : GetForegroundWindow();
-    if (InternetErrorDlg(owner, request, error, kErrorDialogFlags, nullptr) !=
-        ERROR_INTERNET_FORCE_RETRY) {
-      break;
-    }
-    m_hRequest.Close();
-  }
+  OpenWithCredentials(
+      m_hSession.Get(), m_url, kOpenFlags,
+      [this] {
+        m_hRequest.Close();
+        return m_running.load();
+      },
+      [this](HINTERNET request) -> std::optional<HWND> {
+        m_hRequest.Put(request);
+        // Read before the flag: a dialog that is destroyed clears the flag before the window.
+        const HWND dialog = m_window;
+        if (request == nullptr || !m_running) {
+          return std::nullopt;
+        }
+        // During the pre-check the dialog has no window, and InternetErrorDlg needs an owner to
+        // show its own.
+        return dialog != nullptr ? dialog : GetForegroundWindow();
+      });
   return m_running && m_hSession.IsOpen() && m_hRequest.IsOpen();
 }
 
@@ -200,18 +238,6 @@ bool CProgressDialog::RefuseStatus() {
   return false;
 }
 
-void CProgressDialog::ReadContentLength(void* buffer, DWORD size) {
-  DWORD length = size;
-  DWORD index = 0;
-  if (HttpQueryInfoW(m_hRequest.Get(), HTTP_QUERY_CONTENT_LENGTH, buffer, &length, &index)) {
-    m_total = _wtoi(static_cast<const wchar_t*>(buffer));
-    m_lengthKnown = 1;
-  } else {
-    m_lengthKnown = 0;
-    m_total = kAssumedSize;
-  }
-}
-
 bool CProgressDialog::CreateTempFile() {
   {
     const CBlockingCallGate::CCall call(m_gate);
@@ -225,6 +251,7 @@ bool CProgressDialog::CreateTempFile() {
     if (file != CFileTraits::Empty()) {
       m_opened = true;  // Before the handle: a thread that takes it must know that the file exists.
       m_hFile.Put(file);
+      TraceTransfer(this, "opened");
       return true;
     }
   }
@@ -249,7 +276,7 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
       // Without a handle only while m_running is set: the dialog clears it before it takes the
       // file.
       if (file != CFileTraits::Empty() || m_running) {
-        DeleteTempFile();
+        m_tempFile.Delete();
       }
       if (file != CFileTraits::Empty()) {
         m_hFile.Put(file);
@@ -267,15 +294,13 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
     if (!IsValidContent(static_cast<const std::uint8_t*>(buffer),
                         static_cast<std::int32_t>(received), m_extension)) {
       if (IsPeeking()) {
-        SetEvent(m_hPeekEvent);
+        SignalPeek();
         return true;
       }
       return ReportFailure(kNotAFolivoFileText, m_url);
     }
     m_valid = true;
-    if (IsPeeking()) {
-      SetEvent(m_hPeekEvent);
-    }
+    SignalPeek();
   }
   return WriteChunk(buffer, received);
 }
@@ -362,17 +387,13 @@ bool CProgressDialog::ReportFailure(LPCWSTR format, const CStringW& subject) {
     }
     ShowMessage(owner, format, subject);
   }
-  if (IsPeeking()) {
-    SetEvent(m_hPeekEvent);
-    return true;
-  }
-  return false;
+  SignalPeek();
+  return IsPeeking();
 }
 
 /// Shows a message box. Out of memory, shows a fixed text instead.
 void CProgressDialog::ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject) {
-  CStringW text;
-  const HRESULT made = CallGuarded([&] { text.Format(format, subject.GetString()); });
-  ::MessageBoxW(owner, SUCCEEDED(made) ? text.GetString() : kNoMemoryText, kProductName,
-                MB_ICONEXCLAMATION);
+  if (FAILED(CallGuarded([&] { ShowFormatted(owner, MB_ICONEXCLAMATION, format, subject); }))) {
+    ::MessageBoxW(owner, kNoMemoryText, kProductName, MB_ICONEXCLAMATION);
+  }
 }

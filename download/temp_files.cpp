@@ -15,7 +15,7 @@ constexpr DWORD kTempPathLength = 260;
 
 // Each browser window has a thread of its own. An SRW lock needs no initialisation that could fail.
 SRWLOCK g_tempBaseFolderLock = SRWLOCK_INIT;
-CStringW g_tempBaseFolder;
+CFilePath g_tempBaseFolder;
 
 class CTempBaseFolderLock {
  public:
@@ -27,23 +27,20 @@ class CTempBaseFolderLock {
 
 }  // namespace
 
-CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
+CFilePath MakeUniqueFilePath(const CFilePath& folder, const CStringW& baseName,
                              const CStringW& extension) {
-  CStringW candidate;
-  candidate.Format(L"%s%c%s%s", folder.GetString(), L'\\', baseName.GetString(),
-                   extension.GetString());
-  CFilePath path(candidate);
+  CFilePath path = JoinPath(folder, baseName + extension);
   // Quirk 43: no limit on the number of tries.
   while (PathExists(path)) {
     // Quirk 42: never seeded, so that each thread draws the runtime's default sequence.
-    candidate.Format(L"%s%c%s(%d)%s", folder.GetString(), L'\\', baseName.GetString(), rand(),
-                     extension.GetString());
-    path = CFilePath(candidate);
+    CStringW numbered;
+    numbered.Format(L"%s(%d)%s", baseName.GetString(), rand(), extension.GetString());
+    path = JoinPath(folder, numbered);
   }
   return path;
 }
 
-CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name) {
+CFilePath MakeUniqueFolderPath(const CFilePath& parent, const CStringW& name) {
   CFilePath path = JoinPath(parent, name);
   // Quirk 44: a counter without a separator, unlike the number of a file.
   for (int number = 1; PathExists(path); ++number) {
@@ -59,21 +56,21 @@ CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName) 
   if (name.IsEmpty()) {
     name.Format(kDefaultTempName, GetCurrentProcessId(), GetTickCount());
   }
-  return MakeUniqueFilePath(GetTempBaseFolder().GetText(), name, extension);
+  return MakeUniqueFilePath(GetTempBaseFolder(), name, extension);
 }
 
-void SetTempBaseFolder(const CStringW& folder) {
+void SetTempBaseFolder(const CFilePath& folder) {
   const CTempBaseFolderLock lock;
   g_tempBaseFolder = folder;
 }
 
 CFilePath GetTempBaseFolder() {
-  CStringW folder;
+  CFilePath folder;
   {
     const CTempBaseFolderLock lock;
     folder = g_tempBaseFolder;
   }
-  return folder.IsEmpty() ? GetSystemTempFolder() : CFilePath(folder);
+  return folder.IsEmpty() ? GetSystemTempFolder() : folder;
 }
 
 CFilePath GetSystemTempFolder() {
@@ -93,5 +90,11 @@ CFilePath GetAppTempFilesFolder(const CStringW& application) {
                              ? CStringW(kProductNameSe)
                              : application);
   folder.AppendComponent(kTempFilesFolder);
+  return folder;
+}
+
+CFilePath PrepareAppTempFilesFolder(const CStringW& application) {
+  const CFilePath folder = GetAppTempFilesFolder(application);
+  CreateFolderTree(folder);
   return folder;
 }

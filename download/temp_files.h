@@ -4,11 +4,11 @@
 
 /// Returns a path in `folder` where no file exists: the plain name, else the name with a random
 /// number in parentheses. `extension` with its dot. Does not create the file.
-CFilePath MakeUniqueFilePath(const CStringW& folder, const CStringW& baseName,
+CFilePath MakeUniqueFilePath(const CFilePath& folder, const CStringW& baseName,
                              const CStringW& extension);
 
 /// Returns a path in `parent` where no file or folder exists: the plain name, else name1, name2 ...
-CFilePath MakeUniqueFolderPath(const CStringW& parent, const CStringW& name);
+CFilePath MakeUniqueFolderPath(const CFilePath& parent, const CStringW& name);
 
 /// Returns a path in the temporary base folder where no file exists. An empty base name is replaced
 /// by one made from the process id and the tick count.
@@ -16,7 +16,7 @@ CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName);
 
 /// Sets the folder that `MakeTempFilePath` uses; empty for the system's temporary folder. Any
 /// thread.
-void SetTempBaseFolder(const CStringW& folder);
+void SetTempBaseFolder(const CFilePath& folder);
 /// Returns the folder set by `SetTempBaseFolder`, else the system's temporary folder. Any thread.
 CFilePath GetTempBaseFolder();
 
@@ -26,3 +26,6 @@ CFilePath GetSystemTempFolder();
 /// Returns the folder for temporary files of the application named `application`. Does not create
 /// it.
 CFilePath GetAppTempFilesFolder(const CStringW& application);
+
+/// Returns the same folder after it has tried to create it if it is missing.
+CFilePath PrepareAppTempFilesFolder(const CStringW& application);

@@ -17,11 +17,12 @@ constexpr int kMeasureExtent = 1000;
 // The size of NONCLIENTMETRICSW before Windows Vista added a member. Every version accepts it.
 constexpr UINT kPreVistaMetricsSize = 500;
 
-/// The buttons of one row: an array of identifiers and one of their rectangles.
-struct CRow {
-  CSimpleArray<int> ids;
-  CSimpleArray<RECT> bounds;
+/// A button's place, with x measured from the left edge of the row.
+struct CPlacedButton {
+  int id;
+  RECT bounds;
 };
+using CRow = CSimpleArray<CPlacedButton>;
 
 CScopedFont CreateMessageFont() {
   NONCLIENTMETRICSW metrics = {};
@@ -57,32 +58,31 @@ void AppendButton(CRow& row, HWND dialog, int id, const CStringW& label, bool ke
   SendMessageW(button, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(label.GetString()));
 
   int left = 0;
-  if (const int count = row.bounds.GetSize(); count > 0) {
-    const RECT& previous = row.bounds[count - 1];
+  if (const int count = row.GetSize(); count > 0) {
+    const RECT& previous = row[count - 1].bounds;
     left = previous.right + HeightOf(previous) / 2;
   }
-  RECT bounds = {left, 0, left + size.cx, size.cy};
-  if (!row.ids.Add(id) || !row.bounds.Add(bounds)) {
+  if (!row.Add({id, {left, 0, left + size.cx, size.cy}})) {
     AtlThrow(E_OUTOFMEMORY);
   }
 }
 
 /// Moves the measured buttons to their places and returns the width that the row takes.
 int PlaceRow(CRow& row, HWND dialog, bool centre) {
-  const int count = row.ids.GetSize();
+  const int count = row.GetSize();
   if (count == 0) {
     AtlThrow(E_INVALIDARG);
   }
-  const int gap = HeightOf(row.bounds[0]) / 2;
-  const int rowRight = row.bounds[count - 1].right;
+  const int gap = HeightOf(row[0].bounds) / 2;
+  const int rowRight = row[count - 1].bounds.right;
   RECT client = {};
   GetClientRect(dialog, &client);
   const int rowLeft = centre ? (WidthOf(client) - rowRight) / 2 : client.right - rowRight - gap;
 
   int taken = (count + 1) * gap;
   for (int i = 0; i < count; ++i) {
-    const HWND button = GetDlgItem(dialog, row.ids[i]);
-    const RECT& bounds = row.bounds[i];
+    const HWND button = GetDlgItem(dialog, row[i].id);
+    const RECT& bounds = row[i].bounds;
     SetWindowLongPtrW(button, GWL_STYLE, GetWindowLongPtrW(button, GWL_STYLE) | BS_CENTER);
     MoveWindow(button, rowLeft + bounds.left, client.bottom - 3 * gap, WidthOf(bounds),
                HeightOf(bounds), FALSE);

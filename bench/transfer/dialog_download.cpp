@@ -21,7 +21,6 @@ void DownloadByDialog(const std::wstring& url, const std::wstring& destination) 
   const CProgressDialog::Ptr dialog =
       CProgressDialog::Create(url.c_str(), CFilePath(temporary.c_str()), nullptr);
   Demand(dialog->PeekContent(L".folivo"), "the head of the body was refused");
-  dialog->m_destPath = CFilePath(destination.c_str());
-  dialog->m_fileName = dialog->m_destPath.GetFileNamePart();
+  dialog->SetTarget(CFilePath(destination.c_str()), nullptr);
   Demand(dialog->DoModal(GetActiveWindow()) == kDownloadDelivered, "the dialog did not deliver");
 }

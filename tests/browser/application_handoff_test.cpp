@@ -346,8 +346,9 @@ TEST_F(Shortcut, FailsWhenThePathIsTakenAfterAll) {
 class LaunchInsertion : public testing::Test {
  protected:
   HRESULT Launch() {
-    return LaunchInsert(kOwner, CComPtr<IWebBrowser2>(&m_browser), CFilePath(L"C:/t m p/File.url"),
-                        *m_event.Params());
+    return LaunchInsert(
+        kOwner, [this] { return CComPtr<IWebBrowser2>(&m_browser); },
+        CFilePath(L"C:/t m p/File.url"), *m_event.Params());
   }
   void ExpectLeftToTheBrowser() {
     EXPECT_EQ(Launch(), S_OK);
@@ -398,9 +399,10 @@ TEST_F(LaunchInsertion, FailedLaunchStopsAndCancelsAllTheSame) {
 
 TEST_F(LaunchInsertion, BrowserMayHaveGone) {
   const CInstalledApplication application;
-  EXPECT_EQ(
-      LaunchInsert(kOwner, CComPtr<IWebBrowser2>(), CFilePath(L"C:\\File.url"), *m_event.Params()),
-      S_OK);
+  EXPECT_EQ(LaunchInsert(
+                kOwner, [] { return CComPtr<IWebBrowser2>(); }, CFilePath(L"C:\\File.url"),
+                *m_event.Params()),
+            S_OK);
   EXPECT_EQ(m_recorder.Launches().size(), 1u);
   EXPECT_TRUE(m_event.Cancelled());
 }

@@ -17,6 +17,7 @@
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/download/progress_dialog_peer.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/launch_recorder.h"
@@ -80,9 +81,10 @@ class DownloadSteps : public OpenOrSaveSteps {
         url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()), nullptr);
     const CDialogResult run(result);
     run.WhileRunning([&] {
-      m_destination = dialog->m_destPath.GetText().GetString();
-      m_shownName = dialog->m_fileName.GetString();
-      m_saveState = dialog->m_saveState;
+      const CProgressDialogPeer peer{*dialog};
+      m_destination = peer.DestPath().GetString();
+      m_shownName = peer.FileName().GetString();
+      m_saveState = peer.SaveState();
       m_cancelsBefore = m_browser->cancelCalls;
       m_wasWaiting = CCursorRecorder::IsWaiting();
     });

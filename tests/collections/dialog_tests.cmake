@@ -1,7 +1,7 @@
 # The collection dialog and its stages.
 folivo_add_test(NAME collection_unit_tests LABELS unit HEAP_CHECK
   SOURCES
-    ansi_text_test.cpp
+    code_pages_test.cpp
     containment_test.cpp
   LIBS collection_test_support)
 # Unchecked: with the heap checked, each of a manifest's many small blocks takes longer than the last.

@@ -6,7 +6,7 @@
 
 #include <ostream>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/unzip/unzip_test.h"
 
@@ -88,7 +88,7 @@ struct NameCase {
   const wchar_t* listed;
 };
 void PrintTo(const NameCase& name, std::ostream* stream) {
-  *stream << WideToAnsi(name.archive).GetString();
+  *stream << ToSystemCodePage(name.archive).GetString();
 }
 class UnzipName : public UnzipLibrary, public testing::WithParamInterface<NameCase> {};
 
@@ -129,8 +129,8 @@ struct FailureCase {
   int result;
 };
 void PrintTo(const FailureCase& failure, std::ostream* stream) {
-  *stream << WideToAnsi(failure.archive).GetString() << " "
-          << WideToAnsi(failure.entry).GetString();
+  *stream << ToSystemCodePage(failure.archive).GetString() << " "
+          << ToSystemCodePage(failure.entry).GetString();
 }
 class UnzipFailure : public UnzipLibrary, public testing::WithParamInterface<FailureCase> {};
 

@@ -4,7 +4,7 @@
 
 #include <psapi.h>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/temp_sandbox.h"
@@ -116,7 +116,7 @@ HMODULE WINAPI TakeDownLoadLibrary(LPCWSTR name) {
 
 FARPROC WINAPI TakeDownGetProcAddress(HMODULE library, LPCSTR name) {
   EXPECT_EQ(library, reinterpret_cast<HMODULE>(&g_asked));
-  g_asked.push_back(AnsiToWide(name).GetString());
+  g_asked.push_back(FromSystemCodePage(name).GetString());
   return [] { return INT_PTR{0}; };  // never called
 }
 

@@ -64,7 +64,7 @@ LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locks
 CProgressDialog::Ptr DownloadTest::Make(const std::wstring& url, HWND browserWindow) const {
   CProgressDialog::Ptr dialog =
       CProgressDialog::Create(url.c_str(), TempPath().c_str(), browserWindow);
-  dialog->m_destPath = CFilePath(DestPath().c_str());
+  dialog->SetTarget(CFilePath(DestPath().c_str()), nullptr);
   CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
   return dialog;
 }

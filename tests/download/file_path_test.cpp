@@ -166,7 +166,7 @@ TEST(FilePath, CopiesAreIndependent) {
 TEST(JoinPath, PutsABackslashBetweenAndNormalises) {
   EXPECT_STREQ(JoinPath(L"C:\\a", L"b"), L"C:\\a\\b");
   EXPECT_STREQ(JoinPath(L"C:/a", L"b/c/"), L"C:\\a\\b\\c");
-  EXPECT_STREQ(JoinPath(L"C:\\a\\", L"b"), L"C:\\a\\\\b");
+  EXPECT_STREQ(JoinPath(L"C:\\a\\", L"b"), L"C:\\a\\b");
   EXPECT_STREQ(JoinPath(L"", L"b"), L"\\b");
   EXPECT_STREQ(JoinPath(L"C:\\a", L""), L"C:\\a");
   EXPECT_STREQ(JoinPath(L"100%s", L"%d\x4f60"), L"100%s\\%d\x4f60");

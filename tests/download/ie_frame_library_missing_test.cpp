@@ -47,14 +47,14 @@ TEST_F(MissingProtectedSave, IsReportedAndTheFileStays) {
   const ScriptedPath path(m_server, Lesson(1000));
   {
     const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->m_saveState = dialog.get();
+    dialog->SetTarget(CFilePath(DestPath().c_str()), dialog.get());
     const CParallel user([&] {
       const HWND box = WaitForDialog(L"MERLO Folivo");
       EXPECT_EQ(MessageText(box), L"Unable to create the destination file " + TempPath() + L".");
       Click(box, IDOK);
     });
     EXPECT_EQ(dialog->DoModal(nullptr), 1);
-    EXPECT_EQ(dialog->m_saveState, nullptr);
+    EXPECT_EQ(CProgressDialogPeer{*dialog}.SaveState(), nullptr);
   }
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
   EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(1000));

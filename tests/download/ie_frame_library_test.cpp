@@ -98,9 +98,9 @@ TEST_F(ProtectedSave, GetsTheWholeFileAndLeavesItInPlace) {
     ieframe->saveResult = result;
     {
       const auto dialog = Make(path.Url(L"a.qdk"));
-      dialog->m_saveState = Token(0x4711);
+      dialog->SetTarget(CFilePath(DestPath().c_str()), Token(0x4711));
       EXPECT_EQ(dialog->DoModal(nullptr), 1);
-      EXPECT_EQ(dialog->m_saveState, nullptr);
+      EXPECT_EQ(CProgressDialogPeer{*dialog}.SaveState(), nullptr);
     }
     EXPECT_EQ(ieframe->saveCalls, 1);
     EXPECT_EQ(ieframe->savedState, Token(0x4711));
@@ -159,7 +159,7 @@ TEST_F(ProtectedSave, IsCancelledOnceWhenItIsNotCarriedOut) {
     const CIeFrameDouble ieframe;
     {
       const auto dialog = Make(way.path->Url(L"a.qdk"));
-      dialog->m_saveState = Token(0x4711);
+      dialog->SetTarget(CFilePath(DestPath().c_str()), Token(0x4711));
       EXPECT_EQ(way.run(*dialog), way.result);
     }
     EXPECT_EQ(ieframe->saveCalls, 0);
@@ -179,7 +179,7 @@ TEST_F(ProtectedSave, WithoutTheSaveFunctionIsCancelledAndReported) {
   const ScriptedPath path(m_server, Lesson(1000));
   {
     const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->m_saveState = Token(7);
+    dialog->SetTarget(CFilePath(DestPath().c_str()), Token(7));
     EXPECT_EQ(dialog->DoModal(nullptr), 1);
   }
   EXPECT_EQ(ieframe->cancelCalls, 1);
@@ -199,7 +199,7 @@ TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileSilent) {
   const ScriptedPath path(m_server, Lesson(1000000));
   {
     const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->m_saveState = Token(7);
+    dialog->SetTarget(CFilePath(DestPath().c_str()), Token(7));
     const INT_PTR result = RunDialog(*dialog, [](HWND window) {
       CFailingRead::WaitUntilReached();
       PostMessageW(window, WM_USER, kDownloadDelivered, 0);
@@ -229,7 +229,7 @@ TEST_F(ProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
   {
     const auto made = Make(path.Url(L"a.qdk"));
     dialog = made.get();
-    made->m_saveState = Token(7);
+    made->SetTarget(CFilePath(DestPath().c_str()), Token(7));
     EXPECT_EQ(made->DoModal(nullptr), 3);
   }
   SetEvent(ended);

@@ -25,7 +25,7 @@ class Delivery : public DownloadTest {
     CMessageRecorder messages;
     const ScriptedPath path(m_server, Lesson(1000));
     const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->m_destPath = CFilePath(target.c_str());
+    dialog->SetTarget(CFilePath(target.c_str()), nullptr);
     EXPECT_EQ(dialog->DoModal(nullptr), 1);
     EXPECT_TRUE(messages.Take().empty());
     EXPECT_EQ(GetFileAttributesW(TempPath().c_str()), INVALID_FILE_ATTRIBUTES);

@@ -40,6 +40,9 @@ struct CProgressDialogPeer {
   HANDLE File() const { return dialog.m_hFile.Get(); }
   CStringW Url() const { return dialog.m_url; }
   CStringW TempPath() const { return dialog.m_tempPath.GetText(); }
+  CStringW DestPath() const { return dialog.m_destPath.GetText(); }
+  CStringW FileName() const { return dialog.m_fileName; }
+  HANDLE SaveState() const { return dialog.m_saveState; }
 
   LONGLONG FileSize() const {
     LARGE_INTEGER size = {};
@@ -60,15 +63,13 @@ struct CProgressDialogPeer {
             std::addressof(dialog.m_url),          std::addressof(dialog.m_fileName)};
   }
   /// Whether what two threads share is read and written by plain instructions.
-  static constexpr bool kIsLockFree =
-      decltype(CProgressDialog::m_opened)::is_always_lock_free &&
-      decltype(CProgressDialog::m_complete)::is_always_lock_free &&
-      decltype(CProgressDialog::m_window)::is_always_lock_free &&
-      decltype(CProgressDialog::m_fileInUse)::is_always_lock_free &&
-      decltype(CProgressDialog::m_fileLeftToBrowser)::is_always_lock_free &&
-      sizeof(CProgressDialog::m_running) == sizeof(bool) &&
-      sizeof(CProgressDialog::m_finished) == sizeof(std::int32_t) &&
-      sizeof(CProgressDialog::m_hFile) == sizeof(HANDLE);
+  static constexpr bool kIsLockFree = decltype(CProgressDialog::m_opened)::is_always_lock_free &&
+                                      decltype(CProgressDialog::m_complete)::is_always_lock_free &&
+                                      decltype(CProgressDialog::m_window)::is_always_lock_free &&
+                                      decltype(CProgressDialog::m_fileInUse)::is_always_lock_free &&
+                                      sizeof(CProgressDialog::m_running) == sizeof(bool) &&
+                                      sizeof(CProgressDialog::m_finished) == sizeof(std::int32_t) &&
+                                      sizeof(CProgressDialog::m_hFile) == sizeof(HANDLE);
 
   void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
   void SetRunning(bool running) { dialog.m_running = running; }

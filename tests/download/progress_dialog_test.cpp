@@ -41,9 +41,9 @@ TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   const CProgressDialogPeer peer{const_cast<CProgressDialog&>(dialog)};
   EXPECT_STREQ(peer.Url(), L"http://127.0.0.1/My%20Lesson.qdk?x=1");
   EXPECT_STREQ(peer.TempPath(), L"C:\\Temp\\My Lesson.qdk");
-  EXPECT_STREQ(dialog.m_fileName, L"My Lesson.qdk");
-  EXPECT_TRUE(dialog.m_destPath.IsEmpty());
-  EXPECT_EQ(dialog.m_saveState, nullptr);
+  EXPECT_STREQ(peer.FileName(), L"My Lesson.qdk");
+  EXPECT_TRUE(peer.DestPath().IsEmpty());
+  EXPECT_EQ(peer.SaveState(), nullptr);
   EXPECT_FALSE(peer.IsOpened());
   EXPECT_TRUE(peer.IsCheckPending());
   EXPECT_TRUE(peer.IsRunning());
@@ -63,7 +63,7 @@ TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
 TEST_F(ProgressDialog, ShowsTextBarAndCancelOnly) {
   const ScriptedPath path(m_server, Lesson(1000).Gated());
   const auto dialog = Make(path.Url(L"a.qdk"));
-  dialog->m_fileName = L"My 100%s Lesson.qdk";
+  dialog->SetTarget(CFilePath(L"C:\\My 100%s Lesson.qdk"), nullptr);
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
     EXPECT_EQ(ChildText(window, kText), L"Downloading My 100%s Lesson.qdk");
     EXPECT_EQ(ChildText(window, IDCANCEL), L"Cancel");
@@ -377,7 +377,7 @@ TEST_F(ProgressDialog, WorkerIsStartedWhenEverythingElseIsReady) {
   EXPECT_EQ(dialog->DoModal(nullptr), 3);
   EXPECT_NE(window, nullptr);
   EXPECT_EQ(title, kDialogTitle);
-  EXPECT_EQ(text, L"Downloading temporary.qdk");
+  EXPECT_EQ(text, L"Downloading Lesson.qdk");
   EXPECT_EQ(gap, 12);
   EXPECT_TRUE(openIsHidden);
   EXPECT_EQ(range.iLow, 1);

@@ -85,7 +85,7 @@ class DestinationFaults : public LessonFaults {
       const std::wstring final = m_sandbox / fault.final;
       CProgressDialog::Ptr dialog =
           CProgressDialog::Create(path.Url(L"a.qdk").c_str(), temporary.c_str(), nullptr);
-      dialog->m_destPath = CFilePath(final.c_str());
+      dialog->SetTarget(CFilePath(final.c_str()), nullptr);
       CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
       const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
       dialog.reset();

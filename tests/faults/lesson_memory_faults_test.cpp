@@ -215,7 +215,7 @@ TEST_F(LessonMemoryFaults, DialogWithoutMemorySaysSoOnceAndFails) {
           const CProgressDialog::Ptr dialog = CProgressDialog::Create(
               path.Url(L"a.folivo").c_str(), (m_sandbox / L"temporary.folivo").c_str(), nullptr);
           ASSERT_TRUE(dialog->PeekContent(L".folivo"));
-          dialog->m_destPath = CFilePath((m_sandbox / kSavedFile).c_str());
+          dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
           CallGuardedDialog([&] {
             failed = allocations.Run(mode, n, [&] { result = dialog->DoModal(nullptr); });
             return 0;

@@ -37,7 +37,7 @@ class VanishingFaults : public LessonFaults {
     const ScriptedPath path(m_server, Lesson(kPattern).Gated());
     path.AllowUpTo(kMiddle);
     CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
-    dialog->m_destPath = CFilePath(final.c_str());
+    dialog->SetTarget(CFilePath(final.c_str()), nullptr);
     g_beforeCopy = beforeDelivery;
     {
       const CParallel somebody([&] {

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 #include "collections/unzip_interface.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/unzip/unzip_test.h"
@@ -57,7 +57,9 @@ void WINAPI Message(unsigned long size, unsigned long compressedSize, unsigned f
       {size, compressedSize, factor, {month, day, year}, hour, minute, name, method, crc, crypt});
 }
 
-std::string Narrow(const wchar_t* archive) { return WideToAnsi(Archive(archive)).GetString(); }
+std::string Narrow(const wchar_t* archive) {
+  return ToSystemCodePage(Archive(archive)).GetString();
+}
 
 class UnzipEngine : public testing::Test {
  protected:
@@ -230,7 +232,7 @@ TEST_F(UnzipEngine, AsksForThePasswordOnce) {
 
 TEST_F(UnzipEngine, DoesWhatTheOptionsSay) {
   const CTempSandbox folder;
-  std::string path = WideToAnsi(folder.Path().c_str()).GetString();
+  std::string path = ToSystemCodePage(folder.Path().c_str()).GetString();
   m_options.nvflag = 0;
   m_options.lpszExtractDir = path.data();
   m_options.ndflag = 0;

@@ -1,21 +1,17 @@
-#include "browser/notice.h"
+#include "ui/notice.h"
 
 #include "base/product_texts.h"
 
-namespace {
-
-int ShowMessage(HWND owner, LPCWSTR format, const CStringW& subject, UINT style) {
+int ShowFormatted(HWND owner, UINT style, LPCWSTR format, const CStringW& subject) {
   CStringW text;
   text.Format(format, subject.GetString());
   return MessageBoxW(owner, text, kProductName, style);
 }
 
-}  // namespace
-
 void ShowNotice(HWND owner, LPCWSTR format, const CStringW& subject) {
-  ShowMessage(owner, format, subject, MB_OK);
+  ShowFormatted(owner, MB_OK, format, subject);
 }
 
 bool ConfirmWarning(HWND owner, LPCWSTR format, const CStringW& subject) {
-  return ShowMessage(owner, format, subject, MB_YESNO | MB_ICONWARNING) == IDYES;
+  return ShowFormatted(owner, MB_YESNO | MB_ICONWARNING, format, subject) == IDYES;
 }

@@ -1,6 +1,6 @@
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 
-CStringW AnsiToWide(const char* bytes, int size) {
+CStringW FromSystemCodePage(const char* bytes, int size) {
   CStringW text;
   // Each byte gives at most one character.
   wchar_t* const buffer = text.GetBuffer(size);
@@ -8,9 +8,11 @@ CStringW AnsiToWide(const char* bytes, int size) {
   return text;
 }
 
-CStringW AnsiToWide(const char* text) { return AnsiToWide(text, CStringA::StringLength(text)); }
+CStringW FromSystemCodePage(const char* text) {
+  return FromSystemCodePage(text, CStringA::StringLength(text));
+}
 
-CStringA WideToAnsi(const CStringW& text) {
+CStringA ToSystemCodePage(const CStringW& text) {
   const int size =
       WideCharToMultiByte(CP_ACP, 0, text, text.GetLength(), nullptr, 0, nullptr, nullptr);
   CStringA bytes;
@@ -18,4 +20,12 @@ CStringA WideToAnsi(const CStringW& text) {
   bytes.ReleaseBufferSetLength(
       WideCharToMultiByte(CP_ACP, 0, text, text.GetLength(), buffer, size, nullptr, nullptr));
   return bytes;
+}
+
+CStringW FromThreadCodePage(const char* text) {
+  const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
+  CStringW wide;
+  MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, wide.GetBuffer(length), length);
+  wide.ReleaseBuffer();
+  return wide;
 }

@@ -1,4 +1,4 @@
-#include "browser/notice.h"
+#include "ui/notice.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "collections/ansi_text.h"
+#include "collections/code_pages.h"
 
 #include <gtest/gtest.h>
 
@@ -28,30 +28,32 @@ class CForeignThreadLocale {
   const LCID m_previous;
 };
 
-TEST(AnsiText, EveryByteGoesThereAndBack) {
+TEST(SystemCodePage, EveryByteGoesThereAndBack) {
   const std::string bytes = AllBytes();
-  const CStringW wide = AnsiToWide(bytes.data(), 256);
+  const CStringW wide = FromSystemCodePage(bytes.data(), 256);
   EXPECT_EQ(wide.GetLength(), 256);
-  const CStringA back = WideToAnsi(wide);
+  const CStringA back = ToSystemCodePage(wide);
   EXPECT_EQ(std::string(back.GetString(), static_cast<size_t>(back.GetLength())), bytes);
 }
 
-TEST(AnsiText, IsTheSystemsWhateverTheThreadsLocaleIs) {
+TEST(SystemCodePage, IsTheSystemsWhateverTheThreadsLocaleIs) {
   const CForeignThreadLocale locale;
   wchar_t threads = 0;
   ASSERT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "\xE9", 1, &threads, 1), 1);
   ASSERT_NE(threads, L'\u00E9') << "this locale changes nothing";
-  EXPECT_EQ(AnsiToWide("caf\xE9!"), L"caf\u00E9!");
-  EXPECT_STREQ(WideToAnsi(L"caf\u00E9!"), "caf\xE9!");
+  EXPECT_EQ(FromSystemCodePage("caf\xE9!"), L"caf\u00E9!");
+  EXPECT_STREQ(ToSystemCodePage(L"caf\u00E9!"), "caf\xE9!");
 }
 
-TEST(AnsiText, NothingIsNothing) {
-  EXPECT_TRUE(AnsiToWide(nullptr).IsEmpty());
-  EXPECT_TRUE(AnsiToWide("").IsEmpty());
-  EXPECT_TRUE(AnsiToWide("abc", 0).IsEmpty());
-  EXPECT_TRUE(WideToAnsi(CStringW()).IsEmpty());
+TEST(SystemCodePage, NothingIsNothing) {
+  EXPECT_TRUE(FromSystemCodePage(nullptr).IsEmpty());
+  EXPECT_TRUE(FromSystemCodePage("").IsEmpty());
+  EXPECT_TRUE(FromSystemCodePage("abc", 0).IsEmpty());
+  EXPECT_TRUE(ToSystemCodePage(CStringW()).IsEmpty());
 }
 
-TEST(AnsiText, WhatTheCodePageLacksIsReplaced) { EXPECT_STREQ(WideToAnsi(L"a\u4E2Db"), "a?b"); }
+TEST(SystemCodePage, WhatTheCodePageLacksIsReplaced) {
+  EXPECT_STREQ(ToSystemCodePage(L"a\u4E2Db"), "a?b");
+}
 
 }  // namespace
