@@ -6,12 +6,12 @@ namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor): ATL documents the conversion
 
-/// The COM task allocator: memory that crosses interfaces.
+/// The COM task allocator.
 struct CComAllocator {
   static void Free(void* p) noexcept { ::CoTaskMemFree(p); }
 };
 
-/// Owner of a raw memory block that somebody else has allocated. No destructor of T runs.
+/// Owner of a memory block. Does not call destructors of T.
 template <class T, class Allocator>
 class CHeapPtr {
  public:
@@ -21,7 +21,7 @@ class CHeapPtr {
   ~CHeapPtr() { Free(); }
 
   operator T*() const noexcept { return m_pData; }
-  /// For functions that return a block; only while empty.
+  /// For functions that return a block. The object must be empty.
   T** operator&() noexcept {
     ATLASSERT(m_pData == nullptr);
     return &m_pData;

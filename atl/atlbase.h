@@ -1,7 +1,7 @@
 #pragma once
 
-// Everything but strings with value semantics (atlstr.h), windows (atlwin.h, atlhost.h) and the
-// implementation of COM classes (atlcom.h).
+// The module, its registration and the smart types. Strings are in atlstr.h, windows in atlwin.h
+// and atlhost.h, the base classes of COM classes in atlcom.h.
 
 #include <atlalloc.h>
 #include <atlcomcli.h>
@@ -11,9 +11,7 @@
 #include <atlregkey.h>
 #include <atlsimpcoll.h>
 
-#if __has_include(<atlmodule.h>)
-#include <atlmodule.h>
-#endif
+#include "detail/dll_module.h"
 
 #ifndef _ATL_NO_AUTOMATIC_NAMESPACE
 using namespace ATL;  // NOLINT(google-global-names-in-headers): as documented

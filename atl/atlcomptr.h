@@ -9,7 +9,7 @@ namespace ATL {
 // NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
 // conversions and results
 
-/// Owner of one reference to a COM object. Not for use by two threads at a time.
+/// Owner of one reference to a COM object. For one thread at a time.
 template <class T>
 class CComPtrBase {
  public:
@@ -30,7 +30,7 @@ class CComPtrBase {
     ATLASSERT(p != nullptr);
     return p;
   }
-  /// For functions that return a reference; only while empty.
+  /// For functions that return a reference. The object must be empty.
   T** operator&() noexcept {
     ATLASSERT(p == nullptr);
     return &p;
@@ -40,18 +40,18 @@ class CComPtrBase {
   bool operator!=(T* pT) const noexcept { return p != pT; }
 
   void Release() noexcept {
-    // Cleared first: the object's last Release may come back to this owner.
+    // Cleared first: the last Release may call this function again.
     if (T* const pOld = std::exchange(p, nullptr); pOld != nullptr) {
       pOld->Release();
     }
   }
-  /// Takes over a reference that the caller owns.
+  /// Takes ownership of the caller's reference.
   void Attach(T* p2) noexcept {
     if (T* const pOld = std::exchange(p, p2); pOld != nullptr) {
       pOld->Release();
     }
   }
-  /// Hands the reference to the caller.
+  /// Transfers the reference to the caller.
   T* Detach() noexcept { return std::exchange(p, nullptr); }
   HRESULT CopyTo(T** ppT) const noexcept {
     ATLASSERT(ppT != nullptr);
@@ -64,19 +64,13 @@ class CComPtrBase {
     }
     return S_OK;
   }
-  /// True when both are interfaces of the same COM object, or both are null.
+  /// Whether both are interfaces of the same COM object, or both are null.
   bool IsEqualObject(IUnknown* pOther) const noexcept {
     if (p == nullptr || pOther == nullptr) {
       return p == nullptr && pOther == nullptr;
     }
     const IUnknown* const pMine = Identity(p);
     return pMine != nullptr && pMine == Identity(pOther);
-  }
-  HRESULT CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter = nullptr,
-                           DWORD dwClsContext = CLSCTX_ALL) noexcept {
-    ATLASSERT(p == nullptr);
-    return ::CoCreateInstance(rclsid, pUnkOuter, dwClsContext, __uuidof(T),
-                              reinterpret_cast<void**>(&p));
   }
   template <class Q>
   HRESULT QueryInterface(Q** pp) const noexcept {
@@ -98,7 +92,7 @@ class CComPtrBase {
   }
 
  private:
-  /// The object's identity: a pointer to compare, not to call.
+  /// Returns the object's IUnknown, to compare, without a reference.
   static const IUnknown* Identity(IUnknown* pUnk) noexcept {
     IUnknown* pIdentity = nullptr;
     if (FAILED(pUnk->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&pIdentity)))) {
@@ -134,7 +128,7 @@ class CComPtr : public CComPtrBase<T> {
   void Swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 };
 
-/// CComPtr that asks any object it is given for T; null when that has no such interface.
+/// CComPtr that queries the objects assigned to it for T; null when that fails.
 template <class T>
 class CComQIPtr : public CComPtr<T> {
  public:

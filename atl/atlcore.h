@@ -2,19 +2,18 @@
 
 #include <atlexcept.h>
 
-/// Start of this module's image: supplied by the linker, and the module's handle.
+/// Start of this module's image, defined by the linker. Its address is the module handle.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace ATL {
 
-/// Critical section with explicit life: Init before the first use, Term after the last.
+/// Critical section. Call Init before the first use, and Term after the last if Init succeeded.
 class CComCriticalSection {
  public:
   CComCriticalSection() noexcept : m_sec{} {}
   CComCriticalSection(const CComCriticalSection&) = delete;
   CComCriticalSection& operator=(const CComCriticalSection&) = delete;
 
-  /// E_OUTOFMEMORY or another failure code when the system has no resources for it.
   HRESULT Init() noexcept {
     if (::InitializeCriticalSectionAndSpinCount(&m_sec, 0)) {
       return S_OK;
@@ -38,34 +37,11 @@ class CComCriticalSection {
   CRITICAL_SECTION m_sec;
 };
 
-/// Critical section that lives as long as its object. The constructor throws CAtlException: not for
-/// objects at namespace scope, where nobody would catch it. Those use the class above, and set
-/// CAtlBaseModule::m_bInitFailed.
-class CComAutoCriticalSection : public CComCriticalSection {
- public:
-  CComAutoCriticalSection() {
-    const HRESULT hr = CComCriticalSection::Init();
-    if (FAILED(hr)) {
-      AtlThrow(hr);
-    }
-  }
-  ~CComAutoCriticalSection() { CComCriticalSection::Term(); }
-
- private:
-  using CComCriticalSection::Init;
-  using CComCriticalSection::Term;
-};
-
-/// Holds a lock for its scope. The constructor throws CAtlException when it does not get it.
+/// Holds a lock, whose Lock does not fail, for its scope.
 template <class TLock>
 class CComCritSecLock {
  public:
-  explicit CComCritSecLock(TLock& cs) : m_cs(cs) {
-    const HRESULT hr = m_cs.Lock();
-    if (FAILED(hr)) {
-      AtlThrow(hr);
-    }
-  }
+  explicit CComCritSecLock(TLock& cs) noexcept : m_cs(cs) { m_cs.Lock(); }
   ~CComCritSecLock() { m_cs.Unlock(); }
   CComCritSecLock(const CComCritSecLock&) = delete;
   CComCritSecLock& operator=(const CComCritSecLock&) = delete;
@@ -74,10 +50,10 @@ class CComCritSecLock {
   TLock& m_cs;
 };
 
-/// Knows the handle of the module this code was linked into, which has its resources, too.
+/// The module that this code is linked into. It has its own resources.
 class CAtlBaseModule {
  public:
-  /// Set when something that every module needs could not be made; such a module does not load.
+  /// Set when a part of the module could not be initialised; DllMain then returns FALSE.
   static inline bool m_bInitFailed = false;
 
   constexpr CAtlBaseModule() noexcept = default;

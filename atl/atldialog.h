@@ -8,7 +8,7 @@ namespace ATL {
 template <class TBase = CWindow>
 class ATL_NO_VTABLE CDialogImplBaseT : public CWindowImplRoot<TBase> {
  public:
-  /// Takes the very first message of a dialog (WM_SETFONT, say), which tells its handle.
+  /// Receives the first message of a dialog (for example WM_SETFONT), and with it the handle.
   static INT_PTR CALLBACK StartDialogProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
     auto* const pThis = static_cast<CDialogImplBaseT*>(_AtlWinModule.ExtractCreateWndData());
     if (pThis == nullptr) {
@@ -34,14 +34,14 @@ class ATL_NO_VTABLE CDialogImplBaseT : public CWindowImplRoot<TBase> {
     return nResult;
   }
 
-  /// Ends DoModal, which then returns nRetCode.
+  /// Ends DoModal with the result nRetCode.
   BOOL EndDialog(int nRetCode) noexcept {
     ATLASSERT(this->IsWindow());
     return ::EndDialog(this->m_hWnd, nRetCode);
   }
 
  protected:
-  /// Runs the template of the resource instance. -1 (and the last error) when there is no dialog.
+  /// Returns -1, and sets the last error, when the dialog cannot be created.
   INT_PTR RunModal(UINT nTemplate, HWND hWndParent, LPARAM dwInitParam) {
     ATLASSERT(this->m_hWnd == nullptr);
     const CCreateWndScope announced(this);
@@ -56,8 +56,7 @@ class ATL_NO_VTABLE CDialogImplBaseT : public CWindowImplRoot<TBase> {
   }
 
  private:
-  /// A few messages take their result directly; for all others it is left in the window, and the
-  /// dialog procedure says that it was handled.
+  /// Some messages have their result as the procedure's; all others in DWLP_MSGRESULT.
   static INT_PTR ReportResult(HWND hWnd, UINT uMsg, LRESULT lResult) noexcept {
     switch (uMsg) {
       case WM_COMPAREITEM:

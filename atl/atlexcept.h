@@ -2,6 +2,10 @@
 
 #include <atldef.h>
 
+#include <new>
+#include <type_traits>
+#include <utility>
+
 namespace ATL {
 
 /// The one exception type of the library: a failure code, nothing else.
@@ -23,4 +27,32 @@ inline HRESULT AtlHresultFromLastError() noexcept { return AtlHresultFromWin32(:
 /// Throws CAtlException with the thread's last error.
 [[noreturn]] ATL_NOINLINE inline void AtlThrowLastWin32() { AtlThrow(AtlHresultFromLastError()); }
 
+namespace detail {
+
+/// Calls `f`, which returns an HRESULT, and converts an exception to one: no exception may leave a
+/// COM method or an exported function.
+template <class F>
+HRESULT CallGuarded(F&& f) noexcept {
+  try {
+    return std::forward<F>(f)();
+  } catch (const CAtlException& e) {
+    return FAILED(e.m_hr) ? e.m_hr : E_FAIL;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (...) {
+    return E_FAIL;
+  }
+}
+
+/// Sets the out-parameter `pResult` to `value` and returns `hr`. E_POINTER when it is null.
+template <class T>
+HRESULT SetResult(T* pResult, const std::type_identity_t<T>& value, HRESULT hr = S_OK) noexcept {
+  if (pResult == nullptr) {
+    return E_POINTER;
+  }
+  *pResult = value;
+  return hr;
+}
+
+}  // namespace detail
 }  // namespace ATL

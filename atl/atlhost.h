@@ -4,13 +4,13 @@
 
 namespace ATL {
 
-/// A dialog made from the template T::IDD, with T's message map. The template may hold windows
-/// only: ActiveX controls are not hosted, and a template with one cannot be created.
+/// A dialog with the template T::IDD and T's message map. Does not host ActiveX controls: a dialog
+/// whose template has one cannot be created.
 template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CAxDialogImpl : public CDialogImplBaseT<TBase> {
  public:
-  /// The code given to EndDialog, or -1 when the dialog cannot be created.
+  /// Returns the code of EndDialog, or -1 when the dialog cannot be created.
   INT_PTR DoModal(HWND hWndParent = ::GetActiveWindow(), LPARAM dwInitParam = 0) {
     return this->RunModal(T::IDD, hWndParent, dwInitParam);
   }
@@ -22,8 +22,8 @@ class ATL_NO_VTABLE CAxDialogImpl : public CDialogImplBaseT<TBase> {
   MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)
   END_MSG_MAP()
 
-  /// Base initialisation, to be called first by a T that handles WM_INITDIALOG itself. Hosted
-  /// controls would be set up here. Leaves the message unhandled and returns TRUE (default focus).
+  /// Initialises hosted controls, of which there are none; a T that handles WM_INITDIALOG calls
+  /// this first. Clears bHandled and returns TRUE: the default focus.
   LRESULT OnInitDialog(UINT /*uMsg*/, WPARAM /*wParam*/, LPARAM /*lParam*/, BOOL& bHandled) {
     bHandled = FALSE;
     return TRUE;

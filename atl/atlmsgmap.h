@@ -4,22 +4,21 @@
 
 namespace ATL {
 
-/// What has a message map.
+/// Base of classes with a message map.
 class ATL_NO_VTABLE CMessageMap {
  public:
-  /// TRUE when the message was handled; lResult is then its result. A class has one map, so that
-  /// dwMsgMapID is 0.
+  /// Returns TRUE when the message was handled, with its result in lResult. dwMsgMapID is 0: a
+  /// class has one map.
   virtual BOOL ProcessWindowMessage(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam,
                                     LRESULT& lResult, DWORD dwMsgMapID) = 0;
 
  protected:
-  ~CMessageMap() = default;  // never deleted through this base
+  ~CMessageMap() = default;
 };
 
 }  // namespace ATL
 
-// The map is public and overrides CMessageMap's function where the class has that base. It may also
-// stand in a class without it, so that "override" cannot be said, of which clang would complain.
+// Without "override", as the class need not have the base CMessageMap; clang would warn.
 #ifdef __clang__
 #define ATL_MSG_MAP_DECLARATION_BEGIN \
   _Pragma("clang diagnostic push")    \
@@ -43,7 +42,7 @@ class ATL_NO_VTABLE CMessageMap {
   return FALSE;       \
   }
 
-/// Calls a handler when `condition` holds. It may clear bHandled to let the message go on.
+/// Calls a handler if `condition` is true. The handler clears bHandled to pass the message on.
 #define ATL_MSG_MAP_ENTRY(condition, call) \
   if (condition) {                         \
     bHandled = TRUE;                       \
@@ -63,14 +62,14 @@ class ATL_NO_VTABLE CMessageMap {
       uMsg == WM_COMMAND && (id) == LOWORD(wParam) && (code) == HIWORD(wParam), \
       func(HIWORD(wParam), LOWORD(wParam), reinterpret_cast<HWND>(lParam), bHandled))
 
-/// Goes on in a base class's map.
+/// Continues with the map of a base class.
 #define CHAIN_MSG_MAP(theChainClass)                                              \
   if (theChainClass::ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult)) { \
     return TRUE;                                                                  \
   }
 
-/// Gives messages that the parent window reflects to its child (OCM_ messages) the default
-/// processing of the original ones.
+/// Calls the default procedure for messages that the parent window reflects to its child (OCM_
+/// messages).
 #define DEFAULT_REFLECTION_HANDLER()                                         \
   if (this->DefaultReflectionHandler(hWnd, uMsg, wParam, lParam, lResult)) { \
     return TRUE;                                                             \

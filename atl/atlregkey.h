@@ -8,8 +8,7 @@ namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor): ATL documents this conversion
 
-/// Owner of a registry key handle. The functions return Win32 error codes (ERROR_SUCCESS is 0),
-/// never throw, and leave the thread's last error alone.
+/// Owner of a registry key handle. The functions return Win32 error codes.
 class CRegKey {
  public:
   CRegKey() noexcept = default;
@@ -26,7 +25,7 @@ class CRegKey {
     return hKey == nullptr ? ERROR_SUCCESS : ::RegCloseKey(hKey);
   }
 
-  /// Opens an existing key in place of the one held, which stays when this fails.
+  /// Opens an existing key and closes the one that was open before, unless it fails.
   LONG Open(HKEY hKeyParent, LPCTSTR lpszKeyName,
             REGSAM samDesired = KEY_READ | KEY_WRITE) noexcept {
     ATLASSERT(hKeyParent != nullptr);
@@ -34,7 +33,7 @@ class CRegKey {
     const LONG nResult = ::RegOpenKeyEx(hKeyParent, lpszKeyName, 0, samDesired, &hKey);
     return nResult == ERROR_SUCCESS ? Replace(hKey, samDesired) : nResult;
   }
-  /// Opens a key, made if it is missing; *lpdwDisposition tells which.
+  /// The same, but creates the key if it does not exist; *lpdwDisposition says whether it did.
   LONG Create(HKEY hKeyParent, LPCTSTR lpszKeyName, LPTSTR lpszClass = nullptr,
               DWORD dwOptions = REG_OPTION_NON_VOLATILE, REGSAM samDesired = KEY_READ | KEY_WRITE,
               LPSECURITY_ATTRIBUTES lpSecAttr = nullptr,
@@ -46,37 +45,32 @@ class CRegKey {
     return nResult == ERROR_SUCCESS ? Replace(hKey, samDesired) : nResult;
   }
 
-  /// A null value name stands for the key's default value.
-  LONG SetValue(LPCTSTR pszValueName, DWORD dwType, const void* pValue, ULONG nBytes) noexcept {
+  /// A null or empty value name means the key's default value.
+  LONG SetStringValue(LPCTSTR pszValueName, LPCTSTR pszValue, DWORD dwType = REG_SZ) noexcept {
     ATLASSERT(m_hKey != nullptr);
-    return ::RegSetValueEx(m_hKey, pszValueName, 0, dwType, static_cast<const BYTE*>(pValue),
-                           nBytes);
+    if (pszValue == nullptr) {
+      return ERROR_INVALID_DATA;
+    }
+    const size_t nBytes = (_tcslen(pszValue) + 1) * sizeof(TCHAR);
+    return ::RegSetValueEx(m_hKey, pszValueName, 0, dwType, reinterpret_cast<const BYTE*>(pszValue),
+                           static_cast<DWORD>(nBytes));
   }
-  /// Name of the iIndex-th subkey. *pnNameLength: room in characters in, length without the
-  /// terminator out. ERROR_NO_MORE_ITEMS behind the last one.
-  LONG EnumKey(DWORD iIndex, LPTSTR pszName, LPDWORD pnNameLength,
-               FILETIME* pftLastWriteTime = nullptr) noexcept {
-    ATLASSERT(m_hKey != nullptr);
-    FILETIME ft;
-    return ::RegEnumKeyEx(m_hKey, iIndex, pszName, pnNameLength, nullptr, nullptr, nullptr,
-                          pftLastWriteTime == nullptr ? &ft : pftLastWriteTime);
-  }
-  /// Deletes a subkey that has no subkeys itself.
+  /// Deletes a subkey that has no subkeys.
   LONG DeleteSubKey(LPCTSTR lpszSubKey) noexcept {
     ATLASSERT(m_hKey != nullptr);
     return ::RegDeleteKeyEx(m_hKey, lpszSubKey, m_samWOW64, 0);
   }
-  /// Deletes a subkey with everything below it; stops at the first failure.
+  /// Deletes a subkey with its subkeys; stops at the first failure.
   LONG RecurseDeleteKey(LPCTSTR lpszKey) noexcept {
     CRegKey key;
     LONG nResult = key.Open(m_hKey, lpszKey, KEY_READ | KEY_WRITE | m_samWOW64);
     if (nResult != ERROR_SUCCESS) {
       return nResult;
     }
-    // Key names have at most 255 characters. Always the first one: each is gone before the next.
-    TCHAR szName[256];
+    TCHAR szName[256];  // names have at most 255 characters
     DWORD nLength = 256;
-    while (key.EnumKey(0, szName, &nLength) == ERROR_SUCCESS) {
+    while (::RegEnumKeyEx(key, 0, szName, &nLength, nullptr, nullptr, nullptr, nullptr) ==
+           ERROR_SUCCESS) {
       nResult = key.RecurseDeleteKey(szName);
       if (nResult != ERROR_SUCCESS) {
         return nResult;
@@ -88,7 +82,7 @@ class CRegKey {
   }
 
   HKEY m_hKey = nullptr;
-  /// KEY_WOW64_32KEY or KEY_WOW64_64KEY as given to Open or Create: deletions use the same view.
+  /// KEY_WOW64_32KEY or KEY_WOW64_64KEY of Open or Create: deletions use the same registry view.
   REGSAM m_samWOW64 = 0;
 
  private:

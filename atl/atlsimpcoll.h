@@ -8,11 +8,9 @@
 
 namespace ATL {
 
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): the buffers of these classes are raw memory of their
-// own
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): the buffer is raw memory
 
-/// Growing array for small numbers of elements. Failures are reported as FALSE, never thrown
-/// (except by the elements themselves).
+/// Array for small numbers of elements.
 template <class T>
 class CSimpleArray {
  public:
@@ -38,7 +36,7 @@ class CSimpleArray {
     if (!block) {
       return FALSE;
     }
-    // The new element first: it may be a copy of one that the next line moves away.
+    // Copied first: `t` may be an element, which the next line moves.
     std::construct_at(block.get() + m_nSize, t);
     std::uninitialized_move_n(m_aT, m_nSize, block.get());
     const int nNewSize = m_nSize + 1;
@@ -57,7 +55,7 @@ class CSimpleArray {
     m_nAllocSize = 0;
   }
 
-  /// An index outside the array throws CAtlException(E_INVALIDARG).
+  /// Throw CAtlException(E_INVALIDARG) for an index outside the array.
   T& operator[](int nIndex) { return m_aT[CheckedIndex(nIndex)]; }
   const T& operator[](int nIndex) const { return m_aT[CheckedIndex(nIndex)]; }
 

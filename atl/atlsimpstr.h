@@ -12,12 +12,10 @@
 
 namespace ATL {
 
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): the buffers of these classes are raw memory of their
-// own
+// NOLINTBEGIN(cppcoreguidelines-no-malloc, google-explicit-constructor): the buffers are raw
+// memory, and ATL documents these conversions
 
-// NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
-
-/// The names by which string code speaks of its character type.
+/// The names of the character types.
 template <typename BaseType>
 struct ChTraitsBase;
 
@@ -35,8 +33,8 @@ struct ChTraitsBase<wchar_t> {
   using PCXSTR = LPCWSTR;
 };
 
-/// Header of a character buffer; the characters follow it. Strings share a buffer until one of
-/// them is changed, on any thread: the count is changed by interlocked operations only.
+/// Header of a character buffer, which the characters follow. Strings on any threads share a buffer
+/// until one of them is changed.
 struct CStringData {
   int nDataLength;   ///< characters in use, without the terminator
   int nAllocLength;  ///< characters there is room for, without the terminator
@@ -52,7 +50,7 @@ struct CStringData {
   }
 };
 
-/// The buffer of every empty string: never counted, never freed, never written.
+/// The buffer of all empty strings: not counted, freed or written.
 template <typename BaseType>
 struct CStringNil {
   CStringData header;
@@ -102,16 +100,11 @@ class CSimpleStringT {
     m_pszData = Nil();
   }
 
-  /// Reads a character; the index of the terminator is allowed. Any other index throws
-  /// E_INVALIDARG.
-  XCHAR GetAt(int iChar) const {
+  /// Returns a character or, at the index GetLength(), the terminator. Throws E_INVALIDARG for any
+  /// other index.
+  XCHAR operator[](int iChar) const {
     ATLENSURE_THROW(iChar >= 0 && iChar <= GetLength(), E_INVALIDARG);
     return m_pszData[iChar];
-  }
-  XCHAR operator[](int iChar) const { return GetAt(iChar); }
-  void SetAt(int iChar, XCHAR ch) {
-    ATLENSURE_THROW(iChar >= 0 && iChar < GetLength(), E_INVALIDARG);
-    GetBuffer()[iChar] = ch;
   }
 
   /// `pszSrc` may be null, and may point into this string.
@@ -149,9 +142,10 @@ class CSimpleStringT {
   }
   void AppendChar(XCHAR ch) { Append(&ch, 1); }
 
-  /// A private copy to write into: at most GetAllocLength() characters. Valid until the next call.
+  /// Returns a buffer that is not shared, for GetAllocLength() characters. Valid until the next
+  /// call.
   PXSTR GetBuffer() { return GetBuffer(GetLength()); }
-  /// The same with room for at least nMinBufferLength characters; the text is kept.
+  /// The same for at least nMinBufferLength characters. The text stays.
   PXSTR GetBuffer(int nMinBufferLength) {
     ATLENSURE_THROW(nMinBufferLength >= 0, E_INVALIDARG);
     const int nNeeded = nMinBufferLength > GetLength() ? nMinBufferLength : GetLength();
@@ -161,7 +155,7 @@ class CSimpleStringT {
     return m_pszData;
   }
   void Preallocate(int nLength) { GetBuffer(nLength); }
-  /// Ends the writing started by GetBuffer; -1 takes the length up to the first NUL.
+  /// Sets the length after writing to GetBuffer; -1 means up to the first NUL.
   void ReleaseBuffer(int nNewLength = -1) {
     ReleaseBufferSetLength(nNewLength == -1 ? WrittenLength() : nNewLength);
   }
@@ -183,7 +177,7 @@ class CSimpleStringT {
   }
 
  private:
-  /// Remembers that a source lies inside the string itself, whose buffer is about to move.
+  /// The offset of a source that is part of the string, whose buffer may move.
   class OwnPart {
    public:
     OwnPart(const CSimpleStringT& str, PCXSTR pszSrc) noexcept : m_pszSrc(pszSrc) {
@@ -219,7 +213,7 @@ class CSimpleStringT {
     }
   }
 
-  /// Moves the text into a buffer of its own with room for nAllocLength >= GetLength().
+  /// Copies the text to a new buffer for nAllocLength characters, at least GetLength().
   void Reallocate(int nAllocLength) {
     const size_t nBytes =
         sizeof(CStringData) + (static_cast<size_t>(nAllocLength) + 1) * sizeof(XCHAR);
@@ -232,7 +226,7 @@ class CSimpleStringT {
     ReleaseData();
     m_pszData = pszNew;
   }
-  /// Grows by half at least, so that a loop of appends stays linear.
+  /// Grows by at least half, so that the time of many appends is linear.
   PXSTR PrepareAppend(int nLength) {
     const int nOld = GetAllocLength();
     if (nLength <= nOld || nOld > INT_MAX / 3 * 2) {
@@ -258,8 +252,6 @@ class CSimpleStringT {
   PXSTR m_pszData;
 };
 
-// NOLINTEND(google-explicit-constructor)
-
-// NOLINTEND(cppcoreguidelines-no-malloc)
+// NOLINTEND(cppcoreguidelines-no-malloc, google-explicit-constructor)
 
 }  // namespace ATL

@@ -7,5 +7,3 @@
 #include <atlwindow.h>
 #include <atlwinimpl.h>
 #include <commctrl.h>
-
-#include "detail/himetric.h"

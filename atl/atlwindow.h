@@ -6,7 +6,7 @@ namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
 
-/// A window handle with the window functions as members. Owns nothing: the window outlives it.
+/// A window handle with the window functions as members. Does not own the window.
 class CWindow {
  public:
   CWindow(HWND hWnd = nullptr) noexcept : m_hWnd(hWnd) {}
@@ -93,7 +93,7 @@ inline BOOL CWindow::CenterWindow(HWND hWndCenter) noexcept {
     }
   }
 
-  // Right and bottom first: a window larger than the area shows its upper left corner.
+  // Right and bottom first, so that of a larger window the upper left corner is visible.
   const auto place = [](LONG nFrom, LONG nTo, LONG nSize, LONG nMin, LONG nMax) {
     const LONG nCentred = nFrom + (nTo - nFrom) / 2 - nSize / 2;
     const LONG nFitting = nCentred + nSize > nMax ? nMax - nSize : nCentred;

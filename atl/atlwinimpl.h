@@ -7,15 +7,14 @@
 
 namespace ATL {
 
-/// Base of every class that handles the messages of a window of its own. All members belong to the
-/// window's thread.
+/// Base of classes that handle the messages of a window. For the window's thread.
 template <class TBase = CWindow>
 class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
  public:
   CWindowImplRoot() noexcept = default;
   CWindowImplRoot(const CWindowImplRoot&) = delete;
   CWindowImplRoot& operator=(const CWindowImplRoot&) = delete;
-  /// Destroy the window first. If it is still there, it goes on without this object.
+  /// The window should be destroyed before; if not, it has the default procedure from now on.
   virtual ~CWindowImplRoot() { _AtlWinModule.RemoveWindow(&m_link); }
 
   BOOL DestroyWindow() noexcept {
@@ -23,7 +22,7 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
     return ::DestroyWindow(this->m_hWnd);
   }
 
-  /// FALSE for a message that is no reflected one.
+  /// Returns FALSE for messages other than reflected ones.
   static BOOL DefaultReflectionHandler(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam,
                                        LRESULT& lResult) noexcept {
     switch (uMsg) {
@@ -53,12 +52,12 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
   }
 
  protected:
-  /// Connects object and window, on the first message that the window gets.
+  /// Called for the first message of the window.
   void BindWindow(HWND hWnd, void* pObject) {
     this->m_hWnd = hWnd;
     _AtlWinModule.AddWindow(&m_link, hWnd, pObject);
   }
-  /// Separates them, on its last one.
+  /// Called for the last one.
   void UnbindWindow() {
     _AtlWinModule.RemoveWindow(&m_link);
     this->m_hWnd = nullptr;
@@ -72,7 +71,7 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
 template <class TBase = CWindow>
 class ATL_NO_VTABLE CWindowImplBaseT : public CWindowImplRoot<TBase> {
  public:
-  /// Takes the very first message of a window, which tells its handle.
+  /// Receives the first message of a window, and with it the handle.
   static LRESULT CALLBACK StartWindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
     auto* const pThis = static_cast<CWindowImplBaseT*>(_AtlWinModule.ExtractCreateWndData());
     if (pThis == nullptr) {
@@ -98,7 +97,7 @@ class ATL_NO_VTABLE CWindowImplBaseT : public CWindowImplRoot<TBase> {
   }
 };
 
-/// A child window with T's message map, of a window class of T's own.
+/// A child window with T's message map. T has its own window class.
 template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CWindowImpl : public CWindowImplBaseT<TBase> {
@@ -108,7 +107,7 @@ class ATL_NO_VTABLE CWindowImpl : public CWindowImplBaseT<TBase> {
     return wc;
   }
 
-  /// Shows a window at `rect`, in the parent's coordinates. Null when it cannot be created.
+  /// Creates a visible window at `rect`, in the parent's coordinates. Returns null when it fails.
   HWND Create(HWND hWndParent, const RECT& rect) {
     ATLASSERT(this->m_hWnd == nullptr);
     const ATOM atom = _AtlWinModule.RegisterClassOnce(T::GetWndClassInfo());

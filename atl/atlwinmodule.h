@@ -4,25 +4,24 @@
 
 namespace ATL {
 
-/// Entry for an object whose window is being created: on the creator's stack.
+/// An object whose window is being created. On the stack of the function that creates it.
 struct _AtlCreateWndData {
   void* m_pThis = nullptr;
   DWORD m_dwThreadID = 0;
   _AtlCreateWndData* m_pNext = nullptr;
 };
 
-/// Entry for an object that has a window: part of the object itself, so that connecting the two
-/// allocates nothing and cannot fail.
+/// An object that has a window. A member of the object, so that no allocation can fail.
 struct CWindowLink {
   HWND m_hWnd = nullptr;
   void* m_pThis = nullptr;
   CWindowLink* m_pNext = nullptr;
 };
 
-/// A window class that is registered when its first window is created, under a name made up for it.
-/// Stays where it is: the name tells it from others, also from those of other modules.
+/// A window class, registered when its first window is created. Its name contains the address of
+/// this object, which no other class has, in any module.
 struct CWndClassInfo {
-  /// pProc: takes the first message of every window of the class.
+  /// pProc: receives the first message of each window.
   explicit CWndClassInfo(WNDPROC pProc) noexcept {
     ::wsprintf(m_szName, TEXT("ATL:%p"), static_cast<void*>(this));
     m_wc.cbSize = sizeof(m_wc);
@@ -41,7 +40,7 @@ struct CWndClassInfo {
   ATOM m_atom = 0;
 };
 
-/// The module's windows. Functions may be called by any thread.
+/// The module's windows. Any thread.
 class CAtlWinModule {
  public:
   CAtlWinModule() noexcept : m_bInitialized(SUCCEEDED(m_lock.Init())) {
@@ -51,7 +50,7 @@ class CAtlWinModule {
   }
   CAtlWinModule(const CAtlWinModule&) = delete;
   CAtlWinModule& operator=(const CAtlWinModule&) = delete;
-  /// Window classes die with the module whose code they point to.
+  /// Unregisters the window classes: their procedures are in this module.
   ~CAtlWinModule() {
     for (int i = 0; i < m_classes.GetSize(); ++i) {
       ::UnregisterClass(reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(m_classes[i])),
@@ -62,8 +61,8 @@ class CAtlWinModule {
     }
   }
 
-  /// Announces that the calling thread's next window belongs to pObject. The entry must live until
-  /// it is extracted.
+  /// Makes pObject the object of the next window that the calling thread creates. The entry must
+  /// exist until it is extracted or removed.
   void AddCreateWndData(_AtlCreateWndData* pData, void* pObject) noexcept {
     pData->m_pThis = pObject;
     pData->m_dwThreadID = ::GetCurrentThreadId();
@@ -71,13 +70,13 @@ class CAtlWinModule {
     pData->m_pNext = m_pCreating;
     m_pCreating = pData;
   }
-  /// The object last announced by the calling thread; null when there is none.
+  /// Removes the last entry of the calling thread and returns its object; null without one.
   void* ExtractCreateWndData() noexcept {
     const DWORD dwThreadID = ::GetCurrentThreadId();
     return ExtractIf(
         [=](const _AtlCreateWndData& data) { return data.m_dwThreadID == dwThreadID; });
   }
-  /// Withdraws an announcement for which no window appeared.
+  /// Removes an entry whose window was not created.
   void RemoveCreateWndData(const _AtlCreateWndData* pData) noexcept {
     ExtractIf([=](const _AtlCreateWndData& data) { return &data == pData; });
   }
@@ -100,7 +99,7 @@ class CAtlWinModule {
       }
     }
   }
-  /// The object of a window; null when it has none (any more).
+  /// Returns the object of a window; null when it has none.
   void* FindWindowObject(HWND hWnd) noexcept {
     const CScope scope(m_lock);
     for (const CWindowLink* pLink = m_pWindows; pLink != nullptr; pLink = pLink->m_pNext) {
@@ -111,12 +110,12 @@ class CAtlWinModule {
     return nullptr;
   }
 
-  /// Registers a window class on first use, by whichever thread comes first. Returns 0 on failure.
+  /// Registers a window class on first use. Returns 0 on failure.
   ATOM RegisterClassOnce(CWndClassInfo& info) {
     const CScope scope(m_lock);
     if (info.m_atom == 0) {
-      // Windows that outlive the module keep a class: the module may come back to the same place,
-      // where the class has the same name but its procedure may be another one's code.
+      // A window that exists when the module is unloaded keeps its class registered. If the module
+      // is loaded again at the same address, the class has this name and an invalid procedure.
       ::UnregisterClass(info.m_szName, info.m_wc.hInstance);
       info.m_atom = ::RegisterClassEx(&info.m_wc);
       if (info.m_atom != 0) {
@@ -127,17 +126,7 @@ class CAtlWinModule {
   }
 
  private:
-  /// Entering a critical section does not fail: unlike CComCritSecLock, nothing here throws.
-  class CScope {
-   public:
-    explicit CScope(CComCriticalSection& lock) noexcept : m_lock(lock) { m_lock.Lock(); }
-    ~CScope() { m_lock.Unlock(); }
-    CScope(const CScope&) = delete;
-    CScope& operator=(const CScope&) = delete;
-
-   private:
-    CComCriticalSection& m_lock;
-  };
+  using CScope = CComCritSecLock<CComCriticalSection>;
 
   template <class Predicate>
   void* ExtractIf(Predicate matches) noexcept {
@@ -162,7 +151,7 @@ class CAtlWinModule {
 
 inline CAtlWinModule _AtlWinModule;
 
-/// An announcement that is withdrawn at the end of the scope if no window took it.
+/// AddCreateWndData and, at scope end, RemoveCreateWndData.
 class CCreateWndScope {
  public:
   explicit CCreateWndScope(void* pObject) { _AtlWinModule.AddCreateWndData(&m_data, pObject); }

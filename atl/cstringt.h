@@ -1,18 +1,46 @@
 #pragma once
 
-#include <atlchtraits.h>
+#include <atlsimpstr.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cwctype>
 
 namespace ATL {
 
+/// The C library functions that CStringT calls. Narrow strings call none.
+template <typename BaseType>
+struct ChTraitsCRT : ChTraitsBase<BaseType> {};
+
+template <>
+struct ChTraitsCRT<wchar_t> : ChTraitsBase<wchar_t> {
+  static int Compare(PCXSTR a, PCXSTR b) noexcept { return std::wcscmp(a, b); }
+  static int CompareNoCase(PCXSTR a, PCXSTR b) noexcept { return ::_wcsicmp(a, b); }
+  static PCXSTR Find(PCXSTR psz, PCXSTR pszSub) noexcept { return std::wcsstr(psz, pszSub); }
+  static PCXSTR Find(PCXSTR psz, XCHAR ch) noexcept { return std::wcschr(psz, ch); }
+  static PCXSTR FindLast(PCXSTR psz, XCHAR ch) noexcept { return std::wcsrchr(psz, ch); }
+  static PCXSTR FindOneOf(PCXSTR psz, PCXSTR pszSet) noexcept { return std::wcspbrk(psz, pszSet); }
+  static bool IsSpace(XCHAR ch) noexcept { return std::iswspace(ch) != 0; }
+
+  // The system library's functions: in a wide format their %s means a wide string, where the
+  // toolchain's own vswprintf expects a narrow one.
+  static int FormattedLength(PCXSTR pszFormat, va_list args) noexcept {
+    return ::_vscwprintf(pszFormat, args);
+  }
+  static int Format(PXSTR pszBuffer, size_t nBuffer, PCXSTR pszFormat, va_list args) noexcept {
+    return ::_vsnwprintf(pszBuffer, nBuffer, pszFormat, args);
+  }
+};
+
 // NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
 
-/// Where a string finds its character functions.
+/// The character functions of a string class.
 template <typename BaseType, class StringIterator = ChTraitsCRT<BaseType>>
 struct StrTraitATL : StringIterator {};
 
-/// The string class: CSimpleStringT plus comparing, searching, cutting, replacing, formatting. All
-/// of these are there for wide strings only.
-/// Positions and lengths are in characters; allocation failure throws CAtlException(E_OUTOFMEMORY).
+/// The string class: CSimpleStringT plus functions that compare, search, cut, replace and format,
+/// which are for wide strings only. Positions and lengths are in characters. Throws
+/// CAtlException(E_OUTOFMEMORY) when an allocation fails.
 template <typename BaseType, class StringTraits>
 class CStringT : public CSimpleStringT<BaseType> {
   using Base = CSimpleStringT<BaseType>;
@@ -53,10 +81,6 @@ class CStringT : public CSimpleStringT<BaseType> {
     return *this;
   }
 
-  int Compare(PCXSTR psz) const {
-    ATLENSURE_THROW(psz != nullptr, E_INVALIDARG);
-    return StringTraits::Compare(GetString(), psz);
-  }
   int CompareNoCase(PCXSTR psz) const {
     ATLENSURE_THROW(psz != nullptr, E_INVALIDARG);
     return StringTraits::CompareNoCase(GetString(), psz);
@@ -82,7 +106,7 @@ class CStringT : public CSimpleStringT<BaseType> {
     return PositionOf(StringTraits::FindOneOf(GetString(), pszCharSet));
   }
 
-  /// The parts clip their arguments to the string: no position or count is an error.
+  /// The parts of the string inside the given range: no position or count is an error.
   CStringT Left(int nCount) const { return Mid(0, nCount); }
   CStringT Mid(int iFirst) const { return Mid(iFirst, GetLength()); }
   CStringT Mid(int iFirst, int nCount) const {
@@ -104,23 +128,11 @@ class CStringT : public CSimpleStringT<BaseType> {
     while (nKept > 0 && StringTraits::IsSpace(GetString()[nKept - 1])) {
       --nKept;
     }
-    Delete(nKept, nLength - nKept);
-    return *this;
-  }
-
-  /// Returns the new length.
-  int Delete(int iIndex, int nCount = 1) {
-    const int nLength = GetLength();
-    const int iFirst = iIndex < 0 ? 0 : iIndex;
-    if (nCount > 0 && iFirst < nLength) {
-      const int nRest = nLength - iFirst;
-      const int nGone = nCount < nRest ? nCount : nRest;
-      const PXSTR pszBuffer = GetBuffer();
-      std::memmove(pszBuffer + iFirst, pszBuffer + iFirst + nGone,
-                   static_cast<size_t>(nRest - nGone) * sizeof(XCHAR));
-      ReleaseBufferSetLength(nLength - nGone);
+    if (nKept < nLength) {
+      GetBuffer();
+      ReleaseBufferSetLength(nKept);
     }
-    return GetLength();
+    return *this;
   }
 
   /// Returns the number of characters changed.
@@ -130,13 +142,13 @@ class CStringT : public CSimpleStringT<BaseType> {
     }
     int nCount = 0;
     for (int i = Find(chOld); i >= 0; i = Find(chOld, i + 1)) {
-      Base::SetAt(i, chNew);
+      GetBuffer()[i] = chNew;
       ++nCount;
     }
     return nCount;
   }
 
-  /// printf formatting; %s takes a string of this string's own width. The arguments may point
+  /// Formats as printf; %s means a string of this string's character type. The arguments may point
   /// into this string.
   void __cdecl Format(PCXSTR pszFormat, ...) {
     va_list args;
@@ -170,7 +182,10 @@ class CStringT : public CSimpleStringT<BaseType> {
   friend bool operator==(const CStringT& a, const CStringT& b) noexcept {
     return a.GetLength() == b.GetLength() && StringTraits::Compare(a, b) == 0;
   }
-  friend bool operator==(const CStringT& a, PCXSTR b) { return a.Compare(b) == 0; }
+  friend bool operator==(const CStringT& a, PCXSTR b) {
+    ATLENSURE_THROW(b != nullptr, E_INVALIDARG);
+    return StringTraits::Compare(a, b) == 0;
+  }
 
  private:
   /// Ends an argument list also when formatting throws.

@@ -1,44 +1,29 @@
 #pragma once
 
-// The registrar, linked into the module: it does not depend on the system's copy of the library.
+// The registrar. It is part of the module and does not need the system's ATL library.
 
-#include <atlexcept.h>
+#include <memory>
 
-#include "detail/exception_boundary.h"
-#include "detail/per_user_registration.h"
-#include "detail/registrar_parser.h"
-#include "detail/registrar_source.h"
 #include "detail/registrar_writer.h"
 
 namespace ATL {
 
-/// The part of a registrar that the module needs to hand out replacements.
-struct IRegistrarBase : public IUnknown {
+/// The part of a registrar that modules see.
+struct IRegistrarBase {
   virtual HRESULT STDMETHODCALLTYPE AddReplacement(LPCOLESTR Key, LPCOLESTR item) = 0;
-  virtual HRESULT STDMETHODCALLTYPE ClearReplacements() = 0;
+
+ protected:
+  ~IRegistrarBase() = default;
 };
 
-/// Runs registry scripts (.rgs). Registering writes what the script says, unregistering takes it
-/// back. A script is read to its end first: a mistake in it, or a %NAME% without replacement, gives
-/// DISP_E_EXCEPTION and changes nothing. A failure of the registry gives its Win32 code.
-///
-/// Lives on the stack of its user: reference counts mean nothing to it. One thread at a time.
-class CRegObject : public IRegistrarBase {
+/// Runs registry scripts (.rgs): registering writes the keys and values of the script, and
+/// unregistering removes the keys. Returns DISP_E_EXCEPTION, and changes nothing, for an error in
+/// the script or a %NAME% without replacement; the HRESULT of the Win32 code when a registry
+/// function fails. For one thread.
+class CRegObject final : public IRegistrarBase {
  public:
-  virtual ~CRegObject() = default;
-
-  STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override {
-    if (ppv == nullptr) {
-      return E_POINTER;
-    }
-    *ppv = ::IsEqualIID(iid, IID_IUnknown) ? static_cast<IUnknown*>(this) : nullptr;
-    return *ppv != nullptr ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHOD_(ULONG, AddRef)() override { return 1; }
-  STDMETHOD_(ULONG, Release)() override { return 1; }
-
-  /// `item` stands for %Key% in the scripts run from now on; a second one for a key replaces the
-  /// first. Single quotes in `item` must be doubled where the script has the token in quotes.
+  /// Replaces %Key% by `item`; a later call for the same key, in any case, replaces an earlier one.
+  /// A single quote in `item` must be doubled where the script has the token in quotes.
   STDMETHOD(AddReplacement)(LPCOLESTR Key, LPCOLESTR item) override {
     if (Key == nullptr || item == nullptr) {
       return E_INVALIDARG;
@@ -48,12 +33,8 @@ class CRegObject : public IRegistrarBase {
       return S_OK;
     });
   }
-  STDMETHOD(ClearReplacements)() override {
-    m_replacements.clear();
-    return S_OK;
-  }
 
-  /// Runs the script in a resource of a module, whose code is not run.
+  /// Run the script in a resource of a module.
   HRESULT ResourceRegister(LPCOLESTR resFileName, UINT nID, LPCOLESTR szType) noexcept {
     return RunResource(resFileName, nID, szType, true);
   }
@@ -64,31 +45,48 @@ class CRegObject : public IRegistrarBase {
   HRESULT StringUnregister(LPCOLESTR data) noexcept { return RunString(data, false); }
 
  private:
+  struct Freed {
+    void operator()(HMODULE hModule) const noexcept { ::FreeLibrary(hModule); }
+  };
+  using CLibraryHandle = std::unique_ptr<std::remove_pointer_t<HMODULE>, Freed>;
+
+  HRESULT RunString(LPCOLESTR szScript, bool bRegister) noexcept {
+    if (szScript == nullptr) {
+      return E_INVALIDARG;
+    }
+    return detail::CallGuarded([&] {
+      const std::wstring text = detail::ExpandReplacements(szScript, m_replacements);
+      detail::RunScript(detail::CRegistrarParser(text).Parse(), bRegister);
+      return S_OK;
+    });
+  }
   HRESULT RunResource(LPCOLESTR szModule, UINT nID, LPCOLESTR szType, bool bRegister) noexcept {
     if (szModule == nullptr || szType == nullptr) {
       return E_INVALIDARG;
     }
     return detail::CallGuarded(
-        [&] { return Run(detail::ReadScriptResource(szModule, nID, szType), bRegister); });
-  }
-  HRESULT RunString(LPCOLESTR szScript, bool bRegister) noexcept {
-    if (szScript == nullptr) {
-      return E_INVALIDARG;
-    }
-    return detail::CallGuarded([&] { return Run(szScript, bRegister); });
+        [&] { return RunString(ReadResource(szModule, nID, szType).c_str(), bRegister); });
   }
 
-  HRESULT Run(std::wstring_view source, bool bRegister) {
-    bool bPerUser = false;
-    AtlGetPerUserRegistration(&bPerUser);
-    const std::wstring text = detail::ExpandReplacements(source, m_replacements);
-    const detail::RegistrarScript script = detail::CRegistrarParser(text, bPerUser).Parse();
-    if (bRegister) {
-      detail::WriteScript(script);
-    } else {
-      detail::RemoveScript(script);
+  /// Returns the script, which is text in the ANSI code page. The module is loaded as data only.
+  static std::wstring ReadResource(LPCOLESTR szModule, UINT nID, LPCOLESTR szType) {
+    const CLibraryHandle library(::LoadLibraryExW(szModule, nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    const HRSRC hInfo =
+        library ? ::FindResourceW(library.get(), MAKEINTRESOURCEW(nID), szType) : nullptr;
+    const HGLOBAL hData = hInfo != nullptr ? ::LoadResource(library.get(), hInfo) : nullptr;
+    const void* const data = hData != nullptr ? ::LockResource(hData) : nullptr;
+    if (data == nullptr) {
+      AtlThrowLastWin32();
     }
-    return S_OK;
+    const int size = static_cast<int>(::SizeofResource(library.get(), hInfo));
+    std::wstring text(static_cast<size_t>(size), L'\0');
+    const int length =
+        ::MultiByteToWideChar(CP_ACP, 0, static_cast<const char*>(data), size, text.data(), size);
+    if (length == 0) {
+      AtlThrowLastWin32();
+    }
+    text.resize(static_cast<size_t>(length));
+    return text;
   }
 
   detail::ReplacementMap m_replacements;

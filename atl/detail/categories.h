@@ -1,15 +1,22 @@
 #pragma once
 
-// Component categories of a class: what it implements, and what it requires of its container.
+// Component categories: what a class implements, and what it requires of its container.
 
-#include <string>
+#include <comcat.h>
 
-#include "exception_boundary.h"
-#include "module_types.h"
-#include "per_user_registration.h"
 #include "registrar_writer.h"
 
 namespace ATL {
+
+constexpr int _ATL_CATMAP_ENTRY_END = 0;
+constexpr int _ATL_CATMAP_ENTRY_IMPLEMENTED = 1;
+constexpr int _ATL_CATMAP_ENTRY_REQUIRED = 2;
+
+/// One component category of a class. A table ends with _ATL_CATMAP_ENTRY_END.
+struct _ATL_CATMAP_ENTRY {
+  int iType;
+  const CATID* pcatid;
+};
 
 namespace detail {
 
@@ -19,60 +26,32 @@ inline std::wstring GuidText(REFGUID guid) {
   return text;
 }
 
-/// The keys that say `categories` (one of the two kinds) of a class.
-inline RegistrarKey CategoryKeys(const _ATL_CATMAP_ENTRY* pCatMap, int iType,
-                                 const wchar_t* szName) {
-  RegistrarKey key;
-  key.name = szName;
-  for (; pCatMap->iType != _ATL_CATMAP_ENTRY_END; ++pCatMap) {
-    if (pCatMap->iType == iType) {
-      RegistrarKey category;
-      category.name = GuidText(*pCatMap->pcatid);
-      key.keys.push_back(std::move(category));
-    }
-  }
-  return key;
-}
-
-/// A key of the registry's own layout, which registration passes through and leaves behind.
-inline RegistrarKey PathKey(std::wstring name, RegistrarKey child) {
-  RegistrarKey key;
-  key.name = std::move(name);
-  key.noRemove = true;
-  key.keys.push_back(std::move(child));
-  return key;
-}
-
 }  // namespace detail
 
-/// Writes or removes the categories of a class below its registry key. A null map means a class
-/// without categories. The keys are written directly, so no apartment is needed, and they go where
-/// the rest of the registration goes.
+/// Writes or removes the categories of a class below its registry key; a null map means that it has
+/// none. Writes the keys itself: the system's category manager would need an apartment, and does
+/// not support per-user registration.
 inline HRESULT AtlRegisterClassCategoriesHelper(REFCLSID clsid, const _ATL_CATMAP_ENTRY* pCatMap,
                                                 BOOL bRegister) noexcept {
   if (pCatMap == nullptr) {
     return S_OK;
   }
   return detail::CallGuarded([&] {
-    detail::RegistrarKey keyOfClass;
-    keyOfClass.name = detail::GuidText(clsid);
-    keyOfClass.noRemove = true;
-    for (auto [iType, szName] :
-         {std::pair(_ATL_CATMAP_ENTRY_IMPLEMENTED, L"Implemented Categories"),
-          std::pair(_ATL_CATMAP_ENTRY_REQUIRED, L"Required Categories")}) {
-      detail::RegistrarKey categories = detail::CategoryKeys(pCatMap, iType, szName);
-      if (!categories.keys.empty()) {
-        keyOfClass.keys.push_back(std::move(categories));
+    detail::RegistrarKey implemented{L"Implemented Categories", false, false, {}, {}};
+    detail::RegistrarKey required{L"Required Categories", false, false, {}, {}};
+    for (; pCatMap->iType != _ATL_CATMAP_ENTRY_END; ++pCatMap) {
+      (pCatMap->iType == _ATL_CATMAP_ENTRY_REQUIRED ? required : implemented)
+          .keys.push_back({detail::GuidText(*pCatMap->pcatid), false, false, {}, {}});
+    }
+    detail::RegistrarKey keyOfClass{detail::GuidText(clsid), true, false, {}, {}};
+    for (detail::RegistrarKey* const kind : {&implemented, &required}) {
+      if (!kind->keys.empty()) {
+        keyOfClass.keys.push_back(std::move(*kind));
       }
     }
-    detail::RegistrarRoot root{HKEY_CLASSES_ROOT, {}};
-    root.top = detail::PathKey({}, detail::PathKey(L"CLSID", std::move(keyOfClass)));
-    bool bPerUser = false;
-    AtlGetPerUserRegistration(&bPerUser);
-    if (bPerUser) {
-      root = detail::InUserClasses(std::move(root.top));
-    }
-    bRegister ? detail::WriteScript({root}) : detail::RemoveScript({root});
+    detail::RunScript({detail::ClassesRoot(
+                          detail::PathKey({}, detail::PathKey(L"CLSID", std::move(keyOfClass))))},
+                      bRegister != FALSE);
     return S_OK;
   });
 }

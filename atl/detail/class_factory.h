@@ -1,13 +1,11 @@
 #pragma once
 
+#include "com_module.h"
 #include "com_object.h"
-#include "creators.h"
-#include "object_root.h"
 
 namespace ATL {
 
-/// The class factory of every class that does not bring one of its own. Made with the class's
-/// creator by SetVoid.
+/// The class factory of every class. SetVoid receives the creator of the class.
 class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComMultiThreadModel> {
  public:
   virtual ~CComClassFactory() = default;
@@ -22,24 +20,30 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComMulti
       return E_POINTER;
     }
     *ppvObj = nullptr;
-    // Whoever takes an object in needs its own IUnknown: any other pointer would not own it.
+    // The outer object must get the inner IUnknown: no other interface would own the object.
     if (pUnkOuter != nullptr && !InlineIsEqualUnknown(riid)) {
       return CLASS_E_NOAGGREGATION;
     }
     return m_pfnCreateInstance(pUnkOuter, riid, ppvObj);
   }
   STDMETHOD(LockServer)(BOOL fLock) override {
-    if (fLock) {
-      detail::LockModule();
-    } else {
-      detail::UnlockModule();
-    }
+    fLock ? detail::LockModule() : detail::UnlockModule();
     return S_OK;
   }
 
   void SetVoid(void* pv) { m_pfnCreateInstance = reinterpret_cast<_ATL_CREATORFUNC*>(pv); }
 
   _ATL_CREATORFUNC* m_pfnCreateInstance = nullptr;
+};
+
+/// Base of a class that clients can create under *pclsid, standalone or aggregated.
+template <class T, const CLSID* pclsid>
+class CComCoClass {
+ public:
+  using _ClassFactoryCreatorClass = CComCreator<CComObjectCached<CComClassFactory>>;
+  using _CreatorClass = CComCreator2<CComCreator<CComObject<T>>, CComCreator<CComAggObject<T>>>;
+
+  static const CLSID& WINAPI GetObjectCLSID() { return *pclsid; }
 };
 
 }  // namespace ATL

@@ -1,13 +1,14 @@
 #pragma once
 
-// COM maps: the table from which a class answers QueryInterface.
+// COM maps: the tables by which classes implement QueryInterface.
 
-#include "module_types.h"
+#include <atlexcept.h>
 
 namespace ATL {
 
-/// One way to answer QueryInterface. A null piid makes an entry that is asked for every interface.
-/// A table ends with a null pFunc.
+using _ATL_CREATORARGFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv, DWORD_PTR dw);
+
+/// An entry for the interface *piid; null means every interface. A table ends with a null pFunc.
 struct _ATL_INTMAP_ENTRY {
   const IID* piid;
   DWORD_PTR dw;
@@ -20,23 +21,22 @@ struct _ATL_CHAINDATA {
   const _ATL_INTMAP_ENTRY*(WINAPI* pFunc)();
 };
 
-/// In place of a function: the interface is the base class `dw` bytes into the object.
+/// In place of a function: the interface is `dw` bytes into the object.
 #define _ATL_SIMPLEMAPENTRY (reinterpret_cast<ATL::_ATL_CREATORARGFUNC*>(1))
 
-// Any address but null, which static_cast leaves as it is. Suitably aligned for every class.
+// Any address that is aligned for every class, but not null, which static_cast does not change.
 #define _ATL_PACKING 0x1000
 /// Distance of the base class from the start of an object of the derived class.
 #define offsetofclass(base, derived)                                                           \
   (reinterpret_cast<DWORD_PTR>(static_cast<base*>(reinterpret_cast<derived*>(_ATL_PACKING))) - \
    _ATL_PACKING)
 
-/// Whether this is IUnknown's identifier.
 inline BOOL WINAPI InlineIsEqualUnknown(REFGUID rguid) noexcept {
   return ::IsEqualGUID(rguid, IID_IUnknown);
 }
 
-/// Answers QueryInterface for the object at `pThis` from its COM map, which begins with a simple
-/// entry: that is the object's identity.
+/// Implements QueryInterface for the object at `pThis` by its COM map, whose first entry is a
+/// simple one: its interface is also the object's IUnknown.
 inline HRESULT WINAPI AtlInternalQueryInterface(void* pThis, const _ATL_INTMAP_ENTRY* pEntries,
                                                 REFIID iid, void** ppvObject) {
   ATLASSERT(pThis != nullptr);
@@ -77,8 +77,8 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
 }  // namespace detail
 }  // namespace ATL
 
-// IUnknown's methods come from the class that is instantiated (CComObject and its like): an
-// implementation class that names some overrides and not these is meant that way.
+// CComObject and the similar classes implement IUnknown's methods, declared here without
+// "override".
 #ifdef __clang__
 #define _ATL_BEGIN_UNMARKED_OVERRIDES \
   _Pragma("clang diagnostic push")    \
@@ -118,9 +118,9 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
 
 /// Interface x, a base class.
 #define COM_INTERFACE_ENTRY(x) {&__uuidof(x), offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
-/// Base class x under another identifier: for base interfaces of x.
+/// Base class x under another identifier.
 #define COM_INTERFACE_ENTRY_IID(iid, x) {&iid, offsetofclass(x, _ComMapClass), _ATL_SIMPLEMAPENTRY},
-/// Interface x, which several base classes have: the one of base class x2.
+/// Interface x of base class x2, where several base classes have x.
 #define COM_INTERFACE_ENTRY2(x, x2)                                                        \
   {&__uuidof(x),                                                                           \
    reinterpret_cast<DWORD_PTR>(                                                            \

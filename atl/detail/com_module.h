@@ -2,54 +2,80 @@
 
 #include <atlcore.h>
 
+#include <atomic>
+
 #include "categories.h"
-#include "object_map.h"
 #include "type_library.h"
 
 namespace ATL {
 
-/// The state of a module as a COM server.
-struct _ATL_COM_MODULE {
-  UINT cbSize;  // 0: not initialised, or ended
-  HINSTANCE m_hInstTypeLib;
-  /// Held while a class factory is made.
-  CComCriticalSection m_csObjMap;
+using _ATL_CREATORFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv);
+using _ATL_CATMAPFUNC = const _ATL_CATMAP_ENTRY*();
+
+/// The class factory of a class, created by the first request. Written with the lock of the object
+/// map held and read without it. Holds one reference.
+struct _ATL_OBJMAP_CACHE {
+  std::atomic<IUnknown*> pCF;
+};
+
+/// One class of the module.
+struct _ATL_OBJMAP_ENTRY_EX {
+  const CLSID* pclsid;
+  HRESULT(WINAPI* pfnUpdateRegistry)(BOOL bRegister);
+  _ATL_CREATORFUNC* pfnGetClassObject;
+  _ATL_CREATORFUNC* pfnCreateInstance;
+  _ATL_OBJMAP_CACHE* pCache;
+  _ATL_CATMAPFUNC* pfnGetCategoryMap;
 };
 
 namespace detail {
 
-/// The factory in the entry's cache, made if it is not there yet. Owned by the cache. Any thread.
-inline HRESULT CachedClassFactory(_ATL_COM_MODULE& module, const _ATL_OBJMAP_ENTRY_EX& entry,
-                                  IUnknown** ppFactory) {
-  std::atomic<IUnknown*>& cached = entry.pCache->pCF;
-  HRESULT hr = S_OK;
-  if (cached == nullptr) {
-    CComCritSecLock<CComCriticalSection> lock(module.m_csObjMap);
-    // Another thread may have made it while this one waited.
-    if (cached == nullptr) {
-      void* pFactory = nullptr;
-      hr = entry.pfnGetClassObject(reinterpret_cast<void*>(entry.pfnCreateInstance), IID_IUnknown,
-                                   &pFactory);
-      if (SUCCEEDED(hr)) {
-        cached = static_cast<IUnknown*>(pFactory);
+/// An entry of the object map, which has the order of definition within a source file and of
+/// linking between files. Has no destructor: the factories are released later than the static
+/// objects of other files.
+class CObjectMapNode {
+ public:
+  explicit CObjectMapNode(const _ATL_OBJMAP_ENTRY_EX& entry) noexcept : m_entry(entry) {
+    (s_pLast != nullptr ? s_pLast->m_pNext : s_pFirst) = this;
+    s_pLast = this;
+  }
+  CObjectMapNode(const CObjectMapNode&) = delete;
+  CObjectMapNode& operator=(const CObjectMapNode&) = delete;
+
+  /// Calls `f` for each entry until it fails, and returns the failure.
+  template <class F>
+  static HRESULT ForEach(F f) {
+    for (auto* pNode = s_pFirst; pNode != nullptr; pNode = pNode->m_pNext) {
+      if (const HRESULT hr = f(pNode->m_entry); FAILED(hr)) {
+        return hr;
       }
     }
+    return S_OK;
   }
-  *ppFactory = cached;
-  return hr;
-}
+  static const _ATL_OBJMAP_ENTRY_EX* Find(REFCLSID clsid) noexcept {
+    auto* pNode = s_pFirst;
+    while (pNode != nullptr && !::IsEqualCLSID(clsid, *pNode->m_entry.pclsid)) {
+      pNode = pNode->m_pNext;
+    }
+    return pNode != nullptr ? &pNode->m_entry : nullptr;
+  }
+
+ private:
+  // Initialised at compile time: nodes of any file may be constructed first.
+  static inline constinit CObjectMapNode* s_pFirst = nullptr;
+  static inline constinit CObjectMapNode* s_pLast = nullptr;
+
+  const _ATL_OBJMAP_ENTRY_EX& m_entry;
+  CObjectMapNode* m_pNext = nullptr;
+};
 
 }  // namespace detail
 
-/// The module as a COM server: its object map, its class factories, its registration.
-class CAtlComModule : public _ATL_COM_MODULE {
+/// The module as a COM server: its class factories and its registration.
+class CAtlComModule {
  public:
-  CAtlComModule() noexcept {
-    cbSize = 0;
-    m_hInstTypeLib = _AtlBaseModule.GetModuleInstance();
-    if (SUCCEEDED(m_csObjMap.Init())) {
-      cbSize = sizeof(_ATL_COM_MODULE);
-    } else {
+  CAtlComModule() noexcept : m_bInitialized(SUCCEEDED(m_csObjMap.Init())) {
+    if (!m_bInitialized) {
       CAtlBaseModule::m_bInitFailed = true;
     }
   }
@@ -57,76 +83,102 @@ class CAtlComModule : public _ATL_COM_MODULE {
   CAtlComModule& operator=(const CAtlComModule&) = delete;
   ~CAtlComModule() { Term(); }
 
-  /// Releases the class factories. From here on there is no class to be had.
+  /// Releases the class factories; GetClassObject then returns E_UNEXPECTED.
   void Term() noexcept {
-    if (cbSize == 0) {
+    if (!m_bInitialized) {
       return;
     }
-    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-      if (IUnknown* const pFactory = pNode->Entry().pCache->pCF.exchange(nullptr)) {
+    detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
+      if (IUnknown* const pFactory = entry.pCache->pCF.exchange(nullptr)) {
         pFactory->Release();
       }
-    }
+      return S_OK;
+    });
     m_csObjMap.Term();
-    cbSize = 0;
+    m_bInitialized = false;
   }
 
-  /// What DllGetClassObject does.
+  /// Implements DllGetClassObject. Any thread.
   HRESULT GetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
     if (ppv == nullptr) {
       return E_POINTER;
     }
     *ppv = nullptr;
-    if (cbSize == 0) {
+    if (!m_bInitialized) {
       return E_UNEXPECTED;
     }
-    HRESULT hr = S_OK;
-    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-      if (::IsEqualCLSID(rclsid, *entry.pclsid)) {
-        hr = detail::CallGuarded([&]() -> HRESULT {
-          IUnknown* pFactory = nullptr;
-          const HRESULT hrFactory = detail::CachedClassFactory(*this, entry, &pFactory);
-          return pFactory != nullptr ? pFactory->QueryInterface(riid, ppv) : hrFactory;
-        });
-        break;
-      }
-    }
+    const auto* const pEntry = detail::CObjectMapNode::Find(rclsid);
+    const HRESULT hr = detail::CallGuarded([&]() -> HRESULT {
+      IUnknown* pFactory = nullptr;
+      const HRESULT hrFactory = pEntry != nullptr ? CachedClassFactory(*pEntry, &pFactory) : S_OK;
+      return pFactory != nullptr ? pFactory->QueryInterface(riid, ppv) : hrFactory;
+    });
     return *ppv == nullptr && SUCCEEDED(hr) ? CLASS_E_CLASSNOTAVAILABLE : hr;
   }
 
-  /// Registers the module's classes, and the type library if that is asked for. Stops at the first
-  /// failure and returns it.
+  /// Registers the classes, and the type library if bRegTypeLib. Returns the first failure, after
+  /// which nothing else is registered.
   HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
-    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-      HRESULT hr = entry.pfnUpdateRegistry(TRUE);
-      if (SUCCEEDED(hr)) {
-        hr = AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), TRUE);
-      }
-      if (FAILED(hr)) {
-        return hr;
-      }
-    }
-    return bRegTypeLib ? AtlRegisterTypeLib(m_hInstTypeLib, nullptr) : S_OK;
+    const HRESULT hr = detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
+      const HRESULT hrClass = entry.pfnUpdateRegistry(TRUE);
+      return FAILED(hrClass) ? hrClass : UpdateCategories(entry, TRUE);
+    });
+    return FAILED(hr) || !bRegTypeLib ? hr : AtlRegisterTypeLib(m_hInstTypeLib, nullptr);
   }
-  /// Takes back what RegisterServer wrote, with the same rule for failures.
+  /// Removes what RegisterServer has written. Returns the first failure, as that.
   HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
-    for (auto* pNode = detail::CObjectMapNode::First(); pNode != nullptr; pNode = pNode->Next()) {
-      const _ATL_OBJMAP_ENTRY_EX& entry = pNode->Entry();
-      HRESULT hr =
-          AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), FALSE);
-      if (SUCCEEDED(hr)) {
-        hr = entry.pfnUpdateRegistry(FALSE);
-      }
-      if (FAILED(hr)) {
-        return hr;
+    const HRESULT hr = detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
+      const HRESULT hrClass = UpdateCategories(entry, FALSE);
+      return FAILED(hrClass) ? hrClass : entry.pfnUpdateRegistry(FALSE);
+    });
+    return FAILED(hr) || !bUnRegTypeLib ? hr : AtlUnRegisterTypeLib(m_hInstTypeLib, nullptr);
+  }
+
+  const HINSTANCE m_hInstTypeLib = _AtlBaseModule.GetModuleInstance();
+  /// Held while a class factory is created.
+  CComCriticalSection m_csObjMap;
+
+ private:
+  static HRESULT UpdateCategories(const _ATL_OBJMAP_ENTRY_EX& entry, BOOL bRegister) noexcept {
+    return AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), bRegister);
+  }
+
+  /// Returns the cached factory, which the cache owns; creates it first if needed.
+  HRESULT CachedClassFactory(const _ATL_OBJMAP_ENTRY_EX& entry, IUnknown** ppFactory) {
+    std::atomic<IUnknown*>& cached = entry.pCache->pCF;
+    HRESULT hr = S_OK;
+    if (cached == nullptr) {
+      const CComCritSecLock<CComCriticalSection> lock(m_csObjMap);
+      // Another thread may have created it while this one waited.
+      if (cached == nullptr) {
+        void* pFactory = nullptr;
+        hr = entry.pfnGetClassObject(reinterpret_cast<void*>(entry.pfnCreateInstance), IID_IUnknown,
+                                     &pFactory);
+        if (SUCCEEDED(hr)) {
+          cached = static_cast<IUnknown*>(pFactory);
+        }
       }
     }
-    return bUnRegTypeLib ? AtlUnRegisterTypeLib(m_hInstTypeLib, nullptr) : S_OK;
+    *ppFactory = cached;
+    return hr;
   }
+
+  bool m_bInitialized;
 };
 
 inline CAtlComModule _AtlComModule;
 
 }  // namespace ATL
+
+/// At file scope: adds `class` to the object map under `clsid`, so that the module registers it and
+/// clients can create it.
+#define OBJECT_ENTRY_AUTO(clsid, class)                         \
+  static ATL::_ATL_OBJMAP_CACHE __objCache_##class = {nullptr}; \
+  static const ATL::_ATL_OBJMAP_ENTRY_EX __objMap_##class = {   \
+      &clsid,                                                   \
+      class ::UpdateRegistry,                                   \
+      class ::_ClassFactoryCreatorClass::CreateInstance,        \
+      class ::_CreatorClass::CreateInstance,                    \
+      &__objCache_##class,                                      \
+      class ::GetCategoryMap};                                  \
+  static ATL::detail::CObjectMapNode __objNode_##class(__objMap_##class);

@@ -1,9 +1,10 @@
 #pragma once
 
-// The classes that make a COM class concrete: they add the methods of IUnknown to it. `Base` is
-// the implementation class with its COM map.
+// The classes that complete a COM class `Base`, which has a COM map: they add the methods of
+// IUnknown. And the creators, which the object map has a function of.
 
-#include "creators.h"
+#include <memory>
+
 #include "module.h"
 #include "object_root.h"
 
@@ -11,8 +12,8 @@ namespace ATL {
 
 namespace detail {
 
-/// Keeps the module loaded for a scope. An object's destructor gives up the object's lock before
-/// its members have gone, and their code is in this module.
+/// Keeps the module loaded for its scope. The destructor of an object releases the object's lock
+/// before it destroys the members, and their code is in this module.
 class CModuleLockScope {
  public:
   CModuleLockScope() noexcept { LockModule(); }
@@ -21,14 +22,55 @@ class CModuleLockScope {
   ~CModuleLockScope() { UnlockModule(); }
 };
 
+/// Calls FinalConstruct of a new object, which the caller must delete when the result is not S_OK.
+template <class T>
+HRESULT FinishConstruction(T& object, void* pv) {
+  object.SetVoid(pv);
+  object.InternalFinalConstructAddRef();
+  const HRESULT hr = object.FinalConstruct();
+  object.InternalFinalConstructRelease();
+  return FAILED(hr) ? hr : S_OK;
+}
+
 }  // namespace detail
 
-/// An object of its own on the heap. Holds a module lock.
+/// Creates a T1 and queries it for an interface. Deletes the object when that fails.
+template <class T1>
+class CComCreator {
+ public:
+  static HRESULT WINAPI CreateInstance(void* pv, REFIID riid, LPVOID* ppv) noexcept {
+    if (ppv == nullptr) {
+      return E_POINTER;
+    }
+    *ppv = nullptr;
+    return detail::CallGuarded([&] {
+      auto pObject = std::make_unique<T1>(pv);
+      HRESULT hr = detail::FinishConstruction(*pObject, pv);
+      if (hr == S_OK) {
+        hr = pObject->QueryInterface(riid, ppv);
+      }
+      if (hr == S_OK) {
+        pObject.release();  // its references own it now
+      }
+      return hr;
+    });
+  }
+};
+
+/// T1 creates standalone objects, T2 aggregated ones.
+template <class T1, class T2>
+class CComCreator2 {
+ public:
+  static HRESULT WINAPI CreateInstance(void* pv, REFIID riid, LPVOID* ppv) noexcept {
+    return pv == nullptr ? T1::CreateInstance(nullptr, riid, ppv)
+                         : T2::CreateInstance(pv, riid, ppv);
+  }
+};
+
+/// A standalone object on the heap. Holds a module lock.
 template <class Base>
 class CComObject : public Base {
  public:
-  using _BaseClass = Base;
-
   explicit CComObject(void* = nullptr) { detail::LockModule(); }
   virtual ~CComObject() {
     this->m_dwRef = detail::kRefCountInDestructor;
@@ -49,7 +91,7 @@ class CComObject : public Base {
     return this->_InternalQueryInterface(iid, ppvObject);
   }
 
-  /// Makes an object with no references yet: AddRef it before anything else.
+  /// Creates an object with a reference count of 0: call its AddRef first.
   static HRESULT WINAPI CreateInstance(CComObject<Base>** pp) noexcept {
     if (pp == nullptr) {
       return E_POINTER;
@@ -66,13 +108,11 @@ class CComObject : public Base {
   }
 };
 
-/// An object that a cache of the module refers to once: it holds a module lock only while somebody
-/// else has references too.
+/// An object to which a cache of the module has a reference. Holds a module lock while there are
+/// references besides that one.
 template <class Base>
 class CComObjectCached : public Base {
  public:
-  using _BaseClass = Base;
-
   explicit CComObjectCached(void* = nullptr) {}
   virtual ~CComObjectCached() {
     this->m_dwRef = detail::kRefCountInDestructor;
@@ -100,29 +140,25 @@ class CComObjectCached : public Base {
   }
 };
 
-/// The part of an aggregated object that has its interfaces: IUnknown's methods there are the outer
-/// object's.
+/// The part of an aggregated object that implements its interfaces: their IUnknown methods call the
+/// outer object.
 template <class Base>
 class CComContainedObject : public Base {
  public:
-  using _BaseClass = Base;
-
   explicit CComContainedObject(void* pv) { this->m_pOuterUnknown = static_cast<IUnknown*>(pv); }
 
-  STDMETHOD_(ULONG, AddRef)() override { return this->OuterAddRef(); }
-  STDMETHOD_(ULONG, Release)() override { return this->OuterRelease(); }
+  STDMETHOD_(ULONG, AddRef)() override { return this->m_pOuterUnknown->AddRef(); }
+  STDMETHOD_(ULONG, Release)() override { return this->m_pOuterUnknown->Release(); }
   STDMETHOD(QueryInterface)(REFIID iid, void** ppvObject) override {
-    return this->OuterQueryInterface(iid, ppvObject);
+    return this->m_pOuterUnknown->QueryInterface(iid, ppvObject);
   }
 };
 
-/// An object inside another one, which is the only one that sees this object's own IUnknown: by
-/// that it owns the contained part, which has a count of its own. Holds a module lock.
+/// The other part: the IUnknown that only the outer object has, with a reference count of its own.
+/// Holds a module lock.
 template <class contained>
 class CComAggObject : public IUnknown, public CComObjectRootEx<typename contained::_ThreadModel> {
  public:
-  using _BaseClass = contained;
-
   /// pv: the outer object's IUnknown.
   explicit CComAggObject(void* pv) : m_contained(pv) { detail::LockModule(); }
   CComAggObject(const CComAggObject&) = delete;
@@ -135,7 +171,7 @@ class CComAggObject : public IUnknown, public CComObjectRootEx<typename containe
 
   HRESULT FinalConstruct() { return m_contained.FinalConstruct(); }
   void FinalRelease() { m_contained.FinalRelease(); }
-  // A contained part that protects its construction does so by this object's count.
+  // The same for each class, with DECLARE_PROTECT_FINAL_CONSTRUCT or without.
   void InternalFinalConstructAddRef() { this->InternalAddRef(); }
   void InternalFinalConstructRelease() { this->InternalRelease(); }
 

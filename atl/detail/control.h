@@ -2,20 +2,19 @@
 
 #include "control_activation.h"
 #include "control_base.h"
-#include "control_drawing.h"
-#include "control_focus.h"
+#include "control_window.h"
 
 namespace ATL {
 
-/// Base of an ActiveX control T: its state, its window (WinBase) and the window's messages. The
-/// interfaces of a control are separate base classes of T.
+/// Base class of an ActiveX control T: its state, its window and the window's messages. The
+/// interfaces of the control are further base classes of T.
 template <class T, class WinBase = CWindowImpl<T>>
 class ATL_NO_VTABLE CComControl : public CComControlBase, public WinBase {
  public:
   CComControl() noexcept : CComControlBase(WinBase::m_hWnd) {}
   CComControl(const CComControl&) = delete;
   CComControl& operator=(const CComControl&) = delete;
-  /// A container may drop a control without closing it.
+  /// A container may release a control without closing it.
   ~CComControl() override {
     LeaveContainer();
     if (this->m_hWnd != nullptr) {
@@ -26,7 +25,6 @@ class ATL_NO_VTABLE CComControl : public CComControlBase, public WinBase {
   HRESULT ControlQueryInterface(const IID& iid, void** ppv) override {
     return static_cast<T*>(this)->_InternalQueryInterface(iid, ppv);
   }
-  /// A child of the container's window, with the style of WinBase.
   HWND CreateControlWindow(HWND hWndParent, RECT& rcPos) override {
     return static_cast<T*>(this)->Create(hWndParent, rcPos);
   }
@@ -43,11 +41,9 @@ class ATL_NO_VTABLE CComControl : public CComControlBase, public WinBase {
 
 }  // namespace ATL
 
-// In a control's class: what it tells its container about itself.
-
-/// OLEMISC_ flags
+/// In a control's class: its OLEMISC_ flags.
 #define DECLARE_OLEMISC_STATUS(status) \
   static DWORD _GetMiscStatus() noexcept { return status; }
-/// VIEWSTATUS_ flags
+/// In a control's class: its VIEWSTATUS_ flags.
 #define DECLARE_VIEW_STATUS(status) \
   static DWORD _GetViewStatus() noexcept { return status; }

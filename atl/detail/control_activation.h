@@ -1,8 +1,8 @@
 #pragma once
 
-// How a control becomes active in place, and inactive again. Each call to the container may call
-// back, up to activating, deactivating or closing the control: state is looked at again after it.
-// The caller holds the control, and the site is held for the time of a call to it.
+// Activation and deactivation in place. The container may activate, deactivate or close the control
+// in each call to it, so that the state is read again after the call. The caller holds a reference
+// to the control; the functions hold the site during a call to it.
 
 #include <initializer_list>
 
@@ -10,7 +10,7 @@
 
 namespace ATL {
 
-/// Where in the container the control is, as its site tells.
+/// The control's position in the container and the windows around it, as the site returns them.
 class CComControlBase::CWindowContext {
  public:
   explicit CWindowContext(IOleInPlaceSiteEx* pSite) {
@@ -22,8 +22,8 @@ class CComControlBase::CWindowContext {
   CWindowContext& operator=(const CWindowContext&) = delete;
   ~CWindowContext() = default;
 
-  /// Tells the frame and the document window, if they are there, who gets the keys. A control
-  /// brings no tools of its own, which a space at their borders would be for.
+  /// Sets the active object of the frame and of the document window, if they exist. A control needs
+  /// no border space.
   void SetActiveObject(IOleInPlaceActiveObject* pActiveObject) const {
     for (IOleInPlaceUIWindow* const pWindow :
          {static_cast<IOleInPlaceUIWindow*>(m_pFrame.p), m_pDoc.p}) {
@@ -43,25 +43,7 @@ class CComControlBase::CWindowContext {
   RECT m_rcClip = {};
 };
 
-inline void CComControlBase::SetControlSite(IOleClientSite* pClientSite) {
-  m_spClientSite = pClientSite;
-  m_spAmbientDispatch = static_cast<IUnknown*>(pClientSite);
-  if (!m_bInPlaceActive) {
-    // It is the old site's.
-    m_spInPlaceSite.Release();
-    m_bInPlaceSiteEx = FALSE;
-  }
-}
-
-inline void CComControlBase::LeaveContainer() {
-  m_bUIActive = FALSE;
-  m_bInPlaceActive = FALSE;
-  m_spInPlaceSite.Release();
-  m_spAmbientDispatch.Release();
-  m_spClientSite.Release();
-}
-
-/// Finds the most capable interface of the site.
+/// Queries the site for IOleInPlaceSiteEx, or else for IOleInPlaceSite.
 inline HRESULT CComControlBase::NegotiateSite() {
   if (m_spInPlaceSite != nullptr) {
     return S_OK;
@@ -71,7 +53,7 @@ inline HRESULT CComControlBase::NegotiateSite() {
   return m_bInPlaceSiteEx ? S_OK : InternalGetSite(__uuidof(IOleInPlaceSite), ppSite);
 }
 
-/// Tells the container that the control becomes active; the control's window comes after that.
+/// Reports the activation to the container. The control's window is created after that.
 inline HRESULT CComControlBase::EnterInPlaceState(IOleInPlaceSiteEx* pSite) {
   HRESULT hr = pSite->CanInPlaceActivate();
   if (hr != S_OK || m_spInPlaceSite == nullptr) {
@@ -151,7 +133,7 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
 
 inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
                                            const CWindowContext& context) {
-  // Refusing is for sites that know the question; the others have answered it by activating.
+  // Only an extended site can refuse.
   if (m_bInPlaceSiteEx && pSite->RequestUIActivate() == S_FALSE) {
     pSite->OnUIDeactivate(FALSE);
     return E_FAIL;
@@ -159,7 +141,7 @@ inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
   if (m_bUIActive) {
     return S_OK;
   }
-  // Set first: the focus that comes below activates, too.
+  // Set first, because WM_SETFOCUS activates too.
   m_bUIActive = TRUE;
   HRESULT hr = pSite->OnUIActivate();
   if (FAILED(hr)) {
@@ -169,7 +151,10 @@ inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
   if (!m_bUIActive) {
     return S_OK;
   }
-  SetControlFocus(TRUE);
+  const HWND hWndFocus = ::GetFocus();
+  if (m_hWndCD != nullptr && hWndFocus != m_hWndCD && !::IsChild(m_hWndCD, hWndFocus)) {
+    ::SetFocus(m_hWndCD);
+  }
   CComPtr<IOleInPlaceActiveObject> pActiveObject;
   hr = ControlQueryInterface(__uuidof(IOleInPlaceActiveObject),
                              reinterpret_cast<void**>(&pActiveObject));
@@ -225,7 +210,7 @@ inline HRESULT CComControlBase::SetControlRects(LPCRECT prcPos, LPCRECT prcClip)
   RECT rcVisible;
   ::IntersectRect(&rcVisible, prcPos, prcClip);
   if (!::EqualRect(&rcVisible, prcPos)) {
-    // A region is in the window's own coordinates, and belongs to the window.
+    // A region is in window coordinates. SetWindowRgn takes ownership of it when it succeeds.
     ::OffsetRect(&rcVisible, -prcPos->left, -prcPos->top);
     const HRGN hRgn = ::CreateRectRgnIndirect(&rcVisible);
     if (hRgn != nullptr && ::SetWindowRgn(m_hWndCD, hRgn, TRUE)) {
@@ -240,14 +225,6 @@ inline HRESULT CComControlBase::SetControlRects(LPCRECT prcPos, LPCRECT prcClip)
   ::SetWindowPos(m_hWndCD, nullptr, prcPos->left, prcPos->top, prcPos->right - prcPos->left,
                  prcPos->bottom - prcPos->top, SWP_NOZORDER | SWP_NOACTIVATE);
   return S_OK;
-}
-
-inline HRESULT CComControlBase::GetControlWindow(HWND* phwnd) const noexcept {
-  if (phwnd == nullptr) {
-    return E_POINTER;
-  }
-  *phwnd = m_hWndCD;
-  return m_hWndCD == nullptr ? E_FAIL : S_OK;
 }
 
 }  // namespace ATL

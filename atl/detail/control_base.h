@@ -1,74 +1,145 @@
 #pragma once
 
-// The state of an ActiveX control, and what does not depend on its class: activation in place
-// (control_activation.h), focus (control_focus.h), drawing (control_drawing.h) and notifications to
-// the container.
+// The part of an ActiveX control that does not depend on its class. Activation is in
+// control_activation.h, focus and drawing in control_window.h.
 
 #include <atlcomcli.h>
 #include <atlwin.h>
 #include <olectl.h>
 
-#include "draw_info.h"
-#include "himetric.h"
+/// A request to draw a control.
+struct ATL_DRAWINFO {
+  HDC hdcDraw;
+  LPCRECTL prcBounds;  // where to draw, in units of hdcDraw
+};
 
 namespace ATL {
 
-/// Members are public, as the Impl classes of a control's interfaces work on them. All belong to
-/// the control's thread. Sizes are in hundredths of a millimetre, rectangles in pixels.
+/// Members are public for the Impl classes of the control's interfaces. For the control's thread.
+/// Sizes are in hundredths of a millimetre, rectangles in pixels.
 class ATL_NO_VTABLE CComControlBase {
  public:
-  /// h: the member that will hold the control's window.
+  /// h: the member for the control's window.
   explicit CComControlBase(HWND& h) noexcept : m_hWndCD(h) {}
   CComControlBase(const CComControlBase&) = delete;
   CComControlBase& operator=(const CComControlBase&) = delete;
   virtual ~CComControlBase() = default;
 
-  // What the control's class decides.
   virtual HRESULT ControlQueryInterface(const IID& iid, void** ppv) = 0;
   virtual HWND CreateControlWindow(HWND hWndParent, RECT& rcPos) = 0;
   /// Draws the control into di.prcBounds.
   virtual HRESULT OnDraw(ATL_DRAWINFO& /*di*/) { return S_OK; }
-  /// Prepares the device context for OnDraw: pixels, with the origin in the upper left corner.
+  /// Calls OnDraw with a device context whose units are pixels and whose origin is the upper left
+  /// corner, except a metafile's, and restores it.
   inline virtual HRESULT OnDrawAdvanced(ATL_DRAWINFO& di);
 
-  // Whether there is something to save.
   void SetDirty(BOOL bDirty) noexcept { m_bRequiresSave = bDirty != FALSE; }
 
   // The site in the container
-  /// Replaces the site, also by none. Keeps the site in place as long as the control is active.
-  inline void SetControlSite(IOleClientSite* pClientSite);
-  /// Forgets the container without a call to it: the control is being destroyed.
-  inline void LeaveContainer();
-  /// Asks the site for an interface.
-  inline HRESULT InternalGetSite(REFIID riid, void** ppUnkSite);
-  inline HRESULT GetAmbientProperty(DISPID dispid, VARIANT& var);
-  inline HRESULT GetAmbientUserMode(BOOL& bUserMode);
-  /// Lets the container show the properties of the control, which has no pages of its own.
-  inline HRESULT DoVerbProperties(LPCRECT prcPosRect, HWND hwndParent);
+  /// Replaces the site; null removes it. An active control keeps its in-place site.
+  void SetControlSite(IOleClientSite* pClientSite) {
+    m_spClientSite = pClientSite;
+    m_spAmbientDispatch = static_cast<IUnknown*>(pClientSite);
+    if (!m_bInPlaceActive) {
+      ReleaseInPlaceSite();
+    }
+  }
+  void ReleaseInPlaceSite() {
+    m_spInPlaceSite.Release();
+    m_bInPlaceSiteEx = FALSE;
+  }
+  /// Releases the container without calling it: the control is being destroyed.
+  void LeaveContainer() {
+    m_bUIActive = FALSE;
+    m_bInPlaceActive = FALSE;
+    m_spInPlaceSite.Release();
+    m_spAmbientDispatch.Release();
+    m_spClientSite.Release();
+  }
+  /// Queries the site for an interface. Holds the site during the call, as the container may
+  /// replace it.
+  HRESULT InternalGetSite(REFIID riid, void** ppUnkSite) {
+    if (ppUnkSite == nullptr) {
+      return E_POINTER;
+    }
+    *ppUnkSite = nullptr;
+    const CComPtr<IOleClientSite> pSite = m_spClientSite;
+    return pSite == nullptr ? E_FAIL : pSite->QueryInterface(riid, ppUnkSite);
+  }
+  HRESULT GetAmbientProperty(DISPID dispid, VARIANT& var) {
+    const CComPtr<IDispatch> pAmbient = m_spAmbientDispatch;
+    if (pAmbient == nullptr) {
+      return E_FAIL;
+    }
+    DISPPARAMS none = {};
+    return pAmbient->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
+                            &var, nullptr, nullptr);
+  }
+  HRESULT GetAmbientUserMode(BOOL& bUserMode) {
+    CComVariant value;
+    HRESULT hr = GetAmbientProperty(DISPID_AMBIENT_USERMODE, value);
+    if (SUCCEEDED(hr)) {
+      hr = value.ChangeType(VT_BOOL);
+    }
+    if (SUCCEEDED(hr)) {
+      bUserMode = value.boolVal != VARIANT_FALSE;
+    }
+    return hr;
+  }
+  /// The container shows the properties: the control has no property pages.
+  HRESULT DoVerbProperties(LPCRECT /*prcPosRect*/, HWND /*hwndParent*/) {
+    CComPtr<IOleControlSite> pSite;
+    const HRESULT hr = QueryControlSite(&pSite);
+    return FAILED(hr) ? hr : pSite->ShowPropertyFrame();
+  }
+  HRESULT QueryControlSite(IOleControlSite** ppSite) {
+    return InternalGetSite(__uuidof(IOleControlSite), reinterpret_cast<void**>(ppSite));
+  }
 
   // Activation in place
   static BOOL DoesVerbUIActivate(LONG iVerb) noexcept {
     return iVerb == OLEIVERB_UIACTIVATE || iVerb == OLEIVERB_PRIMARY;
   }
-  /// Takes the control to the state that the verb asks for. The site says where the window goes.
+  /// Changes the state as the verb requires. The site defines the window's position.
   inline HRESULT InPlaceActivate(LONG iVerb, const RECT* prcPosRect = nullptr);
   inline HRESULT DeactivateInPlace();
   inline HRESULT DeactivateUI();
-  /// Gives or takes the keyboard focus; TRUE when that is how it is now.
-  inline BOOL SetControlFocus(BOOL bGrab);
-  /// Moves the control's window and cuts off what is outside prcClip. Parent's coordinates.
+  /// Moves the control's window and hides what is outside prcClip; both in the parent's
+  /// coordinates.
   inline HRESULT SetControlRects(LPCRECT prcPos, LPCRECT prcClip);
-  /// E_FAIL while there is no window.
-  inline HRESULT GetControlWindow(HWND* phwnd) const noexcept;
-
-  // Drawing
-  inline void GetZoomInfo(ATL_DRAWINFO& di) const noexcept;
+  /// E_FAIL without a window.
+  HRESULT GetControlWindow(HWND* phwnd) const noexcept {
+    return detail::SetResult(phwnd, m_hWndCD, m_hWndCD == nullptr ? E_FAIL : S_OK);
+  }
 
   // Notifications
-  inline HRESULT SendOnDataChange(DWORD advf = 0);
-  inline HRESULT SendOnViewChange(DWORD dwAspect, LONG lindex = -1);
-  inline HRESULT SendOnClose();
-  inline HRESULT SendOnSave();
+  HRESULT SendOnDataChange(DWORD advf = 0) {
+    if (m_spDataAdviseHolder == nullptr) {
+      return S_OK;
+    }
+    CComPtr<IDataObject> pDataObject;
+    const HRESULT hr =
+        ControlQueryInterface(__uuidof(IDataObject), reinterpret_cast<void**>(&pDataObject));
+    return FAILED(hr) ? hr : m_spDataAdviseHolder->SendOnDataChange(pDataObject, 0, advf);
+  }
+  HRESULT SendOnViewChange(DWORD dwAspect, LONG lindex = -1) {
+    if (m_spAdviseSink == nullptr || (m_dwViewAspects & dwAspect) == 0) {
+      return S_OK;
+    }
+    // The sink may replace itself during the call.
+    const CComPtr<IAdviseSink> pSink = m_spAdviseSink;
+    if ((m_dwViewAdvf & ADVF_ONLYONCE) != 0) {
+      m_spAdviseSink.Release();
+    }
+    pSink->OnViewChange(dwAspect, lindex);
+    return S_OK;
+  }
+  HRESULT SendOnClose() {
+    return m_spOleAdviseHolder == nullptr ? S_OK : m_spOleAdviseHolder->SendOnClose();
+  }
+  HRESULT SendOnSave() {
+    return m_spOleAdviseHolder == nullptr ? S_OK : m_spOleAdviseHolder->SendOnSave();
+  }
 
   // Message handlers
   inline LRESULT OnPaint(UINT uMsg, WPARAM wParam, LPARAM lParam, BOOL& bHandled);
@@ -78,30 +149,28 @@ class ATL_NO_VTABLE CComControlBase {
 
   CComPtr<IOleClientSite> m_spClientSite;
   CComQIPtr<IDispatch> m_spAmbientDispatch;
-  /// Really an IOleInPlaceSiteEx only with m_bInPlaceSiteEx, else an IOleInPlaceSite. Null until
-  /// the first activation.
+  /// An IOleInPlaceSiteEx only if m_bInPlaceSiteEx, otherwise an IOleInPlaceSite. Null before the
+  /// first activation.
   CComPtr<IOleInPlaceSiteEx> m_spInPlaceSite;
   CComPtr<IOleAdviseHolder> m_spOleAdviseHolder;
   CComPtr<IDataAdviseHolder> m_spDataAdviseHolder;
-  CComPtr<IAdviseSink> m_spAdviseSink;  // of the view
-  DWORD m_dwViewAspects = 0;            // what IViewObject::SetAdvise was given with it
+  CComPtr<IAdviseSink> m_spAdviseSink;  // of IViewObject::SetAdvise, with its other arguments
+  DWORD m_dwViewAspects = 0;
   DWORD m_dwViewAdvf = 0;
 
   HWND& m_hWndCD;
-  /// Two inches square until the container says something else.
-  SIZE m_sizeExtent = {2 * detail::kHimetricPerInch, 2 * detail::kHimetricPerInch};
+  /// Two inches square until the container changes it.
+  SIZE m_sizeExtent = {5080, 5080};
   const SIZE m_sizeNatural = m_sizeExtent;
   RECT m_rcPos = {};  // in the container's window
-  short m_nFreezeEvents = 0;
 
-  // State
   unsigned m_bInPlaceSiteEx : 1 = FALSE;
   unsigned m_bInPlaceActive : 1 = FALSE;
   unsigned m_bUIActive : 1 = FALSE;
-  unsigned m_bUsingWindowRgn : 1 = FALSE;  // part of the window is cut off
+  unsigned m_bUsingWindowRgn : 1 = FALSE;  // a part of the window is hidden
   unsigned m_bRequiresSave : 1 = FALSE;
 
-  /// Classes that need a window say so in their constructor. Here every control gets one.
+  /// Set by classes that need a window. Here every control has one.
   unsigned m_bWindowOnly : 1 = FALSE;
 
  private:
@@ -111,78 +180,14 @@ class ATL_NO_VTABLE CComControlBase {
   inline HRESULT EnterInPlaceState(IOleInPlaceSiteEx* pSite);
   inline HRESULT ShowControlWindow(IOleInPlaceSiteEx* pSite, RECT& rcPos);
   inline HRESULT UIActivate(IOleInPlaceSiteEx* pSite, const CWindowContext& context);
-  inline void TellFocus(BOOL bGotFocus);
-  /// A reference for the time of a message: the system that sends it has none, and the container
-  /// may release its last one inside of a call.
-  inline CComPtr<IUnknown> HoldSelf();
+  inline void ReportFocus(BOOL bGotFocus);
+  /// Returns a reference to hold during a message: its sender has none, and the container may
+  /// release its last one in a call.
+  CComPtr<IUnknown> HoldSelf() {
+    CComPtr<IUnknown> pSelf;
+    ControlQueryInterface(IID_IUnknown, reinterpret_cast<void**>(&pSelf));
+    return pSelf;
+  }
 };
-
-inline HRESULT CComControlBase::InternalGetSite(REFIID riid, void** ppUnkSite) {
-  if (ppUnkSite == nullptr) {
-    return E_POINTER;
-  }
-  *ppUnkSite = nullptr;
-  const CComPtr<IOleClientSite> pSite = m_spClientSite;
-  return pSite == nullptr ? E_FAIL : pSite->QueryInterface(riid, ppUnkSite);
-}
-
-inline HRESULT CComControlBase::GetAmbientProperty(DISPID dispid, VARIANT& var) {
-  const CComPtr<IDispatch> pAmbient = m_spAmbientDispatch;
-  if (pAmbient == nullptr) {
-    return E_FAIL;
-  }
-  DISPPARAMS none = {};
-  return pAmbient->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &var,
-                          nullptr, nullptr);
-}
-
-inline HRESULT CComControlBase::GetAmbientUserMode(BOOL& bUserMode) {
-  CComVariant value;
-  HRESULT hr = GetAmbientProperty(DISPID_AMBIENT_USERMODE, value);
-  if (SUCCEEDED(hr)) {
-    hr = value.ChangeType(VT_BOOL);
-  }
-  if (SUCCEEDED(hr)) {
-    bUserMode = value.boolVal != VARIANT_FALSE;
-  }
-  return hr;
-}
-
-inline HRESULT CComControlBase::DoVerbProperties(LPCRECT /*prcPosRect*/, HWND /*hwndParent*/) {
-  CComPtr<IOleControlSite> pSite;
-  const HRESULT hr = InternalGetSite(__uuidof(IOleControlSite), reinterpret_cast<void**>(&pSite));
-  return FAILED(hr) ? hr : pSite->ShowPropertyFrame();
-}
-
-inline HRESULT CComControlBase::SendOnDataChange(DWORD advf) {
-  if (m_spDataAdviseHolder == nullptr) {
-    return S_OK;
-  }
-  CComPtr<IDataObject> pDataObject;
-  const HRESULT hr =
-      ControlQueryInterface(__uuidof(IDataObject), reinterpret_cast<void**>(&pDataObject));
-  return FAILED(hr) ? hr : m_spDataAdviseHolder->SendOnDataChange(pDataObject, 0, advf);
-}
-
-inline HRESULT CComControlBase::SendOnViewChange(DWORD dwAspect, LONG lindex) {
-  if (m_spAdviseSink == nullptr || (m_dwViewAspects & dwAspect) == 0) {
-    return S_OK;
-  }
-  // The sink may replace itself, and one that asked for a single call is forgotten before it.
-  const CComPtr<IAdviseSink> pSink = m_spAdviseSink;
-  if ((m_dwViewAdvf & ADVF_ONLYONCE) != 0) {
-    m_spAdviseSink.Release();
-  }
-  pSink->OnViewChange(dwAspect, lindex);
-  return S_OK;
-}
-
-inline HRESULT CComControlBase::SendOnClose() {
-  return m_spOleAdviseHolder == nullptr ? S_OK : m_spOleAdviseHolder->SendOnClose();
-}
-
-inline HRESULT CComControlBase::SendOnSave() {
-  return m_spOleAdviseHolder == nullptr ? S_OK : m_spOleAdviseHolder->SendOnSave();
-}
 
 }  // namespace ATL

@@ -6,9 +6,17 @@ namespace ATL {
 
 namespace detail {
 
-/// A metafile with `draw`'s picture in a memory block as CF_METAFILEPICT wants it; null when that
-/// cannot be made. sizeUnits: the extent of the picture's coordinates, sizeHimetric: how large it
-/// is meant to be shown.
+/// Converts a size in hundredths of a millimetre to pixels of the screen.
+inline SIZE PixelsFromHimetric(SIZE size) noexcept {
+  const HDC hdc = ::GetDC(nullptr);
+  const SIZE pixels = {::MulDiv(size.cx, ::GetDeviceCaps(hdc, LOGPIXELSX), 2540),
+                       ::MulDiv(size.cy, ::GetDeviceCaps(hdc, LOGPIXELSY), 2540)};
+  ::ReleaseDC(nullptr, hdc);
+  return pixels;
+}
+
+/// Returns a METAFILEPICT of the size `sizeHimetric` with the picture that `draw` draws, in
+/// coordinates up to `sizeUnits`; null when that fails.
 template <class F>
 HGLOBAL MakeMetafilePict(SIZE sizeUnits, SIZE sizeHimetric, F draw) {
   const HGLOBAL hPict = ::GlobalAlloc(GMEM_MOVEABLE | GMEM_SHARE, sizeof(METAFILEPICT));
@@ -34,12 +42,12 @@ HGLOBAL MakeMetafilePict(SIZE sizeUnits, SIZE sizeHimetric, F draw) {
 
 }  // namespace detail
 
-/// Control T as data: a metafile with its picture. Containers that want more ask the control's
-/// other interfaces, so that most methods are E_NOTIMPL, as documented.
+/// Control T as data: a metafile with its picture. The other methods return E_NOTIMPL, as
+/// documented.
 template <class T>
 class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
  public:
-  /// CF_METAFILEPICT, to be freed by ReleaseStgMedium.
+  /// Returns CF_METAFILEPICT; the caller calls ReleaseStgMedium.
   STDMETHOD(GetData)(FORMATETC* pformatetcIn, STGMEDIUM* pmedium) override {
     if (pformatetcIn == nullptr || pmedium == nullptr) {
       return E_POINTER;
@@ -54,7 +62,19 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
     if (pformatetcIn->dwAspect != DVASPECT_CONTENT) {
       return DV_E_DVASPECT;
     }
-    return DrawMetafile(pformatetcIn, pmedium);
+    T& control = Control();
+    const SIZE sizeUnits = detail::PixelsFromHimetric(control.m_sizeExtent);
+    const RECTL rcBounds = {0, 0, sizeUnits.cx, sizeUnits.cy};
+    const HGLOBAL hPict = detail::MakeMetafilePict(sizeUnits, control.m_sizeExtent, [&](HDC hdc) {
+      ATL_DRAWINFO di = {hdc, &rcBounds};
+      return control.OnDrawAdvanced(di);
+    });
+    if (hPict == nullptr) {
+      return E_FAIL;
+    }
+    pmedium->tymed = TYMED_MFPICT;
+    pmedium->hMetaFilePict = hPict;
+    return S_OK;
   }
   STDMETHOD(GetDataHere)(FORMATETC* /*pformatetc*/, STGMEDIUM* /*pmedium*/) override {
     return E_NOTIMPL;
@@ -62,22 +82,14 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
   STDMETHOD(QueryGetData)(FORMATETC* /*pformatetc*/) override { return E_NOTIMPL; }
   STDMETHOD(GetCanonicalFormatEtc)
   (FORMATETC* /*pformatectIn*/, FORMATETC* pformatetcOut) override {
-    if (pformatetcOut == nullptr) {
-      return E_POINTER;
-    }
-    *pformatetcOut = {};
-    return E_NOTIMPL;
+    return detail::SetResult(pformatetcOut, {}, E_NOTIMPL);
   }
   STDMETHOD(SetData)
   (FORMATETC* /*pformatetc*/, STGMEDIUM* /*pmedium*/, BOOL /*fRelease*/) override {
     return E_NOTIMPL;
   }
   STDMETHOD(EnumFormatEtc)(DWORD /*dwDirection*/, IEnumFORMATETC** ppenumFormatEtc) override {
-    if (ppenumFormatEtc == nullptr) {
-      return E_POINTER;
-    }
-    *ppenumFormatEtc = nullptr;
-    return E_NOTIMPL;
+    return detail::SetResult(ppenumFormatEtc, nullptr, E_NOTIMPL);
   }
 
   STDMETHOD(DAdvise)
@@ -98,7 +110,7 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
     IDataAdviseHolder* const pHolder = Control().m_spDataAdviseHolder;
     return pHolder == nullptr ? OLE_E_NOCONNECTION : pHolder->Unadvise(dwConnection);
   }
-  /// Null with S_OK: nobody is connected.
+  /// S_OK and null without connections.
   STDMETHOD(EnumDAdvise)(IEnumSTATDATA** ppenumAdvise) override {
     if (ppenumAdvise == nullptr) {
       return E_POINTER;
@@ -109,26 +121,6 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
   }
 
  private:
-  HRESULT DrawMetafile(const FORMATETC* pformatetcIn, STGMEDIUM* pmedium) {
-    T& control = Control();
-    const SIZE sizeHimetric = control.m_sizeExtent;
-    SIZE sizeUnits;
-    AtlHiMetricToPixel(&sizeHimetric, &sizeUnits);
-    const RECTL rcBounds = {0, 0, sizeUnits.cx, sizeUnits.cy};
-    const HGLOBAL hPict = detail::MakeMetafilePict(sizeUnits, sizeHimetric, [&](HDC hdc) {
-      ATL_DRAWINFO di = detail::MakeDrawInfo(hdc, &rcBounds);
-      di.lindex = pformatetcIn->lindex;
-      di.ptd = pformatetcIn->ptd;
-      di.prcWBounds = &rcBounds;
-      return control.OnDrawAdvanced(di);
-    });
-    if (hPict == nullptr) {
-      return E_FAIL;
-    }
-    pmedium->tymed = TYMED_MFPICT;
-    pmedium->hMetaFilePict = hPict;
-    return S_OK;
-  }
   T& Control() noexcept { return *static_cast<T*>(this); }
 };
 

@@ -5,14 +5,14 @@
 
 namespace ATL {
 
-/// A module with COM classes. T is the module's own class, which says what is special about it by
-/// the DECLARE_ macros below.
+/// A module with COM classes. T is the class of the module object, which has the DECLARE_ macros
+/// below.
 template <class T>
 class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
  public:
   CAtlModuleT() noexcept { T::InitLibId(); }
 
-  /// Registers the classes, and the type library if that is asked for.
+  /// Registers the classes, and the type library if bRegTypeLib.
   HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
     return _AtlComModule.RegisterServer(bRegTypeLib);
   }
@@ -28,7 +28,7 @@ class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
     return pRegistrar->AddReplacement(L"APPID", T::GetAppId());
   }
 
-  // What holds for a module that declares nothing.
+  // For a module class without the DECLARE_ macros.
   static void InitLibId() noexcept {}
   static LPCOLESTR GetAppId() noexcept { return L""; }
   static HRESULT WINAPI UpdateRegistryAppId(BOOL) noexcept { return S_OK; }
@@ -36,8 +36,8 @@ class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
 
 namespace detail {
 
-/// Switches the thread's locale for a scope: what registration writes must not depend on the
-/// settings of whoever runs it.
+/// Switches the thread's locale for its scope, so that the registered data does not depend on the
+/// user's settings.
 class CThreadLocaleScope {
  public:
   explicit CThreadLocaleScope(LCID lcid) noexcept : m_lcidPrevious(::GetThreadLocale()) {
@@ -53,11 +53,11 @@ class CThreadLocaleScope {
 
 }  // namespace detail
 
-/// A DLL with COM classes: the bodies of its entry point and of its four exported functions.
+/// A DLL with COM classes: implements its entry point and its four exported functions.
 template <class T>
 class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
  public:
-  /// False refuses to load: when the module's own initialisation failed.
+  /// Returns FALSE, so that the DLL is not loaded, when the module's initialisation has failed.
   BOOL WINAPI DllMain(DWORD dwReason, LPVOID /*lpReserved*/) noexcept {
     return dwReason != DLL_PROCESS_ATTACH || !CAtlBaseModule::m_bInitFailed;
   }
@@ -73,7 +73,7 @@ class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
     return _AtlComModule.GetClassObject(rclsid, riid, ppv);
   }
 
-  /// The module's own script, then the classes, then the type library; the first failure ends it.
+  /// Registers the module's script, then the classes, then the type library, until one fails.
   HRESULT DllRegisterServer(BOOL bRegTypeLib = TRUE) noexcept {
     const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
     T& module = *static_cast<T*>(this);
@@ -81,7 +81,7 @@ class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
     return FAILED(hr) ? hr : module.RegisterServer(bRegTypeLib);
   }
 
-  /// The same in the opposite order.
+  /// Unregisters the classes, then the type library, then the module's script, until one fails.
   HRESULT DllUnregisterServer(BOOL bUnRegTypeLib = TRUE) noexcept {
     const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
     T& module = *static_cast<T*>(this);
@@ -92,11 +92,11 @@ class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
 
 }  // namespace ATL
 
-/// In the module's class: the identifier of its type library.
+/// In the class of the module object: the identifier of its type library.
 #define DECLARE_LIBID(libid) \
   static void InitLibId() noexcept { ATL::CAtlModule::m_libid = libid; }
 
-/// In the module's class: the script of the module itself, run with %APPID% for `appid`.
+/// In the class of the module object: the script of the module itself, run with `appid` as %APPID%.
 #define DECLARE_REGISTRY_APPID_RESOURCEID(resid, appid)                                         \
   static LPCOLESTR GetAppId() noexcept { return OLESTR(appid); }                                \
   static HRESULT WINAPI UpdateRegistryAppId(BOOL bRegister) noexcept {                          \

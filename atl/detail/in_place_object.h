@@ -4,8 +4,8 @@
 
 namespace ATL {
 
-/// How a container handles active control T. The interface for controls without a window is there
-/// as browsers ask for it; the control has one.
+/// The functions of active control T that the container calls. Browsers query for this interface of
+/// controls without a window, though T has one.
 template <class T>
 class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWindowless {
  public:
@@ -17,7 +17,7 @@ class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWi
     return Control().SetControlRects(prcPos, prcClip);
   }
   STDMETHOD(ReactivateAndUndo)() override { return E_NOTIMPL; }
-  /// S_FALSE: the container does the default processing.
+  /// S_FALSE: the container calls the default procedure.
   STDMETHOD(OnWindowMessage)
   (UINT msg, WPARAM wParam, LPARAM lParam, LRESULT* plResult) override {
     if (plResult == nullptr) {
@@ -29,18 +29,14 @@ class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWi
                                                                                           : S_FALSE;
   }
   STDMETHOD(GetDropTarget)(IDropTarget** ppDropTarget) override {
-    if (ppDropTarget == nullptr) {
-      return E_POINTER;
-    }
-    *ppDropTarget = nullptr;
-    return E_NOTIMPL;
+    return detail::SetResult(ppDropTarget, nullptr, E_NOTIMPL);
   }
 
  private:
   T& Control() noexcept { return *static_cast<T*>(this); }
 };
 
-/// What the container's frame tells the control that has the user interface.
+/// The functions that the container's frame calls while the control's user interface is active.
 template <class T>
 class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject {
  public:
@@ -48,14 +44,13 @@ class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject
     return static_cast<T*>(this)->GetControlWindow(phwnd);
   }
   STDMETHOD(ContextSensitiveHelp)(BOOL /*fEnterMode*/) override { return E_NOTIMPL; }
-  /// The control uses no keys: they are offered to the site, which may use them for the form.
+  /// Passes all keys to the site: the control uses none.
   STDMETHOD(TranslateAccelerator)(LPMSG pMsg) override {
     if (pMsg == nullptr) {
       return E_POINTER;
     }
     CComPtr<IOleControlSite> pSite;
-    const HRESULT hr = static_cast<T*>(this)->InternalGetSite(__uuidof(IOleControlSite),
-                                                              reinterpret_cast<void**>(&pSite));
+    const HRESULT hr = static_cast<T*>(this)->QueryControlSite(&pSite);
     return SUCCEEDED(hr) && pSite->TranslateAccelerator(pMsg, KeyModifiers()) == S_OK ? S_OK
                                                                                       : S_FALSE;
   }
@@ -68,7 +63,7 @@ class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject
   STDMETHOD(EnableModeless)(BOOL /*fEnable*/) override { return S_OK; }
 
  private:
-  // The values of KEYMODIFIERS, which mingw-w64's headers leave out.
+  // KEYMODIFIERS, which mingw-w64's headers do not have.
   static constexpr DWORD kShift = 1;
   static constexpr DWORD kControl = 2;
   static constexpr DWORD kAlt = 4;

@@ -1,42 +1,64 @@
 #pragma once
 
 #include <atlcore.h>
+#include <statreg.h>
 
 #include <memory>
-#include <utility>
-
-#include "../statreg.h"
-#include "module_path.h"
-#include "module_types.h"
 
 namespace ATL {
 
-/// What every kind of module has in common: the lock count that keeps it loaded, clean-up at its
-/// end, and the running of its registry scripts. There is one object of a derived class per module.
+using _ATL_TERMFUNC = void __stdcall(DWORD_PTR dw);
+
+/// One replacement for a registry script. A table ends with a null key.
+struct _ATL_REGMAP_ENTRY {
+  LPCOLESTR szKey;
+  LPCOLESTR szData;
+};
+
+class CAtlModule;
+
+/// The module object; null before its constructor and after its destructor.
+inline constinit CAtlModule* _pAtlModule = nullptr;
+
+/// Base class of the module object, of which there is one per module: the lock count, functions to
+/// call at the end, and the registry scripts.
 class ATL_NO_VTABLE CAtlModule {
  public:
-  CAtlModule() noexcept;
+  CAtlModule() noexcept : m_bInitialized(SUCCEEDED(m_csStaticDataInitAndTypeInfo.Init())) {
+    if (!m_bInitialized) {
+      CAtlBaseModule::m_bInitFailed = true;
+    }
+    _pAtlModule = this;
+  }
   CAtlModule(const CAtlModule&) = delete;
   CAtlModule& operator=(const CAtlModule&) = delete;
-  virtual ~CAtlModule();
+  virtual ~CAtlModule() {
+    Term();
+    if (m_bInitialized) {
+      m_csStaticDataInitAndTypeInfo.Term();
+    }
+    if (_pAtlModule == this) {
+      _pAtlModule = nullptr;
+    }
+  }
 
-  /// One lock for every live object and every outside request to stay loaded. Any thread.
+  /// Each live object and each LockServer(TRUE) holds a lock; with one the module stays loaded. Any
+  /// thread.
   virtual LONG Lock() noexcept { return ::InterlockedIncrement(&m_nLockCnt); }
   virtual LONG Unlock() noexcept { return ::InterlockedDecrement(&m_nLockCnt); }
   virtual LONG GetLockCount() noexcept { return ::InterlockedCompareExchange(&m_nLockCnt, 0, 0); }
 
-  /// Has `pFunc(dw)` called when the module ends; the last one added is called first. Any thread.
+  /// Adds a function that Term calls with `dw`, the last one added first. Any thread.
   HRESULT AddTermFunc(_ATL_TERMFUNC* pFunc, DWORD_PTR dw) noexcept {
     return detail::CallGuarded([&] {
       auto element = std::make_unique<TermElement>(TermElement{pFunc, dw, nullptr});
-      CComCritSecLock<CComCriticalSection> lock(m_csStaticDataInitAndTypeInfo);
+      const CComCritSecLock<CComCriticalSection> lock(m_csStaticDataInitAndTypeInfo);
       element->pNext = std::move(m_pTermFuncs);
       m_pTermFuncs = std::move(element);
       return S_OK;
     });
   }
-
-  /// Calls the functions of AddTermFunc, each once.
+  /// Calls each of these functions once.
   void Term() noexcept {
     while (m_pTermFuncs) {
       const std::unique_ptr<TermElement> element = std::move(m_pTermFuncs);
@@ -45,18 +67,39 @@ class ATL_NO_VTABLE CAtlModule {
     }
   }
 
-  /// Adds the replacements that every script of this module may use.
+  /// Adds the replacements of all scripts of this module.
   virtual HRESULT AddCommonRGSReplacements(IRegistrarBase* pRegistrar) noexcept = 0;
 
-  /// Runs the script in the module's resource of type REGISTRY. It may use the replacements of the
-  /// table and the common ones, and %Module% and %Module_Raw%, the module's path.
+  /// Runs the script in the module's resource `nResID` of type REGISTRY, with the replacements of
+  /// the table, the common ones, and %Module% and %Module_Raw%, the module's path.
   HRESULT UpdateRegistryFromResourceS(UINT nResID, BOOL bRegister,
-                                      _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept;
+                                      _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept {
+    return detail::CallGuarded([&]() -> HRESULT {
+      CRegObject registrar;
+      HRESULT hr = S_OK;
+      for (; SUCCEEDED(hr) && pMapEntries != nullptr && pMapEntries->szKey != nullptr;
+           ++pMapEntries) {
+        hr = registrar.AddReplacement(pMapEntries->szKey, pMapEntries->szData);
+      }
+      if (SUCCEEDED(hr)) {
+        hr = AddCommonRGSReplacements(&registrar);
+      }
+      const std::wstring module = detail::ModulePath(_AtlBaseModule.GetModuleInstance());
+      if (SUCCEEDED(hr)) {
+        hr = AddModulePath(registrar, module);
+      }
+      if (FAILED(hr)) {
+        return hr;
+      }
+      return bRegister ? registrar.ResourceRegister(module.c_str(), nResID, L"REGISTRY")
+                       : registrar.ResourceUnregister(module.c_str(), nResID, L"REGISTRY");
+    });
+  }
 
   /// Identifier of the module's type library; set by DECLARE_LIBID.
   static inline GUID m_libid = {};
 
-  /// Guards the lazy making of shared data, type information above all.
+  /// Held while shared data, such as type information, is initialised.
   CComCriticalSection m_csStaticDataInitAndTypeInfo;
   LONG m_nLockCnt = 0;
 
@@ -67,19 +110,27 @@ class ATL_NO_VTABLE CAtlModule {
     std::unique_ptr<TermElement> pNext;
   };
 
-  static HRESULT AddModulePath(CRegObject& registrar);
+  static HRESULT AddModulePath(CRegObject& registrar, const std::wstring& path) {
+    std::wstring raw;  // as in single quotes
+    for (const wchar_t c : path) {
+      raw.append(c == L'\'' ? 2 : 1, c);
+    }
+    // An executable is registered as a command line.
+    const bool isProgram = _AtlBaseModule.GetModuleInstance() == ::GetModuleHandleW(nullptr);
+    const HRESULT hr =
+        registrar.AddReplacement(L"Module", (isProgram ? L'"' + raw + L'"' : raw).c_str());
+    return FAILED(hr) ? hr : registrar.AddReplacement(L"Module_Raw", raw.c_str());
+  }
 
   std::unique_ptr<TermElement> m_pTermFuncs;
-  bool m_bInitialized = false;
+  const bool m_bInitialized;
 };
-
-/// The module's one module object; null before it is made and after it has gone.
-inline constinit CAtlModule* _pAtlModule = nullptr;
 
 namespace detail {
 
-/// One lock more, or less, on the module. At the end of the process, or when the DLL is freed under
-/// its clients, references outlive the module object: nobody counts their locks any more.
+/// Adds or removes a module lock. When the process ends, or the DLL is freed before its clients,
+/// objects are released after the destruction of the module object, and their locks are not
+/// counted.
 inline void LockModule() noexcept {
   if (_pAtlModule != nullptr) {
     _pAtlModule->Lock();
@@ -92,60 +143,7 @@ inline void UnlockModule() noexcept {
 }
 
 }  // namespace detail
-
-inline CAtlModule::CAtlModule() noexcept {
-  m_bInitialized = SUCCEEDED(m_csStaticDataInitAndTypeInfo.Init());
-  if (!m_bInitialized) {
-    CAtlBaseModule::m_bInitFailed = true;
-  }
-  _pAtlModule = this;
-}
-
-inline CAtlModule::~CAtlModule() {
-  Term();
-  if (m_bInitialized) {
-    m_csStaticDataInitAndTypeInfo.Term();
-  }
-  if (_pAtlModule == this) {
-    _pAtlModule = nullptr;
-  }
-}
-
-inline HRESULT CAtlModule::UpdateRegistryFromResourceS(UINT nResID, BOOL bRegister,
-                                                       _ATL_REGMAP_ENTRY* pMapEntries) noexcept {
-  return detail::CallGuarded([&]() -> HRESULT {
-    CRegObject registrar;
-    for (; pMapEntries != nullptr && pMapEntries->szKey != nullptr; ++pMapEntries) {
-      const HRESULT hr = registrar.AddReplacement(pMapEntries->szKey, pMapEntries->szData);
-      if (FAILED(hr)) {
-        return hr;
-      }
-    }
-    HRESULT hr = AddCommonRGSReplacements(&registrar);
-    if (SUCCEEDED(hr)) {
-      hr = AddModulePath(registrar);
-    }
-    if (FAILED(hr)) {
-      return hr;
-    }
-    const std::wstring module = detail::ModulePath(_AtlBaseModule.GetModuleInstance());
-    return bRegister ? registrar.ResourceRegister(module.c_str(), nResID, L"REGISTRY")
-                     : registrar.ResourceUnregister(module.c_str(), nResID, L"REGISTRY");
-  });
-}
-
-inline HRESULT CAtlModule::AddModulePath(CRegObject& registrar) {
-  const HINSTANCE hInst = _AtlBaseModule.GetModuleInstance();
-  // A script has the path inside single quotes, where a quote of the path's own is written twice.
-  const std::wstring raw = detail::WithDoubledQuotes(detail::ModulePath(hInst));
-  // A program is registered as a command line, which needs double quotes around blanks.
-  const bool isProgram = hInst == ::GetModuleHandleW(nullptr);
-  const HRESULT hr =
-      registrar.AddReplacement(L"Module", (isProgram ? L'"' + raw + L'"' : raw).c_str());
-  return FAILED(hr) ? hr : registrar.AddReplacement(L"Module_Raw", raw.c_str());
-}
-
 }  // namespace ATL
 
-// A macro, as there may be a choice of registrars behind this name.
+// A macro, as in ATL, where it chooses the registrar.
 #define UpdateRegistryFromResource UpdateRegistryFromResourceS

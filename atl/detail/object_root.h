@@ -1,37 +1,50 @@
 #pragma once
 
-// The base of every COM class: reference counting and the answer to QueryInterface, for an object
-// of its own and for one inside another.
+// The base of every COM class: reference counting and QueryInterface, for a standalone object and
+// an aggregated one.
 
 #include <climits>
 
 #include "com_map.h"
-#include "threading_model.h"
 
 namespace ATL {
 
-/// What does not depend on the threading model. A class may hide any of the functions here by its
-/// own: the creators and CComObject call those of the most derived class.
+struct _ATL_CATMAP_ENTRY;
+
+/// Counts references to objects that several threads call.
+class CComMultiThreadModel {
+ public:
+  static ULONG WINAPI Increment(LPLONG p) noexcept {
+    return static_cast<ULONG>(::InterlockedIncrement(p));
+  }
+  static ULONG WINAPI Decrement(LPLONG p) noexcept {
+    return static_cast<ULONG>(::InterlockedDecrement(p));
+  }
+};
+
+/// Counts references to objects of one apartment.
+class CComSingleThreadModel {
+ public:
+  static ULONG WINAPI Increment(LPLONG p) noexcept { return static_cast<ULONG>(++*p); }
+  static ULONG WINAPI Decrement(LPLONG p) noexcept { return static_cast<ULONG>(--*p); }
+};
+
+/// The part that does not depend on the threading model. A derived class may hide functions of this
+/// class: the creators and CComObject call those of the most derived class.
 class CComObjectRootBase {
  public:
   CComObjectRootBase() noexcept : m_dwRef(0) {}
 
-  /// The second half of construction: may fail, and may use the object as COM object.
+  /// The second part of construction: may fail, and may use the object as a COM object.
   HRESULT FinalConstruct() { return S_OK; }
-  /// The first half of destruction: the object is still complete.
+  /// The first part of destruction: the object is still complete.
   void FinalRelease() {}
 
-  /// What the class factory's creator hands over.
+  /// Receives the argument of the creator.
   void SetVoid(void*) {}
-  // DECLARE_PROTECT_FINAL_CONSTRUCT makes these hold a reference.
+  // DECLARE_PROTECT_FINAL_CONSTRUCT replaces these by functions that hold a reference.
   void InternalFinalConstructAddRef() {}
   void InternalFinalConstructRelease() { ATLASSERT(m_dwRef == 0); }
-
-  ULONG OuterAddRef() { return m_pOuterUnknown->AddRef(); }
-  ULONG OuterRelease() { return m_pOuterUnknown->Release(); }
-  HRESULT OuterQueryInterface(REFIID iid, void** ppvObject) {
-    return m_pOuterUnknown->QueryInterface(iid, ppvObject);
-  }
 
   static HRESULT WINAPI InternalQueryInterface(void* pThis, const _ATL_INTMAP_ENTRY* pEntries,
                                                REFIID iid, void** ppvObject) {
@@ -40,14 +53,14 @@ class CComObjectRootBase {
 
   static const _ATL_CATMAP_ENTRY* GetCategoryMap() { return nullptr; }
 
-  /// The function of COM map entries that lead to a base class.
+  /// The function of COM map entries that refer to the map of a base class.
   static HRESULT WINAPI _Chain(void* pv, REFIID iid, void** ppvObject, DWORD_PTR dw) {
     const auto& chain = *reinterpret_cast<const _ATL_CHAINDATA*>(dw);
     void* const pBase = reinterpret_cast<void*>(reinterpret_cast<DWORD_PTR>(pv) + chain.dwOffset);
     return InternalQueryInterface(pBase, chain.pFunc(), iid, ppvObject);
   }
 
-  // An object counts its references itself, or leaves that to the object around it.
+  // The reference count of a standalone object; the outer object of an aggregated one.
   union {
     LONG m_dwRef;
     IUnknown* m_pOuterUnknown;
@@ -72,14 +85,14 @@ class CComObjectRootEx : public CComObjectRootBase {
 
 namespace detail {
 
-/// An object whose destruction has begun has this count, so that references taken and released by
-/// FinalRelease do not begin it again.
+/// The count of an object in its destructor: a reference that FinalRelease adds and releases does
+/// not start the destruction again.
 constexpr LONG kRefCountInDestructor = -(LONG_MAX / 2);
 
 }  // namespace detail
 }  // namespace ATL
 
-/// Keeps the object alive while FinalConstruct hands out references to it.
+/// Holds a reference during FinalConstruct, which may give references to others.
 #define DECLARE_PROTECT_FINAL_CONSTRUCT()                   \
   void InternalFinalConstructAddRef() { InternalAddRef(); } \
   void InternalFinalConstructRelease() { InternalRelease(); }

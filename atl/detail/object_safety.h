@@ -3,29 +3,24 @@
 #include <atlcomcli.h>
 #include <objsafe.h>
 
-#include <initializer_list>
-
 #if defined(__MINGW64_VERSION_MAJOR) && __MINGW64_VERSION_MAJOR < 11
-// Its header declares the interface without the identifier that __uuidof gives.
+// Its header has no __uuidof for the interface.
 __CRT_UUID_DECL(IObjectSafety, 0xCB5BDC81, 0x93C1, 0x11CF, 0x8F, 0x20, 0x00, 0x80, 0x5F, 0x2C, 0xD0,
                 0x64)
 #endif
 
 namespace ATL {
 
-/// Tells a browser for which uses by untrusted pages the object is safe: the INTERFACESAFE_ bits in
-/// dwSupportedSafety, the same for each of T's interfaces.
+/// Declares that untrusted pages may use the object as the INTERFACESAFE_ bits dwSupportedSafety
+/// say, the same for each interface of T.
 template <class T, DWORD dwSupportedSafety>
 class ATL_NO_VTABLE IObjectSafetyImpl : public IObjectSafety {
  public:
   STDMETHOD(GetInterfaceSafetyOptions)
   (REFIID riid, DWORD* pdwSupportedOptions, DWORD* pdwEnabledOptions) override {
-    for (DWORD* const pdwOptions : {pdwSupportedOptions, pdwEnabledOptions}) {
-      if (pdwOptions != nullptr) {
-        *pdwOptions = 0;
-      }
-    }
-    if (pdwSupportedOptions == nullptr || pdwEnabledOptions == nullptr) {
+    const HRESULT hrSupported = detail::SetResult(pdwSupportedOptions, 0);
+    const HRESULT hrEnabled = detail::SetResult(pdwEnabledOptions, 0);
+    if (FAILED(hrSupported) || FAILED(hrEnabled)) {
       return E_POINTER;
     }
     if (!HasInterface(riid)) {
@@ -51,7 +46,7 @@ class ATL_NO_VTABLE IObjectSafetyImpl : public IObjectSafety {
   DWORD m_dwCurrentSafety = 0;
 
  private:
-  /// Only of its own interfaces can the object say how safe they are, not of an outer object's.
+  /// Ignores the interfaces of an outer object.
   bool HasInterface(REFIID riid) {
     CComPtr<IUnknown> pUnk;
     return SUCCEEDED(

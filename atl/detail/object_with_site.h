@@ -5,16 +5,16 @@
 
 namespace ATL {
 
-/// Keeps the site that a container hands to the object. T is the class that derives from this.
+/// Holds the site that the container sets.
 template <class T>
 class ATL_NO_VTABLE IObjectWithSiteImpl : public IObjectWithSite {
  public:
-  /// Null takes the site away.
+  /// Null releases the site.
   STDMETHOD(SetSite)(IUnknown* pUnkSite) override {
     static_cast<T*>(this)->m_spUnkSite = pUnkSite;
     return S_OK;
   }
-  /// E_FAIL while there is no site.
+  /// E_FAIL without a site.
   STDMETHOD(GetSite)(REFIID riid, void** ppvSite) override {
     if (ppvSite == nullptr) {
       return E_POINTER;

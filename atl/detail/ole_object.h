@@ -19,7 +19,7 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
   STDMETHOD(SetHostNames)(LPCOLESTR /*szContainerApp*/, LPCOLESTR /*szContainerObj*/) override {
     return S_OK;
   }
-  /// From running to loaded: the control may be activated again afterwards.
+  /// The control may be activated again afterwards.
   STDMETHOD(Close)(DWORD dwSaveOption) override {
     T& control = Control();
     control.InPlaceDeactivate();
@@ -29,33 +29,33 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
       pSite->SaveObject();
       control.SendOnSave();
     }
-    control.m_spInPlaceSite.Release();
-    control.m_bInPlaceSiteEx = FALSE;
+    control.ReleaseInPlaceSite();
     control.SendOnClose();
     control.m_spAdviseSink.Release();
     return S_OK;
   }
 
-  // Verbs. A T that means something else by one hides its function.
+  // Verbs
   STDMETHOD(DoVerb)
   (LONG iVerb, LPMSG /*pMsg*/, IOleClientSite* /*pActiveSite*/, LONG /*lindex*/, HWND hwndParent,
    LPCRECT prcPosRect) override {
     T& control = Control();
     switch (iVerb) {
       case OLEIVERB_PRIMARY:
-        return control.DoVerbPrimary(prcPosRect, hwndParent);
+        return DoVerbPrimary(prcPosRect, hwndParent);
       case OLEIVERB_SHOW:
-        return control.DoVerbShow(prcPosRect, hwndParent);
       case OLEIVERB_INPLACEACTIVATE:
-        return control.DoVerbInPlaceActivate(prcPosRect, hwndParent);
       case OLEIVERB_UIACTIVATE:
-        return control.DoVerbUIActivate(prcPosRect, hwndParent);
+        return control.InPlaceActivate(iVerb, prcPosRect);
       case OLEIVERB_HIDE:
-        return control.DoVerbHide(prcPosRect, hwndParent);
-      case OLEIVERB_OPEN:
-        return control.DoVerbOpen(prcPosRect, hwndParent);
+        control.UIDeactivate();
+        if (control.m_hWndCD != nullptr) {
+          ::ShowWindow(control.m_hWndCD, SW_HIDE);
+        }
+        return S_OK;
+      case OLEIVERB_OPEN:  // there is no window outside of the container
       case OLEIVERB_DISCARDUNDOSTATE:
-        return control.DoVerbDiscardUndo(prcPosRect, hwndParent);
+        return S_OK;
       case OLEIVERB_PROPERTIES:
         return control.DoVerbProperties(prcPosRect, hwndParent);
       default:
@@ -64,37 +64,18 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     if (iVerb < 0) {
       return E_NOTIMPL;
     }
-    // An object does the primary verb for one that it does not know.
-    const HRESULT hr = control.DoVerbPrimary(prcPosRect, hwndParent);
+    // An unknown verb means the primary one.
+    const HRESULT hr = DoVerbPrimary(prcPosRect, hwndParent);
     return SUCCEEDED(hr) ? OLEOBJ_S_INVALIDVERB : hr;
   }
-  /// In design mode the properties.
+  /// Activates the control; in design mode shows its properties.
   HRESULT DoVerbPrimary(LPCRECT prcPosRect, HWND hwndParent) {
     BOOL bUserMode = TRUE;
     Control().GetAmbientUserMode(bUserMode);
-    return bUserMode ? Control().DoVerbInPlaceActivate(prcPosRect, hwndParent)
+    return bUserMode ? Control().InPlaceActivate(OLEIVERB_INPLACEACTIVATE, prcPosRect)
                      : Control().DoVerbProperties(prcPosRect, hwndParent);
   }
-  HRESULT DoVerbShow(LPCRECT prcPosRect, HWND /*hwndParent*/) {
-    return Control().InPlaceActivate(OLEIVERB_SHOW, prcPosRect);
-  }
-  HRESULT DoVerbInPlaceActivate(LPCRECT prcPosRect, HWND /*hwndParent*/) {
-    return Control().InPlaceActivate(OLEIVERB_INPLACEACTIVATE, prcPosRect);
-  }
-  HRESULT DoVerbUIActivate(LPCRECT prcPosRect, HWND /*hwndParent*/) {
-    return Control().InPlaceActivate(OLEIVERB_UIACTIVATE, prcPosRect);
-  }
-  HRESULT DoVerbHide(LPCRECT /*prcPosRect*/, HWND /*hwndParent*/) {
-    Control().UIDeactivate();
-    if (Control().m_hWndCD != nullptr) {
-      ::ShowWindow(Control().m_hWndCD, SW_HIDE);
-    }
-    return S_OK;
-  }
-  /// There is no window outside of the container to open.
-  HRESULT DoVerbOpen(LPCRECT /*prcPosRect*/, HWND /*hwndParent*/) { return S_OK; }
-  HRESULT DoVerbDiscardUndo(LPCRECT /*prcPosRect*/, HWND /*hwndParent*/) { return S_OK; }
-  /// Those registered for the class; OLEOBJ_E_NOVERBS without any.
+  /// Returns the verbs registered for the class; OLEOBJ_E_NOVERBS without any.
   STDMETHOD(EnumVerbs)(IEnumOLEVERB** ppEnumOleVerb) override {
     if (ppEnumOleVerb == nullptr) {
       return E_POINTER;
@@ -109,29 +90,19 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     if (psizel == nullptr) {
       return E_POINTER;
     }
-    const SIZE sizeOld = control.m_sizeExtent;
-    const bool bChanged = psizel->cx != sizeOld.cx || psizel->cy != sizeOld.cy;
     if (dwDrawAspect != DVASPECT_CONTENT) {
       return E_FAIL;
     }
-    if (!bChanged) {
-      return S_OK;
+    if (psizel->cx != control.m_sizeExtent.cx || psizel->cy != control.m_sizeExtent.cy) {
+      control.m_sizeExtent = *psizel;
+      control.SetDirty(TRUE);
+      control.SendOnDataChange();
     }
-    control.m_sizeExtent = *psizel;
-    control.SetDirty(TRUE);
-    control.SendOnDataChange();
     return S_OK;
   }
   STDMETHOD(GetExtent)(DWORD dwDrawAspect, SIZEL* psizel) override {
-    if (psizel == nullptr) {
-      return E_POINTER;
-    }
-    *psizel = {};
-    if (dwDrawAspect != DVASPECT_CONTENT) {
-      return E_FAIL;
-    }
-    *psizel = Control().m_sizeExtent;
-    return S_OK;
+    return dwDrawAspect == DVASPECT_CONTENT ? detail::SetResult(psizel, Control().m_sizeExtent)
+                                            : detail::SetResult(psizel, {}, E_FAIL);
   }
 
   // Notifications
@@ -151,7 +122,7 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     IOleAdviseHolder* const pHolder = Control().m_spOleAdviseHolder;
     return pHolder == nullptr ? OLE_E_NOCONNECTION : pHolder->Unadvise(dwConnection);
   }
-  /// Null with S_OK: nobody is connected.
+  /// S_OK and null without connections.
   STDMETHOD(EnumAdvise)(IEnumSTATDATA** ppenumAdvise) override {
     if (ppenumAdvise == nullptr) {
       return E_POINTER;
@@ -161,15 +132,11 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     return pHolder == nullptr ? S_OK : pHolder->EnumAdvise(ppenumAdvise);
   }
 
-  // What the object is
+  // The class
   STDMETHOD(GetUserClassID)(CLSID* pClsid) override {
-    if (pClsid == nullptr) {
-      return E_POINTER;
-    }
-    *pClsid = T::GetObjectCLSID();
-    return S_OK;
+    return detail::SetResult(pClsid, T::GetObjectCLSID());
   }
-  /// The registered name.
+  /// Returns the registered name; the caller frees it.
   STDMETHOD(GetUserType)(DWORD dwFormOfType, LPOLESTR* pszUserType) override {
     if (pszUserType == nullptr) {
       return E_POINTER;
@@ -177,36 +144,24 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     *pszUserType = nullptr;
     return ::OleRegGetUserType(T::GetObjectCLSID(), dwFormOfType, pszUserType);
   }
-  /// What DECLARE_OLEMISC_STATUS says, for each aspect.
+  /// Returns the flags of DECLARE_OLEMISC_STATUS for each aspect.
   STDMETHOD(GetMiscStatus)(DWORD /*dwAspect*/, DWORD* pdwStatus) override {
-    if (pdwStatus == nullptr) {
-      return E_POINTER;
-    }
-    *pdwStatus = T::_GetMiscStatus();
-    return S_OK;
+    return detail::SetResult(pdwStatus, T::_GetMiscStatus());
   }
 
-  // A control is always up to date, is not linked to and takes no data or colours.
+  // A control is always up to date. It supports no links, data transfer or colour schemes.
   STDMETHOD(Update)() override { return S_OK; }
   STDMETHOD(IsUpToDate)() override { return S_OK; }
   STDMETHOD(SetMoniker)(DWORD /*dwWhichMoniker*/, IMoniker* /*pmk*/) override { return E_NOTIMPL; }
   STDMETHOD(GetMoniker)(DWORD /*dwAssign*/, DWORD /*dwWhichMoniker*/, IMoniker** ppmk) override {
-    if (ppmk == nullptr) {
-      return E_POINTER;
-    }
-    *ppmk = nullptr;
-    return E_NOTIMPL;
+    return detail::SetResult(ppmk, nullptr, E_NOTIMPL);
   }
   STDMETHOD(InitFromData)
   (IDataObject* /*pDataObject*/, BOOL /*fCreation*/, DWORD /*dwReserved*/) override {
     return E_NOTIMPL;
   }
   STDMETHOD(GetClipboardData)(DWORD /*dwReserved*/, IDataObject** ppDataObject) override {
-    if (ppDataObject == nullptr) {
-      return E_POINTER;
-    }
-    *ppDataObject = nullptr;
-    return E_NOTIMPL;
+    return detail::SetResult(ppDataObject, nullptr, E_NOTIMPL);
   }
   STDMETHOD(SetColorScheme)(LOGPALETTE* /*pLogpal*/) override { return E_NOTIMPL; }
 

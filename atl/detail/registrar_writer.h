@@ -1,9 +1,8 @@
 #pragma once
 
-// Writes a parsed script to the registry, and takes it back. Failures of the registry are thrown
-// as CAtlException with their Win32 code.
+// Writes a script to the registry, or removes what it has written. Throws CAtlException with the
+// Win32 code of a call that fails.
 
-#include <atlexcept.h>
 #include <atlregkey.h>
 
 #include "registrar_script.h"
@@ -16,14 +15,14 @@ inline void ThrowIfFailed(LONG status) {
   }
 }
 
-/// For removals: what is not there needs no removing.
+/// For removals: a key that does not exist is no failure.
 inline void ThrowIfFailedOtherThanMissing(LONG status) {
   if (status != ERROR_FILE_NOT_FOUND) {
     ThrowIfFailed(status);
   }
 }
 
-/// A root of the registry, which nobody closes.
+/// A predefined key, which is not closed.
 class CRootKey : public CRegKey {
  public:
   explicit CRootKey(HKEY hKey) noexcept : CRegKey(hKey) {}
@@ -37,74 +36,50 @@ inline bool HasSubkeys(const CRegKey& key) {
   return count != 0;
 }
 
-inline void WriteKey(CRegKey& parent, const RegistrarKey& key);
-
 inline void WriteContents(CRegKey& handle, const RegistrarKey& key) {
-  for (const RegistrarValue& value : key.values) {
-    ThrowIfFailed(handle.SetValue(value.name.c_str(), value.type, value.data.data(),
-                                  static_cast<ULONG>(value.data.size())));
+  for (const auto& [name, text] : key.values) {
+    ThrowIfFailed(handle.SetStringValue(name.c_str(), text.c_str()));
   }
   for (const RegistrarKey& child : key.keys) {
-    WriteKey(handle, child);
+    if (child.forceRemove) {
+      ThrowIfFailedOtherThanMissing(handle.RecurseDeleteKey(child.name.c_str()));
+    }
+    // A key without values may be the system's: do not request write access to it.
+    const REGSAM sam = child.values.empty() ? KEY_READ : KEY_READ | KEY_SET_VALUE;
+    CRegKey written;
+    ThrowIfFailed(
+        written.Create(handle, child.name.c_str(), nullptr, REG_OPTION_NON_VOLATILE, sam));
+    WriteContents(written, child);
   }
 }
 
-inline void WriteKey(CRegKey& parent, const RegistrarKey& key) {
-  if (key.deleteOnly || key.forceRemove) {
-    ThrowIfFailedOtherThanMissing(parent.RecurseDeleteKey(key.name.c_str()));
-  }
-  if (key.deleteOnly) {
-    return;
-  }
-  // Keys that are only passed through may belong to the system: do not ask to write to them.
-  const REGSAM sam = key.values.empty() ? KEY_READ : KEY_READ | KEY_SET_VALUE;
-  CRegKey handle;
-  ThrowIfFailed(handle.Create(parent, key.name.c_str(), nullptr, REG_OPTION_NON_VOLATILE, sam));
-  WriteContents(handle, key);
-}
-
-inline void RemoveKey(CRegKey& parent, const RegistrarKey& key);
-
+/// Removes the subkeys that the script has, the deepest first. A key to which another program has
+/// added a subkey stays, with its values, unless it is a ForceRemove key.
 inline void RemoveContents(CRegKey& handle, const RegistrarKey& key) {
   for (const RegistrarKey& child : key.keys) {
-    RemoveKey(handle, child);
+    const wchar_t* const szName = child.name.c_str();
+    if (child.forceRemove) {
+      ThrowIfFailedOtherThanMissing(handle.RecurseDeleteKey(szName));
+      continue;
+    }
+    CRegKey opened;
+    const LONG status = opened.Open(handle, szName, KEY_READ);
+    ThrowIfFailedOtherThanMissing(status);
+    if (status != ERROR_SUCCESS) {
+      continue;
+    }
+    RemoveContents(opened, child);
+    if (!child.noRemove && !HasSubkeys(opened)) {
+      opened.Close();
+      ThrowIfFailedOtherThanMissing(handle.DeleteSubKey(szName));
+    }
   }
 }
 
-/// From the bottom up. What somebody else has put below a key keeps that key, values and all,
-/// except where the script claims the whole tree.
-inline void RemoveKey(CRegKey& parent, const RegistrarKey& key) {
-  if (key.deleteOnly) {
-    return;
-  }
-  if (key.forceRemove && !key.noRemove) {
-    ThrowIfFailedOtherThanMissing(parent.RecurseDeleteKey(key.name.c_str()));
-    return;
-  }
-  CRegKey handle;
-  const LONG status = handle.Open(parent, key.name.c_str(), KEY_READ);
-  ThrowIfFailedOtherThanMissing(status);
-  if (status != ERROR_SUCCESS) {
-    return;
-  }
-  RemoveContents(handle, key);
-  if (!key.noRemove && !HasSubkeys(handle)) {
-    handle.Close();
-    ThrowIfFailedOtherThanMissing(parent.DeleteSubKey(key.name.c_str()));
-  }
-}
-
-inline void WriteScript(const RegistrarScript& script) {
+inline void RunScript(const RegistrarScript& script, bool bRegister) {
   for (const RegistrarRoot& root : script) {
     CRootKey handle(root.hKey);
-    WriteContents(handle, root.top);
-  }
-}
-
-inline void RemoveScript(const RegistrarScript& script) {
-  for (const RegistrarRoot& root : script) {
-    CRootKey handle(root.hKey);
-    RemoveContents(handle, root.top);
+    bRegister ? WriteContents(handle, root.top) : RemoveContents(handle, root.top);
   }
 }
 

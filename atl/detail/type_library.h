@@ -1,39 +1,32 @@
 #pragma once
 
-// Loading and registering a type library that a module carries as a resource.
+// Loads and registers the type library in a module's resources.
 
 #include <atlcomcli.h>
-#include <atlexcept.h>
 
-#include <string>
-
-#include "exception_boundary.h"
-#include "module_path.h"
-#include "per_user_registration.h"
+#include "registration.h"
 
 namespace ATL {
 
 namespace detail {
 
-/// The per-user counterpart of a type library function, in per-user mode and where the system has
-/// it; null otherwise. The automation library is always loaded, as this code imports it.
+/// The per-user variant of a type library function; null when per-user mode is off, or the system
+/// has none (before Windows Vista). OLEAUT32.DLL is loaded: this module imports it.
 template <class F>
 F* ForUserFunction(const char* szName) noexcept {
-  bool bPerUser = false;
-  AtlGetPerUserRegistration(&bPerUser);
-  const HMODULE hModule = bPerUser ? ::GetModuleHandleW(L"OLEAUT32.DLL") : nullptr;
+  const HMODULE hModule = g_bPerUserRegistration ? ::GetModuleHandleW(L"OLEAUT32.DLL") : nullptr;
   if (hModule == nullptr) {
     return nullptr;
   }
-  // By way of a generic function pointer: FARPROC's own signature is only a placeholder.
+  // The intermediate type avoids a warning: FARPROC's parameters are not those of the function.
   return reinterpret_cast<F*>(reinterpret_cast<void (*)()>(::GetProcAddress(hModule, szName)));
 }
 
 }  // namespace detail
 
-/// Loads the type library that a module carries.
-/// lpszIndex: null, or the resource as it is appended to the path ("\\2").
-/// pbstrPath: receives what was loaded, owned by the caller. Both results are null on failure.
+/// Loads the type library of a module. lpszIndex: null, or the resource ("\\2"), which is appended
+/// to the path. pbstrPath receives that path, owned by the caller. Sets both results to null when
+/// it fails.
 inline HRESULT AtlLoadTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex, BSTR* pbstrPath,
                               ITypeLib** ppTypeLib) noexcept {
   if (pbstrPath == nullptr || ppTypeLib == nullptr) {
@@ -42,23 +35,20 @@ inline HRESULT AtlLoadTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex, BSTR*
   *pbstrPath = nullptr;
   *ppTypeLib = nullptr;
   return detail::CallGuarded([&]() -> HRESULT {
-    std::wstring path = detail::ModulePath(hInstTypeLib);
-    if (lpszIndex != nullptr) {
-      path += lpszIndex;
-    }
+    const std::wstring path =
+        detail::ModulePath(hInstTypeLib) + (lpszIndex != nullptr ? lpszIndex : L"");
     CComPtr<ITypeLib> pTypeLib;
-    // REGKIND_NONE: looking at a library must not register it.
+    // REGKIND_NONE: loads without registering.
     const HRESULT hr = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, &pTypeLib);
-    if (FAILED(hr)) {
-      return hr;
+    if (SUCCEEDED(hr)) {
+      *pbstrPath = CComBSTR(path.c_str()).Detach();
+      *ppTypeLib = pTypeLib.Detach();
     }
-    *pbstrPath = CComBSTR(path.c_str()).Detach();
-    *ppTypeLib = pTypeLib.Detach();
-    return S_OK;
+    return hr;
   });
 }
 
-/// Registers the module's type library, for the current user only in per-user mode.
+/// Registers the type library of a module; in per-user mode for the current user.
 inline HRESULT AtlRegisterTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex) noexcept {
   CComPtr<ITypeLib> pTypeLib;
   CComBSTR path;
@@ -66,27 +56,26 @@ inline HRESULT AtlRegisterTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex) n
   if (FAILED(hr)) {
     return hr;
   }
-  // Absent before Windows Vista, where there is only the one registration.
   auto* const pfnForUser =
       detail::ForUserFunction<decltype(::RegisterTypeLib)>("RegisterTypeLibForUser");
   auto* const pfnRegister = pfnForUser != nullptr ? pfnForUser : &::RegisterTypeLib;
   return detail::CallGuarded([&]() -> HRESULT {
-    // The help file is looked for beside the module.
-    std::wstring helpDir = detail::FolderOf(detail::ModulePath(hInstTypeLib));
+    // The help folder is the module's.
+    std::wstring helpDir = detail::ModulePath(hInstTypeLib);
+    helpDir.resize(helpDir.find_last_of(L"\\/"));
     return pfnRegister(pTypeLib, path, helpDir.data());
   });
 }
 
-/// Takes back what AtlRegisterTypeLib wrote.
+/// Removes what AtlRegisterTypeLib has written.
 inline HRESULT AtlUnRegisterTypeLib(HINSTANCE hInstTypeLib, LPCOLESTR lpszIndex) noexcept {
   CComPtr<ITypeLib> pTypeLib;
   CComBSTR path;
   HRESULT hr = AtlLoadTypeLib(hInstTypeLib, lpszIndex, &path, &pTypeLib);
-  if (FAILED(hr)) {
-    return hr;
-  }
   TLIBATTR* pAttr = nullptr;
-  hr = pTypeLib->GetLibAttr(&pAttr);
+  if (SUCCEEDED(hr)) {
+    hr = pTypeLib->GetLibAttr(&pAttr);
+  }
   if (FAILED(hr)) {
     return hr;
   }

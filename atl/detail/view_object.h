@@ -4,13 +4,13 @@
 
 namespace ATL {
 
-/// The picture of control T. There is the one aspect DVASPECT_CONTENT, and T fills its rectangle.
+/// The picture of control T. Its only aspect is DVASPECT_CONTENT, and it fills its rectangle.
 template <class T>
 class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
  public:
   STDMETHOD(Draw)
-  (DWORD dwDrawAspect, LONG lindex, void* pvAspect, DVTARGETDEVICE* ptd, HDC hicTargetDev,
-   HDC hdcDraw, LPCRECTL prcBounds, LPCRECTL prcWBounds,
+  (DWORD dwDrawAspect, LONG /*lindex*/, void* /*pvAspect*/, DVTARGETDEVICE* /*ptd*/,
+   HDC /*hicTargetDev*/, HDC hdcDraw, LPCRECTL prcBounds, LPCRECTL /*prcWBounds*/,
    BOOL(STDMETHODCALLTYPE* /*pfnContinue*/)(ULONG_PTR), ULONG_PTR /*dwContinue*/) override {
     if (dwDrawAspect != DVASPECT_CONTENT) {
       return DV_E_DVASPECT;
@@ -18,36 +18,21 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     if (hdcDraw == nullptr || prcBounds == nullptr) {
       return E_INVALIDARG;
     }
-    ATL_DRAWINFO di = detail::MakeDrawInfo(hdcDraw, prcBounds);
-    di.lindex = lindex;
-    di.ptd = ptd;
-    di.hicTargetDev = hicTargetDev;
-    di.prcWBounds = prcWBounds;
-    const auto* const pInfo = static_cast<const DVASPECTINFO*>(pvAspect);
-    di.bOptimize = pInfo != nullptr && pInfo->cb >= sizeof(*pInfo) &&
-                   (pInfo->dwFlags & DVASPECTINFOFLAG_CANOPTIMIZE) != 0;
+    ATL_DRAWINFO di = {hdcDraw, prcBounds};
     return Control().OnDrawAdvanced(di);
   }
   STDMETHOD(GetColorSet)
   (DWORD /*dwDrawAspect*/, LONG /*lindex*/, void* /*pvAspect*/, DVTARGETDEVICE* /*ptd*/,
    HDC /*hicTargetDev*/, LOGPALETTE** ppColorSet) override {
-    if (ppColorSet == nullptr) {
-      return E_POINTER;
-    }
-    *ppColorSet = nullptr;
-    return E_NOTIMPL;
+    return detail::SetResult(ppColorSet, nullptr, E_NOTIMPL);
   }
   STDMETHOD(Freeze)
   (DWORD /*dwDrawAspect*/, LONG /*lindex*/, void* /*pvAspect*/, DWORD* pdwFreeze) override {
-    if (pdwFreeze == nullptr) {
-      return E_POINTER;
-    }
-    *pdwFreeze = 0;
-    return E_NOTIMPL;
+    return detail::SetResult(pdwFreeze, 0, E_NOTIMPL);
   }
   STDMETHOD(Unfreeze)(DWORD /*dwFreeze*/) override { return E_NOTIMPL; }
 
-  /// There is one sink; null takes it away.
+  /// Replaces the sink; null removes it.
   STDMETHOD(SetAdvise)(DWORD dwAspects, DWORD dwAdvf, IAdviseSink* pAdvSink) override {
     T& control = Control();
     control.m_spAdviseSink = pAdvSink;
@@ -58,7 +43,7 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     }
     return S_OK;
   }
-  /// Each result is for those who want it.
+  /// Each argument may be null.
   STDMETHOD(GetAdvise)(DWORD* pdwAspects, DWORD* pdwAdvf, IAdviseSink** ppAdvSink) override {
     T& control = Control();
     if (pdwAspects != nullptr) {
@@ -72,25 +57,13 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
 
   STDMETHOD(GetExtent)
   (DWORD /*dwDrawAspect*/, LONG /*lindex*/, DVTARGETDEVICE* /*ptd*/, LPSIZEL psizel) override {
-    if (psizel == nullptr) {
-      return E_POINTER;
-    }
-    *psizel = Control().m_sizeExtent;
-    return S_OK;
+    return detail::SetResult(psizel, Control().m_sizeExtent);
   }
   STDMETHOD(GetRect)(DWORD /*dwAspect*/, LPRECTL pRect) override {
-    if (pRect == nullptr) {
-      return E_POINTER;
-    }
-    *pRect = {};
-    return E_NOTIMPL;
+    return detail::SetResult(pRect, {}, E_NOTIMPL);
   }
   STDMETHOD(GetViewStatus)(DWORD* pdwStatus) override {
-    if (pdwStatus == nullptr) {
-      return E_POINTER;
-    }
-    *pdwStatus = Control()._GetViewStatus();
-    return S_OK;
+    return detail::SetResult(pdwStatus, T::_GetViewStatus());
   }
   STDMETHOD(QueryHitPoint)
   (DWORD dwAspect, LPCRECT prcBounds, POINT ptlLoc, LONG /*lCloseHint*/, DWORD* pHitResult)
@@ -111,7 +84,7 @@ class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
     *pHitResult = ::IntersectRect(&rcCommon, prcBounds, prcLoc) ? HITRESULT_HIT : HITRESULT_OUTSIDE;
     return dwAspect == DVASPECT_CONTENT ? S_OK : E_FAIL;
   }
-  /// A size proposed for an integral fit gets no answer.
+  /// E_FAIL for every mode but DVEXTENT_CONTENT.
   STDMETHOD(GetNaturalExtent)
   (DWORD dwAspect, LONG /*lindex*/, DVTARGETDEVICE* /*ptd*/, HDC /*hicTargetDev*/,
    DVEXTENTINFO* pExtentInfo, LPSIZEL psizel) override {

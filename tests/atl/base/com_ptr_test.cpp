@@ -2,8 +2,6 @@
 
 #include <atlcomcli.h>
 #include <objidl.h>
-#include <shlguid.h>
-#include <shobjidl.h>
 
 #include <memory>
 
@@ -108,19 +106,6 @@ TEST(ComPtr, ReleaseIsSafeAgainstBeingEnteredAgain) {
 TEST(ComPtr, DereferencingNullThrows) {
   const CComPtr<IPersist> empty;
   EXPECT_THROW(*empty, CAtlException);
-}
-
-TEST(ComPtr, CoCreateInstance) {
-  ASSERT_EQ(S_OK, ::CoInitialize(nullptr));
-  {
-    CComPtr<IShellLinkW> link;
-    EXPECT_EQ(S_OK, link.CoCreateInstance(CLSID_ShellLink));
-    EXPECT_NE(nullptr, link.p);
-    CComPtr<IStream> wrong;
-    EXPECT_EQ(E_NOINTERFACE, wrong.CoCreateInstance(CLSID_ShellLink));
-    EXPECT_EQ(nullptr, wrong.p);
-  }
-  ::CoUninitialize();
 }
 
 TEST(ComQiPtr, AsksForItsInterface) {

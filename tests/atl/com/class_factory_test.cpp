@@ -71,7 +71,7 @@ TEST_F(ClassFactory, CreateInstance) {
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(ClassFactory, FailureOfTheObjectIsTheResult) {
+TEST_F(ClassFactory, FinalConstructFailureIsReturned) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   g_log.finalConstructResult = E_ACCESSDENIED;
   void* p = Garbage();
@@ -79,17 +79,7 @@ TEST_F(ClassFactory, FailureOfTheObjectIsTheResult) {
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(ClassFactory, LockServerHoldsTheModule) {
-  const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
-  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
-  EXPECT_EQ(S_OK, factory->LockServer(TRUE));
-  EXPECT_EQ(2, m_locks.Gained());
-  EXPECT_EQ(S_OK, factory->LockServer(FALSE));
-  EXPECT_EQ(S_OK, factory->LockServer(FALSE));
-  EXPECT_EQ(0, m_locks.Gained());
-}
-
-TEST_F(ClassFactory, OuterObjectMustAskForUnknown) {
+TEST_F(ClassFactory, AggregationWithoutIUnknownReturnsNoAggregation) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   COuter outer;
   void* p = Garbage();
@@ -98,7 +88,7 @@ TEST_F(ClassFactory, OuterObjectMustAskForUnknown) {
   EXPECT_EQ(0, g_log.constructed);
 }
 
-TEST_F(ClassFactory, InnerObjectHasTheOuterIdentity) {
+TEST_F(ClassFactory, AggregatedObjectHasIdentityOfOuterObject) {
   const CComPtr<IClassFactory> factory = FactoryOf<CTestObject>();
   COuter outer;
   ASSERT_EQ(S_OK, factory->CreateInstance(&outer, IID_IUnknown,
@@ -130,7 +120,7 @@ TEST_F(ClassFactory, InnerObjectHasTheOuterIdentity) {
   EXPECT_EQ(1, g_log.destroyed);
 }
 
-TEST_F(ClassFactory, FailedFinalConstructInsideAnotherObjectLeavesNothing) {
+TEST_F(ClassFactory, FailedFinalConstructDeletesAggregatedObject) {
   g_log.finalConstructResult = E_ACCESSDENIED;
   COuter outer;
   EXPECT_EQ(E_ACCESSDENIED, CreateObject<CTestObject>(outer.m_inner, &outer));

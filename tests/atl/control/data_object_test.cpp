@@ -41,22 +41,23 @@ TEST_P(Metafile, ShowsTheControl) {
   ReleaseStgMedium(&m_medium);
 }
 
-TEST_P(Metafile, IsDrawnInPixels) {
-  SIZEL expected = {5080, 5080};
-  AtlHiMetricToPixel(&expected, &expected);
+TEST_P(Metafile, BoundsAreInPixels) {
+  const HDC hdc = GetDC(nullptr);
+  const SIZE expected = {2 * GetDeviceCaps(hdc, LOGPIXELSX), 2 * GetDeviceCaps(hdc, LOGPIXELSY)};
+  ReleaseDC(nullptr, hdc);
   ASSERT_EQ(S_OK, Get({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT}));
   EXPECT_EQ(expected.cx, g_plates.bounds.right);
   EXPECT_EQ(expected.cy, g_plates.bounds.bottom);
   ReleaseStgMedium(&m_medium);
 }
 
-TEST_P(Metafile, FailureLeavesNoMedium) {
+TEST_P(Metafile, OnDrawFailureReturnsNoMedium) {
   g_plates.drawResult = VIEW_E_DRAW;
   EXPECT_EQ(E_FAIL, Get({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT}));
   EXPECT_EQ(static_cast<DWORD>(TYMED_NULL), m_medium.tymed);
 }
 
-TEST_P(Metafile, IsTheOnlyFormat) {
+TEST_P(Metafile, OtherFormatReturnsDvError) {
   EXPECT_EQ(DV_E_FORMATETC, Get({CF_TEXT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL}));
   EXPECT_EQ(DV_E_TYMED, Get({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL}));
   EXPECT_EQ(DV_E_DVASPECT, Get({CF_METAFILEPICT, nullptr, DVASPECT_ICON, -1, TYMED_MFPICT}));
@@ -67,7 +68,7 @@ TEST_P(Metafile, IsTheOnlyFormat) {
 class DataAdvise : public EveryControlTest {};
 INSTANTIATE_FOR_EVERY_BIRTH(DataAdvise);
 
-TEST_P(DataAdvise, SinkGetsThePicture) {
+TEST_P(DataAdvise, ExtentChangeCallsOnDataChange) {
   FORMATETC format = {CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
   const auto data = As<IDataObject>();
   DWORD cookie = 0;
@@ -91,7 +92,7 @@ TEST_P(DataAdvise, SinkGetsThePicture) {
   EXPECT_EQ(0U, m_sink.References());
 }
 
-TEST_P(DataAdvise, NeedsASinkAndAFormat) {
+TEST_P(DataAdvise, NullSinkOrFormatReturnsEPointer) {
   FORMATETC format = {CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
   DWORD cookie = 99;
   EXPECT_EQ(E_POINTER, As<IDataObject>()->DAdvise(&format, 0, nullptr, &cookie));

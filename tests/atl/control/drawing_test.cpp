@@ -21,7 +21,6 @@ TEST_P(Drawing, FillsTheBounds) {
   EXPECT_EQ(S_OK, Draw(m_picture.Dc(), &bounds));
   ExpectRect({10, 20, 60, 90}, m_picture.Painted());
   EXPECT_EQ(RGB(255, 255, 255), GetPixel(m_picture.Dc(), 5, 5));
-  EXPECT_FALSE(g_plates.zoomed);
 }
 
 TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
@@ -43,13 +42,13 @@ TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
   ExpectRect({20, 20, 70, 50}, m_picture.Painted());
 }
 
-TEST_P(Drawing, FailureOfTheControlArrives) {
+TEST_P(Drawing, OnDrawFailureIsReturned) {
   g_plates.drawResult = VIEW_E_DRAW;
   const RECTL bounds = {0, 0, 10, 10};
   EXPECT_EQ(VIEW_E_DRAW, Draw(m_picture.Dc(), &bounds));
 }
 
-TEST_P(Drawing, WrongRequests) {
+TEST_P(Drawing, WrongAspectOrNullArgumentIsRefused) {
   const RECTL bounds = {0, 0, 10, 10};
   EXPECT_EQ(DV_E_DVASPECT, Draw(m_picture.Dc(), &bounds, DVASPECT_ICON));
   EXPECT_EQ(E_INVALIDARG, Draw(nullptr, &bounds));
@@ -67,21 +66,6 @@ TEST_P(Drawing, WindowPaintsItsClientArea) {
   EXPECT_FALSE(GetUpdateRect(ControlWindow(), nullptr, FALSE));
   SendMessageW(ControlWindow(), WM_PAINT, reinterpret_cast<WPARAM>(m_picture.Dc()), 0);
   ExpectRect({0, 0, 100, 50}, m_picture.Painted());
-}
-
-TEST_P(Drawing, ZoomComparesPlaceAndSize) {
-  OpenContainer();
-  SIZEL extent = {2540, 2540};
-  ASSERT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &extent));
-  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
-  const RECTL bounds = {0, 0, 100, 50};
-  EXPECT_EQ(S_OK, Draw(m_picture.Dc(), &bounds));
-  EXPECT_TRUE(g_plates.zoomed);
-  EXPECT_EQ(100, g_plates.zoomNum.cx);
-  EXPECT_EQ(50, g_plates.zoomNum.cy);
-  AtlHiMetricToPixel(&extent, &extent);
-  EXPECT_EQ(extent.cx, g_plates.zoomDen.cx);
-  EXPECT_EQ(extent.cy, g_plates.zoomDen.cy);
 }
 
 }  // namespace

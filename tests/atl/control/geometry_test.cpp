@@ -42,7 +42,7 @@ TEST_P(Geometry, WindowFollowsTheRectangle) {
   EXPECT_EQ(5080, extent.cx) << "a place in pixels is not the extent";
 }
 
-TEST_P(Geometry, ClippedPartIsCutOff) {
+TEST_P(Geometry, ClippedPartIsOutsideTheWindowRegion) {
   SetRects({10, 20, 110, 70}, {30, 0, 400, 60});
   const RECT expected = {20, 0, 100, 40};
   RECT region = Region();
@@ -64,7 +64,7 @@ BOOL WINAPI CountDeletion(HGDIOBJ object) {
   return TRUE;
 }
 
-TEST_P(Geometry, RegionThatTheWindowRefusesIsDeleted) {
+TEST_P(Geometry, RegionIsDeletedWhenSetWindowRgnFails) {
   g_regionsDeleted = 0;
   {
     const CImportPatch setting("user32.dll", "SetWindowRgn", &RefuseRegion);
@@ -76,7 +76,7 @@ TEST_P(Geometry, RegionThatTheWindowRefusesIsDeleted) {
   EXPECT_TRUE(DeleteObject(g_refusedRegion));
 }
 
-TEST_P(Geometry, RectanglesMustBeGiven) {
+TEST_P(Geometry, NullRectangleReturnsEPointer) {
   const RECT rc = {0, 0, 10, 10};
   EXPECT_EQ(E_POINTER, As<IOleInPlaceObject>()->SetObjectRects(nullptr, &rc));
   EXPECT_EQ(E_POINTER, As<IOleInPlaceObject>()->SetObjectRects(&rc, nullptr));
@@ -105,7 +105,7 @@ TEST_P(Extent, IsTwoInchesSquareAtFirst) {
   EXPECT_EQ(5080, viewed.cy);
 }
 
-TEST_P(Extent, IsKeptAndMakesTheControlDirty) {
+TEST_P(Extent, ChangedExtentMakesControlDirty) {
   EXPECT_EQ(S_OK, Set(5080, 5080));
   EXPECT_EQ(S_FALSE, As<IPersistStreamInit>()->IsDirty()) << "nothing has changed";
   EXPECT_EQ(S_OK, Set(1000, 2000));
@@ -127,7 +127,7 @@ TEST_P(Extent, NaturalSizeStays) {
   EXPECT_EQ(5080, natural.cy);
 }
 
-TEST_P(Extent, OnlyTheContentHasOne) {
+TEST_P(Extent, OtherAspectReturnsEFail) {
   SIZEL size = {1, 1};
   EXPECT_EQ(E_FAIL, As<IOleObject>()->SetExtent(DVASPECT_ICON, &size));
   EXPECT_EQ(E_FAIL, As<IOleObject>()->GetExtent(DVASPECT_ICON, &size));
@@ -138,16 +138,6 @@ TEST_P(Extent, OnlyTheContentHasOne) {
   EXPECT_EQ(E_FAIL, As<IViewObjectEx>()->GetNaturalExtent(DVASPECT_CONTENT, -1, nullptr, nullptr,
                                                           &info, &size));
   EXPECT_EQ(0, size.cx);
-}
-
-TEST(Himetric, IsAHundredthOfAMillimetre) {
-  const HDC hdc = GetDC(nullptr);
-  const SIZEL inch = {GetDeviceCaps(hdc, LOGPIXELSX), GetDeviceCaps(hdc, LOGPIXELSY)};
-  ReleaseDC(nullptr, hdc);
-  SIZEL size = {2540, 5080};
-  AtlHiMetricToPixel(&size, &size);
-  EXPECT_EQ(inch.cx, size.cx);
-  EXPECT_EQ(2 * inch.cy, size.cy);
 }
 
 }  // namespace

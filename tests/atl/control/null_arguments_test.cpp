@@ -10,7 +10,7 @@ namespace {
 class NullArguments : public EveryControlTest {};
 INSTANTIATE_FOR_EVERY_BIRTH(NullArguments);
 
-TEST_P(NullArguments, AreRefused) {
+TEST_P(NullArguments, NullOutParameterReturnsEPointer) {
   const auto object = As<IOleObject>();
   const auto window = As<IOleWindow>();
   const auto active = As<IOleInPlaceActiveObject>();
@@ -99,7 +99,7 @@ void ExpectNotImplemented(F call) {
   EXPECT_EQ(nullptr, result);
 }
 
-TEST_P(NullArguments, WhatFailsClearsItsResult) {
+TEST_P(NullArguments, FailureClearsOutParameter) {
   const auto object = As<IOleObject>();
   const auto view = As<IViewObjectEx>();
   const auto data = As<IDataObject>();
@@ -141,7 +141,7 @@ HRESULT WINAPI LoadTestLibrary(REFGUID, WORD, WORD, LCID, ITypeLib** library) {
   return AtlLoadTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr, &path, library);
 }
 
-TEST_P(NullArguments, ClassHasNoEventsToName) {
+TEST_P(NullArguments, GetGuidWithoutEventsReturnsEInvalidArg) {
   const auto info = As<IProvideClassInfo2>();
   for (const DWORD kind : {0UL, DWORD{GUIDKIND_DEFAULT_SOURCE_DISP_IID}, 2UL}) {
     GUID guid = CLSID_Plate;

@@ -63,7 +63,7 @@ TEST_P(ObjectSafety, AllInterfacesShareTheOptions) {
   }
 }
 
-TEST_P(ObjectSafety, OtherInterfacesAreNotThere) {
+TEST_P(ObjectSafety, UnsupportedInterfaceReturnsENoInterface) {
   DWORD supported = 99;
   DWORD enabled = 99;
   EXPECT_EQ(E_NOINTERFACE,
@@ -75,7 +75,7 @@ TEST_P(ObjectSafety, OtherInterfacesAreNotThere) {
   EXPECT_EQ(0U, Enabled());
 }
 
-TEST_P(ObjectSafety, BothResultsMustBeWanted) {
+TEST_P(ObjectSafety, NullResultReturnsEPointer) {
   const auto safety = Safety();
   DWORD options = 99;
   EXPECT_EQ(E_POINTER, safety->GetInterfaceSafetyOptions(IID_IDispatch, nullptr, &options));

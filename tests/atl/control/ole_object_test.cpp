@@ -1,6 +1,5 @@
 // What the control tells about itself and its class, and how it takes verbs.
 
-#include <cwchar>
 #include <initializer_list>
 
 #include "control_fixture.h"
@@ -28,9 +27,7 @@ class CPlateRegistration {
   void Set(const wchar_t* subkey, const wchar_t* value) {
     CRegKey key;
     EXPECT_EQ(ERROR_SUCCESS, key.Create(m_classes, (m_class + subkey).c_str()));
-    EXPECT_EQ(ERROR_SUCCESS,
-              key.SetValue(nullptr, REG_SZ, value,
-                           static_cast<ULONG>((std::wcslen(value) + 1) * sizeof(wchar_t))));
+    EXPECT_EQ(ERROR_SUCCESS, key.SetStringValue(nullptr, value));
   }
 
  private:
@@ -41,7 +38,7 @@ class CPlateRegistration {
 class OleObject : public EveryControlTest {};
 INSTANTIATE_FOR_EVERY_BIRTH(OleObject);
 
-TEST_P(OleObject, SiteIsKept) {
+TEST_P(OleObject, GetClientSiteReturnsTheSite) {
   const auto object = As<IOleObject>();
   CComPtr<IOleClientSite> site;
   EXPECT_EQ(S_OK, object->GetClientSite(&site));
@@ -54,7 +51,7 @@ TEST_P(OleObject, SiteIsKept) {
   EXPECT_EQ(0U, m_site.References());
 }
 
-TEST_P(OleObject, SiteTellsAmbientProperties) {
+TEST_P(OleObject, AmbientPropertiesAreTheSites) {
   BOOL userMode = FALSE;
   EXPECT_EQ(E_FAIL, Plate().GetAmbientUserMode(userMode)) << "no site";
   ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
@@ -78,7 +75,7 @@ TEST_P(OleObject, StatusIsTheDeclaredOne) {
   }
 }
 
-TEST_P(OleObject, ClassIsTold) {
+TEST_P(OleObject, GetClassIdReturnsTheClass) {
   CLSID clsid = {};
   EXPECT_EQ(S_OK, As<IOleObject>()->GetUserClassID(&clsid));
   EXPECT_TRUE(clsid == CLSID_Plate);
@@ -128,13 +125,13 @@ TEST_P(OleObject, VerbsWithoutAnEffect) {
   EXPECT_EQ(nullptr, ControlWindow());
 }
 
-TEST_P(OleObject, UnknownVerbsMeanThePrimaryOne) {
+TEST_P(OleObject, UnknownVerbActivatesAndReturnsInvalidVerb) {
   OpenContainer();
   EXPECT_EQ(OLEOBJ_S_INVALIDVERB, DoVerb(7));
   EXPECT_NE(nullptr, ControlWindow());
 }
 
-TEST_P(OleObject, UnknownVerbsOfTheSystemMeanNothing) {
+TEST_P(OleObject, UnknownNegativeVerbReturnsENotImpl) {
   OpenContainer();
   EXPECT_EQ(E_NOTIMPL, DoVerb(-99));
   EXPECT_EQ(nullptr, ControlWindow());
@@ -156,7 +153,7 @@ TEST_P(OleObject, ContainerShowsTheProperties) {
   EXPECT_EQ(nullptr, pages.pElems);
 }
 
-TEST_P(OleObject, SinksHearOfClosing) {
+TEST_P(OleObject, CloseCallsOnClose) {
   const auto object = As<IOleObject>();
   EXPECT_EQ(OLE_E_NOCONNECTION, object->Unadvise(1));
   CComPtr<IEnumSTATDATA> connections;
@@ -189,7 +186,7 @@ TEST_P(OleObject, IsAlwaysUpToDate) {
   EXPECT_EQ(S_OK, As<IOleObject>()->SetHostNames(L"Host", nullptr));
 }
 
-TEST_P(OleObject, IsNotLinkedToAndTakesNoData) {
+TEST_P(OleObject, LinkAndDataMethodsReturnENotImpl) {
   const auto object = As<IOleObject>();
   EXPECT_EQ(E_NOTIMPL, object->SetMoniker(OLEWHICHMK_OBJFULL, nullptr));
   EXPECT_EQ(E_NOTIMPL, object->InitFromData(nullptr, FALSE, 0));

@@ -45,7 +45,7 @@ class Persistence : public EveryControlTest {
 };
 INSTANTIATE_FOR_EVERY_BIRTH(Persistence);
 
-TEST_P(Persistence, StreamKeepsTheProperties) {
+TEST_P(Persistence, StreamSavesAndLoadsProperties) {
   const auto persist = As<IPersistStreamInit>();
   EXPECT_EQ(S_OK, persist->InitNew());
   EXPECT_EQ(S_FALSE, IsDirty());
@@ -68,7 +68,7 @@ TEST_P(Persistence, StreamKeepsTheProperties) {
   EXPECT_EQ(12U, position.QuadPart) << "what follows is somebody else's";
 }
 
-TEST_P(Persistence, ShortStreamLeavesPropertiesWhole) {
+TEST_P(Persistence, ShortStreamReturnsEFailAndKeepsUnreadProperties) {
   const auto persist = As<IPersistStreamInit>();
   SetExtent(0x01020304, 0x05060708);
   ASSERT_EQ(S_OK, persist->Save(m_stream, TRUE));
@@ -84,7 +84,7 @@ TEST_P(Persistence, ShortStreamLeavesPropertiesWhole) {
   }
 }
 
-TEST_P(Persistence, StreamOfALaterVersionIsRefused) {
+TEST_P(Persistence, LaterVersionReturnsEFail) {
   const auto persist = As<IPersistStreamInit>();
   ASSERT_EQ(S_OK, persist->Save(m_stream, TRUE));
   Rewind(m_stream);
@@ -94,7 +94,7 @@ TEST_P(Persistence, StreamOfALaterVersionIsRefused) {
   EXPECT_EQ(E_FAIL, persist->Load(m_stream));
 }
 
-TEST_P(Persistence, StorageKeepsTheProperties) {
+TEST_P(Persistence, StorageSavesAndLoadsProperties) {
   const auto persist = As<IPersistStorage>();
   EXPECT_EQ(S_OK, persist->InitNew(m_storage));
   SetExtent(1111, 2222);
@@ -120,12 +120,12 @@ TEST_P(Persistence, StorageKeepsTheProperties) {
   m_storage.Release();
 }
 
-TEST_P(Persistence, StorageWithoutContents) {
+TEST_P(Persistence, StorageWithoutStreamReturnsFileNotFound) {
   EXPECT_EQ(STG_E_FILENOTFOUND, As<IPersistStorage>()->Load(m_storage));
   ExpectExtent(5080, 5080);
 }
 
-TEST_P(Persistence, ClassIsTold) {
+TEST_P(Persistence, GetClassIdReturnsTheClass) {
   CLSID clsid = {};
   EXPECT_EQ(S_OK, As<IPersistStreamInit>()->GetClassID(&clsid));
   EXPECT_TRUE(clsid == CLSID_Plate);
@@ -137,7 +137,7 @@ TEST_P(Persistence, ClassIsTold) {
   EXPECT_TRUE(clsid == CLSID_Plate);
 }
 
-TEST_P(Persistence, StreamAndStorageMustBeGiven) {
+TEST_P(Persistence, NullStreamOrStorageReturnsEPointer) {
   EXPECT_EQ(E_POINTER, As<IPersistStreamInit>()->Load(nullptr));
   EXPECT_EQ(E_POINTER, As<IPersistStreamInit>()->Save(nullptr, TRUE));
   EXPECT_EQ(E_POINTER, As<IPersistStorage>()->Load(nullptr));
@@ -145,7 +145,7 @@ TEST_P(Persistence, StreamAndStorageMustBeGiven) {
   EXPECT_EQ(E_POINTER, As<IPersistStorage>()->InitNew(nullptr));
 }
 
-TEST_P(Persistence, ClosingSavesWhatHasChanged) {
+TEST_P(Persistence, CloseSavesDirtyControl) {
   OpenContainer();
   DWORD cookie = 0;
   ASSERT_EQ(S_OK, As<IOleObject>()->Advise(&m_sink, &cookie));
@@ -163,77 +163,10 @@ TEST_P(Persistence, ClosingSavesWhatHasChanged) {
   }
 }
 
-/// Members of each size.
-class CMapped {
- public:
-  BYTE m_byte = 1;
-  short m_short = -2;
-  VARIANT_BOOL m_bool = VARIANT_TRUE;
-  int m_int = -3;
-  float m_float = 0.5F;
-  double m_double = 0.25;
-  LONGLONG m_large = 0x123456789ABCDEF0;
-
-  // clang-format off
-  BEGIN_PROP_MAP(CMapped)
-    PROP_DATA_ENTRY("byte", m_byte, VT_UI1)
-    PROP_DATA_ENTRY("short", m_short, VT_I2)
-    PROP_DATA_ENTRY("bool", m_bool, VT_BOOL)
-    PROP_DATA_ENTRY("int", m_int, VT_I4)
-    PROP_DATA_ENTRY("float", m_float, VT_R4)
-    PROP_DATA_ENTRY("double", m_double, VT_R8)
-    PROP_DATA_ENTRY("large", m_large, VT_I8)
-  END_PROP_MAP()
-  // clang-format on
-};
-
-TEST(PropertyMap, HoldsMembersOfEachSize) {
-  CComPtr<IStream> stream;
-  ASSERT_EQ(S_OK, CreateStreamOnHGlobal(nullptr, TRUE, &stream));
-  CMapped saved;
-  ASSERT_EQ(S_OK, ATL::detail::SaveProperties(stream, CMapped::GetPropertyMap(), &saved));
-  EXPECT_EQ(4U + 1 + 2 + 2 + 4 + 4 + 8 + 8, SizeOf(stream));
-  Rewind(stream);
-  CMapped loaded;
-  loaded.m_byte = 0;
-  loaded.m_short = 0;
-  loaded.m_bool = VARIANT_FALSE;
-  loaded.m_int = 0;
-  loaded.m_float = 0;
-  loaded.m_double = 0;
-  loaded.m_large = 0;
-  ASSERT_EQ(S_OK, ATL::detail::LoadProperties(stream, CMapped::GetPropertyMap(), &loaded));
-  EXPECT_EQ(1, loaded.m_byte);
-  EXPECT_EQ(-2, loaded.m_short);
-  EXPECT_EQ(VARIANT_TRUE, loaded.m_bool);
-  EXPECT_EQ(-3, loaded.m_int);
-  EXPECT_EQ(0.5F, loaded.m_float);
-  EXPECT_EQ(0.25, loaded.m_double);
-  EXPECT_EQ(0x123456789ABCDEF0, loaded.m_large);
-}
-
-TEST(PropertyMap, IsInReadOnlyMemory) {
-  for (const auto* const map : {CMapped::GetPropertyMap(), CPlate::GetPropertyMap()}) {
-    MEMORY_BASIC_INFORMATION memory = {};
-    ASSERT_NE(0U, VirtualQuery(map, &memory, sizeof(memory)));
-    EXPECT_EQ(static_cast<DWORD>(PAGE_READONLY), memory.Protect);
-  }
-}
-
-TEST(PropertyMap, RefusesTypesThatDoNotFit) {
-  const ATL::ATL_PROPMAP_ENTRY tooLarge[] = {{L"number", 0, sizeof(int), VT_R8}, {}};
-  const ATL::ATL_PROPMAP_ENTRY elsewhere[] = {{L"text", 0, sizeof(BSTR), VT_BSTR}, {}};
-  for (const auto* const map : {tooLarge, elsewhere}) {
-    CComPtr<IStream> stream;
-    ASSERT_EQ(S_OK, CreateStreamOnHGlobal(nullptr, TRUE, &stream));
-    LONGLONG member = 7;
-    EXPECT_EQ(E_FAIL, ATL::detail::SaveProperties(stream, map, &member));
-    const BYTE plenty[64] = {};
-    ASSERT_EQ(S_OK, stream->Write(plenty, sizeof(plenty), nullptr));
-    Rewind(stream);
-    EXPECT_EQ(E_FAIL, ATL::detail::LoadProperties(stream, map, &member));
-    EXPECT_EQ(7, member);
-  }
+TEST_P(Persistence, PropertyMapIsInReadOnlyMemory) {
+  MEMORY_BASIC_INFORMATION memory = {};
+  ASSERT_NE(0U, VirtualQuery(CPlate::GetPropertyMap(), &memory, sizeof(memory)));
+  EXPECT_EQ(static_cast<DWORD>(PAGE_READONLY), memory.Protect);
 }
 
 }  // namespace

@@ -64,13 +64,13 @@ TEST_P(QuickActivate, ExchangesSiteSinkAndStatus) {
   EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange"));
 }
 
-TEST_P(QuickActivate, SinkMayBeMissing) {
+TEST_P(QuickActivate, NullSinkSucceeds) {
   m_container.pAdviseSink = nullptr;
   EXPECT_EQ(S_OK, Activate());
   EXPECT_EQ(nullptr, Plate().m_spAdviseSink.p);
 }
 
-TEST_P(QuickActivate, StructuresMustBeLargeEnough) {
+TEST_P(QuickActivate, SmallStructureReturnsEInvalidArg) {
   m_control.cbSize -= 4;
   EXPECT_EQ(E_INVALIDARG, Activate());
   m_control.cbSize += 4;

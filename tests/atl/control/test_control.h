@@ -9,9 +9,6 @@ struct PlateLog {
   int alive = 0;
   int drawn = 0;
   RECTL bounds = {};
-  BOOL zoomed = FALSE;
-  SIZEL zoomNum = {};
-  SIZEL zoomDen = {};
   HRESULT drawResult = S_OK;
 };
 inline PlateLog g_plates;
@@ -101,9 +98,6 @@ class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
   HRESULT OnDraw(ATL_DRAWINFO& di) override {
     ++g_plates.drawn;
     g_plates.bounds = *di.prcBounds;
-    g_plates.zoomed = di.bZoomed;
-    g_plates.zoomNum = di.ZoomNum;
-    g_plates.zoomDen = di.ZoomDen;
     const RECT rc = {di.prcBounds->left, di.prcBounds->top, di.prcBounds->right,
                      di.prcBounds->bottom};
     const HBRUSH brush = CreateSolidBrush(static_cast<COLORREF>(m_colour));

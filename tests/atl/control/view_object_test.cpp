@@ -13,7 +13,7 @@ class ViewAdvise : public EveryControlTest {
 };
 INSTANTIATE_FOR_EVERY_BIRTH(ViewAdvise);
 
-TEST_P(ViewAdvise, SinkHearsOfChanges) {
+TEST_P(ViewAdvise, ChangeCallsOnViewChange) {
   const auto view = As<IViewObject>();
   ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_CONTENT, 0, &m_sink));
   Change();
@@ -25,13 +25,13 @@ TEST_P(ViewAdvise, SinkHearsOfChanges) {
   EXPECT_EQ(0U, m_sink.References());
 }
 
-TEST_P(ViewAdvise, OtherAspectsAreNotThisOne) {
+TEST_P(ViewAdvise, OtherAspectIsNotReported) {
   ASSERT_EQ(S_OK, As<IViewObject>()->SetAdvise(DVASPECT_ICON, 0, &m_sink));
   Change();
   EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
 }
 
-TEST_P(ViewAdvise, FirstCallAndOnlyCall) {
+TEST_P(ViewAdvise, PrimeFirstAndOnlyOnceFlags) {
   const auto view = As<IViewObject>();
   ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_CONTENT, ADVF_PRIMEFIRST, &m_sink));
   EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange"));
@@ -42,7 +42,7 @@ TEST_P(ViewAdvise, FirstCallAndOnlyCall) {
   EXPECT_EQ(0U, m_sink.References());
 }
 
-TEST_P(ViewAdvise, TellsWhatItWasGiven) {
+TEST_P(ViewAdvise, GetAdviseReturnsArgumentsOfSetAdvise) {
   const auto view = As<IViewObject>();
   DWORD aspects = 99;
   DWORD flags = 99;
@@ -59,7 +59,7 @@ TEST_P(ViewAdvise, TellsWhatItWasGiven) {
   EXPECT_EQ(S_OK, view->GetAdvise(nullptr, nullptr, nullptr)) << "each may be left out";
 }
 
-TEST_P(ViewAdvise, CloseEndsIt) {
+TEST_P(ViewAdvise, CloseReleasesSink) {
   ASSERT_EQ(S_OK, As<IViewObject>()->SetAdvise(DVASPECT_CONTENT, 0, &m_sink));
   ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
   EXPECT_EQ(0U, m_sink.References());
@@ -68,7 +68,7 @@ TEST_P(ViewAdvise, CloseEndsIt) {
 class HitTest : public EveryControlTest {};
 INSTANTIATE_FOR_EVERY_BIRTH(HitTest);
 
-TEST_P(HitTest, TheWholeRectangleIsTheControl) {
+TEST_P(HitTest, PointsAndRectanglesInsideBoundsHit) {
   const auto view = As<IViewObjectEx>();
   const RECT bounds = {10, 10, 20, 20};
   const auto point = [&](LONG x, LONG y) {
