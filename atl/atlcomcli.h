@@ -14,6 +14,7 @@ class CComBSTR {
  public:
   CComBSTR() noexcept = default;
   CComBSTR(LPCOLESTR pSrc) : m_str(pSrc == nullptr ? nullptr : Checked(::SysAllocString(pSrc))) {}
+  CComBSTR(CComBSTR&& src) noexcept : m_str(src.Detach()) {}
   CComBSTR(const CComBSTR&) = delete;
   CComBSTR& operator=(const CComBSTR&) = delete;
   ~CComBSTR() { ::SysFreeString(m_str); }

@@ -15,7 +15,6 @@
 #include "collections/trusted_hosts.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
-#include "download/http_status.h"
 #include "download/progress_arithmetic.h"
 #include "download/transfer_request.h"
 
