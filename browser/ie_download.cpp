@@ -3,6 +3,8 @@
 #include <exdispid.h>
 #include <shlwapi.h>
 
+#include <string_view>
+
 #include "base/exception_boundary.h"
 #include "base/product_texts.h"
 #include "browser/application_handoff.h"
@@ -33,6 +35,10 @@ CFilePath PrepareTempFolder() {
   CreateFolderTree(folder);
   SetTempBaseFolder(folder.GetText());
   return folder;
+}
+
+bool HasInsertMarker(std::wstring_view text) {
+  return text.find(kInsertMarker) != std::wstring_view::npos;
 }
 
 HRESULT FindConnectionPoint(IConnectionPointContainer* container,
@@ -166,7 +172,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
   // Nearly no link is ours: reads the URL as it is, and copies it only for one that is.
   const std::wstring_view path = GetUrlPath(url);
   const std::wstring_view query = url + path.size();
-  if (path.find(kInsertMarker) != path.npos || query.find(kInsertMarker) != query.npos) {
+  if (HasInsertMarker(path) || HasInsertMarker(query)) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.
