@@ -29,6 +29,10 @@ constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
 
+bool HasInsertMarker(std::wstring_view text) {
+  return text.find(kInsertMarker) != std::wstring_view::npos;
+}
+
 HRESULT FindConnectionPoint(IConnectionPointContainer* container,
                             CComPtr<IConnectionPoint>& point) {
   if (container == nullptr) {
@@ -160,7 +164,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
   // Nearly no link is ours: reads the URL as it is, and copies it only for one that is.
   const std::wstring_view path = GetUrlPath(url);
   const std::wstring_view query = url + path.size();
-  if (path.find(kInsertMarker) != path.npos || query.find(kInsertMarker) != query.npos) {
+  if (HasInsertMarker(path) || HasInsertMarker(query)) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.

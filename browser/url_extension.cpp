@@ -24,7 +24,8 @@ std::wstring_view GetUrlPath(LPCWSTR url) {
 std::wstring_view GetPathExtension(std::wstring_view path) {
   // Quirk 5: only a backslash ends a folder. "/a.b/file" gives ".b/file", which matches no type.
   const auto last = path.find_last_of(kDotAndBackslash);
-  return last != path.npos && path[last] == L'.' ? path.substr(last) : std::wstring_view();
+  return last != std::wstring_view::npos && path[last] == L'.' ? path.substr(last)
+                                                               : std::wstring_view();
 }
 
 bool IsInterceptedExtension(std::wstring_view extension) {

@@ -18,7 +18,9 @@ CBrowserWindow::CBrowserWindow() {
   m_window = CreateWindowExW(0, kFrameClass, L"Browser", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50,
                              800, 600, nullptr, nullptr, windowClass.hInstance, nullptr);
   DemandSuccess(m_window != nullptr, "CreateWindow");
-  Demand(SUCCEEDED(m_browser.CoCreateInstance(CLSID_WebBrowser)), "there is no browser control");
+  Demand(
+      SUCCEEDED(CoCreateInstance(CLSID_WebBrowser, nullptr, CLSCTX_ALL, IID_PPV_ARGS(&m_browser))),
+      "there is no browser control");
 }
 
 CBrowserWindow::~CBrowserWindow() {

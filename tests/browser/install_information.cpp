@@ -44,5 +44,6 @@ void CInstallInformation::SetValue(DWORD type, const void* data, DWORD size, Key
   Create(key);
   CRegKey opened;
   EXPECT_EQ(opened.Open(HKEY_LOCAL_MACHINE, KeyPath(key), kAccess), ERROR_SUCCESS);
-  EXPECT_EQ(opened.SetValue(kValue, type, data, size), ERROR_SUCCESS);
+  EXPECT_EQ(RegSetValueExW(opened, kValue, 0, type, static_cast<const BYTE*>(data), size),
+            ERROR_SUCCESS);
 }

@@ -13,7 +13,7 @@ HRESULT CreateHelper(const std::wstring& clsidText, IUnknown* site,
   CLSID clsid{};
   HRESULT hr = CLSIDFromString(clsidText.c_str(), &clsid);
   if (SUCCEEDED(hr)) {
-    hr = object.CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER);
+    hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object));
   }
   return SUCCEEDED(hr) ? object->SetSite(site) : hr;
 }
@@ -28,7 +28,9 @@ std::vector<std::wstring> RegisteredHelperObjects() {
   }
   std::array<wchar_t, 256> name{};  // the registry's limit for names of keys
   DWORD length = static_cast<DWORD>(name.size());
-  for (DWORD index = 0; key.EnumKey(index, name.data(), &length) == ERROR_SUCCESS; ++index) {
+  for (DWORD index = 0; RegEnumKeyExW(key, index, name.data(), &length, nullptr, nullptr, nullptr,
+                                      nullptr) == ERROR_SUCCESS;
+       ++index) {
     clsids.emplace_back(name.data(), length);
     length = static_cast<DWORD>(name.size());
   }
