@@ -10,18 +10,8 @@ namespace {
 /// Takes down the replacements that it is given.
 class CRecordingRegistrar final : public IRegistrarBase {
  public:
-  STDMETHODIMP QueryInterface(REFIID, void** out) override {
-    *out = nullptr;
-    return E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return 1; }
-  STDMETHODIMP_(ULONG) Release() override { return 1; }
   STDMETHODIMP AddReplacement(LPCOLESTR key, LPCOLESTR item) override {
     m_added.push_back(std::wstring(key) + L"=" + item);
-    return S_OK;
-  }
-  STDMETHODIMP ClearReplacements() override {
-    m_added.clear();
     return S_OK;
   }
 
