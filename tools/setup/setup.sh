@@ -64,7 +64,7 @@ install_packages() {
 fetch_sources() {
   tools/setup/check_sources.sh > /dev/null 2>&1 && return
   step sources "Fetching library sources" \
-    "Is the network reachable? Is the version in dependencies.lock still served? Then run it again." \
+    "Is the network reachable? Do apt's sources have both bookworm and bookworm-security? Then run it again." \
     tools/setup/fetch_sources.sh
 }
 
