@@ -113,7 +113,7 @@ def cancel_prompt(stage: Stage, scene: Scene) -> None:
 
 
 def cancel_transfer(stage: Stage, scene: Scene) -> None:
-    lesson = Lesson("Rivers of Europe.folivo", 50 * MEBIBYTE, seed=4)
+    lesson = Lesson("Rivers of Europe.folivo", 16 * MEBIBYTE, seed=4)
     url = stage.server.serve_lesson(lesson, gated=True)
     first_part = 10_000_000
     stage.server.allow(url, limit=first_part)
