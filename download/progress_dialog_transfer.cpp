@@ -187,7 +187,9 @@ bool CProgressDialog::OpenTransfer(void* buffer, DWORD size) {
   const auto length = ReadContentLength(m_hRequest.Get(), 0, buffer, size);
   m_total = length.value_or(kAssumedSize);
   m_lengthKnown = length ? 1 : 0;
-  return CreateTempFile();
+  const bool goesOn = CreateTempFile();
+  TraceTransfer(this, m_opened ? "opened" : "not opened");
+  return goesOn;
 }
 
 /// Opens the session and the request. Shows the system's dialog when the server or proxy asks for
@@ -251,7 +253,6 @@ bool CProgressDialog::CreateTempFile() {
     if (file != CFileTraits::Empty()) {
       m_opened = true;  // Before the handle: a thread that takes it must know that the file exists.
       m_hFile.Put(file);
-      TraceTransfer(this, "opened");
       return true;
     }
   }

@@ -15,7 +15,9 @@ class CFailingRead {
   CFailingRead() : m_patch("wininet.dll", "InternetReadFile", &Read) {
     s_read = m_patch.Original<decltype(InternetReadFile)>();
     s_reads = 0;
+    s_reached.Close();
     s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    s_fails.Close();
     s_fails.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     s_worker.Close();
   }

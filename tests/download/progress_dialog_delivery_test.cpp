@@ -83,6 +83,7 @@ class CResultDuringAFailure {
     s_place = place;
     s_file = std::move(file);
     s_looks = 0;
+    s_answered.Close();
     s_answered.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   }
 

@@ -122,6 +122,8 @@ class CDeadDisk {
     s_delete = m_delete.Original<decltype(DeleteFileW)>();
     s_call = call;
     s_file = std::move(file);
+    s_reached.Close();
+    s_answer.Close();
     s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     s_answer.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   }

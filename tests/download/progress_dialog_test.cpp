@@ -444,6 +444,7 @@ class CBarMovedUnderTheJoin {
     s_send = m_send.Original<decltype(SendDlgItemMessageW)>();
     s_wait = m_wait.Original<decltype(MsgWaitForMultipleObjectsEx)>();
     s_dialogThread = GetCurrentThreadId();
+    s_joining.Close();
     s_joining.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   }
 
@@ -491,6 +492,7 @@ class CWriteUnderAResult {
         m_pause("kernel32.dll", "SwitchToThread", &Pause) {
     s_write = m_write.Original<decltype(WriteFile)>();
     s_dialog = &dialog;
+    s_looked.Close();
     s_looked.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     s_writes = 0;
   }
