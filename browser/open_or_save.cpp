@@ -3,7 +3,6 @@
 #include <shlwapi.h>
 
 #include <optional>
-#include <utility>
 
 #include "browser/application_handoff.h"
 #include "browser/browser_texts.h"

@@ -1,6 +1,7 @@
 #include "browser/url_extension.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <string_view>
 

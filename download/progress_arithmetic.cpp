@@ -1,7 +1,9 @@
 #include "download/progress_arithmetic.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
+#include <optional>
 
 std::int32_t WrappingAdd(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));

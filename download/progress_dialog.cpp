@@ -4,16 +4,21 @@
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
+#include <memory>
 #include <utility>
 
 #include "base/edition.h"
 #include "base/exception_boundary.h"
-#include "base/product_texts.h"
+#include "base/scoped_handle.h"
+#include "download/atomic_handle.h"
 #include "download/download_texts.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 #include "download/ie_frame_library.h"
 #include "download/module_keep_alive.h"
 #include "download/shell_open.h"
+#include "download/transfer_debug.h"
+#include "resources/resource.h"
 #include "ui/button_row.h"
 
 namespace {

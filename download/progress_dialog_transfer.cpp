@@ -22,17 +22,21 @@
 #include <commctrl.h>
 #include <wininet.h>
 
+#include <atomic>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
 #include "base/exception_boundary.h"
 #include "base/product_texts.h"
+#include "download/atomic_handle.h"
 #include "download/content_check.h"
 #include "download/download_texts.h"
-#include "download/file_operations.h"
 #include "download/progress_arithmetic.h"
 #include "download/thread_name.h"
+#include "download/transfer_debug.h"
 #include "download/transfer_request.h"
+#include "resources/resource.h"
 #include "ui/notice.h"
 
 namespace {

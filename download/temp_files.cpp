@@ -5,6 +5,7 @@
 #include "base/edition.h"
 #include "base/product_texts.h"
 #include "download/file_operations.h"
+#include "download/file_path.h"
 
 namespace {
 

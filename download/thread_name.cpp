@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstring>
+
 namespace {
 
 // The debuggers' convention for naming a thread: an exception with this code and record.

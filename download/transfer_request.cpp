@@ -1,6 +1,8 @@
 #include "download/transfer_request.h"
 
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 

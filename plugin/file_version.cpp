@@ -1,6 +1,7 @@
 #include "plugin/file_version.h"
 
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 

@@ -4,6 +4,7 @@
 
 #include "plugin/host_process.h"
 #include "plugin/thread_locale.h"
+#include "resources/resource.h"
 #include "ui/advapi32_dll.h"
 
 namespace {

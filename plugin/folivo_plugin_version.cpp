@@ -4,6 +4,7 @@
 
 #include "base/exception_boundary.h"
 #include "com/class_registration.h"
+#include "folivo_plugin_h.h"
 #include "plugin/file_version.h"
 #include "resources/resource.h"
 

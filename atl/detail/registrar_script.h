@@ -95,14 +95,18 @@ class CRegistrarParser {
   RegistrarScript Parse() {
     RegistrarScript script;
     while (m_token) {
-      RegistrarRoot root{HKEY_LOCAL_MACHINE, {}};
+      RegistrarKey top;
       const bool bClasses = Skip(L"HKCR");
       if (!bClasses) {
         Expect(L"HKLM");
       }
       Expect(L"{");
-      ParseBody(root.top, 1);
-      script.push_back(bClasses ? ClassesRoot(std::move(root.top)) : std::move(root));
+      ParseBody(top, 1);
+      if (bClasses) {
+        script.push_back(ClassesRoot(std::move(top)));
+      } else {
+        script.push_back({HKEY_LOCAL_MACHINE, std::move(top)});
+      }
     }
     return script;
   }
