@@ -77,6 +77,16 @@ class SetupTest(unittest.TestCase):
                 self.assertEqual(code, 0)
                 self.assertRegex(out, rf"\AMaking +\n  {told}\nMaking +\d+\.\d s\nnext\n\Z")
 
+    def test_what_shows_progress_never_runs_the_exit_functions(self):
+        # As a child does that has not yet reset the script's traps.
+        child = "show_progress() { trap run_exit_functions EXIT; : > shown; while :; do :; done; }"
+        _, out, err = self.bash(
+            f"{child}; ends() {{ echo ends; }}; at_exit ends; step log Making Advice"
+            " /bin/bash -c 'until [[ -e shown ]]; do sleep 0.01; done'; echo next")
+        self.assertEqual(err, "")
+        self.assertRegex(out, r"s\nnext\nends\n\Z")
+        self.assertEqual(out.count("ends"), 1)
+
     def test_a_checkout_that_takes_nothing_is_told(self):
         (self.checkout / "build").write_text("not a folder")
         code, _, err = self.bash("require_build_folder")

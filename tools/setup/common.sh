@@ -129,7 +129,8 @@ step() {
   show_progress "$log" "$text" &
   progress_pid=$!
   "$@" >> "$log" 2>&1 < /dev/null || status=$?
-  kill "$progress_pid" 2> /dev/null || true
+  # Not SIGTERM: a child that has not yet reset this script's traps would run the exit functions.
+  kill -KILL "$progress_pid" 2> /dev/null || true
   wait "$progress_pid" 2> /dev/null || true
   if [[ -t 1 ]]; then
     printf '\r%-46s\e[K' "$text"
