@@ -266,9 +266,10 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
 CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
   // Clears only the flag before the wait, and stops the gate after it: a worker that the gate
   // leaves behind deletes the file, and a worker whose call returns in time need not be left
-  // behind. Later calls do not wait: the handle has been taken, or the file left to the worker.
+  // behind. Later calls do not wait: the handle has been taken, or the worker closes and deletes
+  // what it has opened since.
   m_running = false;
-  if (m_tempFile.IsLeftToWorker()) {
+  if (m_tempFile.IsLeftToWorker() || m_gate.IsLeftBehind()) {
     return {};
   }
   const ULONGLONG deadline = GetTickCount64() + kDiskWaitMs;

@@ -156,8 +156,8 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   CBlockingCallGate m_gate{m_running};
   CTempFileOwner m_tempFile{m_tempPath};
   std::atomic<HWND> m_window{nullptr};  // the steps' copy of m_hWnd; set by the dialog thread
-  std::atomic<bool> m_fileInUse{
-      false};  // the steps': a call for the file is made; m_hFile is empty
+  // The steps': a call for the file is made; m_hFile is empty.
+  std::atomic<bool> m_fileInUse{false};
   const HWND m_browserWindow;
   CBoundThread m_dialogThread;
   CBoundThread m_stepsThread;

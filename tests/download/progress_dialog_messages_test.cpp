@@ -124,6 +124,7 @@ TEST_F(ProgressDialogMessages, ResultSaysDeliveredOnlyOfADeliveredFileWhenAWrite
     const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
     CProgressDialogPeer peer{*dialog};
     peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    dialog->m_hWnd = m_window;
     writing = &peer;
     taken = peer.BeginWrite();
     LRESULT result = 0;
@@ -133,7 +134,48 @@ TEST_F(ProgressDialogMessages, ResultSaysDeliveredOnlyOfADeliveredFileWhenAWrite
     EXPECT_EQ(g_ends, std::vector<INT_PTR>{isDelivered ? 1 : 3}) << atLook;
     const CHandle left(taken != INVALID_HANDLE_VALUE ? taken : nullptr);
     DeleteFileW(DestPath().c_str());
+    dialog->m_hWnd = nullptr;
   }
+}
+
+decltype(&CreateFileW) g_createFile;
+const CInterruption* g_cancel;
+
+TEST_F(ProgressDialogMessages, FileThatIsCreatedAfterCancelIsDeletedAlthoughTheDialogGoesFirst) {
+  const CImportPatch create(
+      "kernel32.dll", "CreateFileW",
+      +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
+          DWORD attributes, HANDLE model) -> HANDLE {
+        g_cancel->WasReached();  // ends the count
+        return g_createFile(path, access, share, security, creation, attributes, model);
+      });
+  g_createFile = create.Original<decltype(CreateFileW)>();
+  // The dialog's wait for the file, on this same thread, is over at once.
+  const CImportPatch clock(
+      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+        static ULONGLONG now = 0;
+        return now += 1000;
+      });
+  bool isReached = true;
+  int instructions = 1;
+  for (; isReached && !HasFatalFailure(); ++instructions) {
+    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+    dialog->m_hWnd = m_window;
+    CProgressDialogPeer peer{*dialog};
+    const CInterruption dialogThread(instructions, [&] {
+      LRESULT result = 0;
+      dialog->ProcessWindowMessage(m_window, WM_COMMAND, IDCANCEL, 0, result);
+    });
+    g_cancel = &dialogThread;
+    dialogThread.Arm();
+    peer.CreateTempFile();
+    isReached = dialogThread.WasReached();
+    dialog->m_hWnd = nullptr;
+    peer.Abandon();
+    peer.RunWorker();  // its end
+    ASSERT_EQ(m_sandbox.Files(), Files()) << instructions;
+  }
+  EXPECT_GT(instructions, 10);
 }
 
 TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
