@@ -44,8 +44,9 @@ target_include_directories(gtest
   PRIVATE "${FOLIVO_GOOGLETEST_DIR}/googletest")
 # GoogleTest needs std::mutex for one class only; the project brings that class.
 target_compile_definitions(gtest PUBLIC GTEST_HAS_PTHREAD=0 GTEST_HAS_NOTIFICATION_=1)
+# Before everything else; so it is the first of the precompiled headers where there are any.
 target_compile_options(gtest PUBLIC
-  "SHELL:-include \"${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.h\"")
+  "$<$<NOT:$<BOOL:$<TARGET_PROPERTY:FOLIVO_PRECOMPILED>>>:SHELL:-include \"${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.h\">")
 
 add_library(gmock STATIC EXCLUDE_FROM_ALL "${FOLIVO_GOOGLETEST_DIR}/googlemock/src/gmock-all.cc")
 target_include_directories(gmock
@@ -57,19 +58,30 @@ add_library(gmock_main STATIC EXCLUDE_FROM_ALL "${FOLIVO_TEST_SUPPORT_DIR}/gtest
 target_link_libraries(gmock_main PUBLIC gmock PRIVATE project_options)
 
 # Nearly every test reads these, which takes longer than compiling it. GCC only: clang refuses a
-# precompiled header under any other definitions. Without the headers of the product and of ATL, as
-# each file is to name what it uses of those.
+# precompiled header under any other definitions. GCC ignores it behind any other -include. Without
+# the headers of the product and of ATL, as each file is to name what it uses of those.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_library(test_headers STATIC EXCLUDE_FROM_ALL
     "${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.cpp")
-  target_link_libraries(test_headers PRIVATE project_options gtest)
+  target_link_libraries(test_headers PRIVATE project_options gmock)
   # As the tests: see tests/CMakeLists.txt.
   target_compile_options(test_headers PRIVATE $<$<CONFIG:Release>:-O0>)
   target_precompile_headers(test_headers PRIVATE
     "${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.h"
     # Before <windows.h>, which would bring its predecessor.
-    <winsock2.h> <windows.h> <gtest/gtest.h> <string> <vector>)
+    <winsock2.h> <windows.h> <commctrl.h> <exdisp.h> <ocidl.h> <shellapi.h> <shlobj.h> <wininet.h>
+    <gmock/gmock.h> <gtest/gtest.h> <algorithm> <array> <atomic> <chrono> <filesystem> <functional>
+    <memory> <optional> <string> <string_view> <vector>)
+  set_target_properties(test_headers PROPERTIES FOLIVO_PRECOMPILED ON)
 endif()
+
+# Internal: the target's files start with the precompiled headers.
+function(folivo_precompile target)
+  if(TARGET test_headers)
+    target_precompile_headers(${target} REUSE_FROM test_headers)
+    set_target_properties(${target} PROPERTIES FOLIVO_PRECOMPILED ON)
+  endif()
+endfunction()
 
 # Internal: the properties that both kinds of tests share.
 function(folivo_set_test_properties name labels serial)
@@ -99,9 +111,7 @@ function(folivo_add_test)
   set_target_properties(${arg_NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${arg_NAME} PRIVATE project_options ${arg_LIBS} gmock_main)
-  if(TARGET test_headers)
-    target_precompile_headers(${arg_NAME} REUSE_FROM test_headers)
-  endif()
+  folivo_precompile(${arg_NAME})
   # "Z:" is Wine's name for the machine's root; without it GoogleTest takes the path for relative.
   add_test(NAME ${arg_NAME}
     COMMAND ${arg_NAME} "--gtest_output=xml:Z:${FOLIVO_TEST_RESULTS_DIR}/${arg_NAME}.xml"
@@ -124,9 +134,7 @@ function(folivo_add_test_library)
   endif()
   add_library(${arg_NAME} STATIC ${arg_SOURCES})
   target_link_libraries(${arg_NAME} PUBLIC project_options ${arg_LIBS} gmock)
-  if(TARGET test_headers)
-    target_precompile_headers(${arg_NAME} REUSE_FROM test_headers)
-  endif()
+  folivo_precompile(${arg_NAME})
 endfunction()
 
 function(folivo_add_script_test)
