@@ -1,11 +1,13 @@
 // How the dialog ends: with a message, by a command, for want of memory, or without its window.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
 #include <new>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
@@ -67,55 +70,40 @@ TEST_F(ZipProgressDialogEnd, EndActsOnce) {
   EXPECT_TRUE(ArchiveExists());
 }
 
-std::vector<std::wstring> g_closings;
-decltype(&CloseHandle) g_closeHandle;
-HANDLE g_file;
-const CWinInetRecorder* g_winInet;
-
 TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   CWinInetRecorder winInet;
-  g_winInet = &winInet;
   COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
   CDialogTrace trace;
   ASSERT_TRUE(dialog->DownloadArchive());
   const HINTERNET session = dialog->Session();
   const HINTERNET request = dialog->Request();
-  g_file = dialog->File();
+  const HANDLE file = dialog->File();
   trace.Take();
-  const CImportPatch patch(
-      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
-        if (handle == g_file) {
-          g_closings.emplace_back(L"file");
-          EXPECT_TRUE(g_winInet->closed.empty()) << "the file goes first";
-        }
-        return g_closeHandle(handle);
-      });
-  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
-  g_closings.clear();
-  dialog->EndWithResult(3);
-  EXPECT_EQ(g_closings.size(), 1u);
+  {
+    const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
+      EXPECT_TRUE(handle != file || winInet.closed.empty()) << "the file goes first";
+      return close.CallOriginal(handle);
+    });
+    dialog->EndWithResult(3);
+    EXPECT_THAT(close.Calls(), testing::Contains(std::tuple(file)).Times(1));
+  }
   EXPECT_EQ(winInet.closed, (std::vector{request, session}));
   EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
   EXPECT_FALSE(ArchiveExists()) << "as the file was closed before";
   // The members keep their values.
   EXPECT_EQ(dialog->Session(), session);
   EXPECT_EQ(dialog->Request(), request);
-  EXPECT_EQ(dialog->File(), g_file);
+  EXPECT_EQ(dialog->File(), file);
 }
 
 TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
   CWinInetRecorder winInet;
   COpenDialog dialog(L"", ZipPath(), ContentFolder());
   dialog->SetFile(INVALID_HANDLE_VALUE);
-  g_file = INVALID_HANDLE_VALUE;
-  const CImportPatch patch(
-      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
-        EXPECT_NE(handle, INVALID_HANDLE_VALUE);
-        return g_closeHandle(handle);
-      });
-  g_closeHandle = patch.Original<BOOL WINAPI(HANDLE)>();
+  const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");
   dialog->EndWithResult(2);
+  EXPECT_THAT(close.Calls(), testing::Each(testing::Ne(std::tuple(INVALID_HANDLE_VALUE))));
   EXPECT_TRUE(winInet.closed.empty());
 }
 
