@@ -53,11 +53,14 @@ def dependencies(build_dir):
 class Checker:
     """Checks single sources, remembering the clean ones in `stamps`."""
 
-    def __init__(self, root, build_dir):
+    def __init__(self, root, build_dir, entries):
         self.root = root
         self.build_dir = build_dir
         self.stamps = root / "build" / "lint"
-        self.stamps.mkdir(parents=True, exist_ok=True)
+        # clang-tidy checks a source once for each of its compile commands, so it gets one of each.
+        self.commands = self.stamps / f"commands-{build_dir.name}"
+        self.commands.mkdir(parents=True, exist_ok=True)
+        (self.commands / "compile_commands.json").write_text(json.dumps(entries))
         self.dependencies = dependencies(build_dir)
         self.hashes = {}
         configurations = sorted(root.glob(".clang-tidy")) + sorted(root.glob("t*/.clang-tidy"))
@@ -99,7 +102,7 @@ class Checker:
         if stamp.exists() and stamp.read_text() == key:
             return ""
         run = subprocess.run(
-            [CLANG_TIDY, "-p", str(self.build_dir), "--quiet", "--warnings-as-errors=*",
+            [CLANG_TIDY, "-p", str(self.commands), "--quiet", "--warnings-as-errors=*",
              *EXTRA_ARGUMENTS, entry["file"]],
             capture_output=True, text=True)
         if run.returncode == 0:
@@ -146,11 +149,11 @@ def main():
     wanted = {os.path.abspath(path) for path in arguments if path != "--all"}
     if not arguments:
         wanted = None
-    checker = Checker(root, build_dir)
     entries = list(own_sources(root, build_dir, wanted))
     if not entries:
         print("no sources to check")
         return 1
+    checker = Checker(root, build_dir, entries)
     findings = {}
     with concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
         for output in pool.map(checker.check, entries):
