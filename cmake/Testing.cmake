@@ -107,7 +107,7 @@ function(folivo_add_test)
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "folivo_add_test: wrong arguments: ${ARGV}")
   endif()
-  add_executable(${arg_NAME} ${arg_SOURCES})
+  add_executable(${arg_NAME} ${arg_SOURCES} $<TARGET_OBJECTS:mingw_exception_globals>)
   set_target_properties(${arg_NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${arg_NAME} PRIVATE project_options ${arg_LIBS} gmock_main)

@@ -56,16 +56,6 @@ bool Fails() {
   return left == 0 || (g_failsForGood && left < 0);
 }
 
-/// Has the language's runtime take what it keeps for a thread's exceptions, which it does at the
-/// first one; without memory for that it ends the program.
-void PrepareExceptions() {
-  try {
-    throw std::bad_alloc();
-  } catch (const std::bad_alloc&) {
-    return;
-  }
-}
-
 void* Allocate(size_t size) {
   if (Fails()) {
     errno = ENOMEM;
@@ -89,7 +79,6 @@ HGLOBAL WINAPI AllocateGlobal(UINT flags, SIZE_T size) {
 BSTR WINAPI AllocateString(const OLECHAR* text) { return Fails() ? nullptr : g_allocString(text); }
 
 unsigned __stdcall StartCounted(void* start) {
-  PrepareExceptions();
   const size_t place = g_threadCount++;
   g_threads[place] = GetCurrentThreadId();
   const auto& [function, argument] = *static_cast<CStart*>(start);
@@ -135,7 +124,6 @@ CFailingAllocations::CFailingAllocations()
 CFailingAllocations::~CFailingAllocations() = default;
 
 bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& action) const {
-  PrepareExceptions();
   g_threads[0] = GetCurrentThreadId();
   g_threadCount = 1;
   g_failsForGood = mode == Mode::kForGood;
