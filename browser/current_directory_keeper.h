@@ -4,8 +4,8 @@
 
 /// Restores the process's current directory at scope end. All threads share that directory, and
 /// each browser window has its own thread: of scopes that overlap, the first one saves the
-/// directory and the last one restores it, or changes to the system directory when that fails.
-/// Allocates no memory.
+/// directory, and each one restores it at its end, or changes to the system directory when that
+/// fails. Allocates no memory.
 class CCurrentDirectoryKeeper {
  public:
   CCurrentDirectoryKeeper() {
@@ -17,7 +17,8 @@ class CCurrentDirectoryKeeper {
   }
   ~CCurrentDirectoryKeeper() {
     const CLock lock;
-    if (--s_scopes == 0 && !(s_isKnown && SetCurrentDirectoryW(s_directory))) {
+    --s_scopes;
+    if (!s_isKnown || !SetCurrentDirectoryW(s_directory)) {
       MoveToSystemDirectory();
     }
   }

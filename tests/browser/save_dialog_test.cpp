@@ -219,7 +219,7 @@ TEST(CommonSaveDialog, CurrentDirectoryIsPutBackWhateverTheAnswer) {
   SetCurrentDirectoryW(before.c_str());  // so that the folder can be deleted
 }
 
-TEST(CommonSaveDialog, CurrentDirectoryIsPutBackByTheLastOfTwoThatOverlap) {
+TEST(CommonSaveDialog, CurrentDirectoryIsPutBackByEachOfTwoThatOverlap) {
   const CTempSandbox sandbox;
   const std::wstring before = CurrentDirectory();
   g_moveTo = sandbox.Path();
@@ -237,6 +237,10 @@ TEST(CommonSaveDialog, CurrentDirectoryIsPutBackByTheLastOfTwoThatOverlap) {
         }
         SetEvent(isFirst ? firstMoved : secondOpened);
         EXPECT_EQ(WaitForSingleObject(isFirst ? secondOpened : firstClosed, 20000), WAIT_OBJECT_0);
+        if (!isFirst) {
+          EXPECT_NE(CurrentDirectory(), g_moveTo);
+          EXPECT_TRUE(SetCurrentDirectoryW(g_moveTo.c_str()));
+        }
         return FALSE;
       });
   CParallel first([] {
