@@ -128,7 +128,7 @@ LRESULT CProgressDialog::OnCancel(WORD, WORD, HWND, BOOL&) {
   SignalPeek();
   StopDownload();
   m_tempFile.Discard();
-  EndDialog(kDownloadCancelled);
+  EndIfShown(kDownloadCancelled);
   return 0;
 }
 
@@ -155,8 +155,15 @@ LRESULT CProgressDialog::OnDownloadFinished(UINT, WPARAM code, LPARAM, BOOL& han
   // Quirk 32: a complete download ends the dialog without waiting for the user. The caller opens a
   // file that was delivered, so the result is a failure when the worker deletes the file.
   const bool isLost = code == kDownloadDelivered && m_tempFile.IsLeftToWorker();
-  EndDialog(isLost ? kDownloadFailed : static_cast<int>(code));
+  EndIfShown(isLost ? kDownloadFailed : static_cast<int>(code));
   return 0;
+}
+
+/// Ends the dialog, unless a message that was dispatched meanwhile has destroyed its window.
+void CProgressDialog::EndIfShown(int code) {
+  if (IsWindow()) {
+    EndDialog(code);
+  }
 }
 
 void CProgressDialog::DeliverFile() {

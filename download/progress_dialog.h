@@ -95,6 +95,7 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   bool ServeMessagesUntilEnded(boost::thread& worker);
   CScopedHandle<CFileTraits> StopWorker();
   void DeliverFile();
+  void EndIfShown(int code);
   void CompleteProtectedSave(HANDLE state);
   void CancelProtectedSave();
   void ShellOpen(const CFilePath& path);
