@@ -14,6 +14,7 @@
 #include "browser/url_extension.h"
 #include "com/class_registration.h"
 #include "download/content_check.h"
+#include "download/download_texts.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
 #include "download/progress_dialog.h"
@@ -38,7 +39,8 @@ HRESULT FindConnectionPoint(IConnectionPointContainer* container,
   if (container == nullptr) {
     return E_POINTER;
   }
-  const HRESULT found = container->FindConnectionPoint(DIID_DWebBrowserEvents2, &point);
+  const CComPtr<IConnectionPointContainer> held(container);  // the browser may set another site
+  const HRESULT found = held->FindConnectionPoint(DIID_DWebBrowserEvents2, &point);
   // A browser may return success without a connection point.
   return SUCCEEDED(found) && point == nullptr ? E_POINTER : found;
 }
@@ -67,14 +69,18 @@ STDMETHODIMP CIEDownload::SetSite(IUnknown* site) {
     return E_INVALIDARG;
   }
 
+  const CComPtr<IWebBrowser2> browser = m_browser;  // the calls below may set another site
   SHANDLE_PTR window = 0;
-  if (FAILED(m_browser->get_HWND(&window)) || window == 0) {
+  if (FAILED(browser->get_HWND(&window)) || window == 0) {
     FindBrowserFrameWindow();
   } else {
     m_browserWindow = reinterpret_cast<HWND>(window);
   }
   m_container.Release();
-  if (FAILED(m_browser->QueryInterface(IID_PPV_ARGS(&m_container)))) {
+  CComPtr<IConnectionPointContainer> container;
+  const HRESULT queried = browser->QueryInterface(IID_PPV_ARGS(&container));
+  m_container = container;
+  if (FAILED(queried)) {
     return E_POINTER;
   }
   return Advise();
@@ -127,6 +133,10 @@ HRESULT CIEDownload::FindBrowserFrameWindow() {
   return IsWindow(m_browserWindow) ? S_OK : E_POINTER;
 }
 
+HWND CIEDownload::GetDialogOwner() const {
+  return IsWindow(m_browserWindow) ? m_browserWindow : nullptr;
+}
+
 STDMETHODIMP CIEDownload::Invoke(DISPID dispid, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*,
                                  EXCEPINFO*, UINT*) {
   if (params == nullptr) {
@@ -168,7 +178,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
       // Quirk 7: cancels the navigation only when it starts the launcher.
-      LaunchInsert(m_browserWindow, [this] { return m_browser; }, shortcut, params);
+      LaunchInsert(GetDialogOwner(), [this] { return m_browser; }, shortcut, params);
       return;
     }
   }
@@ -180,7 +190,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
 
 void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
                             const DISPPARAMS& params) {
-  const HWND owner = m_browserWindow;
+  const HWND owner = GetDialogOwner();
   const CFilePath tempFolder = PrepareAppTempFilesFolder(kProductName);
   SetTempBaseFolder(tempFolder);
   const CFilePath tempPath = MakeUniqueFilePath(tempFolder, kTempBaseName, extension);
@@ -204,7 +214,11 @@ void CIEDownload::OfferFile(const CStringW& url, const CStringW& extension,
     return;
   }
   if (answer == kAnswerOpen || answer == kAnswerSave) {
-    CallGuarded([&] { OpenOrSave(owner, dialog, answer == kAnswerSave, url, extension); });
+    const HRESULT done =
+        CallGuarded([&] { OpenOrSave(owner, dialog, answer == kAnswerSave, url, extension); });
+    if (done == E_OUTOFMEMORY) {
+      MessageBoxW(owner, kNoMemoryText, kProductName, MB_ICONEXCLAMATION);
+    }
   }
   // Quirk 8: for every answer, Cancel included, and whether carrying it out succeeded or failed.
   CancelNavigation(params);

@@ -67,6 +67,8 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
  private:
   void OnBeforeNavigate(const DISPPARAMS& params);
   void Navigate(LPCWSTR url, const DISPPARAMS& params);
+  /// The browser's window, null when that is gone.
+  HWND GetDialogOwner() const;
   void OfferFile(const CStringW& url, const CStringW& extension, const DISPPARAMS& params);
 
   static BOOL CALLBACK StoreIfBrowserFrame(HWND window, LPARAM self);
