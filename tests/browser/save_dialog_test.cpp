@@ -37,22 +37,26 @@ std::wstring ChosenPath(const std::wstring& choice, LPCWSTR extension = L".foliv
   return answer ? answer->path.GetText().GetString() : L"nothing";
 }
 
-TEST(SaveFilter, LessonsInAnyCase) {
-  for (const LPCWSTR extension : {L".folivo", L".qdk", L".fvk", L".QDK", L".Folivo"}) {
-    EXPECT_EQ(GetSaveFilter(extension), kLessons);
+TEST(SaveFilter, FollowsTheTypeOfTheFile) {
+  constexpr struct {
+    LPCWSTR extension;
+    LPCWSTR filter;
+  } kCases[] = {
+      {L".folivo", kLessons},
+      {L".qdk", kLessons},
+      {L".fvk", kLessons},
+      {L".QDK", kLessons},
+      {L".gallery", kGalleries},
+      {L".galleryitem", kGalleries},
+      {L".qdc", kGalleries},
+      {L".qdi", kGalleries},
+      {L".txt", kGalleries},
+      {L"", kGalleries},
+      {L".qdt", L""},
+  };
+  for (const auto& [extension, filter] : kCases) {
+    EXPECT_EQ(GetSaveFilter(extension), filter) << extension;
   }
-}
-
-TEST(SaveFilter, EveryOtherExtensionIsAGallery) {
-  for (const LPCWSTR extension :
-       {L".qdc", L".gallery", L".galleryitem", L".qdi", L".QDC", L".txt", L""}) {
-    EXPECT_EQ(GetSaveFilter(extension), kGalleries);
-  }
-}
-
-TEST(SaveFilter, TemplateGalleriesHaveNone) {
-  EXPECT_EQ(GetSaveFilter(L".qdt"), L"");
-  EXPECT_EQ(GetSaveFilter(L".QDT"), L"");
   EXPECT_EQ(GetCommonDialogFilter(L".qdt"), L"");
 }
 
