@@ -65,7 +65,9 @@ DWORD OpenFileNameSize() {
 
 /// Calls GetSaveFileNameW in a library that is loaded when a file is saved. Loading it with its own
 /// imports takes several times as long as loading this module, and would delay every start of the
-/// browser. Never frees the library, as shell extensions that the dialog has loaded may still run.
+/// browser. Not a delay-loaded import, whose failure is a structured exception: C++ does not catch
+/// it, and it would end the browser. Never frees the library, as shell extensions that the dialog
+/// has loaded may still run.
 bool ShowCommonDialog(OPENFILENAMEW& dialog) {
   const HMODULE library = LoadLibraryW(L"comdlg32.dll");
   decltype(&GetSaveFileNameW) getSaveFileName = nullptr;

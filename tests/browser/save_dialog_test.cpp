@@ -13,6 +13,7 @@
 #include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
@@ -427,16 +428,20 @@ TEST(ProtectedSaveDialog, LibraryIsFreedOnEveryWay) {
   EXPECT_EQ(balance, 0);
 }
 
-TEST(ProtectedSaveDialog, MissingFunctionsChooseNothing) {
-  const CImportPatch patch(
-      "kernel32.dll", "GetProcAddress", +[](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
-  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
-}
-
-TEST(ProtectedSaveDialog, MissingLibraryChoosesNothing) {
-  const CImportPatch patch(
-      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
-  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+TEST(SaveChoice, MissingLibraryOrFunctionChoosesNothing) {
+  for (const bool isProtected : {false, true}) {
+    SCOPED_TRACE(isProtected);
+    {
+      const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
+                                           [](LPCWSTR) { return nullptr; });
+      EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
+      EXPECT_FALSE(load.Calls().empty());
+    }
+    const CImportSpy<&GetProcAddress> find("kernel32.dll", "GetProcAddress",
+                                           [](HMODULE, LPCSTR) { return nullptr; });
+    EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
+    EXPECT_FALSE(find.Calls().empty());
+  }
 }
 
 }  // namespace
