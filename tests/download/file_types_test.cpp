@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cwctype>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -15,7 +17,7 @@ using enum LinkRule;
 
 // The heads are in content_check_test.cpp.
 TEST(FileTypes, TableHasExactlyTheseRows) {
-  using Row = std::tuple<wstring, FileKind, int, SaveFilter, LinkRule, size_t>;
+  using Row = std::tuple<wstring, FileKind, int, SaveFilter, LinkRule, std::size_t>;
   std::vector<Row> rows;
   for (const CFileType& type : GetFileTypes()) {
     rows.emplace_back(type.extension, type.kind, type.filterPlace, type.filter, type.links,
@@ -37,9 +39,10 @@ TEST(FindFileType, ExtensionInAnyCaseGivesItsRow) {
   for (const CFileType& type : GetFileTypes()) {
     wstring extension(type.extension);
     EXPECT_EQ(FindFileType(extension), &type) << extension;
-    extension[2] = static_cast<wchar_t>(towupper(extension[2]));
-    EXPECT_EQ(FindFileType(extension), &type) << extension;
-    EXPECT_EQ(FindFileType(_wcsupr(extension.data())), &type) << extension;
+    for (wchar_t& letter : extension) {
+      letter = static_cast<wchar_t>(std::towupper(letter));
+      EXPECT_EQ(FindFileType(extension), &type) << extension;
+    }
   }
 }
 
