@@ -52,11 +52,3 @@ struct CFontTraits {
   static void Close(Handle font) { DeleteObject(font); }
 };
 using CScopedFont = CScopedHandle<CFontTraits>;
-
-/// A library loaded by LoadLibrary.
-struct CLibraryTraits {
-  using Handle = HMODULE;
-  static Handle Empty() { return nullptr; }
-  static void Close(Handle library) { FreeLibrary(library); }
-};
-using CScopedLibrary = CScopedHandle<CLibraryTraits>;

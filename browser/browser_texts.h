@@ -16,8 +16,7 @@ inline constexpr wchar_t kRenamedText[] =
 
 inline constexpr wchar_t kReplaceText[] = L"%s already exists. Do you want to replace it?";
 
-inline constexpr wchar_t kLessonFilter[] =
-    L"Folivo Files (*.folivo;*.qdk;*.fvk)|*.folivo;*.qdk;*.fvk|All Files|*.*|";
-inline constexpr wchar_t kGalleryFilter[] =
-    L"Gallery Files (*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi)|"
-    L"*.gallery;*.galleryitem;*.qdc;*.qdt;*.qdi|All Files|*.*|";
+inline constexpr wchar_t kLessonFilterName[] = L"Folivo Files";
+inline constexpr wchar_t kGalleryFilterName[] = L"Gallery Files";
+// The filter's name, and its patterns twice: the dialog shows the first and uses the second.
+inline constexpr wchar_t kFilterFormat[] = L"%s (%s)|%s|All Files|*.*|";

@@ -2,6 +2,8 @@
 
 #include <wininet.h>
 
+#include <string_view>
+
 #include "browser/browser_texts.h"
 #include "download/file_path.h"
 #include "ui/notice.h"
@@ -9,7 +11,7 @@
 namespace {
 
 // Quirk 15: in order of precedence. A value in the query comes before the path.
-constexpr wchar_t kNameSeparators[] = L"=?&\\/:><*|\"";
+constexpr std::wstring_view kNameSeparators = L"=?&\\/:><*|\"";
 
 constexpr DWORD kDecodedLength = 260;
 constexpr wchar_t kReplacementName[] = L"downloadedfile";
@@ -19,10 +21,9 @@ constexpr wchar_t kReplacementExtension[] = L".folivo";
 /// contains. Quirk 16: empty when it contains none.
 CStringW TakeName(const CStringW& url) {
   for (const wchar_t separator : kNameSeparators) {
-    // The array's terminator stands for the end of the URL, after which there is no text.
-    const CStringW name = separator == L'\0' ? CStringW() : url.Mid(url.ReverseFind(separator) + 1);
-    if (name.CompareNoCase(url) != 0) {
-      return name;
+    const int position = url.ReverseFind(separator);
+    if (position >= 0) {
+      return url.Mid(position + 1);
     }
   }
   return {};

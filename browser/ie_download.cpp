@@ -17,6 +17,7 @@
 #include "download/download_texts.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
+#include "download/file_types.h"
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
 #include "resources/resource.h"
@@ -183,7 +184,8 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
     }
   }
   const std::wstring_view extension = GetPathExtension(path);
-  if (IsInterceptedExtension(extension)) {
+  const CFileType* const type = FindFileType(extension);
+  if (type != nullptr && type->links == LinkRule::kIntercepted) {
     OfferFile(url, {extension.data(), static_cast<int>(extension.size())}, params);
   }
 }

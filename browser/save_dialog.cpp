@@ -7,11 +7,13 @@
 #include <cstddef>
 #include <cwchar>
 #include <optional>
+#include <span>
 
 #include "browser/browser_texts.h"
 #include "browser/current_directory_keeper.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
+#include "download/file_types.h"
 #include "download/ie_frame_library.h"
 #include "ui/bind_function.h"
 #include "ui/notice.h"
@@ -36,9 +38,20 @@ void CopyTruncated(LPCWSTR text, CPathBuffer& buffer) {
   buffer[length] = L'\0';
 }
 
-bool IsLessonExtension(const CStringW& extension) {
-  return extension.CompareNoCase(L".folivo") == 0 || extension.CompareNoCase(L".qdk") == 0 ||
-         extension.CompareNoCase(L".fvk") == 0;
+/// Returns the patterns of all types of a kind: "*.a;*.b".
+CStringW GetPatterns(FileKind kind) {
+  const std::span<const CFileType> types = GetFileTypes();
+  CStringW patterns;
+  for (int place = 1;; ++place) {
+    const auto type = std::ranges::find_if(types, [=](const CFileType& candidate) {
+      return candidate.kind == kind && candidate.filterPlace == place;
+    });
+    if (type == types.end()) {
+      return patterns;
+    }
+    patterns.Append(place > 1 ? L";*" : L"*");
+    patterns.Append(type->extension.data(), static_cast<int>(type->extension.size()));
+  }
 }
 
 DWORD OpenFileNameSize() {
@@ -52,7 +65,9 @@ DWORD OpenFileNameSize() {
 
 /// Calls GetSaveFileNameW in a library that is loaded when a file is saved. Loading it with its own
 /// imports takes several times as long as loading this module, and would delay every start of the
-/// browser. Never frees the library, as shell extensions that the dialog has loaded may still run.
+/// browser. Not a delay-loaded import, whose failure is a structured exception: C++ does not catch
+/// it, and it would end the browser. Never frees the library, as shell extensions that the dialog
+/// has loaded may still run.
 bool ShowCommonDialog(OPENFILENAMEW& dialog) {
   const HMODULE library = LoadLibraryW(L"comdlg32.dll");
   decltype(&GetSaveFileNameW) getSaveFileName = nullptr;
@@ -114,14 +129,16 @@ bool MayReplace(HWND owner, const CFilePath& path) {
 }  // namespace
 
 CStringW GetSaveFilter(const CStringW& extension) {
-  if (IsLessonExtension(extension)) {
-    return kLessonFilter;
-  }
-  if (extension.CompareNoCase(L".qdt") == 0) {
-    // Quirk 17: no file-type list.
+  const CFileType* const type = FindFileType(extension.GetString());
+  if (type != nullptr && type->filter == SaveFilter::kNone) {
     return {};
   }
-  return kGalleryFilter;
+  const FileKind kind = type != nullptr ? type->kind : FileKind::kGallery;
+  const CStringW patterns = GetPatterns(kind);
+  CStringW filter;
+  filter.Format(kFilterFormat, kind == FileKind::kLesson ? kLessonFilterName : kGalleryFilterName,
+                patterns.GetString(), patterns.GetString());
+  return filter;
 }
 
 CStringW GetCommonDialogFilter(const CStringW& extension) {

@@ -3,7 +3,7 @@
 #include <atlbase.h>
 #include <atlstr.h>
 
-#include "collections/unzip_interface.h"
+#include "unzip/unzip_interface.h"
 
 // The functions that the unzip library calls. They throw nothing, as the library is C code.
 

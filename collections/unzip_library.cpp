@@ -9,14 +9,17 @@
 #include "collections/code_pages.h"
 #include "collections/global_block.h"
 #include "collections/unzip_callbacks.h"
-#include "collections/unzip_interface.h"
 #include "ui/bind_function.h"
+#include "unzip/unzip_interface.h"
 
 namespace {
 
 constexpr wchar_t kLibraryName[] = L"UNZIP32.DLL";
 constexpr DWORD kPathLength = 260;
 constexpr int kFirstFailure = 2;  // 0 is success, 1 success with a warning
+
+// The layouts of version 5.5x.
+static_assert(sizeof(DCL) == 80 && sizeof(USERFUNCTIONS) == 72 && sizeof(UzpBuffer) == 16);
 
 /// The library's functions, looked up after each load.
 struct CUnzipFunctions {

@@ -2,31 +2,19 @@
 
 #include "ui/bind_function.h"
 
-namespace {
+CIeFrameLibrary::CIeFrameLibrary() { Load(L"ieframe.dll"); }
 
-using IsProtectedModeProcessFn = HRESULT(STDAPICALLTYPE*)(BOOL*);
-using ShowSaveFileDialogFn = HRESULT(STDAPICALLTYPE*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR,
-                                                      DWORD, DWORD, LPWSTR*, HANDLE*);
-using CancelSaveFileFn = HRESULT(STDAPICALLTYPE*)(HANDLE);
-using SaveFileFn = HRESULT(STDAPICALLTYPE*)(HANDLE, LPCWSTR);
-
-}  // namespace
-
-CIeFrameLibrary::CIeFrameLibrary() : m_library(LoadLibraryW(L"ieframe.dll")) {}
-
-template <typename Function>
-Function CIeFrameLibrary::Find(const char* name) const {
-  Function function = nullptr;
-  if (m_library) {
-    BindFunction(m_library.Get(), name, function);
-  }
-  return function;
+void CIeFrameLibrary::Bind(HMODULE module) {
+  BindFunction(module, "IEIsProtectedModeProcess", m_IEIsProtectedModeProcess);
+  BindFunction(module, "IEShowSaveFileDialog", m_IEShowSaveFileDialog);
+  BindFunction(module, "IECancelSaveFile", m_IECancelSaveFile);
+  BindFunction(module, "IESaveFile", m_IESaveFile);
 }
 
 bool CIeFrameLibrary::IsProtectedModeProcess() const {
-  const auto function = Find<IsProtectedModeProcessFn>("IEIsProtectedModeProcess");
   BOOL isProtected = FALSE;
-  return function != nullptr && SUCCEEDED(function(&isProtected)) && isProtected != FALSE;
+  return m_IEIsProtectedModeProcess != nullptr &&
+         SUCCEEDED(m_IEIsProtectedModeProcess(&isProtected)) && isProtected != FALSE;
 }
 
 HRESULT CIeFrameLibrary::ShowSaveFileDialog(HWND owner, LPCWSTR fileName, LPCWSTR filter,
@@ -34,24 +22,22 @@ HRESULT CIeFrameLibrary::ShowSaveFileDialog(HWND owner, LPCWSTR fileName, LPCWST
                                             HANDLE* state) const {
   *path = nullptr;
   *state = nullptr;
-  const auto function = Find<ShowSaveFileDialogFn>("IEShowSaveFileDialog");
-  if (function == nullptr) {
-    return E_NOTIMPL;
-  }
-  return function(owner, fileName, nullptr, filter, nullptr, filterIndex, flags, path, state);
+  return m_IEShowSaveFileDialog != nullptr
+             ? m_IEShowSaveFileDialog(owner, fileName, nullptr, filter, nullptr, filterIndex, flags,
+                                      path, state)
+             : E_NOTIMPL;
 }
 
 void CIeFrameLibrary::CancelSaveFile(HANDLE state) const {
-  if (const auto function = Find<CancelSaveFileFn>("IECancelSaveFile")) {
-    function(state);
+  if (m_IECancelSaveFile != nullptr) {
+    m_IECancelSaveFile(state);
   }
 }
 
 bool CIeFrameLibrary::SaveFile(HANDLE state, LPCWSTR sourceFile) const {
-  const auto function = Find<SaveFileFn>("IESaveFile");
-  if (function == nullptr) {
+  if (m_IESaveFile == nullptr) {
     return false;
   }
-  function(state, sourceFile);
+  m_IESaveFile(state, sourceFile);
   return true;
 }

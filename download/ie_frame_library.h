@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
-#include "base/scoped_handle.h"
+#include "ui/dynamic_dll.h"
 
-/// The browser's functions for saving a file from protected mode. Loads "ieframe.dll" and looks
-/// them up at run time, as older browsers do not have them; the destructor frees the library.
-class CIeFrameLibrary {
+/// The browser's functions for saving a file from protected mode, in "ieframe.dll". Loaded at run
+/// time, as older browsers do not have them; the destructor frees the library.
+class CIeFrameLibrary : private CDynamicDll {
  public:
   CIeFrameLibrary();
 
@@ -26,8 +26,12 @@ class CIeFrameLibrary {
   bool SaveFile(HANDLE state, LPCWSTR sourceFile) const;
 
  private:
-  template <typename Function>
-  Function Find(const char* name) const;
+  void Bind(HMODULE module) override;
 
-  CScopedLibrary m_library;
+  // Each is null when the library does not export it.
+  HRESULT(STDAPICALLTYPE* m_IEIsProtectedModeProcess)(BOOL*) = nullptr;
+  HRESULT(STDAPICALLTYPE* m_IEShowSaveFileDialog)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, DWORD,
+                                                  DWORD, LPWSTR*, HANDLE*) = nullptr;
+  HRESULT(STDAPICALLTYPE* m_IECancelSaveFile)(HANDLE) = nullptr;
+  HRESULT(STDAPICALLTYPE* m_IESaveFile)(HANDLE, LPCWSTR) = nullptr;
 };

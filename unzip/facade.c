@@ -7,45 +7,21 @@
 #include <unzip.h>
 #include <windll/windll.h>
 
-typedef struct {
-  int ExtractOnlyNewer;
-  int SpaceToUnderscore;
-  int PromptToOverwrite;
-  int fQuiet;
-  int ncflag;
-  int ntflag;
-  int nvflag;
-  int nfflag;
-  int nzflag;
-  int ndflag;
-  int noflag;
-  int naflag;
-  int nZIflag;
-  int C_flag;
-  int fPrivilege;
-  LPSTR lpszZipFN;
-  LPSTR lpszExtractDir;
-} OldOptions;
-
-/* The callbacks differ from the engine's only in the width of sizes. On x64 each argument takes eight
- * bytes, so a function that reads four of them gets the lower half. */
-typedef struct {
-  DLLPRNT* print;
-  DLLSND* sound;
-  DLLREPLACE* replace;
-  DLLPASSWORD* password;
-  DLLMESSAGE* SendApplicationMessage;
-  DLLSERVICE* ServCallBk;
-  unsigned long TotalSizeComp;
-  unsigned long TotalSize;
-  unsigned long CompFactor;
-  unsigned long NumMembers;
-  WORD cchComment;
-} OldFunctions;
+/* The engine's structures have the same names as those of 5.5x. */
+#define DCL OldOptions
+#define USERFUNCTIONS OldFunctions
+#define UzpBuffer OldBuffer
+#include "unzip_interface.h"
+#undef DCL
+#undef USERFUNCTIONS
+#undef UzpBuffer
 
 _Static_assert(sizeof(OldOptions) == 80 && offsetof(OldOptions, lpszZipFN) == 64, "5.5x layout");
 _Static_assert(sizeof(OldFunctions) == 72 && offsetof(OldFunctions, cchComment) == 64,
                "5.5x layout");
+_Static_assert(sizeof(UzpBuffer) == sizeof(OldBuffer) &&
+                   offsetof(UzpBuffer, strptr) == offsetof(OldBuffer, strptr),
+               "unchanged since 5.5x");
 
 static DCL ToEngineOptions(const OldOptions* old) {
   /* Options that 5.5x does not have (backups, dates, UTF-8) stay 0. */
@@ -70,15 +46,22 @@ static DCL ToEngineOptions(const OldOptions* old) {
   return options;
 }
 
+/* By way of this type, a callback is cast without a warning. */
+typedef void (*AnyFunction)(void);
+
 /* A copy, as the engine stores the address of its dummy `sound` function in the structure, and the
- * caller's structure may exist longer than the library. */
+ * caller's structure may exist longer than the library. The casts: the engine's sizes are wider,
+ * and it passes `replace` an argument more. On x64 each argument takes eight bytes, so a function
+ * that reads four of them gets the lower half, and one that reads fewer arguments ignores the
+ * others. */
 static USERFUNCTIONS ToEngineFunctions(const OldFunctions* old) {
-  USERFUNCTIONS functions = {.print = old->print,
-                             .sound = old->sound,
-                             .replace = old->replace,
-                             .password = old->password,
-                             .SendApplicationMessage = old->SendApplicationMessage,
-                             .ServCallBk = old->ServCallBk};
+  USERFUNCTIONS functions = {
+      .print = old->print,
+      .sound = old->sound,
+      .replace = (DLLREPLACE*)(AnyFunction)old->replace,
+      .password = old->password,
+      .SendApplicationMessage = (DLLMESSAGE*)(AnyFunction)old->SendApplicationMessage,
+      .ServCallBk = (DLLSERVICE*)(AnyFunction)old->ServCallBk};
   return functions;
 }
 

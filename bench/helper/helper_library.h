@@ -7,6 +7,13 @@
 
 #include "base/scoped_handle.h"
 
+/// A library loaded by LoadLibrary.
+struct CLibraryTraits {
+  using Handle = HMODULE;
+  static Handle Empty() { return nullptr; }
+  static void Close(Handle library) { FreeLibrary(library); }
+};
+
 /// A DLL with the helper object's class, loaded as COM would load it, without the registry.
 class CHelperLibrary {
  public:
@@ -19,5 +26,5 @@ class CHelperLibrary {
   CComPtr<IObjectWithSite> CreateHelper() const;
 
  private:
-  CScopedLibrary m_module;
+  CScopedHandle<CLibraryTraits> m_module;
 };

@@ -13,6 +13,7 @@
 #include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
@@ -37,22 +38,26 @@ std::wstring ChosenPath(const std::wstring& choice, LPCWSTR extension = L".foliv
   return answer ? answer->path.GetText().GetString() : L"nothing";
 }
 
-TEST(SaveFilter, LessonsInAnyCase) {
-  for (const LPCWSTR extension : {L".folivo", L".qdk", L".fvk", L".QDK", L".Folivo"}) {
-    EXPECT_EQ(GetSaveFilter(extension), kLessons);
+TEST(SaveFilter, FollowsTheTypeOfTheFile) {
+  constexpr struct {
+    LPCWSTR extension;
+    LPCWSTR filter;
+  } kCases[] = {
+      {L".folivo", kLessons},
+      {L".qdk", kLessons},
+      {L".fvk", kLessons},
+      {L".QDK", kLessons},
+      {L".gallery", kGalleries},
+      {L".galleryitem", kGalleries},
+      {L".qdc", kGalleries},
+      {L".qdi", kGalleries},
+      {L".txt", kGalleries},
+      {L"", kGalleries},
+      {L".qdt", L""},
+  };
+  for (const auto& [extension, filter] : kCases) {
+    EXPECT_EQ(GetSaveFilter(extension), filter) << extension;
   }
-}
-
-TEST(SaveFilter, EveryOtherExtensionIsAGallery) {
-  for (const LPCWSTR extension :
-       {L".qdc", L".gallery", L".galleryitem", L".qdi", L".QDC", L".txt", L""}) {
-    EXPECT_EQ(GetSaveFilter(extension), kGalleries);
-  }
-}
-
-TEST(SaveFilter, TemplateGalleriesHaveNone) {
-  EXPECT_EQ(GetSaveFilter(L".qdt"), L"");
-  EXPECT_EQ(GetSaveFilter(L".QDT"), L"");
   EXPECT_EQ(GetCommonDialogFilter(L".qdt"), L"");
 }
 
@@ -427,16 +432,20 @@ TEST(ProtectedSaveDialog, LibraryIsFreedOnEveryWay) {
   EXPECT_EQ(balance, 0);
 }
 
-TEST(ProtectedSaveDialog, MissingFunctionsChooseNothing) {
-  const CImportPatch patch(
-      "kernel32.dll", "GetProcAddress", +[](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
-  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
-}
-
-TEST(ProtectedSaveDialog, MissingLibraryChoosesNothing) {
-  const CImportPatch patch(
-      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
-  EXPECT_FALSE(AskSavePath(kOwner, true, L"a.qdk", L".qdk"));
+TEST(SaveChoice, MissingLibraryOrFunctionChoosesNothing) {
+  for (const bool isProtected : {false, true}) {
+    SCOPED_TRACE(isProtected);
+    {
+      const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
+                                           [](LPCWSTR) { return nullptr; });
+      EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
+      EXPECT_FALSE(load.Calls().empty());
+    }
+    const CImportSpy<&GetProcAddress> find("kernel32.dll", "GetProcAddress",
+                                           [](HMODULE, LPCSTR) { return nullptr; });
+    EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
+    EXPECT_FALSE(find.Calls().empty());
+  }
 }
 
 }  // namespace

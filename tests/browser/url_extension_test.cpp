@@ -45,22 +45,4 @@ TEST(UrlExtension, ForwardSlashesAreNotLookedAt) {
   EXPECT_EQ(ExtensionOf(L"http://www.server/file"), L".server/file");
 }
 
-TEST(InterceptedExtension, TheSevenTypesInAnyCase) {
-  for (const LPCWSTR extension : {L".qdk", L".qdc", L".qdt", L".fvk", L".folivo", L".gallery",
-                                  L".galleryitem", L".FOLIVO", L".QdC", L".Qdt", L".GALLERYITEM"}) {
-    EXPECT_TRUE(IsInterceptedExtension(extension)) << extension;
-  }
-}
-
-TEST(InterceptedExtension, GalleryItemsByThemselvesAreTheBrowsers) {
-  EXPECT_FALSE(IsInterceptedExtension(L".qdi"));
-}
-
-TEST(InterceptedExtension, NothingElse) {
-  for (const LPCWSTR extension : {L"", L".", L"folivo", L".folivo ", L".folivo#part", L".b/file",
-                                  L".html", L".qdkx", L".qd", L".galleryitems"}) {
-    EXPECT_FALSE(IsInterceptedExtension(extension)) << extension;
-  }
-}
-
 }  // namespace

@@ -68,8 +68,6 @@ TEST(ContentCheck, EachExtensionTakesItsOwnHeadsOnly) {
       {L".qdi", {}},
       {L".zip", {}},
       {L"", {}},
-      {L"qdk", {}},
-      {L".qdk ", {}},
   };
   for (const CCase& c : cases) {
     for (const std::string& head : AllHeads()) {
@@ -121,14 +119,6 @@ TEST(ContentCheck, EveryByteOfAHeadCounts) {
       EXPECT_FALSE(IsValid(damaged, c.extension)) << c.extension << " byte " << i;
     }
   }
-}
-
-TEST(ContentCheck, ExtensionsIgnoreCase) {
-  EXPECT_TRUE(IsValid(kZlib, L".QDK"));
-  EXPECT_TRUE(IsValid(kZlib, L".qDc"));
-  EXPECT_TRUE(IsValid(kZip, L".Folivo"));
-  EXPECT_TRUE(IsValid(kZip, L".GALLERYITEM"));
-  EXPECT_TRUE(IsValid(kCompoundFile, L".FVK"));
 }
 
 TEST(ContentCheck, OtherWaysToWriteTheDeclarationFail) {

@@ -9,9 +9,9 @@
 #include <cstring>
 
 #include "collections/code_pages.h"
-#include "collections/unzip_interface.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/unzip/unzip_test.h"
+#include "unzip/unzip_interface.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "collections/unzip_interface.h"
+#include "unzip/unzip_interface.h"
 
 /// What the double's functions call. Null: they do nothing, and succeed.
 struct CUnzipScript {
