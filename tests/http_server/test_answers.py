@@ -64,7 +64,7 @@ class AnswerTest(ServerTestCase):
                 self.assertEqual(client.receive(), sent)
 
     def test_each_kind_of_body(self) -> None:
-        expected = bytes(range(256)) + b"\xc3\xa4" + pattern_bytes(5, 0, 1_000_003)
+        expected = bytes(range(256)) + b"\xc3\xa4" + pattern_bytes(5, 0, 12_000_003)
         content = pattern_bytes(9, 0, 700_000)
         with tempfile.NamedTemporaryFile() as file:
             file.write(content)
@@ -72,13 +72,16 @@ class AnswerTest(ServerTestCase):
             body = [
                 *bytes_body(bytes(range(256))),
                 {"text": "\u00e4"},
-                {"pattern": {"seed": 5, "length": 1_000_003}},
+                {"pattern": {"seed": 5, "length": 12_000_003}},
                 {"file": file.name},
                 {"text": "end"},
             ]
-            client = self.request(self.script({"body": body}), "Connection: close")
+            path = self.script({"body": body})
+            client = self.connect(receive_buffer=65536)  # more than the network takes at once
+            client.send_request(path, "Connection: close")
             client.receive_head()
             self.assertTrue(client.receive() == expected + content + b"end")
+        self.assertEqual(self.log(path)[0]["body_sent"], len(expected + content + b"end"))
 
     def test_connection_stays_for_the_next_request(self) -> None:
         path = self.script({"body": ABC}, {"framing": "chunked", "body": ABC}, {"status": 204})
