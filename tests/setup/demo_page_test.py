@@ -40,9 +40,6 @@ class DemoPageTest(unittest.TestCase):
         self.assertIn("NOT as expected: scene 3.", page)
         self.assertIn('<td>7</td><td>8</td><td class="not">NOT</td>', page)
 
-    def test_a_scene_without_checks_is_marked(self):
-        self.assertIn("Nothing was checked.", self.page(Scene(0, "scene")))
-
     def test_texts_are_escaped(self):
         scene = Scene(0, "<b>")
         scene.check("a & b", "<i>", '"')
