@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -20,6 +21,7 @@
 #include "tests/download/progress_dialog_peer.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"
@@ -57,26 +59,23 @@ class OpenOrSaveSteps : public testing::Test {
   const CIeFrameDouble m_browser;
 };
 
-/// Takes down the last cursor that the program sets.
+/// Records the last cursor that the program sets.
 class CCursorRecorder {
  public:
-  CCursorRecorder()
-      : m_patch(
-            "user32.dll", "SetCursor",
-            +[](HCURSOR cursor) -> HCURSOR { return std::exchange(s_cursor, cursor); }) {
-    s_cursor = nullptr;
-  }
-  static bool IsWaiting() { return s_cursor == LoadCursorW(nullptr, IDC_WAIT); }
+  bool IsWaiting() const { return m_cursor == LoadCursorW(nullptr, IDC_WAIT); }
 
  private:
-  static inline HCURSOR s_cursor;
-  CImportPatch m_patch;
+  HCURSOR m_cursor = nullptr;
+  const CImportSpy<&SetCursor> m_spy{"user32.dll", "SetCursor", [this](HCURSOR cursor) {
+                                       return std::exchange(m_cursor, cursor);
+                                     }};
 };
 
 class DownloadSteps : public OpenOrSaveSteps {
  protected:
   /// Runs a download of `url`, whose dialog ends with `result`.
   void Run(bool save, const std::wstring& url, INT_PTR result = kDownloadDelivered) {
+    const CCursorRecorder cursor;
     const CProgressDialog::Ptr dialog = CProgressDialog::Create(
         url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()), nullptr);
     const CDialogResult run(result);
@@ -86,7 +85,7 @@ class DownloadSteps : public OpenOrSaveSteps {
       m_shownName = peer.FileName().GetString();
       m_saveState = peer.SaveState();
       m_cancelsBefore = m_browser->cancelCalls;
-      m_wasWaiting = CCursorRecorder::IsWaiting();
+      EXPECT_TRUE(cursor.IsWaiting());
     });
     OpenOrSave(kOwner, dialog, save, url.c_str(), L".qdk");
     m_runs = run.Count();
@@ -94,9 +93,7 @@ class DownloadSteps : public OpenOrSaveSteps {
     m_parent = run.Parent();
   }
 
-  const CCursorRecorder m_cursor;
   int m_runs = 0;
-  bool m_wasWaiting = false;
   UINT m_template = 0;
   HWND m_parent = nullptr;
   std::wstring m_destination;
@@ -119,19 +116,10 @@ TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
 }
 
 TEST_F(DownloadSteps, ActiveWindowIsTheDialogsParent) {
-  static const HWND kActive = GetDesktopWindow();
-  const CImportPatch patch("user32.dll", "GetActiveWindow", +[]() -> HWND { return kActive; });
+  const CImportSpy<&GetActiveWindow> active("user32.dll", "GetActiveWindow",
+                                            [] { return GetDesktopWindow(); });
   Run(false, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_parent, kActive);
-}
-
-TEST_F(DownloadSteps, CursorTellsToWaitBeforeTheTransfer) {
-  const CCommonDialog dialog(L"C:\\x\\a.qdk");
-  for (const bool save : {true, false}) {
-    const CCursorRecorder cursor;
-    Run(save, L"http://localhost/a.qdk");
-    EXPECT_TRUE(m_wasWaiting);
-  }
+  EXPECT_EQ(m_parent, GetDesktopWindow());
 }
 
 TEST_F(DownloadSteps, CancelledSaveDialogRunsNothing) {
@@ -181,21 +169,16 @@ TEST_F(DownloadSteps, TakenNameIsNumbered) {
   EXPECT_EQ(m_shownName.substr(0, 2), L"a(");
 }
 
-TEST_F(DownloadSteps, LongNameIsShortenedUntilThePathFits) {
+TEST_F(DownloadSteps, LongNameIsShortenedUntilThePathFitsAndUnique) {
   const std::wstring name(251, L'n');
   Run(false, L"http://localhost/" + name + L".qdk");
   EXPECT_EQ(m_destination.size(), 256u);  // 260 - 5, the backslash before the name not counted
   EXPECT_EQ(m_shownName.substr(0, 50), name.substr(0, 50));
   EXPECT_EQ(Opened(), m_destination);
-}
-
-TEST_F(DownloadSteps, ShortenedNameIsUniqueToo) {
-  const std::wstring url = L"http://localhost/" + std::wstring(251, L'n') + L".qdk";
-  Run(false, url);
   m_sandbox.Write(m_shownName, "taken");
   const std::wstring first = m_destination;
   const CLaunchRecorder launches;
-  Run(false, url);
+  Run(false, L"http://localhost/" + name + L".qdk");
   EXPECT_NE(m_destination, first);
   EXPECT_EQ(m_shownName.find(L'('), m_shownName.rfind(L'n') + 1);
 }
@@ -249,43 +232,40 @@ TEST_F(DownloadSteps, ProtectedOpenHasNoSaveState) {
   EXPECT_EQ(Opened(), m_sandbox / L"a.qdk");
 }
 
-TEST_F(DownloadSteps, FailingProtectedModeQuestionCountsAsUnprotected) {
-  const CCommonDialog dialog(L"");
+TEST_F(DownloadSteps, ProtectedModeThatCannotBeAskedAboutCountsAsNone) {
   m_browser->isProtectedMode = TRUE;
-  m_browser->protectedModeResult = E_FAIL;
-  Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_browser->protectedModeCalls, 1);
-  EXPECT_EQ(dialog.Calls(), 1);
-}
-
-TEST_F(DownloadSteps, MissingLibraryCountsAsUnprotected) {
-  const CCommonDialog dialog(L"");
   {
+    const CCommonDialog dialog(L"");
+    m_browser->protectedModeResult = E_FAIL;
+    Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(m_browser->protectedModeCalls, 1);
+    EXPECT_EQ(dialog.Calls(), 1);
+    m_browser->protectedModeResult = S_OK;
+  }
+  {
+    const CCommonDialog dialog(L"");
     const CImportPatch patch(
         "kernel32.dll", "LoadLibraryW", +[](LPCWSTR name) -> HMODULE {
           return _wcsicmp(name, L"ieframe.dll") == 0 ? nullptr : LoadLibraryExW(name, nullptr, 0);
         });
     Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(dialog.Calls(), 1);
   }
-  EXPECT_EQ(dialog.Calls(), 1);
-}
-
-TEST_F(DownloadSteps, MissingFunctionCountsAsUnprotected) {
-  // The save dialog is looked up too.
-  static decltype(&GetProcAddress) dialogLookup;
-  const CCommonDialog dialog(L"");
-  const CImportPatch patch(
-      "kernel32.dll", "GetProcAddress", +[](HMODULE library, LPCSTR name) -> FARPROC {
-        return std::strncmp(name, "IE", 2) == 0 ? nullptr : dialogLookup(library, name);
-      });
-  dialogLookup = patch.Original<decltype(GetProcAddress)>();
-  Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(dialog.Calls(), 1);
+  {
+    const CCommonDialog dialog(L"");
+    // The save dialog is looked up too.
+    const CImportSpy<&GetProcAddress> lookup(
+        "kernel32.dll", "GetProcAddress", [&](HMODULE library, LPCSTR name) -> FARPROC {
+          return std::strncmp(name, "IE", 2) == 0 ? nullptr : lookup.CallOriginal(library, name);
+        });
+    Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(dialog.Calls(), 1);
+  }
 }
 
 TEST_F(DownloadSteps, MissingSaveDialogCountsAsCancelled) {
-  const CImportPatch patch(
-      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
+  const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
+                                       [](LPCWSTR) -> HMODULE { return nullptr; });
   Run(true, L"http://localhost/a.qdk");
   EXPECT_EQ(m_runs, 0);
   EXPECT_EQ(Opened(), L"");
@@ -304,36 +284,26 @@ class LocalFileSteps : public OpenOrSaveSteps {
   void Run(bool save, const std::wstring& path) const {
     OpenOrSave(kOwner, nullptr, save, path.c_str(), L".qdk");
   }
-  const CCursorRecorder m_cursor;
   const std::wstring m_file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
 };
 
 TEST_F(LocalFileSteps, OpenRunsTheFileItself) {
-  Run(false, m_file);
+  std::wstring slashes = m_file;
+  std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+  Run(false, slashes);
   EXPECT_EQ(Opened(), m_file);
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
 }
 
 TEST_F(LocalFileSteps, CursorTellsToWaitBeforeTheCopy) {
-  static bool wasWaiting;
-  wasWaiting = false;
-  const CImportPatch patch(
-      "kernel32.dll", "CopyFileW", +[](LPCWSTR, LPCWSTR, BOOL) -> BOOL {
-        wasWaiting = CCursorRecorder::IsWaiting();
-        return TRUE;
-      });
+  const CCursorRecorder cursor;
+  const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW", [&](LPCWSTR, LPCWSTR, BOOL) {
+    EXPECT_TRUE(cursor.IsWaiting());
+    return TRUE;
+  });
   const CCommonDialog dialog(m_sandbox / L"target.qdk");
   Run(true, m_file);
-  EXPECT_TRUE(wasWaiting);
-}
-
-TEST_F(LocalFileSteps, OpenNormalisesThePath) {
-  std::wstring slashes = m_file;
-  for (wchar_t& c : slashes) {
-    c = c == L'\\' ? L'/' : c;
-  }
-  Run(false, slashes);
-  EXPECT_EQ(Opened(), m_file);
+  EXPECT_EQ(copy.Calls().size(), 1u);
 }
 
 TEST_F(LocalFileSteps, SaveCopiesOverAnExistingFile) {
