@@ -3,7 +3,6 @@
 
 import pathlib
 import statistics
-import subprocess
 import sys
 import unittest
 
@@ -13,13 +12,6 @@ sys.path.insert(0, str(ROOT / "bench"))
 from selection import NAMES, UnknownNameError, choose  # noqa: E402
 from table import ratio_row  # noqa: E402
 from turns import Ratio, Rounds, take_turns  # noqa: E402
-
-
-def bench(*arguments):
-    """`./run bench ARGUMENTS` with names that are to stop it before it builds."""
-    done = subprocess.run([ROOT / "run", "bench", *arguments], stdin=subprocess.DEVNULL,
-                          capture_output=True, text=True, timeout=60, check=False)
-    return done.returncode, done.stdout, done.stderr
 
 
 class SelectionTest(unittest.TestCase):
@@ -40,14 +32,6 @@ class SelectionTest(unittest.TestCase):
         with self.assertRaises(UnknownNameError) as caught:
             choose([name])
         return str(caught.exception)
-
-    def test_wrong_name_ends_the_command_before_it_builds(self):
-        code, output, errors = bench("--only", "loadin")
-        self.assertEqual((code, output), (1, ""))
-        self.assertIn('bench: there is no measurement "loadin". Did you mean loading?', errors)
-        code, output, errors = bench("--only")
-        self.assertEqual((code, output), (1, ""))
-        self.assertIn("--only wants the name of a measurement", errors)
 
 
 class TurnsTest(unittest.TestCase):
