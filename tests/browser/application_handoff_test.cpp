@@ -1,11 +1,14 @@
 #include "browser/application_handoff.h"
 
 #include <gtest/gtest.h>
+#include <shlwapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <utility>
 
 #include "download/file_operations.h"
 #include "tests/atl/base/failing_malloc.h"
@@ -13,6 +16,7 @@
 #include "tests/browser/install_information.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/temp_sandbox.h"
 
@@ -53,137 +57,80 @@ class CInstalledApplication {
   CInstallInformation m_information;
 };
 
-TEST(InstallFolder, IsReadFromTheApplicationsKey) {
-  const CInstallInformation information;
-  information.SetFolder(L"C:\\App");
-  EXPECT_EQ(InstallFolder(), L"C:\\App");
+/// What a registry key holds.
+struct CKeyState {
+  bool exists = false;
+  DWORD type = REG_NONE;  // none: no value
+  std::wstring data = {};
+  size_t length = std::wstring::npos;  // in characters, of the data and its terminator
+};
+
+void Write(const CInstallInformation& information, Key key, const CKeyState& state) {
+  if (state.exists && state.type == REG_NONE) {
+    information.Create(key);
+  } else if (state.exists) {
+    const size_t length = std::min(state.length, state.data.size() + 1);
+    information.SetValue(state.type, state.data.c_str(),
+                         static_cast<DWORD>(length * sizeof(wchar_t)), key);
+  }
 }
 
-TEST(InstallFolder, PanelDriversKeyStandsInForAMissingOne) {
-  const CInstallInformation information;
-  information.SetFolder(L"C:\\Panel", Key::kPanelDrivers);
-  EXPECT_EQ(InstallFolder(), L"C:\\Panel");
-  information.SetFolder(L"C:\\App");
-  EXPECT_EQ(InstallFolder(), L"C:\\App");
-}
+const std::wstring kLongest = L"C:\\" + std::wstring(509, L'a');
+const CKeyState kNoKey;
+const CKeyState kNoValue = {true};
+const CKeyState kPanel = {true, REG_SZ, L"C:\\Panel"};
 
-TEST(InstallFolder, NoneWithoutAKey) {
-  const CInstallInformation information;
-  EXPECT_EQ(InstallFolder(), L"none");
+struct CFolderCase {
+  const char* name;
+  CKeyState application;
+  CKeyState panelDrivers;
+  std::wstring folder;
+  size_t opens = 1;
+};
+
+const CFolderCase kFolderCases[] = {
+    {"both", {true, REG_SZ, L"C:\\App"}, kPanel, L"C:\\App"},
+    {"no key", kNoKey, kNoKey, L"none", 2},
+    {"panel drivers alone", kNoKey, kPanel, L"C:\\Panel", 2},
+    {"panel drivers without a value", kNoKey, kNoValue, L"none", 2},
+    {"slashes", {true, REG_SZ, L"C:/App/"}, kNoKey, L"C:\\App"},
+    {"expandable", {true, REG_EXPAND_SZ, L"C:\\My App\\"}, kNoKey, L"C:\\My App"},
+    {"number", {true, REG_DWORD, L"42", 2}, kPanel, L"none"},
+    {"bytes", {true, REG_BINARY, L"C:\\App"}, kPanel, L"none"},
+    {"empty", {true, REG_SZ, L""}, kNoKey, L""},
+    {"no terminator", {true, REG_SZ, L"C:\\App, and no zero here", 6}, kNoKey, L"C:\\App"},
+    {"512 characters", {true, REG_SZ, kLongest + L"no zero here", 512}, kNoKey, kLongest},
+    {"513 with the terminator", {true, REG_SZ, kLongest}, kNoKey, L"none"},
+    {"512 with it", {true, REG_SZ, kLongest.substr(1)}, kNoKey, kLongest.substr(1)},
+};
+
+TEST(InstallFolder, IsReadFromTheFirstKeyThatExists) {
+  for (const CFolderCase& c : kFolderCases) {
+    const CInstallInformation information;
+    Write(information, Key::kApplication, c.application);
+    Write(information, Key::kPanelDrivers, c.panelDrivers);
+    const CImportSpy<&RegCloseKey> close("advapi32.dll", "RegCloseKey");
+    size_t opened = 0;
+    const CImportSpy<&RegOpenKeyExW> open(
+        "advapi32.dll", "RegOpenKeyExW",
+        [&](HKEY root, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
+          EXPECT_EQ(root, HKEY_LOCAL_MACHINE) << c.name;
+          EXPECT_EQ(access, 0x20219u) << c.name;  // to read, in the 32-bit view
+          const LSTATUS result = open.CallOriginal(root, path, options, access, key);
+          opened += result == ERROR_SUCCESS ? 1 : 0;
+          return result;
+        });
+    EXPECT_EQ(InstallFolder(), c.folder) << c.name;
+    EXPECT_EQ(open.Calls().size(), c.opens) << c.name;
+    EXPECT_EQ(close.Calls().size(), opened) << c.name;
+  }
 }
 
 TEST(InstallFolder, NoneWithoutAValueEvenIfThePanelDriversHaveOne) {
   const CInstallInformation information;
-  information.SetFolder(L"C:\\Panel", Key::kPanelDrivers);
-  information.Create(Key::kApplication);
+  Write(information, Key::kApplication, kNoValue);
+  Write(information, Key::kPanelDrivers, kPanel);
   EXPECT_EQ(InstallFolder(), L"none");
-}
-
-TEST(InstallFolder, NoneWhenThePanelDriversKeyHasNoValue) {
-  const CInstallInformation information;
-  information.Create(Key::kPanelDrivers);
-  EXPECT_EQ(InstallFolder(), L"none");
-}
-
-TEST(InstallFolder, IsNormalised) {
-  const CInstallInformation information;
-  information.SetFolder(L"C:/App/");
-  EXPECT_EQ(InstallFolder(), L"C:\\App");
-  information.SetFolder(L"C:\\Program Files\\App\\");
-  EXPECT_EQ(InstallFolder(), L"C:\\Program Files\\App");
-}
-
-TEST(InstallFolder, ValueOfAnotherTypeIsNone) {
-  const CInstallInformation information;
-  const DWORD number = 42;
-  information.SetValue(REG_DWORD, &number, sizeof(number));
-  EXPECT_EQ(InstallFolder(), L"none");
-  information.SetValue(REG_BINARY, L"C:\\App", 14);
-  EXPECT_EQ(InstallFolder(), L"none");
-}
-
-TEST(InstallFolder, StringWithoutTerminatorEndsAtItsEnd) {
-  const CInstallInformation information;
-  information.SetValue(REG_SZ, L"C:\\App, and no zero here", 6 * sizeof(wchar_t));
-  EXPECT_EQ(InstallFolder(), L"C:\\App");
-}
-
-TEST(InstallFolder, UpTo512CharactersAreRead) {
-  const CInstallInformation information;
-  const std::wstring longest = L"C:\\" + std::wstring(509, L'a');
-  information.SetValue(REG_SZ, (longest + L"no zero here").data(), 512 * sizeof(wchar_t));
-  EXPECT_EQ(InstallFolder(), longest);
-  information.SetFolder(longest);  // one more, for the terminator
-  EXPECT_EQ(InstallFolder(), L"none");
-  information.SetFolder(longest.substr(0, 511));
-  EXPECT_EQ(InstallFolder(), longest.substr(0, 511));
-}
-
-TEST(InstallFolder, EmptyValueIsAnEmptyFolder) {
-  const CInstallInformation information;
-  information.SetFolder(L"");
-  EXPECT_EQ(InstallFolder(), L"");
-}
-
-/// Takes down how the program opens registry keys, and whether it closes them.
-class CRegistryRecorder {
- public:
-  CRegistryRecorder()
-      : m_open("advapi32.dll", "RegOpenKeyExW", &Open),
-        m_close("advapi32.dll", "RegCloseKey", &Close) {
-    s_openOriginal = m_open.Original<LSTATUS WINAPI(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY)>();
-    s_closeOriginal = m_close.Original<LSTATUS WINAPI(HKEY)>();
-    s_accesses.clear();
-    s_open = 0;
-  }
-  /// The access asked for, with each key.
-  static const std::vector<REGSAM>& Accesses() { return s_accesses; }
-  /// How many keys are open now.
-  static int OpenKeys() { return s_open; }
-
- private:
-  static LSTATUS WINAPI Open(HKEY root, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
-    EXPECT_EQ(root, HKEY_LOCAL_MACHINE);
-    s_accesses.push_back(access);
-    const LSTATUS result = s_openOriginal(root, path, options, access, key);
-    s_open += result == ERROR_SUCCESS ? 1 : 0;
-    return result;
-  }
-  static LSTATUS WINAPI Close(HKEY key) {
-    --s_open;
-    return s_closeOriginal(key);
-  }
-
-  static inline LSTATUS(WINAPI* s_openOriginal)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY);
-  static inline LSTATUS(WINAPI* s_closeOriginal)(HKEY);
-  static inline std::vector<REGSAM> s_accesses;
-  static inline int s_open;
-  CImportPatch m_open;
-  CImportPatch m_close;
-};
-
-/// Asks for the folder and expects it to be read only, `opens` keys to be tried and none left open.
-void ExpectKeysReadAndClosed(size_t opens) {
-  const CRegistryRecorder recorder;
-  InstallFolder();
-  EXPECT_EQ(CRegistryRecorder::Accesses(), std::vector<REGSAM>(opens, 0x20219));
-  EXPECT_EQ(CRegistryRecorder::OpenKeys(), 0);
-}
-
-TEST(InstallFolder, KeysAreReadOnlyAndClosedOnEveryWay) {
-  const CInstallInformation information;
-  ExpectKeysReadAndClosed(2);
-  information.Create(Key::kPanelDrivers);
-  ExpectKeysReadAndClosed(2);
-  information.SetFolder(L"C:\\Panel", Key::kPanelDrivers);
-  ExpectKeysReadAndClosed(2);
-  information.Create(Key::kApplication);
-  ExpectKeysReadAndClosed(1);
-  const DWORD number = 42;
-  information.SetValue(REG_DWORD, &number, sizeof(number));
-  ExpectKeysReadAndClosed(1);
-  information.SetFolder(L"C:\\App");
-  ExpectKeysReadAndClosed(1);
 }
 
 TEST(OpenInApplication, RunsTheLauncherWithTheBarePath) {
@@ -219,6 +166,15 @@ TEST(OpenInApplication, RunsTheFileItselfWithoutInstallInformation) {
 class Shortcut : public testing::Test {
  protected:
   std::wstring Folder() const { return m_sandbox / L"MERLO Technologies\\MERLO Folivo\\TempFiles"; }
+
+  void ExpectFailure() const {
+    const size_t files = m_sandbox.Files().size();
+    CFilePath path(L"unset");
+    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+    EXPECT_EQ(std::wstring(path), L"unset");
+    EXPECT_EQ(m_sandbox.Files().size(), files);
+  }
+
   const CTempSandbox m_sandbox;
 };
 
@@ -231,90 +187,67 @@ TEST_F(Shortcut, IsWrittenIntoTheTemporaryFilesFolder) {
             "[InternetShortcut]\r\nURL=http://server/insert.htm?name=a&do=insertinfolivo");
 }
 
-TEST_F(Shortcut, SecondOneGetsAnotherName) {
-  CFilePath first;
-  CFilePath second;
-  EXPECT_EQ(WriteInternetShortcut(kUrl, first), S_OK);
-  EXPECT_EQ(WriteInternetShortcut(L"http://server/other", second), S_OK);
-  EXPECT_NE(std::wstring(first), std::wstring(second));
-  const std::wstring name(second.GetFileNamePart());
-  EXPECT_EQ(name.substr(0, 5), L"File(");
-  EXPECT_EQ(name.substr(name.size() - 5), L").url");
-  EXPECT_EQ(ReadFileBytes(std::wstring(first)).substr(20, 5), "URL=h");
-  EXPECT_EQ(ReadFileBytes(std::wstring(second)), "[InternetShortcut]\r\nURL=http://server/other");
-}
-
-TEST_F(Shortcut, OtherCharactersAreUtf8) {
+TEST_F(Shortcut, HoldsAnyUrlUnderANameOfItsOwn) {
   CFilePath path;
-  EXPECT_EQ(WriteInternetShortcut(L"http://server/\u00e9\u4f60", path), S_OK);
-  EXPECT_EQ(ReadFileBytes(std::wstring(path)),
-            "[InternetShortcut]\r\nURL=http://server/\xc3\xa9\xe4\xbd\xa0");
-}
-
-TEST_F(Shortcut, EmptyAndVeryLongUrlsAreWritten) {
-  CFilePath path;
-  EXPECT_EQ(WriteInternetShortcut(L"", path), S_OK);
-  EXPECT_EQ(ReadFileBytes(std::wstring(path)), "[InternetShortcut]\r\nURL=");
-  EXPECT_EQ(WriteInternetShortcut(std::wstring(20000, L'a').c_str(), path), S_OK);
-  EXPECT_EQ(ReadFileBytes(std::wstring(path)),
-            "[InternetShortcut]\r\nURL=" + std::string(20000, 'a'));
+  EXPECT_EQ(WriteInternetShortcut(kUrl, path), S_OK);
+  const std::string longText(20000, 'a');
+  const std::pair<std::wstring, std::string> rows[] = {
+      {L"http://server/other", "http://server/other"},
+      {L"http://server/\u00e9\u4f60", "http://server/\xc3\xa9\xe4\xbd\xa0"},
+      {L"", ""},
+      {std::wstring(20000, L'a'), longText}};
+  for (const auto& [url, text] : rows) {
+    EXPECT_EQ(WriteInternetShortcut(url.c_str(), path), S_OK);
+    const std::wstring name(path.GetFileNamePart());
+    EXPECT_EQ(name.substr(0, 5), L"File(");
+    EXPECT_EQ(name.substr(name.size() - 5), L").url");
+    EXPECT_EQ(ReadFileBytes(std::wstring(path)), "[InternetShortcut]\r\nURL=" + text);
+  }
+  EXPECT_EQ(m_sandbox.Files().size(), 5u);
 }
 
 TEST_F(Shortcut, FailsWhereTheFolderCannotBeMade) {
   m_sandbox.Write(L"MERLO Technologies", "a file in its way");
-  CFilePath path(L"unset");
-  EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
-  EXPECT_EQ(std::wstring(path), L"unset");
+  ExpectFailure();
 }
 
-TEST_F(Shortcut, FailsWhereTheFileCannotBeCreated) {
-  const CImportPatch patch(
-      "msvcrt.dll", "_wfopen", +[](LPCWSTR, LPCWSTR) -> FILE* { return nullptr; });
-  CFilePath path(L"unset");
-  EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
-  EXPECT_EQ(std::wstring(path), L"unset");
-}
-
-TEST_F(Shortcut, FailsAndLeavesNoFileWhereItCannotBeWritten) {
-  static decltype(&fclose) closeStream;
-  CFilePath path(L"unset");
+TEST_F(Shortcut, FailsAndLeavesNoFileWhereAnyCallFails) {
+  {
+    const CImportPatch patch(
+        "msvcrt.dll", "_wfopen", +[](LPCWSTR, LPCWSTR) -> FILE* { return nullptr; });
+    ExpectFailure();
+  }
   {
     const CImportPatch patch(
         "msvcrt.dll", "fwrite", +[](const void*, size_t, size_t, FILE*) -> size_t { return 1; });
-    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+    ExpectFailure();
   }
   {
     // A small text goes to the disk when the stream is closed.
-    const CImportPatch patch(
-        "msvcrt.dll", "fclose", +[](FILE* stream) {
-          closeStream(stream);
-          return EOF;
-        });
-    closeStream = patch.Original<int(FILE*)>();
-    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
+    const CImportSpy<&fclose> close("msvcrt.dll", "fclose", [&](FILE* stream) {
+      close.CallOriginal(stream);
+      return EOF;
+    });
+    ExpectFailure();
   }
-  EXPECT_EQ(std::wstring(path), L"unset");
-  EXPECT_TRUE(m_sandbox.Files().empty());
+  for (const size_t failing : {1u, 2u}) {
+    const CImportSpy<&WideCharToMultiByte> convert(
+        "kernel32.dll", "WideCharToMultiByte", [&](auto... arguments) {
+          return convert.Calls().size() == failing ? 0 : convert.CallOriginal(arguments...);
+        });
+    ExpectFailure();
+  }
+  // The unique name is asked for twice: free at first, taken then.
+  int asked = 0;
+  const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", [&](LPCWSTR path) {
+    return std::wstring_view(path).ends_with(L".url") && ++asked == 2;
+  });
+  ExpectFailure();
+  EXPECT_EQ(asked, 2);
 }
 
-TEST_F(Shortcut, LeavesNoFileWhereItsTextCannotBeMade) {
+TEST_F(Shortcut, LeavesNoFileWhenMemoryRunsOut) {
   CFilePath path(L"unset");
-  static int calls;
-  static int failing;
-  static decltype(&WideCharToMultiByte) convert;
-  for (failing = 1; failing <= 2; ++failing) {
-    calls = 0;
-    const CImportPatch patch(
-        "kernel32.dll", "WideCharToMultiByte",
-        +[](UINT page, DWORD flags, LPCWCH text, int length, LPSTR out, int size, LPCCH standIn,
-            LPBOOL isUsed) {
-          return ++calls == failing
-                     ? 0
-                     : convert(page, flags, text, length, out, size, standIn, isUsed);
-        });
-    convert = patch.Original<decltype(WideCharToMultiByte)>();
-    EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL) << failing;
-  }
   HRESULT thrown = S_OK;
   const CStringW url(std::wstring(20000, L'a').c_str());
   try {
@@ -326,21 +259,6 @@ TEST_F(Shortcut, LeavesNoFileWhereItsTextCannotBeMade) {
   EXPECT_EQ(thrown, E_OUTOFMEMORY);
   EXPECT_EQ(std::wstring(path), L"unset");
   EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
-TEST_F(Shortcut, FailsWhenThePathIsTakenAfterAll) {
-  // The unique name is asked for twice: free at first, taken then.
-  static int asked;
-  asked = 0;
-  const CImportPatch patch(
-      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR path) -> BOOL {
-        const std::wstring text(path);
-        return text.size() > 4 && text.substr(text.size() - 4) == L".url" && ++asked == 2;
-      });
-  CFilePath path(L"unset");
-  EXPECT_EQ(WriteInternetShortcut(kUrl, path), E_FAIL);
-  EXPECT_EQ(asked, 2);
-  EXPECT_EQ(std::wstring(path), L"unset");
 }
 
 class LaunchInsertion : public testing::Test {
@@ -378,12 +296,11 @@ TEST_F(LaunchInsertion, TellsTheLauncherAndStopsTheBrowserBeforeTheEvent) {
   EXPECT_TRUE(m_event.FlagIntact());
 }
 
-TEST_F(LaunchInsertion, LeavesTheUrlToTheBrowserWithoutInstallInformation) {
-  const CInstallInformation information;
-  ExpectLeftToTheBrowser();
-}
-
-TEST_F(LaunchInsertion, LeavesTheUrlToTheBrowserWithoutTheLauncher) {
+TEST_F(LaunchInsertion, LeavesTheUrlToTheBrowserWithoutTheApplication) {
+  {
+    const CInstallInformation information;
+    ExpectLeftToTheBrowser();
+  }
   const CInstalledApplication application;
   application.RemoveLauncher();
   ExpectLeftToTheBrowser();

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "tests/support/message_recorder.h"
 
@@ -12,19 +14,45 @@ std::wstring NameOf(const std::wstring& url) {
   return MakeDownloadFileName(nullptr, url.c_str()).GetString();
 }
 
-TEST(DownloadFileName, PlainUrlGivesWhatFollowsTheLastSlash) {
-  EXPECT_EQ(NameOf(L"http://server/files/lesson.folivo"), L"lesson.folivo");
+void ExpectNames(std::initializer_list<std::pair<std::wstring, std::wstring>> rows) {
+  CMessageRecorder messages;
+  for (const auto& [url, name] : rows) {
+    EXPECT_EQ(NameOf(url), name) << url;
+  }
+  EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST(DownloadFileName, PercentEscapesAreDecoded) {
-  EXPECT_EQ(NameOf(L"http://server/files/My%20Lesson.folivo"), L"My Lesson.folivo");
+TEST(DownloadFileName, IsWhatFollowsTheLastOfTheFirstSeparatorThatOccurs) {
+  const std::wstring longest = std::wstring(259 - 4, L'n') + L".qdk";
+  ExpectNames({{L"http://server/files/lesson.folivo", L"lesson.folivo"},
+               {L"http://server/files/My%20Lesson.folivo", L"My Lesson.folivo"},
+               {L"a=b=c", L"c"},
+               {L"a|b|c", L"c"},
+               {L"http://server/lesson.folivo?", L""},
+               {L"http://server/folder/", L""},
+               {L"http://server/get?a&b", L"a&b"},  // file names may hold an ampersand
+               {L"http://server/get?name=a&b.folivo", L"a&b.folivo"},
+               {L"http://server/" + longest, longest}});
 }
 
 TEST(DownloadFileName, QueryGivesTheValueAfterItsLastEqualsSign) {
-  EXPECT_EQ(NameOf(L"http://server/download?id=7&name=a.folivo"), L"a.folivo");
-  EXPECT_EQ(NameOf(L"http://server/lesson.folivo?x=1"), L"1");
-  EXPECT_EQ(NameOf(L"x.folivo?id=7"), L"7");
-  EXPECT_EQ(NameOf(L"http://server/a=b/lesson.folivo"), L"blesson.folivo");
+  ExpectNames({{L"http://server/download?id=7&name=a.folivo", L"a.folivo"},
+               {L"http://server/lesson.folivo?x=1", L"1"},
+               {L"x.folivo?id=7", L"7"},
+               {L"http://server/a=b/lesson.folivo", L"blesson.folivo"},
+               {L"http://server/download?name=", L""}});
+}
+
+TEST(DownloadFileName, TextWithoutAnySeparatorGivesNoName) {
+  ExpectNames({{L"lesson.folivo", L""}, {L"", L""}});
+}
+
+TEST(DownloadFileName, EscapesAreDecodedAndSeparatorsInThemDropped) {
+  ExpectNames({{L"http://server/a%2Fb.qdk", L"ab.qdk"},
+               {L"http://server/..%5C..%5Cevil%3A.qdk", L"....evil.qdk"},
+               {L"http://server/%3Ca%3E%22%7C%3F%2Ab.qdk", L"ab.qdk"},
+               {L"http://server/a%zz.qdk", L"a%zz.qdk"},  // no escapes
+               {L"http://server/100%", L"100%"}});
 }
 
 TEST(DownloadFileName, EachSeparatorCountsBeforeThoseAfterIt) {
@@ -38,50 +66,6 @@ TEST(DownloadFileName, EachSeparatorCountsBeforeThoseAfterIt) {
     EXPECT_EQ(NameOf(url), left) << i;
   }
   EXPECT_EQ(NameOf(L"xx\"yy"), L"yy");
-}
-
-TEST(DownloadFileName, LastOccurrenceOfTheSeparatorCounts) {
-  EXPECT_EQ(NameOf(L"a=b=c"), L"c");
-  EXPECT_EQ(NameOf(L"a|b|c"), L"c");
-}
-
-TEST(DownloadFileName, FirstSeparatorThatOccursCountsEvenWithNothingBehindIt) {
-  EXPECT_EQ(NameOf(L"http://server/lesson.folivo?"), L"");
-}
-
-TEST(DownloadFileName, AmpersandStaysInAName) {
-  EXPECT_EQ(NameOf(L"http://server/get?a&b"), L"a&b");
-  EXPECT_EQ(NameOf(L"http://server/get?name=a&b.folivo"), L"a&b.folivo");
-}
-
-TEST(DownloadFileName, TextWithoutAnySeparatorGivesNoName) {
-  EXPECT_EQ(NameOf(L"lesson.folivo"), L"");
-  EXPECT_EQ(NameOf(L""), L"");
-}
-
-TEST(DownloadFileName, SeparatorAtTheEndGivesNoName) {
-  EXPECT_EQ(NameOf(L"http://server/download?name="), L"");
-  EXPECT_EQ(NameOf(L"http://server/folder/"), L"");
-}
-
-TEST(DownloadFileName, EscapedSeparatorsAreDroppedAfterDecoding) {
-  EXPECT_EQ(NameOf(L"http://server/a%2Fb.qdk"), L"ab.qdk");
-  EXPECT_EQ(NameOf(L"http://server/..%5C..%5Cevil%3A.qdk"), L"....evil.qdk");
-  EXPECT_EQ(NameOf(L"http://server/%3Ca%3E%22%7C%3F%2Ab.qdk"), L"ab.qdk");
-}
-
-TEST(DownloadFileName, EscapesThatAreNoneStayAsTheyAre) {
-  CMessageRecorder messages;
-  EXPECT_EQ(NameOf(L"http://server/a%zz.qdk"), L"a%zz.qdk");
-  EXPECT_EQ(NameOf(L"http://server/100%"), L"100%");
-  EXPECT_TRUE(messages.Take().empty());
-}
-
-TEST(DownloadFileName, LongestNameThatDecodes) {
-  CMessageRecorder messages;
-  const std::wstring name = std::wstring(259 - 4, L'n') + L".qdk";
-  EXPECT_EQ(NameOf(L"http://server/" + name), name);
-  EXPECT_TRUE(messages.Take().empty());
 }
 
 TEST(DownloadFileName, NameTooLongToDecodeIsReplacedAndReported) {
@@ -99,24 +83,21 @@ TEST(DownloadFileName, NameTooLongToDecodeIsReplacedAndReported) {
   EXPECT_EQ(shown[0].owner, owner);
 }
 
-TEST(DownloadFileName, ReplacementWithoutDotIsALesson) {
+TEST(DownloadFileName, ReplacementHasTheExtensionCleaned) {
+  const std::wstring name(300, L'n');
+  const std::wstring longest = L"." + std::wstring(400, L'e');
+  const std::pair<std::wstring, std::wstring> rows[] = {{name, L".folivo"},
+                                                        {name + longest, longest},
+                                                        {longest, longest},
+                                                        {name + L".a:b|c", L".abc"}};
+  for (const auto& [end, extension] : rows) {
+    CMessageRecorder messages;
+    EXPECT_EQ(NameOf(L"http://server/get?" + end), L"downloadedfile" + extension);
+    EXPECT_EQ(messages.TakeTexts().size(), 1u);
+  }
+  // The message has the name before it is cleaned.
   CMessageRecorder messages;
-  EXPECT_EQ(NameOf(L"http://server/" + std::wstring(2000, L'n')), L"downloadedfile.folivo");
-  EXPECT_EQ(messages.TakeTexts().size(), 1u);
-}
-
-TEST(DownloadFileName, ReplacementKeepsAnExtensionOfAnyLength) {
-  CMessageRecorder messages;
-  const std::wstring extension = L"." + std::wstring(400, L'e');
-  EXPECT_EQ(NameOf(L"http://server/name" + extension), L"downloadedfile" + extension);
-  EXPECT_EQ(NameOf(L"http://server/" + extension), L"downloadedfile" + extension);
-}
-
-TEST(DownloadFileName, ReplacementIsCleanedToo) {
-  CMessageRecorder messages;
-  const std::wstring url = L"http://server/get?" + std::wstring(300, L'n') + L".a:b|c";
-  EXPECT_EQ(NameOf(url), L"downloadedfile.abc");
-  // The message tells the name as it is before that.
+  NameOf(L"http://server/get?" + name + L".a:b|c");
   EXPECT_NE(messages.TakeTexts().at(0).find(L"downloadedfile.a:b|c."), std::wstring::npos);
 }
 

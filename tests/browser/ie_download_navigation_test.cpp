@@ -23,6 +23,7 @@
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/parallel.h"
@@ -68,18 +69,17 @@ class Navigation : public testing::Test {
   CHelperObject m_helper;
 };
 
-TEST_F(Navigation, LessonIsTakenOverWhateverItsCase) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"dir/Lesson.FOLIVO")));
-  EXPECT_EQ(m_prompt.Count(), 1);
-  EXPECT_TRUE(m_messages.Take().empty());
-}
-
 TEST_F(Navigation, OneRequestOfTheServerServesCheckAndDownload) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?id=7")));
-  ASSERT_EQ(path.Requests().size(), 1u);
-  EXPECT_EQ(path.Requests()[0].query, "id=7");
+  for (const std::wstring& name :
+       {std::wstring(L"dir/Lesson.FOLIVO?id=7"), std::wstring(1900, L'a') + L".folivo?id=7"}) {
+    const ScriptedPath path(m_server, Lesson());
+    const int prompts = m_prompt.Count();
+    EXPECT_TRUE(Navigate(path.Url(name)));
+    EXPECT_EQ(m_prompt.Count(), prompts + 1);
+    ASSERT_EQ(path.Requests().size(), 1u);
+    EXPECT_EQ(path.Requests()[0].query, "id=7");
+  }
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 TEST_F(Navigation, CancelledPromptLeavesNothingButTheFolder) {
@@ -90,27 +90,20 @@ TEST_F(Navigation, CancelledPromptLeavesNothingButTheFolder) {
   EXPECT_EQ(files, (std::vector<std::wstring>{std::wstring(kTempFiles) + L"iedownload.folivo"}));
   EXPECT_TRUE(m_sandbox.Files().empty());
   EXPECT_TRUE(std::filesystem::is_directory(m_sandbox / kTempFiles));
+  EXPECT_EQ(std::wstring(GetTempBaseFolder()) + L"\\", m_sandbox / kTempFiles);
   EXPECT_TRUE(m_launches.Launches().empty());
 }
 
 TEST_F(Navigation, DownloadIsGivenUpOnlyWhenTheNavigationIsCancelled) {
-  static CNavigationEvent* current;
-  static std::vector<bool> cancelledBefore;
-  static decltype(&DeleteFileW) deleteFile;
-  cancelledBefore.clear();
-  const CImportPatch patch(
-      "kernel32.dll", "DeleteFileW", +[](LPCWSTR path) -> BOOL {
-        EXPECT_NE(wcsstr(path, L"iedownload.folivo"), nullptr);
-        cancelledBefore.push_back(current->Cancelled());
-        return deleteFile(path);
-      });
-  deleteFile = patch.Original<BOOL WINAPI(LPCWSTR)>();
   const ScriptedPath path(m_server, Lesson());
   CNavigationEvent event(path.Url(L"a.folivo"));
-  current = &event;
+  const CImportSpy<&DeleteFileW> deleteFile("kernel32.dll", "DeleteFileW", [&](LPCWSTR file) {
+    EXPECT_NE(wcsstr(file, L"iedownload.folivo"), nullptr);
+    EXPECT_TRUE(event.Cancelled());
+    return deleteFile.CallOriginal(file);
+  });
   EXPECT_TRUE(m_helper.Navigate(event));
-  EXPECT_EQ(cancelledBefore, std::vector<bool>{true})
-      << "the temporary file goes with the download";
+  EXPECT_EQ(deleteFile.Calls().size(), 1u);
 }
 
 TEST_F(Navigation, TakenTemporaryNameIsNumbered) {
@@ -124,12 +117,6 @@ TEST_F(Navigation, TakenTemporaryNameIsNumbered) {
   EXPECT_EQ(name.substr(0, 11), L"iedownload(");
   EXPECT_EQ(ReadFileBytes(m_sandbox / (std::wstring(kTempFiles) + L"iedownload.qdk")),
             "another download");
-}
-
-TEST_F(Navigation, TemporaryFolderIsSetForTheDownload) {
-  const ScriptedPath path(m_server, Lesson());
-  Navigate(path.Url(L"a.folivo"));
-  EXPECT_EQ(std::wstring(GetTempBaseFolder()) + L"\\", m_sandbox / kTempFiles);
 }
 
 TEST_F(Navigation, UrlEndsAtItsFirstNul) {
@@ -151,19 +138,25 @@ TEST_F(Navigation, OtherTypesAreTheBrowsers) {
                              L"a.folivo#part", L"folder.folivo/"}) {
     ExpectUntouched(path.Url(name));
   }
+  for (const LPCWSTR text : {L"", L"?", L".", L"...", L"\\", L"http:", L":/"}) {
+    ExpectUntouched(text);
+  }
+  ExpectUntouched(std::wstring(50000, L'a'));
   EXPECT_TRUE(path.Requests().empty());
   EXPECT_FALSE(std::filesystem::exists(m_sandbox / L"MERLO Technologies"));
 }
 
 TEST_F(Navigation, WrongContentIsTheBrowsersWithoutAWord) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>Please sign in</html>"));
-  ExpectUntouched(path.Url(L"a.folivo"));
-  EXPECT_EQ(path.Requests().size(), 1u);
-}
-
-TEST_F(Navigation, TemplateGalleriesNeverPassTheCheck) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes(kOldLessonHead).Pattern(1, 100));
-  ExpectUntouched(path.Url(L"a.qdt"));
+  const ScriptedPath page(m_server, HttpAnswer().Bytes("<html>Please sign in</html>"));
+  ExpectUntouched(page.Url(L"a.folivo"));
+  EXPECT_EQ(page.Requests().size(), 1u);
+  const ScriptedPath gallery(m_server, HttpAnswer().Bytes(kOldLessonHead).Pattern(1, 100));
+  ExpectUntouched(gallery.Url(L"a.qdt"));
+  const CTempSandbox elsewhere;
+  EXPECT_FALSE(Navigate(elsewhere.Write(L"a.folivo", "no lesson")));
+  EXPECT_FALSE(Navigate(elsewhere.Write(L"a.qdt", kOldLessonHead)));
+  EXPECT_EQ(m_prompt.Count(), 0);
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 TEST_F(Navigation, RefusedStatusIsToldOnceAndLeftToTheBrowser) {
@@ -251,25 +244,15 @@ TEST_F(Navigation, LocalLessonIsSavedByCopying) {
 TEST_F(Navigation, AddressOfALocalLessonIsFetchedAsAUrl) {
   // As a path it would name the file: what stands in front of the drive is dropped.
   const std::wstring url = L"file:///" + m_sandbox.Write(L"a.qdk", kOldLessonHead);
-  static std::vector<std::wstring> opened;
-  opened.clear();
-  const CImportPatch patch(
+  const CImportSpy<&InternetOpenUrlW> open(
       "wininet.dll", "InternetOpenUrlW",
-      +[](HINTERNET, LPCWSTR address, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
-        opened.emplace_back(address);
+      [&](HINTERNET, LPCWSTR address, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
+        EXPECT_EQ(address, url);
         return nullptr;
       });
   EXPECT_FALSE(Navigate(url));
-  EXPECT_EQ(opened, std::vector<std::wstring>{url});
+  EXPECT_EQ(open.Calls().size(), 1u);
   EXPECT_EQ(m_prompt.Count(), 0);
-}
-
-TEST_F(Navigation, LocalFileOfWrongContentIsTheBrowsers) {
-  const std::wstring file = m_sandbox.Write(L"a.folivo", "no lesson");
-  EXPECT_FALSE(Navigate(file));
-  EXPECT_FALSE(Navigate(m_sandbox.Write(L"a.qdt", kOldLessonHead)));
-  EXPECT_EQ(m_prompt.Count(), 0);
-  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 TEST_F(Navigation, MissingLocalFileIsToldAndLeftToTheBrowser) {
@@ -321,18 +304,6 @@ TEST_F(Navigation, MemoryThatRunsOutLeavesTheNavigationToTheBrowser) {
   EXPECT_TRUE(Navigate(path.Url(L"a.folivo")));
 }
 
-TEST_F(Navigation, OverlongUrlsAreTakenAsTheyAre) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(std::wstring(1900, L'a') + L".folivo")));
-}
-
-TEST_F(Navigation, TextThatIsNoUrlAtAllIsTheBrowsers) {
-  for (const LPCWSTR text : {L"", L"?", L".", L"...", L"\\", L"http:", L":/"}) {
-    ExpectUntouched(text);
-  }
-  ExpectUntouched(std::wstring(50000, L'a'));
-}
-
 // The marker for links that the application inserts.
 
 class InsertNavigation : public Navigation {
@@ -351,36 +322,23 @@ class InsertNavigation : public Navigation {
 };
 
 TEST_F(InsertNavigation, GoesToTheLauncherFromPathOrQuery) {
+  UseBrowserWindow();
   Install();
   for (const LPCWSTR url : {L"http://server/insertinfolivo/a.htm",
-                            L"http://server/?insertinfolivo=1", L"xinsertinfolivox"}) {
+                            L"http://server/a.folivo?insertinfolivo=1", L"xinsertinfolivox"}) {
     const int stops = m_browser.stops;
     const size_t launches = m_launches.Launches().size();
     EXPECT_TRUE(Navigate(url));
     EXPECT_EQ(m_browser.stops, stops + 1);
-    EXPECT_EQ(m_launches.Launches().size(), launches + 1);
+    ASSERT_EQ(m_launches.Launches().size(), launches + 1);
+    EXPECT_EQ(m_launches.Launches().back().owner, m_browser.window);
   }
+  EXPECT_EQ(m_prompt.Count(), 0);
   EXPECT_EQ(m_launches.Launches()[0].parameters,
             L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"File.url");
   EXPECT_EQ(Shortcuts().size(), 3u);  // they stay
   EXPECT_EQ(ReadFileBytes(m_sandbox / (std::wstring(kTempFiles) + L"File.url")),
             "[InternetShortcut]\r\nURL=http://server/insertinfolivo/a.htm");
-}
-
-TEST_F(InsertNavigation, BrowsersWindowOwnsTheLaunch) {
-  UseBrowserWindow();
-  Install();
-  EXPECT_TRUE(Navigate(L"http://server/insertinfolivo"));
-  ASSERT_EQ(m_launches.Launches().size(), 1u);
-  EXPECT_EQ(m_launches.Launches()[0].owner, m_browser.window);
-}
-
-TEST_F(InsertNavigation, IsNeverADownload) {
-  Install();
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?insertinfolivo")));
-  EXPECT_TRUE(path.Requests().empty());
-  EXPECT_EQ(m_prompt.Count(), 0);
 }
 
 TEST_F(InsertNavigation, WithoutTheApplicationIsTheBrowsers) {
@@ -440,21 +398,16 @@ TEST_F(Navigation, ObjectReleasedWhileAskingLivesUntilTheEnd) {
   EXPECT_EQ(m_browser.references, 0);
 }
 
-TEST_F(Navigation, BrowserMayGoWhileAsking) {
+TEST_F(Navigation, BrowserMayQuitAndGoWhileAsking) {
   const CIeFrameDouble browser;
   const CPromptAnswer prompt(kOpen);
-  const std::wstring file = m_sandbox.Write(L"a.qdk", kOldLessonHead);
-  prompt.WhileOpen([&] { m_helper->SetSite(nullptr); });
-  EXPECT_TRUE(Navigate(file));
-  EXPECT_EQ(m_launches.Launches().size(), 1u);
-}
-
-TEST_F(Navigation, BrowserMayQuitWhileAsking) {
-  m_prompt.WhileOpen([&] {
+  prompt.WhileOpen([&] {
     DISPPARAMS none = {};
     EXPECT_EQ(m_helper.Fire(DISPID_ONQUIT, &none), S_OK);
+    m_helper->SetSite(nullptr);
   });
   EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead)));
+  EXPECT_EQ(m_launches.Launches().size(), 1u);
   EXPECT_EQ(m_browser.container.point.unadvised.size(), 1u);
 }
 

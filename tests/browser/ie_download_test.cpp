@@ -66,17 +66,25 @@ TEST(HelperObject, SiteInterfaceIsThePrimaryOneWithTheOwnMethodsBehindIt) {
   EXPECT_EQ(table[kOnQuit + 3](primary), E_POINTER);
 }
 
-TEST(SetSite, SubscribesTheObjectToTheBrowsersEvents) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  EXPECT_EQ(helper->SetSite(&browser), S_OK);
-  EXPECT_EQ(browser.container.asked, (std::vector<IID>{DIID_DWebBrowserEvents2}));
-  ASSERT_EQ(browser.container.point.sinks.size(), 1u);
-  EXPECT_TRUE(AreSameObject(browser.container.point.sinks[0], helper->GetUnknown()));
-  EXPECT_EQ(browser.container.point.references, 0);
+class SetSite : public testing::Test {
+ protected:
+  CFakeBrowser m_browser;
+  const CHelperObject m_helper;
+};
+using GetSite = SetSite;
+using Unadvise = SetSite;
+using OnQuit = SetSite;
+using Invoke = SetSite;
+
+TEST_F(SetSite, SubscribesTheObjectToTheBrowsersEvents) {
+  EXPECT_EQ(m_helper->SetSite(&m_browser), S_OK);
+  EXPECT_EQ(m_browser.container.asked, (std::vector<IID>{DIID_DWebBrowserEvents2}));
+  ASSERT_EQ(m_browser.container.point.sinks.size(), 1u);
+  EXPECT_TRUE(AreSameObject(m_browser.container.point.sinks[0], m_helper->GetUnknown()));
+  EXPECT_EQ(m_browser.container.point.references, 0);
 }
 
-TEST(SetSite, LetsGoOfEverythingWithTheObject) {
+TEST_F(SetSite, LetsGoOfEverythingWithTheObject) {
   CFakeBrowser browser;
   const LONG locks = ATL::_pAtlModule->GetLockCount();
   {
@@ -91,51 +99,40 @@ TEST(SetSite, LetsGoOfEverythingWithTheObject) {
   EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks);
 }
 
-TEST(SetSite, NullIsAnInvalidArgument) {
-  const CHelperObject helper;
-  EXPECT_EQ(helper->SetSite(nullptr), E_INVALIDARG);
-}
-
-TEST(SetSite, NullLetsGoOfTheBrowserButNotOfItsEvents) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  EXPECT_EQ(helper->SetSite(nullptr), E_INVALIDARG);
-  EXPECT_EQ(browser.references, 0);
-  EXPECT_TRUE(browser.container.point.unadvised.empty());
+TEST_F(SetSite, NullLetsGoOfTheBrowserButNotOfItsEvents) {
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(m_helper->SetSite(nullptr), E_INVALIDARG);
+  EXPECT_EQ(m_browser.references, 0);
+  EXPECT_TRUE(m_browser.container.point.unadvised.empty());
   const CTempSandbox sandbox;
   const CPromptAnswer prompt(IDCANCEL);
-  EXPECT_TRUE(helper.Navigate(sandbox.Write(L"a.qdk", "\x78\x9c")));
+  EXPECT_TRUE(m_helper.Navigate(sandbox.Write(L"a.qdk", "\x78\x9c")));
   CNavigationEvent event(L"");
-  EXPECT_EQ(helper.Fire(DISPID_ONQUIT, event.Params()), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
+  EXPECT_EQ(m_helper.Fire(DISPID_ONQUIT, event.Params()), S_OK);
+  EXPECT_EQ(m_browser.container.point.unadvised, (std::vector<DWORD>{7001}));
 }
 
-TEST(SetSite, WithoutABrowserIsAnInvalidArgumentAndDropsTheHeldOne) {
-  CFakeBrowser browser;
+TEST_F(SetSite, WithoutABrowserIsAnInvalidArgumentAndDropsTheHeldOne) {
   CFakeSite stranger(nullptr);
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  EXPECT_EQ(helper->SetSite(&stranger), E_INVALIDARG);
-  EXPECT_EQ(browser.references, 0);
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(m_helper->SetSite(&stranger), E_INVALIDARG);
+  EXPECT_EQ(m_browser.references, 0);
   EXPECT_EQ(stranger.references, 0);
-  EXPECT_EQ(browser.container.point.sinks.size(), 1u);
+  EXPECT_EQ(m_browser.container.point.sinks.size(), 1u);
 }
 
-TEST(SetSite, HeldBrowserIsNotAskedForAgain) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  EXPECT_EQ(browser.browserQueries, 1);
-  EXPECT_EQ(helper->SetSite(&browser), S_OK);
-  EXPECT_EQ(browser.browserQueries, 1);
-  CFakeSite site(&browser);
-  EXPECT_EQ(helper->SetSite(&site), S_OK);
-  EXPECT_EQ(browser.browserQueries, 2);
-  helper->SetSite(nullptr);
+TEST_F(SetSite, HeldBrowserIsNotAskedForAgain) {
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(m_browser.browserQueries, 1);
+  EXPECT_EQ(m_helper->SetSite(&m_browser), S_OK);
+  EXPECT_EQ(m_browser.browserQueries, 1);
+  CFakeSite site(&m_browser);
+  EXPECT_EQ(m_helper->SetSite(&site), S_OK);
+  EXPECT_EQ(m_browser.browserQueries, 2);
+  m_helper->SetSite(nullptr);
 }
 
-TEST(SetSite, NewBrowserReplacesTheOldOneAndItsContainer) {
+TEST_F(SetSite, NewBrowserReplacesTheOldOneAndItsContainer) {
   CFakeBrowser first;
   CFakeBrowser second;
   const CHelperObject helper;
@@ -149,74 +146,59 @@ TEST(SetSite, NewBrowserReplacesTheOldOneAndItsContainer) {
   EXPECT_EQ(second.container.point.unadvised.size(), 1u);
 }
 
-TEST(SetSite, AnotherSubscriptionReplacesTheCookieWithoutUnsubscribing) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  helper->SetSite(&browser);
-  EXPECT_EQ(browser.container.point.sinks.size(), 2u);
-  EXPECT_TRUE(browser.container.point.unadvised.empty());
-  EXPECT_EQ(helper->Unadvise(), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7002}));
+TEST_F(SetSite, AnotherSubscriptionReplacesTheCookieWithoutUnsubscribing) {
+  m_helper->SetSite(&m_browser);
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(m_browser.container.point.sinks.size(), 2u);
+  EXPECT_TRUE(m_browser.container.point.unadvised.empty());
+  EXPECT_EQ(m_helper->Unadvise(), S_OK);
+  EXPECT_EQ(m_browser.container.point.unadvised, (std::vector<DWORD>{7002}));
 }
 
-TEST(SetSite, FailedSubscriptionLeavesTheCookieOfTheOneBefore) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  browser.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
-  EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_ADVISELIMIT);
-  EXPECT_EQ(helper->Unadvise(), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
-}
-
-TEST(SetSite, BrowserWithoutEventsIsAPointerError) {
-  CFakeBrowser browser;
+TEST_F(SetSite, BrowserWithoutEventsIsAPointerError) {
   CFakeBrowser deaf;
   deaf.hasContainer = false;
   const CHelperObject helper;
-  helper->SetSite(&browser);
+  helper->SetSite(&m_browser);
   EXPECT_EQ(helper->SetSite(&deaf), E_POINTER);
-  EXPECT_EQ(browser.container.references, 0);
+  EXPECT_EQ(m_browser.container.references, 0);
   EXPECT_GT(deaf.references, 0);
 }
 
-TEST(SetSite, ReturnsWhatSubscribingReturns) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  browser.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
-  EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_ADVISELIMIT);
-  browser.container.findResult = CONNECT_E_NOCONNECTION;
-  EXPECT_EQ(helper->SetSite(&browser), CONNECT_E_NOCONNECTION);
-  browser.container.findResult = S_OK;
-  browser.container.hasPoint = false;
-  EXPECT_EQ(helper->SetSite(&browser), E_POINTER);
-  EXPECT_TRUE(browser.container.point.sinks.empty());
-  EXPECT_EQ(browser.container.point.references, 0);
+TEST_F(SetSite, FailedSubscriptionLeavesTheCookieOfTheOneBefore) {
+  m_helper->SetSite(&m_browser);
+  m_browser.container.point.adviseResult = CONNECT_E_ADVISELIMIT;
+  EXPECT_EQ(m_helper->SetSite(&m_browser), CONNECT_E_ADVISELIMIT);
+  m_browser.container.findResult = CONNECT_E_NOCONNECTION;
+  EXPECT_EQ(m_helper->SetSite(&m_browser), CONNECT_E_NOCONNECTION);
+  m_browser.container.findResult = S_OK;
+  m_browser.container.hasPoint = false;
+  EXPECT_EQ(m_helper->SetSite(&m_browser), E_POINTER);
+  EXPECT_EQ(m_browser.container.point.sinks.size(), 1u);
+  EXPECT_EQ(m_browser.container.point.references, 0);
+  m_browser.container.hasPoint = true;
+  EXPECT_EQ(m_helper->Unadvise(), S_OK);
+  EXPECT_EQ(m_browser.container.point.unadvised, (std::vector<DWORD>{7001}));
 }
 
-TEST(SetSite, BrowsersWindowOwnsTheDialogs) {
-  CFakeBrowser browser;
-  browser.window = GetDesktopWindow();
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  EXPECT_EQ(PromptOwner(helper), GetDesktopWindow());
+TEST_F(SetSite, BrowsersWindowOwnsTheDialogs) {
+  m_browser.window = GetDesktopWindow();
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(PromptOwner(m_helper), GetDesktopWindow());
 }
 
-TEST(SetSite, FrameOfTheThreadStandsInForABrowserThatTellsNone) {
+TEST_F(SetSite, FrameOfTheThreadStandsInForABrowserThatTellsNone) {
   const CTestWindow frame(L"IEFrame");
-  CFakeBrowser browser;
-  browser.windowResult = E_FAIL;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  EXPECT_EQ(PromptOwner(helper), frame);
-  browser.windowResult = S_OK;  // and no window
+  m_browser.windowResult = E_FAIL;
+  m_helper->SetSite(&m_browser);
+  EXPECT_EQ(PromptOwner(m_helper), frame);
+  m_browser.windowResult = S_OK;  // and no window
   const CHelperObject other;
-  other->SetSite(&browser);
+  other->SetSite(&m_browser);
   EXPECT_EQ(PromptOwner(other), frame);
 }
 
-TEST(SetSite, NewBrowserForgetsTheWindowOfTheOneBefore) {
+TEST_F(SetSite, NewBrowserForgetsTheWindowOfTheOneBefore) {
   for (const bool lettingGoBetween : {false, true}) {
     CFakeBrowser first;
     CFakeBrowser second;
@@ -233,31 +215,18 @@ TEST(SetSite, NewBrowserForgetsTheWindowOfTheOneBefore) {
   }
 }
 
-TEST(FindBrowserFrameWindow, TakesTheFrameOfEitherClassInAnyCase) {
+TEST(FindBrowserFrameWindow, TakesTheTopmostFrameOfEitherClassInAnyCase) {
   for (const LPCWSTR name : {L"IEFrame", L"CabinetWClass", L"ieframe", L"CABINETWCLASS"}) {
+    const CTestWindow lower(name);
+    const CTestWindow frame(name);  // enumerated from the topmost down
     const CTestWindow other(L"Static");
-    const CTestWindow frame(name);
     const CHelperObject helper;
     EXPECT_EQ(helper->FindBrowserFrameWindow(), S_OK);
     EXPECT_EQ(PromptOwner(helper), frame);
   }
 }
 
-TEST(FindBrowserFrameWindow, FirstOfSeveralIsTaken) {
-  const CTestWindow lower(L"IEFrame");
-  const CTestWindow upper(L"IEFrame");  // enumerated from the topmost down
-  const CHelperObject helper;
-  EXPECT_EQ(helper->FindBrowserFrameWindow(), S_OK);
-  EXPECT_EQ(PromptOwner(helper), upper);
-}
-
-TEST(FindBrowserFrameWindow, FailsWithoutOne) {
-  const CTestWindow other(L"IEFrameOther");
-  const CHelperObject helper;
-  EXPECT_EQ(helper->FindBrowserFrameWindow(), E_POINTER);
-}
-
-TEST(FindBrowserFrameWindow, FrameOfAnotherThreadIsNotTaken) {
+TEST(FindBrowserFrameWindow, FailsWithoutAFrameOfTheThread) {
   const CHandle made(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const CHandle looked(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const CParallel otherBrowser([&] {
@@ -266,6 +235,7 @@ TEST(FindBrowserFrameWindow, FrameOfAnotherThreadIsNotTaken) {
     WaitForSingleObject(looked, INFINITE);
   });
   EXPECT_EQ(WaitForSingleObject(made, kUserPatienceMs), WAIT_OBJECT_0);
+  const CTestWindow ofNoBrowser(L"IEFrameOther");
   const CHelperObject helper;
   EXPECT_EQ(helper->FindBrowserFrameWindow(), E_POINTER);
   SetEvent(looked);
@@ -280,110 +250,83 @@ TEST(FindBrowserFrameWindow, FailsWhenTheFrameHasGone) {
   EXPECT_EQ(helper->FindBrowserFrameWindow(), E_POINTER);
 }
 
-TEST(GetSite, AnswersFromTheHeldSite) {
-  CFakeBrowser browser;
-  CFakeSite site(&browser);
-  const CHelperObject helper;
-  helper->SetSite(&site);
+TEST_F(GetSite, AnswersFromTheHeldSite) {
+  CFakeSite site(&m_browser);
+  m_helper->SetSite(&site);
   {
     CComPtr<IUnknown> held;
-    EXPECT_EQ(helper->GetSite(IID_IUnknown, reinterpret_cast<void**>(&held)), S_OK);
+    EXPECT_EQ(m_helper->GetSite(IID_IUnknown, reinterpret_cast<void**>(&held)), S_OK);
     EXPECT_EQ(held.p, static_cast<IUnknown*>(&site));
     CComPtr<IWebBrowser2> asked;
-    EXPECT_EQ(helper->GetSite(IID_IWebBrowser2, reinterpret_cast<void**>(&asked)), S_OK);
-    EXPECT_EQ(asked.p, static_cast<IWebBrowser2*>(&browser));
+    EXPECT_EQ(m_helper->GetSite(IID_IWebBrowser2, reinterpret_cast<void**>(&asked)), S_OK);
+    EXPECT_EQ(asked.p, static_cast<IWebBrowser2*>(&m_browser));
     void* none = &site;
-    EXPECT_EQ(helper->GetSite(IID_IObjectSafety, &none), E_NOINTERFACE);
+    EXPECT_EQ(m_helper->GetSite(IID_IObjectSafety, &none), E_NOINTERFACE);
     EXPECT_EQ(none, nullptr);
-    EXPECT_EQ(helper->GetSite(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(m_helper->GetSite(IID_IUnknown, nullptr), E_POINTER);
   }
-  helper->SetSite(nullptr);
+  m_helper->SetSite(nullptr);
 }
 
-TEST(GetSite, FailsWithoutASite) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  void* none = &browser;
-  EXPECT_EQ(helper->GetSite(IID_IUnknown, &none), E_FAIL);
+TEST_F(GetSite, FailsWithoutASite) {
+  void* none = &m_browser;
+  EXPECT_EQ(m_helper->GetSite(IID_IUnknown, &none), E_FAIL);
   EXPECT_EQ(none, nullptr);
-  helper->SetSite(&browser);
-  helper->SetSite(nullptr);
-  EXPECT_EQ(helper->GetSite(IID_IUnknown, &none), E_FAIL);
+  m_helper->SetSite(&m_browser);
+  m_helper->SetSite(nullptr);
+  EXPECT_EQ(m_helper->GetSite(IID_IUnknown, &none), E_FAIL);
 }
 
-TEST(Unadvise, EndsTheSubscriptionByItsCookieAndReturnsTheResult) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  browser.container.point.nextCookie = 0xFFFFFFFE;
-  helper->SetSite(&browser);
-  browser.container.point.unadviseResult = CONNECT_E_NOCONNECTION;
-  EXPECT_EQ(helper->Unadvise(), CONNECT_E_NOCONNECTION);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{0xFFFFFFFE}));
-  EXPECT_EQ(browser.container.point.references, 0);
-  EXPECT_EQ(browser.container.asked,
+TEST_F(Unadvise, EndsTheSubscriptionByItsCookieAndReturnsTheResult) {
+  m_browser.container.point.nextCookie = 0xFFFFFFFE;
+  m_helper->SetSite(&m_browser);
+  m_browser.container.point.unadviseResult = CONNECT_E_NOCONNECTION;
+  EXPECT_EQ(m_helper->Unadvise(), CONNECT_E_NOCONNECTION);
+  EXPECT_EQ(m_browser.container.point.unadvised, (std::vector<DWORD>{0xFFFFFFFE}));
+  EXPECT_EQ(m_browser.container.point.references, 0);
+  EXPECT_EQ(m_browser.container.asked,
             (std::vector<IID>{DIID_DWebBrowserEvents2, DIID_DWebBrowserEvents2}));
 }
 
-TEST(Unadvise, FailsWhenTheConnectionPointIsNotFound) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  browser.container.findResult = E_OUTOFMEMORY;
-  EXPECT_EQ(helper->Unadvise(), E_OUTOFMEMORY);
-  browser.container.findResult = S_OK;
-  browser.container.hasPoint = false;
-  EXPECT_EQ(helper->Unadvise(), E_POINTER);
-  EXPECT_TRUE(browser.container.point.unadvised.empty());
+TEST_F(Unadvise, FailsWhenTheConnectionPointIsNotFound) {
+  EXPECT_TRUE(FAILED(m_helper->Advise()));
+  EXPECT_TRUE(FAILED(m_helper->Unadvise()));
+  m_helper->SetSite(&m_browser);
+  m_browser.container.findResult = E_OUTOFMEMORY;
+  EXPECT_EQ(m_helper->Unadvise(), E_OUTOFMEMORY);
+  m_browser.container.findResult = S_OK;
+  m_browser.container.hasPoint = false;
+  EXPECT_EQ(m_helper->Unadvise(), E_POINTER);
+  EXPECT_TRUE(m_browser.container.point.unadvised.empty());
 }
 
-TEST(Unadvise, FailsWithoutABrowser) {
-  const CHelperObject helper;
-  EXPECT_TRUE(FAILED(helper->Advise()));
-  EXPECT_TRUE(FAILED(helper->Unadvise()));
+TEST_F(OnQuit, SucceedsEvenIfUnsubscribingFails) {
+  EXPECT_EQ(m_helper->OnQuit(), S_OK);
+  m_helper->SetSite(&m_browser);
+  m_browser.container.point.unadviseResult = E_FAIL;
+  EXPECT_EQ(m_helper->OnQuit(), S_OK);
+  EXPECT_EQ(m_browser.container.point.unadvised.size(), 1u);
 }
 
-TEST(OnQuit, SucceedsEvenIfUnsubscribingFails) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  EXPECT_EQ(helper->OnQuit(), S_OK);
-  helper->SetSite(&browser);
-  browser.container.point.unadviseResult = E_FAIL;
-  EXPECT_EQ(helper->OnQuit(), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised.size(), 1u);
-}
-
-TEST(Invoke, WithoutParametersIsAnInvalidArgument) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
+TEST_F(Invoke, WithoutParametersIsAnInvalidArgument) {
+  m_helper->SetSite(&m_browser);
   for (const DISPID id : {DISPID_BEFORENAVIGATE2, DISPID_BEFORENAVIGATE, DISPID_ONQUIT, 0, 259}) {
-    EXPECT_EQ(helper.Fire(id, nullptr), E_INVALIDARG) << id;
+    EXPECT_EQ(m_helper.Fire(id, nullptr), E_INVALIDARG) << id;
   }
-  EXPECT_TRUE(browser.container.point.unadvised.empty());
+  EXPECT_TRUE(m_browser.container.point.unadvised.empty());
 }
 
-TEST(Invoke, QuitUnsubscribes) {
-  CFakeBrowser browser;
-  const CHelperObject helper;
-  helper->SetSite(&browser);
-  DISPPARAMS none = {};
-  EXPECT_EQ(helper.Fire(DISPID_ONQUIT, &none), S_OK);
-  EXPECT_EQ(browser.container.point.unadvised, (std::vector<DWORD>{7001}));
-}
-
-TEST(Invoke, OtherEventsAreIgnored) {
-  CFakeBrowser browser;
+TEST_F(Invoke, OtherEventsAreIgnored) {
   const CTempSandbox sandbox;
   const CPromptAnswer prompt(IDCANCEL);
-  const CHelperObject helper;
-  helper->SetSite(&browser);
+  m_helper->SetSite(&m_browser);
   CNavigationEvent event(sandbox.Write(L"a.qdk", "\x78\x9c"));
   for (const DISPID id : {-1, 0, 1, 99, 101, 102, 103, 249, 251, 252, 254, 259, 0x7FFFFFFF}) {
-    EXPECT_EQ(helper.Fire(id, event.Params()), S_OK) << id;
+    EXPECT_EQ(m_helper.Fire(id, event.Params()), S_OK) << id;
   }
   EXPECT_EQ(prompt.Count(), 0);
   EXPECT_FALSE(event.Cancelled());
-  EXPECT_TRUE(browser.container.point.unadvised.empty());
+  EXPECT_TRUE(m_browser.container.point.unadvised.empty());
 }
 
 }  // namespace

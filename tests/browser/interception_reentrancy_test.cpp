@@ -30,41 +30,6 @@ class InterceptionReentrancy : public InterceptionDesktop {
   }
 };
 
-TEST_F(InterceptionReentrancy, SecondLessonDuringThePromptIsLeftToTheBrowser) {
-  const ScriptedPath first(m_server, Lesson());
-  const ScriptedPath second(m_server, Lesson());
-  bool secondCancelled = true;
-  EXPECT_TRUE(Navigate(first.Url(L"a.folivo"), [&] {
-    const HWND prompt = WaitForDialog(kPromptTitle);
-    m_frame.Run([&] { secondCancelled = m_helper.Navigate(second.Url(L"b.folivo")); });
-    EXPECT_EQ(VisibleDialogs(), std::vector<HWND>{prompt});
-    Click(prompt, kOpenButton);
-  }));
-  EXPECT_FALSE(secondCancelled);
-  ASSERT_EQ(m_launches.Launches().size(), 1u);
-  EXPECT_NE(m_launches.Launches()[0].file.find(L"\\a.folivo"), std::wstring::npos);
-}
-
-TEST_F(InterceptionReentrancy, OtherNavigationDuringThePromptIsTheBrowsers) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo"), [&] {
-    const HWND prompt = WaitForDialog(kPromptTitle);
-    m_frame.Run([&] { EXPECT_FALSE(m_helper.Navigate(L"http://localhost/page.html")); });
-    Click(prompt, kCancelButton);
-  }));
-}
-
-TEST_F(InterceptionReentrancy, HelperReleasedDuringThePromptStillFinishes) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo"), [&] {
-    const HWND prompt = WaitForDialog(kPromptTitle);
-    m_frame.Run([&] { LetGoOfHelper(); });
-    Click(prompt, kOpenButton);
-  }));
-  EXPECT_EQ(m_launches.Launches().size(), 1u);
-  ExpectHelperGone();
-}
-
 TEST_F(InterceptionReentrancy, BrowserClosedDuringThePromptLeavesNothing) {
   const ScriptedPath path(m_server, Lesson());
   Navigate(path.Url(L"a.folivo"), [&] {
@@ -90,19 +55,6 @@ TEST_F(InterceptionReentrancy, HelperReleasedDuringTheSaveDialogStillSaves) {
   EXPECT_EQ(m_sandbox.Files(), Files{L"saved.folivo"});
   EXPECT_EQ(ReadFileBytes(m_sandbox / L"saved.folivo"), LessonBytes());
   ExpectHelperGone();
-}
-
-TEST_F(InterceptionReentrancy, HelperReleasedDuringTheDownloadStillOpens) {
-  const ScriptedPath path(m_server, Lesson().Gated());
-  path.AllowUpTo(2000);
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo"), [&] {
-    AnswerPrompt(kOpenButton);
-    WaitForDialog(kDownloadTitle);
-    m_frame.Run([&] { LetGoOfHelper(); });
-    path.AllowAll();
-  }));
-  ASSERT_EQ(m_launches.Launches().size(), 1u);
-  EXPECT_EQ(ReadFileBytes(m_launches.Launches()[0].file), LessonBytes());
 }
 
 TEST_F(InterceptionReentrancy, BrowserClosedDuringTheDownloadEndsIt) {

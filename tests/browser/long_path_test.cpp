@@ -1,11 +1,12 @@
 #include "browser/long_path.h"
 
 #include <gtest/gtest.h>
+#include <shlwapi.h>
 
 #include <filesystem>
 #include <string>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -30,42 +31,27 @@ std::wstring ShortForm(const std::wstring& path) {
   return text;
 }
 
-/// Makes every path exist, so that forms which this file system cannot hold can be looked at.
-class CEverythingExists {
- public:
-  CEverythingExists() : m_patch("shlwapi.dll", "PathFileExistsW", &Exists) {}
-
- private:
-  static BOOL WINAPI Exists(LPCWSTR) { return TRUE; }
-  CImportPatch m_patch;
+/// Every path exists, so that forms which this file system cannot hold can be looked at.
+struct CEverythingExists {
+  const CImportSpy<&PathFileExistsW> exists{"shlwapi.dll", "PathFileExistsW",
+                                            [](LPCWSTR) { return TRUE; }};
 };
 
-/// A file system that reports one name for whatever it is asked for. One at a time.
-class CFileSystemOfOneName {
- public:
+/// A file system that reports one name for whatever it is asked for.
+struct CFileSystemOfOneName : CEverythingExists {
   explicit CFileSystemOfOneName(const std::wstring& name)
-      : m_find("kernel32.dll", "FindFirstFileW", &Find),
-        m_close("kernel32.dll", "FindClose", &Close) {
-    s_name = name;
-    s_asked.clear();
-  }
-  /// The patterns that were asked for, each with a semicolon behind it.
-  const std::wstring& Asked() const { return s_asked; }
-
- private:
-  static HANDLE WINAPI Find(LPCWSTR pattern, WIN32_FIND_DATAW* data) {
-    s_asked += std::wstring(pattern) + L";";
-    wcscpy(data->cFileName, s_name.c_str());
-    return data;  // any value but the one for failure
-  }
-  static BOOL WINAPI Close(HANDLE) { return TRUE; }
-
-  static inline std::wstring s_name;
-  static inline std::wstring s_asked;
-  CEverythingExists m_everything;
-  CImportPatch m_find;
-  CImportPatch m_close;
+      : find("kernel32.dll", "FindFirstFileW",
+             [this, name](LPCWSTR pattern, WIN32_FIND_DATAW* data) -> HANDLE {
+               asked += std::wstring(pattern) + L";";
+               wcscpy(data->cFileName, name.c_str());
+               return data;  // any value but the one for failure
+             }) {}
+  std::wstring asked;  // the patterns, each with a semicolon behind it
+  const CImportSpy<&FindFirstFileW> find;
+  const CImportSpy<&FindClose> close{"kernel32.dll", "FindClose", [](HANDLE) { return TRUE; }};
 };
+
+std::wstring LongForm(const std::wstring& path) { return CLongForm(path).text; }
 
 TEST(LongPathForm, StoredNamesReplaceTheCaseOfTheCaller) {
   const CTempSandbox sandbox;
@@ -82,42 +68,27 @@ TEST(LongPathForm, ShortComponentsBecomeTheirLongNames) {
   const std::wstring file = sandbox.Write(L"A folder with a long name\\A long name.folivo", "x");
   const std::wstring shortForm = ShortForm(file);
   ASSERT_NE(shortForm.find(L'~'), std::wstring::npos) << "no short names here";
-  EXPECT_EQ(std::wstring(CLongForm(shortForm).text), CLongForm(file).text);
-  EXPECT_NE(
-      std::wstring(CLongForm(shortForm).text).find(L"A folder with a long name\\A long name."),
-      std::wstring::npos);
+  EXPECT_EQ(LongForm(shortForm), LongForm(file));
+  EXPECT_NE(LongForm(shortForm).find(L"A folder with a long name\\A long name."),
+            std::wstring::npos);
 }
 
-TEST(LongPathForm, DriveRootStaysAsWritten) {
-  EXPECT_EQ(std::wstring(CLongForm(L"c:\\WINDOWS").text), L"c:\\windows");
-  const CLongForm root(L"c:\\");
-  EXPECT_EQ(std::wstring(root.text), L"c:\\");
-  EXPECT_EQ(root.length, 3u);
-}
-
-TEST(LongPathForm, AnyPathWithItsThirdCharacterABackslashHasARootOfThree) {
+TEST(LongPathForm, RootAndDotsStayAsWritten) {
+  EXPECT_EQ(LongForm(L"c:\\WINDOWS"), L"c:\\windows");
+  EXPECT_EQ(LongForm(L"C:\\WINDOWS\\."), L"C:\\windows\\.");
+  EXPECT_EQ(LongForm(L"C:\\WINDOWS\\..\\WINDOWS"), L"C:\\windows\\..\\windows");
   const CEverythingExists everything;
-  EXPECT_EQ(std::wstring(CLongForm(L"ab\\no such name").text), L"ab\\no such name");
-}
-
-TEST(LongPathForm, ServerAndShareStayAsWritten) {
-  const CEverythingExists everything;
-  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share\\folder\\file.qdk").text),
-            L"\\\\server\\share\\folder\\file.qdk");
-  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share").text), L"\\\\server\\share");
-  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server").text), L"\\\\server");
+  for (const wchar_t* path : {L"c:\\", L"ab\\no such name", L"\\\\server\\share\\folder\\file.qdk",
+                              L"\\\\server\\share", L"\\\\server"}) {
+    EXPECT_EQ(LongForm(path), path);
+    EXPECT_EQ(CLongForm(path).length, wcslen(path));
+  }
 }
 
 TEST(LongPathForm, ComponentsBelowAShareAreLookedUp) {
   const CFileSystemOfOneName fileSystem(L"Long");
-  EXPECT_EQ(std::wstring(CLongForm(L"\\\\server\\share\\A~1\\B~1").text),
-            L"\\\\server\\share\\Long\\Long");
-  EXPECT_EQ(fileSystem.Asked(), L"\\\\server\\share\\A~1;\\\\server\\share\\Long\\B~1;");
-}
-
-TEST(LongPathForm, DotsAreAppendedAsWritten) {
-  EXPECT_EQ(std::wstring(CLongForm(L"C:\\WINDOWS\\.").text), L"C:\\windows\\.");
-  EXPECT_EQ(std::wstring(CLongForm(L"C:\\WINDOWS\\..\\WINDOWS").text), L"C:\\windows\\..\\windows");
+  EXPECT_EQ(LongForm(L"\\\\server\\share\\A~1\\B~1"), L"\\\\server\\share\\Long\\Long");
+  EXPECT_EQ(fileSystem.asked, L"\\\\server\\share\\A~1;\\\\server\\share\\Long\\B~1;");
 }
 
 TEST(LongPathForm, MissingPathIsAnInvalidParameter) {
@@ -130,7 +101,9 @@ TEST(LongPathForm, MissingPathIsAnInvalidParameter) {
 
 TEST(LongPathForm, MoreThan260CharactersAreAnInvalidParameter) {
   const CEverythingExists everything;
-  EXPECT_EQ(CLongForm(L"C:\\" + std::wstring(257, L'a')).length, 260u);
+  const std::wstring longest = L"C:\\" + std::wstring(257, L'a');
+  EXPECT_EQ(CLongForm(longest).length, 260u);
+  EXPECT_EQ(LongForm(longest), longest);
   const CLongForm form(L"C:\\" + std::wstring(258, L'a'));
   EXPECT_EQ(form.length, 0u);
   EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
@@ -164,12 +137,6 @@ TEST(LongPathForm, LongerThan260CharactersIsNotCopied) {
   EXPECT_EQ(std::wstring(form.text), L"untouched");
 }
 
-TEST(LongPathForm, BufferOfExactly260CharactersAndTheTerminatorIsFilled) {
-  const CEverythingExists everything;
-  const std::wstring path = L"C:\\" + std::wstring(257, L'a');
-  EXPECT_EQ(std::wstring(CLongForm(path).text), path);
-}
-
 TEST(LongPathForm, TooSmallABufferIsNotOverrun) {
   wchar_t buffer[] = L"0123456789abc";
   EXPECT_EQ(GetLongPathForm(L"C:\\windows", buffer, 10), 0u);
@@ -193,15 +160,13 @@ int FittedLength(int sum) {
   return fitted.GetLength();
 }
 
-TEST(FitPathLength, SumOf260Fits) {
-  EXPECT_EQ(FittedLength(259), 259 - 207);
-  EXPECT_EQ(FittedLength(260), 260 - 207);
-}
-
 TEST(FitPathLength, ExcessAndFiveSpareCharactersGo) {
-  EXPECT_EQ(FittedLength(261), 261 - 207 - 1 - 5);
-  EXPECT_EQ(FittedLength(262), 262 - 207 - 2 - 5);
-  EXPECT_EQ(FittedLength(300), 300 - 207 - 40 - 5);
+  for (const int sum : {259, 260}) {
+    EXPECT_EQ(FittedLength(sum), sum - 207);
+  }
+  for (const int sum : {261, 262, 300}) {
+    EXPECT_EQ(FittedLength(sum), 260 - 207 - 5) << sum;
+  }
 }
 
 TEST(FitPathLength, NothingLeftIsNoNegativeLength) {

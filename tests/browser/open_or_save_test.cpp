@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -20,6 +21,7 @@
 #include "tests/download/progress_dialog_peer.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"
@@ -57,26 +59,23 @@ class OpenOrSaveSteps : public testing::Test {
   const CIeFrameDouble m_browser;
 };
 
-/// Takes down the last cursor that the program sets.
+/// Records the last cursor that the program sets.
 class CCursorRecorder {
  public:
-  CCursorRecorder()
-      : m_patch(
-            "user32.dll", "SetCursor",
-            +[](HCURSOR cursor) -> HCURSOR { return std::exchange(s_cursor, cursor); }) {
-    s_cursor = nullptr;
-  }
-  static bool IsWaiting() { return s_cursor == LoadCursorW(nullptr, IDC_WAIT); }
+  bool IsWaiting() const { return m_cursor == LoadCursorW(nullptr, IDC_WAIT); }
 
  private:
-  static inline HCURSOR s_cursor;
-  CImportPatch m_patch;
+  HCURSOR m_cursor = nullptr;
+  const CImportSpy<&SetCursor> m_spy{"user32.dll", "SetCursor", [this](HCURSOR cursor) {
+                                       return std::exchange(m_cursor, cursor);
+                                     }};
 };
 
 class DownloadSteps : public OpenOrSaveSteps {
  protected:
   /// Runs a download of `url`, whose dialog ends with `result`.
   void Run(bool save, const std::wstring& url, INT_PTR result = kDownloadDelivered) {
+    const CCursorRecorder cursor;
     const CProgressDialog::Ptr dialog = CProgressDialog::Create(
         url.c_str(), CFilePath((m_sandbox / L"iedownload.qdk").c_str()), nullptr);
     const CDialogResult run(result);
@@ -86,7 +85,7 @@ class DownloadSteps : public OpenOrSaveSteps {
       m_shownName = peer.FileName().GetString();
       m_saveState = peer.SaveState();
       m_cancelsBefore = m_browser->cancelCalls;
-      m_wasWaiting = CCursorRecorder::IsWaiting();
+      EXPECT_TRUE(cursor.IsWaiting());
     });
     OpenOrSave(kOwner, dialog, save, url.c_str(), L".qdk");
     m_runs = run.Count();
@@ -94,9 +93,7 @@ class DownloadSteps : public OpenOrSaveSteps {
     m_parent = run.Parent();
   }
 
-  const CCursorRecorder m_cursor;
   int m_runs = 0;
-  bool m_wasWaiting = false;
   UINT m_template = 0;
   HWND m_parent = nullptr;
   std::wstring m_destination;
@@ -119,37 +116,25 @@ TEST_F(DownloadSteps, SaveGoesToTheChosenPath) {
 }
 
 TEST_F(DownloadSteps, ActiveWindowIsTheDialogsParent) {
-  static const HWND kActive = GetDesktopWindow();
-  const CImportPatch patch("user32.dll", "GetActiveWindow", +[]() -> HWND { return kActive; });
+  const CImportSpy<&GetActiveWindow> active("user32.dll", "GetActiveWindow",
+                                            [] { return GetDesktopWindow(); });
   Run(false, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_parent, kActive);
+  EXPECT_EQ(m_parent, GetDesktopWindow());
 }
 
-TEST_F(DownloadSteps, CursorTellsToWaitBeforeTheTransfer) {
-  const CCommonDialog dialog(L"C:\\x\\a.qdk");
-  for (const bool save : {true, false}) {
-    const CCursorRecorder cursor;
-    Run(save, L"http://localhost/a.qdk");
-    EXPECT_TRUE(m_wasWaiting);
+TEST_F(DownloadSteps, SaveDialogThatIsCancelledOrMissingRunsNothing) {
+  {
+    const CCommonDialog dialog(L"");
+    Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(dialog.Calls(), 1);
+    EXPECT_EQ(m_runs, 0);
   }
-}
-
-TEST_F(DownloadSteps, CancelledSaveDialogRunsNothing) {
-  const CCommonDialog dialog(L"");
+  const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
+                                       [](LPCWSTR) -> HMODULE { return nullptr; });
   Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(dialog.Calls(), 1);
   EXPECT_EQ(m_runs, 0);
   EXPECT_EQ(Opened(), L"");
   EXPECT_TRUE(m_messages.Take().empty());
-}
-
-TEST_F(DownloadSteps, OpenGoesToATemporaryFileOfTheDownloadsName) {
-  const CCommonDialog dialog(L"C:\\not asked.qdk");
-  Run(false, L"http://localhost/files/a%20b.qdk");
-  EXPECT_EQ(dialog.Calls(), 0);
-  EXPECT_EQ(m_destination, m_sandbox / L"a b.qdk");
-  EXPECT_EQ(m_shownName, L"a b.qdk");
-  EXPECT_EQ(Opened(), m_destination);
 }
 
 TEST_F(DownloadSteps, OnlyADeliveredDownloadIsOpened) {
@@ -161,41 +146,37 @@ TEST_F(DownloadSteps, OnlyADeliveredDownloadIsOpened) {
   EXPECT_TRUE(m_messages.Take().empty());
 }
 
-TEST_F(DownloadSteps, ExtensionOfTheNameGivesWayToTheDownloads) {
-  Run(false, L"http://localhost/a.qdk?name=other.exe");
-  EXPECT_EQ(m_destination, m_sandbox / L"other.qdk");
+TEST_F(DownloadSteps, OpenGoesToATemporaryFileOfTheDownloadsName) {
+  m_sandbox.Write(L"taken.qdk", "another");
+  const std::wstring generated = L"FVK-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+  const CCommonDialog dialog(L"C:\\not asked.qdk");
+  for (const auto& [url, beginning] :
+       {std::pair<const wchar_t*, std::wstring>{L"files/a%20b.qdk", L"a b.qdk"},
+        {L"a.qdk?name=other.exe", L"other.qdk"},
+        {L"taken.qdk", L"taken("},
+        {L"a.qdk?x=", generated},
+        {L"a.qdk?x=.hidden", generated}}) {
+    const CLaunchRecorder launches;
+    Run(false, std::wstring(L"http://localhost/") + url);
+    EXPECT_TRUE(m_shownName.starts_with(beginning)) << m_shownName;
+    EXPECT_TRUE(m_shownName.ends_with(L".qdk")) << m_shownName;
+    EXPECT_EQ(m_destination, m_sandbox / m_shownName);
+    ASSERT_EQ(launches.Launches().size(), 1u);
+    EXPECT_EQ(launches.Launches()[0].file, m_destination);
+  }
+  EXPECT_EQ(dialog.Calls(), 0);
 }
 
-TEST_F(DownloadSteps, NameWithoutLettersGetsOneFromProcessAndTime) {
-  Run(false, L"http://localhost/a.qdk?x=");
-  const std::wstring beginning = L"FVK-" + std::to_wstring(GetCurrentProcessId()) + L"-";
-  EXPECT_EQ(m_shownName.substr(0, beginning.size()), beginning);
-  EXPECT_EQ(m_shownName.substr(m_shownName.size() - 4), L".qdk");
-  Run(false, L"http://localhost/a.qdk?x=.hidden");
-  EXPECT_EQ(m_shownName.substr(0, beginning.size()), beginning);
-}
-
-TEST_F(DownloadSteps, TakenNameIsNumbered) {
-  m_sandbox.Write(L"a.qdk", "taken");
-  Run(false, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_shownName.substr(0, 2), L"a(");
-}
-
-TEST_F(DownloadSteps, LongNameIsShortenedUntilThePathFits) {
+TEST_F(DownloadSteps, LongNameIsShortenedUntilThePathFitsAndUnique) {
   const std::wstring name(251, L'n');
   Run(false, L"http://localhost/" + name + L".qdk");
   EXPECT_EQ(m_destination.size(), 256u);  // 260 - 5, the backslash before the name not counted
   EXPECT_EQ(m_shownName.substr(0, 50), name.substr(0, 50));
   EXPECT_EQ(Opened(), m_destination);
-}
-
-TEST_F(DownloadSteps, ShortenedNameIsUniqueToo) {
-  const std::wstring url = L"http://localhost/" + std::wstring(251, L'n') + L".qdk";
-  Run(false, url);
   m_sandbox.Write(m_shownName, "taken");
   const std::wstring first = m_destination;
   const CLaunchRecorder launches;
-  Run(false, url);
+  Run(false, L"http://localhost/" + name + L".qdk");
   EXPECT_NE(m_destination, first);
   EXPECT_EQ(m_shownName.find(L'('), m_shownName.rfind(L'n') + 1);
 }
@@ -232,64 +213,48 @@ TEST_F(DownloadSteps, AddressOfALocalFileIsDownloadedAndNotCopied) {
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"a.qdk"});
 }
 
-TEST_F(DownloadSteps, CancelledProtectedSaveRunsNothing) {
+TEST_F(DownloadSteps, ProtectedSaveThatIsCancelledRunsNothing) {
   m_browser->isProtectedMode = TRUE;
   m_browser->saveDialogResult = S_FALSE;
   Run(true, L"http://localhost/a.qdk");
   EXPECT_EQ(m_runs, 0);
   EXPECT_EQ(m_browser->cancelCalls, 1);
-}
-
-TEST_F(DownloadSteps, ProtectedOpenHasNoSaveState) {
-  m_browser->isProtectedMode = TRUE;
-  m_browser->saveDialogState = kState;
-  Run(false, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_browser->saveDialogCalls, 0);
+  Run(false, L"http://localhost/a.qdk");  // to open asks nothing, and has no save state
+  EXPECT_EQ(m_runs, 1);
+  EXPECT_EQ(m_browser->saveDialogCalls, 1);
   EXPECT_EQ(m_saveState, nullptr);
   EXPECT_EQ(Opened(), m_sandbox / L"a.qdk");
 }
 
-TEST_F(DownloadSteps, FailingProtectedModeQuestionCountsAsUnprotected) {
-  const CCommonDialog dialog(L"");
+TEST_F(DownloadSteps, ProtectedModeThatCannotBeAskedAboutCountsAsNone) {
   m_browser->isProtectedMode = TRUE;
-  m_browser->protectedModeResult = E_FAIL;
-  Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_browser->protectedModeCalls, 1);
-  EXPECT_EQ(dialog.Calls(), 1);
-}
-
-TEST_F(DownloadSteps, MissingLibraryCountsAsUnprotected) {
-  const CCommonDialog dialog(L"");
   {
+    const CCommonDialog dialog(L"");
+    m_browser->protectedModeResult = E_FAIL;
+    Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(m_browser->protectedModeCalls, 1);
+    EXPECT_EQ(dialog.Calls(), 1);
+    m_browser->protectedModeResult = S_OK;
+  }
+  {
+    const CCommonDialog dialog(L"");
     const CImportPatch patch(
         "kernel32.dll", "LoadLibraryW", +[](LPCWSTR name) -> HMODULE {
           return _wcsicmp(name, L"ieframe.dll") == 0 ? nullptr : LoadLibraryExW(name, nullptr, 0);
         });
     Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(dialog.Calls(), 1);
   }
-  EXPECT_EQ(dialog.Calls(), 1);
-}
-
-TEST_F(DownloadSteps, MissingFunctionCountsAsUnprotected) {
-  // The save dialog is looked up too.
-  static decltype(&GetProcAddress) dialogLookup;
-  const CCommonDialog dialog(L"");
-  const CImportPatch patch(
-      "kernel32.dll", "GetProcAddress", +[](HMODULE library, LPCSTR name) -> FARPROC {
-        return std::strncmp(name, "IE", 2) == 0 ? nullptr : dialogLookup(library, name);
-      });
-  dialogLookup = patch.Original<decltype(GetProcAddress)>();
-  Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(dialog.Calls(), 1);
-}
-
-TEST_F(DownloadSteps, MissingSaveDialogCountsAsCancelled) {
-  const CImportPatch patch(
-      "kernel32.dll", "LoadLibraryW", +[](LPCWSTR) -> HMODULE { return nullptr; });
-  Run(true, L"http://localhost/a.qdk");
-  EXPECT_EQ(m_runs, 0);
-  EXPECT_EQ(Opened(), L"");
-  EXPECT_TRUE(m_messages.Take().empty());
+  {
+    const CCommonDialog dialog(L"");
+    // The save dialog is looked up too.
+    const CImportSpy<&GetProcAddress> lookup(
+        "kernel32.dll", "GetProcAddress", [&](HMODULE library, LPCSTR name) -> FARPROC {
+          return std::strncmp(name, "IE", 2) == 0 ? nullptr : lookup.CallOriginal(library, name);
+        });
+    Run(true, L"http://localhost/a.qdk");
+    EXPECT_EQ(dialog.Calls(), 1);
+  }
 }
 
 TEST_F(DownloadSteps, UrlWithoutADownloadDoesNothing) {
@@ -304,36 +269,26 @@ class LocalFileSteps : public OpenOrSaveSteps {
   void Run(bool save, const std::wstring& path) const {
     OpenOrSave(kOwner, nullptr, save, path.c_str(), L".qdk");
   }
-  const CCursorRecorder m_cursor;
   const std::wstring m_file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
 };
 
 TEST_F(LocalFileSteps, OpenRunsTheFileItself) {
-  Run(false, m_file);
+  std::wstring slashes = m_file;
+  std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+  Run(false, slashes);
   EXPECT_EQ(Opened(), m_file);
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
 }
 
 TEST_F(LocalFileSteps, CursorTellsToWaitBeforeTheCopy) {
-  static bool wasWaiting;
-  wasWaiting = false;
-  const CImportPatch patch(
-      "kernel32.dll", "CopyFileW", +[](LPCWSTR, LPCWSTR, BOOL) -> BOOL {
-        wasWaiting = CCursorRecorder::IsWaiting();
-        return TRUE;
-      });
+  const CCursorRecorder cursor;
+  const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW", [&](LPCWSTR, LPCWSTR, BOOL) {
+    EXPECT_TRUE(cursor.IsWaiting());
+    return TRUE;
+  });
   const CCommonDialog dialog(m_sandbox / L"target.qdk");
   Run(true, m_file);
-  EXPECT_TRUE(wasWaiting);
-}
-
-TEST_F(LocalFileSteps, OpenNormalisesThePath) {
-  std::wstring slashes = m_file;
-  for (wchar_t& c : slashes) {
-    c = c == L'\\' ? L'/' : c;
-  }
-  Run(false, slashes);
-  EXPECT_EQ(Opened(), m_file);
+  EXPECT_EQ(copy.Calls().size(), 1u);
 }
 
 TEST_F(LocalFileSteps, SaveCopiesOverAnExistingFile) {
@@ -347,15 +302,10 @@ TEST_F(LocalFileSteps, SaveCopiesOverAnExistingFile) {
 }
 
 TEST_F(LocalFileSteps, FailedCopyIsNotReported) {
-  const CCommonDialog dialog(m_sandbox / L"no such folder\\target.qdk");
-  Run(true, m_file);
-  EXPECT_TRUE(m_messages.Take().empty());
-  EXPECT_EQ(m_sandbox.Files().size(), 1u);
-}
-
-TEST_F(LocalFileSteps, CancelledSaveDialogCopiesNothing) {
-  const CCommonDialog dialog(L"");
-  Run(true, m_file);
+  for (const std::wstring& choice : {m_sandbox / L"no such folder\\target.qdk", std::wstring()}) {
+    const CCommonDialog dialog(choice);
+    Run(true, m_file);
+  }
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
 }

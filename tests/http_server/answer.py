@@ -1,208 +1,206 @@
-"""One scripted answer, as described by the JSON that a test posts (see README.md).
+"""One scripted answer, made of the JSON that a test posts (see README.md).
 
-Texts stand for bytes: each character is one byte (Latin-1), so a test can ask for any byte.
-Anything unknown or of the wrong type is refused, so that a typing error in a test cannot pass
-for a feature that happens not to matter.
+Texts stand for bytes: each character is one byte (Latin-1). What is unknown or of the wrong type is
+refused, so that a typing error in a test cannot pass for a feature that does not matter.
 """
 
 import base64
-import binascii
+import os
 import re
+from collections.abc import Callable, Iterator
 from dataclasses import dataclass
 from http import HTTPStatus
 from typing import Any
 
-from body import Body, BytesSegment, FileSegment, PatternSegment, Segment
+from pattern import pattern_views
 
-FRAMINGS = ("length", "chunked", "close")
-_POINT = re.compile(r"before_headers|after_headers|end|(?:head|body):[0-9]+", re.ASCII)
+_POINT = re.compile(r"before_headers|after_headers|end|head:[1-9][0-9]*|body:(0|[1-9][0-9]*)")
+_FILE_PIECE = 256 * 1024
+_FIELDS = {
+    "status": int,
+    "reason": str,
+    "status_line": str,
+    "headers": list,
+    "raw": str,
+    "body": list,
+    "framing": str,
+    "chunk_size": int,
+    "content_length": list,
+    "hold": list,
+    "gated": bool,
+    "rate": int,
+    "cut": dict,
+    "close": bool,
+}
 
 
 class ScriptError(ValueError):
     """The script's JSON cannot be understood; the text says why."""
 
 
-class Fields:
-    """Takes typed fields out of a JSON object and complains about those nobody has asked for."""
-
-    def __init__(self, value: Any, what: str):
-        if not isinstance(value, dict):
-            raise ScriptError(f"{what} must be an object")
-        self._fields = dict(value)
-        self._what = what
-
-    def take(self, name: str, kind: type, default: Any = None) -> Any:
-        if name not in self._fields:
-            return default
-        value = self._fields.pop(name)
-        # A bool is an int in Python, but a test that writes one for the other has made a mistake.
-        if not isinstance(value, kind) or (kind is int and isinstance(value, bool)):
-            raise ScriptError(f"{self._what}: {name} must be of type {kind.__name__}")
-        if kind is int and value < 0:
-            raise ScriptError(f"{self._what}: {name} must not be negative")
-        return value
-
-    def take_bytes(self, name: str) -> bytes | None:
-        text = self.take(name, str)
-        if text is None:
-            return None
-        try:
-            return base64.b64decode(text, validate=True)
-        except binascii.Error as error:
-            raise ScriptError(f"{self._what}: {name} is not base64") from error
-
-    def finish(self) -> None:
-        if self._fields:
-            raise ScriptError(f"{self._what}: unknown field {', '.join(sorted(self._fields))}")
+def require(condition: object, message: str) -> None:
+    if not condition:
+        raise ScriptError(message)
 
 
-def latin1(text: str, what: str) -> bytes:
-    try:
-        return text.encode("latin-1")
-    except UnicodeEncodeError as error:
-        raise ScriptError(f"{what} has a character above U+00FF") from error
+def take_fields(value: Any, what: str, types: dict[str, type]) -> dict[str, Any]:
+    """Checks a JSON object: each field known and of its type, no number below 0."""
+    require(type(value) is dict, f"{what} must be an object")
+    for name, item in value.items():
+        require(name in types, f"{what}: unknown field {name}")
+        require(type(item) is types[name], f"{what}: {name} must be {types[name].__name__}")
+        require(type(item) is not int or item >= 0, f"{what}: {name} must not be negative")
+    return value
 
 
-def parse_point(text: Any) -> str:
-    """Checks the name of a point in an answer and gives it in its one canonical form."""
-    if not isinstance(text, str) or not _POINT.fullmatch(text):
-        raise ScriptError(f"{text!r} is not a point such as before_headers, head:10 or body:4096")
-    if ":" not in text:
-        return text
-    kind, offset = text.split(":")
-    canonical = f"{kind}:{int(offset)}"
-    return "before_headers" if canonical == "head:0" else canonical
-
-
-def _parse_segment(value: Any) -> Segment:
-    if not isinstance(value, dict) or len(value) != 1:
-        raise ScriptError("a body segment is an object with one of bytes, text, pattern, file")
-    fields = Fields(value, "body")
-    if "text" in value:
-        return BytesSegment(fields.take("text", str).encode("utf-8"))
-    if "pattern" in value:
-        pattern = Fields(fields.take("pattern", dict), "pattern")
-        segment = PatternSegment(
-            pattern.take("seed", int, 0),
-            pattern.take("length", int, 0),
-            pattern.take("start", int, 0),
-        )
-        pattern.finish()
-        return segment
-    if "file" in value:
-        try:
-            return FileSegment(fields.take("file", str))
-        except OSError as error:
-            raise ScriptError(f"body file: {error}") from error
-    data = fields.take_bytes("bytes")
-    fields.finish()
-    return BytesSegment(data or b"")
-
-
-def _parse_headers(value: list) -> tuple[tuple[bytes, bytes], ...]:
-    headers = []
-    for item in value:
-        if not isinstance(item, list) or [type(part) for part in item] != [str, str]:
-            raise ScriptError("headers must be a list of [name, value]")
-        name, text = item
-        if name.lower() == "content-length":
-            raise ScriptError("Content-Length is set by content_length, not by headers")
-        headers.append((latin1(name, "a header name"), latin1(text, f"header {name}")))
-    return tuple(headers)
+def check_point(point: Any) -> str:
+    require(type(point) is str and _POINT.fullmatch(point), f"{point!r} is not a point")
+    return point
 
 
 @dataclass(frozen=True)
-class Cut:
-    """Where the server breaks the connection, and how: "fin" (graceful) or "reset"."""
+class Segment:
+    """A stretch of the body; `views` gives the pieces of (offset, length) of it."""
 
-    at: str
-    how: str
+    length: int
+    views: Callable[[int, int], Iterator[memoryview]]
+
+
+def _bytes_segment(data: bytes) -> Segment:
+    view = memoryview(data)
+    return Segment(len(data), lambda offset, length: iter([view[offset : offset + length]]))
+
+
+def _file_segment(path: str) -> Segment:
+    def views(offset: int, length: int) -> Iterator[memoryview]:
+        with open(path, "rb") as file:
+            file.seek(offset)
+            while length > 0:
+                data = file.read(min(_FILE_PIECE, length))
+                if not data:
+                    raise OSError(f"{path} shrank while it was being sent")
+                length -= len(data)
+                yield memoryview(data)
+
+    require(os.path.isfile(path), f"body: there is no file {path}")
+    return Segment(os.stat(path).st_size, views)
+
+
+def _segment(value: Any) -> Segment:
+    types = {"bytes": str, "text": str, "pattern": dict, "file": str}
+    fields = take_fields(value, "body", types)
+    require(len(fields) == 1, "a body segment has one of bytes, text, pattern, file")
+    ((kind, content),) = fields.items()
+    if kind == "pattern":
+        take_fields(content, kind, {"seed": int, "length": int})
+        seed = content.get("seed", 0)
+        return Segment(content.get("length", 0), lambda at, count: pattern_views(seed, at, count))
+    if kind == "file":
+        return _file_segment(content)
+    if kind == "text":
+        return _bytes_segment(content.encode("utf-8"))
+    return _bytes_segment(base64.b64decode(content, validate=True))
 
 
 @dataclass(frozen=True)
 class Answer:
-    """What the server sends for one request; the field comments name what is not obvious."""
+    """What the server sends for one request."""
 
+    head: bytes
+    body: tuple[Segment, ...] = ()
     status: int = 200
-    reason: bytes = b"OK"
-    status_line: bytes | None = None  # replaces the whole status line
-    headers: tuple[tuple[bytes, bytes], ...] = ()
-    raw: bytes | None = None  # replaces status line, headers and the blank line
-    body: Body = Body()
-    framing: str = "length"
-    content_length: tuple[bytes, ...] | None = None  # claimed lengths in place of the true one
-    chunk_size: int = 65536
+    chunk_size: int = 0  # 0: not chunked
     hold: frozenset[str] = frozenset()
     gated: bool = False
-    rate: int = 0  # body bytes per second, 0 = unlimited
-    cut: Cut | None = None
-    close: bool = False
+    rate: int = 0  # body bytes per second, 0: unlimited
+    cut_at: str = ""
+    reset: bool = False  # how it is cut
+    close: bool = False  # the connection has to end behind it
 
     @property
-    def points(self) -> frozenset[str]:
-        """All points at which something happens."""
-        return self.hold | {self.cut.at} if self.cut else self.hold
+    def length(self) -> int:
+        return sum(segment.length for segment in self.body)
 
-    def offsets(self, kind: str) -> list[int]:
-        """The offsets of the "head" or "body" points behind the first byte, ascending."""
-        offsets = [
-            int(point.partition(":")[2]) for point in self.points if point.startswith(kind + ":")
-        ]
-        return sorted(offset for offset in offsets if offset > 0)
+    def stops(self, kind: str) -> list[int]:
+        """Where "head" or "body" holds or is cut behind its first byte, ascending."""
+        points = [point.partition(":") for point in self.hold | {self.cut_at}]
+        return sorted(int(at) for name, _, at in points if name == kind and int(at) > 0)
+
+    def views(self, offset: int, length: int) -> Iterator[memoryview]:
+        """Bytes [offset, offset + length) of the body, in pieces."""
+        for segment in self.body:
+            count = min(length, segment.length - offset)
+            if count > 0:
+                yield from segment.views(offset, count)
+                length -= count
+            offset = max(0, offset - segment.length)
 
 
-def _default_reason(status: int) -> bytes:
-    try:
-        return HTTPStatus(status).phrase.encode("ascii")
-    except ValueError:
-        return b"Unnamed"
+def text_answer(status: int, text: str, *headers: tuple[str, str]) -> Answer:
+    body = [{"text": text}]
+    fields = [("Content-Type", "text/plain; charset=utf-8"), *headers]
+    return parse_answer({"status": status, "headers": fields, "body": body})
 
 
-def _parse_cut(value: dict | None) -> Cut | None:
-    if value is None:
-        return None
-    fields = Fields(value, "cut")
-    cut = Cut(parse_point(fields.take("at", str, "")), fields.take("how", str, "fin"))
-    fields.finish()
-    if cut.how not in ("fin", "reset"):
-        raise ScriptError("cut: how must be fin or reset")
-    return cut
+def _reason(status: int) -> str:
+    return next((known.phrase for known in HTTPStatus if known == status), "Unnamed")
+
+
+def _head(fields: dict[str, Any], body_length: int, close: bool) -> bytes:
+    status, framing = fields.get("status", 200), fields.get("framing", "length")
+    status_line = f"HTTP/1.1 {status} {fields.get('reason', _reason(status))}"
+    headers = list(fields.get("headers", []))
+    bodiless = status in (204, 304) and not body_length
+    lengths = [str(body_length)] if framing == "length" and not bodiless else []
+    headers += [["Content-Length", text] for text in fields.get("content_length", lengths)]
+    if framing == "chunked":
+        headers.append(["Transfer-Encoding", "chunked"])
+    if close:
+        headers.append(["Connection", "close"])
+    lines = [fields.get("status_line", status_line), *map(": ".join, headers), "", ""]
+    return "\r\n".join(lines).encode("latin-1")
+
+
+def _parse_cut(value: Any) -> tuple[str, bool]:
+    cut = take_fields(value, "cut", {"at": str, "how": str})
+    require(cut.get("how", "fin") in ("fin", "reset"), "cut: how must be fin or reset")
+    return check_point(cut.get("at")), cut.get("how") == "reset"
+
+
+def _parse(value: Any) -> Answer:
+    fields = take_fields(value, "answer", _FIELDS)
+    status, framing = fields.get("status", 200), fields.get("framing", "length")
+    require(100 <= status <= 999, "status must have three digits")
+    require(framing in ("length", "chunked", "close"), "framing must be length, chunked or close")
+    require(fields.get("chunk_size") != 0, "chunk_size must not be 0")
+    names = [name.lower() for name, _ in fields.get("headers", [])]
+    require("content-length" not in names, "Content-Length is set by content_length")
+    body = tuple(map(_segment, fields.get("body", [])))
+    length = sum(segment.length for segment in body)
+    cut_at, reset = _parse_cut(fields["cut"]) if "cut" in fields else ("", False)
+    # Behind what no client can delimit, the connection has to end.
+    odd = not {"raw", "status_line", "content_length"}.isdisjoint(fields) or framing == "close"
+    close = odd or fields.get("close", False) or (status in (204, 304) and length > 0)
+    raw = fields.get("raw")
+    answer = Answer(
+        head=_head(fields, length, close) if raw is None else base64.b64decode(raw, validate=True),
+        body=body,
+        status=status,
+        chunk_size=fields.get("chunk_size", 65536) if framing == "chunked" else 0,
+        hold=frozenset(map(check_point, fields.get("hold", []))),
+        gated=fields.get("gated", False),
+        rate=fields.get("rate", 0),
+        cut_at=cut_at,
+        reset=reset,
+        close=close,
+    )
+    require(max(answer.stops("body"), default=0) <= length, "a point lies behind the body's end")
+    return answer
 
 
 def parse_answer(value: Any) -> Answer:
     """Makes an answer of its JSON object. Raises ScriptError."""
-    fields = Fields(value, "answer")
-    status = fields.take("status", int, 200)
-    reason = fields.take("reason", str)
-    status_line = fields.take("status_line", str)
-    lengths = fields.take("content_length", list)
-    if lengths is not None and not all(isinstance(text, str) for text in lengths):
-        raise ScriptError("content_length must be a list of texts")
-    answer = Answer(
-        status=status,
-        reason=_default_reason(status) if reason is None else latin1(reason, "reason"),
-        status_line=None if status_line is None else latin1(status_line, "status_line"),
-        headers=_parse_headers(fields.take("headers", list, [])),
-        raw=fields.take_bytes("raw"),
-        body=Body(tuple(_parse_segment(item) for item in fields.take("body", list, []))),
-        framing=fields.take("framing", str, "length"),
-        content_length=None
-        if lengths is None
-        else tuple(latin1(text, "content_length") for text in lengths),
-        chunk_size=fields.take("chunk_size", int, 65536),
-        hold=frozenset(parse_point(point) for point in fields.take("hold", list, [])),
-        gated=fields.take("gated", bool, False),
-        rate=fields.take("rate", int, 0),
-        cut=_parse_cut(fields.take("cut", dict)),
-        close=fields.take("close", bool, False),
-    )
-    fields.finish()
-    if answer.framing not in FRAMINGS:
-        raise ScriptError(f"framing must be one of {', '.join(FRAMINGS)}")
-    if any(offset > answer.body.length for offset in answer.offsets("body")):
-        raise ScriptError("a body point lies behind the end of the body")
-    if answer.chunk_size == 0:
-        raise ScriptError("chunk_size must not be 0")
-    if not 100 <= status <= 999:
-        raise ScriptError("status must have three digits")
-    return answer
+    try:
+        return _parse(value)
+    except (TypeError, ValueError) as error:  # of a header that is no pair of texts, of base64
+        raise ScriptError(f"answer: {error}") from error

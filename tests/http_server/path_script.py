@@ -1,151 +1,164 @@
-"""The state of one scripted path: its answers, what the test has allowed, its request log."""
+"""The scripted paths: their answers, what the test has allowed, and their request logs."""
 
-import threading
-from collections.abc import Callable
+import asyncio
+import base64
+from dataclasses import dataclass, field
 from typing import Any
+from urllib.parse import quote
 
-from answer import Answer, Fields, ScriptError, parse_answer
-from credentials import parse_credentials
-from record import RequestRecord
-from wire import Wire
+from answer import Answer, parse_answer, require, take_fields, text_answer
 
-Key = tuple[str, str | None]
+_FIELDS = {"path": str, "match": str, "auth": dict, "answers": list}
 
 
-class PathScript:
-    """One scripted path.
+class Signal:
+    """Wakes all who wait for a change."""
 
-    Everything is guarded by one lock. Threads that serve the path wait for permission and threads
-    of the control interface wait for log entries; each kind is woken through its own set of wires,
-    so that counting bytes does not wake the whole crowd.
-    """
+    def __init__(self) -> None:
+        self._change: asyncio.Future[None] = asyncio.get_running_loop().create_future()
 
-    def __init__(self, value: Any):
-        """Makes the script of its JSON object. Raises ScriptError."""
-        fields = Fields(value, "script")
-        self.path: str = fields.take("path", str, "")
-        self.query: str | None = fields.take("query", str)
-        self.match: str = fields.take("match", str, "exact")
-        self._credentials = parse_credentials(fields.take("auth", dict))
-        self._answers = [parse_answer(item) for item in fields.take("answers", list, [{}])]
-        fields.finish()
-        if not self.path.startswith("/"):
-            raise ScriptError("path must begin with /")
-        if self.match not in ("exact", "prefix"):
-            raise ScriptError("match must be exact or prefix")
-        if self.match == "prefix" and (not self.path.endswith("/") or self.query is not None):
-            raise ScriptError("a prefix ends with / and has no query")
-        if not self._answers:
-            raise ScriptError("answers must not be empty")
-        self._lock = threading.Lock()
-        self._answered = 0
-        self._auth_attempts = 0
-        self._allowed = 0
-        self._open = False
-        self._permits: dict[str, float] = {}
-        self._records: list[RequestRecord] = []
-        self._servers: set[Wire] = set()
-        self._watchers: set[Wire] = set()
+    def next(self) -> "asyncio.Future[None]":
+        """Done at the next change; shared, not to be cancelled."""
+        return self._change
+
+    def notify(self) -> None:
+        self._change.set_result(None)
+        self._change = asyncio.get_running_loop().create_future()
+
+
+@dataclass
+class Request:
+    """A request and how its answer went. Texts are the bytes of the wire (Latin-1), undecoded."""
+
+    method: str
+    target: str
+    headers: list[tuple[str, str]]
+    content: bytes
+    connection: int
+    status: int = 0
+    state: str = "active"  # then "finished", "aborted" (the client left), "cut" or "failed"
+    auth: str = "none"
+    held_at: str = ""
+    body_sent: int = 0
 
     @property
-    def key(self) -> Key:
-        return (self.path, self.query)
+    def path(self) -> str:
+        return self.target.partition("?")[0]
+
+    @property
+    def query(self) -> str:
+        return self.target.partition("?")[2]
+
+    def header(self, name: str) -> str | None:
+        return next((text for key, text in self.headers if key.lower() == name.lower()), None)
+
+    def report(self) -> dict[str, Any]:
+        names = "connection method path query status state auth held_at body_sent headers".split()
+        return {name: getattr(self, name) for name in names}
+
+    def report_line(self) -> str:
+        """The report as tab-separated key=value fields, values percent-encoded."""
+        fields = [*self.report().items()]
+        fields[-1:] = [("header", f"{name}: {text}") for name, text in self.headers]
+        texts = [f"{key}={quote(str(value), ' :/,;=*', 'latin-1')}" for key, value in fields]
+        return "\t".join(texts) + "\n"
+
+
+@dataclass
+class PathScript:
+    """One scripted path. `permitted` tells what the test allows, `progressed` what was logged: two
+    signals, so that counting bytes does not wake all answers that wait."""
+
+    path: str
+    prefix: bool = False
+    credentials: str | None = None  # the value of Authorization
+    realm: str = ""
+    answers: list[Answer] = field(default_factory=list)
+    allowed: float = 0  # body bytes of each gated answer
+    requests: list[Request] = field(default_factory=list)
+    permitted: Signal = field(default_factory=Signal)
+    progressed: Signal = field(default_factory=Signal)
+    _answered: int = 0
+
+    def begin(self, request: Request) -> Answer:
+        """Picks the answer to a request and logs the request."""
+        answer = self._pick(request)
+        request.status = answer.status
+        self.requests.append(request)
+        self.progressed.notify()
+        return answer
+
+    def _pick(self, request: Request) -> Answer:
+        if self.credentials is not None:
+            given = request.header("Authorization")
+            request.auth = "missing" if given is None else "wrong"
+            if given != self.credentials:
+                challenge = f'Basic realm="{self.realm}"'
+                return text_answer(401, "credentials needed\n", ("WWW-Authenticate", challenge))
+            request.auth = "right"
+        self._answered += 1
+        return self.answers[min(self._answered, len(self.answers)) - 1]
 
     @property
     def is_open(self) -> bool:
-        """True once everything is allowed, also because the script has been removed."""
-        return self._open
+        return self.allowed == float("inf")
 
-    @property
-    def allowed(self) -> float:
-        """How many body bytes of each answer the test has let through so far."""
-        return float("inf") if self._open else self._allowed
+    def allow(self, limit: float) -> None:
+        """Lets so many body bytes of each answer pass; infinity opens every point too."""
+        self.allowed = max(self.allowed, limit)
+        self.permitted.notify()
 
-    def begin(self, record: RequestRecord, authorization: str | None) -> Answer:
-        """Picks the answer to a request and logs the request."""
-        with self._lock:
-            answer = self._pick(record, authorization)
-            record.index = len(self._records) + 1
-            record.set_answer(answer)
-            self._records.append(record)
-        self.log_changed()
-        return answer
-
-    def _pick(self, record: RequestRecord, authorization: str | None) -> Answer:
-        if self._credentials:
-            record.auth = self._credentials.judge(authorization)
-            self._auth_attempts += record.auth != "missing"
-            record.auth_attempts = self._auth_attempts
-            if record.auth != "right":
-                return self._credentials.challenge()
-        answer = self._answers[min(self._answered, len(self._answers) - 1)]
-        self._answered += 1
-        return answer
-
-    def records(self) -> list[RequestRecord]:
-        with self._lock:
-            return list(self._records)
-
-    def allow_bytes(self, count: int) -> None:
-        self._change(lambda: setattr(self, "_allowed", self._allowed + count))
-
-    def allow_up_to(self, limit: int) -> None:
-        self._change(lambda: setattr(self, "_allowed", max(self._allowed, limit)))
-
-    def allow_point(self, point: str, times: float) -> None:
-        self._change(lambda: self._permits.update({point: self._permits.get(point, 0) + times}))
-
-    def open(self) -> None:
-        """Lets everything through from now on, without rate limits."""
-        self._change(lambda: setattr(self, "_open", True))
-        self.log_changed()
-
-    def try_pass(self, point: str) -> bool:
-        """Whether an answer may go on from a held point; uses one permit up."""
-        with self._lock:
-            if self._open:
-                return True
-            kind, _, offset = point.partition(":")
-            if kind == "body" and self._allowed > int(offset):
-                return True
-            if self._permits.get(point, 0) < 1:
-                return False
-            self._permits[point] -= 1
-            return True
-
-    def serve_with(self, wire: Wire) -> "_Membership":
-        """While entered, `wire` is woken when the test allows something."""
-        return _Membership(self._servers, wire, self._lock)
-
-    def watch_with(self, wire: Wire) -> "_Membership":
-        """While entered, `wire` is woken when the log changes."""
-        return _Membership(self._watchers, wire, self._lock)
-
-    def log_changed(self) -> None:
-        if self._watchers:
-            self._wake(self._watchers)
-
-    def _change(self, action: Callable[[], None]) -> None:
-        with self._lock:
-            action()
-        self._wake(self._servers)
-
-    def _wake(self, wires: set[Wire]) -> None:
-        with self._lock:
-            for wire in wires:
-                wire.wake()
+    def passes(self, point: str) -> bool:
+        """Whether an answer may go on from a held point."""
+        kind, _, offset = point.partition(":")
+        return self.is_open or (kind == "body" and self.allowed > int(offset))
 
 
-class _Membership:
-    """Keeps a wire in a set for the time of a with statement."""
+def parse_script(value: Any) -> PathScript:
+    """Makes a script of its JSON object. Raises ScriptError."""
+    fields = take_fields(value, "script", _FIELDS)
+    path, match = fields.get("path", ""), fields.get("match", "exact")
+    require(path.startswith("/"), "path must begin with /")
+    require(match in ("exact", "prefix"), "match must be exact or prefix")
+    require(match == "exact" or path.endswith("/"), "a prefix ends with /")
+    answers = [parse_answer(item) for item in fields.get("answers", [{}])]
+    require(answers, "answers must not be empty")
+    script = PathScript(path, match == "prefix", answers=answers)
+    if "auth" in fields:
+        types = {"user": str, "password": str, "realm": str}
+        auth = {"user": "", "password": "", **take_fields(fields["auth"], "auth", types)}
+        token = base64.b64encode(f"{auth['user']}:{auth['password']}".encode("latin-1"))
+        script.credentials = "Basic " + token.decode()
+        script.realm = auth.get("realm", "")
+    return script
 
-    def __init__(self, wires: set[Wire], wire: Wire, lock: threading.Lock):
-        self._wires, self._wire, self._lock = wires, wire, lock
 
-    def __enter__(self) -> None:
-        with self._lock:
-            self._wires.add(self._wire)
+class Registry:
+    """Finds the script of a request."""
 
-    def __exit__(self, *_: object) -> None:
-        with self._lock:
-            self._wires.discard(self._wire)
+    def __init__(self) -> None:
+        self._scripts: dict[str, PathScript] = {}
+
+    def add(self, script: PathScript) -> None:
+        """Adds a script; an older one of the same path is removed first."""
+        self.remove(script.path)
+        self._scripts[script.path] = script
+
+    def remove(self, path: str) -> None:
+        """Forgets a script and lets its running answers flow to their end."""
+        if script := self._scripts.pop(path, None):
+            script.allow(float("inf"))
+
+    def get(self, path: str) -> PathScript | None:
+        return self._scripts.get(path)
+
+    def find(self, path: str) -> PathScript | None:
+        """The script of the path itself, or the one with the longest prefix."""
+        if script := self._scripts.get(path):
+            return script
+        while path:
+            path = path[:-1].rpartition("/")[0]
+            script = self._scripts.get(path + "/")
+            if script and script.prefix:
+                return script
+        return None

@@ -1,240 +1,165 @@
-"""What a scripted path answers: status, headers, bodies, framing, order of answers, credentials."""
+"""What a scripted path answers and logs: heads, bodies, order of answers, credentials."""
 
 import base64
 import tempfile
-import time
 import unittest
 
-from harness import ServerTestCase, base64_text, bytes_body
-from pattern import pattern_bytes
+from harness import ServerTestCase, bytes_body
+from pattern import BLOCK, pattern_bytes
+
+ABC = bytes_body(b"abc")
+LINES = b"HTTP/1.1 200 OK\r\n"
+CLOSE = b"Connection: close\r\n\r\n"
 
 
-def decode_chunks(data: bytes) -> tuple[list[int], bytes]:
-    """The chunk sizes and the body of a chunked message."""
-    sizes, body = [], b""
-    while True:
-        line, _, data = data.partition(b"\r\n")
-        size = int(line, 16)
-        sizes.append(size)
-        body += data[:size]
-        assert data[size : size + 2] == b"\r\n"
-        data = data[size + 2 :]
-        if size == 0:
-            assert data == b""
-            return sizes, body
-
-
-class HeadTest(ServerTestCase):
-    def head_of(self, **answer: object) -> str:
-        return self.request(self.script(answer)).receive_head()
-
-    def test_the_plain_answer(self) -> None:
-        client = self.request(self.script())
-        self.assertEqual(client.receive_head(), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n")
-
-    def test_status_and_reason(self) -> None:
-        self.assertTrue(self.head_of(status=404).startswith("HTTP/1.1 404 Not Found\r\n"))
-        head = self.head_of(status=599, reason="Odd \xe4")
-        self.assertTrue(head.startswith("HTTP/1.1 599 Odd \xe4\r\n"))
-
-    def test_no_content_has_no_length(self) -> None:
-        self.assertEqual(self.head_of(status=204), "HTTP/1.1 204 No Content\r\n\r\n")
-
-    def test_extra_headers_keep_their_order_and_case(self) -> None:
-        head = self.head_of(headers=[["X-One", "1"], ["x-TWO", "b"], ["X-One", "2"]])
-        self.assertIn("\r\nX-One: 1\r\nx-TWO: b\r\nX-One: 2\r\n", head)
-
-    def test_header_of_100_kilobytes(self) -> None:
-        value = "a" * 102400
-        self.assertIn(f"\r\nX-Big: {value}\r\n", self.head_of(headers=[["X-Big", value]]))
-
-    def test_header_with_nul(self) -> None:
-        head = self.head_of(headers=[["X-Nul", "a\0b"]], body=bytes_body(b"xyz"))
-        self.assertIn("\r\nX-Nul: a\0b\r\nContent-Length: 3\r\n", head)
-
-    def test_garbage_status_line(self) -> None:
-        head = self.head_of(status_line="ICY 2oo fine", body=bytes_body(b"xyz"))
-        self.assertEqual(head, "ICY 2oo fine\r\nContent-Length: 3\r\nConnection: close\r\n\r\n")
-
-    def test_raw_answer(self) -> None:
-        raw = b"\x00\xffnothing like HTTP"
-        client = self.request(self.script({"raw": base64_text(raw)}))
-        self.assertEqual(client.receive_all(), raw)
-
-    def test_raw_head_with_a_body(self) -> None:
-        answer = {"raw": base64_text(b"HTTP/0.9 hm\n\n"), "body": bytes_body(b"text")}
-        self.assertEqual(self.request(self.script(answer)).receive_all(), b"HTTP/0.9 hm\n\ntext")
-
-    def test_redirect(self) -> None:
-        head = self.head_of(status=302, headers=[["Location", "/elsewhere?x#y"]])
-        self.assertIn("HTTP/1.1 302 Found\r\nLocation: /elsewhere?x#y\r\n", head)
-
-
-class BodyTest(ServerTestCase):
-    def body_of(self, *segments: dict) -> bytes:
-        client = self.request(self.script({"body": list(segments)}), "Connection: close")
-        client.receive_head()
-        return client.receive_all()
-
-    def test_literal_bytes(self) -> None:
-        self.assertEqual(self.body_of(*bytes_body(bytes(range(256)))), bytes(range(256)))
-
-    def test_pattern_behind_prefix(self) -> None:
-        body = self.body_of(*bytes_body(b"HEAD"), {"pattern": {"seed": 5, "length": 1_000_003}})
-        self.assertEqual(body, b"HEAD" + pattern_bytes(5, 0, 1_000_003))
-
-    def test_pattern_from_the_middle(self) -> None:
-        body = self.body_of({"pattern": {"seed": 5, "length": 99, "start": 10_000_000_000}})
-        self.assertEqual(body, pattern_bytes(5, 10_000_000_000, 99))
-
-    def test_file(self) -> None:
-        with tempfile.NamedTemporaryFile() as file:
-            file.write(pattern_bytes(9, 0, 700_000))
-            file.flush()
-            body = self.body_of({"text": "\u00e4"}, {"file": file.name}, {"text": "end"})
-        self.assertEqual(body, b"\xc3\xa4" + pattern_bytes(9, 0, 700_000) + b"end")
-
-    def test_head_request_gets_no_body(self) -> None:
-        path = self.script({"body": bytes_body(b"12345")})
-        client = self.request(path, "Connection: close", method="HEAD")
-        self.assertIn("\r\nContent-Length: 5\r\n", client.receive_head())
-        self.assertEqual(client.receive_all(), b"")
-
-    def test_50_megabytes_at_200_megabytes_per_second(self) -> None:
-        size = 50_000_000
-        path = self.script({"body": [{"pattern": {"seed": 1, "length": size}}]})
-        best = 0.0
-        for _ in range(5):  # the machine may be busy; the server must be able to, not win each time
-            client = self.request(path, "Connection: close")
-            buffer = bytearray(1 << 20)
-            begin = time.monotonic()
-            received = 0
-            while count := client.socket.recv_into(buffer):
-                received += count
-            best = max(best, received / (time.monotonic() - begin))
-            self.assertGreater(received, size)
-        self.assertGreater(best, 200e6)
-
-
-class FramingTest(ServerTestCase):
-    def test_right_length_keeps_the_connection(self) -> None:
-        path = self.script({"body": bytes_body(b"abc")})
-        client = self.connect()
-        for _ in range(3):
-            client.send_request(path)
-            self.assertIn("\r\nContent-Length: 3\r\n", client.receive_head())
-            self.assertEqual(client.receive(3), b"abc")
-        self.assertEqual(len({record["connection"] for record in self.log(path)}), 1)
-
-    def test_pipelined_requests_are_answered_in_order(self) -> None:
-        paths = [self.script({"body": bytes_body(text)}) for text in (b"one", b"two")]
-        client = self.connect()
-        client.socket.sendall(
-            b"".join(f"GET {path} HTTP/1.1\r\nHost: x\r\n\r\n".encode() for path in paths)
-        )
-        client.receive_head()
-        self.assertEqual(client.receive(3), b"one")
-        client.receive_head()
-        self.assertEqual(client.receive(3), b"two")
-
-    def test_client_asks_to_close(self) -> None:
-        client = self.request(self.script({"body": bytes_body(b"abc")}), "Connection: close")
-        self.assertIn("\r\nConnection: close\r\n", client.receive_head())
-        self.assertEqual(client.receive_all(), b"abc")
-
-    def test_server_closes_on_demand(self) -> None:
-        client = self.request(self.script({"body": bytes_body(b"abc"), "close": True}))
-        self.assertIn("\r\nConnection: close\r\n", client.receive_head())
-        self.assertEqual(client.receive_all(), b"abc")
-
-    def test_old_clients_get_one_answer(self) -> None:
-        path = self.script({"framing": "chunked", "body": bytes_body(b"abc")})
-        client = self.connect()
-        client.socket.sendall(f"GET {path} HTTP/1.0\r\n\r\n".encode())
-        self.assertNotIn("chunked", client.receive_head())
-        self.assertEqual(client.receive_all(), b"abc")
-
-    def test_no_length(self) -> None:
-        client = self.request(self.script({"framing": "close", "body": bytes_body(b"abc")}))
-        self.assertEqual(client.receive_head(), "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n")
-        self.assertEqual(client.receive_all(), b"abc")
-
-    def test_false_lengths(self) -> None:
-        for claims in (["2"], ["10"], ["abc"], ["3", "7"], [""], ["-1"], []):
-            with self.subTest(claims=claims):
-                path = self.script({"content_length": claims, "body": bytes_body(b"abc")})
-                client = self.request(path)
-                lines = client.receive_head().split("\r\n")
-                expected = [f"Content-Length: {claim}" for claim in claims]
-                self.assertEqual([line for line in lines if "Content" in line], expected)
-                self.assertEqual(client.receive_all(), b"abc")
-
-    def test_chunks(self) -> None:
-        body = pattern_bytes(2, 0, 2500)
-        for size, sizes in ((1000, [1000, 1000, 500, 0]), (5000, [2500, 0])):
-            with self.subTest(size=size):
-                answer = {"framing": "chunked", "chunk_size": size, "body": bytes_body(body)}
+class AnswerTest(ServerTestCase):
+    def test_each_field_of_an_answer(self) -> None:
+        raw = b"HTTP/0.9 hm\n\n\x00\xff"
+        long_value = "a" * 102400
+        rows = [  # answer, everything that is sent
+            ({}, LINES + b"Content-Length: 0\r\n\r\n"),
+            ({"status": 404}, b"HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"),
+            (
+                {"status": 599, "reason": "Odd \xe4"},
+                b"HTTP/1.1 599 Odd \xe4\r\nContent-Length: 0\r\n\r\n",
+            ),
+            ({"status": 204}, b"HTTP/1.1 204 No Content\r\n\r\n"),
+            (
+                {"status": 204, "body": ABC},
+                b"HTTP/1.1 204 No Content\r\nContent-Length: 3\r\n" + CLOSE + b"abc",
+            ),
+            (
+                {"headers": [["X-One", "1"], ["x-TWO", "a\0b"], ["X-One", long_value]]},
+                LINES
+                + b"X-One: 1\r\nx-TWO: a\0b\r\nX-One: %s\r\n" % long_value.encode()
+                + b"Content-Length: 0\r\n\r\n",
+            ),
+            (
+                {"status_line": "ICY 2oo fine", "body": ABC},
+                b"ICY 2oo fine\r\nContent-Length: 3\r\n" + CLOSE + b"abc",
+            ),
+            ({"raw": base64.b64encode(raw).decode(), "body": ABC}, raw + b"abc"),
+            ({"close": True, "body": ABC}, LINES + b"Content-Length: 3\r\n" + CLOSE + b"abc"),
+            ({"framing": "close", "body": ABC}, LINES + CLOSE + b"abc"),
+            ({"content_length": [], "body": ABC}, LINES + CLOSE + b"abc"),
+            (
+                {"content_length": ["-x", "7"], "body": ABC},
+                LINES + b"Content-Length: -x\r\nContent-Length: 7\r\n" + CLOSE + b"abc",
+            ),
+            (
+                {"framing": "chunked", "chunk_size": 2, "body": ABC},
+                LINES + b"Transfer-Encoding: chunked\r\n\r\n2\r\nab\r\n1\r\nc\r\n0\r\n\r\n",
+            ),
+            (
+                {"framing": "chunked", "content_length": ["9"], "body": ABC},
+                LINES
+                + b"Content-Length: 9\r\nTransfer-Encoding: chunked\r\n"
+                + CLOSE
+                + b"3\r\nabc\r\n0\r\n\r\n",
+            ),
+        ]
+        for answer, sent in rows:
+            with self.subTest(answer=answer):
                 client = self.request(self.script(answer), "Connection: close")
-                self.assertIn("\r\nTransfer-Encoding: chunked\r\n", client.receive_head())
-                self.assertEqual(decode_chunks(client.receive_all()), (sizes, body))
+                self.assertEqual(client.receive(), sent)
 
-    def test_chunks_keep_the_connection(self) -> None:
-        path = self.script({"framing": "chunked", "body": bytes_body(b"abc")})
+    def test_each_kind_of_body(self) -> None:
+        expected = bytes(range(256)) + b"\xc3\xa4" + pattern_bytes(5, 0, 12_000_003)
+        content = pattern_bytes(9, 0, 700_000)
+        with tempfile.NamedTemporaryFile() as file:
+            file.write(content)
+            file.flush()
+            body = [
+                *bytes_body(bytes(range(256))),
+                {"text": "\u00e4"},
+                {"pattern": {"seed": 5, "length": 12_000_003}},
+                {"file": file.name},
+                {"text": "end"},
+            ]
+            path = self.script({"body": body})
+            client = self.connect(receive_buffer=65536)  # more than the network takes at once
+            client.send_request(path, "Connection: close")
+            client.receive_head()
+            self.assertTrue(client.receive() == expected + content + b"end")
+        self.assertEqual(self.log(path)[0]["body_sent"], len(expected + content + b"end"))
+
+    def test_connection_stays_for_the_next_request(self) -> None:
+        path = self.script({"body": ABC}, {"framing": "chunked", "body": ABC}, {"status": 204})
         client = self.connect()
-        for _ in range(2):
+        for end in (b"abc", b"3\r\nabc\r\n0\r\n\r\n", b""):
             client.send_request(path)
             client.receive_head()
-            self.assertEqual(client.receive(13), b"3\r\nabc\r\n0\r\n\r\n")
+            self.assertEqual(client.receive(len(end)), end)
+        self.assertEqual(len({request["connection"] for request in self.log(path)}), 1)
 
-    def test_chunks_with_a_length(self) -> None:
-        answer = {"framing": "chunked", "content_length": ["3"], "body": bytes_body(b"abc")}
-        client = self.request(self.script(answer))
-        head = client.receive_head()
-        self.assertIn("\r\nContent-Length: 3\r\nTransfer-Encoding: chunked\r\n", head)
-        self.assertEqual(client.receive_all(), b"3\r\nabc\r\n0\r\n\r\n")
-
-    def test_body_behind_a_status_that_has_none(self) -> None:
-        client = self.request(self.script({"status": 204, "body": bytes_body(b"abc")}))
-        self.assertIn("\r\nContent-Length: 3\r\n", client.receive_head())
-        self.assertEqual(client.receive_all(), b"abc")
-
-
-class SequenceTest(ServerTestCase):
     def test_answers_in_order_and_the_last_again(self) -> None:
         path = self.script({"status": 500}, {"status": 404}, {"status": 200})
-        statuses = [self.request(path).receive_head()[9:12] for _ in range(4)]
-        self.assertEqual(statuses, ["500", "404", "200", "200"])
-        self.assertEqual([record["status"] for record in self.log(path)], [500, 404, 200, 200])
+        statuses = [int(self.request(path).receive_head()[9:12]) for _ in range(4)]
+        self.assertEqual(statuses, [500, 404, 200, 200])
+        self.assertEqual([request["status"] for request in self.log(path)], statuses)
 
-    def test_credentials(self) -> None:
+    def test_credentials_use_no_answer_up(self) -> None:
         auth = {"user": "ann", "password": "p w:\xe4", "realm": "Lessons"}
-        path = self.script({"body": bytes_body(b"in")}, {"status": 410}, auth=auth)
-
-        def attempt(*headers: str) -> str:
-            return self.request(path, *headers).receive_head()
-
+        path = self.script({"status": 201}, {"status": 202}, auth=auth)
         right = "Authorization: Basic " + base64.b64encode(b"ann:p w:\xe4").decode()
         wrong = "Authorization: Basic " + base64.b64encode(b"ann:guess").decode()
-        self.assertIn('\r\nWWW-Authenticate: Basic realm="Lessons"\r\n', attempt())
-        self.assertIn(" 401 ", attempt(wrong))
-        self.assertIn(" 401 ", attempt("Authorization: Basic ***"))
-        self.assertIn(" 401 ", attempt(right.replace("Basic", "Digest")))
-        self.assertIn(" 200 ", attempt(right))
-        self.assertIn(" 410 ", attempt(right))
-        log = self.log(path)
-        self.assertEqual(
-            [record["auth"] for record in log],
-            ["missing", "wrong", "wrong", "wrong", "right", "right"],
-        )
-        self.assertEqual([record["auth_attempts"] for record in log], [0, 1, 2, 3, 4, 5])
+        head = self.request(path).receive_head()
+        self.assertIn('\r\nWWW-Authenticate: Basic realm="Lessons"\r\n', head)
+        for header in (wrong, right, right):
+            self.request(path, header).receive_head()
+        log = [(request["status"], request["auth"]) for request in self.log(path)]
+        self.assertEqual(log, [(401, "missing"), (401, "wrong"), (201, "right"), (202, "right")])
 
-    def test_credentials_on_one_connection(self) -> None:
-        path = self.script(auth={"user": "u", "password": "p", "realm": "r"})
-        client = self.request(path)
-        client.receive_head()
-        client.receive(len("credentials needed\n"))
-        client.send_request(path, "Authorization: Basic dTpw")
-        self.assertIn(" 200 ", client.receive_head())
+
+class RequestTest(ServerTestCase):
+    def test_request_is_logged_as_it_was_sent(self) -> None:
+        path = self.script({"body": ABC})
+        self.request(path + "?a=b&c?d\xe4", "X-Twice: 1\t%", "x-twice: \xe4").receive_head()
+        expected = {
+            "method": "GET",
+            "path": path,
+            "query": "a=b&c?d\xe4",
+            "headers": [["Host", "test"], ["X-Twice", "1\t%"], ["x-twice", "\xe4"]],
+            "state": "finished",
+            "status": 200,
+            "auth": "none",
+            "held_at": "",
+            "body_sent": 3,
+        }
+        (request,) = self.log(path)
+        del request["connection"]
+        self.assertEqual(request, expected)
+        line = self.command("GET", "log", path=path, format="lines").decode("ascii")
+        for field in ("query=a=b%26c%3Fd%E4", "header=Host: test", "header=X-Twice: 1%09%25"):
+            self.assertIn(field, line.rstrip("\n").split("\t"))
+
+    def test_path_matches_as_sent_then_its_longest_prefix(self) -> None:
+        self.script({"status": 201}, path="/pre/", match="prefix")
+        self.script({"status": 202}, path="/pre/fix/", match="prefix")
+        self.script({"status": 203}, path="/pre/fix/a%20b")
+        for target, status in (
+            ("/pre/", 201),
+            ("/pre/a/b?x", 201),
+            ("/pre/fix/x", 202),
+            ("/pre/fix/a%20b?x", 203),
+            ("/pre/fix/a+b", 202),
+            ("/pre", 404),
+            ("/prefix", 404),
+        ):
+            with self.subTest(target=target):
+                self.assertIn(f" {status} ", self.request(target).receive_head())
+
+
+class PatternTest(unittest.TestCase):
+    def test_any_piece_equals_the_same_piece_of_the_whole(self) -> None:
+        whole = pattern_bytes(7, 0, 5 * BLOCK + 123)
+        for offset, length in [(0, 1), (1, 9), (BLOCK - 1, 2), (BLOCK, BLOCK), (100, 4 * BLOCK)]:
+            with self.subTest(offset=offset, length=length):
+                self.assertEqual(pattern_bytes(7, offset, length), whole[offset : offset + length])
+
+    def test_seeds_and_blocks_differ(self) -> None:
+        self.assertEqual(len({pattern_bytes(seed, 0, 16) for seed in range(200)}), 200)
+        self.assertEqual(len({pattern_bytes(3, n * BLOCK + 4096, 16) for n in range(2000)}), 2000)
 
 
 if __name__ == "__main__":

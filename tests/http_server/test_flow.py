@@ -1,174 +1,93 @@
-"""Answers that wait, trickle or break off, and what the log says about them."""
+"""Answers that wait, trickle or break off, their log, and the control interface."""
 
+import os
 import socket
 import struct
-import threading
+import subprocess
+import sys
 import time
 import unittest
-from collections.abc import Iterator
 
-from harness import RawClient, ServerTestCase, bytes_body
+from harness import SERVER, TIMEOUT_S, ServerProcess, ServerTestCase, bytes_body
 from pattern import pattern_bytes
 
 BODY = bytes_body(b"0123456789")
+HEAD = b"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n"
+CHUNKED = {"framing": "chunked", "chunk_size": 5}
+# Each point, and what of HEAD and BODY is sent before it.
+POINTS = {
+    "before_headers": b"",
+    "head:8": HEAD[:8],
+    "after_headers": HEAD,
+    "body:0": HEAD,
+    "body:4": HEAD + b"0123",
+    "body:10": HEAD + b"0123456789",
+    "end": HEAD + b"0123456789",
+}
 
 
 class HoldTest(ServerTestCase):
-    def assert_silent(self, client: RawClient) -> None:
-        self.assertFalse(client.has_data())
+    def test_each_point_holds_until_all_is_allowed(self) -> None:
+        for point, before in POINTS.items():
+            with self.subTest(point=point):
+                path = self.script({"hold": [point], "body": BODY})
+                client = self.request(path)
+                request = self.wait(path, "held", point=point)[0]
+                sent = len(before.partition(b"\r\n\r\n")[2])
+                self.assertEqual((request["state"], request["body_sent"]), ("active", sent))
+                self.assertEqual(client.receive(len(before)), before)
+                self.assertFalse(client.has_data())
+                self.allow(path, all=1)
+                rest = HEAD + b"0123456789"
+                self.assertEqual(client.receive(len(rest) - len(before)), rest[len(before) :])
+                self.assertEqual(self.wait(path, "ended")[0]["state"], "finished")
 
-    def test_before_the_headers(self) -> None:
-        path = self.script({"hold": ["before_headers"], "body": BODY})
-        client = self.request(path)
-        record = self.wait(path, "held", point="before_headers")[0]
-        self.assertEqual((record["state"], record["head_sent"]), ("active", 0))
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, point="before_headers")
-        client.receive_head()
-        self.assertEqual(client.receive(10), b"0123456789")
-
-    def test_within_the_headers(self) -> None:
-        path = self.script({"hold": ["head:12"]})
-        client = self.request(path)
-        self.assertEqual(self.wait(path, "held", point="head:12")[0]["head_sent"], 12)
-        self.assertEqual(client.receive(12), b"HTTP/1.1 200")
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, point="head:12")
-        self.assertTrue(client.receive_head().startswith(" OK\r\n"))
-
-    def test_after_the_headers(self) -> None:
-        path = self.script({"hold": ["after_headers"], "body": BODY})
+    def test_point_in_the_body_passes_when_more_is_allowed(self) -> None:
+        path = self.script({"hold": ["body:3", "body:7"], "body": BODY, **CHUNKED})
         client = self.request(path)
         client.receive_head()
-        self.assertEqual(self.wait(path, "held", point="after_headers")[0]["body_sent"], 0)
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, point="after_headers")
-        self.assertEqual(client.receive(10), b"0123456789")
-
-    def test_within_the_body_until_enough_is_allowed(self) -> None:
-        path = self.script({"hold": ["body:3", "body:7"], "body": BODY})
-        client = self.request(path)
-        client.receive_head()
-        self.assertEqual(client.receive(3), b"012")
         self.wait(path, "held", point="body:3")
-        self.command("POST", "allow", path=path, limit=4)
-        self.assertEqual(client.receive(4), b"3456")
-        self.assertEqual(self.wait(path, "held", point="body:7")[0]["body_sent"], 7)
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, point="body:7")
-        self.assertEqual(client.receive(3), b"789")
-
-    def test_at_the_end(self) -> None:
-        path = self.script({"hold": ["end"], "framing": "close", "body": BODY})
-        client = self.request(path)
-        client.receive_head()
-        self.assertEqual(client.receive(10), b"0123456789")
-        self.assertEqual(self.wait(path, "held", point="end")[0]["state"], "active")
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, point="end")
-        self.assertEqual(client.receive_all(), b"")
-        self.assertEqual(self.log(path)[0]["state"], "finished")
-
-    def test_within_a_chunk(self) -> None:
-        answer = {"hold": ["body:3"], "framing": "chunked", "chunk_size": 5, "body": BODY}
-        path = self.script(answer)
-        client = self.request(path)
-        client.receive_head()
         self.assertEqual(client.receive(6), b"5\r\n012")
-        self.wait(path, "held")
-        self.assert_silent(client)
-        self.command("POST", "allow", path=path, all=1)
-        self.assertEqual(client.receive(19), b"34\r\n5\r\n56789\r\n0\r\n\r\n")
-
-    def test_permits_are_used_up(self) -> None:
-        path = self.script({"hold": ["before_headers"]})
-        clients = [self.request(path) for _ in range(3)]
-        self.wait(path, "held", count=3)
-        self.command("POST", "allow", path=path, point="before_headers", times=2)
-        self.wait(path, "finished", count=2)
-        self.assertEqual(sum(record["state"] == "active" for record in self.log(path)), 1)
-        self.command("POST", "allow", path=path, point="before_headers", times=1)
-        self.wait(path, "finished", count=3)
-        for client in clients:
-            client.receive_head()
+        self.allow(path, limit=4)
+        self.wait(path, "held", point="body:7")
+        self.assertEqual(client.receive(9), b"34\r\n5\r\n56")
 
     def test_gated_bytes_flow_as_far_as_allowed(self) -> None:
         path = self.script({"gated": True, "body": [{"pattern": {"seed": 4, "length": 200_000}}]})
         client = self.request(path)
         client.receive_head()
         position = 0
-        for step in (1, 10, 65_530, 100_000):
+        for limit in (1, 11, 65_541, 165_541):
             self.wait(path, "held", point=f"body:{position}")
-            self.assert_silent(client)
-            self.command("POST", "allow", path=path, bytes=step)
+            self.assertFalse(client.has_data())
+            self.allow(path, limit=limit)
+            step = limit - position
             self.assertEqual(client.receive(step), pattern_bytes(4, position, step))
-            position += step
-            self.assertEqual(self.wait(path, "bytes", bytes=position)[0]["body_sent"], position)
-        self.command("POST", "allow", path=path, all=1)
-        self.assertEqual(client.receive(200_000 - position), pattern_bytes(4, position, 34_459))
+            self.assertEqual(self.wait(path, "bytes", bytes=limit)[0]["body_sent"], limit)
+            position = limit
+        self.allow(path, all=1)
+        self.assertEqual(client.receive(34_459), pattern_bytes(4, position, 34_459))
         self.assertEqual(self.log(path)[0]["state"], "finished")
 
-    def test_removing_the_script_releases_everything(self) -> None:
-        answers = [
-            {"hold": ["before_headers", "body:3", "end"], "body": BODY},
-            {"gated": True, "body": BODY},
-            {"rate": 1, "body": BODY},
-        ]
-        for answer in answers:
+    def test_script_that_is_removed_or_replaced_releases_its_answers(self) -> None:
+        for answer in (
+            {"hold": ["before_headers", "body:3", "end"]},
+            {"gated": True},
+            {"rate": 1},
+        ):
             with self.subTest(answer=answer):
-                path = self.script(answer)
-                client = self.request(path, "Connection: close")
+                path = self.script({**answer, "body": BODY})
+                clients = [self.request(path, "Connection: close")]
+                self.wait(path, "request")
+                self.script({**answer, "body": BODY}, path=path)
+                clients.append(self.request(path, "Connection: close"))
                 self.wait(path, "request")
                 self.command("DELETE", "paths", path=path)
-                self.assertTrue(client.receive_all().endswith(b"\r\n\r\n0123456789"))
+                for client in clients:
+                    self.assertTrue(client.receive().endswith(b"\r\n\r\n0123456789"))
+                self.assertIn(" 404 ", self.request(path).receive_head())
 
-    def test_a_new_script_for_the_path_releases_the_old_one(self) -> None:
-        path = self.script({"hold": ["before_headers"], "status": 201})
-        client = self.request(path)
-        self.wait(path, "held")
-        self.script({"status": 202}, path=path)
-        self.assertIn(" 201 ", client.receive_head())
-        self.assertIn(" 202 ", self.request(path).receive_head())
-
-    def test_client_leaves_a_held_answer(self) -> None:
-        for point in ("before_headers", "head:5", "after_headers", "body:4", "end"):
-            with self.subTest(point=point):
-                path = self.script({"hold": [point], "body": BODY})
-                client = self.request(path)
-                self.wait(path, "held", point=point)
-                client.socket.close()
-                record = self.wait(path, "aborted")[0]
-                self.assertGreaterEqual(record["ended_ms"], record["started_ms"])
-                self.assertEqual(record["held_at"], "")
-
-    def test_client_resets_a_held_answer(self) -> None:
-        path = self.script({"gated": True, "body": BODY})
-        client = self.request(path)
-        self.wait(path, "held")
-        client.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-        client.socket.close()
-        self.assertEqual(self.wait(path, "aborted")[0]["body_sent"], 0)
-
-    def test_client_leaves_a_flowing_answer(self) -> None:
-        path = self.script({"body": [{"pattern": {"length": 1 << 40}}]})
-        client = self.request(path)
-        client.receive(1_000_000)
-        client.socket.close()
-        record = self.wait(path, "aborted")[0]
-        self.assertGreater(record["body_sent"], 900_000)
-        self.assertEqual(record["body_total"], 1 << 40)
-
-    def test_client_does_not_read(self) -> None:
-        path = self.script({"body": [{"pattern": {"length": 1 << 30}}]})
-        client = self.connect(receive_buffer=65536)
-        client.send_request(path)
-        self.wait(path, "bytes", bytes=1)
-        client.socket.close()
-        self.assertLess(self.wait(path, "aborted")[0]["body_sent"], 1 << 30)
-
-
-class RateTest(ServerTestCase):
-    def test_takes_the_time(self) -> None:
+    def test_rate_takes_the_time(self) -> None:
         path = self.script({"rate": 100_000, "body": [{"pattern": {"length": 50_000}}]})
         begin = time.monotonic()
         client = self.request(path)
@@ -176,120 +95,151 @@ class RateTest(ServerTestCase):
         self.assertEqual(client.receive(50_000), pattern_bytes(0, 0, 50_000))
         self.assertGreater(time.monotonic() - begin, 0.4)
 
-    def test_bytes_come_evenly(self) -> None:
-        path = self.script({"rate": 10_000, "body": [{"pattern": {"length": 1 << 30}}]})
-        client = self.request(path)
-        self.wait(path, "bytes", bytes=2_000)
-        record = self.log(path)[0]
-        self.assertLess(record["body_sent"], 10_000)
-        self.assertEqual(record["state"], "active")
-        client.socket.close()
-        self.wait(path, "aborted")
+    def test_hundreds_of_held_connections(self) -> None:
+        path = self.script({"hold": ["body:5"], "body": BODY})
+        clients = [self.request(path) for _ in range(300)]
+        self.wait(path, "held", count=300)
+        self.allow(path, all=1)
+        for client in clients:
+            self.assertEqual(client.receive(len(HEAD) + 10), HEAD + b"0123456789")
+        self.assertEqual({request["state"] for request in self.log(path)}, {"finished"})
+
+
+class LeaveTest(ServerTestCase):
+    def test_client_that_leaves_a_held_answer_is_noticed(self) -> None:
+        for point, before in POINTS.items():
+            for reset in (False, True):
+                with self.subTest(point=point, reset=reset):
+                    path = self.script({"hold": [point], "body": BODY})
+                    client = self.request(path)
+                    client.receive(len(before))
+                    self.wait(path, "held", point=point)
+                    linger = struct.pack("ii", reset, 0)
+                    client.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, linger)
+                    client.socket.close()
+                    request = self.wait(path, "ended")[0]
+                    self.assertEqual((request["state"], request["held_at"]), ("aborted", ""))
+
+    def test_client_that_leaves_a_flowing_answer_is_noticed(self) -> None:
+        for received in (0, 1_000_000):
+            with self.subTest(received=received):
+                path = self.script({"body": [{"pattern": {"length": 1 << 40}}]})
+                client = self.connect(receive_buffer=65536)
+                client.send_request(path)
+                client.receive(received)
+                self.wait(path, "bytes", bytes=1)
+                client.socket.close()
+                request = self.wait(path, "ended")[0]
+                self.assertEqual(request["state"], "aborted")
+                self.assertGreater(request["body_sent"], received - 1000)
+                self.assertLess(request["body_sent"], 1 << 30)
 
 
 class CutTest(ServerTestCase):
-    def cut(self, at: str, how: str, **answer: object) -> RawClient:
-        self.path = self.script({"cut": {"at": at, "how": how}, "body": BODY, **answer})
-        return self.request(self.path)
+    def test_cut_ends_the_connection_at_its_point(self) -> None:
+        for how, end in (("fin", b""), ("reset", b"RESET")):
+            for point, before in POINTS.items():
+                for hold in ([], [point]):
+                    with self.subTest(how=how, point=point, hold=hold):
+                        cut = {"at": point, "how": how}
+                        path = self.script({"cut": cut, "hold": hold, "body": BODY})
+                        client = self.request(path)
+                        if hold:
+                            self.wait(path, "held", point=point)
+                            self.assertEqual(client.receive(len(before)), before)
+                            self.assertFalse(client.has_data())
+                            self.allow(path, all=1)
+                        self.assertEqual(client.receive(), end if hold else before + end)
+                        request = self.log(path)[0]
+                        sent = len(before.partition(b"\r\n\r\n")[2])
+                        self.assertEqual((request["state"], request["body_sent"]), ("cut", sent))
 
-    def test_graceful(self) -> None:
-        head = b"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n"
-        expected = {
-            "before_headers": b"",
-            "head:8": b"HTTP/1.1",
-            "after_headers": head,
-            "body:4": head + b"0123",
-            "end": head + b"0123456789",
-        }
-        for at, data in expected.items():
-            with self.subTest(at=at):
-                self.assertEqual(self.cut(at, "fin").receive_all(), data)
-                record = self.log(self.path)[0]
-                self.assertEqual(record["state"], "cut")
-                self.assertEqual(record["body_sent"], len(data.partition(b"\r\n\r\n")[2]))
-
-    def test_reset(self) -> None:
-        for at in ("before_headers", "head:8", "after_headers", "body:4"):
-            with self.subTest(at=at):
-                self.cut(at, "reset").receive_until_reset()
-                self.assertEqual(self.log(self.path)[0]["state"], "cut")
+    def test_cut_within_a_chunk(self) -> None:
+        path = self.script({"cut": {"at": "body:7"}, "body": BODY, **CHUNKED})
+        client = self.request(path)
+        client.receive_head()
+        self.assertEqual(client.receive(), b"5\r\n01234\r\n5\r\n56")
 
     def test_reset_delivers_what_was_sent_before(self) -> None:
         # More than the client's system takes, but not more than the server's: the rest still waits
         # in the server's send queue when the reset is due.
         size = 300_000
-        path = self.script(
-            {
-                "body": [{"pattern": {"seed": 8, "length": 2 * size}}],
-                "cut": {"at": f"body:{size}", "how": "reset"},
-            }
-        )
+        body = [{"pattern": {"seed": 8, "length": 2 * size}}]
+        path = self.script({"body": body, "cut": {"at": f"body:{size}", "how": "reset"}})
         client = self.connect(receive_buffer=4096)
         client.send_request(path)
         self.wait(path, "bytes", bytes=size)
         self.assertEqual(self.log(path)[0]["state"], "active")
-        data = client.receive_until_reset()
-        self.assertTrue(data.partition(b"\r\n\r\n")[2] == pattern_bytes(8, 0, size))
-
-    def test_within_a_chunk(self) -> None:
-        client = self.cut("body:7", "fin", framing="chunked", chunk_size=5)
-        client.receive_head()
-        self.assertEqual(client.receive_all(), b"5\r\n01234\r\n5\r\n56")
-
-    def test_held_and_then_cut(self) -> None:
-        client = self.cut("body:4", "reset", hold=["body:4"])
-        client.receive_head()
-        self.assertEqual(client.receive(4), b"0123")
-        self.wait(self.path, "held", point="body:4")
-        self.assertFalse(client.has_data())
-        self.command("POST", "allow", path=self.path, point="body:4")
-        self.assertEqual(client.receive_until_reset(), b"")
-
-    def test_cut_within_a_raw_answer(self) -> None:
-        client = self.cut("head:5", "fin", raw="SFRUUC8xLjEgMjAw", body=[])
-        self.assertEqual(client.receive_all(), b"HTTP/")
+        data = client.receive()
+        self.assertTrue(data.partition(b"\r\n\r\n")[2] == pattern_bytes(8, 0, size) + b"RESET")
 
 
-class CrowdTest(ServerTestCase):
-    def clients(self, path: str, count: int) -> Iterator[RawClient]:
-        for _ in range(count):
-            yield self.request(path)
+class ControlTest(ServerTestCase):
+    def test_mistakes_are_refused(self) -> None:
+        scripts = [
+            *({}, [], {"path": "x"}, {"path": "/x", "answers": []}, {"path": "/x", "answer": []}),
+            *({"path": "/x", "match": "glob"}, {"path": "/x", "match": "prefix"}),
+            {"path": "/x", "auth": {"name": "a"}},
+        ]
+        answers = [
+            *({"stauts": 200}, {"status": "200"}, {"status": 20}, {"status": True}, {"rate": -1}),
+            *({"framing": "none"}, {"chunk_size": 0}, {"content_length": [5]}),
+            *({"headers": [["a"]]}, {"headers": [["Content-Length", "5"]]}),
+            *({"headers": [["a", "\u4f60"]]}, {"hold": ["middle"]}),
+            {"hold": ["body:11"], "body": BODY},
+            *({"cut": {"at": "end", "how": "bang"}}, {"cut": {}}, {"body": [{"bytes": "*"}]}),
+            *({"body": [{"bytes": "", "text": ""}]}, {"body": [{"pattern": {"size": 5}}]}),
+            {"body": [{"file": "/nonexistent/file"}]},
+        ]
+        for mistake in scripts + [{"path": "/x", "answers": [answer]} for answer in answers]:
+            with self.subTest(mistake=mistake):
+                self.assertEqual(self.control("POST", "paths", mistake)[0], 400)
+        path = self.script()
+        for method, name, query in (
+            ("GET", "log", {"path": "/x"}),
+            ("DELETE", "paths", {"path": "/x"}),
+            ("GET", "nothing", {"path": path}),
+            ("GET", "wait", {"path": path, "event": "lunch"}),
+            ("GET", "wait", {"path": path, "event": "held", "point": "middle"}),
+            ("POST", "allow", {"path": path, "limit": "some"}),
+            ("POST", "allow", {"path": path}),
+            ("POST", "allow", {"path": path, "limits": 1}),
+        ):
+            with self.subTest(name=name, query=query):
+                self.assertEqual(self.control(method, name, **query)[0], 400)
 
-    def test_hundreds_of_held_connections(self) -> None:
-        path = self.script({"hold": ["body:5"], "body": BODY})
-        clients = list(self.clients(path, 400))
-        self.wait(path, "held", count=400)
-        self.command("POST", "allow", path=path, all=1)
-        for client in clients:
-            client.receive_head()
-            self.assertEqual(client.receive(10), b"0123456789")
-        self.assertEqual({record["state"] for record in self.log(path)}, {"finished"})
+    def test_wait_counts_and_runs_out(self) -> None:
+        path = self.script({"hold": ["end"]})
+        for _ in range(2):
+            self.request(path).receive_head()
+        for query, met in (
+            ({"event": "request", "count": 2}, b"true"),
+            ({"event": "request", "count": 3}, b"false"),
+            ({"event": "held", "count": 2}, b"true"),
+            ({"event": "held", "point": "body:0"}, b"false"),
+            ({"event": "bytes", "bytes": 1}, b"false"),
+            ({"event": "ended"}, b"false"),
+        ):
+            with self.subTest(query=query):
+                text = self.command("GET", "wait", path=path, timeout_ms=50, **query)
+                self.assertIn(b'"met": ' + met, text)
+        lines = self.command("GET", "wait", path=path, event="request", format="lines")
+        self.assertEqual(lines.splitlines()[0], b"met=1")
 
-    def test_a_crowd_that_leaves_frees_its_threads(self) -> None:
-        path = self.script({"hold": ["before_headers"]})
-        for client in list(self.clients(path, 300)):
-            client.socket.close()
-        self.wait(path, "aborted", count=300)
-        self.server.wait_for_threads(range(20))
 
-    def test_large_bodies_in_parallel(self) -> None:
-        size = 3_000_000
-        wrong: list[int] = []
+class ProcessTest(unittest.TestCase):
+    def test_server_ends_quietly_with_its_standard_input(self) -> None:
+        process = ServerProcess().process
+        self.assertEqual(process.communicate(timeout=TIMEOUT_S), (b"", b""))
+        self.assertEqual(process.returncode, 0)
 
-        def fetch(seed: int) -> None:
-            body = [{"pattern": {"seed": seed, "length": size}}]
-            with RawClient(self.server.port) as client:
-                client.send_request(self.script({"body": body}, path=f"/parallel/{seed}"))
-                client.receive_head()
-                if client.receive(size) != pattern_bytes(seed, 0, size):
-                    wrong.append(seed)
-
-        workers = [threading.Thread(target=fetch, args=(seed,)) for seed in range(30)]
-        for worker in workers:
-            worker.start()
-        for worker in workers:
-            worker.join()
-        self.assertEqual(wrong, [])
+    def test_port_in_use_is_reported(self) -> None:
+        server = ServerProcess()
+        self.addCleanup(server.stop)
+        command = [sys.executable, os.fspath(SERVER), "--port", str(server.port)]
+        result = subprocess.run(command, capture_output=True, timeout=TIMEOUT_S, check=False)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b"cannot listen on port", result.stderr)
 
 
 if __name__ == "__main__":

@@ -28,18 +28,6 @@ RESULTS = [
 
 
 class ReportTest(unittest.TestCase):
-    def test_a_line_for_each_result(self):
-        self.assertEqual(report.progress_line(RESULTS[0]),
-                         "killed        ui/a.cpp:1 constant by ui_tests (S.C)  2.0 s")
-        self.assertEqual(report.progress_line(RESULTS[1]),
-                         "survived      ui/a.cpp:1 constant [failed once only: far_tests]  4.0 s")
-
-    def test_the_table_counts_per_file_and_in_all(self):
-        rows = [line.replace("|", "").split() for line in report.table(RESULTS)[1:]]
-        self.assertEqual(rows, [["ui/a.cpp", "1", "1", "0", "0", "0"],
-                                ["ui/b.cpp", "1", "0", "1", "1", "1"],
-                                ["in", "all", "2", "1", "1", "1", "1"]])
-
     def test_what_does_not_count_is_in_no_share_or_average(self):
         self.assertEqual(report.closing_lines(RESULTS), [
             "2 of 4 killed (50.0 %), 1 survived, 1 killed by a time limit only",

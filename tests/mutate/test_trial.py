@@ -110,8 +110,6 @@ class TrialTest(unittest.TestCase):
         result = self.attempt([FAIL, PASS, PASS, PASS, PASS, PASS])
         self.assertEqual((result.outcome, result.unsteady), (SURVIVED, ["p"]))
         self.assertEqual(self.ran[:3], [("p", 9, None), ("p", 9, "S.C"), ("p", 9, None)])
-
-    def test_a_case_that_fails_behind_another_only_kills(self):
         self.assertEqual(self.attempt([FAIL, PASS, FAIL]).outcome, KILLED)
 
     def test_a_time_limit_counts_apart(self):
@@ -124,14 +122,10 @@ class TrialTest(unittest.TestCase):
             self.attempt(runs)
             self.assertEqual(self.renewed, expected)
 
-    def test_what_does_not_compile_is_not_run(self):
+    def test_what_does_not_compile_or_gives_the_same_code_is_not_run(self):
         for number in 0, 1:
             self.assertEqual(self.attempt([], failing_build=number).outcome, NOT_COMPILING)
-
-    def test_the_same_code_is_not_run(self):
         self.assertEqual(self.attempt([], same=True).outcome, SAME_CODE)
-
-    def test_headers_are_not_compared(self):
         self.assertEqual(self.attempt([PASS] * 4, file="ui/a.h", same=True).outcome, SURVIVED)
 
 

@@ -26,17 +26,12 @@ class HarnessTest(unittest.TestCase):
              f"--gtest_output=xml:Z:{self.report}"],
             stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
 
-    def test_a_passing_case_gives_zero_and_a_report(self):
-        self.assertEqual(self.run_probe("Probe.Passes").returncode, 0)
-        self.assertTrue(self.report.exists())
-
-    def test_a_failing_case_gives_one_and_a_report(self):
-        self.assertEqual(self.run_probe("Probe.Fails").returncode, 1)
-        self.assertIn("as it should", self.report.read_text())
-
-    def test_an_exception_is_a_failure_with_its_text(self):
-        self.assertEqual(self.run_probe("Probe.Throws").returncode, 1)
-        self.assertIn("as it should", self.report.read_text())
+    def test_each_end_gives_its_code_and_report(self):
+        for case, code, text in (("Passes", 0, ""), ("Fails", 1, "as it should"),
+                                 ("Throws", 1, "as it should")):
+            with self.subTest(case):
+                self.assertEqual(self.run_probe(f"Probe.{case}").returncode, code)
+                self.assertIn(text, self.report.read_text())
 
     def test_a_crash_is_told_with_place_and_case_and_leaves_no_report(self):
         run = self.run_probe("Probe.ReadsNull")
@@ -45,11 +40,8 @@ class HarnessTest(unittest.TestCase):
         self.assertIn("CRASH: in Probe.ReadsNull", run.stderr)
         self.assertFalse(self.report.exists())
 
-    def test_abort_is_not_success(self):
+    def test_abort_or_exit_leaves_no_report(self):
         self.assertNotEqual(self.run_probe("Probe.Aborts").returncode, 0)
-        self.assertFalse(self.report.exists())
-
-    def test_leaving_in_the_middle_leaves_no_report(self):
         self.run_probe("Probe.LeavesEarly")
         self.assertFalse(self.report.exists())
 

@@ -33,43 +33,31 @@ class QuirksTest(unittest.TestCase):
             self.assertEqual(run.returncode, 1 if run.stdout else 0)
             return run.stdout.splitlines()
 
-    def test_agreeing_tree_passes(self):
-        self.assertEqual(self.check({}), [])
-
-    def test_citation_of_an_unknown_number_fails(self):
-        for path in ("ui/c.h", "tests/c.cpp", "docs/c.md"):
-            self.assertEqual(self.check({path: "\n// Quirk 3: x\n"}),
-                             [f"{path}:2: Quirk 3 is not in docs/quirks.md"])
-        page = GOOD["docs/quirks.md"] + "\nSee Quirk 3.\n"
-        self.assertEqual(self.check({"docs/quirks.md": page}),
-                         ["docs/quirks.md:15: Quirk 3 is not in docs/quirks.md"])
-
-    def test_citation_broken_over_two_lines_counts(self):
-        for text in ("  /// text (Quirk\n  /// 1) goes on\n", "/* text Quirk\n * 1. */\n"):
-            self.assertEqual(self.check({"ui/a.cpp": text}), [])
-
-    def test_number_that_only_tests_and_pages_cite_fails(self):
-        elsewhere = {"ui/a.cpp": "", "tests/c.cpp": "// Quirk 1", "docs/c.md": "Quirk 1"}
-        self.assertEqual(self.check(elsewhere),
-                         ["docs/quirks.md: no comment in the product cites Quirk 1"])
-
-    def test_number_that_begins_with_another_is_not_that_one(self):
-        self.assertEqual(self.check({"ui/a.cpp": "// Quirk 12\n"}),
-                         ["ui/a.cpp:1: Quirk 12 is not in docs/quirks.md",
-                          "docs/quirks.md: no comment in the product cites Quirk 1"])
-
-    def test_number_given_twice_fails(self):
-        self.assertEqual(self.check({"docs/quirks.md": HEAD + FIRST + SECOND + SECOND}),
-                         ["docs/quirks.md:7: a second Quirk 2"])
-
-    def test_gap_fails(self):
-        self.assertEqual(self.check({"docs/quirks.md": HEAD + SECOND, "ui/a.cpp": ""}),
-                         ["docs/quirks.md: no Quirk 1"])
-
-    def test_missing_test_fails(self):
-        for other in ("", "// TEST(S, Two) {\n", "TEST(S, Twofold) {\n", "TEST(T, Two) {\n"):
-            self.assertEqual(self.check({"tests/t.cpp": "TEST(S, One) {\n" + other}),
-                             ["docs/quirks.md:13: no test S.Two"])
+    def test_each_disagreement_is_named(self):
+        page = "docs/quirks.md"
+        uncited = [f"{page}: no comment in the product cites Quirk 1"]
+        rows = [
+            ({}, []),
+            ({"ui/a.cpp": "  /// text (Quirk\n  /// 1) goes on\n"}, []),
+            ({"ui/a.cpp": "/* text Quirk\n * 1. */\n"}, []),
+            *(({path: "\n// Quirk 3: x\n"}, [f"{path}:2: Quirk 3 is not in {page}"])
+              for path in ("ui/c.h", "tests/c.cpp", "docs/c.md")),
+            ({page: GOOD[page] + "\nSee Quirk 3.\n"}, [f"{page}:15: Quirk 3 is not in {page}"]),
+            ({"ui/a.cpp": "", "tests/c.cpp": "// Quirk 1", "docs/c.md": "Quirk 1"}, uncited),
+            ({"ui/a.cpp": "// Quirk 12\n"}, [f"ui/a.cpp:1: Quirk 12 is not in {page}", *uncited]),
+            ({page: HEAD + FIRST + SECOND + SECOND}, [f"{page}:7: a second Quirk 2"]),
+            ({page: HEAD + SECOND, "ui/a.cpp": ""}, [f"{page}: no Quirk 1"]),
+            *(({"tests/t.cpp": "TEST(S, One) {\n" + other}, [f"{page}:13: no test S.Two"])
+              for other in ("", "// TEST(S, Two) {\n", "TEST(S, Twofold) {\n", "TEST(T, Two) {\n")),
+            *(({page: HEAD + FIRST + SECOND + row},
+               [f"{page}:7: not a row of number, what, why and one test"])
+              for row in ("| 3 | c | d | none |\n", "| 3 | c |  | `S.One` |\n",
+                          "| 3 | c | `S.One` |\n", "| x | c | d | `S.One` |\n",
+                          "| 3 | c | d | `S.One`, `S.Two` |\n")),
+        ]
+        for changes, lines in rows:
+            with self.subTest(changes=changes):
+                self.assertEqual(self.check(changes), lines)
 
     def test_python_test_counts_with_its_class(self):
         row = "| 2 | c | d | `MoreTest.test_b` |\n"
@@ -79,12 +67,6 @@ class QuirksTest(unittest.TestCase):
         self.assertEqual(self.check({**page, "tests/t.py": named}), [])
         self.assertEqual(self.check({**page, "tests/t.py": named.replace("_b", "_c")}),
                          ["docs/quirks.md:6: no test MoreTest.test_b"])
-
-    def test_incomplete_row_fails(self):
-        for row in ("| 3 | c | d | none |\n", "| 3 | c |  | `S.One` |\n", "| 3 | c | `S.One` |\n",
-                    "| x | c | d | `S.One` |\n", "| 3 | c | d | `S.One`, `S.Two` |\n"):
-            self.assertEqual(self.check({"docs/quirks.md": HEAD + FIRST + SECOND + row}),
-                             ["docs/quirks.md:7: not a row of number, what, why and one test"])
 
 
 if __name__ == "__main__":

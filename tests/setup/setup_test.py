@@ -87,13 +87,6 @@ class SetupTest(unittest.TestCase):
         self.assertRegex(out, r"s\nnext\nends\n\Z")
         self.assertEqual(out.count("ends"), 1)
 
-    def test_a_checkout_that_takes_nothing_is_told(self):
-        (self.checkout / "build").write_text("not a folder")
-        code, _, err = self.bash("require_build_folder")
-        self.assertEqual(code, 1)
-        self.assertRegex(err, r"Nothing can be written to .*Schöne Übung/build: \w")
-        self.assertIn("copy it into a folder of your own", err)
-
     def test_a_second_run_waits_for_the_first(self):
         first = subprocess.Popen(
             self.command("lock_checkout; echo locked; read -r; unlock_checkout; read -r"),
@@ -122,14 +115,6 @@ class SetupTest(unittest.TestCase):
         os.kill(int(pid.read_text()), 9)  # its program ends; what shows progress has to end by itself
         self.addCleanup(first.communicate)
         self.assertEqual(self.bash("lock_checkout; echo mine")[1].splitlines()[-1], "mine")
-
-    def test_a_program_that_is_missing_is_told_with_its_package(self):
-        programs = "programs=(build:no-such-program:its-package lint:nor-this:other)"
-        code, _, err = self.bash(f"{programs}; check_programs build wine")
-        self.assertEqual(code, 1)
-        self.assertIn("no-such-program is missing", err)
-        self.assertIn("apt-get install --reinstall its-package", err)
-        self.assertEqual(self.bash(f"{programs}; check_programs bench")[0], 0)
 
     def test_each_purpose_needs_its_own_packages(self):
         def packages(*purposes):

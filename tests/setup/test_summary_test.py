@@ -80,40 +80,25 @@ class SummaryTest(unittest.TestCase):
         failure = ElementTree.parse(self.results / "one.xml").getroot().find(".//failure")
         self.assertEqual((failure.get("message"), failure.text), (escaped, escaped))
 
-    def test_a_crash_counts_although_there_is_no_report(self):
-        self.add("one", "run", GTEST_PASS)
-        self.add("two", "fail", message="SEGFAULT")
-        self.assert_closes("1 passed, 1 failed", 1)
-
-    def test_a_crash_at_the_end_counts_although_all_cases_passed(self):
-        self.add("one", "fail", GTEST_PASS, message="Failed")
-        self.assert_closes("1 passed, 1 failed", 1)
-
-    def test_success_without_a_report_is_a_failure(self):
-        self.add("one", "run")
-        self.add("two", "run", GTEST_PASS)
-        self.assert_closes("1 passed, 1 failed", 1)
-
-    def test_a_cut_off_report_is_a_failure(self):
-        self.add("one", "run")
-        (self.results / "one.xml").write_text("<testsuites><testsuite>")
-        self.assert_closes("0 passed, 1 failed", 1)
-
-    def test_a_report_without_cases_is_a_failure(self):
-        self.add("one", "run", "")
-        self.assert_closes("0 passed, 1 failed", 1)
-
-    def test_a_program_that_was_not_built_is_a_failure(self):
-        self.add("one", "notrun")
-        self.assert_closes("0 passed, 1 failed", 1)
-
-    def test_a_test_that_ctest_never_reached_is_a_failure(self):
-        self.add("one", None)
-        self.assert_closes("0 passed, 1 failed", 1)
-
-    def test_a_failing_script_is_a_failure(self):
-        self.add("script", "fail", gtest=False, message="Failed")
-        self.assert_closes("0 passed, 1 failed", 1)
+    def test_everything_but_a_complete_report_is_a_failure(self):
+        for why, entry in {
+                "crash": {"status": "fail", "message": "SEGFAULT"},
+                "crash at the end": {"status": "fail", "report": GTEST_PASS, "message": "Failed"},
+                "success without a report": {"status": "run"},
+                "cut off report": {"status": "run", "raw": "<testsuites><testsuite>"},
+                "report without cases": {"status": "run", "report": ""},
+                "not built": {"status": "notrun"}, "never reached by CTest": {"status": None},
+                "failing script": {"status": "fail", "gtest": False, "message": "Failed"}}.items():
+            with self.subTest(why):
+                self.setUp()
+                raw = entry.pop("raw", None)
+                self.add("one", **entry)
+                if raw:
+                    (self.results / "one.xml").write_text(raw)
+                passed = 1 if why == "crash at the end" else 0
+                self.assert_closes(f"{passed} passed, 1 failed", 1)
+        self.setUp()
+        self.assert_closes("0 passed, 1 failed", 1)  # no tests at all
 
     def test_skipped_cases_are_named_and_disabled_ones_ignored(self):
         self.add("one", "run", GTEST_PASS + GTEST_SKIP + GTEST_DISABLED)
@@ -126,9 +111,6 @@ class SummaryTest(unittest.TestCase):
         lines = self.assert_closes("2 passed, 0 failed", 0)
         self.assertEqual(lines[:-1], ["Took more than a fifth of the limit:",
                                       "  slow: 20 s of 100 s"])
-
-    def test_no_tests_at_all_is_a_failure(self):
-        self.assert_closes("0 passed, 1 failed", 1)
 
     def test_lint_counts_each_check(self):
         self.add("one", "run", GTEST_PASS)

@@ -61,16 +61,10 @@ HttpAnswer& HttpAnswer::Bytes(std::string_view bytes) {
   return *this;
 }
 
-HttpAnswer& HttpAnswer::Pattern(uint64_t seed, uint64_t length, uint64_t start) {
+HttpAnswer& HttpAnswer::Pattern(uint64_t seed, uint64_t length) {
   const std::string pattern =
-      Object({Member("seed", std::to_string(seed)), Member("length", std::to_string(length)),
-              Member("start", std::to_string(start))});
+      Object({Member("seed", std::to_string(seed)), Member("length", std::to_string(length))});
   m_segments.push_back(Object({Member("pattern", pattern)}));
-  return *this;
-}
-
-HttpAnswer& HttpAnswer::File(std::string_view path) {
-  m_segments.push_back(Object({Member("file", JsonString(path))}));
   return *this;
 }
 

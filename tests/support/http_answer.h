@@ -13,7 +13,6 @@
 namespace http_point {
 inline constexpr std::string_view kBeforeHeaders = "before_headers";
 std::string HeadByte(uint64_t offset);
-inline constexpr std::string_view kAfterHeaders = "after_headers";
 std::string BodyByte(uint64_t offset);
 inline constexpr std::string_view kEnd = "end";
 }  // namespace http_point
@@ -36,11 +35,10 @@ class HttpAnswer {
   // Bytes in place of status line, headers and blank line. A body, if any, follows unframed.
   HttpAnswer& RawHead(std::string_view bytes);
 
-  // Each of these appends to the body: literal bytes; `length` bytes of the stream of `seed` from
-  // its byte `start` on (see PatternBytes); a file of the server's machine.
+  // Each of these appends to the body: literal bytes; the first bytes of the stream of `seed` (see
+  // PatternBytes).
   HttpAnswer& Bytes(std::string_view bytes);
-  HttpAnswer& Pattern(uint64_t seed, uint64_t length, uint64_t start = 0);
-  HttpAnswer& File(std::string_view path);
+  HttpAnswer& Pattern(uint64_t seed, uint64_t length);
 
   // Transfer-Encoding: chunked, in chunks of this many bytes.
   HttpAnswer& Chunked(size_t chunk_size = 65536);
@@ -51,10 +49,10 @@ class HttpAnswer {
   // Asks for and performs the end of the connection after this answer.
   HttpAnswer& Close();
 
-  // Waits at a point until ScriptedPath::AllowPoint or AllowAll, a body point also until more bytes
-  // than its offset are allowed. Waits for ever otherwise, as a stalled server does.
+  // Waits at a point until ScriptedPath::AllowAll, a body point also until more bytes than its
+  // offset are allowed. Waits for ever otherwise, as a stalled server does.
   HttpAnswer& Hold(std::string_view point);
-  // Body bytes flow only as far as ScriptedPath::Allow and AllowUpTo let them.
+  // Body bytes flow only as far as ScriptedPath::AllowUpTo lets them.
   HttpAnswer& Gated();
   // Body bytes per second.
   HttpAnswer& Rate(uint64_t bytes_per_second);

@@ -12,6 +12,17 @@ namespace {
                            std::to_string(WSAGetLastError()));
 }
 
+// Winsock, initialised for as long as the program runs.
+void StartWinsock() {
+  static const int error = [] {
+    WSADATA data;
+    return WSAStartup(MAKEWORD(2, 2), &data);
+  }();
+  if (error != 0) {
+    throw std::runtime_error("WSAStartup failed with " + std::to_string(error));
+  }
+}
+
 class TcpSocket {
  public:
   TcpSocket() : m_socket(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)) {
@@ -74,6 +85,7 @@ class TcpSocket {
 
 HttpReply ExchangeHttp(uint16_t port, std::string_view request,
                        std::chrono::milliseconds patience) {
+  StartWinsock();
   TcpSocket socket;
   socket.Connect(port);
   socket.SetReceiveTimeout(patience);

@@ -59,18 +59,3 @@ std::string PatternBytes(uint64_t seed, uint64_t offset, size_t length) {
   }
   return bytes;
 }
-
-std::optional<size_t> FindPatternMismatch(uint64_t seed, uint64_t offset, std::string_view data) {
-  const std::string_view noise = DoubledNoise(seed);
-  size_t position = 0;
-  while (position < data.size()) {
-    const auto expected = PatternPiece(noise, offset + position, data.size() - position);
-    const auto piece = data.substr(position, expected.size());
-    if (piece != expected) {
-      const auto difference = std::mismatch(piece.begin(), piece.end(), expected.begin());
-      return position + static_cast<size_t>(difference.first - piece.begin());
-    }
-    position += expected.size();
-  }
-  return std::nullopt;
-}

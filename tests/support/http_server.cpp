@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "tests/support/http_exchange.h"
-#include "tests/support/log_lines.h"
 
 namespace {
 
@@ -29,10 +28,6 @@ HttpTestServer::HttpTestServer() : m_port(PortFromEnvironment()) {}
 
 std::wstring HttpTestServer::BaseUrl() const {
   return L"http://127.0.0.1:" + std::to_wstring(m_port);
-}
-
-std::vector<RequestRecord> HttpTestServer::AllRequests() const {
-  return LogLines(Command("GET", "log?format=lines")).requests;
 }
 
 std::string HttpTestServer::Command(std::string_view method, std::string_view command,

@@ -4,11 +4,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "tests/support/request_record.h"
 #include "tests/support/scripted_path.h"
-#include "tests/support/winsock_session.h"
 
 // The scriptable HTTP server of the test run (tests/http_server), shared by all test programs.
 // A test makes one of these and gives its paths to ScriptedPath objects. The object has no state
@@ -22,15 +19,11 @@ class HttpTestServer {
   // "http://127.0.0.1:<port>", without a slash at the end.
   std::wstring BaseUrl() const;
 
-  // The latest requests to the server, scripted or not, of this program and others.
-  std::vector<RequestRecord> AllRequests() const;
-
   // Sends a command to the control interface and returns the text of the answer. `patience` is how
   // long the server may be silent. Throws std::runtime_error if the server refuses or is not there.
   std::string Command(std::string_view method, std::string_view command, std::string_view body = {},
                       std::chrono::milliseconds patience = std::chrono::seconds(60)) const;
 
  private:
-  WinsockSession m_winsock;
   uint16_t m_port = 0;
 };

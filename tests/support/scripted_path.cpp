@@ -8,7 +8,6 @@
 
 #include "tests/support/http_encoding.h"
 #include "tests/support/http_server.h"
-#include "tests/support/log_lines.h"
 
 namespace {
 
@@ -82,29 +81,8 @@ bool ScriptedPath::WaitForEnd(int count, std::chrono::milliseconds timeout) cons
   return Wait(EventAndCount("ended", count), timeout);
 }
 
-bool ScriptedPath::WaitForFinished(int count, std::chrono::milliseconds timeout) const {
-  return Wait(EventAndCount("finished", count), timeout);
-}
-
-bool ScriptedPath::WaitForAborted(int count, std::chrono::milliseconds timeout) const {
-  return Wait(EventAndCount("aborted", count), timeout);
-}
-
-void ScriptedPath::Allow(uint64_t bytes) const {
-  m_server.Command("POST", Target("allow") + "&bytes=" + std::to_string(bytes));
-}
-
 void ScriptedPath::AllowUpTo(uint64_t bytes) const {
   m_server.Command("POST", Target("allow") + "&limit=" + std::to_string(bytes));
-}
-
-void ScriptedPath::AllowPoint(std::string_view point) const {
-  m_server.Command("POST", Target("allow") + "&point=" + PercentEncode(point));
-}
-
-void ScriptedPath::AllowPoint(std::string_view point, int times) const {
-  m_server.Command("POST", Target("allow") + "&point=" + PercentEncode(point) +
-                               "&times=" + std::to_string(times));
 }
 
 void ScriptedPath::AllowAll() const { m_server.Command("POST", Target("allow") + "&all=1"); }

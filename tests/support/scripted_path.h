@@ -44,19 +44,11 @@ class ScriptedPath {
   // at BodyByte(0).
   [[nodiscard]] bool WaitForHeld(std::string_view point = {}, int count = 1,
                                  std::chrono::milliseconds timeout = kPatience) const;
-  // Any end of an answer; the whole answer has been sent; the client left before that.
+  // An answer has been sent, or was cut, or the client has left.
   [[nodiscard]] bool WaitForEnd(int count = 1, std::chrono::milliseconds timeout = kPatience) const;
-  [[nodiscard]] bool WaitForFinished(int count = 1,
-                                     std::chrono::milliseconds timeout = kPatience) const;
-  [[nodiscard]] bool WaitForAborted(int count = 1,
-                                    std::chrono::milliseconds timeout = kPatience) const;
 
-  // Lets that many more body bytes of each gated answer pass; the second form sets their sum.
-  void Allow(uint64_t bytes) const;
+  // Lets that many body bytes of each gated answer pass in all, and held body points before them.
   void AllowUpTo(uint64_t bytes) const;
-  // Lets all answers pass a held point, or only the next `times` ones.
-  void AllowPoint(std::string_view point) const;
-  void AllowPoint(std::string_view point, int times) const;
   // Lets everything pass, without holds, gates and rates, from now on.
   void AllowAll() const;
 

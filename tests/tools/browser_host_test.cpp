@@ -5,24 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "tests/tools/helper_double.h"
 #include "tests/tools/helper_registration.h"
 #include "tests/tools/tool_process.h"
-#include "tools/browser_host/browser_window.h"
 #include "tools/dialog_driver/polling.h"
-#include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"
 
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
@@ -35,13 +30,6 @@ class CBrowserProcess : public CToolProcess {
  public:
   explicit CBrowserProcess(const std::wstring& arguments)
       : CToolProcess(ToolPath(L"browser_host.exe"), arguments) {}
-
-  /// The frame window, as the host announces it.
-  HWND Frame() {
-    const auto line = WaitForLine("frame hwnd=");
-    EXPECT_TRUE(line);
-    return line ? reinterpret_cast<HWND>(std::stoull(line->substr(11), nullptr, 16)) : nullptr;
-  }
 };
 
 size_t IndexOf(const std::vector<std::string>& lines, const std::string& line) {
@@ -90,14 +78,6 @@ TEST(BrowserHost, CarriesOutCommandsInOrder) {
   EXPECT_EQ(lines.back(),
             "\xc3\xbc"
             "ber");
-}
-
-TEST(BrowserHost, RefusesWrongUsage) {
-  for (const wchar_t* arguments : {L"frobnicate", L"--frobnicate", L"wait x"}) {
-    CBrowserProcess browser(arguments);
-    EXPECT_EQ(browser.WaitForExit(), 2u) << arguments;
-    EXPECT_TRUE(browser.Lines().empty());
-  }
 }
 
 TEST(BrowserHost, GivesRegisteredHelperObjectsTheFrame) {
@@ -196,56 +176,4 @@ TEST(BrowserHost, ReportsANavigationThatIsNotOverInTime) {
                           L" wait-navigation print never");
   EXPECT_EQ(browser.WaitForExit(), 1u);
   EXPECT_EQ(browser.Lines().back(), "error not in time");
-}
-
-TEST(BrowserHost, WritesTheLogToo) {
-  const std::wstring log = TestFilePath(L"browser_host_test.log");
-  {
-    CBrowserProcess browser(L"--no-helpers --log \"" + log + L"\" print logged quit");
-    EXPECT_EQ(browser.WaitForExit(), 0u);
-  }
-  std::ifstream file(log.c_str());
-  std::string text((std::istreambuf_iterator<char>(file)), {});
-  file.close();
-  EXPECT_THAT(text, HasSubstr("frame hwnd=0x"));
-  EXPECT_THAT(text, HasSubstr("\nlogged\n"));
-  EXPECT_TRUE(DeleteFileW(log.c_str()));
-}
-
-TEST(BrowserHost, NavigatesByTheAddressBar) {
-  CBrowserProcess browser(L"--no-helpers --show --commands-from-stdin");
-  const HWND frame = browser.Frame();
-  EXPECT_EQ(WindowClass(frame), L"IEFrame");
-  ASSERT_EQ(SetControlText(frame, kAddressEdit, L"about:one", kToolTimeout), ActionResult::kDone);
-  ASSERT_EQ(PressKey(frame, kAddressEdit, VK_RETURN), ActionResult::kDone);
-  EXPECT_TRUE(browser.WaitForLine("event BeforeNavigate2 url=<about:one> cancel=0"));
-  ASSERT_EQ(SetControlText(frame, kAddressEdit, L"about:two", kToolTimeout), ActionResult::kDone);
-  ASSERT_EQ(Click(frame, kGoButton, kToolTimeout), ActionResult::kDone);
-  EXPECT_TRUE(browser.WaitForLine("event BeforeNavigate2 url=<about:two> cancel=0"));
-  browser.WriteLine("wait-idle");
-  ASSERT_TRUE(browser.WaitForLine("ok"));
-  EXPECT_THAT(WindowText(frame), StartsWith(L"about:two"));
-}
-
-TEST(BrowserHost, FillsTheWindowAtEverySize) {
-  CBrowserProcess browser(L"--no-helpers --show --commands-from-stdin");
-  const HWND frame = browser.Frame();
-  for (const SIZE size : {SIZE{900, 700}, SIZE{420, 300}}) {
-    ASSERT_TRUE(SetWindowPos(frame, nullptr, 20, 20, size.cx, size.cy, SWP_NOZORDER));
-    browser.WriteLine("wait-idle");
-    ASSERT_TRUE(browser.WaitForLine("ok"));
-    RECT client{};
-    GetClientRect(frame, &client);
-    MapWindowPoints(frame, nullptr, reinterpret_cast<POINT*>(&client), 2);
-    const HWND control = FindWindowExW(frame, nullptr, L"Shell Embedding", nullptr);
-    ASSERT_TRUE(control);
-    const RECT inner = ReadWindow(control).rect;
-    const RECT address = ReadWindow(GetDlgItem(frame, kAddressEdit)).rect;
-    const RECT status = ReadWindow(GetDlgItem(frame, kStatusBar)).rect;
-    EXPECT_EQ(inner.left, client.left);
-    EXPECT_EQ(inner.right, client.right);
-    EXPECT_GE(inner.top, address.bottom);
-    EXPECT_EQ(inner.bottom, status.top);
-    EXPECT_LT(address.right, client.right);
-  }
 }

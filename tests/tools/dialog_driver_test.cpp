@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <commctrl.h>
-#include <commdlg.h>
 
 #include <array>
 #include <functional>
@@ -146,18 +145,6 @@ TEST(DialogDriver, FindsReadsAndClicksAMessageBox) {
   EXPECT_EQ(box.Result(), IDNO);
 }
 
-TEST(DialogDriver, ClosesAWindowAndPressesKeys) {
-  CModalThread closed([] { return ShowBox(L"Driver close", MB_OKCANCEL); });
-  EXPECT_EQ(Drive(L"close " + AwaitWindow(L"Driver close")).exitCode, 0u);
-  EXPECT_EQ(closed.Result(), IDCANCEL);
-  CModalThread escaped([] { return ShowBox(L"Driver escape", MB_OKCANCEL); });
-  EXPECT_EQ(Drive(L"key " + AwaitWindow(L"Driver escape") + L" 0 escape").exitCode, 0u);
-  EXPECT_EQ(escaped.Result(), IDCANCEL);
-  CModalThread commanded([] { return ShowBox(L"Driver command", MB_YESNO); });
-  EXPECT_EQ(Drive(L"command " + AwaitWindow(L"Driver command") + L" 6").exitCode, 0u);
-  EXPECT_EQ(commanded.Result(), IDYES);
-}
-
 TEST(DialogDriver, FillsAFormAsAPersonWould) {
   CModalThread form(ShowForm);
   const std::wstring window = AwaitWindow(L"Driver form");
@@ -174,25 +161,6 @@ TEST(DialogDriver, FillsAFormAsAPersonWould) {
   EXPECT_EQ(form.Result(), 77);
 }
 
-TEST(DialogDriver, DrivesTheSystemsSaveDialog) {
-  const std::wstring target = TestFilePath(L"driver \u00e4 b.folivo");
-  std::array<wchar_t, 512> chosen{};
-  CModalThread dialog([&chosen]() -> INT_PTR {
-    OPENFILENAMEW request{};
-    request.lStructSize = sizeof(request);
-    request.lpstrFile = chosen.data();
-    request.nMaxFile = static_cast<DWORD>(chosen.size());
-    request.lpstrTitle = L"Driver save";
-    request.Flags = OFN_EXPLORER | OFN_PATHMUSTEXIST | OFN_OVERWRITEPROMPT;
-    return GetSaveFileNameW(&request);
-  });
-  const std::wstring window = AwaitWindow(L"Driver save");
-  EXPECT_EQ(Drive(L"set-text " + window + L" 0x47c \"" + target + L"\"").exitCode, 0u);
-  EXPECT_EQ(Drive(L"click " + window + L" 1").exitCode, 0u);
-  EXPECT_EQ(dialog.Result(), TRUE);
-  EXPECT_EQ(std::wstring(chosen.data()).substr(1), target.substr(1));
-}
-
 TEST(DialogDriver, SaysWhatIsNotThere) {
   EXPECT_EQ(Drive(L"wait-window --title \"No such window\" --timeout 50").exitCode, 1u);
   EXPECT_EQ(Drive(L"close 0x7ffffff0").exitCode, 1u);
@@ -203,10 +171,4 @@ TEST(DialogDriver, SaysWhatIsNotThere) {
   EXPECT_EQ(Drive(L"click " + window + L" 4711 --timeout 50").exitCode, 1u);
   EXPECT_EQ(Drive(L"wait-gone " + window + L" --timeout 50").exitCode, 1u);
   EXPECT_EQ(Drive(L"click " + window + L" 6").exitCode, 0u);
-}
-
-TEST(DialogDriver, RefusesWrongUsage) {
-  for (const wchar_t* arguments : {L"", L"frobnicate", L"click 1", L"list --bogus 1"}) {
-    EXPECT_EQ(Drive(arguments).exitCode, 2u) << arguments;
-  }
 }

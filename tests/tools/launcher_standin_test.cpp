@@ -69,32 +69,6 @@ TEST_F(LauncherStandIn, SignalsWhoeverWaits) {
   CloseHandle(started);
 }
 
-TEST_F(LauncherStandIn, SaysSoWhenItCannotRecord) {
-  const HANDLE started = CreateEventW(nullptr, TRUE, FALSE, L"FolivoLauncherStandIn");
-  SetRecordFile(L"C:\\no such folder\\record");
-  EXPECT_EQ(Launch(L"x"), 1u);
-  EXPECT_EQ(WaitForSingleObject(started, 0), static_cast<DWORD>(WAIT_TIMEOUT));
-  CloseHandle(started);
-}
-
-TEST_F(LauncherStandIn, RecordsBesideItselfWithoutASetting) {
-  ASSERT_EQ(RegDeleteKeyValueW(HKEY_CURRENT_USER, kSettings, L"LauncherRecord"), ERROR_SUCCESS);
-  const std::wstring folder = TestFilePath(L"launcher_standin_test");
-  const std::wstring copy = folder + L"\\LaunchFolivo.exe";
-  const std::wstring log = folder + L"\\LaunchFolivo.log";
-  CreateDirectoryW(folder.c_str(), nullptr);
-  DeleteFileW(log.c_str());
-  ASSERT_TRUE(CopyFileW(ToolPath(L"LaunchFolivo.exe").c_str(), copy.c_str(), FALSE));
-  {
-    CToolProcess launcher(copy, L"beside", L"C:\\");
-    EXPECT_EQ(launcher.WaitForExit(), 0u);
-  }
-  EXPECT_EQ(ReadFileBytes(log), "beside\tC:\\\n");
-  EXPECT_TRUE(DeleteFileW(log.c_str()));
-  EXPECT_TRUE(DeleteFileW(copy.c_str()));
-  EXPECT_TRUE(RemoveDirectoryW(folder.c_str()));
-}
-
 TEST_F(LauncherStandIn, LosesNoRecordWhenSeveralRunAtOnce) {
   constexpr int kLaunchers = 6;
   std::vector<std::unique_ptr<CToolProcess>> launchers;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 
 namespace {
@@ -110,10 +109,6 @@ DWORD CToolProcess::WaitForExit() {
   WaitForSingleObject(m_process, kToolTimeout);
   GetExitCodeProcess(m_process, &exitCode);
   return exitCode;
-}
-
-bool CToolProcess::HasLine(std::string_view line) const {
-  return std::find(m_lines.begin(), m_lines.end(), line) != m_lines.end();
 }
 
 bool CToolProcess::NextLine(std::string& line) {

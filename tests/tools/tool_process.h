@@ -49,9 +49,6 @@ class CToolProcess {
   /// Every line that was read by WaitForLine and WaitForExit so far.
   const std::vector<std::string>& Lines() const { return m_lines; }
 
-  /// Whether such a line was read.
-  bool HasLine(std::string_view line) const;
-
  private:
   static DWORD WINAPI ReaderThread(void* self);
   void ReadOutput();
