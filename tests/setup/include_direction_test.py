@@ -53,6 +53,11 @@ class IncludeDirectionTest(unittest.TestCase):
         self.assertEqual(self.check({"atl/detail/a.h": '#include "../../ui/u.h"\n'})[0], 1)
         self.assertEqual(self.check({"atl/detail/a.h": '#include "../b.h"\n'}), (0, []))
 
+    def test_file_of_the_root_that_hides_a_header_is_refused(self):
+        self.assertEqual(self.check({"VERSION": "1", "Windows.h": "", "version.txt": "1", "ui/list": ""}),
+                         (1, ["VERSION: hides the system's header <version> on Windows",
+                              "Windows.h: hides the system's header <windows.h> on Windows"]))
+
     def test_tests_may_include_everything(self):
         self.assertEqual(self.check({"tests/ui/t.cpp": '#include "download/d.h"\n'}), (0, []))
 
