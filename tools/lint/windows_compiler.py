@@ -5,6 +5,7 @@ Usage: windows_compiler.py BUILD_DIR [SOURCE...]    (BUILD_DIR built; without SO
 
 With clang in the Windows compiler's mode, LLVM's resource compiler, and stand-ins for the libraries,
 MIDL and the Windows SDK (mingw-w64's headers, atl/, libstdc++; what widl made in BUILD_DIR):
+- each preset is offered on the system that it works on;
 - the variables of the preset windows-msvc configure and generate, without an option of GCC's;
 - the resource script compiles by the rule that this makes;
 - the product's sources compile by the commands that this makes.
@@ -31,15 +32,32 @@ GCC_OPTION = re.compile(r"(?<=\s)(-W(l,|all|extra|pedantic|error)|-static|-g(dwa
                         r"[^\s]*")
 
 
-def preset_variables(name):
-    """The cache variables of a configure preset and of those that it inherits."""
+def inherited_presets(kind, name):
+    """Yields a preset and those that it inherits."""
     presets = {preset["name"]: preset for preset in
-               json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
-    variables = {}
+               json.loads((ROOT / "CMakePresets.json").read_text())[kind]}
     while name:
-        variables = {**presets[name].get("cacheVariables", {}), **variables}
+        yield presets[name]
         name = presets[name].get("inherits")
+
+
+def preset_variables(name):
+    """The cache variables of a configure preset."""
+    variables = {}
+    for preset in inherited_presets("configurePresets", name):
+        variables = preset.get("cacheVariables", {}) | variables
     return variables
+
+
+def presets_for_the_wrong_system():
+    """Yields the presets that are not offered on one system only: the one that they work on."""
+    for kind in ("configurePresets", "buildPresets"):
+        for preset in json.loads((ROOT / "CMakePresets.json").read_text())[kind]:
+            name = preset["name"]
+            condition = {"type": "equals", "lhs": "${hostSystemName}",
+                         "rhs": "Windows" if name.startswith("windows") else "Linux"}
+            if condition not in (other.get("condition") for other in inherited_presets(kind, name)):
+                yield f"CMakePresets.json: {kind}: {name} is not for {condition['rhs']} alone"
 
 
 def run(*command, cwd=ROOT):
@@ -140,7 +158,7 @@ def main():
     WORK.mkdir(parents=True)
     make_libraries(product)
     configure()
-    findings = list(gcc_options())
+    findings = [*presets_for_the_wrong_system(), *gcc_options()]
     run("/usr/bin/ninja", "-C", BUILD, "plugin_resources")
     if not list(BUILD.glob("plugin/CMakeFiles/plugin_resources.dir/**/*.res")):
         findings.append("the resource compiler made nothing")
