@@ -34,7 +34,8 @@ while (($#)); do
     --only-check-arguments) only_check=yes ;;
     --quick) options+=("$1") ;;
     --only)
-      names+=("${2?--only wants the name of a measurement: see ./run bench --list.}")
+      (($# > 1)) || die "--only wants the name of a measurement: see ./run bench --list."
+      names+=("$2")
       options+=("$1" "$2")
       shift
       ;;

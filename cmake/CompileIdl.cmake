@@ -3,13 +3,20 @@
 # Compiles an interface definition into a type library, a C++ header and the definitions of its
 # GUIDs: <stem>.tlb, <stem>_h.h and <stem>_i.c in the current build folder. NAME becomes an
 # INTERFACE library: whoever links to it has that folder on its include path and is built after.
-# By MIDL with the Windows compiler, else by widl. windres follows no includes: a resource script that holds the type library must name it in
-# OBJECT_DEPENDS.
+# By MIDL with the Windows compiler, else by widl. windres follows no includes: a resource script that
+# holds the type library must name it in OBJECT_DEPENDS.
 set(undate "${PROJECT_SOURCE_DIR}/cmake/undate_type_library.py")
 
-# Internal. MIDL calls the compiler to preprocess: both are in a developer command prompt.
+# Internal. MIDL calls the compiler to preprocess: both are in a developer command prompt. Visual
+# Studio's own build finds them, too, but not when it configures: then MIDL is looked for in the SDK.
 function(folivo_midl_command stem source result)
-  find_program(FOLIVO_MIDL midl REQUIRED DOC "The compiler of interface definitions")
+  set(hints)
+  if(CMAKE_VS_WINDOWS_TARGET_PLATFORM_VERSION)
+    cmake_host_system_information(RESULT kits QUERY WINDOWS_REGISTRY
+      "HKLM/SOFTWARE/Microsoft/Windows Kits/Installed Roots" VALUE KitsRoot10)
+    set(hints HINTS "${kits}/bin/${CMAKE_VS_WINDOWS_TARGET_PLATFORM_VERSION}/x64")
+  endif()
+  find_program(FOLIVO_MIDL midl ${hints} REQUIRED DOC "The compiler of interface definitions")
   set(${result}
     COMMAND "${FOLIVO_MIDL}" /nologo /char signed /env x64 /out "${CMAKE_CURRENT_BINARY_DIR}"
       /tlb "${stem}.tlb" /h "${stem}_h.h" /iid "${stem}_i.c" "${source}"

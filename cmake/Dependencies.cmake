@@ -6,11 +6,9 @@ if(MSVC)
   target_link_libraries(boost_thread INTERFACE Boost::thread)
   target_compile_definitions(boost_thread INTERFACE BOOST_ALL_NO_LIB BOOST_BIND_NO_PLACEHOLDERS)
 
-  find_path(FOLIVO_TINYXML_INCLUDE_DIR tinyxml.h REQUIRED)
-  find_library(FOLIVO_TINYXML_LIBRARY tinyxml REQUIRED)
+  find_package(tinyxml CONFIG REQUIRED)
   add_library(tinyxml INTERFACE)
-  target_include_directories(tinyxml SYSTEM INTERFACE "${FOLIVO_TINYXML_INCLUDE_DIR}")
-  target_link_libraries(tinyxml INTERFACE "${FOLIVO_TINYXML_LIBRARY}")
+  target_link_libraries(tinyxml INTERFACE tinyxml::tinyxml)
   return()
 endif()
 

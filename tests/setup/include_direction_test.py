@@ -14,7 +14,7 @@ class IncludeDirectionTest(unittest.TestCase):
         """What is printed about a tree of one file."""
         with tempfile.TemporaryDirectory() as folder:
             file = pathlib.Path(folder, path)
-            file.parent.mkdir(parents=True)
+            file.parent.mkdir(parents=True, exist_ok=True)
             file.write_text(text)
             run = subprocess.run(
                 ["/usr/bin/python3", ROOT / "tools/lint/include_direction.py", folder],
@@ -43,6 +43,12 @@ class IncludeDirectionTest(unittest.TestCase):
                 folder = path.split("/")[0]
                 expected = f"{path}:{line}: {folder} must not include {header}\n" if line else ""
                 self.assertEqual(self.check(path, text), expected)
+
+    def test_file_of_the_root_that_hides_a_header_is_refused(self):
+        for name, header in (("VERSION", "version"), ("Windows.h", "windows.h")):
+            self.assertEqual(self.check(name, ""),
+                             f"{name}: hides the system's header <{header}> on Windows\n")
+        self.assertEqual(self.check("version.txt", "") + self.check("ui/list", ""), "")
 
 
 if __name__ == "__main__":

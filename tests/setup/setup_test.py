@@ -116,6 +116,98 @@ class SetupTest(unittest.TestCase):
         self.addCleanup(first.communicate)
         self.assertEqual(self.bash("lock_checkout; echo mine")[1].splitlines()[-1], "mine")
 
+    def start(self, script):
+        """Starts a script that prints "ready" and then waits; returns its process."""
+        process = subprocess.Popen(self.command(script), cwd=self.checkout, stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        self.addCleanup(process.communicate)
+        self.assertEqual(process.stdout.readline(), "ready\n")
+        return process
+
+    def test_a_second_test_run_and_a_clean_leave_the_first_alone(self):
+        (self.checkout / "tests").mkdir()
+        shutil.copy(ROOT / "run", self.checkout)
+        results = self.checkout / "build/release/test-results/expected.json"
+        results.parent.mkdir(parents=True)
+        results.touch()
+        tests = "source tools/setup/test.sh; preset=release; build() { echo ready; read -r; }; run_tests"
+        self.start(f"{tests} -L unit")
+        for what, again in [("test", f"{tests} --lint"), ("clean", "./run clean --all")]:
+            with self.subTest(what):
+                code, out, err = self.bash(again)
+                self.assertEqual((code, out), (1, ""))
+                self.assertIn("Another ./run test is at work in this checkout.", err)
+                self.assertTrue(results.exists())
+
+    def test_a_clean_leaves_a_demo_alone(self):
+        (self.checkout / "tests").mkdir()
+        (self.checkout / "build/wine").mkdir(parents=True)
+        shutil.copy(ROOT / "run", self.checkout)
+        demo = self.start("exec {lock}> build/wine/demo.lock; flock $lock; echo ready; read -r")
+        code, _, err = self.bash("./run clean")
+        self.assertEqual(code, 1)
+        self.assertIn("Another ./run is at work in this checkout.", err)
+        demo.communicate("\n")
+        self.assertEqual(self.bash("./run clean; ls build")[:2], (0, ""))
+
+    def test_what_outlives_a_killed_run_holds_no_lock(self):
+        (self.checkout / "tests/http_server").mkdir(parents=True)
+        (self.checkout / "build/wine").mkdir(parents=True)
+        (self.checkout / "build/logs").mkdir()
+        waits = "echo $BASHPID >> pids; exec sleep 600"
+        service = self.checkout / "service.sh"
+        service.write_text(f"#!/bin/bash\ncase $1 in -p) ({waits}) & ;; esac\n")
+        service.chmod(0o755)
+        (self.checkout / "tests/http_server/server.py").write_text(
+            "import os, time\nprint(os.getpid(), file=open('pids', 'a'))\n"
+            "print('PORT 1', flush=True)\ntime.sleep(600)\n")
+        locks = ("exec {wine_env_lock}> build/wine/test.lock; flock -n $wine_env_lock || exit 9;"
+                 " lock_tests; lock_checkout")
+        wine = f"source tools/setup/test.sh; wine_env_name=test; {locks}"
+        for what in ("wine_env_start_display; cat build/wine/test.display-pid >> pids",
+                     "wineserver=./service.sh; WINE=/bin/true; wine_env_warm_up",
+                     "start_test_server"):
+            with self.subTest(what):
+                first = self.start(f"{wine}; {what}; echo ready; read -r")
+                first.kill()
+                first.wait()
+                pids = [int(line) for line in (self.checkout / "pids").read_text().split()]
+                try:
+                    self.assertEqual(self.bash(f"{locks}; echo mine")[:2], (0, "mine\n"))
+                finally:
+                    for pid in pids:
+                        os.kill(pid, 9)
+                    (self.checkout / "pids").unlink()
+
+    def test_unknown_arguments_are_refused_before_anything_is_done(self):
+        (self.checkout / "tests").mkdir()
+        shutil.copy(ROOT / "run", self.checkout)
+        shutil.copytree(ROOT / "tools/mutate", self.checkout / "tools/mutate")
+        shutil.copytree(ROOT / "bench", self.checkout / "bench")
+        self.start("lock_checkout; echo ready; read -r")
+        for command, told in [("setup foo", "./run setup does not know foo."),
+                              ("clean foo", "./run clean does not know foo."),
+                              ("test foo", "./run test does not know foo."),
+                              ("test --lint --full", "--lint and --full exclude each other."),
+                              ("test --lint -L unit", "exclude each other."),
+                              ("bench --only", "run: --only wants the name of a measurement"),
+                              ("mutate --foo", "unrecognized arguments: --foo"),
+                              ("mutate --count x", "invalid int value: 'x'"),
+                              ("mutate --files", "--files: expected one argument")]:
+            with self.subTest(command):
+                code, out, err = self.bash(f"./run {command}")
+                self.assertIn(code, (1, 2))
+                self.assertEqual(out, "")
+                self.assertIn(told, err)
+
+    def test_a_program_that_is_missing_is_told_with_its_package(self):
+        programs = "programs=(build:no-such-program:its-package lint:nor-this:other)"
+        code, _, err = self.bash(f"{programs}; check_programs build wine")
+        self.assertEqual(code, 1)
+        self.assertIn("no-such-program is missing", err)
+        self.assertIn("apt-get install --reinstall its-package", err)
+        self.assertEqual(self.bash(f"{programs}; check_programs bench")[0], 0)
+
     def test_each_purpose_needs_its_own_packages(self):
         def packages(*purposes):
             return set(self.bash(f"wanted_packages {' '.join(purposes)}")[1].split())

@@ -37,7 +37,11 @@ class CMarkedLang : public CGenericGUILang {
 };
 
 TEST(GUILang, OperationsHaveTheirPlacesBehindTheDestructor) {
-  constexpr int kFirst = 2;  // the destructor takes two places with this compiler
+#ifdef _MSC_VER
+  constexpr int kFirst = 1;  // one place for the virtual destructor
+#else
+  constexpr int kFirst = 2;  // GCC: one that destroys, and one that also frees
+#endif
   CMarkedLang language;
   EXPECT_TRUE(CallSlot<bool>(language, kFirst));
   CallSlot<void>(language, kFirst + 1);

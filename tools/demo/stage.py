@@ -20,7 +20,7 @@ _LAUNCHER = "LaunchFolivo.exe"
 _INSTALL_KEY = (
     r"HKLM\Software\Wow6432Node\MERLO Technologies\Folivo Software\Install Information"
 )
-_VERSION_FILE = Path(__file__).parents[2] / "VERSION"
+_VERSION_FILE = Path(__file__).parents[2] / "version.txt"
 _POLL_S = 0.03
 
 

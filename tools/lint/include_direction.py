@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Checks that the product's includes point one way: plugin -> browser, collections -> download ->
 ui -> base -> atl, with com and the generated interfaces beside them, and that no part of the
-product includes tests or tools.
+product includes tests or tools. Also that no file of the root, which is on the include path, hides a
+system's header from a compiler that ignores the case of names.
 
 Usage: include_direction.py [ROOT]
 """
 
+import glob
 import os
 import pathlib
 import re
@@ -31,6 +33,7 @@ FOLDERS = set(ALLOWED) | {"bench", "tests", "tools"}
 GENERATED = {"folivo_plugin_h.h": "interfaces"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
 SUFFIXES = {".h", ".cpp", ".rc", ".idl"}
+HEADER_FOLDERS = ("/usr/lib/gcc/x86_64-w64-mingw32/*-win32/include/c++", "/usr/x86_64-w64-mingw32/include")
 
 
 def included_folder(root, file, target):
@@ -57,13 +60,29 @@ def violations(root):
                     yield file, text.count("\n", 0, match.start()) + 1, target
 
 
+def hiding_files(root):
+    """Yields the names of files in the root that a case-insensitive `#include <...>` would find."""
+    headers = set()
+    for pattern in HEADER_FOLDERS:
+        folders = glob.glob(pattern)
+        if not folders:
+            sys.exit(f"no headers in {pattern}")
+        headers |= {name.lower() for folder in folders for name in os.listdir(folder)}
+    for file in sorted(root.iterdir()):
+        if file.is_file() and file.name.lower() in headers:
+            yield file.name
+
+
 def main():
     root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ".").resolve()
     found = list(violations(root))
     for file, line, target in found:
         folder = file.relative_to(root).parts[0]
         print(f"{file.relative_to(root)}:{line}: {folder} must not include {target}")
-    return 1 if found else 0
+    hiding = list(hiding_files(root))
+    for name in hiding:
+        print(f"{name}: hides the system's header <{name.lower()}> on Windows")
+    return 1 if found or hiding else 0
 
 
 if __name__ == "__main__":

@@ -5,7 +5,10 @@ Usage: windows_compiler.py BUILD_DIR [SOURCE...]    (BUILD_DIR built; without SO
 
 With clang in the Windows compiler's mode, LLVM's resource compiler, and stand-ins for the libraries,
 MIDL and the Windows SDK (mingw-w64's headers, atl/, libstdc++; what widl made in BUILD_DIR):
-- the variables of the preset windows-msvc configure and generate, without an option of GCC's;
+- each preset is offered on the system that it works on;
+- the variables of the preset windows-msvc configure and generate, without an option of GCC's, for
+  Release and Debug; 32 bits are refused;
+- FolivoPlugin.dll is linked with each configuration's options and its build of TinyXML;
 - the resource script compiles by the rule that this makes;
 - the product's sources compile by the commands that this makes.
 """
@@ -25,21 +28,50 @@ STAND_INS = ROOT / "tools/lint/windows_stand_ins"
 WORK = ROOT / "build/lint/windows"
 BUILD = WORK / "build"
 CLANG = "/usr/bin/clang-cl-19"
+TOOLCHAIN = {
+    "CMAKE_SYSTEM_NAME": "Windows",
+    "CMAKE_SYSTEM_PROCESSOR": "AMD64",
+    "CMAKE_C_COMPILER": CLANG,
+    "CMAKE_CXX_COMPILER": CLANG,
+    "CMAKE_AR": "/usr/bin/llvm-lib-19",
+    "CMAKE_LINKER": "/bin/false",  # there is nothing to link with
+    "CMAKE_RC_COMPILER": "/usr/bin/llvm-rc-19",
+    "CMAKE_RC_FLAGS": "/I/usr/x86_64-w64-mingw32/include",
+    "CMAKE_MT": "/bin/true",
+    "CMAKE_TRY_COMPILE_TARGET_TYPE": "STATIC_LIBRARY",
+}
 # Given by the machine: where the compiler is, and how vcpkg is found.
 OF_THE_MACHINE = {"CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER", "VCPKG_TARGET_TRIPLET"}
 GCC_OPTION = re.compile(r"(?<=\s)(-W(l,|all|extra|pedantic|error)|-static|-g(dwarf|$)|-f[a-z-]+|-O[0-3])"
                         r"[^\s]*")
 
 
-def preset_variables(name):
-    """The cache variables of a configure preset and of those that it inherits."""
+def inherited_presets(kind, name):
+    """Yields a preset and those that it inherits."""
     presets = {preset["name"]: preset for preset in
-               json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
-    variables = {}
+               json.loads((ROOT / "CMakePresets.json").read_text())[kind]}
     while name:
-        variables = {**presets[name].get("cacheVariables", {}), **variables}
+        yield presets[name]
         name = presets[name].get("inherits")
+
+
+def preset_variables(name):
+    """The cache variables of a configure preset."""
+    variables = {}
+    for preset in inherited_presets("configurePresets", name):
+        variables = preset.get("cacheVariables", {}) | variables
     return variables
+
+
+def presets_for_the_wrong_system():
+    """Yields the presets that are not offered on one system only: the one that they work on."""
+    for kind in ("configurePresets", "buildPresets"):
+        for preset in json.loads((ROOT / "CMakePresets.json").read_text())[kind]:
+            name = preset["name"]
+            condition = {"type": "equals", "lhs": "${hostSystemName}",
+                         "rhs": "Windows" if name.startswith("windows") else "Linux"}
+            if condition not in (other.get("condition") for other in inherited_presets(kind, name)):
+                yield f"CMakePresets.json: {kind}: {name} is not for {condition['rhs']} alone"
 
 
 def run(*command, cwd=ROOT):
@@ -57,35 +89,69 @@ def make_libraries(product):
         folder = WORK / "libraries/share" / name
         folder.mkdir(parents=True)
         (folder / f"{name}Config.cmake").write_text(f"add_library({target} INTERFACE IMPORTED)\n")
-    for file in ("include/tinyxml.h", "lib/tinyxml.lib"):
-        path = WORK / "libraries" / file
-        path.parent.mkdir(parents=True)
-        path.touch()
+    make_tinyxml()
     midl = WORK / "midl"
     midl.write_text('#!/bin/sh\ncd "%s/plugin" && cp folivo_plugin.tlb folivo_plugin_h.h '
                     'folivo_plugin_i.c "$OLDPWD"\n' % product)
     midl.chmod(0o755)
 
 
-def configure():
+def cmake(source, build, variables):
+    return ["/usr/bin/cmake", "-G", "Ninja", "-S", source, "-B", build, "--warn-uninitialized",
+            "-Werror=dev", *(f"-D{name}={value}" for name, value in variables.items())]
+
+
+def make_tinyxml():
+    """Installs what the port of TinyXML does, with empty files, as vcpkg lays it out."""
+    port = WORK / "tinyxml"
+    shutil.copytree(ROOT / "cmake/vcpkg-ports/tinyxml", port)
+    for name in ("tinystr", "tinyxml", "tinyxmlerror", "tinyxmlparser"):
+        (port / f"{name}.cpp").touch()
+        (port / f"{name}.h").touch()
+    share = WORK / "libraries/share/tinyxml"
+    for configuration, folder in (("Debug", "debug"), ("Release", ".")):
+        build = port / configuration
+        run(*cmake(port, build, TOOLCHAIN | {"CMAKE_BUILD_TYPE": configuration}))
+        (build / "tinyxml.lib").touch()
+        run("/usr/bin/cmake", "--install", build, "--prefix", WORK / "libraries" / folder)
+    for file in (WORK / "libraries/debug/share/tinyxml").glob("*-debug.cmake"):
+        text = file.read_text().replace("${_IMPORT_PREFIX}/", "${_IMPORT_PREFIX}/debug/")
+        (share / file.name).write_text(text)
+
+
+def product_variables(**more):
     variables = {name: value for name, value in preset_variables("windows-msvc").items()
                  if name not in OF_THE_MACHINE}
-    variables |= {
-        "CMAKE_SYSTEM_NAME": "Windows",
-        "CMAKE_SYSTEM_PROCESSOR": "AMD64",
-        "CMAKE_C_COMPILER": CLANG,
-        "CMAKE_CXX_COMPILER": CLANG,
-        "CMAKE_AR": "/usr/bin/llvm-lib-19",
-        "CMAKE_LINKER": "/bin/false",  # there is nothing to link with
-        "CMAKE_RC_COMPILER": "/usr/bin/llvm-rc-19",
-        "CMAKE_RC_FLAGS": "/I/usr/x86_64-w64-mingw32/include",
-        "CMAKE_MT": "/bin/true",
-        "CMAKE_TRY_COMPILE_TARGET_TYPE": "STATIC_LIBRARY",
-        "CMAKE_PREFIX_PATH": WORK / "libraries",
-        "FOLIVO_MIDL": WORK / "midl",
-    }
-    run("/usr/bin/cmake", "-G", "Ninja", "-S", ROOT, "-B", BUILD, "--warn-uninitialized", "-Werror=dev",
-        *(f"-D{name}={value}" for name, value in variables.items()))
+    return variables | TOOLCHAIN | {
+        "CMAKE_PREFIX_PATH": WORK / "libraries", "FOLIVO_MIDL": WORK / "midl"} | more
+
+
+def configure_findings():
+    """Configures BUILD, and yields what is wrong with it or with other configurations."""
+    debug = WORK / "debug"
+    x86 = {"CMAKE_C_FLAGS": "-m32", "CMAKE_CXX_FLAGS": "-m32"}
+    run(*cmake(ROOT, BUILD, product_variables()))
+    run(*cmake(ROOT, debug, product_variables(CMAKE_BUILD_TYPE="Debug")))
+    done = subprocess.run(cmake(ROOT, WORK / "x86", product_variables(**x86)), capture_output=True,
+                          text=True)
+    if "developer command prompt for x64" not in done.stderr:
+        yield f"32 bits are not refused:\n{done.stderr}"
+    for build, wanted, unwanted in (
+            (BUILD, ["/PDBALTPATH:%_PDB%", "/OPT:REF /OPT:ICF", "libraries/lib/tinyxml.lib"],
+             ["debug/lib"]),
+            (debug, ["/PDBALTPATH:%_PDB%", "libraries/debug/lib/tinyxml.lib"],
+             ["/OPT:", "libraries/lib/tinyxml.lib"])):
+        rule = re.search(r"^build FolivoPlugin\.dll.*?\n\n", (build / "build.ninja").read_text(),
+                         re.MULTILINE | re.DOTALL).group()
+        yield from (f"{build.name}: no {text} in:\n{rule}" for text in wanted if text not in rule)
+        yield from (f"{build.name}: {text} in:\n{rule}" for text in unwanted if text in rule)
+
+
+def percent_signs():
+    """Yields link options that a solution for Visual Studio would get with two percent signs."""
+    for file in [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake"), *ROOT.glob("*/CMakeLists.txt")]:
+        for match in re.finditer(r"link_options\([^)]*%[^)]*", file.read_text()):
+            yield f"{file.relative_to(ROOT)}: {match.group()})"
 
 
 def gcc_options():
@@ -139,8 +205,8 @@ def main():
     shutil.rmtree(WORK, ignore_errors=True)
     WORK.mkdir(parents=True)
     make_libraries(product)
-    configure()
-    findings = list(gcc_options())
+    findings = [*presets_for_the_wrong_system(), *configure_findings(), *percent_signs(),
+                *gcc_options()]
     run("/usr/bin/ninja", "-C", BUILD, "plugin_resources")
     if not list(BUILD.glob("plugin/CMakeFiles/plugin_resources.dir/**/*.res")):
         findings.append("the resource compiler made nothing")

@@ -14,11 +14,13 @@ run_mutants() {
   for argument; do
     case $argument in
       --help | -h)
-        /usr/bin/python3 -B tools/mutate/mutate.py --help
+        /usr/bin/python3 -B tools/mutate/options.py --help
         return
         ;;
     esac
   done
+  # Before minutes of building; without Python, mutate.py itself says it afterwards.
+  [[ ! -x /usr/bin/python3 ]] || /usr/bin/python3 -B tools/mutate/options.py "$@"
   lock_checkout
   setup build wine test
   unlock_checkout

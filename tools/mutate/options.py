@@ -1,6 +1,7 @@
-"""The command line of ./run mutate."""
+"""The command line of ./run mutate; as a program, checks its arguments only."""
 
 import argparse
+import sys
 
 HELP = """\
 Plants faults into the product's code, one at a time, and shows which ones no test notices.
@@ -56,3 +57,7 @@ def parse(arguments):
 def files_of(names):
     """The files that names of mutants begin with."""
     return sorted({name.rpartition("@")[0] for name in names})
+
+
+if __name__ == "__main__":
+    parse(sys.argv[1:])

@@ -7,7 +7,6 @@ source tools/setup/common.sh
 source tools/setup/wine_env.sh
 source tools/setup/test.sh
 
-exec {wine_env_lock}< /dev/null  # the lock itself is with whoever called
 # shellcheck disable=SC2034  # read by enable_heap_checks
 preset=mutate/build
 wine_env_renew "$WINEPREFIX"

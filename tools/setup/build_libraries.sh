@@ -31,7 +31,8 @@ while read -r name version _; do
     *) dpkg-source -x "$build_dir/downloads/${name}_${version}.dsc" "$sources/$name" ;;
   esac
 done < <(locked source)
-cmake "-DTINYXML_SOURCE=$sources/tinyxml" -P cmake/libraries/limit_tinyxml_depth.cmake
+cmake "-DTINYXML_SOURCE=$sources/tinyxml" \
+  -P cmake/vcpkg-ports/tinyxml/limit_tinyxml_depth.cmake
 
 # Debian's patch has TinyXML offer the C++ library's streams, which would come into FolivoPlugin.dll
 # with all locales; without it, it keeps its texts in a class of its own, as its makers ship it.

@@ -43,6 +43,23 @@ unlock_checkout() {
   checkout_lock=
 }
 
+# For the whole of a ./run test, which needs what it built and what it has written so far. On a folder
+# of the checkout, as ./run clean removes build/.
+lock_tests() {
+  exec {test_lock}< "$root/tests"
+  flock -n "$test_lock" ||
+    die "Another ./run test is at work in this checkout. Wait for its end, then run this again." \
+      "If it was killed, what is left of it ends by itself."
+}
+
+# For a subshell: what outlives a killed ./run must hold nobody up.
+close_locks() {
+  local lock
+  for lock in ${checkout_lock-} ${test_lock-} ${mutate_lock-} ${wine_env_lock-}; do
+    exec {lock}<&-
+  done
+}
+
 # locked package|source: the entries of that kind in dependencies.lock, one per line, without
 # the comments.
 locked() { sed -nE "s/^$1 +([^#]*[^# ]) *(#.*)?\$/\1/p" "$root/dependencies.lock"; }
@@ -61,8 +78,7 @@ progress_interval=10000000
 show_progress() {
   local log=$1 text=$2 line progress shown=${EPOCHREALTIME/./} interval=$progress_interval self=$BASHPID
   local columns room terminal status
-  # What outlives a killed ./run must not hold others up.
-  [[ ! ${checkout_lock-} ]] || exec {checkout_lock}<&-
+  close_locks
   local source='^([^:]*: )Building [A-Z]+ object (.*)CMakeFiles/[^/]*\.dir/(.*)\.(obj|res)$'
   shopt -s extglob
   if [[ -t 1 ]]; then

@@ -74,7 +74,7 @@ build_libraries() {
   key=$({
     locked source
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-win32 libboost1.74-dev
-    find cmake/libraries unzip -type f -print0 | sort -z | xargs -0 cat
+    find cmake/libraries cmake/vcpkg-ports unzip -type f -print0 | sort -z | xargs -0 cat
     cat cmake/toolchain-*.cmake tools/setup/build_libraries.sh
     echo "$root"
   } | sha256sum)

@@ -7,7 +7,8 @@ start_test_server() {
   local log=$log_dir/test-server.log output line
   # Its standard input is ours to hold open: it ends with this script, even a killed one.
   coproc test_server {
-    exec /usr/bin/python3 tests/http_server/server.py --exit-with-stdin 2> "$log" {wine_env_lock}>&-
+    close_locks
+    exec /usr/bin/python3 tests/http_server/server.py --exit-with-stdin 2> "$log"
   }
   at_exit stop_test_server
   exec {output}<&"${test_server[0]}"
@@ -16,7 +17,7 @@ start_test_server() {
     die "The test server did not start: \"$line\"" "$(tail -n 5 "$log")"
   export FOLIVO_TEST_SERVER_PORT=${BASH_REMATCH[1]}
   # Whatever else it says must not fill the pipe.
-  cat <&"$output" >> "$log" {wine_env_lock}>&- &
+  { close_locks && exec cat; } <&"$output" >> "$log" &
   exec {output}<&-
 }
 
@@ -60,7 +61,9 @@ run_tests() {
     shift
   done
   [[ $lint || $tests ]] || die "--lint and a selection of tests exclude each other."
+  [[ $tests || $full == OFF ]] || die "--lint and --full exclude each other."
 
+  lock_tests
   [[ $preset == release ]] || again+=("--$preset")
   # What the tests choose at random, they choose by this seed.
   export FOLIVO_TEST_SEED=$seed

@@ -42,7 +42,8 @@ wine_env_registry() {
 # of the program that happens to start them open, and with it the pipe of whoever reads that.
 wine_env_warm_up() {
   (
-    exec {wine_env_lock}>&- < /dev/null > /dev/null 2>&1  # they outlive us, the lock must not
+    close_locks
+    exec < /dev/null > /dev/null 2>&1
     "$wineserver" -p
     # rundll32 makes a window, and for the first window Wine starts the desktop's process.
     "$WINE" rundll32 user32.dll,GetDesktopWindow
@@ -52,9 +53,12 @@ wine_env_warm_up() {
 # The display server writes its number when it is ready, so there is nothing to poll.
 wine_env_start_display() {
   local ready number
-  exec {ready}< <(FOLIVO_WINE_ENV=$build_dir/wine/$wine_env_name exec setsid \
-    Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
-    2> "$log_dir/display-$wine_env_name.log" < /dev/null {wine_env_lock}>&-)
+  exec {ready}< <(
+    close_locks
+    FOLIVO_WINE_ENV=$build_dir/wine/$wine_env_name exec setsid \
+      Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
+      2> "$log_dir/display-$wine_env_name.log" < /dev/null
+  )
   wine_env_display_pid=$!
   echo "$wine_env_display_pid" > "$build_dir/wine/$wine_env_name.display-pid"
   read -r -t 60 number <&"$ready" ||
@@ -156,4 +160,5 @@ wine_env_stop() {
   wine_env_display_pid=
   wine_env_name=
   exec {wine_env_lock}>&-
+  wine_env_lock=
 }

@@ -4,6 +4,8 @@
 #
 #   cmake -DTINYXML_SOURCE=FOLDER -P limit_tinyxml_depth.cmake
 #
+# In this folder, as vcpkg builds the port anew only when a file in here changes.
+#
 # The altered header defines TIXML_DEEPEST_ELEMENT, without which the product does not compile.
 set(deepest_element 500)
 
