@@ -11,7 +11,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "download/temp_files.h"
@@ -20,12 +19,14 @@
 #include "tests/browser/navigation_event.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/browser_party.h"
+#include "tests/faults/full_disk.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
 #include "tests/faults/run_checks.h"
 #include "tests/support/deferred_close.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
@@ -50,74 +51,37 @@ const size_t kSize = kLessonHead.size() + kPattern;
 
 HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern); }
 
-/// Where the download is.
-enum class Stage { kPreCheck, kPrompt, kSaveDialog, kReading, kLastWrite, kMessage };
-
-/// What the browser does.
+/// Where the download is, and what the browser does there.
+enum class Stage { kPreCheck, kPrompt, kReading, kLastWrite, kSaveDialog, kMessage };
+constexpr const char* kStages[] = {"pre-check",  "question",    "read",
+                                   "last write", "save dialog", "message"};
 enum class Act {
-  kQuit,              // tells that it quits
-  kSiteTaken,         // takes its site from the object
-  kReleased,          // gives up its last reference
-  kAllOfThese,        // as when a window closes
-  kOtherPage,         // navigates to what is no lesson
-  kLesson,            // navigates to another lesson
-  kLoopLeft,          // has its thread leave its message loop
-  kDialogDestroyed,   // destroys the window that is open
-  kBrowserDestroyed,  // destroys its own window
+  kQuit,
+  kSiteTaken,
+  kReleased,
+  kAllOfThese,  // as when a window closes
+  kOtherPage,
+  kLesson,
+  kLoopLeft,
+  kDialogDestroyed,
+  kBrowserDestroyed,
 };
-
-struct CStage {
-  Stage stage;
-  const char* name;
-};
-constexpr CStage kStages[] = {
-    {Stage::kPreCheck, "pre-check"},     {Stage::kPrompt, "question"},
-    {Stage::kReading, "read"},           {Stage::kLastWrite, "last write"},
-    {Stage::kSaveDialog, "save dialog"}, {Stage::kMessage, "message"},
-};
-bool IsDownloading(Stage stage) {
-  return stage == Stage::kReading || stage == Stage::kLastWrite || stage == Stage::kMessage;
-}
-
-struct CAct {
-  Act act;
-  const char* name;
-};
-constexpr CAct kActs[] = {
-    {Act::kQuit, "quits"},
-    {Act::kSiteTaken, "takes its site"},
-    {Act::kReleased, "releases"},
-    {Act::kAllOfThese, "does all of these"},
-    {Act::kOtherPage, "goes to a page"},
-    {Act::kLesson, "goes to a lesson"},
-    {Act::kLoopLeft, "leaves its loop"},
-    {Act::kDialogDestroyed, "destroys the dialog"},
-    {Act::kBrowserDestroyed, "destroys its window"},
-};
+constexpr const char* kActs[] = {
+    "quits",           "takes its site",           "gives up its last reference",
+    "does all three",  "goes to a page",           "goes to another lesson",
+    "leaves its loop", "destroys the open window", "destroys its own window"};
 
 struct CCell {
-  CStage stage;
-  CAct act;
+  Stage stage;
+  Act act;
 
-  std::string Name() const { return std::string(stage.name) + ": browser " + act.name; }
+  std::string Name() const {
+    return std::string(kStages[static_cast<int>(stage)]) + ": browser " +
+           kActs[static_cast<int>(act)];
+  }
   /// Whether the download is over by that.
-  bool Ends() const {
-    return act.act == Act::kLoopLeft || act.act == Act::kDialogDestroyed ||
-           act.act == Act::kBrowserDestroyed;
-  }
+  bool Ends() const { return act >= Act::kLoopLeft; }
 };
-
-std::vector<CCell> AllCells() {
-  std::vector<CCell> cells;
-  for (const CStage& stage : kStages) {
-    for (const CAct& act : kActs) {
-      if (stage.stage != Stage::kPreCheck || act.act != Act::kDialogDestroyed) {
-        cells.push_back({stage, act});
-      }
-    }
-  }
-  return cells;
-}
 
 /// One real click into the browser's window: the pre-check serves messages when one comes.
 void ClickInto(HWND window) {
@@ -129,20 +93,6 @@ void ClickInto(HWND window) {
   inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
   inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
   SendInput(2, inputs, sizeof(INPUT));
-}
-
-int g_writes;
-decltype(&WriteFile) g_write;
-
-/// The disk is full at the second write only.
-BOOL WINAPI FailSecondWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                            LPOVERLAPPED overlapped) {
-  if (++g_writes == 2) {
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-  }
-  return g_write(file, data, size, written, overlapped);
 }
 
 std::wstring g_savePath;
@@ -166,16 +116,6 @@ struct CQuitCell {
   bool cancelled;
   bool inRead = false;  // when the head is just read, and not at a point
 };
-
-std::function<void()> g_inRead;
-decltype(&InternetReadFile) g_read;
-
-BOOL WINAPI ActAndRead(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read) {
-  if (const std::function<void()> action = std::exchange(g_inRead, nullptr)) {
-    action();
-  }
-  return g_read(request, buffer, size, read);
-}
 
 class LessonLifetimeFaults : public testing::Test {
  protected:
@@ -210,10 +150,16 @@ class LessonLifetimeFaults : public testing::Test {
   const ScriptedPath m_second{m_server, Lesson()};
 };
 
+void CancelQuestion() {
+  const HWND question = WaitForDialog(kPromptTitle);
+  Click(question, kCancelButton);
+  WaitUntilGone(question);
+}
+
 /// The act itself, on the browser's thread.
 void LessonLifetimeFaults::DoAct(CRun& run, HWND dialog) const {
   CHelperObject& helper = run.browser.helper;
-  const Act act = run.cell.act.act;
+  const Act act = run.cell.act;
   if (act == Act::kQuit || act == Act::kAllOfThese) {
     DISPPARAMS none = {};
     EXPECT_EQ(helper.Fire(DISPID_ONQUIT, &none), S_OK);
@@ -249,17 +195,15 @@ void LessonLifetimeFaults::LetBrowserAct(CRun& run, HWND dialog) const {
     WaitUntilGone(dialog);
     return;
   }
-  if (run.cell.act.act == Act::kLesson && run.cell.stage.stage != Stage::kPrompt) {
-    const HWND question = WaitForDialog(kPromptTitle);
-    Click(question, kCancelButton);
-    WaitUntilGone(question);
+  if (run.cell.act == Act::kLesson && run.cell.stage != Stage::kPrompt) {
+    CancelQuestion();
   }
   run.browser.frame.Run([] {});  // The act is over when this comes through.
 }
 
 void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   EXPECT_TRUE(run.path.WaitForHeld());
-  if (run.cell.act.act == Act::kLoopLeft) {
+  if (run.cell.act == Act::kLoopLeft) {
     PostThreadMessageW(GetWindowThreadProcessId(run.browser.frame, nullptr), WM_QUIT, 0, 0);
   } else {
     run.browser.frame.Begin([this, &run] { DoAct(run, nullptr); });
@@ -269,34 +213,28 @@ void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   if (run.cell.Ends()) {
     return;
   }
-  if (run.cell.act.act == Act::kLesson) {
-    const HWND question = WaitForDialog(kPromptTitle);
-    Click(question, kCancelButton);
-    WaitUntilGone(question);
+  if (run.cell.act == Act::kLesson) {
+    CancelQuestion();
   }
   Click(WaitForDialog(kPromptTitle), kOpenButton);
 }
 
 void LessonLifetimeFaults::PlayUser(CRun& run) const {
-  const Stage stage = run.cell.stage.stage;
+  const Stage stage = run.cell.stage;
   if (stage == Stage::kPreCheck) {
     PlayUserInPreCheck(run);
     return;
   }
   HWND dialog = WaitForDialog(kPromptTitle);
-  if (stage == Stage::kPrompt) {
-    LetBrowserAct(run, dialog);
-    if (!run.cell.Ends()) {
-      Click(dialog, kOpenButton);
+  if (stage == Stage::kPrompt || stage == Stage::kSaveDialog) {
+    const bool isPrompt = stage == Stage::kPrompt;
+    if (!isPrompt) {
+      Click(dialog, kSaveButton);
+      dialog = WaitForDialog(kSaveTitle);
     }
-    return;
-  }
-  if (stage == Stage::kSaveDialog) {
-    Click(dialog, kSaveButton);
-    dialog = WaitForDialog(kSaveTitle);
     LetBrowserAct(run, dialog);
     if (!run.cell.Ends()) {
-      Click(dialog, IDOK);
+      Click(dialog, isPrompt ? kOpenButton : IDOK);
     }
     return;
   }
@@ -323,7 +261,7 @@ void LessonLifetimeFaults::PlayUser(CRun& run) const {
 
 void LessonLifetimeFaults::Run(const CCell& cell) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
-  const Stage stage = cell.stage.stage;
+  const Stage stage = cell.stage;
   HttpAnswer answer = Lesson();
   if (stage == Stage::kPreCheck || stage == Stage::kReading) {
     answer.Hold(stage == Stage::kReading ? http_point::BodyByte(200000)
@@ -337,11 +275,9 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   if (stage == Stage::kLastWrite) {
     hook.emplace(Place::kLastWrite, kSize, [&] { worker.Hold(); });
   }
-  std::optional<CImportPatch> disk;
+  std::optional<CFullDisk> disk;
   if (stage == Stage::kMessage) {
-    g_writes = 0;
-    disk.emplace("kernel32.dll", "WriteFile", &FailSecondWrite);
-    g_write = disk->Original<decltype(WriteFile)>();
+    disk.emplace(2);
   }
   const CLaunchRecorder launches;
   const CLookupPatch saveDialog("GetSaveFileNameW", &AskForPath);
@@ -363,25 +299,27 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   EXPECT_TRUE(WaitUntil("the module's locks to go",
                         [=] { return ATL::_pAtlModule->GetLockCount() == locks; }));
 
-  const bool leftLoop = cell.act.act == Act::kLoopLeft;
+  const bool leftLoop = cell.act == Act::kLoopLeft;
   MSG message = {};
   EXPECT_EQ(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) != FALSE, leftLoop)
       << "the browser's own loop gets it";
   EXPECT_EQ(event.Cancelled(), !(leftLoop && stage == Stage::kPreCheck));
   EXPECT_TRUE(event.FlagIntact());
   // While a question is open no other can be asked: that navigation is left to the browser.
-  EXPECT_EQ(run.secondCancelled, cell.act.act == Act::kLesson && stage != Stage::kPrompt);
+  EXPECT_EQ(run.secondCancelled, cell.act == Act::kLesson && stage != Stage::kPrompt);
   const bool isDelivered = !cell.Ends() && stage != Stage::kMessage;
   // The system here ends a dialog whose loop is left with the result of a good end, so that the
   // application is asked for a file that is not there.
-  const bool isTakenForDelivered = leftLoop && IsDownloading(stage);
+  const bool isDownloading =
+      stage == Stage::kReading || stage == Stage::kLastWrite || stage == Stage::kMessage;
+  const bool isTakenForDelivered = leftLoop && isDownloading;
   EXPECT_EQ(launches.Launches().size(),
             isTakenForDelivered || (isDelivered && stage != Stage::kSaveDialog) ? 1u : 0u);
   ExpectFiles(cell, isDelivered);
 }
 
 void LessonLifetimeFaults::ExpectFiles(const CCell& cell, bool isDelivered) const {
-  const std::wstring name = cell.stage.stage == Stage::kSaveDialog ? L"saved.folivo" : kOpenedFile;
+  const std::wstring name = cell.stage == Stage::kSaveDialog ? L"saved.folivo" : kOpenedFile;
   const std::vector<std::wstring> files = m_sandbox.Files();
   EXPECT_EQ(files, isDelivered ? std::vector{name} : std::vector<std::wstring>());
   if (isDelivered) {
@@ -398,17 +336,25 @@ void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
   const CBrowserParty browser;
   CNavigationEvent event(path.Url(L"a.folivo"));
   const DWORD thread = GetCurrentThreadId();
+  bool quits = false;
   const auto quit = [&] {
+    quits = false;
     for (int i = 0; i < times; ++i) {
       PostThreadMessageW(thread, WM_QUIT, 0, 0);
       ClickInto(browser.frame);
     }
   };
-  const CImportPatch patch("wininet.dll", "InternetReadFile", &ActAndRead);
-  g_read = patch.Original<decltype(InternetReadFile)>();
+  const CImportSpy<&InternetReadFile> reads(
+      "wininet.dll", "InternetReadFile",
+      [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read) {
+        if (quits) {
+          quit();
+        }
+        return reads.CallOriginal(request, buffer, size, read);
+      });
   std::optional<CParallel> user;
   if (cell.inRead) {
-    g_inRead = quit;
+    quits = true;
   } else if (cell.point.empty()) {
     quit();
   } else {
@@ -448,7 +394,16 @@ TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
 }
 
 TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {
-  for (const CCell& cell : QuickCut(AllCells())) {
+  std::vector<CCell> cells;
+  for (size_t stage = 0; stage < std::size(kStages); ++stage) {
+    for (size_t act = 0; act < std::size(kActs); ++act) {
+      const CCell cell = {static_cast<Stage>(stage), static_cast<Act>(act)};
+      if (cell.stage != Stage::kPreCheck || cell.act != Act::kDialogDestroyed) {
+        cells.push_back(cell);
+      }
+    }
+  }
+  for (const CCell& cell : QuickCut(cells)) {
     SCOPED_TRACE(cell.Name());
     m_checks.Run([&] { Run(cell); });
   }

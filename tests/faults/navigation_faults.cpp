@@ -7,6 +7,7 @@
 namespace {
 
 constexpr uint64_t kSeed = 40;
+constexpr size_t kLessonLength = 200000;
 
 /// Fires the event; an exception is what the browser would see as one.
 HRESULT Fire(const CHelperObject& helper, CNavigationEvent& event) {
@@ -55,15 +56,6 @@ HttpAnswer NavigationFaults::Lesson() {
 
 std::string NavigationFaults::LessonBytes() {
   return kOldLessonHead + PatternBytes(kSeed, 0, kLessonLength);
-}
-
-std::wstring NavigationFaults::NotAvailable(const std::wstring& url) {
-  return L"The file " + url + L" is not available for downloading.";
-}
-
-std::wstring NavigationFaults::DoesNotExist(const std::wstring& path) {
-  return L"The file " + path +
-         L" does not exist. Please verify that the path to the file is valid.";
 }
 
 std::wstring NavigationFaults::CannotCreate(const std::wstring& path) {

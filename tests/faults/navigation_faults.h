@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/browser/fake_browser.h"
@@ -16,6 +15,7 @@
 #include "tests/faults/run_checks.h"
 #include "tests/support/deferred_close.h"
 #include "tests/support/http_server.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
@@ -39,10 +39,8 @@ class NavigationFaults : public testing::Test {
   static constexpr int kOpen = 6;
   static constexpr int kSave = 7;
   static constexpr int kCancel = 2;
-  /// The folder of the plug-in's temporary files below the sandbox, and the file that a lesson
-  /// (".qdk") first goes to.
+  /// The folder of the plug-in's temporary files below the sandbox.
   static constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
-  static constexpr size_t kLessonLength = 200000;
 
   /// `answer`: to the question.
   explicit NavigationFaults(int answer);
@@ -57,15 +55,14 @@ class NavigationFaults : public testing::Test {
 
   CRunChecks& Checks() { return m_checks; }
 
-  /// Puts a launcher into the folder "App" of the sandbox, which is told in the registry or not.
+  /// Puts a launcher into this folder of the sandbox, of which the registry says nothing.
   std::wstring WriteLauncher(const std::wstring& folder = L"App") const;
+  std::wstring Temporary(const std::wstring& name) const { return m_sandbox / (kTempFiles + name); }
 
-  /// A lesson as its server answers it, and its bytes.
+  /// A lesson (".qdk") as its server answers it, and its bytes.
   static HttpAnswer Lesson();
   static std::string LessonBytes();
 
-  static std::wstring NotAvailable(const std::wstring& url);
-  static std::wstring DoesNotExist(const std::wstring& path);
   static std::wstring CannotCreate(const std::wstring& path);
 
   const CTempSandbox m_sandbox;

@@ -21,10 +21,6 @@ class NameFaults : public NavigationFaults {
  protected:
   NameFaults() : NavigationFaults(kOpen) {}
 
-  std::wstring Temporary(const std::wstring& name) const {
-    return m_sandbox / (std::wstring(kTempFiles) + name);
-  }
-
   /// Takes `count` of the names that are tried one after another, each with a file of its own;
   /// gives the first one that is free.
   std::wstring TakeNames(const std::wstring& base, int count) {
@@ -46,6 +42,7 @@ class NameFaults : public NavigationFaults {
       DeleteFileW(m_taken[i].c_str());
     }
     m_taken.clear();
+    EXPECT_EQ(m_sandbox.Files(), Texts());
   }
 
   void ExpectOpened(const std::wstring& url, const std::wstring& expected) {
@@ -64,34 +61,26 @@ class NameFaults : public NavigationFaults {
   Texts m_taken;
 };
 
-TEST_F(NameFaults, TakenNameOfTheOpenedFileIsNumbered) {
+TEST_F(NameFaults, TakenNameIsNumbered) {
   for (const int count : {0, 1, 2, 100}) {
     SCOPED_TRACE(count);
-    Checks().Run([&] {
+    const ScriptedPath path(m_server, Lesson());
+    Checks().Run([&] {  // of the opened file
       const std::wstring free = TakeNames(L"My Lesson", count);
-      const ScriptedPath path(m_server, Lesson());
       ExpectOpened(path.Url(L"My%20Lesson.qdk"), free);
       ExpectTakenNamesUntouched();
-      EXPECT_EQ(m_sandbox.Files(), Texts());
     });
-  }
-}
-
-TEST_F(NameFaults, TakenNameOfTheTemporaryFileIsNumbered) {
-  for (const int count : {0, 1, 2, 100}) {
-    SCOPED_TRACE(count);
-    Checks().Run([&] {
+    Checks().Run([&] {  // of the temporary file
       const std::wstring free = TakeNames(L"iedownload", count);
       bool isUsed = false;
       WhileAsked([&] {
         isUsed = GetFileAttributesW(free.c_str()) != INVALID_FILE_ATTRIBUTES;
         RestartRandomNumbers();
       });
-      const ScriptedPath path(m_server, Lesson());
       ExpectOpened(path.Url(L"a.qdk"), Temporary(L"a.qdk"));
+      WhileAsked(nullptr);
       EXPECT_TRUE(isUsed);
       ExpectTakenNamesUntouched();
-      EXPECT_EQ(m_sandbox.Files(), Texts());
     });
   }
 }
