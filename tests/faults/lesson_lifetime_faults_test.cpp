@@ -1,55 +1,29 @@
 // What a browser does while a download is somewhere on its way: it quits, lets go of its helper
 // object, navigates again, or takes windows away.
 
-#include <exdispid.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <commdlg.h>
 #include <wininet.h>
 
 #include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "download/temp_files.h"
-#include "tests/browser/install_information.h"
-#include "tests/browser/lesson_bytes.h"
-#include "tests/browser/navigation_event.h"
-#include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/browser_party.h"
+#include "tests/faults/event_faults.h"
 #include "tests/faults/full_disk.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
-#include "tests/faults/run_checks.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/http_pattern.h"
-#include "tests/support/http_server.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
-#include "tests/support/scripted_path.h"
-#include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
 
 namespace {
 
-constexpr int kOpenButton = 6;
-constexpr int kSaveButton = 7;
-constexpr int kCancelButton = 2;
-constexpr wchar_t kPromptTitle[] = L"File Download";
-constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
 constexpr wchar_t kSaveTitle[] = L"Save As";
 constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
-constexpr wchar_t kOpenedFile[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\a.folivo";
-
-constexpr uint64_t kSeed = 20;
-constexpr size_t kPattern = 300000;
-const size_t kSize = kLessonHead.size() + kPattern;
-
-HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern); }
+constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
 /// Where the download is, and what the browser does there.
 enum class Stage { kPreCheck, kPrompt, kReading, kLastWrite, kSaveDialog, kMessage };
@@ -117,14 +91,10 @@ struct CQuitCell {
   bool inRead = false;  // when the head is just read, and not at a point
 };
 
-class LessonLifetimeFaults : public testing::Test {
+class LessonLifetimeFaults : public EventFaults {
  protected:
-  ~LessonLifetimeFaults() override { SetTempBaseFolder(CStringW()); }
-
   void Run(const CCell& cell);
   void RunQuit(const CQuitCell& cell, int times) const;
-
-  CRunChecks m_checks;
 
  private:
   /// One run's parties.
@@ -136,23 +106,20 @@ class LessonLifetimeFaults : public testing::Test {
     bool secondCancelled = false;
   };
 
+  static void CancelQuestion();
   void DoAct(CRun& run, HWND dialog) const;
   void LetBrowserAct(CRun& run, HWND dialog) const;
   void PlayUser(CRun& run) const;
   void PlayUserInPreCheck(CRun& run) const;
   void ExpectFiles(const CCell& cell, bool isDelivered) const;
 
-  const CTempSandbox m_sandbox;
-  const CInstallInformation m_information;
-  const CIeFrameDouble m_ieFrame;
-  const HttpTestServer m_server;
   const CDeferredClose m_deferredClose;
   const ScriptedPath m_second{m_server, Lesson()};
 };
 
-void CancelQuestion() {
+void LessonLifetimeFaults::CancelQuestion() {
   const HWND question = WaitForDialog(kPromptTitle);
-  Click(question, kCancelButton);
+  Click(question, kCancel);
   WaitUntilGone(question);
 }
 
@@ -174,7 +141,7 @@ void LessonLifetimeFaults::DoAct(CRun& run, HWND dialog) const {
     EXPECT_FALSE(helper.Navigate(L"http://localhost/page.html"));
   }
   if (act == Act::kLesson) {
-    run.secondCancelled = helper.Navigate(m_second.Url(L"b.folivo"));
+    run.secondCancelled = helper.Navigate(m_second.Url(L"b.qdk"));
   }
   if (act == Act::kLoopLeft) {
     PostQuitMessage(0);
@@ -216,7 +183,7 @@ void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   if (run.cell.act == Act::kLesson) {
     CancelQuestion();
   }
-  Click(WaitForDialog(kPromptTitle), kOpenButton);
+  Click(WaitForDialog(kPromptTitle), kOpen);
 }
 
 void LessonLifetimeFaults::PlayUser(CRun& run) const {
@@ -229,16 +196,16 @@ void LessonLifetimeFaults::PlayUser(CRun& run) const {
   if (stage == Stage::kPrompt || stage == Stage::kSaveDialog) {
     const bool isPrompt = stage == Stage::kPrompt;
     if (!isPrompt) {
-      Click(dialog, kSaveButton);
+      Click(dialog, kSave);
       dialog = WaitForDialog(kSaveTitle);
     }
     LetBrowserAct(run, dialog);
     if (!run.cell.Ends()) {
-      Click(dialog, isPrompt ? kOpenButton : IDOK);
+      Click(dialog, isPrompt ? kOpen : IDOK);
     }
     return;
   }
-  Click(dialog, kOpenButton);
+  Click(dialog, kOpen);
   if (stage == Stage::kMessage) {
     const HWND box = WaitForDialog(kProductTitle);
     LetBrowserAct(run, GetWindow(box, GW_OWNER));
@@ -273,7 +240,7 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   CRun run = {cell, browser, path, worker};
   std::optional<CPlaceHook> hook;
   if (stage == Stage::kLastWrite) {
-    hook.emplace(Place::kLastWrite, kSize, [&] { worker.Hold(); });
+    hook.emplace(Place::kLastWrite, LessonBytes().size(), [&] { worker.Hold(); });
   }
   std::optional<CFullDisk> disk;
   if (stage == Stage::kMessage) {
@@ -281,9 +248,9 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   }
   const CLaunchRecorder launches;
   const CLookupPatch saveDialog("GetSaveFileNameW", &AskForPath);
-  g_savePath = m_sandbox / L"saved.folivo";
+  g_savePath = m_sandbox / kSavedFile;
 
-  CNavigationEvent event(path.Url(L"a.folivo"));
+  CNavigationEvent event(path.Url(L"a.qdk"));
   // The object may be released under the call; the browser's pointer into it stays.
   auto* const sink = static_cast<IIEDownload*>(browser.helper.operator->());
   CParallel user([&] { PlayUser(run); });
@@ -319,11 +286,12 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
 }
 
 void LessonLifetimeFaults::ExpectFiles(const CCell& cell, bool isDelivered) const {
-  const std::wstring name = cell.stage == Stage::kSaveDialog ? L"saved.folivo" : kOpenedFile;
+  const std::wstring name =
+      cell.stage == Stage::kSaveDialog ? kSavedFile : std::wstring(kTempFiles) + L"a.qdk";
   const std::vector<std::wstring> files = m_sandbox.Files();
   EXPECT_EQ(files, isDelivered ? std::vector{name} : std::vector<std::wstring>());
   if (isDelivered) {
-    EXPECT_TRUE(ReadFileBytes(m_sandbox / name) == kLessonHead + PatternBytes(kSeed, 0, kPattern));
+    EXPECT_TRUE(ReadFileBytes(m_sandbox / name) == LessonBytes());
   }
   for (const std::wstring& file : files) {
     DeleteFileW((m_sandbox / file).c_str());
@@ -334,7 +302,7 @@ void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
   HttpAnswer answer = Lesson();
   const ScriptedPath path(m_server, cell.point.empty() ? answer : answer.Hold(cell.point));
   const CBrowserParty browser;
-  CNavigationEvent event(path.Url(L"a.folivo"));
+  CNavigationEvent event(path.Url(L"a.qdk"));
   const DWORD thread = GetCurrentThreadId();
   bool quits = false;
   const auto quit = [&] {
@@ -388,7 +356,7 @@ TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
   for (const CQuitCell& cell : cells) {
     for (const int times : {1, 2}) {
       SCOPED_TRACE(cell.name);
-      m_checks.Run([&] { RunQuit(cell, times); });
+      Checks().Run([&] { RunQuit(cell, times); });
     }
   }
 }
@@ -405,7 +373,7 @@ TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {
   }
   for (const CCell& cell : QuickCut(cells)) {
     SCOPED_TRACE(cell.Name());
-    m_checks.Run([&] { Run(cell); });
+    Checks().Run([&] { Run(cell); });
   }
 }
 

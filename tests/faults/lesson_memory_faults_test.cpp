@@ -1,10 +1,6 @@
 // Memory that runs out, and a thread that cannot start, anywhere in a lesson's way from the event
 // to the file.
 
-#include <exdispid.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <commdlg.h>
 #include <process.h>
 #include <shellapi.h>
@@ -12,40 +8,21 @@
 #include <atomic>
 #include <cerrno>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "download/progress_dialog.h"
-#include "download/temp_files.h"
-#include "tests/browser/install_information.h"
-#include "tests/browser/lesson_bytes.h"
-#include "tests/browser/navigation_event.h"
-#include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/browser_party.h"
+#include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/faults/run_checks.h"
-#include "tests/support/http_pattern.h"
-#include "tests/support/http_server.h"
-#include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
-#include "tests/support/scripted_path.h"
-#include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
 
 namespace {
 
 using Mode = CFailingAllocations::Mode;
 
-constexpr int kOpenButton = 6;
-constexpr int kSaveButton = 7;
-constexpr wchar_t kPromptTitle[] = L"File Download";
-constexpr wchar_t kSavedFile[] = L"saved.folivo";
-constexpr uint64_t kSeed = 20;
-constexpr size_t kPattern = 300000;
-
-HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern); }
+constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
 // What stands in for the system takes no memory: it may be out.
 
@@ -74,7 +51,7 @@ class CAnsweringUser {
   explicit CAnsweringUser(int button)
       : m_ended(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, button] {
           while (WaitForSingleObject(m_ended, 10) == WAIT_TIMEOUT) {
-            if (const HWND question = FindDialog(kPromptTitle)) {
+            if (const HWND question = FindDialog(L"File Download")) {
               PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(button), 0);
             }
           }
@@ -88,7 +65,7 @@ class CAnsweringUser {
   const CParallel m_thread;
 };
 
-class LessonMemoryFaults : public testing::Test {
+class LessonMemoryFaults : public EventFaults {
  protected:
   LessonMemoryFaults()
       : m_message("user32.dll", "MessageBoxW", &CountMessage),
@@ -96,7 +73,6 @@ class LessonMemoryFaults : public testing::Test {
         m_saveDialog("GetSaveFileNameW", &ChoosePath) {
     lstrcpynW(g_savePath, (m_sandbox / kSavedFile).c_str(), MAX_PATH);
   }
-  ~LessonMemoryFaults() override { SetTempBaseFolder(CStringW()); }
 
   using Invoke = std::function<void(const std::function<void()>& navigate)>;
 
@@ -105,7 +81,7 @@ class LessonMemoryFaults : public testing::Test {
     g_messages = g_launches = 0;
     const ScriptedPath path(m_server, Lesson());
     const CBrowserParty browser;
-    CNavigationEvent event(path.Url(L"a.folivo"));
+    CNavigationEvent event(path.Url(L"a.qdk"));
     const CAnsweringUser user(button);
     HRESULT result = E_FAIL;
     invoke([&] {
@@ -126,10 +102,8 @@ class LessonMemoryFaults : public testing::Test {
     const std::vector<std::wstring> files = m_sandbox.Files();
     EXPECT_LE(files.size(), 1u);
     for (const std::wstring& file : files) {
-      EXPECT_TRUE(button == kSaveButton ? file == kSavedFile : file.ends_with(L"\\a.folivo"))
-          << file;
-      EXPECT_TRUE(ReadFileBytes(m_sandbox / file) ==
-                  kLessonHead + PatternBytes(kSeed, 0, kPattern));
+      EXPECT_TRUE(button == kSave ? file == kSavedFile : file.ends_with(L"\\a.qdk")) << file;
+      EXPECT_TRUE(ReadFileBytes(m_sandbox / file) == LessonBytes());
       DeleteFileW((m_sandbox / file).c_str());
     }
     EXPECT_LE(g_messages, 1);
@@ -137,23 +111,17 @@ class LessonMemoryFaults : public testing::Test {
   }
 
   void RunEvent(Mode mode, int button) {
-    RunOutOfMemory(m_checks, mode, [&](const Fail& fail) {
+    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
       bool failed = false;
       const bool cancelled =
           Navigate(button, [&](const auto& navigate) { failed = fail(navigate); });
       const bool isThere = ExpectAllOrNothing(button);
       EXPECT_TRUE(cancelled || !isThere);
-      EXPECT_LE(g_launches, button == kOpenButton && isThere ? 1 : 0);
+      EXPECT_LE(g_launches, button == kOpen && isThere ? 1 : 0);
       EXPECT_TRUE(failed || (isThere && g_messages == 0)) << "with enough memory";
       return failed;
     });
   }
-
-  const CTempSandbox m_sandbox;
-  const CInstallInformation m_information;
-  const CIeFrameDouble m_ieFrame;
-  const HttpTestServer m_server;
-  CRunChecks m_checks;
 
  private:
   const CImportPatch m_message;
@@ -161,31 +129,23 @@ class LessonMemoryFaults : public testing::Test {
   const CLookupPatch m_saveDialog;
 };
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {
-  RunEvent(Mode::kOnce, kOpenButton);
-}
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) { RunEvent(Mode::kOnce, kOpen); }
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) {
-  RunEvent(Mode::kOnce, kSaveButton);
-}
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) { RunEvent(Mode::kOnce, kSave); }
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) {
-  RunEvent(Mode::kForGood, kOpenButton);
-}
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) { RunEvent(Mode::kForGood, kOpen); }
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
-  RunEvent(Mode::kForGood, kSaveButton);
-}
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) { RunEvent(Mode::kForGood, kSave); }
 
 TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    RunOutOfMemory(m_checks, mode, [&](const Fail& fail) {
+    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
       g_messages = 0;
       const ScriptedPath path(m_server, Lesson());
       CProgressDialog::Ptr dialog = CProgressDialog::Create(
-          path.Url(L"a.folivo").c_str(), (m_sandbox / L"temporary.folivo").c_str(), nullptr);
-      EXPECT_TRUE(dialog->PeekContent(L".folivo"));
+          path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
+      EXPECT_TRUE(dialog->PeekContent(L".qdk"));
       dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
       INT_PTR result = 0;
       const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
@@ -193,7 +153,7 @@ TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
       failures += result == kDownloadFailed;
       EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
       EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-      EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
+      EXPECT_EQ(ExpectAllOrNothing(kSave), result == kDownloadDelivered);
       return failed;
     });
   }
@@ -209,8 +169,8 @@ TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing)
         errno = EAGAIN;
         return isOut ? 0 : begin.CallOriginal(security, stack, function, argument, flags, id);
       });
-  for (const int button : {kOpenButton, kSaveButton}) {
-    m_checks.Run([&] {
+  for (const int button : {kOpen, kSave}) {
+    Checks().Run([&] {
       // The pre-check needs none: the question comes all the same.
       EXPECT_TRUE(Navigate(button, [&](const auto& navigate) {
         isOut = true;

@@ -12,8 +12,6 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
-
 /// Gives the calling thread the random sequence that it began with.
 void RestartRandomNumbers() { std::srand(1); }
 
@@ -135,7 +133,7 @@ class TwoAtOnce : public NameFaults {
     const ScriptedPath second(m_server, Second());
     first.AllowUpTo(10000);
     const CParallel otherWindow([&] {
-      WaitForDialog(kDialogTitle);
+      WaitForDialog(kDownloadTitle);
       const CHelperObject helper;
       EXPECT_TRUE(helper.Navigate(second.Url(L"a.qdk")));
       m_filesBetween = m_sandbox.Files();
@@ -194,7 +192,7 @@ TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileIsTold) {
       EXPECT_TRUE(helper.Navigate(second.Url(L"b.qdk")));
     });
     const CParallel meanwhile([&] {
-      WaitForDialog(kDialogTitle);
+      WaitForDialog(kDownloadTitle);
       first.AllowAll();
     });
     const CNavigationResult outcome = Navigate(first.Url(L"a.qdk"));

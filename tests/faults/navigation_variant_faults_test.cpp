@@ -154,20 +154,6 @@ TEST_F(VariantFaults, WhatIsNoAddressIsNotTaken) {
   });
 }
 
-TEST_F(VariantFaults, ReferencesThatLeadNowhereAreNoAddress) {
-  Checks().Run([&] {
-    VARIANT itself = Make(VT_BYREF | VT_VARIANT, &itself);
-    BSTR none = nullptr;
-    for (const VARIANT& argument :
-         {Make(VT_BYREF | VT_VARIANT), itself, Make(VT_BYREF | VT_BSTR, &none), Make(VT_BSTR)}) {
-      SCOPED_TRACE(Name(argument));
-      CNavigationEvent event(L"");
-      event.Argument(kUrl) = argument;
-      ExpectUntaken(event);
-    }
-  });
-}
-
 TEST_F(VariantFaults, ObjectsAndArraysAreNoAddressAndStayTheCallers) {
   Checks().Run([&] {
     const long references = m_browser.references;
@@ -185,37 +171,6 @@ TEST_F(VariantFaults, ObjectsAndArraysAreNoAddressAndStayTheCallers) {
       ExpectNoUrl(Make(VT_ARRAY | VT_BYREF | type, &array));
       EXPECT_EQ(SafeArrayDestroy(array), S_OK);
     }
-  });
-}
-
-TEST_F(VariantFaults, AddressIsTakenInEachOfItsFourForms) {
-  Checks().Run([&] {
-    CComBSTR text(m_lesson.c_str());
-    VARIANT byValue = Make(VT_BSTR, text.m_str);
-    VARIANT byReference = Make(VT_BYREF | VT_BSTR, &text.m_str);
-    for (const VARIANT& argument : {byValue, byReference, Make(VT_BYREF | VT_VARIANT, &byValue),
-                                    Make(VT_BYREF | VT_VARIANT, &byReference)}) {
-      ExpectIgnored({kUrl}, argument);
-    }
-    EXPECT_EQ(std::wstring(text), m_lesson);
-  });
-}
-
-TEST_F(VariantFaults, SixArgumentsAreNeeded) {
-  Checks().Run([&] {
-    for (UINT count = 0; count <= CNavigationEvent::kArgumentCount; ++count) {
-      SCOPED_TRACE(count);
-      CNavigationEvent event(m_lesson);
-      event.Params()->cArgs = count;
-      if (count < 6) {
-        ExpectUntaken(event);
-      } else {
-        ExpectTaken(event);
-      }
-    }
-    CNavigationEvent event(m_lesson);
-    event.Params()->rgvarg = nullptr;
-    ExpectUntaken(event);
   });
 }
 
