@@ -20,8 +20,7 @@ struct CLauncherFault {
   std::wstring text = L"@";
   DWORD type = REG_SZ;
   std::wstring folder = L"App";  // below the sandbox
-  size_t length = 0;             // of the text, filled up with "x"
-  int lessBytes = 0;             // at the end of the value
+  DWORD lessBytes = 0;           // at the end of the value
 };
 
 class LauncherFaults : public NavigationFaults {
@@ -37,9 +36,8 @@ class LauncherFaults : public NavigationFaults {
         if (const size_t place = text.find(L'@'); place != std::wstring::npos) {
           text.replace(place, 1, m_sandbox / fault.folder);
         }
-        text.resize(std::max(fault.length, text.size()), L'x');
-        const auto bytes = static_cast<int>((text.size() + 1) * sizeof(wchar_t)) - fault.lessBytes;
-        information.SetValue(fault.type, text.c_str(), static_cast<DWORD>(bytes));
+        const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        information.SetValue(fault.type, text.c_str(), bytes - fault.lessBytes);
         const std::wstring launcher = WriteLauncher(fault.folder);
         ExpectStarted(fault.start, launcher);
         EXPECT_EQ(m_sandbox.Files(), Texts{fault.folder + L"\\LaunchFolivo.exe"});
@@ -85,31 +83,19 @@ class LauncherFaults : public NavigationFaults {
   }
 };
 
-TEST_F(LauncherFaults, RegistryTextsAreReadToTheirEnd) {
-  // The system adds a terminator that lies right behind the bytes.
+TEST_F(LauncherFaults, OddRegistryValuesGiveNoFolder) {
+  // Beyond the table of InstallFolder. The system adds a terminator that lies behind the bytes.
   RunAll({
-      {"no terminator", Start::kLauncher, L"@x", REG_SZ, L"App", 0, 4},
-      {"half a character at the end", Start::kNothing, L"@x", REG_SZ, L"App", 0, 3},
-      {"one byte", Start::kNothing, L"x", REG_SZ, L"App", 0, 3},
-      {"no bytes", Start::kNothing, L"", REG_SZ, L"App", 0, 2},
-      {"empty", Start::kNothing, L""},
+      {"half a character at the end", Start::kNothing, L"@x", REG_SZ, L"App", 3},
+      {"one byte", Start::kNothing, L"x", REG_SZ, L"App", 3},
+      {"no bytes", Start::kNothing, L"", REG_SZ, L"App", 2},
       {"text behind a zero", Start::kLauncher, std::wstring(L"@\0behind", 8)},
-      {"longest", Start::kNothing, L"@", REG_SZ, L"App", 513, 4},
-      {"one character too long", Start::kByType, L"@", REG_SZ, L"App", 512},
-      {"60,000 characters", Start::kByType, L"@", REG_SZ, L"App", 60000},
-  });
-}
-
-TEST_F(LauncherFaults, RegistryValuesOfOtherTypesGiveNoFolder) {
-  RunAll({
-      {"bytes", Start::kByType, L"@", REG_BINARY},
+      {"60,000 characters", Start::kByType, std::wstring(60000, L'x')},
       {"four bytes", Start::kByType, L"x", REG_DWORD},
-      {"eight bytes", Start::kByType, L"xxx", REG_QWORD},
       {"several texts", Start::kByType, L"@", REG_MULTI_SZ},
       {"link", Start::kByType, L"@", REG_LINK},
       {"no type", Start::kByType, L"@", REG_NONE},
       {"unknown type", Start::kByType, L"@", 0x1234},
-      {"text with variables, without any", Start::kLauncher, L"@", REG_EXPAND_SZ},
       {"a variable, which is not expanded", Start::kNothing, L"%TEMP%\\App", REG_EXPAND_SZ},
   });
 }

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "tests/browser/common_dialog.h"
 #include "tests/faults/navigation_faults.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/parallel.h"
@@ -168,19 +167,7 @@ TEST_F(TwoAtOnce, LaterOpenedLessonReplacesTheOtherOfItsName) {
   });
 }
 
-TEST_F(TwoAtOnce, LaterSavedLessonReplacesTheOtherOfItsName) {
-  const CPromptAnswer prompt(kSave);
-  const CCommonDialog dialog(m_sandbox / L"saved.qdk");
-  Checks().Run([&] {
-    EXPECT_TRUE(RunBoth().empty());
-    EXPECT_EQ(m_filesBetween, (Texts{kTempFiles + std::wstring(L"iedownload.qdk"), L"saved.qdk"}));
-    EXPECT_EQ(m_sandbox.Files(), Texts{L"saved.qdk"});
-    EXPECT_TRUE(ReadFileBytes(m_sandbox / L"saved.qdk") == LessonBytes());
-    DeleteFileW((m_sandbox / L"saved.qdk").c_str());
-  });
-}
-
-TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileIsTold) {
+TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileGetsAMessage) {
   // Both found its name free, as neither had asked its server yet.
   Checks().Run([&] {
     const ScriptedPath first(m_server, Lesson().Hold(http_point::kBeforeHeaders));
