@@ -2,6 +2,7 @@
 // click waits there and comes too late (Quirk 61).
 
 #include <optional>
+#include <utility>
 
 #include "tests/faults/archive_faults.h"
 #include "tests/faults/place_hook.h"
@@ -32,34 +33,26 @@ const CMoment kMoments[] = {
     {"behind the end", "", Place::kDialogEnding},
 };
 
+using Act = void (*)(HWND window);
+
 void ClickCancel(HWND window) { Click(window, IDCANCEL); }
 
-struct CWay {
-  const char* name;
-  std::vector<void (*)(HWND)> actions;
-};
-const CWay kWays[] = {
+const std::pair<const char*, std::vector<Act>> kWays[] = {
     {"Cancel", {&ClickCancel}},
     {"Cancel twice", {&ClickCancel, &ClickCancel}},
     {"close box, Cancel", {&Close, &ClickCancel}},
 };
 
-struct CCell {
-  const CMoment* moment;
-  const CWay* way;
-};
-
 class ArchiveCancelFaults : public ArchiveFaults {
  protected:
-  void RunCell(const CCell& cell) {
-    const CMoment& moment = *cell.moment;
-    HttpAnswer answer = Archive(kSize);
+  void Run(const CMoment& moment, const std::vector<Act>& acts) {
+    HttpAnswer answer = Body(kSize);
     const ScriptedPath path(m_server, moment.held.empty() ? answer : answer.Hold(moment.held));
     const auto cancel = [&] {
       const HWND window = FindWindowW(L"#32770", kDialogTitle);  // hidden in the end
       ASSERT_NE(window, nullptr);
-      for (void (*const action)(HWND) : cell.way->actions) {
-        action(window);
+      for (const Act act : acts) {
+        act(window);
       }
     };
     std::optional<CPlaceHook> hook;
@@ -73,47 +66,40 @@ class ArchiveCancelFaults : public ArchiveFaults {
         path.AllowAll();
       });
     }
-    RunOnce(TrustedUrl(path),
-            {cell.moment->name, {}, ArchiveEnd::kTransferred, ArchiveBytes(kSize)});
+    const COutcome outcome = DownloadTo(TrustedUrl(path), L"download.zip");
+    EXPECT_EQ(outcome.message, L"");
+    EXPECT_TRUE(outcome.bytes == BodyBytes(kSize));
     EXPECT_TRUE(!hook || hook->WasReached());
+    EXPECT_TRUE(m_sandbox.Files().empty());
   }
 };
 
 TEST_F(ArchiveCancelFaults, CancelComesTooLateOnceItHasBegun) {
-  std::vector<CCell> cells;
-  for (const CMoment& moment : kMoments) {
-    for (const CWay& way : kWays) {
-      cells.push_back({&moment, &way});
+  for (const CMoment& moment : QuickCut(kMoments)) {
+    for (const auto& [way, acts] : kWays) {
+      SCOPED_TRACE(std::string(moment.name) + ", " + way);
+      Checks().Run([&, &all = acts] { Run(moment, all); });
     }
   }
-  for (const CCell& cell : QuickCut(cells)) {
-    SCOPED_TRACE(std::string(cell.moment->name) + ", " + cell.way->name);
-    Checks().Run([&] { RunCell(cell); });
-  }
-}
-
-decltype(&SetTimer) g_setTimer;
-const CWay* g_way;
-
-/// Has the clicks wait in the dialog's queue, before its first tick.
-UINT_PTR WINAPI SetTimerBehindClicks(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC proc) {
-  for (void (*const action)(HWND) : g_way->actions) {
-    action(window);
-  }
-  return g_setTimer(window, id, milliseconds, proc);
 }
 
 TEST_F(ArchiveCancelFaults, CancelBeforeItHasBegunAsksNobody) {
-  const ScriptedPath path(m_server, Archive(kSize));
-  const CImportPatch patch("user32.dll", "SetTimer", &SetTimerBehindClicks);
-  g_setTimer = patch.Original<decltype(SetTimer)>();
-  for (const CWay& way : kWays) {
-    SCOPED_TRACE(way.name);
-    g_way = &way;
+  const ScriptedPath path(m_server, Body(kSize));
+  for (const auto& [way, acts] : kWays) {
+    SCOPED_TRACE(way);
+    // The clicks wait in the dialog's queue, before its first tick.
+    const CImportSpy<&SetTimer> timer(
+        "user32.dll", "SetTimer",
+        [&, &all = acts](HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure) {
+          for (const Act act : all) {
+            act(window);
+          }
+          return timer.CallOriginal(window, id, milliseconds, procedure);
+        });
     Checks().Run([&] {
       CZipProgressDialog dialog(TrustedUrl(path).c_str(), ZipPath().c_str(),
                                 ContentFolder().c_str());
-      EXPECT_EQ(CallGuardedDialog([&] { return dialog.DoModal(nullptr); }), 2);
+      EXPECT_EQ(CallGuardedDialog([&] { return dialog.DoModal(nullptr); }), kCollectionNo);
       EXPECT_TRUE(TakeMessages().empty());
       EXPECT_TRUE(m_sandbox.Files().empty());
     });

@@ -2,67 +2,45 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
-#include "tests/faults/run_checks.h"
-#include "tests/support/import_patch.h"
-#include "tests/support/path_script.h"
+#include "tests/faults/transfer_faults.h"
+#include "tests/support/import_spy.h"
 
-/// How the download of an archive of collections ends. The dialog itself ends with 3 and one
-/// message in each case: an archive that has come is still held open when it is to be read.
-enum class ArchiveEnd {
-  kTransferred,  // with these bytes
-  kTorn,         // with a beginning of these bytes, which the system takes for all of the body
-  kUnavailable,  // the message that it is not to be had
-  kNotValid,     // the message that it is a page
-  kTornOrUnavailable,  // a break that the system reports only when a read waits just then
-};
-
-struct CArchiveFault {
-  std::string name;
-  PathScript script;
-  ArchiveEnd end;
-  std::string bytes = {};  // of the archive, before the dialog deletes it
-};
-
-/// Runs tables of faults through the collection dialog and asserts the same of each cell: the
-/// result, one message and which, the bytes of the archive, that no file is left, nothing added,
-/// and that nothing of the run lives on. A quick run takes a part of each table.
-class ArchiveFaults : public CollectionTest {
+/// Faults of an archive's download. The dialog itself ends with 3 and one message in each case: an
+/// archive that has come is still held open when it is to be read.
+class ArchiveFaults : public CollectionTest, protected CTransferFaults {
  protected:
-  ArchiveFaults();
+  static constexpr size_t kBuffer = 10000;  // of the transfer
+  static constexpr size_t kPeekBuffer = 800;
 
-  void RunAll(const std::vector<CArchiveFault>& all);
-  /// The same for an address that is not of a script.
-  void RunAddress(const std::wstring& url, const CArchiveFault& fault);
+  /// A whole body of this many bytes.
+  static std::string BodyBytes(size_t size);
+  static HttpAnswer Body(size_t size);
+  static std::wstring UrlOfFile(const ScriptedPath& path) { return TrustedUrl(path); }
 
-  /// For cells that a user or the server acts in: one run, inside Checks().Run.
-  void RunOnce(const std::wstring& url, const CArchiveFault& fault);
-
-  /// What one run says, and the archive's bytes before the dialog deletes it.
-  struct CRun {
-    std::wstring message;
-    std::string archive;
-  };
-  /// The same with an archive of another path. The dialog ends with 3 and adds nothing.
-  CRun RunDialogOnce(const std::wstring& url, const std::wstring& zipPath);
-
-  CRunChecks& Checks() { return m_checks; }
+  /// Runs the dialog, whose archive is `file` below the sandbox; it adds nothing.
+  COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
   /// The messages so far; forgets them.
   CDialogTrace::Lines TakeMessages() { return m_trace.Take(L"message"); }
 
  private:
+  const HttpTestServer& Server() const override { return m_server; }
+  std::wstring UrlOf(const ScriptedPath& path) const override { return UrlOfFile(path); }
+  bool HasPreCheck() const override { return false; }
+  COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
+  bool IsRight(const CTransferFault& fault) const override { return fault.bytes != kPage; }
+  std::wstring WrongMessage(const std::wstring&) const override { return kNotValid; }
+  std::wstring UnavailableMessage(const std::wstring&) const override { return kUnavailable; }
+
   CWinInetRecorder m_winInet;
   CDialogTrace m_trace;
-  CRunChecks m_checks;
-  /// Above the trace's own.
-  CImportPatch m_delete;
+  std::optional<std::string> m_deleted;
+  /// Above the trace's own. Keeps what is about to go: the dialog never leaves an archive behind.
+  const CImportSpy<&DeleteFileW> m_delete{"kernel32.dll", "DeleteFileW", [this](LPCWSTR path) {
+                                            m_deleted = ReadFileBytes(path);
+                                            return m_delete.CallOriginal(path);
+                                          }};
 };
-
-/// The archive's bytes: `length` bytes of a pattern.
-std::string ArchiveBytes(size_t length);
-/// The same as a server's answer.
-HttpAnswer Archive(size_t length);

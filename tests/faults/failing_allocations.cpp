@@ -1,5 +1,6 @@
 #include "tests/faults/failing_allocations.h"
 
+#include <gtest/gtest.h>
 #include <oleauto.h>
 #include <process.h>
 
@@ -8,12 +9,16 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
+
+#include "tests/faults/quick_cut.h"
 
 namespace {
 
 constexpr size_t kMostThreads = 8;
+constexpr int kQuickStep = 17;
 
 std::atomic<bool> g_isArmed;
 std::atomic<int> g_countdown;
@@ -132,6 +137,28 @@ bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& act
   action();
   g_isArmed = false;
   return g_countdown <= 0;
+}
+
+void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
+                    const std::function<bool(const Fail& fail)>& cell) {
+  const CFailingAllocations allocations;
+  const CRunSteps steps = RunSteps(kQuickStep);
+  bool failed = true;
+  int n = steps.first;
+  for (; failed && !testing::Test::HasFailure(); n += steps.step) {
+    SCOPED_TRACE(n);
+    checks.Run([&] {
+      failed = cell([&](const std::function<void()>& action) {
+        bool result = false;
+        CallGuardedDialog([&] {
+          result = allocations.Run(mode, n, action);
+          return 0;
+        });
+        return result;
+      });
+    });
+  }
+  std::printf("fewer than %d allocations\n", n);
 }
 
 CUncountedAllocations::CUncountedAllocations()

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "tests/faults/run_checks.h"
 #include "tests/support/import_patch.h"
 
 /// Lets allocations of this program fail: `new`, malloc and what the product imports of the system
@@ -33,6 +34,13 @@ class CFailingAllocations {
   CImportPatch m_string;
   CImportPatch m_thread;
 };
+
+/// Runs a cell for the first allocation, the second and so on until there were fewer, or in a quick
+/// run for some of them. The cell calls `Fail` once with what is to run out of memory, and gives
+/// its answer: whether it did.
+using Fail = std::function<bool(const std::function<void()>& action)>;
+void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
+                    const std::function<bool(const Fail& fail)>& cell);
 
 /// For what stands in for the system inside `Run`: its own allocations succeed and do not count.
 class CUncountedAllocations {

@@ -1,17 +1,21 @@
 #pragma once
 
+#include <atlbase.h>
+
+#include <optional>
 #include <string>
 
 #include "tests/tools/tool_process.h"
 
-/// Has another process hold a file open, shared with nobody, until scope end.
+/// Holds a file open, shared with nobody, until scope end: this program does or another one.
 class CHeldFile {
  public:
-  explicit CHeldFile(const std::wstring& path);
+  CHeldFile(const std::wstring& path, bool isElsewhere);
   ~CHeldFile();
   CHeldFile(const CHeldFile&) = delete;
   CHeldFile& operator=(const CHeldFile&) = delete;
 
  private:
-  CToolProcess m_process;
+  CHandle m_file;
+  std::optional<CToolProcess> m_process;
 };

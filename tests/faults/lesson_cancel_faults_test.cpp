@@ -1,6 +1,7 @@
 // Cancelling a lesson's download at every place of it, once and again and again.
 
 #include <optional>
+#include <utility>
 
 #include "download/content_check.h"
 #include "tests/browser/browser_frame.h"
@@ -12,9 +13,9 @@
 
 namespace {
 
-constexpr size_t kPattern = 300000;
-constexpr size_t kSize = kPattern + sizeof(kLessonHead) - 1;
+constexpr size_t kSize = 300000;
 constexpr ULONGLONG kAtOnceMs = 10000;
+constexpr int kLongCircle = 50;
 
 /// Where the download is when the user cancels: held by the server, or at a place in the worker.
 struct CMoment {
@@ -23,6 +24,7 @@ struct CMoment {
   std::optional<Place> place = std::nullopt;
   bool afterPreCheck = true;  // may be met there too
   INT_PTR result = kDownloadCancelled;
+  bool isCircle = false;  // of redirects
 };
 
 const CMoment kMoments[] = {
@@ -30,6 +32,7 @@ const CMoment kMoments[] = {
     {"during the open", std::string(http_point::kBeforeHeaders), std::nullopt, false},
     {"in the answer's head", http_point::HeadByte(9), std::nullopt, false},
     {"in the first read", http_point::BodyByte(0), std::nullopt, false},
+    {"in a circle of redirects", "", std::nullopt, false, kDownloadCancelled, true},
     {"in a read", http_point::BodyByte(200000)},
     {"in the last read", http_point::BodyByte(kSize - 1)},
     {"between chunks", "", Place::kBetweenChunks},
@@ -38,39 +41,18 @@ const CMoment kMoments[] = {
     {"while the end is shown", "", Place::kEndShown, true, kDownloadDelivered},
 };
 
+using Act = void (*)(HWND window, HWND button);
+
 void ClickCancel(HWND, HWND button) { PostMessageW(button, BM_CLICK, 0, 0); }
 void PressEscape(HWND window, HWND) { PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1); }
 void CloseBox(HWND window, HWND) { Close(window); }
 
-struct CWay {
-  const char* name;
-  // The first one may end the dialog before the second comes.
-  std::vector<void (*)(HWND window, HWND button)> actions;
-};
-const CWay kWays[] = {
+// The first one may end the dialog before the second comes.
+const std::pair<const char*, std::vector<Act>> kWays[] = {
     {"Cancel", {&ClickCancel}},
     {"Cancel twice", {&ClickCancel, &ClickCancel}},
     {"close box, Escape, Cancel", {&CloseBox, &PressEscape, &ClickCancel}},
 };
-
-struct CCell {
-  const CMoment* moment;
-  const CWay* way;
-  bool peeks;
-};
-
-std::vector<CCell> AllCells() {
-  std::vector<CCell> cells;
-  for (const CMoment& moment : kMoments) {
-    for (const CWay& way : kWays) {
-      cells.push_back({&moment, &way, false});
-      if (moment.afterPreCheck) {
-        cells.push_back({&moment, &way, true});
-      }
-    }
-  }
-  return cells;
-}
 
 class CancelFaults : public LessonFaults {
  protected:
@@ -78,38 +60,39 @@ class CancelFaults : public LessonFaults {
     EXPECT_EQ(result, expected);
     EXPECT_TRUE(TakeMessages().empty());
     if (expected == kDownloadDelivered) {
-      ExpectDelivered(LessonBytes(kPattern));
+      EXPECT_TRUE(TakeDelivered() == BodyBytes(kSize));
     }
     EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
   }
 
-  void Run(const CCell& cell) {
-    const CMoment& moment = *cell.moment;
-    HttpAnswer answer = Lesson(kPattern);
-    const ScriptedPath path(m_server, moment.held.empty() ? answer : answer.Hold(moment.held));
-    CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
-    if (cell.peeks) {
+  void Run(const CMoment& moment, const std::vector<Act>& acts, bool peeks) {
+    HttpAnswer answer = moment.isCircle ? HttpAnswer().Redirect(L"again.qdk") : Body(kSize);
+    std::optional<ScriptedPath> path(std::in_place, m_server,
+                                     moment.held.empty() ? answer : answer.Hold(moment.held));
+    CProgressDialog::Ptr dialog = Make(path->Url(L"a.qdk"));
+    if (peeks) {
       ASSERT_TRUE(dialog->PeekContent(L".qdk"));
     }
     const CHeldThread worker;
     std::optional<CPlaceHook> hook;
     if (moment.place) {
       // The pre-check has written the head.
-      hook.emplace(*moment.place, cell.peeks ? kSize - kContentHeadSize : kSize,
-                   [&] { worker.Hold(); });
+      hook.emplace(*moment.place, peeks ? kSize - kContentHeadSize : kSize, [&] { worker.Hold(); });
     }
     ULONGLONG cancelled = 0;
     CParallel user([&] {
-      const HWND window = WaitForDialog(L"MERLO Folivo File Download");
+      const HWND window = WaitForDialog(kDialogTitle);
       if (moment.place) {
         worker.WaitUntilHeld();
+      } else if (moment.isCircle) {
+        EXPECT_TRUE(path->WaitForRequest(kLongCircle));
       } else {
-        EXPECT_TRUE(path.WaitForHeld(moment.held));
+        EXPECT_TRUE(path->WaitForHeld(moment.held));
       }
       cancelled = GetTickCount64();
       const HWND button = GetDlgItem(window, IDCANCEL);
-      for (void (*const action)(HWND, HWND) : cell.way->actions) {
-        action(window, button);
+      for (const Act act : acts) {
+        act(window, button);
       }
       if (moment.result == kDownloadDelivered) {
         worker.LetGo();  // A complete download waits for its worker, which is a step from its end.
@@ -121,19 +104,34 @@ class CancelFaults : public LessonFaults {
     user.Join();
     dialog.reset();
     worker.LetGo();
-    path.AllowAll();
+    const size_t requests = path->Requests().size();
+    EXPECT_TRUE(requests == (moment.place == Place::kBeforeOpen ? 0u : 1u) || moment.isCircle);
+    path.reset();
     // Its worker comes back only now, and closes and deletes what is left.
     EXPECT_TRUE(WaitUntil("the worker's end", [&] { return LocksTaken() == 0; }));
-    EXPECT_EQ(path.Requests().size(), moment.place == Place::kBeforeOpen ? 0u : 1u);
     ExpectEnd(result, moment.result);
   }
 };
 
 TEST_F(CancelFaults, CancelEndsTheDownloadWhereverItIs) {
-  for (const CCell& cell : QuickCut(AllCells())) {
-    SCOPED_TRACE(std::string(cell.moment->name) + ", " + cell.way->name +
-                 (cell.peeks ? ", pre-check" : ", dialog alone"));
-    Checks().Run([&] { Run(cell); });
+  struct CCell {
+    const CMoment& moment;
+    const std::pair<const char*, std::vector<Act>>& way;
+    bool peeks;
+  };
+  std::vector<CCell> cells;
+  for (const CMoment& moment : kMoments) {
+    for (const auto& way : kWays) {
+      cells.push_back({moment, way, false});
+      if (moment.afterPreCheck) {
+        cells.push_back({moment, way, true});
+      }
+    }
+  }
+  for (const auto& [moment, way, peeks] : QuickCut(cells)) {
+    SCOPED_TRACE(std::string(moment.name) + ", " + way.first +
+                 (peeks ? ", pre-check" : ", dialog alone"));
+    Checks().Run([&] { Run(moment, way.second, peeks); });
   }
 }
 
@@ -164,7 +162,7 @@ class LateCancelFaults : public CancelFaults {
     const CHandle posted(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const CPlaceHook hook(Place::kResultPosted, kSize, [&] { SetEvent(posted); });
     CParallel user([&] {
-      const HWND window = WaitForDialog(L"MERLO Folivo File Download");
+      const HWND window = WaitForDialog(kDialogTitle);
       // The browser's thread is busy while the download comes to its end.
       frame.Run([&] {
         path.AllowAll();
@@ -189,11 +187,11 @@ class LateCancelFaults : public CancelFaults {
 
 TEST_F(LateCancelFaults, CancelAfterTheResultWasPosted) {
   const HttpAnswer page = HttpAnswer().Bytes(kPage).Pattern(1, kSize);
-  const std::vector<CLateCell> cells = {
-      {"complete, Cancel", Lesson(kPattern), 1, 0, kDownloadDelivered},
-      {"complete, Cancel twice", Lesson(kPattern), 2, 0, kDownloadDelivered},
-      {"complete, Cancel behind it", Lesson(kPattern), 0, 1, kDownloadDelivered},
-      {"complete, Cancel on both sides", Lesson(kPattern), 1, 2, kDownloadDelivered},
+  const CLateCell cells[] = {
+      {"complete, Cancel", Body(kSize), 1, 0, kDownloadDelivered},
+      {"complete, Cancel twice", Body(kSize), 2, 0, kDownloadDelivered},
+      {"complete, Cancel behind it", Body(kSize), 0, 1, kDownloadDelivered},
+      {"complete, Cancel on both sides", Body(kSize), 1, 2, kDownloadDelivered},
       {"failed, Cancel", page, 1, 0, kDownloadCancelled},
       {"failed, Cancel twice", page, 2, 0, kDownloadCancelled},
       {"failed, Cancel behind it", page, 0, 1, kDownloadFailed},

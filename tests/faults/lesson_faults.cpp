@@ -1,141 +1,104 @@
 #include "tests/faults/lesson_faults.h"
 
 #include <optional>
+#include <utility>
 
-#include "tests/faults/quick_cut.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
-/// While it lives, the pre-check's time limit is 300 ms.
-class CShortTimeLimit {
- public:
-  CShortTimeLimit() : m_patch("kernel32.dll", "SetWaitableTimer", &SetSoon) {
-    s_set = m_patch.Original<decltype(SetWaitableTimer)>();
-  }
-
- private:
-  static BOOL WINAPI SetSoon(HANDLE timer, const LARGE_INTEGER*, LONG period,
-                             PTIMERAPCROUTINE routine, LPVOID argument, BOOL resume) {
-    LARGE_INTEGER soon = {};
-    soon.QuadPart = -3000000;
-    return s_set(timer, &soon, period, routine, argument, resume);
-  }
-
-  static inline decltype(&SetWaitableTimer) s_set;
-  CImportPatch m_patch;
+/// What the content of each extension begins with.
+const std::pair<const wchar_t*, std::string> kHeads[] = {
+    {L".qdk", kLessonHead},
+    {L".qdk", R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><qdk )"},
+    {L".qdc", kLessonHead},
+    {L".qdc", R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><col>)"},
+    {L".fvk", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"},
+    {L".folivo", "PK\x03\x04"},
 };
 
-std::wstring NotALesson(const std::wstring& url) {
-  return L"The file " + url +
-         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
-}
-
-/// Whether the pre-check may have nothing to judge, and waits for its time limit.
-bool MayBeEmpty(LessonEnd end) {
-  return end == LessonEnd::kEmpty || end == LessonEnd::kTorn ||
-         end == LessonEnd::kTornOrUnavailable;
+bool Peek(CProgressDialog& dialog, const CTransferFault& fault) {
+  // Where there may be nothing to judge, the pre-check waits for its time limit: here 300 ms.
+  const bool isShort = fault.bytes.empty() || fault.end != TransferEnd::kBody;
+  const CImportSpy<&SetWaitableTimer> timer(
+      "kernel32.dll", "SetWaitableTimer",
+      [&](HANDLE handle, const LARGE_INTEGER* due, LONG period, PTIMERAPCROUTINE routine,
+          LPVOID argument, BOOL resume) {
+        const LARGE_INTEGER soon = {.QuadPart = -3000000};
+        return timer.CallOriginal(handle, isShort ? &soon : due, period, routine, argument, resume);
+      });
+  return dialog.PeekContent(fault.extension.c_str());
 }
 
 }  // namespace
 
-void LessonFaults::RunAll(const std::vector<CLessonFault>& all) {
-  const std::vector<CLessonFault> faults = QuickCut(all);
-  for (const CLessonFault& fault : faults) {
-    SCOPED_TRACE(fault.name + ", pre-check");
-    m_checks.Run([&] {
-      const ScriptedPath path(m_server, fault.script);
-      RunPeeked(path.Url(L"a.qdk"), fault);
-    });
-  }
-  for (const CLessonFault& fault : faults) {
-    SCOPED_TRACE(fault.name + ", dialog alone");
-    m_checks.Run([&] {
-      const ScriptedPath path(m_server, fault.script);
-      RunDirect(path.Url(L"a.qdk"), fault);
-    });
-  }
+std::string LessonFaults::BodyBytes(size_t size) {
+  const std::string head = kLessonHead;
+  return size < head.size() ? head.substr(0, size) : LessonBytes(size - head.size());
 }
 
-void LessonFaults::RunAddress(const std::wstring& url, const CLessonFault& fault) {
-  SCOPED_TRACE(fault.name);
-  m_checks.Run([&] { RunPeeked(url, fault); });
-  m_checks.Run([&] { RunDirect(url, fault); });
+HttpAnswer LessonFaults::Body(size_t size) {
+  const size_t head = sizeof(kLessonHead) - 1;
+  return size < head ? HttpAnswer().Bytes(BodyBytes(size)) : Lesson(size - head);
 }
 
-void LessonFaults::RunPeeked(const std::wstring& url, const CLessonFault& fault) {
+bool LessonFaults::IsRight(const CTransferFault& fault) const {
+  return fault.bytes.empty() || std::ranges::any_of(kHeads, [&](const auto& head) {
+           return fault.extension == head.first && fault.bytes.starts_with(head.second);
+         });
+}
+
+std::wstring LessonFaults::WrongMessage(const std::wstring& url) const {
+  return L"The file " + url +
+         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
+}
+
+std::wstring LessonFaults::UnavailableMessage(const std::wstring& url) const {
+  return NotAvailable(url);
+}
+
+LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& url,
+                                              const CTransferFault& fault) {
   CProgressDialog::Ptr dialog = Make(url);
-  std::optional<CShortTimeLimit> limit;
-  if (MayBeEmpty(fault.end)) {
-    limit.emplace();
-  }
-  const bool valid = dialog->PeekContent(fault.extension.c_str());
-  if (valid) {
-    EXPECT_TRUE(fault.end == LessonEnd::kDelivered || fault.end == LessonEnd::kTorn ||
-                fault.end == LessonEnd::kTornOrUnavailable);
-    const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
+  COutcome outcome;
+  if (peeks && !Peek(*dialog, fault)) {
     dialog.reset();
-    ExpectEnd(url, fault, result);
-    return;
-  }
-  dialog.reset();
-  EXPECT_NE(fault.end, LessonEnd::kDelivered);
-  const std::vector<std::wstring> messages = m_messages.TakeTexts();
-  if (!messages.empty() || fault.end == LessonEnd::kUnavailable) {
-    EXPECT_TRUE(fault.end == LessonEnd::kUnavailable || fault.end == LessonEnd::kTornOrUnavailable);
-    EXPECT_EQ(messages, std::vector{NotAvailable(url)});
-  }
-  EXPECT_TRUE(m_sandbox.Files().empty());
-  EXPECT_TRUE(TakePostedResults().empty());
-}
-
-void LessonFaults::RunDirect(const std::wstring& url, const CLessonFault& fault) {
-  CProgressDialog::Ptr dialog = Make(url);
-  CProgressDialogPeer{*dialog}.SetExtension(fault.extension.c_str());
-  const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
-  dialog.reset();
-  ExpectEnd(url, fault, result);
-}
-
-void LessonFaults::ExpectEnd(const std::wstring& url, const CLessonFault& fault, INT_PTR result) {
-  const std::vector<std::wstring> messages = m_messages.TakeTexts();
-  switch (fault.end) {
-    case LessonEnd::kDelivered:
-    case LessonEnd::kEmpty:
-      EXPECT_EQ(result, 1);
-      EXPECT_EQ(messages, std::vector<std::wstring>());
-      ExpectDelivered(fault.bytes);
-      break;
-    case LessonEnd::kTorn:
-      EXPECT_EQ(result, 1);
-      EXPECT_EQ(messages, std::vector<std::wstring>());
-      ExpectDelivered(fault.bytes.substr(0, ReadFileBytes(DestPath()).size()));
-      break;
-    case LessonEnd::kUnavailable:
-      EXPECT_EQ(result, 3);
-      EXPECT_EQ(messages, std::vector{NotAvailable(url)});
-      break;
-    case LessonEnd::kNotALesson:
-      EXPECT_EQ(result, 3);
-      EXPECT_EQ(messages, std::vector{NotALesson(url)});
-      break;
-    case LessonEnd::kTornOrUnavailable:
-      if (result == 1) {
-        EXPECT_EQ(messages, std::vector<std::wstring>());
-        ExpectDelivered(fault.bytes.substr(0, ReadFileBytes(DestPath()).size()));
-      } else {
-        EXPECT_EQ(result, 3);
-        EXPECT_EQ(messages, std::vector{NotAvailable(url)});
-      }
-      break;
+    const std::vector<std::wstring> messages = TakeMessages();
+    EXPECT_LE(messages.size(), 1u);
+    EXPECT_TRUE(TakePostedResults().empty());
+    outcome = {true, messages.empty() ? L"" : messages[0], ""};
+  } else {
+    CProgressDialogPeer{*dialog}.SetExtension(fault.extension.c_str());
+    outcome = RunAndTake(std::move(dialog));
   }
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  return outcome;
 }
 
-void LessonFaults::ExpectDelivered(const std::string& bytes) const {
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
-  const std::string delivered = ReadFileBytes(DestPath());
-  EXPECT_EQ(delivered.size(), bytes.size());
-  EXPECT_TRUE(delivered == bytes) << "other bytes";
-  DeleteFileW(DestPath().c_str());
+LessonFaults::COutcome LessonFaults::DownloadTo(const std::wstring& url, const std::wstring& file) {
+  CProgressDialog::Ptr dialog =
+      CProgressDialog::Create(url.c_str(), (m_sandbox / file).c_str(), nullptr);
+  dialog->SetTarget(CFilePath(DestPath().c_str()), nullptr);
+  CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
+  return RunAndTake(std::move(dialog));
+}
+
+LessonFaults::COutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
+  const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
+  dialog.reset();
+  const std::vector<std::wstring> messages = TakeMessages();
+  if (result == kDownloadDelivered) {
+    EXPECT_TRUE(messages.empty());
+    return {false, L"", TakeDelivered()};
+  }
+  EXPECT_EQ(result, kDownloadFailed);
+  EXPECT_EQ(messages.size(), 1u);
+  return {false, messages.empty() ? L"" : messages[0], ""};
+}
+
+std::string LessonFaults::TakeDelivered() const {
+  const std::string bytes = ReadFileBytes(DestPath());
+  SetFileAttributesW(DestPath().c_str(), FILE_ATTRIBUTE_NORMAL);
+  EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
+  return bytes;
 }

@@ -4,56 +4,37 @@
 #include <vector>
 
 #include "tests/download/download_test.h"
-#include "tests/faults/run_checks.h"
+#include "tests/faults/transfer_faults.h"
 #include "tests/support/deferred_close.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/path_script.h"
-#include "tests/support/scripted_path.h"
 
-/// How a download of a lesson ends.
-enum class LessonEnd {
-  kDelivered,    // silently, with these bytes
-  kEmpty,        // a body without a byte: the pre-check waits for a judgement that never comes; the
-                 // dialog delivers an empty file
-  kUnavailable,  // one message that the address is not available
-  kNotALesson,   // the pre-check leaves it to the browser; the dialog says what is wrong
-  kTorn,  // as delivered, with no more than a beginning of these bytes: the system takes it for
-          // all of the body, and so do pre-check and dialog
-  kTornOrUnavailable,  // a break that the system reports only when a read waits just then
-};
-
-struct CLessonFault {
-  std::string name;
-  PathScript script;
-  LessonEnd end;
-  std::string bytes = {};  // of the delivered file
-  std::wstring extension = L".qdk";
-};
-
-/// Runs tables of faults, each cell with and without a pre-check, and asserts the same of each: the
-/// judgement, the dialog's result, the messages, the files left and their bytes, and that nothing
-/// of the run lives on. A quick run takes a part of each table.
-class LessonFaults : public DownloadTest {
+/// Faults of a lesson's download.
+class LessonFaults : public DownloadTest, protected CTransferFaults {
  protected:
-  void RunAll(const std::vector<CLessonFault>& all);
-  /// The same for an address that is not of a script.
-  void RunAddress(const std::wstring& url, const CLessonFault& fault);
+  static constexpr size_t kBuffer = 131072;  // of the worker
+  static constexpr size_t kPeekBuffer = 800;
 
-  /// For cells that a user or the server acts in.
-  CRunChecks& Checks() { return m_checks; }
+  /// A whole body of this many bytes.
+  static std::string BodyBytes(size_t size);
+  static HttpAnswer Body(size_t size);
+  static std::wstring UrlOfFile(const ScriptedPath& path) { return path.Url(L"a.qdk"); }
+
+  /// Runs the dialog, whose first file is `file` below the sandbox, and releases it.
+  COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
+  COutcome RunAndTake(CProgressDialog::Ptr dialog);
   std::vector<std::wstring> TakeMessages() { return m_messages.TakeTexts(); }
-  /// The delivered file has these bytes and nothing else is left; it goes too.
-  void ExpectDelivered(const std::string& bytes) const;
+  /// The delivered file's bytes, and nothing else is left; it goes too.
+  std::string TakeDelivered() const;
 
  private:
-  void RunPeeked(const std::wstring& url, const CLessonFault& fault);
-  void RunDirect(const std::wstring& url, const CLessonFault& fault);
-  void ExpectEnd(const std::wstring& url, const CLessonFault& fault, INT_PTR result);
+  const HttpTestServer& Server() const override { return m_server; }
+  std::wstring UrlOf(const ScriptedPath& path) const override { return UrlOfFile(path); }
+  bool HasPreCheck() const override { return true; }
+  COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
+  bool IsRight(const CTransferFault& fault) const override;
+  std::wstring WrongMessage(const std::wstring& url) const override;
+  std::wstring UnavailableMessage(const std::wstring& url) const override;
 
   const CDeferredClose m_deferredClose;
   CMessageRecorder m_messages;
-  CRunChecks m_checks;
 };
-
-/// A page, as a server sends it in place of what is missing.
-inline constexpr char kPage[] = "<!DOCTYPE html><html><body>Not here</body></html>";

@@ -1,123 +1,61 @@
 // What a browser does while a download is somewhere on its way: it quits, lets go of its helper
 // object, navigates again, or takes windows away.
 
-#include <exdispid.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <commdlg.h>
 #include <wininet.h>
 
 #include <functional>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "download/temp_files.h"
-#include "tests/browser/install_information.h"
-#include "tests/browser/lesson_bytes.h"
-#include "tests/browser/navigation_event.h"
-#include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/browser_party.h"
+#include "tests/faults/event_faults.h"
+#include "tests/faults/full_disk.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
-#include "tests/faults/run_checks.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/http_pattern.h"
-#include "tests/support/http_server.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
-#include "tests/support/scripted_path.h"
-#include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
 
 namespace {
 
-constexpr int kOpenButton = 6;
-constexpr int kSaveButton = 7;
-constexpr int kCancelButton = 2;
-constexpr wchar_t kPromptTitle[] = L"File Download";
-constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
 constexpr wchar_t kSaveTitle[] = L"Save As";
 constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
-constexpr wchar_t kOpenedFile[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\a.folivo";
+constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
-constexpr uint64_t kSeed = 20;
-constexpr size_t kPattern = 300000;
-const size_t kSize = kLessonHead.size() + kPattern;
-
-HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern); }
-
-/// Where the download is.
-enum class Stage { kPreCheck, kPrompt, kSaveDialog, kReading, kLastWrite, kMessage };
-
-/// What the browser does.
+/// Where the download is, and what the browser does there.
+enum class Stage { kPreCheck, kPrompt, kReading, kLastWrite, kSaveDialog, kMessage };
+constexpr const char* kStages[] = {"pre-check",  "question",    "read",
+                                   "last write", "save dialog", "message"};
 enum class Act {
-  kQuit,              // tells that it quits
-  kSiteTaken,         // takes its site from the object
-  kReleased,          // gives up its last reference
-  kAllOfThese,        // as when a window closes
-  kOtherPage,         // navigates to what is no lesson
-  kLesson,            // navigates to another lesson
-  kLoopLeft,          // has its thread leave its message loop
-  kDialogDestroyed,   // destroys the window that is open
-  kBrowserDestroyed,  // destroys its own window
+  kQuit,
+  kSiteTaken,
+  kReleased,
+  kAllOfThese,  // as when a window closes
+  kOtherPage,
+  kLesson,
+  kLoopLeft,
+  kDialogDestroyed,
+  kBrowserDestroyed,
 };
-
-struct CStage {
-  Stage stage;
-  const char* name;
-};
-constexpr CStage kStages[] = {
-    {Stage::kPreCheck, "pre-check"},     {Stage::kPrompt, "question"},
-    {Stage::kReading, "read"},           {Stage::kLastWrite, "last write"},
-    {Stage::kSaveDialog, "save dialog"}, {Stage::kMessage, "message"},
-};
-bool IsDownloading(Stage stage) {
-  return stage == Stage::kReading || stage == Stage::kLastWrite || stage == Stage::kMessage;
-}
-
-struct CAct {
-  Act act;
-  const char* name;
-};
-constexpr CAct kActs[] = {
-    {Act::kQuit, "quits"},
-    {Act::kSiteTaken, "takes its site"},
-    {Act::kReleased, "releases"},
-    {Act::kAllOfThese, "does all of these"},
-    {Act::kOtherPage, "goes to a page"},
-    {Act::kLesson, "goes to a lesson"},
-    {Act::kLoopLeft, "leaves its loop"},
-    {Act::kDialogDestroyed, "destroys the dialog"},
-    {Act::kBrowserDestroyed, "destroys its window"},
-};
+constexpr const char* kActs[] = {
+    "quits",           "takes its site",           "gives up its last reference",
+    "does all three",  "goes to a page",           "goes to another lesson",
+    "leaves its loop", "destroys the open window", "destroys its own window"};
 
 struct CCell {
-  CStage stage;
-  CAct act;
+  Stage stage;
+  Act act;
 
-  std::string Name() const { return std::string(stage.name) + ": browser " + act.name; }
+  std::string Name() const {
+    return std::string(kStages[static_cast<int>(stage)]) + ": browser " +
+           kActs[static_cast<int>(act)];
+  }
   /// Whether the download is over by that.
-  bool Ends() const {
-    return act.act == Act::kLoopLeft || act.act == Act::kDialogDestroyed ||
-           act.act == Act::kBrowserDestroyed;
-  }
+  bool Ends() const { return act >= Act::kLoopLeft; }
 };
-
-std::vector<CCell> AllCells() {
-  std::vector<CCell> cells;
-  for (const CStage& stage : kStages) {
-    for (const CAct& act : kActs) {
-      if (stage.stage != Stage::kPreCheck || act.act != Act::kDialogDestroyed) {
-        cells.push_back({stage, act});
-      }
-    }
-  }
-  return cells;
-}
 
 /// One real click into the browser's window: the pre-check serves messages when one comes.
 void ClickInto(HWND window) {
@@ -129,20 +67,6 @@ void ClickInto(HWND window) {
   inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
   inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
   SendInput(2, inputs, sizeof(INPUT));
-}
-
-int g_writes;
-decltype(&WriteFile) g_write;
-
-/// The disk is full at the second write only.
-BOOL WINAPI FailSecondWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                            LPOVERLAPPED overlapped) {
-  if (++g_writes == 2) {
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-  }
-  return g_write(file, data, size, written, overlapped);
 }
 
 std::wstring g_savePath;
@@ -167,24 +91,10 @@ struct CQuitCell {
   bool inRead = false;  // when the head is just read, and not at a point
 };
 
-std::function<void()> g_inRead;
-decltype(&InternetReadFile) g_read;
-
-BOOL WINAPI ActAndRead(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read) {
-  if (const std::function<void()> action = std::exchange(g_inRead, nullptr)) {
-    action();
-  }
-  return g_read(request, buffer, size, read);
-}
-
-class LessonLifetimeFaults : public testing::Test {
+class LessonLifetimeFaults : public EventFaults {
  protected:
-  ~LessonLifetimeFaults() override { SetTempBaseFolder(CStringW()); }
-
   void Run(const CCell& cell);
   void RunQuit(const CQuitCell& cell, int times) const;
-
-  CRunChecks m_checks;
 
  private:
   /// One run's parties.
@@ -196,24 +106,27 @@ class LessonLifetimeFaults : public testing::Test {
     bool secondCancelled = false;
   };
 
+  static void CancelQuestion();
   void DoAct(CRun& run, HWND dialog) const;
   void LetBrowserAct(CRun& run, HWND dialog) const;
   void PlayUser(CRun& run) const;
   void PlayUserInPreCheck(CRun& run) const;
   void ExpectFiles(const CCell& cell, bool isDelivered) const;
 
-  const CTempSandbox m_sandbox;
-  const CInstallInformation m_information;
-  const CIeFrameDouble m_ieFrame;
-  const HttpTestServer m_server;
   const CDeferredClose m_deferredClose;
   const ScriptedPath m_second{m_server, Lesson()};
 };
 
+void LessonLifetimeFaults::CancelQuestion() {
+  const HWND question = WaitForDialog(kPromptTitle);
+  Click(question, kCancel);
+  WaitUntilGone(question);
+}
+
 /// The act itself, on the browser's thread.
 void LessonLifetimeFaults::DoAct(CRun& run, HWND dialog) const {
   CHelperObject& helper = run.browser.helper;
-  const Act act = run.cell.act.act;
+  const Act act = run.cell.act;
   if (act == Act::kQuit || act == Act::kAllOfThese) {
     DISPPARAMS none = {};
     EXPECT_EQ(helper.Fire(DISPID_ONQUIT, &none), S_OK);
@@ -228,7 +141,7 @@ void LessonLifetimeFaults::DoAct(CRun& run, HWND dialog) const {
     EXPECT_FALSE(helper.Navigate(L"http://localhost/page.html"));
   }
   if (act == Act::kLesson) {
-    run.secondCancelled = helper.Navigate(m_second.Url(L"b.folivo"));
+    run.secondCancelled = helper.Navigate(m_second.Url(L"b.qdk"));
   }
   if (act == Act::kLoopLeft) {
     PostQuitMessage(0);
@@ -249,17 +162,15 @@ void LessonLifetimeFaults::LetBrowserAct(CRun& run, HWND dialog) const {
     WaitUntilGone(dialog);
     return;
   }
-  if (run.cell.act.act == Act::kLesson && run.cell.stage.stage != Stage::kPrompt) {
-    const HWND question = WaitForDialog(kPromptTitle);
-    Click(question, kCancelButton);
-    WaitUntilGone(question);
+  if (run.cell.act == Act::kLesson && run.cell.stage != Stage::kPrompt) {
+    CancelQuestion();
   }
   run.browser.frame.Run([] {});  // The act is over when this comes through.
 }
 
 void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   EXPECT_TRUE(run.path.WaitForHeld());
-  if (run.cell.act.act == Act::kLoopLeft) {
+  if (run.cell.act == Act::kLoopLeft) {
     PostThreadMessageW(GetWindowThreadProcessId(run.browser.frame, nullptr), WM_QUIT, 0, 0);
   } else {
     run.browser.frame.Begin([this, &run] { DoAct(run, nullptr); });
@@ -269,38 +180,32 @@ void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   if (run.cell.Ends()) {
     return;
   }
-  if (run.cell.act.act == Act::kLesson) {
-    const HWND question = WaitForDialog(kPromptTitle);
-    Click(question, kCancelButton);
-    WaitUntilGone(question);
+  if (run.cell.act == Act::kLesson) {
+    CancelQuestion();
   }
-  Click(WaitForDialog(kPromptTitle), kOpenButton);
+  Click(WaitForDialog(kPromptTitle), kOpen);
 }
 
 void LessonLifetimeFaults::PlayUser(CRun& run) const {
-  const Stage stage = run.cell.stage.stage;
+  const Stage stage = run.cell.stage;
   if (stage == Stage::kPreCheck) {
     PlayUserInPreCheck(run);
     return;
   }
   HWND dialog = WaitForDialog(kPromptTitle);
-  if (stage == Stage::kPrompt) {
+  if (stage == Stage::kPrompt || stage == Stage::kSaveDialog) {
+    const bool isPrompt = stage == Stage::kPrompt;
+    if (!isPrompt) {
+      Click(dialog, kSave);
+      dialog = WaitForDialog(kSaveTitle);
+    }
     LetBrowserAct(run, dialog);
     if (!run.cell.Ends()) {
-      Click(dialog, kOpenButton);
+      Click(dialog, isPrompt ? kOpen : IDOK);
     }
     return;
   }
-  if (stage == Stage::kSaveDialog) {
-    Click(dialog, kSaveButton);
-    dialog = WaitForDialog(kSaveTitle);
-    LetBrowserAct(run, dialog);
-    if (!run.cell.Ends()) {
-      Click(dialog, IDOK);
-    }
-    return;
-  }
-  Click(dialog, kOpenButton);
+  Click(dialog, kOpen);
   if (stage == Stage::kMessage) {
     const HWND box = WaitForDialog(kProductTitle);
     LetBrowserAct(run, GetWindow(box, GW_OWNER));
@@ -323,7 +228,7 @@ void LessonLifetimeFaults::PlayUser(CRun& run) const {
 
 void LessonLifetimeFaults::Run(const CCell& cell) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
-  const Stage stage = cell.stage.stage;
+  const Stage stage = cell.stage;
   HttpAnswer answer = Lesson();
   if (stage == Stage::kPreCheck || stage == Stage::kReading) {
     answer.Hold(stage == Stage::kReading ? http_point::BodyByte(200000)
@@ -335,19 +240,17 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   CRun run = {cell, browser, path, worker};
   std::optional<CPlaceHook> hook;
   if (stage == Stage::kLastWrite) {
-    hook.emplace(Place::kLastWrite, kSize, [&] { worker.Hold(); });
+    hook.emplace(Place::kLastWrite, LessonBytes().size(), [&] { worker.Hold(); });
   }
-  std::optional<CImportPatch> disk;
+  std::optional<CFullDisk> disk;
   if (stage == Stage::kMessage) {
-    g_writes = 0;
-    disk.emplace("kernel32.dll", "WriteFile", &FailSecondWrite);
-    g_write = disk->Original<decltype(WriteFile)>();
+    disk.emplace(2);
   }
   const CLaunchRecorder launches;
   const CLookupPatch saveDialog("GetSaveFileNameW", &AskForPath);
-  g_savePath = m_sandbox / L"saved.folivo";
+  g_savePath = m_sandbox / kSavedFile;
 
-  CNavigationEvent event(path.Url(L"a.folivo"));
+  CNavigationEvent event(path.Url(L"a.qdk"));
   // The object may be released under the call; the browser's pointer into it stays.
   auto* const sink = static_cast<IIEDownload*>(browser.helper.operator->());
   CParallel user([&] { PlayUser(run); });
@@ -363,29 +266,32 @@ void LessonLifetimeFaults::Run(const CCell& cell) {
   EXPECT_TRUE(WaitUntil("the module's locks to go",
                         [=] { return ATL::_pAtlModule->GetLockCount() == locks; }));
 
-  const bool leftLoop = cell.act.act == Act::kLoopLeft;
+  const bool leftLoop = cell.act == Act::kLoopLeft;
   MSG message = {};
   EXPECT_EQ(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) != FALSE, leftLoop)
       << "the browser's own loop gets it";
   EXPECT_EQ(event.Cancelled(), !(leftLoop && stage == Stage::kPreCheck));
   EXPECT_TRUE(event.FlagIntact());
   // While a question is open no other can be asked: that navigation is left to the browser.
-  EXPECT_EQ(run.secondCancelled, cell.act.act == Act::kLesson && stage != Stage::kPrompt);
+  EXPECT_EQ(run.secondCancelled, cell.act == Act::kLesson && stage != Stage::kPrompt);
   const bool isDelivered = !cell.Ends() && stage != Stage::kMessage;
   // The system here ends a dialog whose loop is left with the result of a good end, so that the
   // application is asked for a file that is not there.
-  const bool isTakenForDelivered = leftLoop && IsDownloading(stage);
+  const bool isDownloading =
+      stage == Stage::kReading || stage == Stage::kLastWrite || stage == Stage::kMessage;
+  const bool isTakenForDelivered = leftLoop && isDownloading;
   EXPECT_EQ(launches.Launches().size(),
             isTakenForDelivered || (isDelivered && stage != Stage::kSaveDialog) ? 1u : 0u);
   ExpectFiles(cell, isDelivered);
 }
 
 void LessonLifetimeFaults::ExpectFiles(const CCell& cell, bool isDelivered) const {
-  const std::wstring name = cell.stage.stage == Stage::kSaveDialog ? L"saved.folivo" : kOpenedFile;
+  const std::wstring name =
+      cell.stage == Stage::kSaveDialog ? kSavedFile : std::wstring(kTempFiles) + L"a.qdk";
   const std::vector<std::wstring> files = m_sandbox.Files();
   EXPECT_EQ(files, isDelivered ? std::vector{name} : std::vector<std::wstring>());
   if (isDelivered) {
-    EXPECT_TRUE(ReadFileBytes(m_sandbox / name) == kLessonHead + PatternBytes(kSeed, 0, kPattern));
+    EXPECT_TRUE(ReadFileBytes(m_sandbox / name) == LessonBytes());
   }
   for (const std::wstring& file : files) {
     DeleteFileW((m_sandbox / file).c_str());
@@ -396,19 +302,27 @@ void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
   HttpAnswer answer = Lesson();
   const ScriptedPath path(m_server, cell.point.empty() ? answer : answer.Hold(cell.point));
   const CBrowserParty browser;
-  CNavigationEvent event(path.Url(L"a.folivo"));
+  CNavigationEvent event(path.Url(L"a.qdk"));
   const DWORD thread = GetCurrentThreadId();
+  bool quits = false;
   const auto quit = [&] {
+    quits = false;
     for (int i = 0; i < times; ++i) {
       PostThreadMessageW(thread, WM_QUIT, 0, 0);
       ClickInto(browser.frame);
     }
   };
-  const CImportPatch patch("wininet.dll", "InternetReadFile", &ActAndRead);
-  g_read = patch.Original<decltype(InternetReadFile)>();
+  const CImportSpy<&InternetReadFile> reads(
+      "wininet.dll", "InternetReadFile",
+      [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read) {
+        if (quits) {
+          quit();
+        }
+        return reads.CallOriginal(request, buffer, size, read);
+      });
   std::optional<CParallel> user;
   if (cell.inRead) {
-    g_inRead = quit;
+    quits = true;
   } else if (cell.point.empty()) {
     quit();
   } else {
@@ -442,15 +356,24 @@ TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
   for (const CQuitCell& cell : cells) {
     for (const int times : {1, 2}) {
       SCOPED_TRACE(cell.name);
-      m_checks.Run([&] { RunQuit(cell, times); });
+      Checks().Run([&] { RunQuit(cell, times); });
     }
   }
 }
 
 TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {
-  for (const CCell& cell : QuickCut(AllCells())) {
+  std::vector<CCell> cells;
+  for (size_t stage = 0; stage < std::size(kStages); ++stage) {
+    for (size_t act = 0; act < std::size(kActs); ++act) {
+      const CCell cell = {static_cast<Stage>(stage), static_cast<Act>(act)};
+      if (cell.stage != Stage::kPreCheck || cell.act != Act::kDialogDestroyed) {
+        cells.push_back(cell);
+      }
+    }
+  }
+  for (const CCell& cell : QuickCut(cells)) {
     SCOPED_TRACE(cell.Name());
-    m_checks.Run([&] { Run(cell); });
+    Checks().Run([&] { Run(cell); });
   }
 }
 

@@ -1,51 +1,28 @@
 // Memory that runs out, and a thread that cannot start, anywhere in a lesson's way from the event
 // to the file.
 
-#include <exdispid.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <commdlg.h>
 #include <process.h>
 #include <shellapi.h>
 
 #include <atomic>
-#include <cstdio>
-#include <string>
-#include <vector>
+#include <cerrno>
+#include <functional>
 
 #include "download/progress_dialog.h"
-#include "download/temp_files.h"
-#include "tests/browser/install_information.h"
-#include "tests/browser/lesson_bytes.h"
-#include "tests/browser/navigation_event.h"
-#include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/browser_party.h"
+#include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/faults/quick_cut.h"
-#include "tests/faults/run_checks.h"
-#include "tests/support/http_pattern.h"
-#include "tests/support/http_server.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
-#include "tests/support/scripted_path.h"
-#include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
 
 namespace {
 
 using Mode = CFailingAllocations::Mode;
 
-constexpr int kOpenButton = 6;
-constexpr int kSaveButton = 7;
-constexpr wchar_t kPromptTitle[] = L"File Download";
-constexpr wchar_t kSavedFile[] = L"saved.folivo";
-constexpr uint64_t kSeed = 20;
-constexpr size_t kPattern = 300000;
-constexpr int kQuickStep = 17;
-
-std::string LessonBytes() { return kLessonHead + PatternBytes(kSeed, 0, kPattern); }
+constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
 // What stands in for the system takes no memory: it may be out.
 
@@ -68,25 +45,13 @@ BOOL WINAPI ChoosePath(OPENFILENAMEW* dialog) {
   return TRUE;
 }
 
-bool g_threadsFail;
-decltype(&_beginthreadex) g_begin;
-
-uintptr_t BeginOrFail(void* security, unsigned stack, _beginthreadex_proc_type function,
-                      void* argument, unsigned flags, unsigned* id) {
-  if (g_threadsFail) {
-    errno = EAGAIN;
-    return 0;
-  }
-  return g_begin(security, stack, function, argument, flags, id);
-}
-
 /// Presses a button of the question, if that comes, until told to end.
 class CAnsweringUser {
  public:
   explicit CAnsweringUser(int button)
       : m_ended(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, button] {
           while (WaitForSingleObject(m_ended, 10) == WAIT_TIMEOUT) {
-            if (const HWND question = FindDialog(kPromptTitle)) {
+            if (const HWND question = FindDialog(L"File Download")) {
               PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(button), 0);
             }
           }
@@ -100,7 +65,7 @@ class CAnsweringUser {
   const CParallel m_thread;
 };
 
-class LessonMemoryFaults : public testing::Test {
+class LessonMemoryFaults : public EventFaults {
  protected:
   LessonMemoryFaults()
       : m_message("user32.dll", "MessageBoxW", &CountMessage),
@@ -108,26 +73,23 @@ class LessonMemoryFaults : public testing::Test {
         m_saveDialog("GetSaveFileNameW", &ChoosePath) {
     lstrcpynW(g_savePath, (m_sandbox / kSavedFile).c_str(), MAX_PATH);
   }
-  ~LessonMemoryFaults() override { SetTempBaseFolder(CStringW()); }
+
+  using Invoke = std::function<void(const std::function<void()>& navigate)>;
 
   /// One navigation to a lesson, with `invoke` around the event. True when it was cancelled.
-  bool Navigate(int button, const std::function<void(const std::function<void()>&)>& invoke) {
+  bool Navigate(int button, const Invoke& invoke) const {
     g_messages = g_launches = 0;
-    const ScriptedPath path(m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern));
+    const ScriptedPath path(m_server, Lesson());
     const CBrowserParty browser;
-    CNavigationEvent event(path.Url(L"a.folivo"));
+    CNavigationEvent event(path.Url(L"a.qdk"));
     const CAnsweringUser user(button);
     HRESULT result = E_FAIL;
-    const std::function<void()> navigate = [&] {
+    invoke([&] {
       try {
         result = browser.helper.Fire(DISPID_BEFORENAVIGATE2, event.Params());
       } catch (...) {
         result = E_UNEXPECTED;
       }
-    };
-    CallGuardedDialog([&] {
-      invoke(navigate);
-      return 0;
     });
     EXPECT_EQ(result, S_OK) << "nothing is thrown out of the event";
     EXPECT_TRUE(event.FlagIntact());
@@ -140,8 +102,7 @@ class LessonMemoryFaults : public testing::Test {
     const std::vector<std::wstring> files = m_sandbox.Files();
     EXPECT_LE(files.size(), 1u);
     for (const std::wstring& file : files) {
-      EXPECT_TRUE(button == kSaveButton ? file == kSavedFile : file.ends_with(L"\\a.folivo"))
-          << file;
+      EXPECT_TRUE(button == kSave ? file == kSavedFile : file.ends_with(L"\\a.qdk")) << file;
       EXPECT_TRUE(ReadFileBytes(m_sandbox / file) == LessonBytes());
       DeleteFileW((m_sandbox / file).c_str());
     }
@@ -149,34 +110,18 @@ class LessonMemoryFaults : public testing::Test {
     return !files.empty();
   }
 
-  void RunOutOfMemory(Mode mode, int button) {
-    const CFailingAllocations allocations;
-    bool failed = true;
-    const CRunSteps steps = RunSteps(kQuickStep);
-    int n = steps.first;
-    for (; failed && !HasFailure(); n += steps.step) {
-      SCOPED_TRACE(n);
-      m_checks.Run([&] {
-        const bool cancelled = Navigate(button, [&](const std::function<void()>& navigate) {
-          failed = allocations.Run(mode, n, navigate);
-        });
-        const bool isThere = ExpectAllOrNothing(button);
-        EXPECT_TRUE(cancelled || !isThere);
-        EXPECT_LE(g_launches, button == kOpenButton && isThere ? 1 : 0);
-        if (!failed) {
-          EXPECT_TRUE(cancelled && isThere) << "with enough memory";
-          EXPECT_EQ(g_messages, 0);
-        }
-      });
-    }
-    std::printf("fewer than %d allocations\n", n);
+  void RunEvent(Mode mode, int button) {
+    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
+      bool failed = false;
+      const bool cancelled =
+          Navigate(button, [&](const auto& navigate) { failed = fail(navigate); });
+      const bool isThere = ExpectAllOrNothing(button);
+      EXPECT_TRUE(cancelled || !isThere);
+      EXPECT_LE(g_launches, button == kOpen && isThere ? 1 : 0);
+      EXPECT_TRUE(failed || (isThere && g_messages == 0)) << "with enough memory";
+      return failed;
+    });
   }
-
-  const CTempSandbox m_sandbox;
-  const CInstallInformation m_information;
-  const CIeFrameDouble m_ieFrame;
-  const HttpTestServer m_server;
-  CRunChecks m_checks;
 
  private:
   const CImportPatch m_message;
@@ -184,65 +129,54 @@ class LessonMemoryFaults : public testing::Test {
   const CLookupPatch m_saveDialog;
 };
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {
-  RunOutOfMemory(Mode::kOnce, kOpenButton);
-}
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) { RunEvent(Mode::kOnce, kOpen); }
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) {
-  RunOutOfMemory(Mode::kOnce, kSaveButton);
-}
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) { RunEvent(Mode::kOnce, kSave); }
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) {
-  RunOutOfMemory(Mode::kForGood, kOpenButton);
-}
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) { RunEvent(Mode::kForGood, kOpen); }
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
-  RunOutOfMemory(Mode::kForGood, kSaveButton);
-}
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) { RunEvent(Mode::kForGood, kSave); }
 
-TEST_F(LessonMemoryFaults, DialogWithoutMemorySaysSoOnceAndFails) {
-  const CFailingAllocations allocations;
+TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    bool failed = true;
-    for (int n = 1; failed && !HasFailure(); ++n) {
-      SCOPED_TRACE(n);
-      m_checks.Run([&] {
-        g_messages = 0;
-        const ScriptedPath path(m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kPattern));
-        INT_PTR result = 0;
-        {
-          const CProgressDialog::Ptr dialog = CProgressDialog::Create(
-              path.Url(L"a.folivo").c_str(), (m_sandbox / L"temporary.folivo").c_str(), nullptr);
-          ASSERT_TRUE(dialog->PeekContent(L".folivo"));
-          dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
-          CallGuardedDialog([&] {
-            failed = allocations.Run(mode, n, [&] { result = dialog->DoModal(nullptr); });
-            return 0;
-          });
-        }
-        failures += result == kDownloadFailed;
-        EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
-        EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-        EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
-      });
-    }
+    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
+      g_messages = 0;
+      const ScriptedPath path(m_server, Lesson());
+      CProgressDialog::Ptr dialog = CProgressDialog::Create(
+          path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
+      EXPECT_TRUE(dialog->PeekContent(L".qdk"));
+      dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
+      INT_PTR result = 0;
+      const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
+      dialog.reset();
+      failures += result == kDownloadFailed;
+      EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
+      EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
+      EXPECT_EQ(ExpectAllOrNothing(kSave), result == kDownloadDelivered);
+      return failed;
+    });
   }
   EXPECT_GT(failures, 0);
 }
 
-TEST_F(LessonMemoryFaults, ThreadThatCannotStartIsToldOnceAndLeavesNothing) {
-  const CImportPatch patch("msvcrt.dll", "_beginthreadex", &BeginOrFail);
-  g_begin = patch.Original<decltype(_beginthreadex)>();
-  for (const int button : {kOpenButton, kSaveButton}) {
-    m_checks.Run([&] {
-      // The pre-check needs none: the question comes all the same.
-      const bool cancelled = Navigate(button, [&](const std::function<void()>& navigate) {
-        g_threadsFail = true;
-        navigate();
-        g_threadsFail = false;
+TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing) {
+  bool isOut = false;
+  const CImportSpy<&_beginthreadex> begin(
+      "msvcrt.dll", "_beginthreadex",
+      [&](void* security, unsigned stack, _beginthreadex_proc_type function, void* argument,
+          unsigned flags, unsigned* id) {
+        errno = EAGAIN;
+        return isOut ? 0 : begin.CallOriginal(security, stack, function, argument, flags, id);
       });
-      EXPECT_TRUE(cancelled);
+  for (const int button : {kOpen, kSave}) {
+    Checks().Run([&] {
+      // The pre-check needs none: the question comes all the same.
+      EXPECT_TRUE(Navigate(button, [&](const auto& navigate) {
+        isOut = true;
+        navigate();
+        isOut = false;
+      }));
       EXPECT_EQ(g_messages, 1);
       EXPECT_EQ(g_launches, 0);
       EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());

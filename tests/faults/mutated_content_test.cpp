@@ -21,30 +21,26 @@ const std::string kYes = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes
 const std::string kNo = R"(<?xml version="1.0" encoding="UTF-8" standalone="no"?>)";
 
 /// What the content of an extension may begin with.
-std::vector<std::string> Signatures(const std::wstring& extension) {
-  if (extension == L".qdk") {
-    return {"\x78\x9C", kYes + "<qdk ", kNo + "\r\n<qdk ", kNo + "\n<qdk "};
-  }
-  if (extension == L".qdc") {
-    return {"\x78\x9C", kYes + "<col>", kNo + "\r\n<col>", kNo + "\n<col>"};
-  }
-  if (extension == L".fvk") {
-    return {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"};
-  }
-  if (extension == L".folivo" || extension == L".gallery" || extension == L".galleryitem") {
-    return {"PK\x03\x04"};
-  }
-  return {};
-}
+struct CRule {
+  const wchar_t* extension;
+  std::vector<std::string> signatures = {};
+};
+const CRule kRules[] = {
+    {L".qdk", {"\x78\x9C", kYes + "<qdk ", kNo + "\r\n<qdk ", kNo + "\n<qdk "}},
+    {L".qdc", {"\x78\x9C", kYes + "<col>", kNo + "\r\n<col>", kNo + "\n<col>"}},
+    {L".fvk", {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"}},
+    {L".folivo", {"PK\x03\x04"}},
+    {L".gallery", {"PK\x03\x04"}},
+    {L".galleryitem", {"PK\x03\x04"}},
+    {L".qdt"},
+    {L".qdi"},
+    {L""},
+};
 
 TEST(MutatedInput, ContentIsJudgedByItsSignature) {
-  const std::wstring extensions[] = {L".qdk",     L".qdc",         L".qdt", L".fvk", L".folivo",
-                                     L".gallery", L".galleryitem", L".qdi", L""};
   std::vector<std::string> seeds;
-  std::vector<std::vector<std::string>> signatures;
-  for (const std::wstring& extension : extensions) {
-    signatures.push_back(Signatures(extension));
-    for (const std::string& signature : signatures.back()) {
+  for (const CRule& rule : kRules) {
+    for (const std::string& signature : rule.signatures) {
       seeds.push_back(signature);
       seeds.push_back(signature + std::string(800, 'x'));
     }
@@ -55,13 +51,11 @@ TEST(MutatedInput, ContentIsJudgedByItsSignature) {
     const std::string text = mutator.Next();
     // On the heap and of its exact size, where a look behind the end is noticed.
     const std::vector<std::uint8_t> bytes(text.begin(), text.end());
-    for (size_t e = 0; e < std::size(extensions); ++e) {
-      const std::wstring& extension = extensions[e];
+    for (const auto& [extension, signatures] : kRules) {
       const bool expected = std::ranges::any_of(
-          signatures[e], [&](const std::string& signature) { return text.starts_with(signature); });
-      ASSERT_EQ(
-          IsValidContent(bytes.data(), static_cast<std::int32_t>(bytes.size()), extension.c_str()),
-          expected)
+          signatures, [&](const std::string& signature) { return text.starts_with(signature); });
+      ASSERT_EQ(IsValidContent(bytes.data(), static_cast<std::int32_t>(bytes.size()), extension),
+                expected)
           << testing::PrintToString(text) << " as " << extension;
       accepted += expected ? 1 : 0;
     }
@@ -86,9 +80,9 @@ TEST(MutatedInput, ScriptIsReadAsAWholeOrRefused) {
       L"HKLM { NoRemove Software { ForceRemove 'My Key' { val 'a b' = s 'x' } } }",
       L"HKCR { '%A%' = s '%B%' }"};
   const std::vector<std::wstring> parts = {
-      L"{",  L"}",     L"=",        L"'",           L"''",   L"%",     L"%%",       L"%A%",
-      L" ",  L" val ", L" Delete ", L" NoRemove ",  L"\\",   L"CLSID", L"Software", L" s ",
-      L"d ", L"b ",    L"m ",       L"ForceRemove", L"HKCR", L"\r\n",  L"\t"};
+      L"{",   L"}",     L"=",        L"'",           L"''",  L"%",     L"%A%",
+      L" ",   L" val ", L" Delete ", L" NoRemove ",  L"\\",  L"CLSID", L"Software",
+      L" s ", L"d ",    L"HKCR",     L"ForceRemove", L"\r\n"};
   const ATL::detail::ReplacementMap replacements = {{L"A", L"key"}, {L"B", L"it''s"}};
   CMutator<wchar_t> mutator(seeds, parts);
   int accepted = 0;
@@ -118,27 +112,23 @@ int ParsedDepth(const TiXmlNode& node) {
   return deepest;
 }
 
-std::string Nested(int levels) {
-  std::string text;
-  for (int i = 0; i < levels; ++i) {
-    text += "<a>";
-  }
-  return text;
-}
+std::string Nested(int levels) { return levels == 0 ? "" : "<a>" + Nested(levels - 1); }
 
 TEST(MutatedInput, ManifestIsParsedDownToTheLimit) {
   CMutator<char> mutator(
       {"<?xml version='1.0'?><Collections><DownloadedFile Filename='a.qdc' Destination='x'/>"
        "<DownloadedFile Filename=\"b\" Destination=\"y\\z\"></DownloadedFile></Collections>",
        "<a><b c='&lt;'><!-- x --><![CDATA[<d>]]><e>&#65;</e></b>text</a>"},
-      {"<a>",       "</a>",     "<",
-       ">",         "/>",       "'",
-       "\"",        "<!--",     "-->",
-       "<![CDATA[", "]]>",      "<?xml ",
-       "?>",        "&#x",      "&#",
-       ";",         "&amp;",    "\xEF\xBB\xBF",
-       "\0"s,       "=",        "<DownloadedFile ",
-       "\xC3",      Nested(501)});
+      {"<a>",   "</a>",
+       "<",     ">",
+       "/>",    "'",
+       "\"",    "<!--",
+       "-->",   "<![CDATA[",
+       "]]>",   "<?xml ",
+       "?>",    "&#x",
+       "&amp;", "\xEF\xBB\xBF",
+       "\0"s,   "<DownloadedFile ",
+       "\xC3",  Nested(501)});
   int parsed = 0;
   bool isCutOff = false;
   for (int i = 0; i < MutationCount(); ++i) {

@@ -5,6 +5,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -30,33 +32,14 @@ const std::vector<wstring> kUrls = {
     L"C:\\x.y\\file.galleryitem",
     L"www.www.folivo-schools.example/a",
     L"merlo-teachers.example/"};
-const std::vector<wstring> kParts = {L"http://",
-                                     L"www.",
-                                     L"HTTP://",
-                                     L"https://",
-                                     L"/",
-                                     L"\\",
-                                     L".",
-                                     L"?",
-                                     L"%",
-                                     L"%2F",
-                                     L"%5C",
-                                     L"%00",
-                                     L"%E9",
-                                     L"..\\",
-                                     L":\\",
-                                     L"=",
-                                     L"&",
-                                     L"*|\"<>",
-                                     L"C:",
-                                     L"@",
-                                     L"#",
-                                     L".qdk",
-                                     L"//",
-                                     L"%s",
-                                     L"\\\\?\\",
-                                     L"\x4F60\x597D",
-                                     L"merlo-downloads.example"};
+std::vector<wstring> Words(const wchar_t* text) {
+  std::wistringstream stream(text);
+  return {std::istream_iterator<wstring, wchar_t>(stream), {}};
+}
+
+const std::vector<wstring> kParts = Words(
+    L"http:// www. HTTP:// / \\ . ? % %2F %00 %E9 ..\\ :\\ = & *|\"<> C: @ # .qdk // %s \\\\?\\ "
+    L"\x4F60\x597D merlo-downloads.example");
 
 /// As far as a text goes: behind a zero character, product and rule need not agree.
 wstring NextText(Mutator& mutator) {

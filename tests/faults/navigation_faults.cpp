@@ -1,12 +1,6 @@
 #include "tests/faults/navigation_faults.h"
 
-#include "download/temp_files.h"
-#include "tests/browser/lesson_bytes.h"
-#include "tests/support/http_pattern.h"
-
 namespace {
-
-constexpr uint64_t kSeed = 40;
 
 /// Fires the event; an exception is what the browser would see as one.
 HRESULT Fire(const CHelperObject& helper, CNavigationEvent& event) {
@@ -20,8 +14,6 @@ HRESULT Fire(const CHelperObject& helper, CNavigationEvent& event) {
 }  // namespace
 
 NavigationFaults::NavigationFaults(int answer) : m_prompt(answer) { m_helper->SetSite(&m_browser); }
-
-NavigationFaults::~NavigationFaults() { SetTempBaseFolder(CStringW()); }
 
 CNavigationResult NavigationFaults::Navigate(CNavigationEvent& event) {
   const int prompts = m_prompt.Count();
@@ -47,23 +39,6 @@ CNavigationResult NavigationFaults::Navigate(const std::wstring& url) {
 
 std::wstring NavigationFaults::WriteLauncher(const std::wstring& folder) const {
   return m_sandbox.Write(folder + L"\\LaunchFolivo.exe", "not run");
-}
-
-HttpAnswer NavigationFaults::Lesson() {
-  return HttpAnswer().Bytes(kOldLessonHead).Pattern(kSeed, kLessonLength);
-}
-
-std::string NavigationFaults::LessonBytes() {
-  return kOldLessonHead + PatternBytes(kSeed, 0, kLessonLength);
-}
-
-std::wstring NavigationFaults::NotAvailable(const std::wstring& url) {
-  return L"The file " + url + L" is not available for downloading.";
-}
-
-std::wstring NavigationFaults::DoesNotExist(const std::wstring& path) {
-  return L"The file " + path +
-         L" does not exist. Please verify that the path to the file is valid.";
 }
 
 std::wstring NavigationFaults::CannotCreate(const std::wstring& path) {

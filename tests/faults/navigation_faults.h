@@ -4,22 +4,16 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
-#include "tests/browser/install_information.h"
-#include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"
-#include "tests/doubles/ieframe/ieframe_double.h"
-#include "tests/faults/run_checks.h"
+#include "tests/faults/event_faults.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/http_server.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/scripted_path.h"
-#include "tests/support/temp_sandbox.h"
 
 /// Everything that a navigation came to.
 struct CNavigationResult {
@@ -32,21 +26,11 @@ struct CNavigationResult {
 };
 
 /// Navigations of a browser with its helper object, through the browser's own event. The question
-/// is answered at once, and nothing is run; the download and its dialog are real. For tables of
-/// cells: each runs inside Checks(), which asserts that nothing of it lives on.
-class NavigationFaults : public testing::Test {
+/// is answered at once, and nothing is run; the download and its dialog are real.
+class NavigationFaults : public EventFaults {
  protected:
-  static constexpr int kOpen = 6;
-  static constexpr int kSave = 7;
-  static constexpr int kCancel = 2;
-  /// The folder of the plug-in's temporary files below the sandbox, and the file that a lesson
-  /// (".qdk") first goes to.
-  static constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
-  static constexpr size_t kLessonLength = 200000;
-
   /// `answer`: to the question.
   explicit NavigationFaults(int answer);
-  ~NavigationFaults() override;
 
   /// Fires BeforeNavigate2.
   CNavigationResult Navigate(CNavigationEvent& event);
@@ -55,23 +39,11 @@ class NavigationFaults : public testing::Test {
   /// What is to happen while the question is open.
   void WhileAsked(std::function<void()> action) const { m_prompt.WhileOpen(std::move(action)); }
 
-  CRunChecks& Checks() { return m_checks; }
-
-  /// Puts a launcher into the folder "App" of the sandbox, which is told in the registry or not.
+  /// Puts a launcher into this folder of the sandbox, of which the registry says nothing.
   std::wstring WriteLauncher(const std::wstring& folder = L"App") const;
 
-  /// A lesson as its server answers it, and its bytes.
-  static HttpAnswer Lesson();
-  static std::string LessonBytes();
-
-  static std::wstring NotAvailable(const std::wstring& url);
-  static std::wstring DoesNotExist(const std::wstring& path);
   static std::wstring CannotCreate(const std::wstring& path);
 
-  const CTempSandbox m_sandbox;
-  const CInstallInformation m_information;
-  const CIeFrameDouble m_ieFrame;
-  const HttpTestServer m_server;
   const CLaunchRecorder m_launches;
   CFakeBrowser m_browser;
   CHelperObject m_helper;
@@ -80,5 +52,4 @@ class NavigationFaults : public testing::Test {
   const CDeferredClose m_deferredClose;
   CMessageRecorder m_messages;
   const CPromptAnswer m_prompt;
-  CRunChecks m_checks;
 };

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "tests/browser/common_dialog.h"
 #include "tests/faults/navigation_faults.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/parallel.h"
@@ -12,18 +11,12 @@ namespace {
 
 using Texts = std::vector<std::wstring>;
 
-constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
-
 /// Gives the calling thread the random sequence that it began with.
 void RestartRandomNumbers() { std::srand(1); }
 
 class NameFaults : public NavigationFaults {
  protected:
   NameFaults() : NavigationFaults(kOpen) {}
-
-  std::wstring Temporary(const std::wstring& name) const {
-    return m_sandbox / (std::wstring(kTempFiles) + name);
-  }
 
   /// Takes `count` of the names that are tried one after another, each with a file of its own;
   /// gives the first one that is free.
@@ -46,6 +39,7 @@ class NameFaults : public NavigationFaults {
       DeleteFileW(m_taken[i].c_str());
     }
     m_taken.clear();
+    EXPECT_EQ(m_sandbox.Files(), Texts());
   }
 
   void ExpectOpened(const std::wstring& url, const std::wstring& expected) {
@@ -64,34 +58,26 @@ class NameFaults : public NavigationFaults {
   Texts m_taken;
 };
 
-TEST_F(NameFaults, TakenNameOfTheOpenedFileIsNumbered) {
+TEST_F(NameFaults, TakenNameIsNumbered) {
   for (const int count : {0, 1, 2, 100}) {
     SCOPED_TRACE(count);
-    Checks().Run([&] {
+    const ScriptedPath path(m_server, Lesson());
+    Checks().Run([&] {  // of the opened file
       const std::wstring free = TakeNames(L"My Lesson", count);
-      const ScriptedPath path(m_server, Lesson());
       ExpectOpened(path.Url(L"My%20Lesson.qdk"), free);
       ExpectTakenNamesUntouched();
-      EXPECT_EQ(m_sandbox.Files(), Texts());
     });
-  }
-}
-
-TEST_F(NameFaults, TakenNameOfTheTemporaryFileIsNumbered) {
-  for (const int count : {0, 1, 2, 100}) {
-    SCOPED_TRACE(count);
-    Checks().Run([&] {
+    Checks().Run([&] {  // of the temporary file
       const std::wstring free = TakeNames(L"iedownload", count);
       bool isUsed = false;
       WhileAsked([&] {
         isUsed = GetFileAttributesW(free.c_str()) != INVALID_FILE_ATTRIBUTES;
         RestartRandomNumbers();
       });
-      const ScriptedPath path(m_server, Lesson());
       ExpectOpened(path.Url(L"a.qdk"), Temporary(L"a.qdk"));
+      WhileAsked(nullptr);
       EXPECT_TRUE(isUsed);
       ExpectTakenNamesUntouched();
-      EXPECT_EQ(m_sandbox.Files(), Texts());
     });
   }
 }
@@ -146,7 +132,7 @@ class TwoAtOnce : public NameFaults {
     const ScriptedPath second(m_server, Second());
     first.AllowUpTo(10000);
     const CParallel otherWindow([&] {
-      WaitForDialog(kDialogTitle);
+      WaitForDialog(kDownloadTitle);
       const CHelperObject helper;
       EXPECT_TRUE(helper.Navigate(second.Url(L"a.qdk")));
       m_filesBetween = m_sandbox.Files();
@@ -181,19 +167,7 @@ TEST_F(TwoAtOnce, LaterOpenedLessonReplacesTheOtherOfItsName) {
   });
 }
 
-TEST_F(TwoAtOnce, LaterSavedLessonReplacesTheOtherOfItsName) {
-  const CPromptAnswer prompt(kSave);
-  const CCommonDialog dialog(m_sandbox / L"saved.qdk");
-  Checks().Run([&] {
-    EXPECT_TRUE(RunBoth().empty());
-    EXPECT_EQ(m_filesBetween, (Texts{kTempFiles + std::wstring(L"iedownload.qdk"), L"saved.qdk"}));
-    EXPECT_EQ(m_sandbox.Files(), Texts{L"saved.qdk"});
-    EXPECT_TRUE(ReadFileBytes(m_sandbox / L"saved.qdk") == LessonBytes());
-    DeleteFileW((m_sandbox / L"saved.qdk").c_str());
-  });
-}
-
-TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileIsTold) {
+TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileGetsAMessage) {
   // Both found its name free, as neither had asked its server yet.
   Checks().Run([&] {
     const ScriptedPath first(m_server, Lesson().Hold(http_point::kBeforeHeaders));
@@ -205,7 +179,7 @@ TEST_F(TwoAtOnce, SecondToMakeTheTemporaryFileIsTold) {
       EXPECT_TRUE(helper.Navigate(second.Url(L"b.qdk")));
     });
     const CParallel meanwhile([&] {
-      WaitForDialog(kDialogTitle);
+      WaitForDialog(kDownloadTitle);
       first.AllowAll();
     });
     const CNavigationResult outcome = Navigate(first.Url(L"a.qdk"));

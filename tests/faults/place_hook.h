@@ -1,10 +1,12 @@
 #pragma once
 
 #include <windows.h>
+#include <wininet.h>
 
+#include <atomic>
 #include <functional>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 /// A place in the product's transfer at which something else is to happen.
 enum class Place {
@@ -18,7 +20,6 @@ enum class Place {
 };
 
 /// Runs an action, once, when a transfer of this program comes to a place, on the thread that does.
-/// One at a time.
 class CPlaceHook {
  public:
   /// `bodySize`: of the one transfer that is made while the hook lives.
@@ -28,19 +29,29 @@ class CPlaceHook {
   CPlaceHook& operator=(const CPlaceHook&) = delete;
 
   /// Whether the transfer came there.
-  bool WasReached() const;
+  bool WasReached() const { return !m_isArmed; }
 
  private:
-  CImportPatch m_open;
-  CImportPatch m_sleep;
-  CImportPatch m_write;
-  CImportPatch m_enable;
-  CImportPatch m_post;
-  CImportPatch m_message;
-  CImportPatch m_end;
+  void ReachIf(bool isThere, Place place);
+  bool IsWorker() const { return GetCurrentThreadId() != m_dialogThread; }
+
+  const Place m_place;
+  const size_t m_bodySize;
+  const std::function<void()> m_action;
+  const DWORD m_dialogThread = GetCurrentThreadId();
+  std::atomic<bool> m_isArmed = true;
+  std::atomic<size_t> m_written = 0;
+
+  const CImportSpy<&InternetOpenW> m_open;
+  const CImportSpy<&Sleep> m_sleep;
+  const CImportSpy<&WriteFile> m_write;
+  const CImportSpy<&EnableWindow> m_enable;
+  const CImportSpy<&PostMessageW> m_post;
+  const CImportSpy<&MessageBoxW> m_message;
+  const CImportSpy<&EndDialog> m_end;
 };
 
-/// Holds a thread where it is until it is let go; after 20 s the test fails and it goes on.
+/// Holds a thread where it is until it is let go; after a minute the test fails and it goes on.
 class CHeldThread {
  public:
   CHeldThread();

@@ -35,47 +35,31 @@ constexpr int kHandleSlack = 40;
 constexpr int kThreadSlack = 6;
 constexpr size_t kMemorySlack = 16 * 1024 * 1024;
 
-int FromEnvironment(const char* name, int otherwise) {
-  const char* const text = std::getenv(name);
-  return text != nullptr ? std::atoi(text) : otherwise;
-}
-
 class CancelStress : public DownloadTest {
  protected:
-  int Random(int below) { return std::uniform_int_distribution<>(0, below - 1)(m_random); }
+  uint64_t Random(uint64_t below) { return m_random() % below; }
 
   /// Where the server stalls: before it answers, at the body's begin, or somewhere in it.
   std::string RandomPoint() {
-    switch (Random(4)) {
-      case 0:
-        return std::string(http_point::kBeforeHeaders);
-      case 1:
-        return http_point::BodyByte(0);
-      default:
-        return http_point::BodyByte(static_cast<uint64_t>(Random(kBodySize)));
-    }
-  }
-
-  /// Each download has a temporary file of its own: the workers left behind overlap.
-  CProgressDialog::Ptr MakeNumbered(const std::wstring& url) {
-    const std::wstring name = L"temporary" + std::to_wstring(m_made++) + L".qdk";
-    CProgressDialog::Ptr dialog =
-        CProgressDialog::Create(url.c_str(), (m_sandbox / name).c_str(), nullptr);
-    CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
-    return dialog;
+    const uint64_t choice = Random(4);
+    return choice == 0 ? std::string(http_point::kBeforeHeaders)
+                       : http_point::BodyByte(choice == 1 ? 0 : Random(kBodySize));
   }
 
   void RunRound() {
     // After a pre-check the worker goes on with a request that has delivered its head already.
     const bool peeks = Random(2) == 0;
     const std::string point =
-        peeks ? http_point::BodyByte(static_cast<uint64_t>(4096 + Random(kBodySize - 4096)))
-              : RandomPoint();
+        peeks ? http_point::BodyByte(4096 + Random(kBodySize - 4096)) : RandomPoint();
     // A quarter flows, so that it is cut off in a read that is just getting its bytes.
     const HttpAnswer answer =
         Random(4) == 0 ? Lesson(kBodySize).Rate(kBytesPerSecond) : Lesson(kBodySize).Hold(point);
     m_stalled.push_back(std::make_unique<ScriptedPath>(m_server, answer));
-    CProgressDialog::Ptr dialog = MakeNumbered(m_stalled.back()->Url(L"a.qdk"));
+    // Each download has a temporary file of its own: the workers left behind overlap.
+    const std::wstring name = L"temporary" + std::to_wstring(m_made++) + L".qdk";
+    CProgressDialog::Ptr dialog = CProgressDialog::Create(m_stalled.back()->Url(L"a.qdk").c_str(),
+                                                          (m_sandbox / name).c_str(), nullptr);
+    CProgressDialogPeer{*dialog}.SetExtension(L".qdk");
     if (peeks) {
       ASSERT_TRUE(dialog->PeekContent(L".qdk"));
     }
@@ -112,7 +96,8 @@ class CancelStress : public DownloadTest {
 };
 
 TEST_F(CancelStress, LeavesNothingBehind) {
-  const int rounds = FromEnvironment("FOLIVO_STRESS_ROUNDS", kDefaultRounds);
+  const char* const wanted = std::getenv("FOLIVO_STRESS_ROUNDS");
+  const int rounds = wanted != nullptr ? std::atoi(wanted) : kDefaultRounds;
   std::printf("%d rounds\n", rounds);
   for (int i = 0; i < kWarmUpRounds; ++i) {
     RunRound();

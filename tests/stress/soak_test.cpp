@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@
 #include "tests/support/deferred_close.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
 #include "tests/support/process_counts.h"
@@ -138,14 +139,7 @@ class CUser {
   }
 
   WPARAM Button() const {
-    switch (m_wish) {
-      case Wish::kSave:
-        return 7;
-      case Wish::kCancelQuestion:
-        return 2;
-      default:
-        return 6;
-    }
+    return m_wish == Wish::kSave ? 7 : m_wish == Wish::kCancelQuestion ? 2 : 6;
   }
 
   const CHandle m_ended;
@@ -155,35 +149,49 @@ class CUser {
 };
 
 std::wstring g_savePath;
-int g_launches;
 
 BOOL WINAPI ChoosePath(OPENFILENAMEW* dialog) {
   lstrcpynW(dialog->lpstrFile, g_savePath.c_str(), static_cast<int>(dialog->nMaxFile));
   return TRUE;
 }
 
-BOOL WINAPI CountLaunch(SHELLEXECUTEINFOW*) {
-  ++g_launches;
-  return TRUE;
-}
-
 class Soak : public testing::Test {
  protected:
+  /// Runs this many rounds, each with what it leaves to be awaited, and compares the figures.
+  void Run(int rounds, const std::function<void(int done)>& round) {
+    CLevel level(rounds);
+    const ULONGLONG start = GetTickCount64();
+    for (int done = 1; done <= rounds && !HasFailure(); ++done) {
+      round(done);
+      level.Note(done);
+    }
+    std::printf("%llu s\n", (GetTickCount64() - start) / 1000);
+    level.ExpectLevel();
+  }
+
+  void ExpectFree() {
+    EXPECT_TRUE(
+        WaitUntil("the module to be free", [this] { return m_library.CanUnloadNow() == S_OK; }));
+  }
+
+  void AddPaths(const std::string& head) {
+    for (const size_t size : kSizes) {
+      m_paths.push_back(
+          std::make_unique<ScriptedPath>(m_server, HttpAnswer().Bytes(head).Pattern(kSeed, size)));
+    }
+  }
+
   const CTempSandbox m_sandbox;
   const HttpTestServer m_server;
   CPluginLibrary m_library;
+  std::vector<std::unique_ptr<ScriptedPath>> m_paths;
+  CUser m_user;
 };
 
 class DownloadSoak : public Soak {
  protected:
-  DownloadSoak()
-      : m_saveDialog("GetSaveFileNameW", &ChoosePath, m_library.Module()),
-        m_launch("shell32.dll", "ShellExecuteExW", &CountLaunch, m_library.Module()),
-        m_deferredClose(m_library.Module()) {
-    for (const size_t size : kSizes) {
-      m_paths.push_back(std::make_unique<ScriptedPath>(
-          m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, size)));
-    }
+  DownloadSoak() {
+    AddPaths(kLessonHead);
     g_savePath = m_sandbox / kSavedFile;
     m_browser.window = m_frame;
     m_library.HelperFactory()->CreateInstance(nullptr, IID_PPV_ARGS(&m_helper));
@@ -198,12 +206,12 @@ class DownloadSoak : public Soak {
     m_user.Wants(wish);
     CNavigationEvent event(
         (wish == Wish::kCancelDownload ? m_flowing : *m_paths[place]).Url(L"a.folivo"));
-    g_launches = 0;
+    m_launches = 0;
     EXPECT_EQ(m_helper->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT,
                                DISPATCH_METHOD, event.Params(), nullptr, nullptr, nullptr),
               S_OK);
     EXPECT_TRUE(event.Cancelled());
-    EXPECT_EQ(g_launches, wish == Wish::kOpen ? 1 : 0);
+    EXPECT_EQ(m_launches, wish == Wish::kOpen ? 1 : 0);
     if (wish == Wish::kSave || wish == Wish::kOpen) {
       ExpectLesson(m_sandbox / (wish == Wish::kSave ? kSavedFile : kOpenedFile), kSizes[place],
                    i % kCheckedEach == 0);
@@ -220,80 +228,36 @@ class DownloadSoak : public Soak {
     DeleteFileW(path.c_str());
   }
 
-  /// Lets the workers end that cancelled downloads have left behind: they are no leak.
-  void WaitForWorkers() { EXPECT_TRUE(m_workers.WaitForEnds()); }
-
-  std::vector<std::unique_ptr<ScriptedPath>> m_paths;
+  int m_launches = 0;
   const ScriptedPath m_flowing{
       m_server, HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, kFlowingSize).Rate(kBytesPerSecond)};
-  const CLookupPatch m_saveDialog;
-  const CImportPatch m_launch;
-  const CDeferredClose m_deferredClose;
+  const CLookupPatch m_saveDialog{"GetSaveFileNameW", &ChoosePath, m_library.Module()};
+  const CImportSpy<&ShellExecuteExW> m_launch{"shell32.dll", "ShellExecuteExW",
+                                              [this](SHELLEXECUTEINFOW*) { return ++m_launches; },
+                                              m_library.Module()};
+  const CDeferredClose m_deferredClose{m_library.Module()};
   CStartedThreads m_workers{m_library.Module()};
   CFakeBrowser m_browser;
   const CBrowserFrame m_frame;
   CComPtr<IDispatch> m_helper;
-  CUser m_user;
 };
 
 TEST_F(DownloadSoak, LevelsOff) {
-  CLevel level(kDownloads);
-  const ULONGLONG start = GetTickCount64();
-  for (int done = 1; done <= kDownloads && !HasFailure(); ++done) {
+  Run(kDownloads, [&](int done) {
     Round(done - 1);
-    if (done % kAwaitedEach == 0) {
-      WaitForWorkers();
-    }
-    level.Note(done);
-  }
-  std::printf("%llu s\n", (GetTickCount64() - start) / 1000);
-  level.ExpectLevel();
+    // Workers that cancelled downloads have left behind are no leak.
+    EXPECT_TRUE(done % kAwaitedEach != 0 || m_workers.WaitForEnds());
+  });
   EXPECT_EQ(m_user.Messages(), 0);
   CComQIPtr<IObjectWithSite>(m_helper)->SetSite(nullptr);
   m_helper.Release();
-  EXPECT_TRUE(WaitUntil("the workers' ends", [this] { return m_library.CanUnloadNow() == S_OK; }));
+  ExpectFree();
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>()) << "temporary files left";
-}
-
-decltype(&Sleep) g_sleep;
-decltype(&InternetOpenUrlW) g_openUrl;
-std::wstring g_documents;
-
-void WINAPI Pass(DWORD milliseconds) {
-  if (milliseconds != 100 && milliseconds != 700) {  // the pauses for readers
-    g_sleep(milliseconds);
-  }
-}
-
-/// A success leaves no last error, as on Windows.
-HINTERNET WINAPI OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length, DWORD flags,
-                         DWORD_PTR context) {
-  const HINTERNET request = g_openUrl(session, url, headers, length, flags, context);
-  if (request != nullptr) {
-    SetLastError(ERROR_SUCCESS);
-  }
-  return request;
-}
-
-HRESULT WINAPI GetFolder(HWND, int, HANDLE, DWORD, LPWSTR path) {
-  lstrcpynW(path, g_documents.c_str(), MAX_PATH);
-  return S_OK;
 }
 
 class CollectionSoak : public Soak {
  protected:
-  CollectionSoak()
-      : m_sleep("kernel32.dll", "Sleep", &Pass, m_library.Module()),
-        m_openUrl("wininet.dll", "InternetOpenUrlW", &OpenUrl, m_library.Module()),
-        m_folder("shell32.dll", "SHGetFolderPathW", &GetFolder, m_library.Module()) {
-    g_sleep = m_sleep.Original<decltype(Sleep)>();
-    g_openUrl = m_openUrl.Original<decltype(InternetOpenUrlW)>();
-    g_documents = m_sandbox / L"Documents";
-    for (const size_t size : kSizes) {
-      m_paths.push_back(
-          std::make_unique<ScriptedPath>(m_server, HttpAnswer().Pattern(kSeed, size)));
-    }
-  }
+  CollectionSoak() { AddPaths(""); }
 
   /// An archive from the network, or the one of an earlier call, with a control of its own.
   void Round(int i) {
@@ -317,29 +281,41 @@ class CollectionSoak : public Soak {
     EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
   }
 
-  const CImportPatch m_sleep;
-  const CImportPatch m_openUrl;
-  const CImportPatch m_folder;
+  const CImportSpy<&Sleep> m_sleep{"kernel32.dll", "Sleep",
+                                   [this](DWORD milliseconds) {
+                                     const bool isForReaders =
+                                         milliseconds == 100 || milliseconds == 700;
+                                     m_sleep.CallOriginal(isForReaders ? 0 : milliseconds);
+                                   },
+                                   m_library.Module()};
+  /// A success leaves no last error, as on Windows.
+  const CImportSpy<&InternetOpenUrlW> m_openUrl{
+      "wininet.dll", "InternetOpenUrlW",
+      [this](HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length, DWORD flags,
+             DWORD_PTR context) {
+        const HINTERNET request =
+            m_openUrl.CallOriginal(session, url, headers, length, flags, context);
+        SetLastError(request != nullptr ? ERROR_SUCCESS : GetLastError());
+        return request;
+      },
+      m_library.Module()};
+  const CImportSpy<&SHGetFolderPathW> m_folder{"shell32.dll", "SHGetFolderPathW",
+                                               [this](HWND, int, HANDLE, DWORD, LPWSTR path) {
+                                                 lstrcpynW(path, (m_sandbox / L"Documents").c_str(),
+                                                           MAX_PATH);
+                                                 return S_OK;
+                                               },
+                                               m_library.Module()};
   const CUnzipSearchPath m_unzip{RealUnzipFolder()};
   const std::string m_archive = CStoredZip()
                                     .Add("a.qdc", std::string(20000, 'a'))
                                     .Add("manifest.xml", "<Collections/>")
                                     .Bytes();
-  std::vector<std::unique_ptr<ScriptedPath>> m_paths;
-  CUser m_user;
 };
 
 TEST_F(CollectionSoak, LevelsOff) {
-  CLevel level(kCollections);
-  const ULONGLONG start = GetTickCount64();
-  for (int done = 1; done <= kCollections && !HasFailure(); ++done) {
-    Round(done - 1);
-    level.Note(done);
-  }
-  std::printf("%llu s\n", (GetTickCount64() - start) / 1000);
-  level.ExpectLevel();
-  EXPECT_TRUE(
-      WaitUntil("the module to be free", [this] { return m_library.CanUnloadNow() == S_OK; }));
+  Run(kCollections, [this](int done) { Round(done - 1); });
+  ExpectFree();
 }
 
 }  // namespace

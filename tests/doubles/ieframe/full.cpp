@@ -34,11 +34,6 @@ extern "C" {
 
 __declspec(dllexport) CIeFrameRecord* ResetIeFrameRecord() {
   g_record = {};
-  wchar_t answer[8] = {};
-  GetEnvironmentVariableW(L"FOLIVO_IEFRAME_PROTECTED", answer, ARRAYSIZE(answer));
-  g_record.isProtectedMode = answer[0] == L'1';
-  GetEnvironmentVariableW(L"FOLIVO_IEFRAME_SAVE_PATH", g_record.saveDialogPath,
-                          ARRAYSIZE(g_record.saveDialogPath));
   return &g_record;
 }
 
@@ -85,10 +80,5 @@ __declspec(dllexport) HRESULT STDAPICALLTYPE IESaveFile(HANDLE state, LPCWSTR so
   return g_record.saveResult;
 }
 
-BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-  if (reason == DLL_PROCESS_ATTACH) {
-    ResetIeFrameRecord();
-  }
-  return TRUE;
-}
+BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) { return TRUE; }
 }

@@ -7,8 +7,7 @@
 
 #include "tests/doubles/ieframe/ieframe_record.h"
 
-/// A test's hold on the double in this process: keeps it loaded, with the record reset. The
-/// environment gives the first answers: FOLIVO_IEFRAME_PROTECTED=1, FOLIVO_IEFRAME_SAVE_PATH.
+/// A test's hold on the double in this process: keeps it loaded, with the record reset.
 class CIeFrameDouble {
  public:
   CIeFrameDouble() : m_library(LoadLibraryW(L"ieframe.dll")) {

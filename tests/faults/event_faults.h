@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/browser/install_information.h"
+#include "tests/browser/navigation_event.h"
+#include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/faults/run_checks.h"
+#include "tests/support/http_server.h"
+#include "tests/support/scripted_path.h"
+#include "tests/support/temp_sandbox.h"
+
+/// What the browser's events meet. For tables of cells: each runs inside Checks(), which asserts
+/// that nothing of it lives on.
+class EventFaults : public testing::Test {
+ protected:
+  // Buttons of the question.
+  static constexpr int kOpen = 6;
+  static constexpr int kSave = 7;
+  static constexpr int kCancel = 2;
+  static constexpr wchar_t kPromptTitle[] = L"File Download";
+  static constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
+  /// The folder of the plug-in's temporary files below the sandbox.
+  static constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
+
+  ~EventFaults() override;
+
+  CRunChecks& Checks() { return m_checks; }
+  std::wstring Temporary(const std::wstring& name) const { return m_sandbox / (kTempFiles + name); }
+
+  /// A lesson (".qdk") as its server answers it, and its bytes.
+  static HttpAnswer Lesson();
+  static std::string LessonBytes();
+
+  const CTempSandbox m_sandbox;
+  const CInstallInformation m_information;
+  const CIeFrameDouble m_ieFrame;
+  const HttpTestServer m_server;
+
+ private:
+  CRunChecks m_checks;
+};

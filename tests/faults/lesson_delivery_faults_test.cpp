@@ -1,0 +1,144 @@
+// Final files of lessons that cannot be made, and files and folders that somebody deletes or makes
+// while a lesson is on its way. A final copy that fails is not reported, and the temporary file
+// goes.
+
+#include <functional>
+#include <optional>
+
+#include "tests/faults/held_file.h"
+#include "tests/faults/lesson_faults.h"
+#include "tests/faults/quick_cut.h"
+#include "tests/support/import_spy.h"
+#include "tests/support/parallel.h"
+#include "tests/support/user.h"
+
+namespace {
+
+using Files = std::vector<std::wstring>;
+using Action = std::function<void()>;
+
+constexpr size_t kPattern = 500000;
+constexpr wchar_t kFinal[] = L"Lesson.qdk";
+// Of the body, within the third of the worker's buffers.
+constexpr size_t kMiddle = 300000;
+
+class DeliveryFaults : public LessonFaults {
+ protected:
+  /// Downloads to `final` below the sandbox, and does these things in the middle of the body and
+  /// just before the file is delivered. The dialog ends as after a delivery, without a message, and
+  /// leaves these files.
+  void Run(const std::wstring& final, const Files& left, const Action& inTheMiddle = nullptr,
+           const Action& beforeDelivery = nullptr) {
+    const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW",
+                                      [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
+                                        if (beforeDelivery) {
+                                          beforeDelivery();
+                                        }
+                                        return copy.CallOriginal(source, target, failIfExists);
+                                      });
+    const ScriptedPath path(m_server, Lesson(kPattern).Gated());
+    path.AllowUpTo(kMiddle);
+    CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
+    dialog->SetTarget(CFilePath((m_sandbox / final).c_str()), nullptr);
+    {
+      const CParallel somebody([&] {
+        if (inTheMiddle) {
+          WaitForDialog(kDialogTitle);
+          EXPECT_TRUE(path.WaitForBytesSent(kMiddle));
+          EXPECT_TRUE(WaitUntil("the temporary file", [&] {
+            return GetFileAttributesW(TempPath().c_str()) != INVALID_FILE_ATTRIBUTES;
+          }));
+          inTheMiddle();
+        }
+        path.AllowAll();
+      });
+      EXPECT_EQ(CallGuardedDialog([&] { return dialog->DoModal(nullptr); }), kDownloadDelivered);
+    }
+    dialog.reset();
+    EXPECT_EQ(TakeMessages(), Files());
+    EXPECT_EQ(m_sandbox.Files(), left);
+  }
+};
+
+TEST_F(DeliveryFaults, FinalNameThatNoFileMayHaveIsNotReported) {
+  // No port that the machine may have: what is written there would go out.
+  const std::wstring names[] = {L"missing\\L.qdk",
+                                std::wstring(300, L'L') + L".qdk",
+                                L"L?.qdk",
+                                L"temporary.qdk",  // the file that it comes from
+                                L"NUL",
+                                L"nul.qdk",
+                                L"CON",
+                                L"con.a.qdk",
+                                L"COM9.qdk",
+                                L"LPT9"};
+  for (const std::wstring& name : QuickCut(names)) {
+    SCOPED_TRACE(testing::PrintToString(name));
+    Checks().Run([&] { Run(name, {}); });
+  }
+}
+
+TEST_F(DeliveryFaults, FinalFileThatCannotBeReplacedStays) {
+  const std::wstring path = DestPath();
+  for (const bool isElsewhere : {false, true}) {
+    Checks().Run([&] {
+      std::optional<CHeldFile> holder(std::in_place, m_sandbox.Write(kFinal, "old"), isElsewhere);
+      Run(kFinal, {kFinal});
+      holder.reset();
+      EXPECT_TRUE(TakeDelivered() == "old");
+    });
+  }
+  Checks().Run([&] {
+    CreateDirectoryW(path.c_str(), nullptr);
+    Run(kFinal, {});
+    EXPECT_TRUE(RemoveDirectoryW(path.c_str()));
+  });
+  Checks().Run([&] {
+    m_sandbox.Write(kFinal, "old");
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    Run(kFinal, {kFinal});
+    const std::string bytes = TakeDelivered();
+    EXPECT_TRUE(bytes == "old" || bytes == LessonBytes(kPattern)) << "as the system decides";
+  });
+}
+
+TEST_F(DeliveryFaults, FinalFileIsReplacedWheneverItWasMade) {
+  const auto write = [&] { m_sandbox.Write(kFinal, std::string(900000, 'o')); };
+  for (const bool isBefore : {true, false}) {
+    Checks().Run([&] {
+      if (isBefore) {
+        write();
+      }
+      Run(kFinal, {kFinal}, isBefore ? nullptr : Action(write));
+      EXPECT_TRUE(TakeDelivered() == LessonBytes(kPattern));
+    });
+  }
+}
+
+TEST_F(DeliveryFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
+  for (const Files& files : {Files(), Files{kFinal}}) {
+    Checks().Run([&] {
+      for (const std::wstring& old : files) {
+        m_sandbox.Write(old, "old");
+      }
+      Run(kFinal, files, nullptr, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
+      EXPECT_EQ(ReadFileBytes(DestPath()), files.empty() ? "" : "old");
+      DeleteFileW(DestPath().c_str());
+    });
+  }
+}
+
+TEST_F(DeliveryFaults, FolderDeletedMeanwhileIsNotMadeAgain) {
+  const std::wstring folder = m_sandbox / L"folder";
+  const Action remove = [&] { EXPECT_TRUE(RemoveDirectoryW(folder.c_str())); };
+  for (const bool isLate : {false, true}) {
+    SCOPED_TRACE(isLate ? "before the delivery" : "during the transfer");
+    Checks().Run([&] {
+      CreateDirectoryW(folder.c_str(), nullptr);
+      Run(L"folder\\Lesson.qdk", {}, isLate ? nullptr : remove, isLate ? remove : nullptr);
+      EXPECT_EQ(GetFileAttributesW(folder.c_str()), INVALID_FILE_ATTRIBUTES);
+    });
+  }
+}
+
+}  // namespace
