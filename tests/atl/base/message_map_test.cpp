@@ -64,26 +64,17 @@ class CTestMap final : public CBaseMap {
 TEST(MessageMap, HandlersAreTriedInOrderUntilOneHandles) {
   CTestMap map;
   EXPECT_EQ(7, map.Send(WM_USER, 3, 4));
-  EXPECT_EQ(L"pass;user;", map.m_log);
+  EXPECT_EQ(4000 + IDOK, map.Command(IDOK, 4));
+  EXPECT_EQ(1, map.Send(WM_TIMER));
+  EXPECT_EQ(L"pass;user;command;base-timer;", map.m_log);
 }
 
-TEST(MessageMap, UnhandledMessage) {
+TEST(MessageMap, OtherMessagesAreNotHandled) {
   CTestMap map;
   EXPECT_EQ(-1, map.Send(WM_PAINT));
-  EXPECT_EQ(L"", map.m_log);
-}
-
-TEST(MessageMap, Commands) {
-  CTestMap map;
-  EXPECT_EQ(4000 + IDOK, map.Command(IDOK, 4));
   EXPECT_EQ(-1, map.Command(IDOK, 1));
   EXPECT_EQ(-1, map.Command(IDCANCEL, 4));
-}
-
-TEST(MessageMap, ChainsToTheBase) {
-  CTestMap map;
-  EXPECT_EQ(1, map.Send(WM_TIMER));
-  EXPECT_EQ(L"base-timer;", map.m_log);
+  EXPECT_EQ(L"", map.m_log);
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "atl_test_module.h"
@@ -27,11 +26,6 @@ struct CBoth {
   END_CATEGORY_MAP()
 };
 
-struct CNone {
-  BEGIN_CATEGORY_MAP(CNone)
-  END_CATEGORY_MAP()
-};
-
 class Categories : public testing::Test {
  protected:
   static std::wstring Classes() { return CRegistrySandbox::Dump(HKEY_CLASSES_ROOT); }
@@ -48,18 +42,13 @@ class Categories : public testing::Test {
   CRegistrySandbox m_sandbox;
 };
 
-TEST_F(Categories, WriteAndRemove) {
+TEST_F(Categories, AreWrittenAndRemoved) {
   EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), TRUE));
   EXPECT_EQ(m_written, Classes());
   EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), TRUE));
   EXPECT_EQ(m_written, Classes());
   EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), FALSE));
   EXPECT_EQ(Lines({L"CLSID", kClassKey}), Classes()) << "the class itself has its own script";
-}
-
-TEST_F(Categories, RemovalWithoutEntries) {
-  EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), FALSE));
-  EXPECT_EQ(L"", Classes());
 }
 
 TEST_F(Categories, OtherCategoriesStay) {
@@ -71,25 +60,10 @@ TEST_F(Categories, OtherCategoriesStay) {
             Classes());
 }
 
-TEST_F(Categories, NothingForAClassWithoutThem) {
+TEST_F(Categories, NothingIsRemovedThatWasNotWritten) {
+  EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), FALSE));
   EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, nullptr, TRUE));
   EXPECT_EQ(L"", Classes());
-  EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CNone::GetCategoryMap(), FALSE));
-  EXPECT_EQ(L"", Classes());
-}
-
-TEST_F(Categories, PerUser) {
-  ASSERT_EQ(S_OK, AtlSetPerUserRegistration(true));
-  EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), TRUE));
-  EXPECT_EQ(L"", Classes());
-  const std::wstring user = CRegistrySandbox::Dump(HKEY_CURRENT_USER);
-  EXPECT_THAT(user, testing::HasSubstr(L"Software\\Classes\\" + kRequiredKey +
-                                       L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E44}\n"));
-  EXPECT_EQ(S_OK, AtlRegisterClassCategoriesHelper(kClass, CBoth::GetCategoryMap(), FALSE));
-  ASSERT_EQ(S_OK, AtlSetPerUserRegistration(false));
-  EXPECT_EQ(Lines({L"Software", L"Software\\Classes", L"Software\\Classes\\CLSID",
-                   L"Software\\Classes\\" + kClassKey}),
-            CRegistrySandbox::Dump(HKEY_CURRENT_USER));
 }
 
 }  // namespace

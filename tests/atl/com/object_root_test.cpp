@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
+#include <new>
+#include <utility>
 
 #include "atl_test_module.h"
 #include "test_objects.h"
@@ -61,13 +62,6 @@ TEST_F(ObjectRoot, QueryInterface) {
   EXPECT_EQ(2U, References(number));
 }
 
-TEST_F(ObjectRoot, KnowsItsOwnUnknown) {
-  CComObject<CTestObject>* object = nullptr;
-  ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
-  const CComPtr<INumber> holder(object);
-  EXPECT_EQ(Peek<IUnknown>(holder), object->GetUnknown());
-}
-
 TEST_F(ObjectRoot, FailedFinalConstructLeavesNothing) {
   g_log.finalConstructResult = E_ACCESSDENIED;
   CComPtr<INumber> object;
@@ -81,7 +75,7 @@ TEST_F(ObjectRoot, FailedFinalConstructLeavesNothing) {
   EXPECT_EQ(2, g_log.destroyed);
 }
 
-TEST_F(ObjectRoot, NoInterfaceAtCreationLeavesNothing) {
+TEST_F(ObjectRoot, MissingInterfaceAtCreationLeavesNothing) {
   void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
@@ -89,20 +83,17 @@ TEST_F(ObjectRoot, NoInterfaceAtCreationLeavesNothing) {
   EXPECT_EQ(E_POINTER, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IUnknown, nullptr));
 }
 
-/// Throws what the test says, in the constructor or later.
+/// Calls what the test says, in the constructor or later.
 class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber {
  public:
-  enum class Where { kConstructor, kFinalConstruct };
-  enum class What { kAtlException, kAtlSuccess, kBadAlloc, kOther };
-  static inline Where s_where;
-  static inline What s_what;
+  static inline bool s_inConstructor;
+  static inline void (*s_throw)();
 
   CThrower() {
-    ++g_log.constructed;
-    if (s_where == Where::kConstructor) {
-      ++g_log.destroyed;  // an object that never was
-      Throw();
+    if (s_inConstructor) {
+      s_throw();
     }
+    ++g_log.constructed;
   }
   CThrower(const CThrower&) = delete;
   CThrower& operator=(const CThrower&) = delete;
@@ -113,35 +104,22 @@ class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber 
   END_COM_MAP()
 
   HRESULT FinalConstruct() {
-    Throw();
+    s_throw();
     return S_OK;
   }
   STDMETHOD_(int, Number)() override { return 0; }
-
- private:
-  static void Throw() {
-    switch (s_what) {
-      case What::kAtlException:
-        AtlThrow(E_ACCESSDENIED);
-      case What::kAtlSuccess:
-        AtlThrow(S_OK);
-      case What::kBadAlloc:
-        throw std::bad_alloc();
-      case What::kOther:
-        throw 1;
-    }
-  }
 };
 
-TEST_F(ObjectRoot, ExceptionsAtCreationBecomeResults) {
-  using Where = CThrower::Where;
-  using What = CThrower::What;
-  for (const Where where : {Where::kConstructor, Where::kFinalConstruct}) {
-    for (const auto& [what, result] :
-         {std::pair(What::kAtlException, E_ACCESSDENIED), std::pair(What::kAtlSuccess, E_FAIL),
-          std::pair(What::kBadAlloc, E_OUTOFMEMORY), std::pair(What::kOther, E_FAIL)}) {
-      CThrower::s_where = where;
-      CThrower::s_what = what;
+TEST_F(ObjectRoot, ExceptionAtCreationIsReturned) {
+  const std::pair<void (*)(), HRESULT> cases[] = {
+      {[] { AtlThrow(E_ACCESSDENIED); }, E_ACCESSDENIED},
+      {[] { AtlThrow(S_OK); }, E_FAIL},
+      {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY},
+      {[] { throw 1; }, E_FAIL}};
+  for (const bool inConstructor : {true, false}) {
+    for (const auto& [throws, result] : cases) {
+      CThrower::s_inConstructor = inConstructor;
+      CThrower::s_throw = throws;
       void* p = Garbage();
       EXPECT_EQ(result,
                 CComCreator<CComObject<CThrower>>::CreateInstance(nullptr, __uuidof(INumber), &p));
@@ -209,32 +187,27 @@ class CSharedObject : public CComObjectRootEx<CComMultiThreadModel>, public INum
   STDMETHOD_(int, Number)() override { return 0; }
 };
 
-/// Has two threads call `step` at the same time, again and again.
-void RunTogether(int rounds, const std::function<void()>& step) {
-  std::atomic<int> started = 0;
-  const auto work = [&] {
-    ++started;
-    while (started < 2) {
-      SwitchToThread();  // one alone would be done before the other one begins
-    }
-    for (int i = 0; i < rounds; ++i) {
-      step();
-    }
-  };
-  const CParallel one(work);
-  const CParallel two(work);
-}
-
 TEST_F(ObjectRoot, ThreadsShareTheCount) {
   CComObject<CSharedObject>* object = nullptr;
   ASSERT_EQ(S_OK, CComObject<CSharedObject>::CreateInstance(&object));
   // Far from zero: a count that went wrong must fail the test, not destroy the object.
   constexpr LONG kMany = 1 << 30;
   object->m_dwRef = kMany;
-  RunTogether(4000000, [&] {
-    object->AddRef();
-    object->Release();
-  });
+  std::atomic<int> started = 0;
+  const auto work = [&] {
+    ++started;
+    while (started < 2) {
+      SwitchToThread();  // one alone would be done before the other one begins
+    }
+    for (int i = 0; i < 4000000; ++i) {
+      object->AddRef();
+      object->Release();
+    }
+  };
+  {
+    const CParallel one(work);
+    const CParallel two(work);
+  }
   EXPECT_EQ(kMany, object->m_dwRef);
   object->m_dwRef = 1;
   object->Release();
