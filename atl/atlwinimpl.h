@@ -10,48 +10,32 @@
 
 namespace ATL {
 
-/// A window class, registered when its first window is created and unregistered with the module,
-/// which has its procedure. Its name contains the address of this object, which no other class has,
-/// in any module.
+/// A registered window class, unregistered with the module, which has its procedure. Its name
+/// contains the address of this object, which no other class has, in any module.
 struct CWndClassInfo {
-  explicit CWndClassInfo(WNDPROC pProc) noexcept {
+  /// Throws CAtlException when the class cannot be registered.
+  explicit CWndClassInfo(WNDPROC pProc) {
     ::wsprintf(m_szName, TEXT("ATL:%p"), static_cast<void*>(this));
-    m_wc.cbSize = sizeof(m_wc);
-    m_wc.style = CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS;
-    m_wc.lpfnWndProc = pProc;
-    m_wc.hInstance = _AtlBaseModule.GetModuleInstance();
-    m_wc.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
-    m_wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW) + 1);
-    m_wc.lpszClassName = m_szName;
+    WNDCLASSEX wc = {};
+    wc.cbSize = sizeof(wc);
+    wc.style = CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS;
+    wc.lpfnWndProc = pProc;
+    wc.hInstance = _AtlBaseModule.GetModuleInstance();
+    wc.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
+    wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW) + 1);
+    wc.lpszClassName = m_szName;
+    // A window that exists when the module is unloaded keeps its class registered. If the module is
+    // loaded again at the same address, the class has this name and an invalid procedure.
+    ::UnregisterClass(m_szName, wc.hInstance);
+    if (::RegisterClassEx(&wc) == 0) {
+      AtlThrowLastWin32();
+    }
   }
   CWndClassInfo(const CWndClassInfo&) = delete;
   CWndClassInfo& operator=(const CWndClassInfo&) = delete;
-  ~CWndClassInfo() {
-    if (m_atom != 0) {
-      ::UnregisterClass(m_szName, m_wc.hInstance);
-    }
-  }
-
-  /// Registers the class if it is not registered yet. Returns 0 on failure. Any thread.
-  ATOM Register() noexcept {
-    ::AcquireSRWLockExclusive(&m_lock);
-    if (m_atom == 0) {
-      // A window that exists when the module is unloaded keeps its class registered. If the module
-      // is loaded again at the same address, the class has this name and an invalid procedure.
-      ::UnregisterClass(m_szName, m_wc.hInstance);
-      m_atom = ::RegisterClassEx(&m_wc);
-    }
-    const ATOM atom = m_atom;
-    ::ReleaseSRWLockExclusive(&m_lock);
-    return atom;
-  }
+  ~CWndClassInfo() { ::UnregisterClass(m_szName, _AtlBaseModule.GetModuleInstance()); }
 
   TCHAR m_szName[32] = {};
-  WNDCLASSEX m_wc = {};
-
- private:
-  SRWLOCK m_lock = SRWLOCK_INIT;
-  ATOM m_atom = 0;
 };
 
 /// Base of classes that handle the messages of a window. For the window's thread. The window's user
@@ -117,22 +101,24 @@ template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
 class ATL_NO_VTABLE CWindowImpl : public CWindowImplRoot<TBase> {
  public:
+  /// Registers the class when the first window is created, after a failure again. Any thread.
   static CWndClassInfo& GetWndClassInfo() {
     static CWndClassInfo wc(WindowProc);
     return wc;
   }
 
   /// Creates a visible window at `rect`, in the parent's coordinates. Returns null when it fails.
-  HWND Create(HWND hWndParent, const RECT& rect) {
+  HWND Create(HWND hWndParent, const RECT& rect) noexcept {
     ATLASSERT(this->m_hWnd == nullptr);
-    const ATOM atom = T::GetWndClassInfo().Register();
-    if (atom == 0) {
-      return nullptr;
-    }
-    return ::CreateWindow(reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(atom)), nullptr,
-                          WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, rect.left,
-                          rect.top, rect.right - rect.left, rect.bottom - rect.top, hWndParent,
-                          nullptr, _AtlBaseModule.GetModuleInstance(), this);
+    HWND hWnd = nullptr;
+    detail::CallGuarded([&] {
+      hWnd = ::CreateWindow(T::GetWndClassInfo().m_szName, nullptr,
+                            WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, rect.left,
+                            rect.top, rect.right - rect.left, rect.bottom - rect.top, hWndParent,
+                            nullptr, _AtlBaseModule.GetModuleInstance(), this);
+      return S_OK;
+    });
+    return hWnd;
   }
 
  private:

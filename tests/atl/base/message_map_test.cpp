@@ -15,11 +15,9 @@ class CBaseMap : public CMessageMap {
   END_MSG_MAP()
   // clang-format on
 
-  LRESULT OnTimer(UINT, WPARAM, LPARAM, BOOL&) { return Log(L"base-timer", 1); }
-
+  LRESULT OnTimer(UINT, WPARAM, LPARAM, BOOL&) { return Log(L"base-timer;", 1); }
   LRESULT Log(const wchar_t* text, LRESULT result) {
     m_log += text;
-    m_log += L";";
     return result;
   }
   std::wstring m_log;
@@ -41,16 +39,16 @@ class CTestMap final : public CBaseMap {
 
   LRESULT OnUserPass(UINT, WPARAM, LPARAM, BOOL& handled) {
     handled = FALSE;
-    return Log(L"pass", 98);
+    return Log(L"pass;", 98);
   }
   LRESULT OnUser(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
     EXPECT_TRUE(handled);
     EXPECT_EQ(static_cast<UINT>(WM_USER), message);
-    return Log(L"user", static_cast<LRESULT>(wParam) + lParam);
+    return Log(L"user;", static_cast<LRESULT>(wParam) + lParam);
   }
   LRESULT OnCommand(WORD code, WORD id, HWND control, BOOL&) {
     EXPECT_EQ(reinterpret_cast<HWND>(0x1234), control);
-    return Log(L"command", code * 1000 + id);
+    return Log(L"command;", code * 1000 + id);
   }
 
   /// The result, or -1 for an unhandled message.

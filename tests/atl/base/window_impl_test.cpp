@@ -2,7 +2,11 @@
 
 #include <atlwin.h>
 
+#include <optional>
 #include <string>
+#include <utility>
+
+#include "tests/support/import_spy.h"
 
 using namespace ATL;
 
@@ -134,21 +138,32 @@ TEST_F(WindowImpl, EachClassHasAWindowClassOfItsOwn) {
 TEST(WndClassInfo, StaleWindowClassIsReplacedAndUnregisteredAtTheEnd) {
   WNDCLASSEX found = {};
   found.cbSize = sizeof(found);
-  std::wstring name;
   const HINSTANCE instance = _AtlBaseModule.GetModuleInstance();
-  {
-    CWndClassInfo info(&::DefWindowProc);
-    name = info.m_szName;
-    WNDCLASSEX stale = info.m_wc;
-    stale.lpfnWndProc = [](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return 0; };
-    ASSERT_NE(0, ::RegisterClassEx(&stale));
-    const ATOM atom = info.Register();
-    EXPECT_NE(0, atom);
-    EXPECT_EQ(atom, info.Register());
-    EXPECT_TRUE(::GetClassInfoEx(instance, name.c_str(), &found));
-    EXPECT_EQ(info.m_wc.lpfnWndProc, found.lpfnWndProc);
-  }
+  std::optional<CWndClassInfo> info(std::in_place, &::DefWindowProc);
+  const std::wstring name = info->m_szName;
+  info.reset();
   EXPECT_FALSE(::GetClassInfoEx(instance, name.c_str(), &found));
+  WNDCLASSEX stale = {};
+  stale.cbSize = sizeof(stale);
+  stale.lpfnWndProc = [](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return 0; };
+  stale.hInstance = instance;
+  stale.lpszClassName = name.c_str();
+  ASSERT_NE(0, ::RegisterClassEx(&stale));
+  info.emplace(&::DefWindowProc);
+  EXPECT_EQ(name, info->m_szName);
+  EXPECT_TRUE(::GetClassInfoEx(instance, name.c_str(), &found));
+  EXPECT_EQ(&::DefWindowProc, found.lpfnWndProc);
+}
+
+TEST_F(WindowImpl, CreateReturnsNullWhileTheClassCannotBeRegistered) {
+  class CFreshWindow
+      : public CWindowImpl<CFreshWindow>{public : BEGIN_MSG_MAP(CFreshWindow) END_MSG_MAP()} window;
+  {
+    const CImportSpy<&RegisterClassExW> spy("user32.dll", "RegisterClassExW",
+                                            [](const WNDCLASSEXW*) -> ATOM { return 0; });
+    EXPECT_EQ(nullptr, window.Create(m_parent, kPlace));
+  }
+  EXPECT_NE(nullptr, window.Create(m_parent, kPlace));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The object map and what the module does with it.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -24,10 +23,8 @@ constexpr CATID kCategory = {
 
 /// What the module asked of the classes, in this order.
 std::vector<std::wstring> g_calls;
-HRESULT g_registerFirst = S_OK;
 HRESULT g_constructFactory = S_OK;
 HRESULT g_queryFactory = S_OK;
-LCID g_localeDuringRegistration = 0;
 LONG g_factoriesMade = 0;
 LONG g_factoriesAlive = 0;
 
@@ -53,12 +50,13 @@ class CFirst : public CTestObject {
   using _ClassFactoryCreatorClass = CComCreator<CComObjectCached<CCountedFactory>>;
   BEGIN_CATEGORY_MAP(CFirst)
   IMPLEMENTED_CATEGORY(kCategory)
+  IMPLEMENTED_CATEGORY(kUnknownClass)
+  REQUIRED_CATEGORY(kCategory)
   END_CATEGORY_MAP()
 
   static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
     g_calls.push_back(bRegister ? L"first +" : L"first -");
-    g_localeDuringRegistration = GetThreadLocale();
-    return g_registerFirst;
+    return S_OK;
   }
 };
 
@@ -79,7 +77,6 @@ class Module : public testing::Test {
  protected:
   void SetUp() override {
     g_calls.clear();
-    g_registerFirst = S_OK;
     g_constructFactory = S_OK;
     g_queryFactory = S_OK;
     g_factoriesMade = 0;
@@ -170,26 +167,6 @@ TEST_F(Module, TwoThreadsCreateOneFactory) {
   EXPECT_EQ(1, g_factoriesMade);
 }
 
-TEST_F(Module, FactoryObjectAndLockServerKeepItLoaded) {
-  const auto canUnload = [] { return TestModule().DllCanUnloadNow(); };
-  EXPECT_EQ(S_OK, canUnload());
-  CComPtr<IClassFactory> factory;
-  ASSERT_EQ(S_OK, Get(kFirstClass, factory));
-  EXPECT_EQ(S_FALSE, canUnload());
-  CComPtr<INumber> object;
-  ASSERT_EQ(S_OK,
-            factory->CreateInstance(nullptr, __uuidof(INumber), reinterpret_cast<void**>(&object)));
-  IClassFactory* const cached = factory;
-  factory.Release();
-  EXPECT_EQ(S_FALSE, canUnload());
-  object.Release();
-  EXPECT_EQ(S_OK, canUnload());
-  EXPECT_EQ(S_OK, cached->LockServer(TRUE));
-  EXPECT_EQ(S_FALSE, canUnload());
-  EXPECT_EQ(S_OK, cached->LockServer(FALSE));
-  EXPECT_EQ(S_OK, canUnload());
-}
-
 TEST_F(Module, DllMainReturnsFalseWhenInitialisationFailed) {
   for (const DWORD reason :
        {DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH, DLL_THREAD_DETACH, DLL_PROCESS_DETACH}) {
@@ -200,51 +177,27 @@ TEST_F(Module, DllMainReturnsFalseWhenInitialisationFailed) {
   CAtlBaseModule::m_bInitFailed = false;
 }
 
-TEST_F(Module, RegistersTheClassesInOrder) {
+TEST_F(Module, RegistersTheClassesInOrderWithTheirCategories) {
   const CRegistrySandbox sandbox;
+  const std::wstring key = L"CLSID\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}";
+  CRegistrySandbox::Put(HKEY_CLASSES_ROOT, (key + L"\\Required Categories\\{other}").c_str());
   EXPECT_EQ(S_OK, TestModule().RegisterServer(FALSE));
   EXPECT_EQ((Calls{L"first +", L"second +"}), g_calls);
-  const std::wstring categories =
-      L"CLSID\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}\\Implemented Categories\\"
-      L"{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}\n";
-  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT), testing::HasSubstr(categories));
+  const std::wstring others =
+      Lines({key + L"\\Required Categories", key + L"\\Required Categories\\{other}",
+             key + L"\\Required Categories\\{other} = s:"});
+  EXPECT_EQ(Lines({L"CLSID", key, key + L"\\Implemented Categories",
+                   key + L"\\Implemented Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E53}",
+                   key + L"\\Implemented Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}",
+                   key + L"\\Required Categories",
+                   key + L"\\Required Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}",
+                   key + L"\\Required Categories\\{other}",
+                   key + L"\\Required Categories\\{other} = s:"}),
+            CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
   g_calls.clear();
   EXPECT_EQ(S_OK, TestModule().UnregisterServer(FALSE));
   EXPECT_EQ((Calls{L"first -", L"second -"}), g_calls);
-  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT),
-              testing::Not(testing::HasSubstr(L"Implemented Categories")));
-}
-
-TEST_F(Module, FirstFailureEndsRegistration) {
-  const CRegistrySandbox sandbox;
-  g_registerFirst = E_ACCESSDENIED;
-  EXPECT_EQ(E_ACCESSDENIED, TestModule().DllRegisterServer());
-  EXPECT_EQ((Calls{L"first +"}), g_calls);
-  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT)) << "no categories, no type library";
-  g_calls.clear();
-  EXPECT_EQ(E_ACCESSDENIED, TestModule().DllUnregisterServer());
-  EXPECT_EQ((Calls{L"first -"}), g_calls);
-}
-
-TEST_F(Module, RegistrationUsesSystemLocaleAndRestoresThreadLocale) {
-  constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
-  const LCID before = GetThreadLocale();
-  // What the system default is called once it is set.
-  ASSERT_TRUE(SetThreadLocale(LOCALE_SYSTEM_DEFAULT));
-  const LCID systemDefault = GetThreadLocale();
-  ASSERT_TRUE(SetThreadLocale(kGerman));
-  const CRegistrySandbox sandbox;
-  for (const HRESULT result : {S_OK, E_ACCESSDENIED}) {
-    g_registerFirst = result;
-    for (const bool registers : {true, false}) {
-      g_localeDuringRegistration = kGerman;
-      EXPECT_EQ(result, registers ? TestModule().DllRegisterServer()
-                                  : TestModule().DllUnregisterServer(result == S_OK));
-      EXPECT_EQ(systemDefault, g_localeDuringRegistration);
-      EXPECT_EQ(kGerman, GetThreadLocale());
-    }
-  }
-  SetThreadLocale(before);
+  EXPECT_EQ(Lines({L"CLSID", key}) + others, CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
 }
 
 TEST_F(Module, ScriptsGetModulePathAndReplacements) {

@@ -14,32 +14,11 @@ namespace {
 
 class TypeLibrary : public testing::Test {
  protected:
-  static bool IsTestLibrary(ITypeLib* library) {
-    TLIBATTR* attr = nullptr;
-    if (library == nullptr || FAILED(library->GetLibAttr(&attr))) {
-      return false;
-    }
-    const bool is = attr->guid == LIBID_AtlComTestTypes && attr->wMajorVerNum == 1;
-    library->ReleaseTLibAttr(attr);
-    return is;
-  }
-
   const HINSTANCE m_module = _AtlBaseModule.GetModuleInstance();
   const std::wstring m_path = ATL::detail::ModulePath(nullptr);
   CComBSTR m_loadedFrom;
   CComPtr<ITypeLib> m_library;
 };
-
-TEST_F(TypeLibrary, LoadsFromTheModule) {
-  for (const std::wstring index : {L"", L"\\1"}) {
-    CComBSTR path;
-    CComPtr<ITypeLib> library;
-    EXPECT_EQ(S_OK,
-              AtlLoadTypeLib(m_module, index.empty() ? nullptr : index.c_str(), &path, &library));
-    EXPECT_TRUE(IsTestLibrary(library));
-    EXPECT_STREQ((m_path + index).c_str(), path);
-  }
-}
 
 TEST_F(TypeLibrary, FailsWithoutOne) {
   const CComBSTR owner(L"untouched");
