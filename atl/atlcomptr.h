@@ -9,21 +9,38 @@ namespace ATL {
 // NOLINTBEGIN(google-explicit-constructor, misc-unconventional-assign-operator): ATL documents the
 // conversions and results
 
-/// Owner of one reference to a COM object. For one thread at a time.
+/// Owner of one reference to a COM object, whose interface has a `__uuidof`. For one thread at a
+/// time.
 template <class T>
-class CComPtrBase {
+class CComPtr {
  public:
-  CComPtrBase(const CComPtrBase&) = delete;
-  CComPtrBase& operator=(const CComPtrBase&) = delete;
-  ~CComPtrBase() {
+  CComPtr() noexcept = default;
+  CComPtr(T* lp) noexcept : p(lp) {
+    if (p != nullptr) {
+      p->AddRef();
+    }
+  }
+  CComPtr(const CComPtr& lp) noexcept : CComPtr(lp.p) {}
+  CComPtr(CComPtr&& lp) noexcept : p(lp.Detach()) {}
+  ~CComPtr() {
     if (p != nullptr) {
       p->Release();
     }
   }
 
+  T* operator=(T* lp) noexcept {
+    CComPtr(lp).Swap(*this);
+    return p;
+  }
+  T* operator=(const CComPtr& lp) noexcept { return *this = lp.p; }
+  T* operator=(CComPtr&& lp) noexcept {
+    CComPtr(std::move(lp)).Swap(*this);
+    return p;
+  }
+
   operator T*() const noexcept { return p; }
   T& operator*() const {
-    ATLENSURE(p != nullptr);
+    ATLENSURE_THROW(p != nullptr, E_FAIL);
     return *p;
   }
   T* operator->() const noexcept {
@@ -35,9 +52,6 @@ class CComPtrBase {
     ATLASSERT(p == nullptr);
     return &p;
   }
-  bool operator!() const noexcept { return p == nullptr; }
-  bool operator==(T* pT) const noexcept { return p == pT; }
-  bool operator!=(T* pT) const noexcept { return p != pT; }
 
   void Release() noexcept {
     // Cleared first: the last Release may call this function again.
@@ -83,14 +97,6 @@ class CComPtrBase {
 
   T* p = nullptr;
 
- protected:
-  CComPtrBase() noexcept = default;
-  explicit CComPtrBase(T* lp) noexcept : p(lp) {
-    if (p != nullptr) {
-      p->AddRef();
-    }
-  }
-
  private:
   /// Returns the object's IUnknown, to compare, without a reference.
   static const IUnknown* Identity(IUnknown* pUnk) noexcept {
@@ -101,30 +107,6 @@ class CComPtrBase {
     pIdentity->Release();
     return pIdentity;
   }
-};
-
-/// Owner of one reference, for interfaces with a `__uuidof`.
-template <class T>
-class CComPtr : public CComPtrBase<T> {
- public:
-  using CComPtrBase<T>::p;
-
-  CComPtr() noexcept = default;
-  CComPtr(T* lp) noexcept : CComPtrBase<T>(lp) {}
-  CComPtr(const CComPtr& lp) noexcept : CComPtrBase<T>(lp.p) {}
-  CComPtr(CComPtr&& lp) noexcept { p = lp.Detach(); }
-
-  T* operator=(T* lp) noexcept {
-    CComPtr(lp).Swap(*this);
-    return p;
-  }
-  T* operator=(const CComPtr& lp) noexcept { return *this = lp.p; }
-  T* operator=(CComPtr&& lp) noexcept {
-    CComPtr(std::move(lp)).Swap(*this);
-    return p;
-  }
-
- private:
   void Swap(CComPtr& other) noexcept { std::swap(p, other.p); }
 };
 

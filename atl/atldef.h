@@ -16,8 +16,18 @@
 
 /// Throws CAtlException(hr) unless `expr` holds; needs atlexcept.h at the point of use.
 #define ATLENSURE_THROW(expr, hr) ((expr) ? static_cast<void>(0) : ATL::AtlThrow(hr))
-#define ATLENSURE(expr) ATLENSURE_THROW(expr, E_FAIL)
 
 /// The hint has no counterpart in GCC; the vtable is simply emitted.
 #define ATL_NO_VTABLE
 #define ATL_NOINLINE __attribute__((noinline))
+
+// Around functions that maps declare without "override", which clang would warn of.
+#ifdef __clang__
+#define ATL_BEGIN_UNMARKED_OVERRIDES \
+  _Pragma("clang diagnostic push")   \
+      _Pragma("clang diagnostic ignored \"-Winconsistent-missing-override\"")
+#define ATL_END_UNMARKED_OVERRIDES _Pragma("clang diagnostic pop")
+#else
+#define ATL_BEGIN_UNMARKED_OVERRIDES
+#define ATL_END_UNMARKED_OVERRIDES
+#endif

@@ -11,12 +11,10 @@ template <class T, class TBase = CWindow>
 class ATL_NO_VTABLE CAxDialogImpl : public CDialogImplBaseT<TBase> {
  public:
   /// Returns the code of EndDialog, or -1 when the dialog cannot be created.
-  INT_PTR DoModal(HWND hWndParent = ::GetActiveWindow(), LPARAM dwInitParam = 0) {
-    return this->RunModal(T::IDD, hWndParent, dwInitParam);
+  INT_PTR DoModal(HWND hWndParent = ::GetActiveWindow()) {
+    return this->RunModal(T::IDD, hWndParent);
   }
-  HWND Create(HWND hWndParent, LPARAM dwInitParam = 0) {
-    return this->CreateModeless(T::IDD, hWndParent, dwInitParam);
-  }
+  HWND Create(HWND hWndParent) { return this->CreateModeless(T::IDD, hWndParent); }
 
   BEGIN_MSG_MAP(CAxDialogImpl)
   MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)

@@ -18,24 +18,14 @@ class ATL_NO_VTABLE CMessageMap {
 
 }  // namespace ATL
 
-// Without "override", as the class need not have the base CMessageMap; clang would warn.
-#ifdef __clang__
-#define ATL_MSG_MAP_DECLARATION_BEGIN \
-  _Pragma("clang diagnostic push")    \
-      _Pragma("clang diagnostic ignored \"-Winconsistent-missing-override\"")
-#define ATL_MSG_MAP_DECLARATION_END _Pragma("clang diagnostic pop")
-#else
-#define ATL_MSG_MAP_DECLARATION_BEGIN
-#define ATL_MSG_MAP_DECLARATION_END
-#endif
-
+// ProcessWindowMessage is without "override", as the class need not have the base CMessageMap.
 #define BEGIN_MSG_MAP(theClass)                                                             \
  public:                                                                                    \
-  ATL_MSG_MAP_DECLARATION_BEGIN                                                             \
+  ATL_BEGIN_UNMARKED_OVERRIDES                                                              \
   BOOL ProcessWindowMessage([[maybe_unused]] HWND hWnd, [[maybe_unused]] UINT uMsg,         \
                             [[maybe_unused]] WPARAM wParam, [[maybe_unused]] LPARAM lParam, \
                             [[maybe_unused]] LRESULT& lResult, DWORD /*dwMsgMapID*/ = 0) {  \
-    ATL_MSG_MAP_DECLARATION_END                                                             \
+    ATL_END_UNMARKED_OVERRIDES                                                              \
     [[maybe_unused]] BOOL bHandled = TRUE;
 
 #define END_MSG_MAP() \

@@ -31,18 +31,17 @@ class CRegKey {
     ATLASSERT(hKeyParent != nullptr);
     HKEY hKey = nullptr;
     const LONG nResult = ::RegOpenKeyEx(hKeyParent, lpszKeyName, 0, samDesired, &hKey);
-    return nResult == ERROR_SUCCESS ? Replace(hKey, samDesired) : nResult;
+    return nResult == ERROR_SUCCESS ? Replace(hKey) : nResult;
   }
-  /// The same, but creates the key if it does not exist; *lpdwDisposition says whether it did.
+  /// The same, but creates the key if it does not exist.
   LONG Create(HKEY hKeyParent, LPCTSTR lpszKeyName, LPTSTR lpszClass = nullptr,
-              DWORD dwOptions = REG_OPTION_NON_VOLATILE, REGSAM samDesired = KEY_READ | KEY_WRITE,
-              LPSECURITY_ATTRIBUTES lpSecAttr = nullptr,
-              LPDWORD lpdwDisposition = nullptr) noexcept {
+              DWORD dwOptions = REG_OPTION_NON_VOLATILE,
+              REGSAM samDesired = KEY_READ | KEY_WRITE) noexcept {
     ATLASSERT(hKeyParent != nullptr);
     HKEY hKey = nullptr;
     const LONG nResult = ::RegCreateKeyEx(hKeyParent, lpszKeyName, 0, lpszClass, dwOptions,
-                                          samDesired, lpSecAttr, &hKey, lpdwDisposition);
-    return nResult == ERROR_SUCCESS ? Replace(hKey, samDesired) : nResult;
+                                          samDesired, nullptr, &hKey, nullptr);
+    return nResult == ERROR_SUCCESS ? Replace(hKey) : nResult;
   }
 
   /// A null or empty value name means the key's default value.
@@ -58,12 +57,12 @@ class CRegKey {
   /// Deletes a subkey that has no subkeys.
   LONG DeleteSubKey(LPCTSTR lpszSubKey) noexcept {
     ATLASSERT(m_hKey != nullptr);
-    return ::RegDeleteKeyEx(m_hKey, lpszSubKey, m_samWOW64, 0);
+    return ::RegDeleteKey(m_hKey, lpszSubKey);
   }
   /// Deletes a subkey with its subkeys; stops at the first failure.
   LONG RecurseDeleteKey(LPCTSTR lpszKey) noexcept {
     CRegKey key;
-    LONG nResult = key.Open(m_hKey, lpszKey, KEY_READ | KEY_WRITE | m_samWOW64);
+    LONG nResult = key.Open(m_hKey, lpszKey, KEY_READ | KEY_WRITE);
     if (nResult != ERROR_SUCCESS) {
       return nResult;
     }
@@ -82,14 +81,11 @@ class CRegKey {
   }
 
   HKEY m_hKey = nullptr;
-  /// KEY_WOW64_32KEY or KEY_WOW64_64KEY of Open or Create: deletions use the same registry view.
-  REGSAM m_samWOW64 = 0;
 
  private:
-  LONG Replace(HKEY hKey, REGSAM samDesired) noexcept {
+  LONG Replace(HKEY hKey) noexcept {
     const LONG nResult = Close();
     m_hKey = hKey;
-    m_samWOW64 = samDesired & (KEY_WOW64_32KEY | KEY_WOW64_64KEY);
     return nResult;
   }
 };

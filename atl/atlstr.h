@@ -4,8 +4,8 @@
 
 namespace ATL {
 
-using CStringW = CStringT<wchar_t, StrTraitATL<wchar_t>>;
-using CStringA = CStringT<char, StrTraitATL<char>>;
+using CStringW = CStringT<wchar_t>;
+using CStringA = CStringT<char>;
 
 }  // namespace ATL
 

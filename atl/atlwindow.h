@@ -13,9 +13,6 @@ class CWindow {
   operator HWND() const noexcept { return m_hWnd; }
 
   BOOL IsWindow() const noexcept { return ::IsWindow(m_hWnd); }
-  DWORD GetStyle() const noexcept {
-    return static_cast<DWORD>(::GetWindowLongPtr(m_hWnd, GWL_STYLE));
-  }
   BOOL PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) noexcept {
     return ::PostMessage(m_hWnd, message, wParam, lParam);
   }
@@ -31,7 +28,7 @@ class CWindow {
     return ::SetWindowPos(m_hWnd, hWndInsertAfter, x, y, cx, cy, nFlags);
   }
   BOOL GetWindowRect(LPRECT lpRect) const noexcept { return ::GetWindowRect(m_hWnd, lpRect); }
-  inline BOOL CenterWindow(HWND hWndCenter = nullptr) noexcept;
+  inline BOOL CenterWindow() noexcept;
 
   // Timers; periods in milliseconds
   UINT_PTR SetTimer(UINT_PTR nIDEvent, UINT nElapse,
@@ -52,45 +49,26 @@ class CWindow {
   HWND m_hWnd;
 };
 
-/// Centres the window on `hWndCenter`; null means the parent of a child and the owner of any other
-/// window. A child is centred in client coordinates. Any other window is centred on the work area
-/// of its monitor if there is no owner or the owner is hidden or minimised, and never leaves that
-/// area.
-inline BOOL CWindow::CenterWindow(HWND hWndCenter) noexcept {
-  ATLASSERT(IsWindow());
-  const bool bChild = (GetStyle() & WS_CHILD) != 0;
-  if (hWndCenter == nullptr) {
-    hWndCenter = bChild ? ::GetParent(m_hWnd) : ::GetWindow(m_hWnd, GW_OWNER);
-  }
-  if (!bChild && hWndCenter != nullptr &&
-      (!::IsWindowVisible(hWndCenter) || ::IsIconic(hWndCenter))) {
+/// Centres a window that is not a child on its owner, or on the work area of its monitor if there
+/// is no owner or the owner is hidden or minimised. It never leaves that area.
+inline BOOL CWindow::CenterWindow() noexcept {
+  ATLASSERT(IsWindow() && (::GetWindowLongPtr(m_hWnd, GWL_STYLE) & WS_CHILD) == 0);
+  HWND hWndCenter = ::GetWindow(m_hWnd, GW_OWNER);
+  if (!::IsWindowVisible(hWndCenter) || ::IsIconic(hWndCenter)) {
     hWndCenter = nullptr;
   }
-
+  MONITORINFO info = {};
+  info.cbSize = sizeof(info);
+  const HWND hWndNear = hWndCenter == nullptr ? m_hWnd : hWndCenter;
   RECT rcSelf;
-  if (!GetWindowRect(&rcSelf)) {
+  if (!GetWindowRect(&rcSelf) ||
+      !::GetMonitorInfo(::MonitorFromWindow(hWndNear, MONITOR_DEFAULTTONEAREST), &info)) {
     return FALSE;
   }
-  RECT rcArea;    // where the window has to stay
-  RECT rcCenter;  // what it is centred on
-  if (bChild) {
-    const HWND hWndParent = ::GetParent(m_hWnd);
-    if (!::GetClientRect(hWndParent, &rcArea) || !::GetClientRect(hWndCenter, &rcCenter)) {
-      return FALSE;
-    }
-    ::MapWindowPoints(hWndCenter, hWndParent, reinterpret_cast<LPPOINT>(&rcCenter), 2);
-  } else {
-    MONITORINFO info = {};
-    info.cbSize = sizeof(info);
-    const HWND hWndNear = hWndCenter == nullptr ? m_hWnd : hWndCenter;
-    if (!::GetMonitorInfo(::MonitorFromWindow(hWndNear, MONITOR_DEFAULTTONEAREST), &info)) {
-      return FALSE;
-    }
-    rcArea = info.rcWork;
-    rcCenter = info.rcWork;
-    if (hWndCenter != nullptr && !::GetWindowRect(hWndCenter, &rcCenter)) {
-      return FALSE;
-    }
+  const RECT& rcArea = info.rcWork;  // where the window has to stay
+  RECT rcCenter = info.rcWork;       // what it is centred on
+  if (hWndCenter != nullptr && !::GetWindowRect(hWndCenter, &rcCenter)) {
+    return FALSE;
   }
 
   // Right and bottom first, so that of a larger window the upper left corner is visible.

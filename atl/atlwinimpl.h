@@ -1,13 +1,45 @@
 #pragma once
 
+#include <atlbase.h>
 #include <atlmsgmap.h>
 #include <atlwindow.h>
-#include <atlwinmodule.h>
 #include <olectl.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace ATL {
 
-/// Base of classes that handle the messages of a window. For the window's thread.
+/// A registered window class, unregistered with the module, which has its procedure. Its name
+/// contains the address of this object, which no other class has, in any module.
+struct CWndClassInfo {
+  /// Throws CAtlException when the class cannot be registered.
+  explicit CWndClassInfo(WNDPROC pProc) {
+    ::wsprintf(m_szName, TEXT("ATL:%p"), static_cast<void*>(this));
+    WNDCLASSEX wc = {};
+    wc.cbSize = sizeof(wc);
+    wc.style = CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS;
+    wc.lpfnWndProc = pProc;
+    wc.hInstance = _AtlBaseModule.GetModuleInstance();
+    wc.hCursor = ::LoadCursor(nullptr, IDC_ARROW);
+    wc.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW) + 1);
+    wc.lpszClassName = m_szName;
+    // A window that exists when the module is unloaded keeps its class registered. If the module is
+    // loaded again at the same address, the class has this name and an invalid procedure.
+    ::UnregisterClass(m_szName, wc.hInstance);
+    if (::RegisterClassEx(&wc) == 0) {
+      AtlThrowLastWin32();
+    }
+  }
+  CWndClassInfo(const CWndClassInfo&) = delete;
+  CWndClassInfo& operator=(const CWndClassInfo&) = delete;
+  ~CWndClassInfo() { ::UnregisterClass(m_szName, _AtlBaseModule.GetModuleInstance()); }
+
+  TCHAR m_szName[32] = {};
+};
+
+/// Base of classes that handle the messages of a window. For the window's thread. The window's user
+/// data is the address of its object.
 template <class TBase = CWindow>
 class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
  public:
@@ -15,7 +47,11 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
   CWindowImplRoot(const CWindowImplRoot&) = delete;
   CWindowImplRoot& operator=(const CWindowImplRoot&) = delete;
   /// The window should be destroyed before; if not, it has the default procedure from now on.
-  virtual ~CWindowImplRoot() { _AtlWinModule.RemoveWindow(&m_link); }
+  virtual ~CWindowImplRoot() {
+    if (this->m_hWnd != nullptr) {
+      ::SetWindowLongPtr(this->m_hWnd, GWLP_USERDATA, 0);
+    }
+  }
 
   BOOL DestroyWindow() noexcept {
     ATLASSERT(this->IsWindow());
@@ -25,100 +61,76 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
   /// Returns FALSE for messages other than reflected ones.
   static BOOL DefaultReflectionHandler(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam,
                                        LRESULT& lResult) noexcept {
-    switch (uMsg) {
-      case OCM_COMMAND:
-      case OCM_CTLCOLORBTN:
-      case OCM_CTLCOLOREDIT:
-      case OCM_CTLCOLORDLG:
-      case OCM_CTLCOLORLISTBOX:
-      case OCM_CTLCOLORMSGBOX:
-      case OCM_CTLCOLORSCROLLBAR:
-      case OCM_CTLCOLORSTATIC:
-      case OCM_DRAWITEM:
-      case OCM_MEASUREITEM:
-      case OCM_DELETEITEM:
-      case OCM_VKEYTOITEM:
-      case OCM_CHARTOITEM:
-      case OCM_COMPAREITEM:
-      case OCM_HSCROLL:
-      case OCM_VSCROLL:
-      case OCM_PARENTNOTIFY:
-      case OCM_NOTIFY:
-        lResult = ::DefWindowProc(hWnd, uMsg - OCM__BASE, wParam, lParam);
-        return TRUE;
-      default:
-        return FALSE;
+    static constexpr UINT kReflected[] = {
+        OCM_COMMAND,         OCM_CTLCOLORBTN,    OCM_CTLCOLOREDIT,      OCM_CTLCOLORDLG,
+        OCM_CTLCOLORLISTBOX, OCM_CTLCOLORMSGBOX, OCM_CTLCOLORSCROLLBAR, OCM_CTLCOLORSTATIC,
+        OCM_DRAWITEM,        OCM_MEASUREITEM,    OCM_DELETEITEM,        OCM_VKEYTOITEM,
+        OCM_CHARTOITEM,      OCM_COMPAREITEM,    OCM_HSCROLL,           OCM_VSCROLL,
+        OCM_PARENTNOTIFY,    OCM_NOTIFY};
+    if (std::ranges::find(kReflected, uMsg) == std::end(kReflected)) {
+      return FALSE;
     }
+    lResult = ::DefWindowProc(hWnd, uMsg - OCM__BASE, wParam, lParam);
+    return TRUE;
   }
 
  protected:
-  /// Called for the first message of the window.
-  void BindWindow(HWND hWnd, void* pObject) {
+  /// Makes this the object of a new window.
+  void BindWindow(HWND hWnd) noexcept {
     this->m_hWnd = hWnd;
-    _AtlWinModule.AddWindow(&m_link, hWnd, pObject);
+    ::SetWindowLongPtr(hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   }
-  /// Called for the last one.
-  void UnbindWindow() {
-    _AtlWinModule.RemoveWindow(&m_link);
-    this->m_hWnd = nullptr;
-  }
-
- private:
-  CWindowLink m_link;
-};
-
-/// The window procedure of CWindowImpl.
-template <class TBase = CWindow>
-class ATL_NO_VTABLE CWindowImplBaseT : public CWindowImplRoot<TBase> {
- public:
-  /// Receives the first message of a window, and with it the handle.
-  static LRESULT CALLBACK StartWindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
-    auto* const pThis = static_cast<CWindowImplBaseT*>(_AtlWinModule.ExtractCreateWndData());
+  /// Passes a message to the window's object; FALSE without one. The object loses the window with
+  /// its last message.
+  static BOOL Dispatch(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam, LRESULT& lResult) {
+    auto* const pThis = reinterpret_cast<CWindowImplRoot*>(::GetWindowLongPtr(hWnd, GWLP_USERDATA));
     if (pThis == nullptr) {
-      return ::DefWindowProc(hWnd, uMsg, wParam, lParam);
+      return FALSE;
     }
-    pThis->BindWindow(hWnd, pThis);
-    ::SetWindowLongPtr(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&WindowProc));
-    return WindowProc(hWnd, uMsg, wParam, lParam);
-  }
-  static LRESULT CALLBACK WindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
-    auto* const pThis = static_cast<CWindowImplBaseT*>(_AtlWinModule.FindWindowObject(hWnd));
-    if (pThis == nullptr) {
-      return ::DefWindowProc(hWnd, uMsg, wParam, lParam);
-    }
-    LRESULT lResult = 0;
-    if (!pThis->ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult, 0)) {
-      lResult = ::DefWindowProc(hWnd, uMsg, wParam, lParam);
-    }
+    const BOOL bHandled = pThis->ProcessWindowMessage(hWnd, uMsg, wParam, lParam, lResult, 0);
     if (uMsg == WM_NCDESTROY) {
-      pThis->UnbindWindow();
+      ::SetWindowLongPtr(hWnd, GWLP_USERDATA, 0);
+      pThis->m_hWnd = nullptr;
     }
-    return lResult;
+    return bHandled;
   }
 };
 
 /// A child window with T's message map. T has its own window class.
 template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
-class ATL_NO_VTABLE CWindowImpl : public CWindowImplBaseT<TBase> {
+class ATL_NO_VTABLE CWindowImpl : public CWindowImplRoot<TBase> {
  public:
+  /// Registers the class when the first window is created, after a failure again. Any thread.
   static CWndClassInfo& GetWndClassInfo() {
-    static CWndClassInfo wc(CWindowImpl::StartWindowProc);
+    static CWndClassInfo wc(WindowProc);
     return wc;
   }
 
   /// Creates a visible window at `rect`, in the parent's coordinates. Returns null when it fails.
-  HWND Create(HWND hWndParent, const RECT& rect) {
+  HWND Create(HWND hWndParent, const RECT& rect) noexcept {
     ATLASSERT(this->m_hWnd == nullptr);
-    const ATOM atom = _AtlWinModule.RegisterClassOnce(T::GetWndClassInfo());
-    if (atom == 0) {
-      return nullptr;
+    HWND hWnd = nullptr;
+    detail::CallGuarded([&] {
+      hWnd = ::CreateWindow(T::GetWndClassInfo().m_szName, nullptr,
+                            WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, rect.left,
+                            rect.top, rect.right - rect.left, rect.bottom - rect.top, hWndParent,
+                            nullptr, _AtlBaseModule.GetModuleInstance(), this);
+      return S_OK;
+    });
+    return hWnd;
+  }
+
+ private:
+  static LRESULT CALLBACK WindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    if (uMsg == WM_NCCREATE) {
+      const auto* const pCreate = reinterpret_cast<const CREATESTRUCT*>(lParam);
+      static_cast<CWindowImpl*>(pCreate->lpCreateParams)->BindWindow(hWnd);
     }
-    const CCreateWndScope announced(this);
-    return ::CreateWindow(reinterpret_cast<LPCTSTR>(static_cast<UINT_PTR>(atom)), nullptr,
-                          WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, rect.left,
-                          rect.top, rect.right - rect.left, rect.bottom - rect.top, hWndParent,
-                          nullptr, _AtlBaseModule.GetModuleInstance(), nullptr);
+    LRESULT lResult = 0;
+    return CWindowImpl::Dispatch(hWnd, uMsg, wParam, lParam, lResult)
+               ? lResult
+               : ::DefWindowProc(hWnd, uMsg, wParam, lParam);
   }
 };
 

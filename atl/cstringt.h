@@ -2,74 +2,39 @@
 
 #include <atlsimpstr.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cwchar>
 #include <cwctype>
 
 namespace ATL {
 
-/// The C library functions that CStringT calls. Narrow strings call none.
-template <typename BaseType>
-struct ChTraitsCRT : ChTraitsBase<BaseType> {};
-
-template <>
-struct ChTraitsCRT<wchar_t> : ChTraitsBase<wchar_t> {
-  static int Compare(PCXSTR a, PCXSTR b) noexcept { return std::wcscmp(a, b); }
-  static int CompareNoCase(PCXSTR a, PCXSTR b) noexcept { return ::_wcsicmp(a, b); }
-  static PCXSTR Find(PCXSTR psz, PCXSTR pszSub) noexcept { return std::wcsstr(psz, pszSub); }
-  static PCXSTR Find(PCXSTR psz, XCHAR ch) noexcept { return std::wcschr(psz, ch); }
-  static PCXSTR FindLast(PCXSTR psz, XCHAR ch) noexcept { return std::wcsrchr(psz, ch); }
-  static PCXSTR FindOneOf(PCXSTR psz, PCXSTR pszSet) noexcept { return std::wcspbrk(psz, pszSet); }
-  static bool IsSpace(XCHAR ch) noexcept { return std::iswspace(ch) != 0; }
-
-  // The system library's functions: in a wide format their %s means a wide string, where the
-  // toolchain's own vswprintf expects a narrow one.
-  static int FormattedLength(PCXSTR pszFormat, va_list args) noexcept {
-    return ::_vscwprintf(pszFormat, args);
-  }
-  static int Format(PXSTR pszBuffer, size_t nBuffer, PCXSTR pszFormat, va_list args) noexcept {
-    return ::_vsnwprintf(pszBuffer, nBuffer, pszFormat, args);
-  }
-};
-
 // NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
-
-/// The character functions of a string class.
-template <typename BaseType, class StringIterator = ChTraitsCRT<BaseType>>
-struct StrTraitATL : StringIterator {};
 
 /// The string class: CSimpleStringT plus functions that compare, search, cut, replace and format,
 /// which are for wide strings only. Positions and lengths are in characters. Throws
 /// CAtlException(E_OUTOFMEMORY) when an allocation fails.
-template <typename BaseType, class StringTraits>
+template <typename BaseType>
 class CStringT : public CSimpleStringT<BaseType> {
   using Base = CSimpleStringT<BaseType>;
 
  public:
   using Base::Append;
-  using Base::Empty;
   using Base::GetBuffer;
   using Base::GetLength;
   using Base::GetString;
-  using Base::IsEmpty;
   using Base::ReleaseBufferSetLength;
-  using Base::SetString;
   using Base::StringLength;
   using typename Base::PCXSTR;
   using typename Base::PXSTR;
   using typename Base::XCHAR;
 
+  using Base::Base;
   CStringT() noexcept = default;
-  CStringT(const CStringT&) noexcept = default;
-  CStringT(CStringT&&) noexcept = default;
-  CStringT(const XCHAR* pszSrc) : Base(pszSrc) {}
-  CStringT(const XCHAR* pchSrc, int nLength) : Base(pchSrc, nLength) {}
-  ~CStringT() = default;
 
-  CStringT& operator=(const CStringT&) noexcept = default;
-  CStringT& operator=(CStringT&&) noexcept = default;
   CStringT& operator=(PCXSTR pszSrc) {
-    SetString(pszSrc);
+    this->SetString(pszSrc);
     return *this;
   }
   CStringT& operator+=(const Base& str) {
@@ -83,7 +48,7 @@ class CStringT : public CSimpleStringT<BaseType> {
 
   int CompareNoCase(PCXSTR psz) const {
     ATLENSURE_THROW(psz != nullptr, E_INVALIDARG);
-    return StringTraits::CompareNoCase(GetString(), psz);
+    return ::_wcsicmp(GetString(), psz);
   }
 
   /// The searches return the position, or -1.
@@ -91,19 +56,17 @@ class CStringT : public CSimpleStringT<BaseType> {
     if (pszSub == nullptr || iStart < 0 || iStart > GetLength()) {
       return -1;
     }
-    return PositionOf(StringTraits::Find(GetString() + iStart, pszSub));
+    return PositionOf(std::wcsstr(GetString() + iStart, pszSub));
   }
   int Find(XCHAR ch, int iStart = 0) const noexcept {
     if (iStart < 0 || iStart >= GetLength()) {
       return -1;
     }
-    return PositionOf(StringTraits::Find(GetString() + iStart, ch));
+    return PositionOf(std::wcschr(GetString() + iStart, ch));
   }
-  int ReverseFind(XCHAR ch) const noexcept {
-    return PositionOf(StringTraits::FindLast(GetString(), ch));
-  }
+  int ReverseFind(XCHAR ch) const noexcept { return PositionOf(std::wcsrchr(GetString(), ch)); }
   int FindOneOf(PCXSTR pszCharSet) const noexcept {
-    return PositionOf(StringTraits::FindOneOf(GetString(), pszCharSet));
+    return PositionOf(std::wcspbrk(GetString(), pszCharSet));
   }
 
   /// The parts of the string inside the given range: no position or count is an error.
@@ -115,23 +78,15 @@ class CStringT : public CSimpleStringT<BaseType> {
     if (nCount <= 0 || iFirst >= nLength) {
       return CStringT();
     }
-    const int nRest = nLength - iFirst;
-    if (iFirst == 0 && nCount >= nRest) {
-      return *this;
-    }
-    return CStringT(GetString() + iFirst, nCount < nRest ? nCount : nRest);
+    return CStringT(GetString() + iFirst, std::min(nCount, nLength - iFirst));
   }
 
   CStringT& TrimRight() {
-    const int nLength = GetLength();
-    int nKept = nLength;
-    while (nKept > 0 && StringTraits::IsSpace(GetString()[nKept - 1])) {
+    int nKept = GetLength();
+    while (nKept > 0 && std::iswspace(GetString()[nKept - 1])) {
       --nKept;
     }
-    if (nKept < nLength) {
-      GetBuffer();
-      ReleaseBufferSetLength(nKept);
-    }
+    ReleaseBufferSetLength(nKept);
     return *this;
   }
 
@@ -148,21 +103,21 @@ class CStringT : public CSimpleStringT<BaseType> {
     return nCount;
   }
 
-  /// Formats as printf; %s means a string of this string's character type. The arguments may point
-  /// into this string.
+  /// Formats as printf. The arguments may point into this string. By the system library's
+  /// functions: in a wide format their %s means a wide string, where the toolchain's own vswprintf
+  /// expects a narrow one.
   void __cdecl Format(PCXSTR pszFormat, ...) {
+    ATLENSURE_THROW(pszFormat != nullptr, E_INVALIDARG);
     va_list args;
     va_start(args, pszFormat);
-    const Ended ended{args};
-    ATLENSURE_THROW(pszFormat != nullptr, E_INVALIDARG);
-    va_list measured;
-    va_copy(measured, args);
-    const int nLength = StringTraits::FormattedLength(pszFormat, measured);
-    va_end(measured);
+    const int nLength = ::_vscwprintf(pszFormat, args);
+    va_end(args);
     ATLENSURE_THROW(nLength >= 0, E_FAIL);
     CStringT strResult;
     const PXSTR pszBuffer = strResult.GetBuffer(nLength);
-    StringTraits::Format(pszBuffer, static_cast<size_t>(nLength) + 1, pszFormat, args);
+    va_start(args, pszFormat);
+    ::_vsnwprintf(pszBuffer, static_cast<size_t>(nLength) + 1, pszFormat, args);
+    va_end(args);
     strResult.ReleaseBufferSetLength(nLength);
     *this = std::move(strResult);
   }
@@ -180,24 +135,18 @@ class CStringT : public CSimpleStringT<BaseType> {
 
   // != and the other order of operands follow from these.
   friend bool operator==(const CStringT& a, const CStringT& b) noexcept {
-    return a.GetLength() == b.GetLength() && StringTraits::Compare(a, b) == 0;
+    return a.GetLength() == b.GetLength() && std::wcscmp(a, b) == 0;
   }
   friend bool operator==(const CStringT& a, PCXSTR b) {
     ATLENSURE_THROW(b != nullptr, E_INVALIDARG);
-    return StringTraits::Compare(a, b) == 0;
+    return std::wcscmp(a, b) == 0;
   }
 
  private:
-  /// Ends an argument list also when formatting throws.
-  struct Ended {
-    va_list& args;
-    ~Ended() { va_end(args); }
-  };
-
   static CStringT Joined(PCXSTR a, int nA, PCXSTR b, int nB) {
     ATLENSURE_THROW(nB <= INT_MAX - nA, E_OUTOFMEMORY);
     CStringT strResult;
-    strResult.Preallocate(nA + nB);
+    strResult.GetBuffer(nA + nB);
     strResult.Append(a, nA);
     strResult.Append(b, nB);
     return strResult;

@@ -4,7 +4,7 @@
 
 #include <comcat.h>
 
-#include "registrar_writer.h"
+#include <statreg.h>
 
 namespace ATL {
 
@@ -37,22 +37,16 @@ inline HRESULT AtlRegisterClassCategoriesHelper(REFCLSID clsid, const _ATL_CATMA
     return S_OK;
   }
   return detail::CallGuarded([&] {
-    detail::RegistrarKey implemented{L"Implemented Categories", false, false, {}, {}};
-    detail::RegistrarKey required{L"Required Categories", false, false, {}, {}};
+    std::wstring script = L"HKCR { NoRemove CLSID { NoRemove " + detail::GuidText(clsid) + L" {";
     for (; pCatMap->iType != _ATL_CATMAP_ENTRY_END; ++pCatMap) {
-      (pCatMap->iType == _ATL_CATMAP_ENTRY_REQUIRED ? required : implemented)
-          .keys.push_back({detail::GuidText(*pCatMap->pcatid), false, false, {}, {}});
+      script += pCatMap->iType == _ATL_CATMAP_ENTRY_REQUIRED ? L" 'Required Categories' { "
+                                                             : L" 'Implemented Categories' { ";
+      script += detail::GuidText(*pCatMap->pcatid) + L" }";
     }
-    detail::RegistrarKey keyOfClass{detail::GuidText(clsid), true, false, {}, {}};
-    for (detail::RegistrarKey* const kind : {&implemented, &required}) {
-      if (!kind->keys.empty()) {
-        keyOfClass.keys.push_back(std::move(*kind));
-      }
-    }
-    detail::RunScript({detail::ClassesRoot(
-                          detail::PathKey({}, detail::PathKey(L"CLSID", std::move(keyOfClass))))},
-                      bRegister != FALSE);
-    return S_OK;
+    script += L" } } }";
+    CRegObject registrar;
+    return bRegister ? registrar.StringRegister(script.c_str())
+                     : registrar.StringUnregister(script.c_str());
   });
 }
 

@@ -79,25 +79,15 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
 
 // CComObject and the similar classes implement IUnknown's methods, declared here without
 // "override".
-#ifdef __clang__
-#define _ATL_BEGIN_UNMARKED_OVERRIDES \
-  _Pragma("clang diagnostic push")    \
-      _Pragma("clang diagnostic ignored \"-Winconsistent-missing-override\"")
-#define _ATL_END_UNMARKED_OVERRIDES _Pragma("clang diagnostic pop")
-#else
-#define _ATL_BEGIN_UNMARKED_OVERRIDES
-#define _ATL_END_UNMARKED_OVERRIDES
-#endif
-
 /// The interfaces of class `x`. The first entry must be a plain COM_INTERFACE_ENTRY.
 #define BEGIN_COM_MAP(x)                                                                       \
  public:                                                                                       \
   typedef x _ComMapClass;                                                                      \
-  _ATL_BEGIN_UNMARKED_OVERRIDES                                                                \
+  ATL_BEGIN_UNMARKED_OVERRIDES                                                                 \
   STDMETHOD(QueryInterface)(REFIID iid, void** ppvObject) = 0;                                 \
   STDMETHOD_(ULONG, AddRef)() = 0;                                                             \
   STDMETHOD_(ULONG, Release)() = 0;                                                            \
-  _ATL_END_UNMARKED_OVERRIDES                                                                  \
+  ATL_END_UNMARKED_OVERRIDES                                                                   \
   IUnknown* GetUnknown() noexcept {                                                            \
     ATLASSERT(_GetEntries()[0].pFunc == _ATL_SIMPLEMAPENTRY);                                  \
     return reinterpret_cast<IUnknown*>(reinterpret_cast<DWORD_PTR>(this) + _GetEntries()->dw); \

@@ -12,61 +12,54 @@ namespace ATL {
 using _ATL_CREATORFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv);
 using _ATL_CATMAPFUNC = const _ATL_CATMAP_ENTRY*();
 
-/// The class factory of a class, created by the first request. Written with the lock of the object
-/// map held and read without it. Holds one reference.
-struct _ATL_OBJMAP_CACHE {
-  std::atomic<IUnknown*> pCF;
-};
-
 /// One class of the module.
 struct _ATL_OBJMAP_ENTRY_EX {
   const CLSID* pclsid;
   HRESULT(WINAPI* pfnUpdateRegistry)(BOOL bRegister);
   _ATL_CREATORFUNC* pfnGetClassObject;
   _ATL_CREATORFUNC* pfnCreateInstance;
-  _ATL_OBJMAP_CACHE* pCache;
   _ATL_CATMAPFUNC* pfnGetCategoryMap;
+  /// The class factory, created by the first request. Written with the lock of the object map held
+  /// and read without it. Holds one reference.
+  std::atomic<IUnknown*> pCF;
+  _ATL_OBJMAP_ENTRY_EX* pNext;
 };
 
 namespace detail {
 
-/// An entry of the object map, which has the order of definition within a source file and of
-/// linking between files. Has no destructor: the factories are released later than the static
-/// objects of other files.
-class CObjectMapNode {
+/// The object map, which has the order of definition within a source file and of linking between
+/// files. Its entries have no destructor: the factories are released later than the static objects
+/// of other files.
+class CObjectMap {
  public:
-  explicit CObjectMapNode(const _ATL_OBJMAP_ENTRY_EX& entry) noexcept : m_entry(entry) {
-    (s_pLast != nullptr ? s_pLast->m_pNext : s_pFirst) = this;
-    s_pLast = this;
+  /// Appends an entry.
+  explicit CObjectMap(_ATL_OBJMAP_ENTRY_EX& entry) noexcept {
+    *s_ppEnd = &entry;
+    s_ppEnd = &entry.pNext;
   }
-  CObjectMapNode(const CObjectMapNode&) = delete;
-  CObjectMapNode& operator=(const CObjectMapNode&) = delete;
 
   /// Calls `f` for each entry until it fails, and returns the failure.
   template <class F>
   static HRESULT ForEach(F f) {
-    for (auto* pNode = s_pFirst; pNode != nullptr; pNode = pNode->m_pNext) {
-      if (const HRESULT hr = f(pNode->m_entry); FAILED(hr)) {
+    for (auto* pEntry = s_pFirst; pEntry != nullptr; pEntry = pEntry->pNext) {
+      if (const HRESULT hr = f(*pEntry); FAILED(hr)) {
         return hr;
       }
     }
     return S_OK;
   }
-  static const _ATL_OBJMAP_ENTRY_EX* Find(REFCLSID clsid) noexcept {
-    auto* pNode = s_pFirst;
-    while (pNode != nullptr && !::IsEqualCLSID(clsid, *pNode->m_entry.pclsid)) {
-      pNode = pNode->m_pNext;
+  static _ATL_OBJMAP_ENTRY_EX* Find(REFCLSID clsid) noexcept {
+    auto* pEntry = s_pFirst;
+    while (pEntry != nullptr && !::IsEqualCLSID(clsid, *pEntry->pclsid)) {
+      pEntry = pEntry->pNext;
     }
-    return pNode != nullptr ? &pNode->m_entry : nullptr;
+    return pEntry;
   }
 
  private:
-  // Initialised at compile time: nodes of any file may be constructed first.
-  static inline constinit CObjectMapNode* s_pFirst = nullptr;
-  static inline constinit CObjectMapNode* s_pLast = nullptr;
-
-  const _ATL_OBJMAP_ENTRY_EX& m_entry;
-  CObjectMapNode* m_pNext = nullptr;
+  // Initialised at compile time: entries of any file may be added first.
+  static inline constinit _ATL_OBJMAP_ENTRY_EX* s_pFirst = nullptr;
+  static inline constinit _ATL_OBJMAP_ENTRY_EX** s_ppEnd = &s_pFirst;
 };
 
 }  // namespace detail
@@ -88,8 +81,8 @@ class CAtlComModule {
     if (!m_bInitialized) {
       return;
     }
-    detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
-      if (IUnknown* const pFactory = entry.pCache->pCF.exchange(nullptr)) {
+    detail::CObjectMap::ForEach([](_ATL_OBJMAP_ENTRY_EX& entry) {
+      if (IUnknown* const pFactory = entry.pCF.exchange(nullptr)) {
         pFactory->Release();
       }
       return S_OK;
@@ -107,7 +100,7 @@ class CAtlComModule {
     if (!m_bInitialized) {
       return E_UNEXPECTED;
     }
-    const auto* const pEntry = detail::CObjectMapNode::Find(rclsid);
+    auto* const pEntry = detail::CObjectMap::Find(rclsid);
     const HRESULT hr = detail::CallGuarded([&]() -> HRESULT {
       IUnknown* pFactory = nullptr;
       const HRESULT hrFactory = pEntry != nullptr ? CachedClassFactory(*pEntry, &pFactory) : S_OK;
@@ -119,7 +112,7 @@ class CAtlComModule {
   /// Registers the classes, and the type library if bRegTypeLib. Returns the first failure, after
   /// which nothing else is registered.
   HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
-    const HRESULT hr = detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
+    const HRESULT hr = detail::CObjectMap::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
       const HRESULT hrClass = entry.pfnUpdateRegistry(TRUE);
       return FAILED(hrClass) ? hrClass : UpdateCategories(entry, TRUE);
     });
@@ -127,7 +120,7 @@ class CAtlComModule {
   }
   /// Removes what RegisterServer has written. Returns the first failure, as that.
   HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
-    const HRESULT hr = detail::CObjectMapNode::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
+    const HRESULT hr = detail::CObjectMap::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
       const HRESULT hrClass = UpdateCategories(entry, FALSE);
       return FAILED(hrClass) ? hrClass : entry.pfnUpdateRegistry(FALSE);
     });
@@ -144,8 +137,8 @@ class CAtlComModule {
   }
 
   /// Returns the cached factory, which the cache owns; creates it first if needed.
-  HRESULT CachedClassFactory(const _ATL_OBJMAP_ENTRY_EX& entry, IUnknown** ppFactory) {
-    std::atomic<IUnknown*>& cached = entry.pCache->pCF;
+  HRESULT CachedClassFactory(_ATL_OBJMAP_ENTRY_EX& entry, IUnknown** ppFactory) {
+    std::atomic<IUnknown*>& cached = entry.pCF;
     HRESULT hr = S_OK;
     if (cached == nullptr) {
       const CComCritSecLock<CComCriticalSection> lock(m_csObjMap);
@@ -172,13 +165,13 @@ inline CAtlComModule _AtlComModule;
 
 /// At file scope: adds `class` to the object map under `clsid`, so that the module registers it and
 /// clients can create it.
-#define OBJECT_ENTRY_AUTO(clsid, class)                         \
-  static ATL::_ATL_OBJMAP_CACHE __objCache_##class = {nullptr}; \
-  static const ATL::_ATL_OBJMAP_ENTRY_EX __objMap_##class = {   \
-      &clsid,                                                   \
-      class ::UpdateRegistry,                                   \
-      class ::_ClassFactoryCreatorClass::CreateInstance,        \
-      class ::_CreatorClass::CreateInstance,                    \
-      &__objCache_##class,                                      \
-      class ::GetCategoryMap};                                  \
-  static ATL::detail::CObjectMapNode __objNode_##class(__objMap_##class);
+#define OBJECT_ENTRY_AUTO(clsid, class)                  \
+  static ATL::_ATL_OBJMAP_ENTRY_EX __objMap_##class = {  \
+      &clsid,                                            \
+      class ::UpdateRegistry,                            \
+      class ::_ClassFactoryCreatorClass::CreateInstance, \
+      class ::_CreatorClass::CreateInstance,             \
+      class ::GetCategoryMap,                            \
+      {nullptr},                                         \
+      nullptr};                                          \
+  static const ATL::detail::CObjectMap __objEntry_##class(__objMap_##class);

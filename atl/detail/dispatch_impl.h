@@ -6,96 +6,52 @@
 #include <cguid.h>
 #include <olectl.h>
 
-#include <atomic>
-
-#include "module.h"
-
 namespace ATL {
 
-/// The type information of one type, loaded when it is first used and released at the module's end.
-/// A static member of the classes that use it. Any thread.
+/// The type information of one type. A static member of the classes that use it. Any thread: it is
+/// loaded for each call, as the system caches libraries, so that nothing is shared or has to be
+/// released at the module's end.
 class CComTypeInfoHolder {
  public:
   /// The registered type library *plibid of that version has the type *pguid.
   constexpr CComTypeInfoHolder(const GUID* pguid, const GUID* plibid, WORD wMajor,
                                WORD wMinor) noexcept
       : m_pguid(pguid), m_plibid(plibid), m_wMajor(wMajor), m_wMinor(wMinor) {}
-  CComTypeInfoHolder(const CComTypeInfoHolder&) = delete;
-  CComTypeInfoHolder& operator=(const CComTypeInfoHolder&) = delete;
 
-  HRESULT EnsureTI(LCID lcid) noexcept {
-    if (m_pInfo != nullptr) {
-      return S_OK;
-    }
-    if (_pAtlModule == nullptr) {
-      return E_UNEXPECTED;  // nothing would release it
-    }
-    return detail::CallGuarded([&]() -> HRESULT {
-      const CComCritSecLock<CComCriticalSection> lock(_pAtlModule->m_csStaticDataInitAndTypeInfo);
-      // Another thread may have loaded it while this one waited.
-      return m_pInfo != nullptr ? S_OK : Load(lcid);
-    });
+  HRESULT GetTI(LCID lcid, ITypeInfo** ppInfo) const noexcept {
+    CComPtr<ITypeLib> pLibrary;
+    const HRESULT hr = ::LoadRegTypeLib(*m_plibid, m_wMajor, m_wMinor, lcid, &pLibrary);
+    return FAILED(hr) ? hr : pLibrary->GetTypeInfoOfGuid(*m_pguid, ppInfo);
   }
-
-  HRESULT GetTypeInfo(UINT itinfo, LCID lcid, ITypeInfo** pptinfo) noexcept {
+  HRESULT GetTypeInfo(UINT itinfo, LCID lcid, ITypeInfo** pptinfo) const noexcept {
     if (pptinfo == nullptr) {
       return E_POINTER;
     }
     *pptinfo = nullptr;
-    const HRESULT hr = itinfo != 0 ? DISP_E_BADINDEX : EnsureTI(lcid);
-    if (SUCCEEDED(hr)) {
-      *pptinfo = m_pInfo;
-      (*pptinfo)->AddRef();
-    }
-    return hr;
+    return itinfo != 0 ? DISP_E_BADINDEX : GetTI(lcid, pptinfo);
   }
   HRESULT GetIDsOfNames(REFIID /*riid*/, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
-                        DISPID* rgdispid) noexcept {
-    const HRESULT hr = EnsureTI(lcid);
-    return FAILED(hr) ? hr : m_pInfo.load()->GetIDsOfNames(rgszNames, cNames, rgdispid);
+                        DISPID* rgdispid) const noexcept {
+    CComPtr<ITypeInfo> pInfo;
+    const HRESULT hr = GetTI(lcid, &pInfo);
+    return FAILED(hr) ? hr : pInfo->GetIDsOfNames(rgszNames, cNames, rgdispid);
   }
   /// p: the object's interface that the type describes.
   HRESULT Invoke(IDispatch* p, DISPID dispidMember, REFIID /*riid*/, LCID lcid, WORD wFlags,
                  DISPPARAMS* pdispparams, VARIANT* pvarResult, EXCEPINFO* pexcepinfo,
-                 UINT* puArgErr) {
-    const HRESULT hr = EnsureTI(lcid);
+                 UINT* puArgErr) const {
+    CComPtr<ITypeInfo> pInfo;
+    const HRESULT hr = GetTI(lcid, &pInfo);
     return FAILED(hr) ? hr
-                      : m_pInfo.load()->Invoke(p, dispidMember, wFlags, pdispparams, pvarResult,
-                                               pexcepinfo, puArgErr);
+                      : pInfo->Invoke(p, dispidMember, wFlags, pdispparams, pvarResult, pexcepinfo,
+                                      puArgErr);
   }
 
-  /// Called at the module's end with the holder's address.
-  static void __stdcall Cleanup(DWORD_PTR dw) noexcept {
-    auto* const pHolder = reinterpret_cast<CComTypeInfoHolder*>(dw);
-    if (ITypeInfo* const pInfo = pHolder->m_pInfo.exchange(nullptr)) {
-      pInfo->Release();
-    }
-  }
-
+ private:
   const GUID* const m_pguid;
   const GUID* const m_plibid;
   const WORD m_wMajor;
   const WORD m_wMinor;
-
- private:
-  /// The caller holds the lock.
-  HRESULT Load(LCID lcid) noexcept {
-    CComPtr<ITypeLib> pLibrary;
-    CComPtr<ITypeInfo> pInfo;
-    HRESULT hr = ::LoadRegTypeLib(*m_plibid, m_wMajor, m_wMinor, lcid, &pLibrary);
-    if (SUCCEEDED(hr)) {
-      hr = pLibrary->GetTypeInfoOfGuid(*m_pguid, &pInfo);
-    }
-    if (SUCCEEDED(hr)) {
-      hr = _pAtlModule->AddTermFunc(Cleanup, reinterpret_cast<DWORD_PTR>(this));
-    }
-    if (SUCCEEDED(hr)) {
-      m_pInfo = pInfo.Detach();
-    }
-    return hr;
-  }
-
-  std::atomic<ITypeInfo*> m_pInfo = nullptr;
 };
 
 /// Implements IDispatch for the dual interface T; the derived class implements T's own methods. The
@@ -119,7 +75,7 @@ class ATL_NO_VTABLE IDispatchImpl : public T {
   }
 
  protected:
-  static inline constinit CComTypeInfoHolder _tih{piid, plibid, wMajor, wMinor};
+  static constexpr CComTypeInfoHolder _tih{piid, plibid, wMajor, wMinor};
 };
 
 /// Returns the type information of the class.
@@ -132,7 +88,7 @@ class ATL_NO_VTABLE IProvideClassInfoImpl : public Base {
   }
 
  protected:
-  static inline constinit CComTypeInfoHolder _tih{pcoclsid, plibid, wMajor, wMinor};
+  static constexpr CComTypeInfoHolder _tih{pcoclsid, plibid, wMajor, wMinor};
 };
 
 /// The same, for classes without events: there is no default source interface.

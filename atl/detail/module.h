@@ -3,11 +3,7 @@
 #include <atlcore.h>
 #include <statreg.h>
 
-#include <memory>
-
 namespace ATL {
-
-using _ATL_TERMFUNC = void __stdcall(DWORD_PTR dw);
 
 /// One replacement for a registry script. A table ends with a null key.
 struct _ATL_REGMAP_ENTRY {
@@ -20,23 +16,14 @@ class CAtlModule;
 /// The module object; null before its constructor and after its destructor.
 inline constinit CAtlModule* _pAtlModule = nullptr;
 
-/// Base class of the module object, of which there is one per module: the lock count, functions to
-/// call at the end, and the registry scripts.
+/// Base class of the module object, of which there is one per module: the lock count and the
+/// registry scripts.
 class ATL_NO_VTABLE CAtlModule {
  public:
-  CAtlModule() noexcept : m_bInitialized(SUCCEEDED(m_csStaticDataInitAndTypeInfo.Init())) {
-    if (!m_bInitialized) {
-      CAtlBaseModule::m_bInitFailed = true;
-    }
-    _pAtlModule = this;
-  }
+  CAtlModule() noexcept { _pAtlModule = this; }
   CAtlModule(const CAtlModule&) = delete;
   CAtlModule& operator=(const CAtlModule&) = delete;
   virtual ~CAtlModule() {
-    Term();
-    if (m_bInitialized) {
-      m_csStaticDataInitAndTypeInfo.Term();
-    }
     if (_pAtlModule == this) {
       _pAtlModule = nullptr;
     }
@@ -47,25 +34,6 @@ class ATL_NO_VTABLE CAtlModule {
   virtual LONG Lock() noexcept { return ::InterlockedIncrement(&m_nLockCnt); }
   virtual LONG Unlock() noexcept { return ::InterlockedDecrement(&m_nLockCnt); }
   virtual LONG GetLockCount() noexcept { return ::InterlockedCompareExchange(&m_nLockCnt, 0, 0); }
-
-  /// Adds a function that Term calls with `dw`, the last one added first. Any thread.
-  HRESULT AddTermFunc(_ATL_TERMFUNC* pFunc, DWORD_PTR dw) noexcept {
-    return detail::CallGuarded([&] {
-      auto element = std::make_unique<TermElement>(TermElement{pFunc, dw, nullptr});
-      const CComCritSecLock<CComCriticalSection> lock(m_csStaticDataInitAndTypeInfo);
-      element->pNext = std::move(m_pTermFuncs);
-      m_pTermFuncs = std::move(element);
-      return S_OK;
-    });
-  }
-  /// Calls each of these functions once.
-  void Term() noexcept {
-    while (m_pTermFuncs) {
-      const std::unique_ptr<TermElement> element = std::move(m_pTermFuncs);
-      m_pTermFuncs = std::move(element->pNext);
-      element->pFunc(element->dw);
-    }
-  }
 
   /// Adds the replacements of all scripts of this module.
   virtual HRESULT AddCommonRGSReplacements(IRegistrarBase* pRegistrar) noexcept = 0;
@@ -99,17 +67,9 @@ class ATL_NO_VTABLE CAtlModule {
   /// Identifier of the module's type library; set by DECLARE_LIBID.
   static inline GUID m_libid = {};
 
-  /// Held while shared data, such as type information, is initialised.
-  CComCriticalSection m_csStaticDataInitAndTypeInfo;
   LONG m_nLockCnt = 0;
 
  private:
-  struct TermElement {
-    _ATL_TERMFUNC* pFunc;
-    DWORD_PTR dw;
-    std::unique_ptr<TermElement> pNext;
-  };
-
   static HRESULT AddModulePath(CRegObject& registrar, const std::wstring& path) {
     std::wstring raw;  // as in single quotes
     for (const wchar_t c : path) {
@@ -121,9 +81,6 @@ class ATL_NO_VTABLE CAtlModule {
         registrar.AddReplacement(L"Module", (isProgram ? L'"' + raw + L'"' : raw).c_str());
     return FAILED(hr) ? hr : registrar.AddReplacement(L"Module_Raw", raw.c_str());
   }
-
-  std::unique_ptr<TermElement> m_pTermFuncs;
-  const bool m_bInitialized;
 };
 
 namespace detail {

@@ -20,10 +20,6 @@ inline HRESULT AtlSetPerUserRegistration(bool bEnable) noexcept {
   return S_OK;
 }
 
-inline HRESULT AtlGetPerUserRegistration(bool* pbEnabled) noexcept {
-  return detail::SetResult(pbEnabled, detail::g_bPerUserRegistration);
-}
-
 namespace detail {
 
 /// Returns the full path of a loaded module, of any length; null means the host executable. Throws

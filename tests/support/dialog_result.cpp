@@ -8,12 +8,14 @@ INT_PTR g_result;
 int g_count;
 UINT g_template;
 HWND g_parent;
+LPARAM g_parameter;
 std::function<void()> g_action;
 
-INT_PTR WINAPI Run(HINSTANCE, LPCWSTR name, HWND parent, DLGPROC, LPARAM) {
+INT_PTR WINAPI Run(HINSTANCE, LPCWSTR name, HWND parent, DLGPROC, LPARAM parameter) {
   ++g_count;
   g_template = static_cast<UINT>(reinterpret_cast<ULONG_PTR>(name));
   g_parent = parent;
+  g_parameter = parameter;
   if (g_action) {
     g_action();
   }
@@ -33,6 +35,8 @@ int CDialogResult::Count() const { return g_count; }
 UINT CDialogResult::Template() const { return g_template; }
 
 HWND CDialogResult::Parent() const { return g_parent; }
+
+LPARAM CDialogResult::Parameter() { return g_parameter; }
 
 void CDialogResult::WhileRunning(std::function<void()> action) const {
   g_action = std::move(action);

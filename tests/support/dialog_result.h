@@ -18,6 +18,8 @@ class CDialogResult {
   int Count() const;
   UINT Template() const;
   HWND Parent() const;
+  /// The parameter of the dialog's WM_INITDIALOG: the address of its object.
+  static LPARAM Parameter();
   /// What is to happen while it runs.
   void WhileRunning(std::function<void()> action) const;
 

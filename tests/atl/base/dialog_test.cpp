@@ -30,26 +30,20 @@ class CTestDialogOf : public CAxDialogImpl<CTestDialogOf<nTemplate>> {
 
   // clang-format off
   BEGIN_MSG_MAP(CTestDialogOf)
-    MESSAGE_HANDLER(WM_SETFONT, OnSetFont)
     MESSAGE_HANDLER(WM_INITDIALOG, OnInit)
     MESSAGE_HANDLER(WM_CTLCOLORDLG, OnColor)
     MESSAGE_HANDLER(kAsk, OnAsk)
     MESSAGE_HANDLER(kRun, OnRun)
     MESSAGE_HANDLER(WM_DESTROY, OnDestroy)
-    MESSAGE_HANDLER(WM_NCDESTROY, OnNcDestroy)
+    MESSAGE_HANDLER(WM_NCDESTROY, OnDestroy)
     COMMAND_HANDLER(IDOK, 0, OnOk)
   END_MSG_MAP()
   // clang-format on
 
-  LRESULT OnSetFont(UINT, WPARAM, LPARAM, BOOL& handled) {
-    EXPECT_NE(nullptr, this->m_hWnd);
-    m_log += L"font;";
-    handled = FALSE;
-    return 0;
-  }
   LRESULT OnInit(UINT message, WPARAM wParam, LPARAM lParam, BOOL& handled) {
     m_log += L"init;";
-    m_initParam = lParam;
+    EXPECT_NE(nullptr, this->m_hWnd);
+    EXPECT_EQ(0, lParam);
     EXPECT_EQ(TRUE, Base::OnInitDialog(message, wParam, lParam, handled));
     EXPECT_FALSE(handled);
     if (m_init) {
@@ -69,15 +63,10 @@ class CTestDialogOf : public CAxDialogImpl<CTestDialogOf<nTemplate>> {
     return 77;
   }
   // Leaves a result behind but does not handle the message.
-  LRESULT OnDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
-    m_log += L"destroy;";
+  LRESULT OnDestroy(UINT message, WPARAM, LPARAM, BOOL& handled) {
+    m_log += message == WM_DESTROY ? L"destroy;" : L"ncdestroy;";
     handled = FALSE;
     return 1;
-  }
-  LRESULT OnNcDestroy(UINT, WPARAM, LPARAM, BOOL& handled) {
-    m_log += L"ncdestroy;";
-    handled = FALSE;
-    return 0;
   }
   LRESULT OnOk(WORD, WORD, HWND, BOOL&) {
     this->EndDialog(42);
@@ -86,38 +75,26 @@ class CTestDialogOf : public CAxDialogImpl<CTestDialogOf<nTemplate>> {
 
   std::function<void()> m_init;
   std::function<void()> m_run;
-  LPARAM m_initParam = 0;
   std::wstring m_log;
 };
 
 using CTestDialog = CTestDialogOf<IDD_PLAIN>;
 
-TEST(Dialog, ModalRunReturnsTheCodeAndSeesEveryMessage) {
-  CTestDialog dialog;
-  dialog.m_init = [&] { dialog.PostMessage(WM_COMMAND, IDOK); };
-  EXPECT_EQ(42, dialog.DoModal(nullptr, 1234));
-  EXPECT_EQ(1234, dialog.m_initParam);
-  EXPECT_EQ(L"font;init;destroy;ncdestroy;", dialog.m_log);
-  EXPECT_EQ(nullptr, dialog.m_hWnd);
-}
-
-TEST(Dialog, ObjectCanRunAgain) {
-  CTestDialog dialog;
-  dialog.m_init = [&] { dialog.EndDialog(6); };
-  EXPECT_EQ(6, dialog.DoModal(nullptr));
-  EXPECT_EQ(6, dialog.DoModal(nullptr));
-}
-
-TEST(Dialog, ControlsComeFromTheTemplate) {
+TEST(Dialog, DoModalReturnsTheCodeOfEndDialog) {
   CTestDialog dialog;
   std::wstring title;
   std::wstring typed;
   dialog.m_init = [&] {
     title = TextOf(dialog);
     typed = TextOf(dialog.GetDlgItem(IDC_EDIT));
-    dialog.EndDialog(1);
+    dialog.PostMessage(WM_COMMAND, IDOK);
   };
-  EXPECT_EQ(1, dialog.DoModal(nullptr));
+  for (int run = 0; run < 2; ++run) {
+    dialog.m_log.clear();
+    EXPECT_EQ(42, dialog.DoModal(nullptr));
+    EXPECT_EQ(L"init;destroy;ncdestroy;", dialog.m_log);
+    EXPECT_EQ(nullptr, dialog.m_hWnd);
+  }
   EXPECT_EQ(L"Plain", title);
   EXPECT_EQ(L"typed", typed);
 }
@@ -151,40 +128,22 @@ TEST(Dialog, MayRunInsideAnother) {
     outer.EndDialog(1);
   };
   EXPECT_EQ(1, outer.DoModal(nullptr));
-  EXPECT_EQ(L"font;init;destroy;ncdestroy;", inner.m_log);
-  EXPECT_EQ(L"font;init;run();destroy;ncdestroy;", outer.m_log);
-}
-
-// What a host does that closes its windows under a modal dialog.
-TEST(Dialog, WindowDestroyedFromOutsideLeavesNoTrace) {
-  HWND handle = nullptr;
-  {
-    CTestDialog dialog;
-    dialog.m_init = [&] {
-      handle = dialog;
-      ::SetTimer(handle, 1, 1, [](HWND hWnd, UINT, UINT_PTR, DWORD) { ::DestroyWindow(hWnd); });
-    };
-    EXPECT_NE(42, dialog.DoModal(nullptr));
-    EXPECT_EQ(nullptr, dialog.m_hWnd);
-    EXPECT_EQ(L"font;init;destroy;ncdestroy;", dialog.m_log);
-  }
-  EXPECT_FALSE(::IsWindow(handle));
-  EXPECT_EQ(nullptr, _AtlWinModule.FindWindowObject(handle));
+  EXPECT_EQ(L"init;destroy;ncdestroy;", inner.m_log);
+  EXPECT_EQ(L"init;run();destroy;ncdestroy;", outer.m_log);
 }
 
 TEST(Dialog, HandlerMayDestroyTheWindow) {
   CTestDialog dialog;
-  ASSERT_NE(nullptr, dialog.Create(nullptr));
+  dialog.m_init = [&] { dialog.PostMessage(kRun); };
   dialog.m_run = [&] {
     dialog.DestroyWindow();
     EXPECT_EQ(nullptr, dialog.m_hWnd);
   };
-  dialog.m_log.clear();
-  ::SendMessageW(dialog, kRun, 0, 0);
-  EXPECT_EQ(L"run(destroy;ncdestroy;);", dialog.m_log);
+  EXPECT_NE(42, dialog.DoModal(nullptr));
+  EXPECT_EQ(L"init;run(destroy;ncdestroy;);", dialog.m_log);
 }
 
-TEST(Dialog, WindowOutlivesItsObjectWithoutHarm) {
+TEST(Dialog, WindowThatOutlivesItsObjectHasTheDefaultProcedure) {
   HWND handle = nullptr;
   {
     CTestDialog dialog;
@@ -199,13 +158,12 @@ template <class D>
 void ExpectNoDialog() {
   D dialog;
   EXPECT_EQ(-1, dialog.DoModal(nullptr));
-  EXPECT_EQ(nullptr, dialog.m_hWnd);
   EXPECT_EQ(nullptr, dialog.Create(nullptr));
-  // Nothing is left for the next window of this thread to be mistaken for.
-  EXPECT_EQ(nullptr, _AtlWinModule.ExtractCreateWndData());
+  EXPECT_EQ(nullptr, dialog.m_hWnd);
+  EXPECT_EQ(L"", dialog.m_log);
 }
-TEST(DialogFailure, MissingTemplate) { ExpectNoDialog<CTestDialogOf<IDD_MISSING>>(); }
-TEST(DialogFailure, ActiveXControlsAreNotHosted) {
+TEST(Dialog, MissingTemplateReturnsMinusOne) { ExpectNoDialog<CTestDialogOf<IDD_MISSING>>(); }
+TEST(Dialog, ActiveXControlInTemplateReturnsMinusOne) {
   ExpectNoDialog<CTestDialogOf<IDD_WITH_CONTROL>>();
 }
 

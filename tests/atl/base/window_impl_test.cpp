@@ -2,7 +2,11 @@
 
 #include <atlwin.h>
 
+#include <optional>
 #include <string>
+#include <utility>
+
+#include "tests/support/import_spy.h"
 
 using namespace ATL;
 
@@ -55,43 +59,30 @@ class CLoggedWindow : public CWindowImpl<CLoggedWindow> {
 /// A container for the windows.
 class WindowImpl : public testing::Test {
  protected:
-  void SetUp() override {
-    m_parent = ::CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300, nullptr,
-                                 nullptr, nullptr, nullptr);
-    ASSERT_NE(nullptr, m_parent);
-  }
   void TearDown() override { ::DestroyWindow(m_parent); }
 
-  HWND m_parent = nullptr;
+  const HWND m_parent = ::CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300,
+                                          nullptr, nullptr, nullptr, nullptr);
 };
 
-TEST_F(WindowImpl, LifeFromTheFirstMessageToTheLast) {
-  CLoggedWindow window;
-  ASSERT_NE(nullptr, window.Create(m_parent, kPlace));
-  EXPECT_EQ(L"nccreate;create;", window.m_log);
-  EXPECT_EQ(static_cast<DWORD>(WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS),
-            window.GetStyle());
-  EXPECT_EQ(m_parent, ::GetParent(window));
-  RECT place;
-  EXPECT_TRUE(window.GetWindowRect(&place));
-  ::MapWindowPoints(nullptr, m_parent, reinterpret_cast<POINT*>(&place), 2);
-  EXPECT_TRUE(::EqualRect(&kPlace, &place));
-  EXPECT_EQ(8, ::SendMessageW(window, WM_USER, 7, 0));
-  const HWND handle = window;
-  EXPECT_TRUE(window.DestroyWindow());
-  EXPECT_EQ(L"nccreate;create;ncdestroy;", window.m_log);
-  EXPECT_EQ(nullptr, window.m_hWnd);
-  EXPECT_EQ(nullptr, _AtlWinModule.FindWindowObject(handle));
-}
-
-TEST_F(WindowImpl, IsSeparatedAlsoWhenTheHandlerKeepsTheLastMessage) {
-  CLoggedWindow window;
-  window.m_swallowLast = TRUE;
-  const HWND handle = window.Create(m_parent, kPlace);
-  ASSERT_NE(nullptr, handle);
-  ::DestroyWindow(handle);
-  EXPECT_EQ(nullptr, window.m_hWnd);
-  EXPECT_EQ(nullptr, _AtlWinModule.FindWindowObject(handle));
+TEST_F(WindowImpl, ObjectReceivesFirstMessageToLast) {
+  for (const BOOL swallowLast : {FALSE, TRUE}) {
+    CLoggedWindow window;
+    window.m_swallowLast = swallowLast;
+    ASSERT_NE(nullptr, window.Create(m_parent, kPlace));
+    EXPECT_EQ(L"nccreate;create;", window.m_log);
+    EXPECT_EQ(WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS,
+              ::GetWindowLongPtr(window, GWL_STYLE));
+    EXPECT_EQ(m_parent, ::GetParent(window));
+    RECT place;
+    EXPECT_TRUE(window.GetWindowRect(&place));
+    ::MapWindowPoints(nullptr, m_parent, reinterpret_cast<POINT*>(&place), 2);
+    EXPECT_TRUE(::EqualRect(&kPlace, &place));
+    EXPECT_EQ(8, ::SendMessageW(window, WM_USER, 7, 0));
+    EXPECT_TRUE(window.DestroyWindow());
+    EXPECT_EQ(L"nccreate;create;ncdestroy;", window.m_log);
+    EXPECT_EQ(nullptr, window.m_hWnd);
+  }
 }
 
 TEST_F(WindowImpl, HandlerMayDestroyTheWindow) {
@@ -113,7 +104,7 @@ TEST_F(WindowImpl, RefusedCreationLeavesTheObjectReadyForAnother) {
   window.DestroyWindow();
 }
 
-TEST_F(WindowImpl, WindowOutlivesItsObjectWithoutHarm) {
+TEST_F(WindowImpl, WindowThatOutlivesItsObjectHasTheDefaultProcedure) {
   HWND handle = nullptr;
   {
     CLoggedWindow window;
@@ -141,9 +132,38 @@ TEST_F(WindowImpl, EachClassHasAWindowClassOfItsOwn) {
   ASSERT_NE(nullptr, other.Create(m_parent, kPlace));
   EXPECT_EQ(::GetClassLongPtrW(first, GCW_ATOM), ::GetClassLongPtrW(second, GCW_ATOM));
   EXPECT_NE(::GetClassLongPtrW(first, GCW_ATOM), ::GetClassLongPtrW(other, GCW_ATOM));
-  first.DestroyWindow();
-  second.DestroyWindow();
-  other.DestroyWindow();
+}
+
+/// A class that an earlier load of the module has left behind has the same name.
+TEST(WndClassInfo, StaleWindowClassIsReplacedAndUnregisteredAtTheEnd) {
+  WNDCLASSEX found = {};
+  found.cbSize = sizeof(found);
+  const HINSTANCE instance = _AtlBaseModule.GetModuleInstance();
+  std::optional<CWndClassInfo> info(std::in_place, &::DefWindowProc);
+  const std::wstring name = info->m_szName;
+  info.reset();
+  EXPECT_FALSE(::GetClassInfoEx(instance, name.c_str(), &found));
+  WNDCLASSEX stale = {};
+  stale.cbSize = sizeof(stale);
+  stale.lpfnWndProc = [](HWND, UINT, WPARAM, LPARAM) -> LRESULT { return 0; };
+  stale.hInstance = instance;
+  stale.lpszClassName = name.c_str();
+  ASSERT_NE(0, ::RegisterClassEx(&stale));
+  info.emplace(&::DefWindowProc);
+  EXPECT_EQ(name, info->m_szName);
+  EXPECT_TRUE(::GetClassInfoEx(instance, name.c_str(), &found));
+  EXPECT_EQ(&::DefWindowProc, found.lpfnWndProc);
+}
+
+TEST_F(WindowImpl, CreateReturnsNullWhileTheClassCannotBeRegistered) {
+  class CFreshWindow
+      : public CWindowImpl<CFreshWindow>{public : BEGIN_MSG_MAP(CFreshWindow) END_MSG_MAP()} window;
+  {
+    const CImportSpy<&RegisterClassExW> spy("user32.dll", "RegisterClassExW",
+                                            [](const WNDCLASSEXW*) -> ATOM { return 0; });
+    EXPECT_EQ(nullptr, window.Create(m_parent, kPlace));
+  }
+  EXPECT_NE(nullptr, window.Create(m_parent, kPlace));
 }
 
 }  // namespace

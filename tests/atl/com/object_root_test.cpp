@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
+#include <new>
+#include <utility>
 
 #include "atl_test_module.h"
 #include "test_objects.h"
@@ -19,10 +20,11 @@ class ObjectRoot : public testing::Test {
   CLockBalance m_locks;
 };
 
-TEST_F(ObjectRoot, CreateInstanceGivesAnObjectWithoutReferences) {
+TEST_F(ObjectRoot, LastReleaseDestroysAndUnlocksTheModule) {
   CComObject<CTestObject>* object = nullptr;
   ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
   EXPECT_EQ(1, m_locks.Gained());
+  const LONG locks = TestModule().GetLockCount();
   EXPECT_EQ(1, g_log.finalConstructed);
   EXPECT_EQ(1U, object->AddRef());
   EXPECT_EQ(2U, object->AddRef());
@@ -30,20 +32,10 @@ TEST_F(ObjectRoot, CreateInstanceGivesAnObjectWithoutReferences) {
   EXPECT_EQ(0, g_log.finalReleased);
   EXPECT_EQ(0U, object->Release());
   EXPECT_EQ(1, g_log.finalReleased);
-  EXPECT_EQ(1, g_log.destroyed);
-  EXPECT_EQ(0, m_locks.Gained());
-  EXPECT_EQ(E_POINTER, CComObject<CTestObject>::CreateInstance(nullptr));
+  EXPECT_EQ(locks, g_log.locksInDestructor) << "until the members are gone";
 }
 
-TEST_F(ObjectRoot, ModuleStaysLockedUntilTheMembersAreGone) {
-  CComPtr<INumber> object;
-  ASSERT_EQ(S_OK, CreateObject<CTestObject>(object));
-  const LONG alive = TestModule().GetLockCount();
-  object.Release();
-  EXPECT_EQ(alive, g_log.locksInDestructor);
-}
-
-TEST_F(ObjectRoot, QueryInterface) {
+TEST_F(ObjectRoot, QueryInterfaceKeepsOneIdentity) {
   CComPtr<INumber> number;
   ASSERT_EQ(S_OK, CreateObject<CTestObject>(number));
   EXPECT_EQ(42, number->Number());
@@ -61,48 +53,31 @@ TEST_F(ObjectRoot, QueryInterface) {
   EXPECT_EQ(2U, References(number));
 }
 
-TEST_F(ObjectRoot, KnowsItsOwnUnknown) {
-  CComObject<CTestObject>* object = nullptr;
-  ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
-  const CComPtr<INumber> holder(object);
-  EXPECT_EQ(Peek<IUnknown>(holder), object->GetUnknown());
-}
-
-TEST_F(ObjectRoot, FailedFinalConstructLeavesNothing) {
-  g_log.finalConstructResult = E_ACCESSDENIED;
-  CComPtr<INumber> object;
-  EXPECT_EQ(E_ACCESSDENIED, CreateObject<CTestObject>(object));
-  EXPECT_EQ(nullptr, object.p);
+TEST_F(ObjectRoot, FailedCreationLeavesNothing) {
+  void* p = Garbage();
+  EXPECT_EQ(E_NOINTERFACE, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
   EXPECT_EQ(1, g_log.destroyed);
-
+  EXPECT_EQ(E_POINTER, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IUnknown, nullptr));
+  EXPECT_EQ(E_POINTER, CComObject<CTestObject>::CreateInstance(nullptr));
+  g_log.finalConstructResult = E_ACCESSDENIED;
   CComObject<CTestObject>* raw = reinterpret_cast<CComObject<CTestObject>*>(&raw);
   EXPECT_EQ(E_ACCESSDENIED, CComObject<CTestObject>::CreateInstance(&raw));
   EXPECT_EQ(nullptr, raw);
   EXPECT_EQ(2, g_log.destroyed);
 }
 
-TEST_F(ObjectRoot, NoInterfaceAtCreationLeavesNothing) {
-  void* p = Garbage();
-  EXPECT_EQ(E_NOINTERFACE, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IDispatch, &p));
-  EXPECT_EQ(nullptr, p);
-  EXPECT_EQ(1, g_log.destroyed);
-  EXPECT_EQ(E_POINTER, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IUnknown, nullptr));
-}
-
-/// Throws what the test says, in the constructor or later.
+/// Calls what the test says, in the constructor or later.
 class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber {
  public:
-  enum class Where { kConstructor, kFinalConstruct };
-  enum class What { kAtlException, kAtlSuccess, kBadAlloc, kOther };
-  static inline Where s_where;
-  static inline What s_what;
+  static inline bool s_inConstructor;
+  static inline void (*s_throw)();
 
   CThrower() {
-    ++g_log.constructed;
-    if (s_where == Where::kConstructor) {
-      ++g_log.destroyed;  // an object that never was
-      Throw();
+    if (s_inConstructor) {
+      s_throw();
     }
+    ++g_log.constructed;
   }
   CThrower(const CThrower&) = delete;
   CThrower& operator=(const CThrower&) = delete;
@@ -113,35 +88,22 @@ class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber 
   END_COM_MAP()
 
   HRESULT FinalConstruct() {
-    Throw();
+    s_throw();
     return S_OK;
   }
   STDMETHOD_(int, Number)() override { return 0; }
-
- private:
-  static void Throw() {
-    switch (s_what) {
-      case What::kAtlException:
-        AtlThrow(E_ACCESSDENIED);
-      case What::kAtlSuccess:
-        AtlThrow(S_OK);
-      case What::kBadAlloc:
-        throw std::bad_alloc();
-      case What::kOther:
-        throw 1;
-    }
-  }
 };
 
-TEST_F(ObjectRoot, ExceptionsAtCreationBecomeResults) {
-  using Where = CThrower::Where;
-  using What = CThrower::What;
-  for (const Where where : {Where::kConstructor, Where::kFinalConstruct}) {
-    for (const auto& [what, result] :
-         {std::pair(What::kAtlException, E_ACCESSDENIED), std::pair(What::kAtlSuccess, E_FAIL),
-          std::pair(What::kBadAlloc, E_OUTOFMEMORY), std::pair(What::kOther, E_FAIL)}) {
-      CThrower::s_where = where;
-      CThrower::s_what = what;
+TEST_F(ObjectRoot, ExceptionAtCreationIsReturned) {
+  const std::pair<void (*)(), HRESULT> cases[] = {
+      {[] { AtlThrow(E_ACCESSDENIED); }, E_ACCESSDENIED},
+      {[] { AtlThrow(S_OK); }, E_FAIL},
+      {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY},
+      {[] { throw 1; }, E_FAIL}};
+  for (const bool inConstructor : {true, false}) {
+    for (const auto& [throws, result] : cases) {
+      CThrower::s_inConstructor = inConstructor;
+      CThrower::s_throw = throws;
       void* p = Garbage();
       EXPECT_EQ(result,
                 CComCreator<CComObject<CThrower>>::CreateInstance(nullptr, __uuidof(INumber), &p));
@@ -209,32 +171,27 @@ class CSharedObject : public CComObjectRootEx<CComMultiThreadModel>, public INum
   STDMETHOD_(int, Number)() override { return 0; }
 };
 
-/// Has two threads call `step` at the same time, again and again.
-void RunTogether(int rounds, const std::function<void()>& step) {
-  std::atomic<int> started = 0;
-  const auto work = [&] {
-    ++started;
-    while (started < 2) {
-      SwitchToThread();  // one alone would be done before the other one begins
-    }
-    for (int i = 0; i < rounds; ++i) {
-      step();
-    }
-  };
-  const CParallel one(work);
-  const CParallel two(work);
-}
-
 TEST_F(ObjectRoot, ThreadsShareTheCount) {
   CComObject<CSharedObject>* object = nullptr;
   ASSERT_EQ(S_OK, CComObject<CSharedObject>::CreateInstance(&object));
   // Far from zero: a count that went wrong must fail the test, not destroy the object.
   constexpr LONG kMany = 1 << 30;
   object->m_dwRef = kMany;
-  RunTogether(4000000, [&] {
-    object->AddRef();
-    object->Release();
-  });
+  std::atomic<int> started = 0;
+  const auto work = [&] {
+    ++started;
+    while (started < 2) {
+      SwitchToThread();  // one alone would be done before the other one begins
+    }
+    for (int i = 0; i < 4000000; ++i) {
+      object->AddRef();
+      object->Release();
+    }
+  };
+  {
+    const CParallel one(work);
+    const CParallel two(work);
+  }
   EXPECT_EQ(kMany, object->m_dwRef);
   object->m_dwRef = 1;
   object->Release();

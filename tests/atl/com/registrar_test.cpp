@@ -5,7 +5,7 @@
 #include <string>
 
 #include "registry_sandbox.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
@@ -170,11 +170,6 @@ TEST_F(Registrar, ScriptIsReadFromResource) {
 }
 
 TEST_F(Registrar, PerUserModeWritesClassesOfTheUser) {
-  bool enabled = true;
-  EXPECT_EQ(S_OK, AtlGetPerUserRegistration(&enabled));
-  EXPECT_FALSE(enabled);
-  EXPECT_EQ(E_POINTER, AtlGetPerUserRegistration(nullptr));
-
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(true));
   const wchar_t kScript[] = L"HKCR { Foo.1 = s 'x' } HKLM { m } HKCR { NoRemove n }";
   EXPECT_EQ(S_OK, Register(kScript));
@@ -193,7 +188,7 @@ TEST_F(Registrar, PerUserModeWritesClassesOfTheUser) {
 class CFailingRegistry {
  public:
   /// call: the number of the call that fails, from 1.
-  explicit CFailingRegistry(int call) : m_callsLeft(call) { s_current = this; }
+  explicit CFailingRegistry(int call) : m_callsLeft(call) {}
   CFailingRegistry(const CFailingRegistry&) = delete;
   CFailingRegistry& operator=(const CFailingRegistry&) = delete;
   ~CFailingRegistry() { EXPECT_EQ(0, m_keysOpen); }
@@ -201,50 +196,32 @@ class CFailingRegistry {
   bool HasFailed() const { return m_callsLeft <= 0; }
 
  private:
-  bool FailsNow() { return --m_callsLeft == 0; }
-  LSTATUS Opened(LSTATUS status) {
-    m_keysOpen += status == ERROR_SUCCESS ? 1 : 0;
+  /// The answer of a function that may fail; `opens` says whether it opens a key.
+  template <class Spy, class... Arguments>
+  LSTATUS Answer(const Spy& spy, bool opens, Arguments... arguments) {
+    if (--m_callsLeft == 0) {
+      return ERROR_ACCESS_DENIED;
+    }
+    const LSTATUS status = spy.CallOriginal(arguments...);
+    m_keysOpen += opens && status == ERROR_SUCCESS ? 1 : 0;
     return status;
   }
 
-  static LSTATUS WINAPI Create(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR type,
-                               DWORD options, REGSAM access, LPSECURITY_ATTRIBUTES security,
-                               PHKEY key, LPDWORD disposition) {
-    return s_current->FailsNow()
-               ? ERROR_ACCESS_DENIED
-               : s_current->Opened(s_current->m_create.Original<decltype(Create)>()(
-                     parent, name, reserved, type, options, access, security, key, disposition));
-  }
-  static LSTATUS WINAPI Open(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
-    return s_current->FailsNow() ? ERROR_ACCESS_DENIED
-                                 : s_current->Opened(s_current->m_open.Original<decltype(Open)>()(
-                                       parent, name, options, access, key));
-  }
-  static LSTATUS WINAPI Set(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
-                            DWORD size) {
-    return s_current->FailsNow()
-               ? ERROR_ACCESS_DENIED
-               : s_current->m_set.Original<decltype(Set)>()(key, name, reserved, type, data, size);
-  }
-  static LSTATUS WINAPI Delete(HKEY key, LPCWSTR name, REGSAM view, DWORD reserved) {
-    return s_current->FailsNow()
-               ? ERROR_ACCESS_DENIED
-               : s_current->m_delete.Original<decltype(Delete)>()(key, name, view, reserved);
-  }
-  static LSTATUS WINAPI Close(HKEY key) {
-    --s_current->m_keysOpen;
-    return s_current->m_close.Original<decltype(Close)>()(key);
-  }
-
-  static inline CFailingRegistry* s_current = nullptr;
-
+  static constexpr char kDll[] = "advapi32.dll";
   int m_callsLeft;
   int m_keysOpen = 0;
-  const CImportPatch m_create{"advapi32.dll", "RegCreateKeyExW", &Create};
-  const CImportPatch m_open{"advapi32.dll", "RegOpenKeyExW", &Open};
-  const CImportPatch m_set{"advapi32.dll", "RegSetValueExW", &Set};
-  const CImportPatch m_delete{"advapi32.dll", "RegDeleteKeyExW", &Delete};
-  const CImportPatch m_close{"advapi32.dll", "RegCloseKey", &Close};
+  const CImportSpy<&RegCreateKeyExW> m_create{
+      kDll, "RegCreateKeyExW", [this](auto... a) { return Answer(m_create, true, a...); }};
+  const CImportSpy<&RegOpenKeyExW> m_open{kDll, "RegOpenKeyExW",
+                                          [this](auto... a) { return Answer(m_open, true, a...); }};
+  const CImportSpy<&RegSetValueExW> m_set{kDll, "RegSetValueExW",
+                                          [this](auto... a) { return Answer(m_set, false, a...); }};
+  const CImportSpy<&RegDeleteKeyW> m_delete{
+      kDll, "RegDeleteKeyW", [this](auto... a) { return Answer(m_delete, false, a...); }};
+  const CImportSpy<&RegCloseKey> m_close{kDll, "RegCloseKey", [this](HKEY key) {
+                                           --m_keysOpen;
+                                           return m_close.CallOriginal(key);
+                                         }};
 };
 
 TEST_F(Registrar, FailureOfEachCallIsReturnedAndNextRunCompletes) {

@@ -11,15 +11,6 @@ namespace {
 
 const HKEY kRoots[] = {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER};
 
-std::wstring Hex(unsigned value, size_t digits) {
-  static const wchar_t kDigits[] = L"0123456789abcdef";
-  std::wstring text(digits, L'0');
-  for (auto it = text.rbegin(); it != text.rend(); ++it, value >>= 4) {
-    *it = kDigits[value & 15];
-  }
-  return text;
-}
-
 /// The bytes as characters, with the null characters made visible. Exactly one of them belongs to
 /// a string and is not shown; a missing one is.
 std::wstring TextOf(const std::vector<BYTE>& data) {
@@ -35,30 +26,7 @@ std::wstring TextOf(const std::vector<BYTE>& data) {
 }
 
 std::wstring ValueText(DWORD type, const std::vector<BYTE>& data) {
-  switch (type) {
-    case REG_SZ:
-      return L"s:" + TextOf(data);
-    case REG_EXPAND_SZ:
-      return L"e:" + TextOf(data);
-    case REG_MULTI_SZ:
-      return L"m:" + TextOf(data);
-    case REG_DWORD: {
-      DWORD number = 0;
-      EXPECT_EQ(sizeof(number), data.size());
-      std::copy_n(data.begin(), std::min(data.size(), sizeof(number)),
-                  reinterpret_cast<BYTE*>(&number));
-      return L"d:" + Hex(number, 8);
-    }
-    case REG_BINARY: {
-      std::wstring text = L"b:";
-      for (const BYTE byte : data) {
-        text += Hex(byte, 2);
-      }
-      return text;
-    }
-    default:
-      return L"?" + std::to_wstring(type);
-  }
+  return type == REG_SZ ? L"s:" + TextOf(data) : L"?" + std::to_wstring(type);
 }
 
 void DumpValues(HKEY key, const std::wstring& path, std::wstring& result) {

@@ -1,14 +1,12 @@
-// A complete COM server with one class, for the tests of what a module does as a DLL.
+// A COM server with one class, for the tests of what a module does when it is loaded and unloaded.
 
 #include <atlbase.h>
 #include <atlcom.h>
-#include <atlwin.h>
-#include <objsafe.h>
 
 #include <bit>
 #include <cstdlib>
 
-#include "greeter.h"
+#include "test_objects.h"
 #include "test_types_h.h"
 
 namespace {
@@ -36,25 +34,16 @@ const decltype(&InitializeSection) __imp_InitializeCriticalSectionAndSpinCount =
 
 namespace {
 
-class CTestServerModule : public CAtlDllModuleT<CTestServerModule> {
- public:
-  DECLARE_LIBID(LIBID_AtlComTestTypes)
-  DECLARE_REGISTRY_APPID_RESOURCEID(100, "{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E61}")
-};
+class CTestServerModule : public CAtlDllModuleT<CTestServerModule> {};
 
 CTestServerModule g_module;
 
-class CServerGreeter : public CGreeter {
+class CServerObject : public CTestObject {
  public:
-  static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
-    return _pAtlModule->UpdateRegistryFromResource(101, bRegister);
-  }
-  BEGIN_CATEGORY_MAP(CServerGreeter)
-  IMPLEMENTED_CATEGORY(CATID_SafeForScripting)
-  END_CATEGORY_MAP()
+  static HRESULT WINAPI UpdateRegistry(BOOL) { return S_OK; }
 };
 
-OBJECT_ENTRY_AUTO(CLSID_Greeter, CServerGreeter)
+OBJECT_ENTRY_AUTO(CLSID_Greeter, CServerObject)
 
 }  // namespace
 
@@ -67,7 +56,3 @@ STDAPI DllCanUnloadNow() { return g_module.DllCanUnloadNow(); }
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
   return g_module.DllGetClassObject(clsid, iid, out);
 }
-
-STDAPI DllRegisterServer() { return g_module.DllRegisterServer(); }
-
-STDAPI DllUnregisterServer() { return g_module.DllUnregisterServer(); }

@@ -8,39 +8,17 @@
 
 #include "atl_test_module.h"
 #include "registry_sandbox.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
 class TypeLibrary : public testing::Test {
  protected:
-  static bool IsTestLibrary(ITypeLib* library) {
-    TLIBATTR* attr = nullptr;
-    if (library == nullptr || FAILED(library->GetLibAttr(&attr))) {
-      return false;
-    }
-    const bool is = attr->guid == LIBID_AtlComTestTypes && attr->wMajorVerNum == 1;
-    library->ReleaseTLibAttr(attr);
-    return is;
-  }
-
   const HINSTANCE m_module = _AtlBaseModule.GetModuleInstance();
   const std::wstring m_path = ATL::detail::ModulePath(nullptr);
   CComBSTR m_loadedFrom;
   CComPtr<ITypeLib> m_library;
 };
-
-TEST_F(TypeLibrary, LoadsFromTheModule) {
-  EXPECT_EQ(S_OK, AtlLoadTypeLib(m_module, nullptr, &m_loadedFrom, &m_library));
-  EXPECT_TRUE(IsTestLibrary(m_library));
-  EXPECT_STREQ(m_path.c_str(), m_loadedFrom);
-}
-
-TEST_F(TypeLibrary, LoadsByIndex) {
-  EXPECT_EQ(S_OK, AtlLoadTypeLib(m_module, L"\\1", &m_loadedFrom, &m_library));
-  EXPECT_TRUE(IsTestLibrary(m_library));
-  EXPECT_STREQ((m_path + L"\\1").c_str(), m_loadedFrom);
-}
 
 TEST_F(TypeLibrary, FailsWithoutOne) {
   const CComBSTR owner(L"untouched");
@@ -55,19 +33,16 @@ TEST_F(TypeLibrary, FailsWithoutOne) {
   EXPECT_EQ(E_POINTER, AtlLoadTypeLib(m_module, nullptr, &m_loadedFrom, nullptr));
 }
 
-/// Where the module is said to lie.
-std::wstring g_claimedPath;
-DWORD WINAPI ClaimedModuleFileName(HMODULE, LPWSTR buffer, DWORD size) {
-  return lstrcpynW(buffer, g_claimedPath.c_str(), static_cast<int>(size)) != nullptr
-             ? static_cast<DWORD>(std::min<size_t>(g_claimedPath.size(), size))
-             : 0;
-}
-
-TEST_F(TypeLibrary, PathsOfAnyLength) {
-  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &ClaimedModuleFileName);
+TEST_F(TypeLibrary, ModulePathHasAnyLength) {
+  std::wstring claimed;
+  const CImportSpy<&GetModuleFileNameW> spy(
+      "kernel32.dll", "GetModuleFileNameW", [&](HMODULE, LPWSTR buffer, DWORD size) {
+        lstrcpynW(buffer, claimed.c_str(), static_cast<int>(size));
+        return static_cast<DWORD>(std::min<size_t>(claimed.size(), size));
+      });
   for (const size_t length : {size_t{MAX_PATH - 1}, size_t{MAX_PATH}, size_t{3000}}) {
-    g_claimedPath = L"C:\\" + std::wstring(length - 3, L'x');
-    EXPECT_EQ(g_claimedPath, ATL::detail::ModulePath(nullptr));
+    claimed = L"C:\\" + std::wstring(length - 3, L'x');
+    EXPECT_EQ(claimed, ATL::detail::ModulePath(nullptr));
   }
 }
 
@@ -87,9 +62,7 @@ TEST_F(TypeLibrary, RegistersForTheMachine) {
 
 /// Stands in for the automation library's per-user functions.
 std::wstring g_calls;
-bool g_hasPerUserFunctions = true;
-HRESULT WINAPI FakeRegisterForUser(ITypeLib* library, OLECHAR* path, OLECHAR* helpDir) {
-  EXPECT_NE(nullptr, library);
+HRESULT WINAPI FakeRegisterForUser(ITypeLib*, OLECHAR* path, OLECHAR* helpDir) {
   g_calls += L"+ " + std::wstring(path) + L" " + helpDir;
   return S_OK;
 }
@@ -99,24 +72,22 @@ HRESULT WINAPI FakeUnRegisterForUser(REFGUID guid, WORD major, WORD minor, LCID,
       L"- " + std::to_wstring(major) + L"." + std::to_wstring(minor) + L" " + std::to_wstring(kind);
   return S_OK;
 }
-FARPROC WINAPI PerUserGetProcAddress(HMODULE module, LPCSTR name) {
-  EXPECT_EQ(GetModuleHandleW(L"OLEAUT32.DLL"), module);
-  if (!g_hasPerUserFunctions) {
-    return nullptr;
-  }
-  const bool registers = std::string(name) == "RegisterTypeLibForUser";
-  EXPECT_TRUE(registers || std::string(name) == "UnRegisterTypeLibForUser") << name;
-  return registers
-             ? reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(&FakeRegisterForUser))
-             : reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(&FakeUnRegisterForUser));
-}
 
 TEST_F(TypeLibrary, RegistersForTheUserWhereTheSystemCan) {
   const CRegistrySandbox sandbox;
-  const CImportPatch patch("kernel32.dll", "GetProcAddress", &PerUserGetProcAddress);
+  bool hasFunctions = true;
+  const CImportSpy<&GetProcAddress> spy(
+      "kernel32.dll", "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
+        EXPECT_EQ(GetModuleHandleW(L"OLEAUT32.DLL"), module);
+        void (*function)() = nullptr;
+        if (hasFunctions && std::string(name) == "RegisterTypeLibForUser") {
+          function = reinterpret_cast<void (*)()>(&FakeRegisterForUser);
+        } else if (hasFunctions && std::string(name) == "UnRegisterTypeLibForUser") {
+          function = reinterpret_cast<void (*)()>(&FakeUnRegisterForUser);
+        }
+        return reinterpret_cast<FARPROC>(function);
+      });
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(true));
-  g_calls.clear();
-  g_hasPerUserFunctions = true;
   EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
   EXPECT_EQ(L"+ " + m_path + L" " + m_path.substr(0, m_path.rfind(L'\\')), g_calls);
   g_calls.clear();
@@ -124,7 +95,7 @@ TEST_F(TypeLibrary, RegistersForTheUserWhereTheSystemCan) {
   EXPECT_EQ(L"- 1.0 3", g_calls);
   EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
 
-  g_hasPerUserFunctions = false;
+  hasFunctions = false;
   EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
   EXPECT_NE(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
   EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(m_module, nullptr));

@@ -2,14 +2,13 @@
 
 namespace {
 
+/// The module object of this test program.
+class CControlTestModule : public ATL::CAtlDllModuleT<CControlTestModule> {};
 CControlTestModule g_module;
 
 }  // namespace
 
-CControlTestModule& TestModule() { return g_module; }
-
 COM_DECLSPEC_NOTHROW STDMETHODIMP COuter::QueryInterface(REFIID iid, void** ppv) {
-  m_asked.push_back(iid);
   *ppv = nullptr;
   if (iid == IID_IUnknown) {
     AddRef();
@@ -30,17 +29,16 @@ COM_DECLSPEC_NOTHROW STDMETHODIMP_(ULONG) COuter::Release() {
 std::string ToString(Birth birth) { return birth == Birth::kAlone ? "Alone" : "Inside"; }
 
 void ControlTest::SetUp() {
-  // S_FALSE after tests with the system's host window, which does not take its own call back.
-  ASSERT_TRUE(SUCCEEDED(OleInitialize(nullptr)));
+  ASSERT_EQ(S_OK, OleInitialize(nullptr));
   g_plates = {};
-  m_locks = TestModule().GetLockCount();
+  m_locks = g_module.GetLockCount();
 }
 
 void ControlTest::TearDown() {
   Drop();
   EXPECT_EQ(0U, m_site.References());
   EXPECT_EQ(0U, m_sink.References());
-  EXPECT_EQ(m_locks, TestModule().GetLockCount());
+  EXPECT_EQ(m_locks, g_module.GetLockCount());
   if (m_window != nullptr) {
     EXPECT_EQ(nullptr, GetWindow(m_window, GW_CHILD)) << "a window left behind";
     DestroyWindow(m_window);
@@ -58,7 +56,7 @@ void ControlTest::Create(Birth birth) {
     m_object = &m_outer;
   }
   ASSERT_EQ(1, g_plates.alive);
-  m_plate = static_cast<CPlate*>(As<IPlate>().p);
+  m_plate = static_cast<CPlate*>(As<IOleObject>().p);
 }
 
 void ControlTest::OpenContainer() {

@@ -5,19 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "test_control.h"
 #include "test_site.h"
 
-/// The module object of this test program.
-class CControlTestModule : public ATL::CAtlDllModuleT<CControlTestModule> {
- public:
-  DECLARE_LIBID(LIBID_AtlControlTestTypes)
-};
-CControlTestModule& TestModule();
-
-/// An object that passes on whatever it is asked for to an object inside it, and notes it.
+/// An object that passes on whatever it is asked for to an object inside it.
 class COuter final : public IUnknown {
  public:
   COuter() = default;
@@ -26,7 +18,6 @@ class COuter final : public IUnknown {
   ~COuter() = default;
 
   CComPtr<IUnknown> m_inner;
-  std::vector<IID> m_asked;
   ULONG References() const { return m_references.Get(); }
 
   STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override;

@@ -1,4 +1,4 @@
-// The control's picture on its window and on any device.
+// The control's picture on its window, on any device and as a metafile.
 
 #include "control_fixture.h"
 #include "memory_picture.h"
@@ -11,17 +11,17 @@ class Drawing : public EveryControlTest {
     return As<IViewObject>()->Draw(aspect, -1, nullptr, nullptr, nullptr, hdc, bounds, nullptr,
                                    nullptr, 0);
   }
+  HRESULT GetData(FORMATETC format) {
+    m_medium.tymed = 99;
+    return As<IDataObject>()->GetData(&format, &m_medium);
+  }
 
+  static constexpr FORMATETC kPicture = {CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1,
+                                         TYMED_MFPICT};
   CMemoryPicture m_picture;
+  STGMEDIUM m_medium = {};
 };
 INSTANTIATE_FOR_EVERY_BIRTH(Drawing);
-
-TEST_P(Drawing, FillsTheBounds) {
-  const RECTL bounds = {10, 20, 60, 90};
-  EXPECT_EQ(S_OK, Draw(m_picture.Dc(), &bounds));
-  ExpectRect({10, 20, 60, 90}, m_picture.Painted());
-  EXPECT_EQ(RGB(255, 255, 255), GetPixel(m_picture.Dc(), 5, 5));
-}
 
 TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
   // 100 units on 50 pixels, from pixel 20 on.
@@ -34,18 +34,9 @@ TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
   ExpectRect({20, 20, 70, 50}, {g_plates.bounds.left, g_plates.bounds.top, g_plates.bounds.right,
                                 g_plates.bounds.bottom});
   EXPECT_EQ(MM_ANISOTROPIC, GetMapMode(m_picture.Dc())) << "the caller's state is back";
-  SIZE extent = {};
-  GetWindowExtEx(m_picture.Dc(), &extent);
-  EXPECT_EQ(100, extent.cx);
   SetMapMode(m_picture.Dc(), MM_TEXT);
   SetViewportOrgEx(m_picture.Dc(), 0, 0, nullptr);
   ExpectRect({20, 20, 70, 50}, m_picture.Painted());
-}
-
-TEST_P(Drawing, OnDrawFailureIsReturned) {
-  g_plates.drawResult = VIEW_E_DRAW;
-  const RECTL bounds = {0, 0, 10, 10};
-  EXPECT_EQ(VIEW_E_DRAW, Draw(m_picture.Dc(), &bounds));
 }
 
 TEST_P(Drawing, WrongAspectOrNullArgumentIsRefused) {
@@ -53,7 +44,19 @@ TEST_P(Drawing, WrongAspectOrNullArgumentIsRefused) {
   EXPECT_EQ(DV_E_DVASPECT, Draw(m_picture.Dc(), &bounds, DVASPECT_ICON));
   EXPECT_EQ(E_INVALIDARG, Draw(nullptr, &bounds));
   EXPECT_EQ(E_INVALIDARG, Draw(m_picture.Dc(), nullptr));
+  EXPECT_EQ(DV_E_FORMATETC, GetData({CF_TEXT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT}));
+  EXPECT_EQ(DV_E_TYMED, GetData({CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL}));
+  EXPECT_EQ(DV_E_DVASPECT, GetData({CF_METAFILEPICT, nullptr, DVASPECT_ICON, -1, TYMED_MFPICT}));
+  EXPECT_EQ(static_cast<DWORD>(TYMED_NULL), m_medium.tymed);
   EXPECT_EQ(0, g_plates.drawn);
+}
+
+TEST_P(Drawing, OnDrawFailureIsReturned) {
+  g_plates.drawResult = VIEW_E_DRAW;
+  const RECTL bounds = {0, 0, 10, 10};
+  EXPECT_EQ(VIEW_E_DRAW, Draw(m_picture.Dc(), &bounds));
+  EXPECT_EQ(E_FAIL, GetData(kPicture));
+  EXPECT_EQ(static_cast<DWORD>(TYMED_NULL), m_medium.tymed);
 }
 
 TEST_P(Drawing, WindowPaintsItsClientArea) {
@@ -66,6 +69,31 @@ TEST_P(Drawing, WindowPaintsItsClientArea) {
   EXPECT_FALSE(GetUpdateRect(ControlWindow(), nullptr, FALSE));
   SendMessageW(ControlWindow(), WM_PAINT, reinterpret_cast<WPARAM>(m_picture.Dc()), 0);
   ExpectRect({0, 0, 100, 50}, m_picture.Painted());
+}
+
+TEST_P(Drawing, MetafileShowsTheControl) {
+  SIZE extent = {2540, 1270};
+  ASSERT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &extent));
+  ASSERT_EQ(S_OK, GetData(kPicture));
+  const HDC hdc = GetDC(nullptr);
+  EXPECT_EQ(GetDeviceCaps(hdc, LOGPIXELSX), g_plates.bounds.right) << "in pixels";
+  EXPECT_EQ(GetDeviceCaps(hdc, LOGPIXELSY) / 2, g_plates.bounds.bottom);
+  ReleaseDC(nullptr, hdc);
+  ASSERT_EQ(static_cast<DWORD>(TYMED_MFPICT), m_medium.tymed);
+  EXPECT_EQ(nullptr, m_medium.pUnkForRelease);
+  const auto* const picture = static_cast<METAFILEPICT*>(GlobalLock(m_medium.hMetaFilePict));
+  ASSERT_NE(nullptr, picture);
+  EXPECT_EQ(MM_ANISOTROPIC, picture->mm);
+  EXPECT_EQ(2540, picture->xExt);
+  EXPECT_EQ(1270, picture->yExt);
+  // Stretched to half the size of the memory picture.
+  SetMapMode(m_picture.Dc(), MM_ANISOTROPIC);
+  SetViewportExtEx(m_picture.Dc(), 50, 80, nullptr);
+  EXPECT_TRUE(PlayMetaFile(m_picture.Dc(), picture->hMF));
+  SetMapMode(m_picture.Dc(), MM_TEXT);
+  ExpectRect({0, 0, 50, 80}, m_picture.Painted());
+  GlobalUnlock(m_medium.hMetaFilePict);
+  ReleaseStgMedium(&m_medium);
 }
 
 }  // namespace

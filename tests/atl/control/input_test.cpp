@@ -1,11 +1,10 @@
-// Focus, mouse and keys, and the rest of what a container tells a control.
+// Focus, mouse, keys and messages.
 
 #include "control_fixture.h"
 
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Input : public EveryControlTest {
  protected:
@@ -30,19 +29,14 @@ TEST_P(Input, FocusActivatesTheUserInterface) {
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("OnFocus")) << "is active already";
 }
 
-TEST_P(Input, ClickActivatesTheUserInterface) {
-  const LRESULT result =
-      SendMessageW(ControlWindow(), WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(m_window),
-                   MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
-  EXPECT_EQ(MA_ACTIVATE, result);
-  EXPECT_TRUE(Plate().m_bUIActive);
-}
-
-TEST_P(Input, ClickInDesignModeDoesNotActivate) {
-  m_site.m_userMode = false;
-  SendMessageW(ControlWindow(), WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(m_window),
-               MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
-  EXPECT_FALSE(Plate().m_bUIActive);
+TEST_P(Input, ClickActivatesTheUserInterfaceInUserMode) {
+  for (const bool userMode : {false, true}) {
+    m_site.m_userMode = userMode;
+    EXPECT_EQ(MA_ACTIVATE,
+              SendMessageW(ControlWindow(), WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(m_window),
+                           MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN)));
+    EXPECT_EQ(userMode, Plate().m_bUIActive != 0);
+  }
 }
 
 TEST_P(Input, CloseDuringOnUIActivateOmitsOnFocus) {
@@ -110,32 +104,23 @@ TEST_P(Input, LastReleaseDuringMessageKeepsControlUntilReturn) {
   }
 }
 
-TEST_P(Input, KeyMessageIsPassedToSite) {
+TEST_P(Input, KeyMessageIsPassedToSiteWithModifiers) {
   const auto active = As<IOleInPlaceActiveObject>();
   MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};
-  EXPECT_EQ(S_OK, active->TranslateAccelerator(&message));
-  EXPECT_EQ(0U, m_site.m_keyModifiers);
+  for (const auto& [key, modifier] : {std::pair(VK_SHIFT, 1U), std::pair(VK_CONTROL, 2U),
+                                      std::pair(VK_MENU, 4U), std::pair(VK_TAB, 0U)}) {
+    BYTE keys[256] = {};
+    keys[key] = 0x80;
+    ASSERT_TRUE(SetKeyboardState(keys));
+    EXPECT_EQ(S_OK, active->TranslateAccelerator(&message));
+    EXPECT_EQ(modifier, m_site.m_keyModifiers);
+    keys[key] = 0;
+    ASSERT_TRUE(SetKeyboardState(keys));
+  }
   for (const HRESULT answer : {S_FALSE, E_NOTIMPL}) {
     m_site.m_results["TranslateAccelerator"] = answer;
     EXPECT_EQ(S_FALSE, active->TranslateAccelerator(&message));
   }
-  EXPECT_EQ(E_POINTER, active->TranslateAccelerator(nullptr));
-}
-
-TEST_P(Input, KeyModifiersArePassedToSite) {
-  BYTE keys[256] = {};
-  keys[VK_SHIFT] = keys[VK_MENU] = 0x80;
-  ASSERT_TRUE(SetKeyboardState(keys));
-  MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};
-  EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->TranslateAccelerator(&message));
-  EXPECT_EQ(5U, m_site.m_keyModifiers) << "1: shift, 2: control, 4: alt";
-  keys[VK_SHIFT] = keys[VK_MENU] = 0;
-  keys[VK_CONTROL] = 0x80;
-  ASSERT_TRUE(SetKeyboardState(keys));
-  EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->TranslateAccelerator(&message));
-  EXPECT_EQ(2U, m_site.m_keyModifiers);
-  keys[VK_CONTROL] = 0;
-  ASSERT_TRUE(SetKeyboardState(keys));
 }
 
 TEST_P(Input, ReflectedMessageCallsDefaultProcedure) {
@@ -156,29 +141,6 @@ TEST_P(Input, OnWindowMessageCallsMessageMap) {
   EXPECT_EQ(S_FALSE, object->OnWindowMessage(WM_NULL, 0, 0, &result));
   EXPECT_EQ(0, result);
   EXPECT_EQ(S_OK, object->OnWindowMessage(OCM_COMMAND, 0, 0, &result)) << "reflected ones stay";
-  EXPECT_EQ(E_POINTER, object->OnWindowMessage(WM_NULL, 0, 0, nullptr));
-}
-
-TEST_P(Input, FrameNotificationsHaveNoEffect) {
-  const auto active = As<IOleInPlaceActiveObject>();
-  EXPECT_EQ(S_OK, active->OnFrameWindowActivate(TRUE));
-  EXPECT_EQ(S_OK, active->OnDocWindowActivate(TRUE));
-  EXPECT_EQ(S_OK, active->EnableModeless(FALSE));
-  const RECT border = {};
-  EXPECT_EQ(S_OK, active->ResizeBorder(&border, nullptr, TRUE));
-  EXPECT_EQ(E_NOTIMPL, active->ContextSensitiveHelp(TRUE));
-  EXPECT_EQ(E_NOTIMPL, As<IOleInPlaceObject>()->ContextSensitiveHelp(TRUE));
-  EXPECT_EQ(E_NOTIMPL, As<IOleInPlaceObject>()->ReactivateAndUndo());
-  EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
-}
-
-TEST_P(Input, IOleControlMethodsHaveNoEffect) {
-  const auto control = As<IOleControl>();
-  EXPECT_EQ(S_OK, control->FreezeEvents(TRUE));
-  EXPECT_EQ(S_OK, control->OnAmbientPropertyChange(DISPID_UNKNOWN));
-  CONTROLINFO info = {};
-  EXPECT_EQ(E_NOTIMPL, control->GetControlInfo(&info)) << "no mnemonics";
-  EXPECT_EQ(E_NOTIMPL, control->OnMnemonic(nullptr));
 }
 
 }  // namespace

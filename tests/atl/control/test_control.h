@@ -2,7 +2,8 @@
 
 #include <atlctl.h>
 
-#include "control_types_h.h"
+inline constexpr CLSID CLSID_Plate = {
+    0x3B0E8A52, 0x6D1C, 0x4C0B, {0x8F, 0x0A, 0x5A, 0x1F, 0x2C, 0x7D, 0x9E, 0x12}};
 
 /// The controls that live, and what they were asked to draw last. Reset it first.
 struct PlateLog {
@@ -13,12 +14,10 @@ struct PlateLog {
 };
 inline PlateLog g_plates;
 
-/// A new control's colour.
 constexpr COLORREF kPlateColour = RGB(0, 128, 255);
 
 /// A full control with a window of its own: a rectangle filled with one colour.
 class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
-               public IDispatchImpl<IPlate, &IID_IPlate, &LIBID_AtlControlTestTypes>,
                public IPersistStreamInitImpl<CPlate>,
                public IOleControlImpl<CPlate>,
                public IOleObjectImpl<CPlate>,
@@ -29,7 +28,6 @@ class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
                public ISpecifyPropertyPagesImpl<CPlate>,
                public IQuickActivateImpl<CPlate>,
                public IDataObjectImpl<CPlate>,
-               public IProvideClassInfo2Impl<&CLSID_Plate, nullptr, &LIBID_AtlControlTestTypes>,
                public IObjectSafetyImpl<CPlate, INTERFACESAFE_FOR_UNTRUSTED_CALLER |
                                                     INTERFACESAFE_FOR_UNTRUSTED_DATA>,
                public CComCoClass<CPlate, &CLSID_Plate>,
@@ -49,8 +47,6 @@ class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
 
   // clang-format off
   BEGIN_COM_MAP(CPlate)
-    COM_INTERFACE_ENTRY(IPlate)
-    COM_INTERFACE_ENTRY(IDispatch)
     COM_INTERFACE_ENTRY(IViewObjectEx)
     COM_INTERFACE_ENTRY(IViewObject2)
     COM_INTERFACE_ENTRY(IViewObject)
@@ -66,8 +62,6 @@ class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
     COM_INTERFACE_ENTRY(IQuickActivate)
     COM_INTERFACE_ENTRY(IPersistStorage)
     COM_INTERFACE_ENTRY(IDataObject)
-    COM_INTERFACE_ENTRY(IProvideClassInfo)
-    COM_INTERFACE_ENTRY(IProvideClassInfo2)
     COM_INTERFACE_ENTRY_IID(IID_IObjectSafety, IObjectSafety)
   END_COM_MAP()
 
@@ -82,30 +76,14 @@ class CPlate : public CComObjectRootEx<CComSingleThreadModel>,
   END_MSG_MAP()
   // clang-format on
 
-  STDMETHOD(get_Colour)(LONG* value) override {
-    if (value == nullptr) {
-      return E_POINTER;
-    }
-    *value = m_colour;
-    return S_OK;
-  }
-  STDMETHOD(put_Colour)(LONG value) override {
-    m_colour = value;
-    SetDirty(TRUE);
-    return SendOnViewChange(DVASPECT_CONTENT);
-  }
-
   HRESULT OnDraw(ATL_DRAWINFO& di) override {
     ++g_plates.drawn;
     g_plates.bounds = *di.prcBounds;
     const RECT rc = {di.prcBounds->left, di.prcBounds->top, di.prcBounds->right,
                      di.prcBounds->bottom};
-    const HBRUSH brush = CreateSolidBrush(static_cast<COLORREF>(m_colour));
+    const HBRUSH brush = CreateSolidBrush(kPlateColour);
     FillRect(di.hdcDraw, &rc, brush);
     DeleteObject(brush);
     return g_plates.drawResult;
   }
-
- private:
-  LONG m_colour = kPlateColour;
 };

@@ -161,7 +161,7 @@ class CTestSite final : public IOleClientSite,
 };
 
 /// Receives notifications of a view, an object or data.
-class CTestSink final : public IAdviseSink {
+class CTestSink final : public IAdviseSinkEx {
  public:
   CTestSink() = default;
   CTestSink(const CTestSink&) = delete;
@@ -179,6 +179,7 @@ class CTestSink final : public IAdviseSink {
   STDMETHOD_(void, OnRename)(IMoniker*) override { m_log.Add("OnRename"); }
   STDMETHOD_(void, OnSave)() override { m_log.Add("OnSave"); }
   STDMETHOD_(void, OnClose)() override { m_log.Add("OnClose"); }
+  STDMETHOD_(void, OnViewStatusChange)(DWORD) override {}
 
  private:
   CReferenceCount m_references;

@@ -1,4 +1,4 @@
-// What containers ask about the picture, and how they hear of changes to it.
+// What containers ask about the control, and how they hear of changes to it.
 
 #include "control_fixture.h"
 
@@ -7,34 +7,22 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ViewAdvise : public EveryControlTest {
+class ViewObject : public EveryControlTest {
  protected:
-  void Change() { EXPECT_EQ(S_OK, As<IPlate>()->put_Colour(RGB(1, 2, 3))); }
+  void Change() { EXPECT_EQ(S_OK, Plate().SendOnViewChange(DVASPECT_CONTENT)); }
 };
-INSTANTIATE_FOR_EVERY_BIRTH(ViewAdvise);
+INSTANTIATE_FOR_EVERY_BIRTH(ViewObject);
 
-TEST_P(ViewAdvise, ChangeCallsOnViewChange) {
-  const auto view = As<IViewObject>();
-  ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_CONTENT, 0, &m_sink));
-  Change();
-  Change();
-  EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange", "OnViewChange"));
-  ASSERT_EQ(S_OK, view->SetAdvise(0, 0, nullptr));
-  Change();
-  EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
-  EXPECT_EQ(0U, m_sink.References());
-}
-
-TEST_P(ViewAdvise, OtherAspectIsNotReported) {
-  ASSERT_EQ(S_OK, As<IViewObject>()->SetAdvise(DVASPECT_ICON, 0, &m_sink));
-  Change();
-  EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
-}
-
-TEST_P(ViewAdvise, PrimeFirstAndOnlyOnceFlags) {
+TEST_P(ViewObject, ChangeOfTheAspectCallsOnViewChange) {
   const auto view = As<IViewObject>();
   ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_CONTENT, ADVF_PRIMEFIRST, &m_sink));
   EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange"));
+  Change();
+  Change();
+  EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange", "OnViewChange"));
+  ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_ICON, ADVF_PRIMEFIRST, &m_sink));
+  Change();
+  EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
   ASSERT_EQ(S_OK, view->SetAdvise(DVASPECT_CONTENT, ADVF_ONLYONCE, &m_sink));
   Change();
   Change();
@@ -42,7 +30,7 @@ TEST_P(ViewAdvise, PrimeFirstAndOnlyOnceFlags) {
   EXPECT_EQ(0U, m_sink.References());
 }
 
-TEST_P(ViewAdvise, GetAdviseReturnsArgumentsOfSetAdvise) {
+TEST_P(ViewObject, GetAdviseReturnsArgumentsOfSetAdviseUntilClose) {
   const auto view = As<IViewObject>();
   DWORD aspects = 99;
   DWORD flags = 99;
@@ -56,44 +44,89 @@ TEST_P(ViewAdvise, GetAdviseReturnsArgumentsOfSetAdvise) {
   EXPECT_EQ(static_cast<DWORD>(DVASPECT_CONTENT), aspects);
   EXPECT_EQ(static_cast<DWORD>(ADVF_ONLYONCE), flags);
   EXPECT_EQ(&m_sink, sink.p);
+  sink.Release();
   EXPECT_EQ(S_OK, view->GetAdvise(nullptr, nullptr, nullptr)) << "each may be left out";
-}
-
-TEST_P(ViewAdvise, CloseReleasesSink) {
-  ASSERT_EQ(S_OK, As<IViewObject>()->SetAdvise(DVASPECT_CONTENT, 0, &m_sink));
-  ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
+  EXPECT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
   EXPECT_EQ(0U, m_sink.References());
 }
 
-class HitTest : public EveryControlTest {};
-INSTANTIATE_FOR_EVERY_BIRTH(HitTest);
-
-TEST_P(HitTest, PointsAndRectanglesInsideBoundsHit) {
+TEST_P(ViewObject, PointsAndRectanglesInsideBoundsHit) {
   const auto view = As<IViewObjectEx>();
   const RECT bounds = {10, 10, 20, 20};
-  const auto point = [&](LONG x, LONG y) {
+  const auto point = [&](LONG x, LONG y, HRESULT expected, DWORD aspect) {
     DWORD result = 99;
-    EXPECT_EQ(S_OK, view->QueryHitPoint(DVASPECT_CONTENT, &bounds, {x, y}, 0, &result));
+    EXPECT_EQ(expected, view->QueryHitPoint(aspect, &bounds, {x, y}, 0, &result));
     return result;
   };
-  EXPECT_EQ(static_cast<DWORD>(HITRESULT_HIT), point(10, 19));
-  EXPECT_EQ(static_cast<DWORD>(HITRESULT_OUTSIDE), point(20, 19));
-  const auto rect = [&](const RECT& rc) {
+  const auto rect = [&](const RECT& rc, HRESULT expected, DWORD aspect) {
     DWORD result = 99;
-    EXPECT_EQ(S_OK, view->QueryHitRect(DVASPECT_CONTENT, &bounds, &rc, 0, &result));
+    EXPECT_EQ(expected, view->QueryHitRect(aspect, &bounds, &rc, 0, &result));
     return result;
   };
-  EXPECT_EQ(static_cast<DWORD>(HITRESULT_HIT), rect({0, 0, 11, 11}));
-  EXPECT_EQ(static_cast<DWORD>(HITRESULT_OUTSIDE), rect({0, 0, 10, 10}));
-  DWORD result = 99;
-  EXPECT_EQ(E_FAIL, view->QueryHitPoint(DVASPECT_ICON, &bounds, {15, 15}, 0, &result));
-  EXPECT_EQ(E_FAIL, view->QueryHitRect(DVASPECT_ICON, &bounds, &bounds, 0, &result));
+  constexpr DWORD kHit = HITRESULT_HIT;
+  constexpr DWORD kOutside = HITRESULT_OUTSIDE;
+  EXPECT_EQ(kHit, point(10, 19, S_OK, DVASPECT_CONTENT));
+  EXPECT_EQ(kOutside, point(20, 19, S_OK, DVASPECT_CONTENT));
+  EXPECT_EQ(kHit, rect({0, 0, 11, 11}, S_OK, DVASPECT_CONTENT));
+  EXPECT_EQ(kOutside, rect({0, 0, 10, 10}, S_OK, DVASPECT_CONTENT));
+  point(15, 15, E_FAIL, DVASPECT_ICON);
+  rect(bounds, E_FAIL, DVASPECT_ICON);
 }
 
-TEST_P(HitTest, ViewStatusIsTheDeclaredOne) {
+TEST_P(ViewObject, QuickActivateExchangesSiteSinkAndStatus) {
+  const auto quick = As<IQuickActivate>();
+  QACONTAINER container = {};
+  container.cbSize = sizeof(container);
+  container.pClientSite = &m_site;
+  QACONTROL control = {sizeof(control) - 1, 99, 99, 99, 99, 99};
+  EXPECT_EQ(E_INVALIDARG, quick->QuickActivate(&container, &control));
+  --container.cbSize;
+  ++control.cbSize;
+  EXPECT_EQ(E_INVALIDARG, quick->QuickActivate(&container, &control));
+  EXPECT_EQ(E_POINTER, quick->QuickActivate(nullptr, &control));
+  EXPECT_EQ(E_POINTER, quick->QuickActivate(&container, nullptr));
+  EXPECT_EQ(99U, control.dwViewStatus);
+  EXPECT_EQ(nullptr, Plate().m_spClientSite.p);
+  ++container.cbSize;
+  EXPECT_EQ(S_OK, quick->QuickActivate(&container, &control));
+  EXPECT_EQ(nullptr, Plate().m_spAdviseSink.p) << "the sink may be missing";
+  container.pAdviseSink = &m_sink;
+  EXPECT_EQ(S_OK, quick->QuickActivate(&container, &control));
+  EXPECT_EQ(sizeof(control), control.cbSize);
   DWORD status = 0;
+  EXPECT_EQ(S_OK, As<IOleObject>()->GetMiscStatus(DVASPECT_CONTENT, &status));
+  EXPECT_EQ(CPlate::_GetMiscStatus(), status);
+  EXPECT_EQ(status, control.dwMiscStatus);
   EXPECT_EQ(S_OK, As<IViewObjectEx>()->GetViewStatus(&status));
   EXPECT_EQ(static_cast<DWORD>(VIEWSTATUS_SOLIDBKGND | VIEWSTATUS_OPAQUE), status);
+  EXPECT_EQ(status, control.dwViewStatus);
+  EXPECT_EQ(0U, control.dwEventCookie) << "no events";
+  EXPECT_EQ(0U, control.dwPropNotifyCookie);
+  EXPECT_EQ(0U, control.dwPointerActivationPolicy);
+  EXPECT_EQ(static_cast<IOleClientSite*>(&m_site), Plate().m_spClientSite.p);
+  Change();
+  EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnViewChange"));
+}
+
+TEST_P(ViewObject, ExtentChangeCallsOnDataChange) {
+  FORMATETC format = {CF_METAFILEPICT, nullptr, DVASPECT_CONTENT, -1, TYMED_MFPICT};
+  const auto data = As<IDataObject>();
+  CComPtr<IEnumSTATDATA> connections;
+  EXPECT_EQ(OLE_E_NOCONNECTION, data->DUnadvise(1));
+  EXPECT_EQ(S_OK, data->EnumDAdvise(&connections));
+  EXPECT_EQ(nullptr, connections.p);
+  DWORD cookie = 0;
+  ASSERT_EQ(S_OK, data->DAdvise(&format, 0, &m_sink, &cookie));
+  EXPECT_EQ(S_OK, data->EnumDAdvise(&connections));
+  EXPECT_NE(nullptr, connections.p);
+  connections.Release();
+  SIZEL extent = {1000, 1000};
+  EXPECT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &extent));
+  EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnDataChange"));
+  EXPECT_EQ(S_OK, data->DUnadvise(cookie));
+  EXPECT_EQ(S_OK, Plate().SendOnDataChange());
+  EXPECT_THAT(m_sink.m_log.Take(), IsEmpty());
+  EXPECT_EQ(0U, m_sink.References());
 }
 
 }  // namespace
