@@ -21,6 +21,19 @@ std::wstring NotAvailable(const std::wstring& url) {
   return L"The file " + url + L" is not available for downloading.";
 }
 
+std::wstring NotALesson(const std::wstring& url) {
+  return L"The file " + url +
+         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
+}
+
+std::wstring CannotCreate(const std::wstring& path) {
+  return L"Unable to create the destination file " + path + L".";
+}
+
+std::wstring CannotWrite(const std::wstring& path) {
+  return L"Unable to write to the destination file " + path + L".";
+}
+
 LRESULT BarPosition(HWND window) {
   return SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0);
 }

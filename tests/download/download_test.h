@@ -1,9 +1,12 @@
 #pragma once
 
+#include <atlbase.h>
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "download/progress_dialog.h"
 #include "tests/download/progress_dialog_peer.h"
@@ -15,8 +18,13 @@
 /// Title of the dialog while it downloads.
 inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
 
-/// The message about a URL that cannot be fetched.
+/// The messages about a transfer that fails.
 std::wstring NotAvailable(const std::wstring& url);
+std::wstring NotALesson(const std::wstring& url);
+std::wstring CannotCreate(const std::wstring& path);
+std::wstring CannotWrite(const std::wstring& path);
+
+using Files = std::vector<std::wstring>;
 
 /// Where the dialog's progress bar stands.
 LRESULT BarPosition(HWND window);
@@ -49,6 +57,17 @@ class DownloadTest : public testing::Test {
 
  private:
   const LONG m_locksBefore;
+};
+
+/// An event that stays signalled. `Wait` fails the test after 20 seconds.
+class CTestEvent {
+ public:
+  bool Set() const { return SetEvent(m_event) != FALSE; }
+  bool IsSet() const { return WaitForSingleObject(m_event, 0) == WAIT_OBJECT_0; }
+  void Wait() const { EXPECT_EQ(WaitForSingleObject(m_event, 20000), WAIT_OBJECT_0); }
+
+ private:
+  const CHandle m_event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
 /// While it lives, a window that has nothing to do with the download is in the foreground.
