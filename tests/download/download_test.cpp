@@ -21,7 +21,7 @@ std::wstring NotAvailable(const std::wstring& url) {
   return L"The file " + url + L" is not available for downloading.";
 }
 
-std::wstring NotALesson(const std::wstring& url) {
+std::wstring NotAFolivoFile(const std::wstring& url) {
   return L"The file " + url +
          L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
 }
@@ -69,7 +69,11 @@ DownloadTest::DownloadTest() : m_locksBefore(g_module.GetLockCount()) {}
 
 DownloadTest::~DownloadTest() {
   EXPECT_TRUE(VisibleDialogs().empty());
-  WaitUntil("the module to be free of locks", [this] { return LocksTaken() == 0; });
+  AwaitWorkers();
+}
+
+void DownloadTest::AwaitWorkers() const {
+  WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
 }
 
 LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }

@@ -20,7 +20,7 @@ inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
 
 /// The messages about a transfer that fails.
 std::wstring NotAvailable(const std::wstring& url);
-std::wstring NotALesson(const std::wstring& url);
+std::wstring NotAFolivoFile(const std::wstring& url);
 std::wstring CannotCreate(const std::wstring& path);
 std::wstring CannotWrite(const std::wstring& path);
 
@@ -48,6 +48,8 @@ class DownloadTest : public testing::Test {
 
   /// How many more locks the module has than at the begin of the test.
   LONG LocksTaken() const;
+  /// Waits for the ends of the workers that were left behind.
+  void AwaitWorkers() const;
 
   std::wstring TempPath() const { return m_sandbox / L"temporary.qdk"; }
   std::wstring DestPath() const { return m_sandbox / L"Lesson.qdk"; }

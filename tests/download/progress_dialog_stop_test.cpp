@@ -8,53 +8,38 @@
 #include <wininet.h>
 
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "tests/download/download_test.h"
 #include "tests/download/failing_read.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
-#include "tests/support/user.h"
 
 namespace {
 
 class StoppedDownload : public DownloadTest {};
-
-std::vector<HINTERNET> g_closedInternet;
-bool g_fileWasClosedFirst;
-std::vector<bool> g_runningWhenClosed;
-CProgressDialog* g_stopped;
-HANDLE g_file;
-decltype(&CloseHandle) g_closeHandle;
-decltype(&InternetCloseHandle) g_closeInternet;
 
 TEST_F(StoppedDownload, ClosesFileThenRequestThenSessionOnce) {
   const ScriptedPath path(m_server, Lesson(1000));
   const auto dialog = Make(path.Url(L"a.qdk"));
   ASSERT_TRUE(dialog->PeekContent(L".qdk"));
   CProgressDialogPeer peer{*dialog};
-  const std::vector<HINTERNET> expected = {peer.Request(), peer.Session()};
-  g_file = peer.File();
-  g_stopped = dialog.get();
-  g_closedInternet.clear();
-  g_runningWhenClosed.clear();
-  const CImportPatch filePatch(
-      "kernel32.dll", "CloseHandle", +[](HANDLE handle) -> BOOL {
-        g_runningWhenClosed.push_back(CProgressDialogPeer{*g_stopped}.IsRunning());
-        return g_closeHandle(handle);
+  const std::vector<std::tuple<HINTERNET>> expected = {{peer.Request()}, {peer.Session()}};
+  const HANDLE openFile = peer.File();
+  const CImportSpy<&CloseHandle> file("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
+    EXPECT_FALSE(peer.IsRunning()) << "stopped before anything is closed";
+    return file.CallOriginal(handle);
+  });
+  const CImportSpy<&InternetCloseHandle> internet(
+      "wininet.dll", "InternetCloseHandle", [&](HINTERNET handle) {
+        EXPECT_EQ(file.Calls(), (std::vector<std::tuple<HANDLE>>{{openFile}}));
+        return internet.CallOriginal(handle);
       });
-  g_closeHandle = filePatch.Original<BOOL WINAPI(HANDLE)>();
-  const CImportPatch patch(
-      "wininet.dll", "InternetCloseHandle", +[](HINTERNET handle) -> BOOL {
-        DWORD flags = 0;
-        g_fileWasClosedFirst = !GetHandleInformation(g_file, &flags);
-        g_closedInternet.push_back(handle);
-        return g_closeInternet(handle);
-      });
-  g_closeInternet = patch.Original<BOOL WINAPI(HINTERNET)>();
   for (int i = 0; i < 2; ++i) {
     peer.StopDownload();
     EXPECT_FALSE(peer.IsRunning());
@@ -62,25 +47,16 @@ TEST_F(StoppedDownload, ClosesFileThenRequestThenSessionOnce) {
     EXPECT_EQ(peer.Request(), nullptr);
     EXPECT_EQ(peer.Session(), nullptr);
   }
-  EXPECT_TRUE(g_fileWasClosedFirst);
-  EXPECT_EQ(g_closedInternet, expected);
-  EXPECT_EQ(g_runningWhenClosed, std::vector<bool>{false}) << "stopped before anything is closed";
+  EXPECT_EQ(internet.Calls(), expected);
 }
 
-decltype(&CreateFileW) g_createFile;
-const CInterruption* g_interruption;
-
-TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned) {
-  const CImportPatch patch(
-      "kernel32.dll", "CreateFileW",
-      +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
-          DWORD attributes, HANDLE model) -> HANDLE {
-        const HANDLE file =
-            g_createFile(path, access, share, security, creation, attributes, model);
-        g_interruption->Arm();
-        return file;
-      });
-  g_createFile = patch.Original<decltype(CreateFileW)>();
+TEST_F(StoppedDownload, FileThatWasJustCreatedIsDeletedWhereverTheDialogIsAbandoned) {
+  const CInterruption* interruption = nullptr;
+  const CImportSpy<&CreateFileW> create("kernel32.dll", "CreateFileW", [&](auto... arguments) {
+    const HANDLE file = create.CallOriginal(arguments...);
+    interruption->Arm();
+    return file;
+  });
   // The dialog's wait for the file, on this same thread, is over at once.
   const CImportPatch clock(
       "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
@@ -93,7 +69,7 @@ TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned)
     const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
     CProgressDialogPeer peer{*dialog};
     const CInterruption dialogThread(instructions, [&] { peer.Abandon(); });
-    g_interruption = &dialogThread;
+    interruption = &dialogThread;
     peer.CreateTempFile();
     isReached = dialogThread.WasReached();
     peer.SetRunning(false);
@@ -103,95 +79,68 @@ TEST_F(StoppedDownload, FileThatIsJustMadeIsDeletedWhereverTheDialogIsAbandoned)
   EXPECT_GT(instructions, 10);
 }
 
-/// Holds the worker of a running dialog inside one system call, as a dead disk does. From then on
-/// it holds whoever looks for the file, or deletes it.
+/// Holds the worker of a running dialog inside one system call, as a dead disk does, until
+/// `Answer`. From then on it holds whoever looks for the file, or deletes it.
 class CDeadDisk {
  public:
   enum Call { kCreate, kWrite };
 
-  CDeadDisk(Call call, std::wstring file)
-      : m_create("kernel32.dll", "CreateFileW", &Create),
-        m_write("kernel32.dll", "WriteFile", &Write),
-        m_exists("shlwapi.dll", "PathFileExistsW", &Exists),
-        m_attributes("kernel32.dll", "SetFileAttributesW", &SetAttributes),
-        m_delete("kernel32.dll", "DeleteFileW", &Delete) {
-    s_create = m_create.Original<decltype(CreateFileW)>();
-    s_write = m_write.Original<decltype(WriteFile)>();
-    s_exists = m_exists.Original<decltype(PathFileExistsW)>();
-    s_attributes = m_attributes.Original<decltype(SetFileAttributesW)>();
-    s_delete = m_delete.Original<decltype(DeleteFileW)>();
-    s_call = call;
-    s_file = std::move(file);
-    s_reached.Close();
-    s_answer.Close();
-    s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    s_answer.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  }
+  CDeadDisk(Call call, const std::wstring& file)
+      : m_create("kernel32.dll", "CreateFileW",
+                 [=, this](LPCWSTR path, DWORD access, auto... others) {
+                   if (call == kCreate && path == file && access == GENERIC_WRITE) {
+                     Hold();
+                   }
+                   return m_create.CallOriginal(path, access, others...);
+                 }),
+        m_write("kernel32.dll", "WriteFile",
+                [=, this](auto... arguments) {
+                  if (call == kWrite) {
+                    Hold();
+                  }
+                  return m_write.CallOriginal(arguments...);
+                }),
+        m_exists("shlwapi.dll", "PathFileExistsW",
+                 [=, this](LPCWSTR path) {
+                   HoldOnceReached(path == file);
+                   return m_exists.CallOriginal(path);
+                 }),
+        m_attributes("kernel32.dll", "SetFileAttributesW",
+                     [=, this](LPCWSTR path, DWORD attributes) {
+                       HoldOnceReached(path == file);
+                       return m_attributes.CallOriginal(path, attributes);
+                     }),
+        m_delete("kernel32.dll", "DeleteFileW", [=, this](LPCWSTR path) {
+          HoldOnceReached(path == file);
+          return m_delete.CallOriginal(path);
+        }) {}
 
-  static void WaitUntilReached() {
-    EXPECT_EQ(WaitForSingleObject(s_reached, 20000), WAIT_OBJECT_0);
-  }
-  static void Answer() { SetEvent(s_answer); }
+  void WaitUntilReached() const { m_reached.Wait(); }
+  void Answer() const { m_answer.Set(); }
 
  private:
-  static void Hold() {
-    SetEvent(s_reached);
-    EXPECT_EQ(WaitForSingleObject(s_answer, 20000), WAIT_OBJECT_0)
-        << "the dialog waits for the disk";
+  void Hold() const {
+    m_reached.Set();
+    m_answer.Wait();
   }
-  static void HoldIfDead(LPCWSTR path) {
-    if (path == s_file && WaitForSingleObject(s_reached, 0) == WAIT_OBJECT_0) {
-      Hold();
+  void HoldOnceReached(bool isTheFile) const {
+    if (isTheFile && m_reached.IsSet()) {
+      m_answer.Wait();
     }
-  }
-  static BOOL WINAPI Exists(LPCWSTR path) {
-    HoldIfDead(path);
-    return s_exists(path);
-  }
-  static BOOL WINAPI SetAttributes(LPCWSTR path, DWORD attributes) {
-    HoldIfDead(path);
-    return s_attributes(path, attributes);
-  }
-  static BOOL WINAPI Delete(LPCWSTR path) {
-    HoldIfDead(path);
-    return s_delete(path);
-  }
-  static HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share,
-                              LPSECURITY_ATTRIBUTES security, DWORD creation, DWORD attributes,
-                              HANDLE model) {
-    if (s_call == kCreate && path == s_file && access == GENERIC_WRITE) {
-      Hold();
-    }
-    return s_create(path, access, share, security, creation, attributes, model);
-  }
-  static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                           LPOVERLAPPED overlapped) {
-    if (s_call == kWrite) {
-      Hold();
-    }
-    return s_write(file, data, size, written, overlapped);
   }
 
-  static inline decltype(&CreateFileW) s_create;
-  static inline decltype(&WriteFile) s_write;
-  static inline decltype(&PathFileExistsW) s_exists;
-  static inline decltype(&SetFileAttributesW) s_attributes;
-  static inline decltype(&DeleteFileW) s_delete;
-  static inline Call s_call;
-  static inline std::wstring s_file;
-  static inline CHandle s_reached;
-  static inline CHandle s_answer;
-  CImportPatch m_create;
-  CImportPatch m_write;
-  CImportPatch m_exists;
-  CImportPatch m_attributes;
-  CImportPatch m_delete;
+  CTestEvent m_reached;
+  CTestEvent m_answer;
+  const CImportSpy<&CreateFileW> m_create;
+  const CImportSpy<&WriteFile> m_write;
+  const CImportSpy<&PathFileExistsW> m_exists;
+  const CImportSpy<&SetFileAttributesW> m_attributes;
+  const CImportSpy<&DeleteFileW> m_delete;
 };
 
 TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
   CMessageRecorder messages;
-  const CImportPatch shell(
-      "shell32.dll", "ShellExecuteExW", +[](SHELLEXECUTEINFOW*) -> BOOL { return TRUE; });
+  const CLaunchRecorder shell;
   for (const CDeadDisk::Call call : {CDeadDisk::kCreate, CDeadDisk::kWrite}) {
     // The second finishes the download, and its worker is to be joined.
     for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
@@ -200,30 +149,30 @@ TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
       {
         const auto dialog = Make(path.Url(L"a.qdk"));
         const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-          CDeadDisk::WaitUntilReached();
+          disk.WaitUntilReached();
           PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
         });
         EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
       }
-      CDeadDisk::Answer();
-      WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
+      disk.Answer();
+      AwaitWorkers();
       EXPECT_TRUE(m_sandbox.Files().empty());
     }
   }
   EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneSaysNothing) {
+TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneReportsNothing) {
   CMessageRecorder messages;
   const CFailingRead read;
   const ScriptedPath path(m_server, Lesson(1000000));
   const auto dialog = Make(path.Url(L"a.qdk"), GetDesktopWindow());
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    CFailingRead::WaitUntilReached();
+    read.WaitUntilReached();
     PostMessageW(window, WM_COMMAND, IDOK, 0);
   });
   EXPECT_EQ(result, 1);
-  CFailingRead::FailAndWaitForTheWorker();
+  read.FailAndWaitForTheWorker();
   EXPECT_TRUE(messages.Take().empty());
 }
 

@@ -287,7 +287,7 @@ TEST_F(TransferStep, InvalidFirstChunkWithoutPreCheckIsReported) {
   CProgressDialogPeer peer{*dialog};
   ASSERT_TRUE(peer.Step());
   EXPECT_FALSE(peer.Step());
-  EXPECT_EQ(OnlyMessage(), NotALesson(url));
+  EXPECT_EQ(OnlyMessage(), NotAFolivoFile(url));
   EXPECT_EQ(peer.FileSize(), 0);
 }
 
