@@ -1,5 +1,5 @@
-// A server that asks for a password: the system's dialog asks the user, and the request is sent
-// again with the answer.
+// A server that asks for a password: the system's dialog asks the user, and the
+// request is sent again with the answer.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -18,7 +18,8 @@ namespace {
 
 class Credentials : public DownloadTest {
  protected:
-  /// Credentials are kept for the whole process and the server's name: each test has its own.
+  /// Credentials are kept for the whole process and the server's name: each
+  /// test has its own.
   Credentials() : m_password(L"pass " + std::to_wstring(++s_passwords)) {}
 
   PathScript ProtectedLesson() const {
@@ -27,8 +28,8 @@ class Credentials : public DownloadTest {
     return script;
   }
 
-  /// Answers the system's dialog by a password, or cancels it if that is empty. Its owner has the
-  /// title `owner`.
+  /// Answers the system's dialog by a password, or cancels it if that is empty.
+  /// Its owner has the title `owner`.
   static void Answer(const std::wstring& password, const std::wstring& owner = kDialogTitle) {
     constexpr int kUserEdit = 1027;
     constexpr int kPasswordEdit = 1028;
@@ -46,8 +47,9 @@ class Credentials : public DownloadTest {
  private:
   static inline int s_passwords = 0;
 
-  // These make this system's WinINet do what Windows' does: a success leaves no last error, and
-  // credentials that the user gave are kept for the server, not for the one request only.
+  // These make this system's WinINet do what Windows' does: a success leaves no
+  // last error, and credentials that the user gave are kept for the server, not
+  // for the one request only.
   const CImportSpy<&InternetOpenUrlW> m_open{
       "wininet.dll", "InternetOpenUrlW", [this](auto... arguments) {
         const auto request = m_open.CallOriginal(arguments...);

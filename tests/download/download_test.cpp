@@ -23,7 +23,8 @@ std::wstring NotAvailable(const std::wstring& url) {
 
 std::wstring NotAFolivoFile(const std::wstring& url) {
   return L"The file " + url +
-         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
+         L" is not a valid Folivo file. Please ensure that the link to the "
+         L"Folivo file is valid.";
 }
 
 std::wstring CannotCreate(const std::wstring& path) {

@@ -29,21 +29,24 @@ using Files = std::vector<std::wstring>;
 /// Where the dialog's progress bar stands.
 LRESULT BarPosition(HWND window);
 
-/// The results that were posted to this thread, as by a dialog without a window.
+/// The results that were posted to this thread, as by a dialog without a
+/// window.
 std::vector<WPARAM> TakePostedResults();
 
-/// Runs the dialog modally with a user: a thread that gets the window once it is visible. A dialog
-/// that the user leaves open and that does not end by itself is cancelled. Gives its result.
+/// Runs the dialog modally with a user: a thread that gets the window once it
+/// is visible. A dialog that the user leaves open and that does not end by
+/// itself is cancelled. Gives its result.
 INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)>& user);
 
-/// Lessons of a test server, downloaded into a folder of the test's own. At the end of each test no
-/// dialog is left, and nothing keeps the module loaded.
+/// Lessons of a test server, downloaded into a folder of the test's own. At the
+/// end of each test no dialog is left, and nothing keeps the module loaded.
 class DownloadTest : public testing::Test {
  protected:
   DownloadTest();
   ~DownloadTest() override;
 
-  /// A dialog whose temporary and final files lie in the sandbox; content rule ".qdk".
+  /// A dialog whose temporary and final files lie in the sandbox; content rule
+  /// ".qdk".
   CProgressDialog::Ptr Make(const std::wstring& url, HWND browserWindow = nullptr) const;
 
   /// How many more locks the module has than at the begin of the test.
@@ -72,7 +75,8 @@ class CTestEvent {
   const CHandle m_event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
-/// While it lives, a window that has nothing to do with the download is in the foreground.
+/// While it lives, a window that has nothing to do with the download is in the
+/// foreground.
 class CForeignForeground {
  public:
   CForeignForeground()
@@ -83,7 +87,8 @@ class CForeignForeground {
   CImportPatch m_patch;
 };
 
-/// The head of a lesson body, and a whole one: the head and `length` bytes of a pattern.
+/// The head of a lesson body, and a whole one: the head and `length` bytes of a
+/// pattern.
 inline constexpr char kLessonHead[] = "\x78\x9C";
 std::string LessonBytes(size_t length);
 /// The same as a server's answer.

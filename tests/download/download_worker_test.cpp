@@ -114,7 +114,8 @@ TEST_F(TransferWorker, CompleteBodyPostsOne) {
   EXPECT_TRUE(peer.IsComplete());
   peer.CloseFile();
   EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(300000));
-  // Yields behind the opening and three chunks; the end of the body is the last read.
+  // Yields behind the opening and three chunks; the end of the body is the last
+  // read.
   EXPECT_EQ(sleep.Calls(), std::vector(4, std::tuple(DWORD{0})));
   EXPECT_EQ(read.Calls().size(), 4u);
   for (const auto& call : read.Calls()) {
@@ -183,7 +184,8 @@ TEST_F(TransferWorker, OneThatIsLeftBehindInAWriteReportsNothingAndCleansUp) {
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-// What stands in for malloc and for the message box while memory is short: it must not allocate.
+// What stands in for malloc and for the message box while memory is short: it
+// must not allocate.
 size_t g_smallestFailing = SIZE_MAX;
 void* (*g_malloc)(size_t);
 int g_shown = 0;

@@ -7,7 +7,8 @@
 #include "tests/download/download_test.h"
 #include "tests/support/import_spy.h"
 
-/// Holds the worker of a running dialog inside its third read, which then fails.
+/// Holds the worker of a running dialog inside its third read, which then
+/// fails.
 class CFailingRead {
  public:
   void WaitUntilReached() const { m_reached.Wait(); }

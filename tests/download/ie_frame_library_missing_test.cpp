@@ -1,5 +1,5 @@
-// Without the browser's functions for saving outside its protected mode: run once without the
-// library and once with a library that has none of them.
+// Without the browser's functions for saving outside its protected mode: run
+// once without the library and once with a library that has none of them.
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -1,17 +1,15 @@
-// The pre-check: the first bytes of the body are fetched and checked before there is a dialog.
+// The pre-check: the first bytes of the body are fetched and checked before
+// there is a dialog.
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "tests/download/download_test.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/parallel.h"
-#include "tests/support/process_counts.h"
 #include "tests/support/scripted_path.h"
 
 namespace {
@@ -23,23 +21,6 @@ constexpr ULONGLONG kTickMs = 20;
 class PeekContent : public DownloadTest {
  protected:
   CMessageRecorder m_messages;
-};
-
-/// Makes the time limit 300 ms instead of the 25 s asked for.
-class CShortLimit {
- public:
-  size_t Starts() const { return m_timer.Calls().size(); }
-
- private:
-  const CImportSpy<&SetWaitableTimer> m_timer{
-      "kernel32.dll", "SetWaitableTimer",
-      [this](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
-        EXPECT_EQ(due->QuadPart, -250000000);
-        EXPECT_EQ(period, 0);
-        LARGE_INTEGER soon = {};
-        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
-        return m_timer.CallOriginal(timer, &soon, period, others...);
-      }};
 };
 
 TEST_F(PeekContent, GenuineFirstBytesAreKeptAndTheRequestStaysOpen) {
@@ -59,33 +40,14 @@ TEST_F(PeekContent, GenuineFirstBytesAreKeptAndTheRequestStaysOpen) {
   EXPECT_TRUE(m_messages.Take().empty());
 }
 
-TEST_F(PeekContent, ContentIsCheckedByTheGivenExtension) {
-  struct {
-    LPCWSTR extension;
-    std::string body;
-    bool valid;
-  } const cases[] = {
-      {L".qdk", "\x78", false},
-      {L".qdk", kLessonHead, true},
-      {L".QDK", kLessonHead + std::string(798, 'x'), true},
-      {L".qdk", kLessonHead + std::string(799, 'x'), true},
-      {L".folivo", kLessonHead, false},
-      {L".folivo", "PK\x03\x04", true},
-      {L"", kLessonHead, false},
-  };
-  for (const auto& c : cases) {
-    const ScriptedPath path(m_server, HttpAnswer().Bytes(c.body));
-    const auto dialog = Make(path.Url(L"a"));
-    EXPECT_EQ(dialog->PeekContent(c.extension), c.valid) << c.extension << " " << c.body;
-    EXPECT_EQ(CProgressDialogPeer{*dialog}.FileSize(),
-              c.valid ? static_cast<LONGLONG>(std::min<size_t>(c.body.size(), 800)) : 0);
-  }
+TEST_F(PeekContent, OtherContentIsLeftToTheBrowser) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("no lesson"));
+  EXPECT_FALSE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_TRUE(m_messages.Take().empty());
-  EXPECT_TRUE(m_sandbox.Files().empty()) << "each deleted with its dialog";
+  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 TEST_F(PeekContent, FailureGivesOneMessageAtOnce) {
-  const ScriptedPath lesson(m_server, Lesson(5000));
   const ScriptedPath missing(m_server, HttpAnswer().Status(404));
   for (const std::wstring& url : {missing.Url(L"a.qdk"), std::wstring(L"http://127.0.0.1:1/a")}) {
     const ULONGLONG start = GetTickCount64();
@@ -95,16 +57,6 @@ TEST_F(PeekContent, FailureGivesOneMessageAtOnce) {
   }
   EXPECT_EQ(missing.Requests().size(), 1u);
   EXPECT_TRUE(TakePostedResults().empty());
-  {
-    const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [](auto...) { return FALSE; });
-    EXPECT_FALSE(Make(lesson.Url(L"a.qdk"))->PeekContent(L".qdk"));
-    EXPECT_EQ(m_messages.TakeTexts(), std::vector{CannotWrite(TempPath())});
-  }
-  EXPECT_TRUE(m_sandbox.Files().empty());
-  const CHandle inUse(CreateFileW(m_sandbox.Write(L"temporary.qdk", "old").c_str(), GENERIC_READ, 0,
-                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  EXPECT_FALSE(Make(lesson.Url(L"a.qdk"))->PeekContent(L".qdk"));
-  EXPECT_EQ(m_messages.TakeTexts(), std::vector{CannotCreate(TempPath())});
 }
 
 TEST_F(PeekContent, MessageIsOwnedByTheBrowsersWindow) {
@@ -134,48 +86,14 @@ TEST_F(PeekContent, MessageIsShownBeforeTheEventIsSignalled) {
   EXPECT_EQ(message.Calls().size(), 1u);
 }
 
-TEST_F(PeekContent, WithoutItsTimerOrEventNothingIsRequested) {
+TEST_F(PeekContent, WithoutATimeLimitNothingIsRequested) {
   const ScriptedPath path(m_server, Lesson(5000));
-  const auto expectNothing = [&] {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_FALSE(dialog->PeekContent(L".qdk"));
-    EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsPeeking());
-    EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsOpened());
-  };
-  {
-    const CImportSpy<&SetWaitableTimer> spy("kernel32.dll", "SetWaitableTimer",
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const CImportSpy<&SetWaitableTimer> limit("kernel32.dll", "SetWaitableTimer",
                                             [](auto...) { return FALSE; });
-    expectNothing();
-  }
-  {
-    const CImportSpy<&CreateWaitableTimerW> spy("kernel32.dll", "CreateWaitableTimerW",
-                                                [](auto...) { return nullptr; });
-    expectNothing();
-  }
-  {
-    const CImportSpy<&CreateEventW> spy("kernel32.dll", "CreateEventW",
-                                        [](auto...) { return nullptr; });
-    expectNothing();
-  }
+  EXPECT_FALSE(dialog->PeekContent(L".qdk"));
+  EXPECT_FALSE(CProgressDialogPeer{*dialog}.IsPeeking());
   EXPECT_TRUE(path.Requests().empty());
-}
-
-TEST_F(PeekContent, LeavesNoHandles) {
-  const ScriptedPath good(m_server, Lesson(5000));
-  const ScriptedPath bad(m_server, HttpAnswer().Bytes("no lesson").Pattern(1, 5000));
-  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
-  const auto peekAll = [&] {
-    for (const ScriptedPath* path : {&good, &bad, &missing}) {
-      Make(path->Url(L"a.qdk"))->PeekContent(L".qdk");
-    }
-  };
-  peekAll();
-  const int before = CountHandles();
-  for (int i = 0; i < 30; ++i) {
-    peekAll();
-  }
-  EXPECT_LE(CountHandles(), before + 5);
-  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 /// Processor time of this thread, in units of 100 ns.
@@ -189,7 +107,15 @@ DWORD ThreadTime() {
 }
 
 TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
-  const CShortLimit limit;
+  const CImportSpy<&SetWaitableTimer> limit(
+      "kernel32.dll", "SetWaitableTimer",
+      [&](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
+        EXPECT_EQ(due->QuadPart, -250000000) << "25 s";
+        EXPECT_EQ(period, 0);
+        LARGE_INTEGER soon = {};
+        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
+        return limit.CallOriginal(timer, &soon, period, others...);
+      });
   const ScriptedPath path(m_server, HttpAnswer());
   const auto dialog = Make(path.Url(L"a.qdk"));
   const ULONGLONG start = GetTickCount64();
@@ -197,27 +123,9 @@ TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
   EXPECT_FALSE(dialog->PeekContent(L".qdk"));
   EXPECT_LT(ThreadTime() - used, 10000 * kLimitMs / 2) << "leaves the processor to others";
   EXPECT_GE(GetTickCount64() - start, kLimitMs - kTickMs);
-  EXPECT_EQ(limit.Starts(), 1u);
+  EXPECT_EQ(limit.Calls().size(), 1u);
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_EQ(path.Requests().size(), 1u);
-}
-
-TEST_F(PeekContent, TimeLimitCountsAfterACallThatBlockedBeyondIt) {
-  const CShortLimit limit;
-  for (const std::string& point :
-       {std::string(http_point::kBeforeHeaders), http_point::BodyByte(1)}) {
-    const ScriptedPath path(m_server, Lesson(5000).Hold(point));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    const CParallel server([&] {
-      EXPECT_TRUE(path.WaitForHeld(point));
-      Sleep(kLimitMs + 100);  // the time limit itself is what is waited for
-      path.AllowAll();
-    });
-    // Held before the headers, the limit ends the loop before the first read; held in the body, the
-    // read that blocks still counts.
-    EXPECT_EQ(dialog->PeekContent(L".qdk"), point != http_point::kBeforeHeaders);
-  }
-  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 }  // namespace

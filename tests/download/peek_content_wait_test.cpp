@@ -1,6 +1,7 @@
-// How the pre-check waits: between any two steps it looks for the time limit, its event and the
-// user's clicks, and never blocks in that look.
+// How the pre-check waits: between any two steps it looks for the time limit,
+// its event and the user's clicks, and never blocks in that look.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -12,9 +13,13 @@
 
 namespace {
 
+using testing::ElementsAre;
+using testing::FieldsAre;
+
 class PeekContentWait : public DownloadTest {
  protected:
-  /// Whether a pre-check whose waits answer so takes its first bytes for genuine.
+  /// Whether a pre-check whose waits answer so takes its first bytes for
+  /// genuine.
   bool Peek(std::vector<DWORD> answers) const {
     const CImportSpy<&MsgWaitForMultipleObjects> wait(
         "user32.dll", "MsgWaitForMultipleObjects",
@@ -93,17 +98,8 @@ TEST_F(PeekContentWait, LooksForTimerEventAndClicksWithoutBlocking) {
   EXPECT_FALSE(dialog->PeekContent(L".fvk"));
   EXPECT_EQ(wait.Calls().size(), 1u) << "a wait that fails ends the loop";
   EXPECT_EQ(start.Calls().size(), 1u);
-  ASSERT_EQ(createEvent.Calls().size(), 1u);
-  const auto [eventSecurity, eventStays, isSignalled, eventName] = createEvent.Calls()[0];
-  EXPECT_EQ(eventSecurity, nullptr);
-  EXPECT_TRUE(eventStays);
-  EXPECT_FALSE(isSignalled);
-  EXPECT_EQ(eventName, nullptr);
-  ASSERT_EQ(createTimer.Calls().size(), 1u);
-  const auto [timerSecurity, timerStays, timerName] = createTimer.Calls()[0];
-  EXPECT_EQ(timerSecurity, nullptr);
-  EXPECT_FALSE(timerStays);
-  EXPECT_EQ(timerName, nullptr);
+  EXPECT_THAT(createEvent.Calls(), ElementsAre(FieldsAre(nullptr, TRUE, FALSE, nullptr)));
+  EXPECT_THAT(createTimer.Calls(), ElementsAre(FieldsAre(nullptr, FALSE, nullptr)));
   EXPECT_TRUE(m_sandbox.Files().empty()) << "no step was made";
 }
 

@@ -17,8 +17,8 @@ namespace {
 
 class Delivery : public DownloadTest {
  protected:
-  /// Downloads a small lesson to `target`, which ends with the result 1, without a message and
-  /// without the temporary file.
+  /// Downloads a small lesson to `target`, which ends with the result 1,
+  /// without a message and without the temporary file.
   void DownloadTo(const std::wstring& target) {
     SCOPED_TRACE(testing::PrintToString(target));
     const ScriptedPath path(m_server, Lesson(1000));
@@ -47,8 +47,9 @@ TEST_F(Delivery, MissingFolderIsNotReported) {
   }
 }
 
-/// A result that comes early, while the worker fails: inside its read, or where it has come to the
-/// deletion behind that. The worker ends before the file is copied.
+/// A result that comes early, while the worker fails: inside its read, or where
+/// it has come to the deletion behind that. The worker ends before the file is
+/// copied.
 TEST_F(Delivery, EarlyResultDeliversWhereverTheWorkerIs) {
   for (const bool inTheRead : {true, false}) {
     const CFailingRead read;

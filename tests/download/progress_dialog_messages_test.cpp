@@ -1,5 +1,6 @@
-// The download dialog's message map, driven directly, and the shape of the object. The window is no
-// dialog, so that messages can be sent that come after the dialog's end.
+// The download dialog's message map, driven directly, and the shape of the
+// object. The window is no dialog, so that messages can be sent that come after
+// the dialog's end.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -63,7 +64,8 @@ class ProgressDialogMessages : public DownloadTest {
     EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
   }
 
-  /// Has a worker write to the file: the file is out of the dialog's reach until `EndWrite`.
+  /// Has a worker write to the file: the file is out of the dialog's reach
+  /// until `EndWrite`.
   HANDLE BeginWrite() const {
     const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
     Peer().SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -87,7 +89,8 @@ TEST_F(ProgressDialogMessages, ResultsAreHandledAndTheQuestionOfTheSameNumberIsN
 }
 
 TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack) {
-  // The dialog pauses without a system call, so that all its instructions are counted.
+  // The dialog pauses without a system call, so that all its instructions are
+  // counted.
   const CImportPatch pause("kernel32.dll", "SwitchToThread", +[]() -> BOOL { return FALSE; });
   constexpr int kBehindTheFirstLooks = 150;
   for (int instructions = 1; instructions < kBehindTheFirstLooks; ++instructions) {
@@ -126,7 +129,8 @@ decltype(&CreateFileW) g_createFile;
 const CInterruption* g_cancel;
 
 TEST_F(ProgressDialogMessages, FileThatIsCreatedAfterCancelIsDeletedAlthoughTheDialogGoesFirst) {
-  // Not by spies, which allocate: the dialog's thread may interrupt an allocation.
+  // Not by spies, which allocate: the dialog's thread may interrupt an
+  // allocation.
   const CImportPatch create(
       "kernel32.dll", "CreateFileW",
       +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
@@ -172,13 +176,6 @@ TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
   Send(WM_USER, 1);
   EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
   EXPECT_EQ(Results(), (Ends{1, 1}));
-}
-
-TEST_F(ProgressDialogMessages, ResultWithoutAnOpenFileDeliversNothing) {
-  Download();
-  Peer().CloseFile();
-  Send(WM_USER, 1);
-  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
 }
 
 TEST_F(ProgressDialogMessages, FailureDeletesTheFileAndASecondOneChangesNothing) {
@@ -266,7 +263,8 @@ TEST_F(ProgressDialogObject, DestructorSignalsAndClosesThePreChecksEvent) {
 TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
-  // The last of the destructor's two places with this compiler is the deleting one.
+  // The last of the destructor's two places with this compiler is the deleting
+  // one.
   constexpr int kDeletingDestructor = 2;
   CProgressDialog* const dialog = std::make_unique<CProgressDialog>(
                                       L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)

@@ -1,4 +1,5 @@
-// Stopping a download that is under way.
+// Stopping a download that is under way: the dialog ends at once whatever server and disk do, and
+// nothing is left in the end.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -7,6 +8,7 @@
 #include <shlwapi.h>
 #include <wininet.h>
 
+#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -19,8 +21,90 @@
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
+#include "tests/support/user.h"
 
 namespace {
+
+/// How long a cancelled dialog may take to be gone, on a busy machine.
+constexpr DWORD kAtOnceMs = 10000;
+
+const std::string kNoAnswer(http_point::kBeforeHeaders);
+
+class CancelledDownload : public DownloadTest {
+ protected:
+  /// Runs a dialog and cancels it once the server holds `point`.
+  void CancelAt(
+      CProgressDialog& dialog, const ScriptedPath& path, const std::string& point,
+      void (*cancel)(HWND) = [](HWND window) { Click(window, IDCANCEL); }) {
+    const INT_PTR result = RunDialog(dialog, [&](HWND window) {
+      EXPECT_TRUE(path.WaitForHeld(point));
+      cancel(window);
+      WaitUntilGone(window, kAtOnceMs);
+    });
+    EXPECT_EQ(result, 2);
+  }
+
+  CMessageRecorder m_messages;
+};
+
+TEST_F(CancelledDownload, ServerThatNeverAnswersHoldsNobodyUp) {
+  const ScriptedPath path(m_server, Lesson(1000).Hold(kNoAnswer));
+  std::weak_ptr<CProgressDialog> watched;
+  {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    watched = dialog->weak_from_this();
+    CancelAt(*dialog, path, kNoAnswer);
+    const CProgressDialogPeer peer{*dialog};
+    EXPECT_FALSE(peer.HasThread());
+    EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(peer.Request(), nullptr);
+    EXPECT_EQ(peer.Session(), nullptr);
+  }
+  EXPECT_FALSE(watched.expired()) << "the worker still uses it";
+  EXPECT_EQ(LocksTaken(), 1);
+  path.AllowAll();
+  EXPECT_TRUE(path.WaitForEnd());
+  AwaitWorkers();
+  EXPECT_TRUE(watched.expired());
+  EXPECT_TRUE(m_sandbox.Files().empty());
+  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_TRUE(TakePostedResults().empty());
+}
+
+TEST_F(CancelledDownload, EveryWayToCancelDeletesTheFileOfAStalledBody) {
+  const std::string inTheBody = http_point::BodyByte(400000);
+  void (*const ways[])(HWND) = {
+      [](HWND window) { Click(window, IDCANCEL); },
+      [](HWND window) { Close(window); },
+      [](HWND window) { PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1); },
+  };
+  m_sandbox.Write(L"Lesson.qdk", "old");
+  for (const auto way : ways) {
+    const ScriptedPath path(m_server, Lesson(1000000).Hold(inTheBody));
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    CancelAt(*dialog, path, inTheBody, way);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
+    EXPECT_EQ(ReadFileBytes(DestPath()), "old");
+    path.AllowAll();
+  }
+  EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(CancelledDownload, WorkerThatIsLeftBehindNeverCreatesAFile) {
+  const HttpAnswer answers[] = {Lesson(100000), HttpAnswer().Status(404),
+                                HttpAnswer().Bytes("no lesson")};
+  for (HttpAnswer answer : answers) {
+    const ScriptedPath path(m_server, answer.Hold(kNoAnswer));
+    CancelAt(*Make(path.Url(L"a.qdk")), path, kNoAnswer);
+    // The name is free again, and another download may use it.
+    m_sandbox.Write(L"temporary.qdk", "another download");
+    path.AllowAll();
+    AwaitWorkers();
+    EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
+    DeleteFileW(TempPath().c_str());
+  }
+  EXPECT_TRUE(m_messages.Take().empty());
+}
 
 class StoppedDownload : public DownloadTest {};
 
@@ -79,82 +163,51 @@ TEST_F(StoppedDownload, FileThatWasJustCreatedIsDeletedWhereverTheDialogIsAbando
   EXPECT_GT(instructions, 10);
 }
 
-/// Holds the worker of a running dialog inside one system call, as a dead disk does, until
-/// `Answer`. From then on it holds whoever looks for the file, or deletes it.
-class CDeadDisk {
- public:
-  enum Call { kCreate, kWrite };
-
-  CDeadDisk(Call call, const std::wstring& file)
-      : m_create("kernel32.dll", "CreateFileW",
-                 [=, this](LPCWSTR path, DWORD access, auto... others) {
-                   if (call == kCreate && path == file && access == GENERIC_WRITE) {
-                     Hold();
-                   }
-                   return m_create.CallOriginal(path, access, others...);
-                 }),
-        m_write("kernel32.dll", "WriteFile",
-                [=, this](auto... arguments) {
-                  if (call == kWrite) {
-                    Hold();
-                  }
-                  return m_write.CallOriginal(arguments...);
-                }),
-        m_exists("shlwapi.dll", "PathFileExistsW",
-                 [=, this](LPCWSTR path) {
-                   HoldOnceReached(path == file);
-                   return m_exists.CallOriginal(path);
-                 }),
-        m_attributes("kernel32.dll", "SetFileAttributesW",
-                     [=, this](LPCWSTR path, DWORD attributes) {
-                       HoldOnceReached(path == file);
-                       return m_attributes.CallOriginal(path, attributes);
-                     }),
-        m_delete("kernel32.dll", "DeleteFileW", [=, this](LPCWSTR path) {
-          HoldOnceReached(path == file);
-          return m_delete.CallOriginal(path);
-        }) {}
-
-  void WaitUntilReached() const { m_reached.Wait(); }
-  void Answer() const { m_answer.Set(); }
-
- private:
-  void Hold() const {
-    m_reached.Set();
-    m_answer.Wait();
-  }
-  void HoldOnceReached(bool isTheFile) const {
-    if (isTheFile && m_reached.IsSet()) {
-      m_answer.Wait();
-    }
-  }
-
-  CTestEvent m_reached;
-  CTestEvent m_answer;
-  const CImportSpy<&CreateFileW> m_create;
-  const CImportSpy<&WriteFile> m_write;
-  const CImportSpy<&PathFileExistsW> m_exists;
-  const CImportSpy<&SetFileAttributesW> m_attributes;
-  const CImportSpy<&DeleteFileW> m_delete;
-};
-
+/// The worker is held inside one system call, as by a dead disk. From then on
+/// the disk holds whoever looks for the file, or deletes it.
 TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
   CMessageRecorder messages;
   const CLaunchRecorder shell;
-  for (const CDeadDisk::Call call : {CDeadDisk::kCreate, CDeadDisk::kWrite}) {
+  for (const bool inTheWrite : {false, true}) {
     // The second finishes the download, and its worker is to be joined.
     for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
+      const CTestEvent reached;
+      const CTestEvent answer;
+      const auto hold = [&](bool isReached) {
+        if (isReached) {
+          reached.Set();
+          answer.Wait();
+        }
+      };
+      const auto holdLater = [&](LPCWSTR path) { hold(path == TempPath() && reached.IsSet()); };
+      const CImportSpy<&CreateFileW> create(
+          "kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... others) {
+            hold(!inTheWrite && path == TempPath() && access == GENERIC_WRITE);
+            return create.CallOriginal(path, access, others...);
+          });
+      const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
+        hold(inTheWrite);
+        return write.CallOriginal(arguments...);
+      });
+      const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW",
+                                                [&](LPCWSTR path) {
+                                                  holdLater(path);
+                                                  return exists.CallOriginal(path);
+                                                });
+      const CImportSpy<&DeleteFileW> remove("kernel32.dll", "DeleteFileW", [&](LPCWSTR path) {
+        holdLater(path);
+        return remove.CallOriginal(path);
+      });
       const ScriptedPath path(m_server, Lesson(1000));
-      const CDeadDisk disk(call, TempPath());
       {
         const auto dialog = Make(path.Url(L"a.qdk"));
         const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-          disk.WaitUntilReached();
+          reached.Wait();
           PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
         });
         EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
       }
-      disk.Answer();
+      answer.Set();
       AwaitWorkers();
       EXPECT_TRUE(m_sandbox.Files().empty());
     }

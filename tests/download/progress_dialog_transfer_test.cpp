@@ -1,11 +1,14 @@
 // The steps of a transfer, driven one by one without a window.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <wininet.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/download/transfer_step.h"
@@ -15,57 +18,44 @@
 namespace {
 
 constexpr DWORD kPeekSize = 800;
-constexpr wchar_t kNoServer[] = L"http://127.0.0.1:1/a.qdk";
+
+using testing::_;
+using testing::Each;
+using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::StrEq;
 
 TEST_F(TransferStep, FirstOneOpensSessionRequestAndFile) {
   m_sandbox.Write(L"temporary.qdk", "something old");
-  const CImportSpy<&InternetOpenW> session("wininet.dll", "InternetOpenW",
-                                           [&](LPCWSTR agent, auto... others) {
-                                             EXPECT_STREQ(agent, L"FolivoAX");
-                                             return session.CallOriginal(agent, others...);
-                                           });
-  const CImportSpy<&InternetSetOptionW> option(
-      "wininet.dll", "InternetSetOptionW",
-      [&](HINTERNET handle, DWORD number, LPVOID value, DWORD size) {
-        EXPECT_EQ(*static_cast<const DWORD*>(value), 25000u);
-        return option.CallOriginal(handle, number, value, size);
-      });
-  const CImportSpy<&CreateFileW> file("kernel32.dll", "CreateFileW",
-                                      [&](LPCWSTR path, auto... others) {
-                                        EXPECT_EQ(path, TempPath());
-                                        return file.CallOriginal(path, others...);
-                                      });
   const ScriptedPath path(m_server, Lesson(1000));
   const auto dialog = Make(path.Url(L"a.qdk"));
   CProgressDialogPeer peer{*dialog};
+  const CImportSpy<&InternetOpenW> session("wininet.dll", "InternetOpenW");
+  const CImportSpy<&InternetSetOptionW> option(
+      "wininet.dll", "InternetSetOptionW", [&](HINTERNET handle, DWORD, LPVOID value, DWORD) {
+        EXPECT_EQ(handle, peer.Session());
+        EXPECT_EQ(*static_cast<const DWORD*>(value), 25000u);
+        return TRUE;
+      });
+  const CImportSpy<&CreateFileW> file("kernel32.dll", "CreateFileW");
   EXPECT_TRUE(peer.Step());
   EXPECT_TRUE(peer.IsOpened());
   EXPECT_TRUE(peer.IsCheckPending());
   EXPECT_EQ(peer.FileSize(), 0);
-
-  ASSERT_EQ(session.Calls().size(), 1u);
-  const auto [agent, access, proxy, bypass, flags] = session.Calls()[0];
-  EXPECT_EQ(access, static_cast<DWORD>(INTERNET_OPEN_TYPE_PRECONFIG)) << "the user's proxy";
-  EXPECT_EQ(proxy, nullptr);
-  EXPECT_EQ(bypass, nullptr);
-  EXPECT_EQ(flags, 0u);
-  ASSERT_EQ(option.Calls().size(), 1u);
-  const auto [handle, number, value, size] = option.Calls()[0];
-  EXPECT_EQ(handle, peer.Session());
-  EXPECT_EQ(number, static_cast<DWORD>(INTERNET_OPTION_CONNECT_TIMEOUT));
-  EXPECT_EQ(size, 4u);
-  ASSERT_EQ(path.Requests().size(), 1u);
-  EXPECT_EQ(path.Requests()[0].Header("User-Agent"), "FolivoAX");
-  EXPECT_EQ(path.Requests()[0].method, "GET");
-  ASSERT_EQ(file.Calls().size(), 1u);
-  const auto [name, rights, share, security, creation, attributes, model] = file.Calls()[0];
-  EXPECT_EQ(rights, GENERIC_WRITE);
-  EXPECT_EQ(share, 0u);
-  EXPECT_EQ(security, nullptr);
-  EXPECT_EQ(creation, static_cast<DWORD>(CREATE_ALWAYS));
-  EXPECT_EQ(attributes, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL));
-  EXPECT_EQ(model, nullptr);
   EXPECT_TRUE(m_messages.Take().empty());
+
+  EXPECT_THAT(session.Calls(),
+              ElementsAre(FieldsAre(StrEq(L"FolivoAX"), DWORD{INTERNET_OPEN_TYPE_PRECONFIG},
+                                    nullptr, nullptr, 0u)));
+  EXPECT_THAT(option.Calls(),
+              ElementsAre(FieldsAre(_, DWORD{INTERNET_OPTION_CONNECT_TIMEOUT}, _, 4u)));
+  EXPECT_THAT(file.Calls(),
+              ElementsAre(FieldsAre(StrEq(TempPath()), DWORD{GENERIC_WRITE}, 0u, nullptr,
+                                    DWORD{CREATE_ALWAYS}, DWORD{FILE_ATTRIBUTE_NORMAL}, nullptr)));
+  const auto requests = path.Requests();
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].Header("User-Agent"), "FolivoAX");
+  EXPECT_EQ(requests[0].method, "GET");
 }
 
 TEST_F(TransferStep, EveryOtherStatusIsAccepted) {
@@ -79,20 +69,15 @@ TEST_F(TransferStep, EveryOtherStatusIsAccepted) {
   }
 }
 
-/// A failure is reported by one message. It ends the worker, and under the pre-check signals the
-/// event.
-class FailedStep : public TransferStep {
+/// A failure is reported by one message. It ends the worker, and under the
+/// pre-check signals the event.
+class FailedTransferStep : public TransferStep {
  protected:
-  /// What else a failure shows. A refusal posts the worker's result at once, and fails the step
+  /// The step behind `steps` successful ones fails, with and without the
+  /// pre-check. A refusal posts the worker's result at once, and fails the step
   /// under the pre-check too.
-  struct CExpected {
-    std::wstring message;
-    bool isRefusal = false;
-    Files files;
-  };
-
-  /// The step behind `steps` successful ones fails, with and without the pre-check.
-  void Expect(const CExpected& expected, const std::wstring& url, int steps = 0) {
+  void Expect(const std::wstring& message, const std::wstring& url, int steps = 0,
+              bool isRefusal = false) {
     for (const bool peeking : {false, true}) {
       SCOPED_TRACE(testing::Message() << url << (peeking ? ", pre-check" : ""));
       const auto dialog = Make(url);
@@ -103,87 +88,64 @@ class FailedStep : public TransferStep {
       for (int i = 0; i < steps; ++i) {
         ASSERT_TRUE(peer.Step(1000));
       }
-      EXPECT_EQ(peer.Step(1000), peeking && !expected.isRefusal);
-      EXPECT_EQ(OnlyMessage(), expected.message);
+      EXPECT_EQ(peer.Step(1000), peeking && !isRefusal);
+      EXPECT_EQ(OnlyMessage(), message);
       EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
-      const bool posts = expected.isRefusal && !peeking;
+      const bool posts = isRefusal && !peeking;
       EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>(posts ? 1 : 0, 3));
       EXPECT_EQ(peer.IsFinished(), posts);
       EXPECT_EQ(peer.IsOpened(), steps > 0);
       EXPECT_EQ(peer.IsValid(), steps > 1);
-      EXPECT_EQ(m_sandbox.Files(), expected.files);
+      EXPECT_EQ(m_sandbox.Files(), steps > 0 ? Files{L"temporary.qdk"} : Files());
     }
     EXPECT_TRUE(m_sandbox.Files().empty()) << "its file is deleted with the dialog";
   }
+
+  const ScriptedPath m_path{m_server, Lesson(5000)};
+  const std::wstring m_url = m_path.Url(L"a.qdk");
 };
 
-TEST_F(FailedStep, ExactlyFiveStatusesAreRefused) {
+TEST_F(FailedTransferStep, ExactlyFiveStatusesAreRefused) {
   for (const int status : {204, 403, 404, 410, 500}) {
     const ScriptedPath path(m_server, HttpAnswer().Status(status));
-    const std::wstring url = path.Url(L"a.qdk");
-    Expect({.message = NotAvailable(url), .isRefusal = true, .files = {}}, url);
+    Expect(NotAvailable(path.Url(L"a.qdk")), path.Url(L"a.qdk"), 0, true);
   }
-}
-
-TEST_F(FailedStep, FailedStatusQueryIsARefusal) {
-  const ScriptedPath path(m_server, Lesson(10));
-  const std::wstring url = path.Url(L"a.qdk");
   const CImportSpy<&HttpQueryInfoW> query("wininet.dll", "HttpQueryInfoW",
                                           [](auto...) { return FALSE; });
-  Expect({.message = NotAvailable(url), .isRefusal = true, .files = {}}, url);
+  Expect(NotAvailable(m_url), m_url, 0, true);
 }
 
-TEST_F(FailedStep, UrlWithoutAServerIsReportedAsItIs) {
+TEST_F(FailedTransferStep, UrlWithoutAServerIsReportedAsItIs) {
   const CImportSpy<&InternetErrorDlg> error("wininet.dll", "InternetErrorDlg");
-  for (const LPCWSTR url : {kNoServer, L"", L"nonsense", L"100%s%n", L"http://"}) {
-    Expect({.message = NotAvailable(url), .files = {}}, url);
+  for (const LPCWSTR url : {L"http://127.0.0.1:1/a.qdk", L"", L"100%s%n", L"http://"}) {
+    Expect(NotAvailable(url), url);
   }
   EXPECT_TRUE(error.Calls().empty()) << "there is no request";
 }
 
-TEST_F(FailedStep, FileThatCannotBeCreatedIsReported) {
-  const ScriptedPath path(m_server, Lesson(10));
+TEST_F(FailedTransferStep, FileThatCannotBeCreatedIsReported) {
   CreateDirectoryW(TempPath().c_str(), nullptr);
-  Expect({.message = CannotCreate(TempPath()), .files = {}}, path.Url(L"a.qdk"));
+  Expect(CannotCreate(TempPath()), m_url);
 }
 
-TEST_F(FailedStep, FailedOrPartialWriteIsReported) {
-  const ScriptedPath path(m_server, Lesson(5000));
-  struct {
-    BOOL result;
-    DWORD missing;
-  } const cases[] = {{FALSE, 1000}, {FALSE, 0}, {TRUE, 1}};
-  for (const auto& c : cases) {
+TEST_F(FailedTransferStep, FailedOrPartialWriteIsReported) {
+  for (const auto& [result, missing] : {std::pair(FALSE, 1000), {FALSE, 0}, {TRUE, 1}}) {
     const CImportSpy<&WriteFile> write(
         "kernel32.dll", "WriteFile",
-        [&](HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) {
-          *written = size - c.missing;
-          return c.result;
+        [=](HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) {
+          *written = size - missing;
+          return result;
         });
-    Expect({.message = CannotWrite(TempPath()), .files = {L"temporary.qdk"}}, path.Url(L"a.qdk"),
-           1);
+    Expect(CannotWrite(TempPath()), m_url, 1);
   }
 }
 
-TEST_F(TransferStep, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
-  const ScriptedPath path(m_server, Lesson(10000));
-  const std::wstring url = path.Url(L"a.qdk");
-  for (const bool peeking : {false, true}) {
-    const auto dialog = Make(url);
-    CProgressDialogPeer peer{*dialog};
-    if (peeking) {
-      peer.BeginPeek();
-    }
-    ASSERT_TRUE(peer.Step());
-    ASSERT_TRUE(peer.Step(1000));
-    const CImportSpy<&InternetReadFile> read("wininet.dll", "InternetReadFile",
-                                             [](auto...) { return FALSE; });
-    EXPECT_EQ(peer.Step(), peeking);
-    EXPECT_EQ(OnlyMessage(), NotAvailable(url));
-    EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
-    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-  }
-  EXPECT_TRUE(m_sandbox.Files().empty()) << "deleted with the dialog";
+TEST_F(FailedTransferStep, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
+  const CImportSpy<&InternetReadFile> read(  // every second read fails
+      "wininet.dll", "InternetReadFile", [&](auto... arguments) {
+        return read.Calls().size() % 2 == 0 ? FALSE : read.CallOriginal(arguments...);
+      });
+  Expect(NotAvailable(m_url), m_url, 2);
 }
 
 TEST_F(TransferStep, FailedReadDeletesAClosedFileBeforeItIsReported) {
@@ -261,34 +223,28 @@ TEST_F(TransferStep, EachReadsOneBufferful) {
   EXPECT_TRUE(m_messages.Take().empty());
 }
 
-TEST_F(TransferStep, FirstChunkUnderThePreCheckIsWrittenOnlyIfValid) {
+TEST_F(TransferStep, FirstChunkIsWrittenOnlyIfValid) {
   for (const bool valid : {true, false}) {
     const ScriptedPath path(m_server,
                             HttpAnswer().Bytes(valid ? kLessonHead : "<html>").Pattern(1, 5000));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    CProgressDialogPeer peer{*dialog};
-    peer.BeginPeek();
-    ASSERT_TRUE(peer.Step(kPeekSize));
-    EXPECT_FALSE(peer.IsPeekSignalled());
-    EXPECT_TRUE(peer.Step(kPeekSize));
-    EXPECT_TRUE(peer.IsPeekSignalled());
-    EXPECT_EQ(peer.IsValid(), valid);
-    EXPECT_FALSE(peer.IsCheckPending());
-    EXPECT_EQ(peer.FileSize(), valid ? 800 : 0);
-    EXPECT_EQ(peer.Received(), 0) << "only the worker's bytes are counted";
+    const std::wstring url = path.Url(L"a.qdk");
+    for (const bool peeking : {true, false}) {
+      const auto dialog = Make(url);
+      CProgressDialogPeer peer{*dialog};
+      if (peeking) {
+        peer.BeginPeek();
+      }
+      ASSERT_TRUE(peer.Step(kPeekSize));
+      EXPECT_FALSE(peeking && peer.IsPeekSignalled());
+      EXPECT_EQ(peer.Step(kPeekSize), valid || peeking);
+      EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
+      EXPECT_EQ(peer.IsValid(), valid);
+      EXPECT_FALSE(peer.IsCheckPending());
+      EXPECT_EQ(peer.FileSize(), valid ? 800 : 0);
+      EXPECT_EQ(peer.Received(), valid && !peeking ? 800 : 0) << "the worker's bytes";
+      EXPECT_EQ(m_messages.TakeTexts(), std::vector(valid || peeking ? 0 : 1, NotAFolivoFile(url)));
+    }
   }
-  EXPECT_TRUE(m_messages.Take().empty());
-}
-
-TEST_F(TransferStep, InvalidFirstChunkWithoutPreCheckIsReported) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
-  const std::wstring url = path.Url(L"a.qdk");
-  const auto dialog = Make(url);
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  EXPECT_FALSE(peer.Step());
-  EXPECT_EQ(OnlyMessage(), NotAFolivoFile(url));
-  EXPECT_EQ(peer.FileSize(), 0);
 }
 
 TEST_F(TransferStep, OnlyTheFirstChunkIsCheckedAndAClosedFileEndsSilently) {
@@ -342,40 +298,33 @@ TEST_F(TransferStep, TransferThatIsStoppedBehindTheHeadersLeavesAnothersFileAlon
 }
 
 TEST_F(TransferStep, RetryOfTheErrorDialogOpensTheSameRequestAgain) {
+  const CForeignForeground foreground;
   const ScriptedPath path(m_server, Lesson(10));
-  const std::wstring url = path.Url(L"a.qdk");
+  const auto dialog = Make(path.Url(L"a.qdk"));
   std::string order;
   const CImportSpy<&InternetOpenUrlW> open("wininet.dll", "InternetOpenUrlW",
-                                           [&](HINTERNET session, LPCWSTR address, LPCWSTR headers,
-                                               DWORD length, DWORD flags, DWORD_PTR context) {
+                                           [&](auto... arguments) {
                                              order += "open ";
-                                             EXPECT_EQ(address, url);
-                                             EXPECT_EQ(headers, nullptr);
-                                             EXPECT_EQ(flags, 0x84400000u);
-                                             const HINTERNET request = open.CallOriginal(
-                                                 session, address, headers, length, flags, context);
+                                             const auto request = open.CallOriginal(arguments...);
                                              SetLastError(4711);
                                              return request;
                                            });
-  const CImportSpy<&InternetErrorDlg> ask(
-      "wininet.dll", "InternetErrorDlg",
-      [&](HWND owner, HINTERNET, DWORD error, DWORD flags, LPVOID* data) -> DWORD {
-        order += "ask ";
-        EXPECT_EQ(owner, CForeignForeground::Window()) << "the dialog has no window yet";
-        EXPECT_EQ(error, 4711u) << "the last error of the open";
-        EXPECT_EQ(flags, 7u);
-        EXPECT_EQ(data, nullptr);
-        return ask.Calls().size() < 3 ? ERROR_INTERNET_FORCE_RETRY : ERROR_CANCELLED;
-      });
+  const CImportSpy<&InternetErrorDlg> ask("wininet.dll", "InternetErrorDlg", [&](auto...) -> DWORD {
+    order += "ask ";
+    return ask.Calls().size() < 3 ? ERROR_INTERNET_FORCE_RETRY : ERROR_CANCELLED;
+  });
   const CImportSpy<&InternetCloseHandle> close("wininet.dll", "InternetCloseHandle",
                                                [&](HINTERNET handle) {
                                                  order += "close ";
                                                  return close.CallOriginal(handle);
                                                });
-  const CForeignForeground foreground;
-  const auto dialog = Make(url);
   EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step());
   EXPECT_EQ(order, "open ask close open ask close open ask ");
+  EXPECT_THAT(open.Calls(),
+              Each(FieldsAre(_, StrEq(path.Url(L"a.qdk")), nullptr, _, 0x84400000u, _)));
+  // Over the window in the foreground, as the dialog has none yet, and for the
+  // open's last error.
+  EXPECT_THAT(ask.Calls(), Each(FieldsAre(CForeignForeground::Window(), _, 4711u, 7u, nullptr)));
   EXPECT_EQ(path.Requests().size(), 3u);
 }
 

@@ -1,5 +1,5 @@
-// The same sources built for the SE edition: where the product says its name, and where it does
-// not.
+// The same sources built for the SE edition: where the product says its name,
+// and where it does not.
 
 #include <gtest/gtest.h>
 #include <windows.h>

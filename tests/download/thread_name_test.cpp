@@ -20,7 +20,8 @@ LONG CALLBACK SeeException(EXCEPTION_POINTERS* exception) {
   if (record.ExceptionCode == kNaming) {
     ++g_namings;
     EXPECT_EQ(record.ExceptionFlags & EXCEPTION_NONCONTINUABLE, 0u);
-    // Type, name, thread (all ones: the calling one) and flags, packed to eight bytes.
+    // Type, name, thread (all ones: the calling one) and flags, packed to eight
+    // bytes.
     const ULONG_PTR* const arguments = record.ExceptionInformation;
     EXPECT_EQ(record.NumberParameters, 3u);
     EXPECT_EQ(arguments[0], 0x1000u);
@@ -39,7 +40,8 @@ class ThreadName : public testing::Test {
     EXPECT_EQ(m_remove.Calls().size(), m_add.Calls().size()) << "of those that were added";
   }
 
-  /// Whether handlers that are added go to the front of those that are there, as they ask to.
+  /// Whether handlers that are added go to the front of those that are there,
+  /// as they ask to.
   ULONG m_addsFirst = 1;
   const CImportSpy<&AddVectoredExceptionHandler> m_add{
       "kernel32.dll", "AddVectoredExceptionHandler",
