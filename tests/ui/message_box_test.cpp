@@ -49,6 +49,7 @@ TEST(QuestionBox, EachButtonAndKeyGivesItsResult) {
   const struct {
     void (*act)(HWND box);
     int result;
+    LPCWSTR thirdLabel = L"C";
   } ways[] = {
       {[](HWND box) { Click(box, 6); }, 6},
       {[](HWND box) { Click(box, 7); }, 7},
@@ -57,18 +58,16 @@ TEST(QuestionBox, EachButtonAndKeyGivesItsResult) {
       {[](HWND box) { Press(box, VK_RETURN); }, 6},
       {[](HWND box) { Press(box, VK_ESCAPE); }, 2},
       {[](HWND box) { Close(box); }, 2},
+      {[](HWND box) { Press(box, VK_ESCAPE); }, 2, L""},
+      {[](HWND box) { Close(box); }, 2, L""},
   };
   for (const auto& way : ways) {
-    for (const LPCWSTR third : {L"C", L""}) {
-      if (way.result == 2 || *third != L'\0') {
-        EXPECT_EQ(ShowTo({.labels = {L"A", L"B", third, L"D"}},
-                         [&](HWND box) {
-                           way.act(box);
-                           WaitUntilGone(box);
-                         }),
-                  way.result);
-      }
-    }
+    EXPECT_EQ(ShowTo({.labels = {L"A", L"B", way.thirdLabel, L"D"}},
+                     [&](HWND box) {
+                       way.act(box);
+                       WaitUntilGone(box);
+                     }),
+              way.result);
   }
 }
 

@@ -25,27 +25,4 @@ TEST(SelectedFontDC, TextThatCannotBeMeasuredIsEmpty) {
   EXPECT_EQ(size.cy, 0);
 }
 
-TEST(SelectedFontDC, AWindowGetsItsOldFontBack) {
-  // With a device context of its own, the window shows what was left in it.
-  WNDCLASSW windowClass = {};
-  windowClass.style = CS_OWNDC;
-  windowClass.lpfnWndProc = DefWindowProcW;
-  windowClass.lpszClassName = L"FolivoOwnDcTest";
-  windowClass.hInstance = GetModuleHandleW(nullptr);
-  ASSERT_NE(RegisterClassW(&windowClass), 0);
-  const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"", WS_POPUP, 0, 0, 10, 10,
-                                      nullptr, nullptr, windowClass.hInstance, nullptr);
-  const HDC dc = GetDC(window);
-  const HGDIOBJ before = GetCurrentObject(dc, OBJ_FONT);
-  const HGDIOBJ other = GetStockObject(ANSI_FIXED_FONT);
-  ASSERT_NE(before, other);
-  {
-    const CSelectedFontDC selected(window, other);
-    EXPECT_EQ(GetCurrentObject(dc, OBJ_FONT), other);
-  }
-  EXPECT_EQ(GetCurrentObject(dc, OBJ_FONT), before);
-  DestroyWindow(window);
-  UnregisterClassW(windowClass.lpszClassName, windowClass.hInstance);
-}
-
 }  // namespace
