@@ -35,35 +35,23 @@ TEST_F(ScopedHandle, ClosesAtScopeEndAndKeepsTheLastError) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
 }
 
-TEST_F(ScopedHandle, EmptyIsNeverClosed) {
+TEST_F(ScopedHandle, EmptyClosedOrDetachedIsNotClosed) {
   {
-    const CScopedNumber handle;
-    EXPECT_FALSE(handle);
-    EXPECT_EQ(handle.Get(), -1);
-  }
-  EXPECT_TRUE(g_closed.empty());
-}
-
-TEST_F(ScopedHandle, ClosesOnlyOnce) {
-  {
-    CScopedNumber handle(0);  // a value that is false but not empty
-    EXPECT_TRUE(handle);
-    handle.Close();
-    EXPECT_FALSE(handle);
+    const CScopedNumber empty;
+    EXPECT_FALSE(empty);
+    EXPECT_EQ(empty.Get(), -1);
+    CScopedNumber detached(4);
+    EXPECT_EQ(detached.Detach(), 4);
+    EXPECT_FALSE(detached);
+    CScopedNumber closed(0);  // a value that is false but not empty
+    EXPECT_TRUE(closed);
+    closed.Close();
+    EXPECT_FALSE(closed);
   }
   EXPECT_EQ(g_closed, std::vector{0});
 }
 
-TEST_F(ScopedHandle, DetachedIsNotClosed) {
-  {
-    CScopedNumber handle(4);
-    EXPECT_EQ(handle.Detach(), 4);
-    EXPECT_FALSE(handle);
-  }
-  EXPECT_TRUE(g_closed.empty());
-}
-
-TEST_F(ScopedHandle, MovingHandsTheHandleOver) {
+TEST_F(ScopedHandle, MoveTransfersTheHandle) {
   {
     CScopedNumber first(1);
     CScopedNumber second(std::move(first));

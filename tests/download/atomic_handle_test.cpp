@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <memory>
-#include <vector>
 
 #include "tests/support/parallel.h"
 
@@ -24,18 +22,15 @@ using CNumber = CAtomicHandle<CNumberTraits>;
 
 class AtomicHandle : public testing::Test {
  protected:
-  void SetUp() override { g_closes = 0; }
+  AtomicHandle() { g_closes = 0; }
 };
 
-TEST_F(AtomicHandle, IsEmptyUntilPut) {
-  const CNumber handle;
-  EXPECT_FALSE(handle.IsOpen());
-  EXPECT_EQ(handle.Get(), -1);
-}
-
-TEST_F(AtomicHandle, ClosesWhatItHoldsOnce) {
+TEST_F(AtomicHandle, ClosesWhatItHoldsOnceAndKeepsTheLastError) {
+  SetLastError(ERROR_DISK_FULL);
   {
     CNumber handle;
+    EXPECT_FALSE(handle.IsOpen());
+    EXPECT_EQ(handle.Get(), -1);
     handle.Put(0);
     EXPECT_TRUE(handle.IsOpen());
     handle.Close();
@@ -43,19 +38,15 @@ TEST_F(AtomicHandle, ClosesWhatItHoldsOnce) {
     EXPECT_FALSE(handle.IsOpen());
     EXPECT_EQ(g_closes, 1);
     handle.Put(1);
+    handle.Put(2);
+    EXPECT_EQ(g_closes, 2) << "the one before";
+    EXPECT_EQ(handle.Get(), 2);
   }
-  EXPECT_EQ(g_closes, 2);
+  EXPECT_EQ(g_closes, 3);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
 }
 
-TEST_F(AtomicHandle, PutClosesTheOneBefore) {
-  CNumber handle;
-  handle.Put(1);
-  handle.Put(2);
-  EXPECT_EQ(g_closes, 1);
-  EXPECT_EQ(handle.Get(), 2);
-}
-
-TEST_F(AtomicHandle, TakenHandleIsTheTakersToClose) {
+TEST_F(AtomicHandle, TakenHandleIsNotClosed) {
   {
     CNumber handle;
     handle.Put(7);
@@ -65,15 +56,7 @@ TEST_F(AtomicHandle, TakenHandleIsTheTakersToClose) {
   EXPECT_EQ(g_closes, 0);
 }
 
-TEST_F(AtomicHandle, ClosingKeepsTheLastError) {
-  CNumber handle;
-  handle.Put(1);
-  SetLastError(ERROR_DISK_FULL);
-  handle.Close();
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
-}
-
-TEST_F(AtomicHandle, ManyClosersCloseOnce) {
+TEST_F(AtomicHandle, ConcurrentClosersCloseOnce) {
   constexpr int kRounds = 2000;
   CNumber handle;
   std::atomic<int> turn{0};
@@ -102,10 +85,8 @@ TEST_F(AtomicHandle, ManyClosersCloseOnce) {
 }
 
 TEST(AtomicFile, EmptyIsTheInvalidHandleValue) {
-  const CAtomicFile file;
-  EXPECT_EQ(file.Get(), INVALID_HANDLE_VALUE);
-  const CAtomicInternetHandle internet;
-  EXPECT_EQ(internet.Get(), nullptr);
+  EXPECT_EQ(CAtomicFile().Get(), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(CAtomicInternetHandle().Get(), nullptr);
 }
 
 }  // namespace

@@ -10,7 +10,8 @@
 
 namespace {
 
-/// How a worker fares that is stopped at some instruction of its way into a call and out again.
+/// How a worker fares that is stopped at some instruction of its way into a
+/// call and out again.
 struct CFate {
   bool mayBeWaitedFor = false;
   bool called = false;

@@ -23,7 +23,8 @@ const std::vector<std::string> kCollectionHeads = {kYes + "<col>", kNo + "\r\n<c
                                                    kNo + "\n<col>"};
 
 bool IsValid(const std::string& bytes, LPCWSTR extension) {
-  // An array of its own, exactly as long: a check that reads on is seen by the heap check.
+  // An array of its own, exactly as long: a check that reads on is seen by the
+  // heap check.
   const std::vector<std::uint8_t> data(bytes.begin(), bytes.end());
   return IsValidContent(data.data(), static_cast<std::int32_t>(data.size()), extension);
 }

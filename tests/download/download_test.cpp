@@ -21,6 +21,20 @@ std::wstring NotAvailable(const std::wstring& url) {
   return L"The file " + url + L" is not available for downloading.";
 }
 
+std::wstring NotAFolivoFile(const std::wstring& url) {
+  return L"The file " + url +
+         L" is not a valid Folivo file. Please ensure that the link to the "
+         L"Folivo file is valid.";
+}
+
+std::wstring CannotCreate(const std::wstring& path) {
+  return L"Unable to create the destination file " + path + L".";
+}
+
+std::wstring CannotWrite(const std::wstring& path) {
+  return L"Unable to write to the destination file " + path + L".";
+}
+
 LRESULT BarPosition(HWND window) {
   return SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0);
 }
@@ -56,7 +70,11 @@ DownloadTest::DownloadTest() : m_locksBefore(g_module.GetLockCount()) {}
 
 DownloadTest::~DownloadTest() {
   EXPECT_TRUE(VisibleDialogs().empty());
-  WaitUntil("the module to be free of locks", [this] { return LocksTaken() == 0; });
+  AwaitWorkers();
+}
+
+void DownloadTest::AwaitWorkers() const {
+  WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
 }
 
 LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }

@@ -1,49 +1,35 @@
 #pragma once
 
 #include <atlbase.h>
-#include <gtest/gtest.h>
+#include <windows.h>
 #include <wininet.h>
 
-#include <atomic>
+#include "tests/download/download_test.h"
+#include "tests/support/import_spy.h"
 
-#include "tests/support/import_patch.h"
-
-/// Holds the worker of a running dialog inside its third read until that is let fail. One at a
-/// time.
+/// Holds the worker of a running dialog inside its third read, which then
+/// fails.
 class CFailingRead {
  public:
-  CFailingRead() : m_patch("wininet.dll", "InternetReadFile", &Read) {
-    s_read = m_patch.Original<decltype(InternetReadFile)>();
-    s_reads = 0;
-    s_reached.Close();
-    s_reached.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    s_fails.Close();
-    s_fails.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    s_worker.Close();
-  }
-
-  static void WaitUntilReached() { Await(s_reached); }
-  static void FailAndWaitForTheWorker() {
-    SetEvent(s_fails);
-    Await(s_worker);
+  void WaitUntilReached() const { m_reached.Wait(); }
+  void Fail() const { m_fails.Set(); }
+  void FailAndWaitForTheWorker() const {
+    Fail();
+    EXPECT_EQ(WaitForSingleObject(m_worker, 20000), WAIT_OBJECT_0);
   }
 
  private:
-  static void Await(HANDLE object) { EXPECT_EQ(WaitForSingleObject(object, 20000), WAIT_OBJECT_0); }
-  static BOOL WINAPI Read(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD count) {
-    if (++s_reads != 3) {
-      return s_read(request, buffer, size, count);
-    }
-    s_worker.Attach(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
-    SetEvent(s_reached);
-    Await(s_fails);
-    return FALSE;
-  }
-
-  static inline decltype(&InternetReadFile) s_read;
-  static inline std::atomic<int> s_reads;
-  static inline CHandle s_reached;
-  static inline CHandle s_fails;
-  static inline CHandle s_worker;
-  CImportPatch m_patch;
+  CTestEvent m_reached;
+  CTestEvent m_fails;
+  mutable CHandle m_worker;
+  const CImportSpy<&InternetReadFile> m_read{
+      "wininet.dll", "InternetReadFile", [this](auto... arguments) {
+        if (m_read.Calls().size() != 3) {
+          return m_read.CallOriginal(arguments...);
+        }
+        m_worker.Attach(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
+        m_reached.Set();
+        m_fails.Wait();
+        return FALSE;
+      }};
 };

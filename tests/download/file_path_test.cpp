@@ -32,7 +32,8 @@ TEST(NormalizePath, GivesTheOneFormOfAPath) {
       // Looked for before slashes are turned: this is no drive yet.
       {L"file:///C:/x", L"file:\\\\\\C:\\x"},
       {L"http://host/a/b", L"http:\\\\host\\a\\b"},
-      // A colon further left, or without a backslash, is none of a drive behind a prefix.
+      // A colon further left, or without a backslash, is none of a drive behind
+      // a prefix.
       {L"a:b\\c", L"a:b\\c"},
       {L":\\x", L":\\x"},
       {L"a:\\x", L"a:\\x"},
@@ -60,7 +61,7 @@ TEST(NormalizePath, LongTextsAreNotCut) {
   }
 }
 
-TEST(RemoveIllegalFileNameChars, TakesExactlyNineAsciiCharactersAway) {
+TEST(RemoveIllegalFileNameChars, RemovesExactlyNineAsciiCharacters) {
   for (wchar_t c = 0; c < 128; ++c) {
     const bool illegal = c != 0 && wcschr(L"<>:\"/\\|?*", c) != nullptr;
     const wchar_t characters[] = {L'a', c, L'b'};
@@ -68,108 +69,82 @@ TEST(RemoveIllegalFileNameChars, TakesExactlyNineAsciiCharactersAway) {
     EXPECT_EQ(RemoveIllegalFileNameChars(name), illegal ? CStringW(L"ab") : name)
         << static_cast<int>(c);
   }
-}
-
-TEST(RemoveIllegalFileNameChars, KeepsTheRestInOrder) {
-  const CTextCase cases[] = {
-      {L"lesson?.qdk", L"lesson.qdk"},        {L"a/b", L"ab"}, {L"???", L""}, {L"", L""},
-      {L"\x00e4\x4f60 b", L"\x00e4\x4f60 b"},
-  };
-  for (const CTextCase& c : cases) {
-    EXPECT_STREQ(RemoveIllegalFileNameChars(c.given), c.expected) << c.given;
-  }
+  EXPECT_STREQ(RemoveIllegalFileNameChars(L"?\x00e4\x4f60 |?b?"), L"\x00e4\x4f60 b");
+  EXPECT_STREQ(RemoveIllegalFileNameChars(L"???"), L"");
 }
 
 TEST(FilePath, EmptyStandsForNoPath) {
-  const CFilePath path;
-  EXPECT_TRUE(path.IsEmpty());
-  EXPECT_STREQ(path, L"");
+  EXPECT_TRUE(CFilePath().IsEmpty());
+  EXPECT_STREQ(CFilePath(), L"");
   EXPECT_FALSE(CFilePath(L"a").IsEmpty());
   EXPECT_TRUE(CFilePath(L"\\").IsEmpty());
 }
 
 TEST(FilePath, FileNamePartIsTheTextAfterTheLastBackslash) {
-  EXPECT_STREQ(CFilePath(L"C:\\a\\b.qdk").GetFileNamePart(), L"b.qdk");
-  EXPECT_STREQ(CFilePath(L"b.qdk").GetFileNamePart(), L"b.qdk");
-  EXPECT_STREQ(CFilePath(L"C:\\a\\\\").GetFileNamePart(), L"");
-  EXPECT_STREQ(CFilePath().GetFileNamePart(), L"");
-}
-
-TEST(FilePath, ParentFolderIsTheTextBeforeTheLastBackslash) {
-  EXPECT_STREQ(CFilePath(L"C:\\a\\b.qdk").GetParentFolder(), L"C:\\a");
-  EXPECT_STREQ(CFilePath(L"C:\\a").GetParentFolder(), L"C:");
-  EXPECT_STREQ(CFilePath(L"C:\\a\\\\b").GetParentFolder(), L"C:\\a");
-  EXPECT_STREQ(CFilePath(L"file").GetParentFolder(), L"file");
-  EXPECT_STREQ(CFilePath().GetParentFolder(), L"");
-}
-
-TEST(FilePath, LastComponentIsRemovedInPlace) {
-  CFilePath path(L"C:\\a\\b");
-  EXPECT_TRUE(path.RemoveLastComponent());
-  EXPECT_STREQ(path, L"C:\\a");
-  EXPECT_TRUE(path.RemoveLastComponent());
-  EXPECT_STREQ(path, L"C:");
-  EXPECT_FALSE(path.RemoveLastComponent());
-  EXPECT_STREQ(path, L"C:");
-  CFilePath none;
-  EXPECT_FALSE(none.RemoveLastComponent());
-}
-
-TEST(FilePath, AppendedComponentsAreNormalised) {
-  CFilePath path(L"C:");
-  path.AppendComponent(L"a/b/");
-  EXPECT_STREQ(path, L"C:\\a\\b");
-  path.AppendComponent(L"");
-  EXPECT_STREQ(path, L"C:\\a\\b");
-  path.AppendComponent(L"\\c");
-  EXPECT_STREQ(path, L"C:\\a\\b\\\\c");
-  CFilePath empty;
-  empty.AppendComponent(L"c");
-  EXPECT_STREQ(empty, L"\\c");
-}
-
-TEST(FilePath, ExtensionBeginsAtTheLastDotOfTheLastComponent) {
   const CTextCase cases[] = {
-      {L"C:\\x.y\\file", L""},
-      {L"a.b.qdk", L".qdk"},
-      {L"C:\\x.y\\a.folivo", L".folivo"},
-      {L"C:\\x\\.hidden", L".hidden"},
-      {L"a.", L"."},
-      {L"", L""},
-      {L"plain", L""},
-  };
+      {L"C:\\a\\b.qdk", L"b.qdk"}, {L"b.qdk", L"b.qdk"}, {L"C:\\a\\\\", L""}, {L"", L""}};
   for (const CTextCase& c : cases) {
-    EXPECT_STREQ(CFilePath(c.given).GetExtension(), c.expected) << c.given;
+    EXPECT_STREQ(CFilePath(c.given).GetFileNamePart(), c.expected) << c.given;
   }
 }
 
-TEST(FilePath, ExtensionIsReplacedOrAppended) {
-  const auto changed = [](LPCWSTR text) {
-    CFilePath path(text);
-    path.ChangeExtension(L".qdk");
-    return path.GetText();
+TEST(FilePath, ParentFolderIsTheTextBeforeTheLastBackslash) {
+  const CTextCase cases[] = {{L"C:\\a\\b.qdk", L"C:\\a"},
+                             {L"C:\\a", L"C:"},
+                             {L"C:\\a\\\\b", L"C:\\a"},
+                             {L"file", L"file"},
+                             {L"", L""}};
+  for (const CTextCase& c : cases) {
+    EXPECT_STREQ(CFilePath(c.given).GetParentFolder(), c.expected) << c.given;
+    CFilePath path(c.given);
+    EXPECT_EQ(path.RemoveLastComponent(), wcschr(c.given, L'\\') != nullptr) << c.given;
+    EXPECT_STREQ(CFilePath(path.GetText()), c.expected) << c.given;
+  }
+}
+
+TEST(FilePath, AppendedComponentsAreNormalised) {
+  struct {
+    LPCWSTR path;
+    LPCWSTR component;
+    LPCWSTR expected;
+  } const cases[] = {
+      {L"C:", L"a/b/", L"C:\\a\\b"},
+      {L"C:\\a", L"", L"C:\\a"},
+      {L"C:\\a", L"\\c", L"C:\\a\\\\c"},
+      {L"", L"c", L"\\c"},
+      {L"C:/a", L"b/c/", L"C:\\a\\b\\c"},
+      {L"C:\\a\\", L"b", L"C:\\a\\b"},
+      {L"100%s", L"%d\x4f60", L"100%s\\%d\x4f60"},
   };
-  EXPECT_STREQ(changed(L"C:\\x.y\\file"), L"C:\\x.y\\file.qdk");
-  EXPECT_STREQ(changed(L"C:\\x.y\\file.a.b"), L"C:\\x.y\\file.a.qdk");
-  EXPECT_STREQ(changed(L"file."), L"file.qdk");
-  EXPECT_STREQ(changed(L""), L".qdk");
+  for (const auto& c : cases) {
+    const CFilePath original(c.path);
+    CFilePath path = original;
+    path.AppendComponent(c.component);
+    EXPECT_STREQ(path, c.expected);
+    EXPECT_STREQ(JoinPath(original, c.component), c.expected);
+    EXPECT_STREQ(original, CFilePath(c.path)) << "copies are independent";
+  }
 }
 
-TEST(FilePath, CopiesAreIndependent) {
-  const CFilePath original(L"C:\\a\\b");
-  CFilePath copy = original;
-  copy.AppendComponent(L"c");
-  EXPECT_STREQ(original, L"C:\\a\\b");
-  EXPECT_STREQ(copy, L"C:\\a\\b\\c");
-}
-
-TEST(JoinPath, PutsABackslashBetweenAndNormalises) {
-  EXPECT_STREQ(JoinPath(L"C:\\a", L"b"), L"C:\\a\\b");
-  EXPECT_STREQ(JoinPath(L"C:/a", L"b/c/"), L"C:\\a\\b\\c");
-  EXPECT_STREQ(JoinPath(L"C:\\a\\", L"b"), L"C:\\a\\b");
-  EXPECT_STREQ(JoinPath(L"", L"b"), L"\\b");
-  EXPECT_STREQ(JoinPath(L"C:\\a", L""), L"C:\\a");
-  EXPECT_STREQ(JoinPath(L"100%s", L"%d\x4f60"), L"100%s\\%d\x4f60");
+TEST(FilePath, ExtensionBeginsAtTheLastDotOfTheLastComponent) {
+  struct {
+    LPCWSTR path;
+    LPCWSTR extension;
+    LPCWSTR changed;
+  } const cases[] = {
+      {L"C:\\x.y\\file", L"", L"C:\\x.y\\file.qdk"},
+      {L"a.b.folivo", L".folivo", L"a.b.qdk"},
+      {L"C:\\x.y\\a.folivo", L".folivo", L"C:\\x.y\\a.qdk"},
+      {L"C:\\x\\.hidden", L".hidden", L"C:\\x\\.qdk"},
+      {L"a.", L".", L"a.qdk"},
+      {L"", L"", L".qdk"},
+  };
+  for (const auto& c : cases) {
+    CFilePath path(c.path);
+    EXPECT_STREQ(path.GetExtension(), c.extension) << c.path;
+    path.ChangeExtension(L".qdk");
+    EXPECT_STREQ(path, c.changed);
+  }
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
-// Without the browser's functions for saving outside its protected mode: run once without the
-// library and once with a library that has none of them.
+// Without the browser's functions for saving outside its protected mode: run
+// once without the library and once with a library that has none of them.
 
 #include <gtest/gtest.h>
 #include <windows.h>
-
-#include <string>
-#include <vector>
 
 #include "download/ie_frame_library.h"
 #include "tests/download/download_test.h"
@@ -22,21 +19,17 @@ TEST(MissingIeFrameLibrary, IsWhatThisProgramFinds) {
   FreeLibrary(library);
 }
 
-TEST(MissingIeFrameLibrary, AnswersWithoutItsFunctions) {
-  const CIeFrameLibrary library;
-  EXPECT_FALSE(library.IsProtectedModeProcess());
-  auto path = const_cast<LPWSTR>(L"untouched");
-  HANDLE state = &path;
-  EXPECT_EQ(library.ShowSaveFileDialog(nullptr, L"a.qdk", L"", 1, 0, &path, &state), E_NOTIMPL);
-  EXPECT_EQ(path, nullptr);
-  EXPECT_EQ(state, nullptr);
-  library.CancelSaveFile(&path);
-  EXPECT_FALSE(library.SaveFile(&path, L"C:\\a.qdk"));
-}
-
-TEST(MissingIeFrameLibrary, IsFreedWithTheObject) {
+TEST(MissingIeFrameLibrary, AnswersWithoutItsFunctionsAndIsFreed) {
   {
     const CIeFrameLibrary library;
+    EXPECT_FALSE(library.IsProtectedModeProcess());
+    auto path = const_cast<LPWSTR>(L"untouched");
+    HANDLE state = &path;
+    EXPECT_EQ(library.ShowSaveFileDialog(nullptr, L"a.qdk", L"", 1, 0, &path, &state), E_NOTIMPL);
+    EXPECT_EQ(path, nullptr);
+    EXPECT_EQ(state, nullptr);
+    library.CancelSaveFile(&path);
+    EXPECT_FALSE(library.SaveFile(&path, L"C:\\a.qdk"));
   }
   EXPECT_EQ(GetModuleHandleW(L"ieframe.dll"), nullptr);
 }
@@ -48,15 +41,11 @@ TEST_F(MissingProtectedSave, IsReportedAndTheFileStays) {
   {
     const auto dialog = Make(path.Url(L"a.qdk"));
     dialog->SetTarget(CFilePath(DestPath().c_str()), dialog.get());
-    const CParallel user([&] {
-      const HWND box = WaitForDialog(L"MERLO Folivo");
-      EXPECT_EQ(MessageText(box), L"Unable to create the destination file " + TempPath() + L".");
-      Click(box, IDOK);
-    });
+    const CParallel user([&] { EXPECT_EQ(DismissMessage(), CannotCreate(TempPath())); });
     EXPECT_EQ(dialog->DoModal(nullptr), 1);
     EXPECT_EQ(CProgressDialogPeer{*dialog}.SaveState(), nullptr);
   }
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
   EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(1000));
 }
 

@@ -13,6 +13,7 @@
 #include "tests/download/download_test.h"
 #include "tests/download/failing_read.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
@@ -22,7 +23,7 @@ namespace {
 
 HANDLE Token(ULONG_PTR value) { return reinterpret_cast<HANDLE>(value); }
 
-TEST(IeFrameLibrary, ProtectedModeIsToldOnSuccessOnly) {
+TEST(IeFrameLibrary, ProtectedModeNeedsASuccessfulAnswer) {
   const CIeFrameDouble ieframe;
   const CIeFrameLibrary library;
   EXPECT_FALSE(library.IsProtectedModeProcess());
@@ -33,7 +34,7 @@ TEST(IeFrameLibrary, ProtectedModeIsToldOnSuccessOnly) {
   EXPECT_EQ(ieframe->protectedModeCalls, 3);
 }
 
-TEST(IeFrameLibrary, SaveDialogGetsItsArgumentsAndGivesItsAnswer) {
+TEST(IeFrameLibrary, SaveDialogGetsItsArgumentsAndReturnsItsResult) {
   const CIeFrameDouble ieframe;
   wcscpy(ieframe->saveDialogPath, L"C:\\chosen\\a.qdk");
   ieframe->saveDialogState = Token(0x1234);
@@ -55,20 +56,15 @@ TEST(IeFrameLibrary, SaveDialogGetsItsArgumentsAndGivesItsAnswer) {
   EXPECT_FALSE(ieframe->saveDialogHasExtension);
   EXPECT_EQ(ieframe->saveDialogFilterIndex, 2u);
   EXPECT_EQ(ieframe->saveDialogFlags, 0x806u);
-}
-
-TEST(IeFrameLibrary, SaveDialogsFailureIsHandedOn) {
-  const CIeFrameDouble ieframe;
+  wcscpy(ieframe->saveDialogPath, L"");
   ieframe->saveDialogResult = S_FALSE;
-  LPWSTR path = nullptr;
-  HANDLE state = nullptr;
-  EXPECT_EQ(CIeFrameLibrary().ShowSaveFileDialog(nullptr, L"", L"", 1, 0, &path, &state), S_FALSE);
+  EXPECT_EQ(library.ShowSaveFileDialog(nullptr, L"", L"", 1, 0, &path, &state), S_FALSE);
   EXPECT_EQ(path, nullptr);
 }
 
 TEST(IeFrameLibrary, CancelAndSavePassTheState) {
   const CIeFrameDouble ieframe;
-  ieframe->cancelResult = ieframe->saveResult = E_ACCESSDENIED;  // nobody is told
+  ieframe->cancelResult = ieframe->saveResult = E_ACCESSDENIED;  // ignored
   const CIeFrameLibrary library;
   library.CancelSaveFile(Token(5));
   EXPECT_EQ(ieframe->cancelCalls, 1);
@@ -88,154 +84,143 @@ TEST(IeFrameLibrary, IsFreedWithTheObject) {
   EXPECT_EQ(GetModuleHandleW(L"ieframe.dll"), nullptr);
 }
 
-class ProtectedSave : public DownloadTest {};
+const HANDLE kState = Token(0x4711);
+
+class ProtectedSave : public DownloadTest {
+ protected:
+  CProgressDialog::Ptr MakeProtected(const std::wstring& url) const {
+    auto dialog = Make(url);
+    dialog->SetTarget(CFilePath(DestPath().c_str()), kState);
+    return dialog;
+  }
+
+  const CIeFrameDouble m_ieframe;
+  CMessageRecorder m_messages;
+};
 
 TEST_F(ProtectedSave, GetsTheWholeFileAndLeavesItInPlace) {
   const ScriptedPath path(m_server, Lesson(300000));
-  const CMessageRecorder messages;
+  int saves = 0;
   for (const HRESULT result : {S_OK, E_FAIL}) {
-    const CIeFrameDouble ieframe;
-    ieframe->saveResult = result;
+    m_ieframe->saveResult = result;
     {
-      const auto dialog = Make(path.Url(L"a.qdk"));
-      dialog->SetTarget(CFilePath(DestPath().c_str()), Token(0x4711));
+      const auto dialog = MakeProtected(path.Url(L"a.qdk"));
       EXPECT_EQ(dialog->DoModal(nullptr), 1);
       EXPECT_EQ(CProgressDialogPeer{*dialog}.SaveState(), nullptr);
     }
-    EXPECT_EQ(ieframe->saveCalls, 1);
-    EXPECT_EQ(ieframe->savedState, Token(0x4711));
-    EXPECT_EQ(ieframe->savedSource, TempPath());
-    EXPECT_EQ(ieframe->savedSize, 300002) << "closed and complete when it is handed over";
-    EXPECT_EQ(ieframe->cancelCalls, 0);
-    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+    EXPECT_EQ(m_ieframe->saveCalls, ++saves);
+    EXPECT_EQ(m_ieframe->savedState, kState);
+    EXPECT_EQ(m_ieframe->savedSource, TempPath());
+    EXPECT_EQ(m_ieframe->savedSize, 300002) << "closed and complete when it is handed over";
+    EXPECT_EQ(m_ieframe->cancelCalls, 0);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
     EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(300000));
   }
 }
 
-/// Every way in which a dialog that was given a state comes to no save: the state is cancelled
-/// once, and nothing is left.
-TEST_F(ProtectedSave, IsCancelledOnceWhenItIsNotCarriedOut) {
-  CMessageRecorder messages;
+TEST_F(ProtectedSave, IsCancelledOnceWhenItIsNotCompleted) {
   const ScriptedPath lesson(m_server, Lesson(1000));
   const ScriptedPath page(m_server, HttpAnswer().Bytes("no lesson"));
   const ScriptedPath stalled(m_server, Lesson(1000).Gated());
-  struct CWay {
-    const char* name;
-    const ScriptedPath* path;
-    INT_PTR result;
-    std::function<INT_PTR(CProgressDialog&)> run;
-  };
   const auto command = [](WORD id) {
     return [=](CProgressDialog& dialog) {
       return RunDialog(dialog, [=](HWND window) { PostMessageW(window, WM_COMMAND, id, 0); });
     };
   };
-  const CWay ways[] = {
+  struct {
+    const char* name;
+    const ScriptedPath* path;
+    INT_PTR result;
+    std::function<INT_PTR(CProgressDialog&)> run;
+  } const ways[] = {
       {"failed", &page, 3, [](CProgressDialog& dialog) { return dialog.DoModal(nullptr); }},
       {"cancelled", &stalled, 2, command(IDCANCEL)},
       {"ended by OK", &stalled, 1, command(IDOK)},
-      {"never run", &lesson, 0, [](CProgressDialog&) -> INT_PTR { return 0; }},
-      {"never run after its check", &lesson, 0,
-       [](CProgressDialog& dialog) -> INT_PTR {
-         EXPECT_TRUE(dialog.PeekContent(L".qdk"));
-         return 0;
-       }},
-      {"without the file", &lesson, 1,
+      {"never run", &lesson, 0, [](CProgressDialog&) { return 0; }},
+      {"never run after its pre-check", &lesson, TRUE,
+       [](CProgressDialog& dialog) { return dialog.PeekContent(L".qdk"); }},
+      {"without the file", &lesson, TRUE,
        [](CProgressDialog& dialog) {
          const CImportPatch end("user32.dll", "EndDialog", +[](HWND, INT_PTR) { return TRUE; });
          LRESULT result = 0;
-         dialog.ProcessWindowMessage(nullptr, WM_USER, kDownloadDelivered, 0, result);
-         return INT_PTR{1};
+         return dialog.ProcessWindowMessage(nullptr, WM_USER, kDownloadDelivered, 0, result);
        }},
       {"stopped twice", &lesson, 0,
-       [](CProgressDialog& dialog) -> INT_PTR {
+       [](CProgressDialog& dialog) {
          CProgressDialogPeer{dialog}.StopDownload();
          CProgressDialogPeer{dialog}.StopDownload();
          return 0;
        }},
   };
-  for (const CWay& way : ways) {
+  int cancels = 0;
+  for (const auto& way : ways) {
     SCOPED_TRACE(way.name);
-    const CIeFrameDouble ieframe;
     {
-      const auto dialog = Make(way.path->Url(L"a.qdk"));
-      dialog->SetTarget(CFilePath(DestPath().c_str()), Token(0x4711));
+      const auto dialog = MakeProtected(way.path->Url(L"a.qdk"));
       EXPECT_EQ(way.run(*dialog), way.result);
     }
-    EXPECT_EQ(ieframe->saveCalls, 0);
-    EXPECT_EQ(ieframe->cancelCalls, 1);
-    EXPECT_EQ(ieframe->cancelledState, Token(0x4711));
+    EXPECT_EQ(m_ieframe->saveCalls, 0);
+    EXPECT_EQ(m_ieframe->cancelCalls, ++cancels);
+    EXPECT_EQ(m_ieframe->cancelledState, kState);
   }
   stalled.AllowAll();
-  WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
+  AwaitWorkers();
   EXPECT_TRUE(m_sandbox.Files().empty());
-  EXPECT_EQ(messages.Take().size(), 1u) << "of the failed one";
+  EXPECT_EQ(m_messages.Take().size(), 1u) << "of the failed one";
 }
 
 TEST_F(ProtectedSave, WithoutTheSaveFunctionIsCancelledAndReported) {
-  const CMessageRecorder messages;
-  const CIeFrameDouble ieframe;
   const CLookupPatch patch("IESaveFile", static_cast<HRESULT(WINAPI*)(HANDLE, LPCWSTR)>(nullptr));
   const ScriptedPath path(m_server, Lesson(1000));
   {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->SetTarget(CFilePath(DestPath().c_str()), Token(7));
+    const auto dialog = MakeProtected(path.Url(L"a.qdk"));
     EXPECT_EQ(dialog->DoModal(nullptr), 1);
   }
-  EXPECT_EQ(ieframe->cancelCalls, 1);
-  EXPECT_EQ(ieframe->cancelledState, Token(7));
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+  EXPECT_EQ(m_messages.TakeTexts(), std::vector{CannotCreate(TempPath())});
+  EXPECT_EQ(m_ieframe->cancelCalls, 1);
+  EXPECT_EQ(m_ieframe->cancelledState, kState);
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
 }
 
-TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileSilent) {
-  CMessageRecorder messages;
-  const CIeFrameDouble ieframe;
+TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileUnreported) {
+  static const CFailingRead* failing;
+  const CFailingRead read;
+  failing = &read;
   const CLookupPatch save(
       "IESaveFile", +[](HANDLE, LPCWSTR) -> HRESULT {
-        CFailingRead::FailAndWaitForTheWorker();
+        failing->FailAndWaitForTheWorker();
         return S_OK;
       });
-  const CFailingRead read;
   const ScriptedPath path(m_server, Lesson(1000000));
   {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    dialog->SetTarget(CFilePath(DestPath().c_str()), Token(7));
-    const INT_PTR result = RunDialog(*dialog, [](HWND window) {
-      CFailingRead::WaitUntilReached();
+    const auto dialog = MakeProtected(path.Url(L"a.qdk"));
+    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+      read.WaitUntilReached();
       PostMessageW(window, WM_USER, kDownloadDelivered, 0);
     });
     EXPECT_EQ(result, 1);
   }
-  EXPECT_EQ(ieframe->cancelCalls, 0);
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
-  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_EQ(m_ieframe->cancelCalls, 0);
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 TEST_F(ProtectedSave, FileThatCannotBeTakenFromTheWorkerIsNotHandedOver) {
-  static CProgressDialog* dialog;
-  static CHandle ended;
-  static decltype(&WriteFile) write;
-  ended.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const CImportPatch patch(
-      "kernel32.dll", "WriteFile",
-      +[](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) -> BOOL {
-        PostMessageW(dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
-        EXPECT_EQ(WaitForSingleObject(ended, 20000), WAIT_OBJECT_0);
-        return write(file, data, size, written, overlapped);
-      });
-  write = patch.Original<decltype(WriteFile)>();
-  const CIeFrameDouble ieframe;
+  const CTestEvent ended;
+  CProgressDialog::Ptr dialog;
+  const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
+    PostMessageW(dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+    ended.Wait();
+    return write.CallOriginal(arguments...);
+  });
   const ScriptedPath path(m_server, Lesson(1000));
-  {
-    const auto made = Make(path.Url(L"a.qdk"));
-    dialog = made.get();
-    made->SetTarget(CFilePath(DestPath().c_str()), Token(7));
-    EXPECT_EQ(made->DoModal(nullptr), 3);
-  }
-  SetEvent(ended);
-  WaitUntil("the worker's end", [this] { return LocksTaken() == 0; });
-  EXPECT_EQ(ieframe->saveCalls, 0);
-  EXPECT_EQ(ieframe->cancelCalls, 1);
+  dialog = MakeProtected(path.Url(L"a.qdk"));
+  EXPECT_EQ(dialog->DoModal(nullptr), 3);
+  dialog.reset();
+  ended.Set();
+  AwaitWorkers();
+  EXPECT_EQ(m_ieframe->saveCalls, 0);
+  EXPECT_EQ(m_ieframe->cancelCalls, 1);
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 

@@ -1,122 +1,106 @@
-// How the pre-check waits: between any two steps it looks for the time limit, its event and the
-// user's clicks, and never sleeps in that look.
+// How the pre-check waits: between any two steps it looks for the time limit,
+// its event and the user's clicks, and never blocks in that look.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <vector>
 
 #include "tests/download/download_test.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
+#include "tests/support/scripted_path.h"
 
 namespace {
 
-struct CMadeObject {
-  HANDLE handle;
-  bool hasSecurity;
-  BOOL manualReset;
-  BOOL signalled;
-  bool hasName;
-};
-struct CWaitCall {
-  std::vector<HANDLE> handles;
-  BOOL all;
-  DWORD timeout;
-  DWORD mask;
-};
-
-CProgressDialog* g_dialog;
-std::vector<CMadeObject> g_events;
-std::vector<CMadeObject> g_timers;
-std::vector<HANDLE> g_startedTimers;
-std::vector<CWaitCall> g_waits;
-CStringW g_extensionAtTheEvent;
-decltype(&CreateEventW) g_createEvent;
-decltype(&CreateWaitableTimerW) g_createTimer;
-
-HANDLE WINAPI RecordEvent(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL signalled,
-                          LPCWSTR name) {
-  const HANDLE event = g_createEvent(security, manualReset, signalled, name);
-  g_events.push_back({event, security != nullptr, manualReset, signalled, name != nullptr});
-  g_extensionAtTheEvent = CProgressDialogPeer{*g_dialog}.Extension();
-  return event;
-}
-
-HANDLE WINAPI RecordTimer(LPSECURITY_ATTRIBUTES security, BOOL manualReset, LPCWSTR name) {
-  const HANDLE timer = g_createTimer(security, manualReset, name);
-  g_timers.push_back({timer, security != nullptr, manualReset, FALSE, name != nullptr});
-  return timer;
-}
-
-BOOL WINAPI RecordStart(HANDLE timer, const LARGE_INTEGER*, LONG, PTIMERAPCROUTINE, LPVOID, BOOL) {
-  g_startedTimers.push_back(timer);
-  return TRUE;
-}
-
-/// A wait that fails at once.
-DWORD WINAPI RecordWait(DWORD count, const HANDLE* handles, BOOL all, DWORD timeout, DWORD mask) {
-  g_waits.push_back({{handles, handles + count}, all, timeout, mask});
-  return WAIT_FAILED;
-}
+using testing::ElementsAre;
+using testing::FieldsAre;
 
 class PeekContentWait : public DownloadTest {
  protected:
-  PeekContentWait()
-      : m_event("kernel32.dll", "CreateEventW", &RecordEvent),
-        m_timer("kernel32.dll", "CreateWaitableTimerW", &RecordTimer),
-        m_start("kernel32.dll", "SetWaitableTimer", &RecordStart),
-        m_wait("user32.dll", "MsgWaitForMultipleObjects", &RecordWait) {
-    g_createEvent = m_event.Original<decltype(CreateEventW)>();
-    g_createTimer = m_timer.Original<decltype(CreateWaitableTimerW)>();
-    g_events.clear();
-    g_timers.clear();
-    g_startedTimers.clear();
-    g_waits.clear();
-    const auto dialog = Make(L"http://127.0.0.1:1/a.fvk");
-    g_dialog = dialog.get();
-    m_result = dialog->PeekContent(L".fvk");
+  /// Whether a pre-check whose waits answer so takes its first bytes for
+  /// genuine.
+  bool Peek(std::vector<DWORD> answers) const {
+    const CImportSpy<&MsgWaitForMultipleObjects> wait(
+        "user32.dll", "MsgWaitForMultipleObjects",
+        [&](auto...) { return answers[wait.Calls().size() - 1]; });
+    const bool valid = Make(m_path.Url(L"a.qdk"))->PeekContent(L".qdk");
+    EXPECT_EQ(wait.Calls().size(), answers.size());
+    return valid;
   }
 
-  bool m_result = true;
-
- private:
-  CImportPatch m_event;
-  CImportPatch m_timer;
-  CImportPatch m_start;
-  CImportPatch m_wait;
+  const ScriptedPath m_path{m_server, Lesson(5000)};
 };
 
-TEST_F(PeekContentWait, EventStaysSignalledAndIsMadeOnceTheRuleIsKnown) {
-  ASSERT_EQ(g_events.size(), 1u);
-  EXPECT_FALSE(g_events[0].hasSecurity);
-  EXPECT_TRUE(g_events[0].manualReset);
-  EXPECT_FALSE(g_events[0].signalled);
-  EXPECT_FALSE(g_events[0].hasName);
-  EXPECT_EQ(g_extensionAtTheEvent, L".fvk");
+constexpr DWORD kTimer = WAIT_OBJECT_0;
+constexpr DWORD kEvent = WAIT_OBJECT_0 + 1;
+constexpr DWORD kInput = WAIT_OBJECT_0 + 2;
+
+TEST_F(PeekContentWait, OnlyATimeOutMakesAStep) {
+  for (const DWORD end : {kTimer, kEvent, DWORD{WAIT_FAILED}}) {
+    EXPECT_FALSE(Peek({end}));
+    EXPECT_TRUE(m_path.Requests().empty());
+  }
+  EXPECT_FALSE(Peek({WAIT_TIMEOUT, kTimer})) << "opened only";
+  EXPECT_TRUE(Peek({WAIT_TIMEOUT, WAIT_TIMEOUT, kEvent}));
 }
 
-TEST_F(PeekContentWait, TimerIsOneOfItsOwnAndStartedOnce) {
-  ASSERT_EQ(g_timers.size(), 1u);
-  EXPECT_FALSE(g_timers[0].hasSecurity);
-  EXPECT_FALSE(g_timers[0].manualReset);
-  EXPECT_FALSE(g_timers[0].hasName);
-  EXPECT_EQ(g_startedTimers, std::vector<HANDLE>{g_timers[0].handle});
+TEST_F(PeekContentWait, InputDispatchesOneMessage) {
+  const CImportSpy<&DispatchMessageW> dispatch("user32.dll", "DispatchMessageW",
+                                               [](const MSG* message) {
+                                                 EXPECT_EQ(message->message, UINT{WM_APP});
+                                                 return 0;
+                                               });
+  EXPECT_FALSE(Peek({kInput, kTimer})) << "goes on without a message";
+  EXPECT_TRUE(dispatch.Calls().empty());
+  PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
+  PostThreadMessageW(GetCurrentThreadId(), WM_APP + 1, 0, 0);
+  EXPECT_FALSE(Peek({kInput, kTimer}));
+  EXPECT_EQ(dispatch.Calls().size(), 1u);
+  MSG left = {};
+  EXPECT_TRUE(PeekMessageW(&left, nullptr, WM_APP + 1, WM_APP + 1, PM_REMOVE));
+}
+
+TEST_F(PeekContentWait, QuitMessageEndsItAndIsPutBack) {
+  PostQuitMessage(17);
+  EXPECT_FALSE(Peek({kInput}));
+  MSG message = {};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 17u);
 }
 
 TEST_F(PeekContentWait, LooksForTimerEventAndClicksWithoutBlocking) {
-  ASSERT_FALSE(g_waits.empty());
-  ASSERT_EQ(g_timers.size(), 1u);
-  ASSERT_EQ(g_events.size(), 1u);
-  EXPECT_EQ(g_waits[0].handles, (std::vector<HANDLE>{g_timers[0].handle, g_events[0].handle}));
-  EXPECT_FALSE(g_waits[0].all);
-  EXPECT_EQ(g_waits[0].timeout, 0u);
-  EXPECT_EQ(g_waits[0].mask, 4u) << "QS_MOUSEBUTTON";
-}
-
-TEST_F(PeekContentWait, FailureEndsIt) {
-  EXPECT_EQ(g_waits.size(), 1u);
-  EXPECT_FALSE(m_result);
-  EXPECT_TRUE(m_sandbox.Files().empty()) << "without a step";
+  const auto dialog = Make(L"http://127.0.0.1:1/a.fvk");
+  HANDLE event = nullptr;
+  HANDLE timer = nullptr;
+  const CImportSpy<&CreateEventW> createEvent(
+      "kernel32.dll", "CreateEventW", [&](auto... arguments) {
+        EXPECT_EQ(CProgressDialogPeer{*dialog}.Extension(), L".fvk") << "set before the event";
+        return event = createEvent.CallOriginal(arguments...);
+      });
+  const CImportSpy<&CreateWaitableTimerW> createTimer(
+      "kernel32.dll", "CreateWaitableTimerW",
+      [&](auto... arguments) { return timer = createTimer.CallOriginal(arguments...); });
+  const CImportSpy<&SetWaitableTimer> start("kernel32.dll", "SetWaitableTimer",
+                                            [&](HANDLE started, auto...) {
+                                              EXPECT_EQ(started, timer);
+                                              return TRUE;
+                                            });
+  const CImportSpy<&MsgWaitForMultipleObjects> wait(
+      "user32.dll", "MsgWaitForMultipleObjects",
+      [&](DWORD count, const HANDLE* handles, BOOL all, DWORD timeout, DWORD mask) {
+        EXPECT_EQ(std::vector(handles, handles + count), (std::vector{timer, event}));
+        EXPECT_FALSE(all);
+        EXPECT_EQ(timeout, 0u);
+        EXPECT_EQ(mask, 4u) << "QS_MOUSEBUTTON";
+        return WAIT_FAILED;
+      });
+  EXPECT_FALSE(dialog->PeekContent(L".fvk"));
+  EXPECT_EQ(wait.Calls().size(), 1u) << "a wait that fails ends the loop";
+  EXPECT_EQ(start.Calls().size(), 1u);
+  EXPECT_THAT(createEvent.Calls(), ElementsAre(FieldsAre(nullptr, TRUE, FALSE, nullptr)));
+  EXPECT_THAT(createTimer.Calls(), ElementsAre(FieldsAre(nullptr, FALSE, nullptr)));
+  EXPECT_TRUE(m_sandbox.Files().empty()) << "no step was made";
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-// The download dialog's message map, driven directly, and the shape of the object. The window is no
-// dialog, so that messages can be sent that come after the dialog's end.
+// The download dialog's message map, driven directly, and the shape of the
+// object. The window is no dialog, so that messages can be sent that come after
+// the dialog's end.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -7,50 +8,32 @@
 #include <wininet.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <set>
+#include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "tests/download/download_test.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
 #include "tests/support/scripted_path.h"
 
 namespace {
 
-using Files = std::vector<std::wstring>;
-
 static_assert(
     std::is_base_of_v<ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>, CProgressDialog>);
 static_assert(CProgressDialogPeer::kIsLockFree);
 
-std::vector<INT_PTR> g_ends;
-CProgressDialog* g_dialog;
-
-BOOL WINAPI RecordEnd(HWND, INT_PTR result) {
-  g_ends.push_back(result);
-  return TRUE;
-}
-
-HANDLE Duplicate(HANDLE handle) {
-  HANDLE copy = nullptr;
-  EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, FALSE,
-                              DUPLICATE_SAME_ACCESS));
-  return copy;
-}
+using Ends = std::vector<INT_PTR>;
 
 class ProgressDialogMessages : public DownloadTest {
  protected:
-  ProgressDialogMessages()
-      : m_window(CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
-                                 nullptr, nullptr)),
-        m_dialog(Make(m_path.Url(L"a.qdk"))) {
-    m_dialog->m_hWnd = m_window;
-    g_dialog = m_dialog.get();
-    g_ends.clear();
-  }
+  ProgressDialogMessages() { m_dialog->m_hWnd = m_window; }
   ~ProgressDialogMessages() override {
     m_dialog->m_hWnd = nullptr;
     DestroyWindow(m_window);
@@ -66,37 +49,53 @@ class ProgressDialogMessages : public DownloadTest {
   }
   bool IsHandled(UINT message, WPARAM wParam = 0) const { return Send(message, wParam).first; }
 
+  /// The results that the dialog was ended with.
+  Ends Results() const {
+    Ends results;
+    for (const auto& [window, result] : m_end.Calls()) {
+      results.push_back(result);
+    }
+    return results;
+  }
+
   /// Downloads all of the lesson; its file is left open.
   void Download() const {
     Peer().RunWorker();
     EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
   }
 
+  /// Has a worker write to the file: the file is out of the dialog's reach
+  /// until `EndWrite`.
+  HANDLE BeginWrite() const {
+    const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
+    Peer().SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    return Peer().BeginWrite();
+  }
+
   const ScriptedPath m_path{m_server, Lesson(1000)};
-  const CImportPatch m_end{"user32.dll", "EndDialog", &RecordEnd};
-  const HWND m_window;
-  const CProgressDialog::Ptr m_dialog;
+  const CImportSpy<&EndDialog> m_end{"user32.dll", "EndDialog", [](auto...) { return TRUE; }};
+  const HWND m_window = CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
+                                        nullptr, nullptr);
+  CProgressDialog::Ptr m_dialog = Make(m_path.Url(L"a.qdk"));
 };
 
 TEST_F(ProgressDialogMessages, ResultsAreHandledAndTheQuestionOfTheSameNumberIsNot) {
   static_assert(DM_GETDEFID == WM_USER);
   EXPECT_FALSE(IsHandled(DM_GETDEFID, 0));
   EXPECT_TRUE(Peer().IsRunning());
-  EXPECT_TRUE(g_ends.empty());
+  EXPECT_TRUE(Results().empty());
   EXPECT_TRUE(IsHandled(WM_USER, 3));
-  EXPECT_EQ(g_ends, std::vector<INT_PTR>{3});
+  EXPECT_EQ(Results(), Ends{3});
 }
 
 TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack) {
-  // The dialog pauses without a system call, so that all its instructions are counted.
+  // The dialog pauses without a system call, so that all its instructions are
+  // counted.
   const CImportPatch pause("kernel32.dll", "SwitchToThread", +[]() -> BOOL { return FALSE; });
   constexpr int kBehindTheFirstLooks = 150;
   for (int instructions = 1; instructions < kBehindTheFirstLooks; ++instructions) {
-    const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
-    CProgressDialogPeer peer = Peer();
-    peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    const HANDLE taken = peer.BeginWrite();
-    const CInterruption worker(instructions, [&] { peer.EndWrite(taken); });
+    const HANDLE taken = BeginWrite();
+    const CInterruption worker(instructions, [&] { Peer().EndWrite(taken); });
     worker.Arm();
     Send(WM_USER, kDownloadDelivered);
     ASSERT_TRUE(worker.WasReached()) << instructions;
@@ -105,36 +104,24 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack
   }
 }
 
-TEST_F(ProgressDialogMessages, ResultSaysDeliveredOnlyOfADeliveredFileWhenAWriteTakesLong) {
-  static int looks;
-  static int atLook;
-  static CProgressDialogPeer* writing;
-  static HANDLE taken;
-  const CImportPatch clock(
-      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
-        if (++looks == atLook) {
-          writing->EndWrite(std::exchange(taken, INVALID_HANDLE_VALUE));
-        }
-        return static_cast<ULONGLONG>(looks) * 1000;
-      });
-  for (atLook = 2; atLook <= 5; ++atLook) {
-    looks = 0;
-    g_ends.clear();
-    const std::wstring file = m_sandbox.Write(L"temporary.qdk", "a chunk");
-    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-    CProgressDialogPeer peer{*dialog};
-    peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    dialog->m_hWnd = m_window;
-    writing = &peer;
-    taken = peer.BeginWrite();
-    LRESULT result = 0;
-    dialog->ProcessWindowMessage(m_window, WM_USER, kDownloadDelivered, 0, result);
+TEST_F(ProgressDialogMessages, ResultIsDeliveredOnlyIfTheFileWasWhenAWriteTakesLong) {
+  for (const size_t atLook : {2U, 3U, 4U, 5U}) {
+    const auto dialog = std::exchange(m_dialog, Make(L"http://127.0.0.1:1/a.qdk"));
+    dialog->m_hWnd = nullptr;
+    m_dialog->m_hWnd = m_window;
+    HANDLE taken = BeginWrite();
+    const CImportSpy<&GetTickCount64> clock("kernel32.dll", "GetTickCount64", [&] {
+      if (clock.Calls().size() == atLook) {
+        Peer().EndWrite(std::exchange(taken, INVALID_HANDLE_VALUE));
+      }
+      return clock.Calls().size() * 1000ULL;
+    });
+    Send(WM_USER, kDownloadDelivered);
     const bool isDelivered = m_sandbox.Files() == Files{L"Lesson.qdk"};
     EXPECT_EQ(isDelivered, atLook == 2) << atLook << ": the disk is waited for once";
-    EXPECT_EQ(g_ends, std::vector<INT_PTR>{isDelivered ? 1 : 3}) << atLook;
+    EXPECT_EQ(Results().back(), isDelivered ? 1 : 3) << atLook;
     const CHandle left(taken != INVALID_HANDLE_VALUE ? taken : nullptr);
     DeleteFileW(DestPath().c_str());
-    dialog->m_hWnd = nullptr;
   }
 }
 
@@ -142,6 +129,8 @@ decltype(&CreateFileW) g_createFile;
 const CInterruption* g_cancel;
 
 TEST_F(ProgressDialogMessages, FileThatIsCreatedAfterCancelIsDeletedAlthoughTheDialogGoesFirst) {
+  // Not by spies, which allocate: the dialog's thread may interrupt an
+  // allocation.
   const CImportPatch create(
       "kernel32.dll", "CreateFileW",
       +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
@@ -186,17 +175,10 @@ TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
   m_sandbox.Write(L"temporary.qdk", "another download");
   Send(WM_USER, 1);
   EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-  EXPECT_EQ(g_ends, (std::vector<INT_PTR>{1, 1}));
+  EXPECT_EQ(Results(), (Ends{1, 1}));
 }
 
-TEST_F(ProgressDialogMessages, ResultWithoutAnOpenFileDeliversNothing) {
-  Download();
-  Peer().CloseFile();
-  Send(WM_USER, 1);
-  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-}
-
-TEST_F(ProgressDialogMessages, SecondFailureChangesNothing) {
+TEST_F(ProgressDialogMessages, FailureDeletesTheFileAndASecondOneChangesNothing) {
   Download();
   for (int i = 0; i < 2; ++i) {
     EXPECT_TRUE(IsHandled(WM_USER, 3));
@@ -204,7 +186,7 @@ TEST_F(ProgressDialogMessages, SecondFailureChangesNothing) {
     EXPECT_FALSE(Peer().IsRunning());
     EXPECT_EQ(Peer().Session(), nullptr);
   }
-  EXPECT_EQ(g_ends, (std::vector<INT_PTR>{3, 3}));
+  EXPECT_EQ(Results(), (Ends{3, 3}));
   EXPECT_TRUE(TakePostedResults().empty());
 }
 
@@ -214,13 +196,9 @@ TEST_F(ProgressDialogMessages, DestructionIsLeftToTheSystemWithAResultOfOne) {
 
 TEST_F(ProgressDialogMessages, NothingElseIsHandled) {
   const std::set<UINT> own = {WM_INITDIALOG, WM_COMMAND, WM_USER, WM_DESTROY};
-  for (UINT message = 0; message <= 0xFFFF; ++message) {
-    if (!own.contains(message)) {
-      ASSERT_FALSE(IsHandled(message, 1)) << message;
-    }
-  }
   const std::set<WORD> commands = {IDOK, IDCANCEL, IDC_OPEN_FILE, IDC_OPEN_FOLDER};
-  for (unsigned value = 0; value <= 0xFFFF; ++value) {
+  for (UINT value = 0; value <= 0xFFFF; ++value) {
+    ASSERT_TRUE(own.contains(value) || !IsHandled(value, 1)) << value;
     const auto id = static_cast<WORD>(value);
     for (const WORD notification : {0, 1, 0x100, 0xFFFF}) {
       if (notification != 0 || !commands.contains(id)) {
@@ -231,41 +209,34 @@ TEST_F(ProgressDialogMessages, NothingElseIsHandled) {
       ASSERT_TRUE(id == 0 || !IsHandled(WM_COMMAND, MAKEWPARAM(command, id))) << id;
     }
   }
-  EXPECT_TRUE(g_ends.empty());
+  EXPECT_TRUE(Results().empty());
 }
 
 TEST_F(ProgressDialogMessages, CancelSignalsStopsDeletesAndEndsInThisOrder) {
-  static bool signalledAtStop;
-  static bool fileThereAtStop;
-  static bool runningAtEnd;
-  static Files filesAtEnd;
-  static const CTempSandbox* sandbox;
-  static decltype(&InternetCloseHandle) close;
-  sandbox = &m_sandbox;
-  signalledAtStop = fileThereAtStop = false;
-  runningAtEnd = true;
-  const CImportPatch stop(
-      "wininet.dll", "InternetCloseHandle", +[](HINTERNET handle) -> BOOL {
-        signalledAtStop = CProgressDialogPeer{*g_dialog}.IsPeekSignalled();
-        fileThereAtStop = !sandbox->Files().empty();
-        return close(handle);
-      });
-  close = stop.Original<BOOL WINAPI(HINTERNET)>();
-  const CImportPatch end(
-      "user32.dll", "EndDialog", +[](HWND, INT_PTR result) -> BOOL {
-        runningAtEnd = CProgressDialogPeer{*g_dialog}.IsRunning();
-        filesAtEnd = sandbox->Files();
-        g_ends.push_back(result);
-        return TRUE;
-      });
+  const CImportSpy<&InternetCloseHandle> stop("wininet.dll", "InternetCloseHandle",
+                                              [&](HINTERNET handle) {
+                                                EXPECT_TRUE(Peer().IsPeekSignalled());
+                                                EXPECT_FALSE(m_sandbox.Files().empty());
+                                                return stop.CallOriginal(handle);
+                                              });
+  const CImportSpy<&EndDialog> end("user32.dll", "EndDialog", [&](HWND, INT_PTR result) {
+    EXPECT_EQ(result, 2);
+    EXPECT_FALSE(Peer().IsRunning());
+    EXPECT_TRUE(m_sandbox.Files().empty());
+    return TRUE;
+  });
   Peer().BeginPeek();
   ASSERT_TRUE(Peer().Step());
   EXPECT_TRUE(IsHandled(WM_COMMAND, IDCANCEL));
-  EXPECT_TRUE(signalledAtStop);
-  EXPECT_TRUE(fileThereAtStop);
-  EXPECT_FALSE(runningAtEnd);
-  EXPECT_TRUE(filesAtEnd.empty());
-  EXPECT_EQ(g_ends, std::vector<INT_PTR>{2});
+  EXPECT_EQ(stop.Calls().size(), 2u);
+  EXPECT_EQ(end.Calls().size(), 1u);
+}
+
+HANDLE Duplicate(HANDLE handle) {
+  HANDLE copy = nullptr;
+  EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, FALSE,
+                              DUPLICATE_SAME_ACCESS));
+  return copy;
 }
 
 class ProgressDialogObject : public DownloadTest {};
@@ -277,10 +248,10 @@ TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
             addresses.end());
 }
 
-TEST_F(ProgressDialogObject, GoingWakesWhoeverWaitsForThePreCheck) {
+TEST_F(ProgressDialogObject, DestructorSignalsAndClosesThePreChecksEvent) {
   auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-  const CProgressDialogPeer peer{*dialog};
-  CProgressDialogPeer{*dialog}.BeginPeek();
+  CProgressDialogPeer peer{*dialog};
+  peer.BeginPeek();
   const HANDLE closed = peer.PeekEvent();
   const CHandle event(Duplicate(closed));
   dialog.reset();
@@ -292,7 +263,8 @@ TEST_F(ProgressDialogObject, GoingWakesWhoeverWaitsForThePreCheck) {
 TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
-  // The last of the destructor's two places with this compiler is the deleting one.
+  // The last of the destructor's two places with this compiler is the deleting
+  // one.
   constexpr int kDeletingDestructor = 2;
   CProgressDialog* const dialog = std::make_unique<CProgressDialog>(
                                       L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)

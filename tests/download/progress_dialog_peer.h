@@ -73,7 +73,6 @@ struct CProgressDialogPeer {
 
   void SetExtension(LPCWSTR extension) { dialog.m_extension = extension; }
   void SetRunning(bool running) { dialog.m_running = running; }
-  void SetComplete() { dialog.m_complete = 1; }
   void SetFile(HANDLE file) { dialog.m_hFile.Put(file); }
   void CloseFile() { dialog.m_hFile.Close(); }
   /// As a write does: the file is out of the dialog's reach between the two.

@@ -4,24 +4,23 @@
 #include <windows.h>
 
 #include <commctrl.h>
+#include <process.h>
 #include <shellapi.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/download/download_test.h"
-#include "tests/support/import_patch.h"
+#include "tests/download/failing_read.h"
+#include "tests/support/import_spy.h"
+#include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
 
 namespace {
-
-constexpr int kBar = 205;
-constexpr int kOpen = 206;
-constexpr int kText = 207;
-constexpr int kOpenFolder = 208;
 
 class ProgressDialog : public DownloadTest {};
 
@@ -35,29 +34,53 @@ RECT ChildBounds(HWND window, int id) {
 TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   std::wstring url = L"http://127.0.0.1/My%20Lesson.qdk?x=1";
   std::wstring file = L"C:/Temp/My Lesson.qdk";
-  const CProgressDialog dialog(url.c_str(), file.c_str(), nullptr);
+  CProgressDialog dialog(url.c_str(), file.c_str(), nullptr);
   url.assign(url.size(), L'x');
   file.assign(file.size(), L'x');
-  const CProgressDialogPeer peer{const_cast<CProgressDialog&>(dialog)};
+  const CProgressDialogPeer peer{dialog};
   EXPECT_STREQ(peer.Url(), L"http://127.0.0.1/My%20Lesson.qdk?x=1");
   EXPECT_STREQ(peer.TempPath(), L"C:\\Temp\\My Lesson.qdk");
   EXPECT_STREQ(peer.FileName(), L"My Lesson.qdk");
   EXPECT_TRUE(peer.DestPath().IsEmpty());
   EXPECT_EQ(peer.SaveState(), nullptr);
-  EXPECT_FALSE(peer.IsOpened());
   EXPECT_TRUE(peer.IsCheckPending());
   EXPECT_TRUE(peer.IsRunning());
-  EXPECT_FALSE(peer.IsValid());
-  EXPECT_FALSE(peer.IsComplete());
-  EXPECT_FALSE(peer.IsLengthKnown());
-  EXPECT_FALSE(peer.IsFinished());
+  EXPECT_FALSE(peer.IsOpened() || peer.IsValid() || peer.IsComplete() || peer.IsLengthKnown() ||
+               peer.IsFinished() || peer.IsPeeking() || peer.HasThread());
   EXPECT_EQ(peer.Total(), 0);
   EXPECT_EQ(peer.Received(), 0);
-  EXPECT_FALSE(peer.IsPeeking());
-  EXPECT_FALSE(peer.HasThread());
   EXPECT_EQ(peer.Session(), nullptr);
   EXPECT_EQ(peer.Request(), nullptr);
   EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
+}
+
+TEST_F(ProgressDialog, WorkerIsStartedLastAndItsFailureIsReported) {
+  CMessageRecorder messages;
+  const std::wstring url = L"http://127.0.0.1:1/a.qdk";
+  const auto dialog = Make(url);
+  const CImportSpy<&_beginthreadex> start("msvcrt.dll", "_beginthreadex", [&](auto...) {
+    const HWND window = dialog->m_hWnd;
+    EXPECT_EQ(TextOf(window), kDialogTitle);
+    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading Lesson.qdk");
+    PBRANGE range = {};
+    SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
+    EXPECT_EQ(range.iLow, 1);
+    EXPECT_EQ(range.iHigh, 100);
+    // One centred row.
+    RECT client = {};
+    GetClientRect(window, &client);
+    const RECT open = ChildBounds(window, IDC_OPEN_FILE);
+    const RECT folder = ChildBounds(window, IDC_OPEN_FOLDER);
+    const RECT cancel = ChildBounds(window, IDCANCEL);
+    EXPECT_EQ(folder.left, open.right + 12);
+    EXPECT_EQ(cancel.left, folder.right + 12);
+    EXPECT_EQ(open.left, (client.right - (cancel.right - open.left)) / 2);
+    EXPECT_EQ(cancel.bottom, client.bottom - 12);
+    return 0;
+  });
+  EXPECT_EQ(dialog->DoModal(nullptr), 3);
+  EXPECT_EQ(start.Calls().size(), 1u);
+  EXPECT_EQ(messages.TakeTexts(), std::vector{NotAvailable(url)});
 }
 
 TEST_F(ProgressDialog, ShowsTextBarAndCancelOnly) {
@@ -65,146 +88,50 @@ TEST_F(ProgressDialog, ShowsTextBarAndCancelOnly) {
   const auto dialog = Make(path.Url(L"a.qdk"));
   dialog->SetTarget(CFilePath(L"C:\\My 100%s Lesson.qdk"), nullptr);
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    EXPECT_EQ(ChildText(window, kText), L"Downloading My 100%s Lesson.qdk");
+    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading My 100%s Lesson.qdk");
     EXPECT_EQ(ChildText(window, IDCANCEL), L"Cancel");
-    EXPECT_EQ(ChildText(window, kOpen), L"Open");
-    EXPECT_EQ(ChildText(window, kOpenFolder), L"Open Folder");
-    for (const int hidden : {kOpen, kOpenFolder}) {
+    EXPECT_EQ(ChildText(window, IDC_OPEN_FILE), L"Open");
+    EXPECT_EQ(ChildText(window, IDC_OPEN_FOLDER), L"Open Folder");
+    for (const int hidden : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
       EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, hidden)));
       EXPECT_FALSE(IsWindowEnabled(GetDlgItem(window, hidden)));
     }
-    for (const int shown : {kBar, kText, IDCANCEL}) {
+    for (const int shown : {IDC_PROGRESS, IDC_PROGRESS_TEXT, IDCANCEL}) {
       EXPECT_TRUE(IsWindowVisible(GetDlgItem(window, shown)));
     }
-    PBRANGE range = {};
-    SendDlgItemMessageW(window, kBar, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
-    EXPECT_EQ(range.iLow, 1);
-    EXPECT_EQ(range.iHigh, 100);
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof(info);
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL) << "the dialog manager's choice";
     Click(window, IDCANCEL);
   });
   EXPECT_EQ(result, 2);
   path.AllowAll();
 }
 
-TEST_F(ProgressDialog, TemplateIsAsDesigned) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  RunDialog(*dialog, [&](HWND window) {
-    const auto style = static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE));
-    const DWORD expected = WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_3DLOOK;
-    EXPECT_EQ(style & expected, expected);
-    RECT client = {};
-    GetClientRect(window, &client);
-    RECT units = {0, 0, 186, 73};
-    MapDialogRect(window, &units);
-    EXPECT_EQ(client.right, units.right);
-    EXPECT_EQ(client.bottom, units.bottom);
-    std::vector<int> ids;
-    for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
-      ids.push_back(GetDlgCtrlID(child));
-    }
-    EXPECT_EQ(ids, (std::vector<int>{IDCANCEL, kBar, kText, kOpen, kOpenFolder}));
-    RECT bar = {7, 25, 7 + 172, 25 + 14};
-    MapDialogRect(window, &bar);
-    const RECT actual = ChildBounds(window, kBar);
-    // Position and size are rounded to pixels each for itself, by the font's measures.
-    EXPECT_NEAR(bar.left, actual.left, 1);
-    EXPECT_NEAR(bar.top, actual.top, 1);
-    EXPECT_NEAR(bar.right, actual.right, 1);
-    EXPECT_NEAR(bar.bottom, actual.bottom, 1);
-    Click(window, IDCANCEL);
-  });
-  path.AllowAll();
-}
-
-TEST_F(ProgressDialog, ButtonsStandInOneCentredRow) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  RunDialog(*dialog, [&](HWND window) {
-    RECT client = {};
-    GetClientRect(window, &client);
-    const RECT open = ChildBounds(window, kOpen);
-    const RECT folder = ChildBounds(window, kOpenFolder);
-    const RECT cancel = ChildBounds(window, IDCANCEL);
-    EXPECT_EQ(folder.left, open.right + 12);
-    EXPECT_EQ(cancel.left, folder.right + 12);
-    EXPECT_EQ(open.left, (client.right - (cancel.right - open.left)) / 2);
-    for (const RECT& bounds : {open, folder, cancel}) {
-      EXPECT_EQ(bounds.top, client.bottom - 36);
-      EXPECT_EQ(bounds.bottom, client.bottom - 12);
-    }
-    Click(window, IDCANCEL);
-  });
-  path.AllowAll();
-}
-
 TEST_F(ProgressDialog, DeliversAndEndsByItself) {
-  const ScriptedPath path(m_server, Lesson(500000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(500000));
-  EXPECT_EQ(path.Requests().size(), 1u);
-  const CProgressDialogPeer peer{*dialog};
-  EXPECT_FALSE(peer.HasThread());
-  EXPECT_FALSE(peer.IsRunning());
-  EXPECT_EQ(peer.Session(), nullptr);
-  EXPECT_EQ(peer.Request(), nullptr);
-}
-
-TEST_F(ProgressDialog, CarriesOnWhereThePreCheckStopped) {
-  const ScriptedPath path(m_server, Lesson(500000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(500000));
-  EXPECT_EQ(path.Requests().size(), 1u) << "nothing is fetched twice";
-}
-
-TEST_F(ProgressDialog, SmallBodiesAreDelivered) {
-  for (const size_t length : {0U, 5U, 57U, 58U, 798U, 799U, 131070U, 131071U}) {
-    const ScriptedPath path(m_server, Lesson(length));
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_EQ(dialog->DoModal(nullptr), 1) << length;
-    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(length));
+  for (const bool peeks : {false, true}) {
+    const ScriptedPath path(m_server, Lesson(500000));
+    std::weak_ptr<CProgressDialog> watched;
+    {
+      const auto dialog = Make(path.Url(L"a.qdk"));
+      watched = dialog->weak_from_this();
+      EXPECT_TRUE(!peeks || dialog->PeekContent(L".qdk"));
+      EXPECT_EQ(dialog->DoModal(nullptr), 1);
+      const CProgressDialogPeer peer{*dialog};
+      EXPECT_FALSE(peer.HasThread());
+      EXPECT_FALSE(peer.IsRunning());
+      EXPECT_EQ(peer.Session(), nullptr);
+      EXPECT_EQ(peer.Request(), nullptr);
+    }
+    EXPECT_TRUE(watched.expired()) << "no worker is left";
+    EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
+    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(500000));
+    EXPECT_EQ(path.Requests().size(), 1u) << "nothing is fetched twice";
   }
-}
-
-TEST_F(ProgressDialog, ChunkedAndEndlessBodiesAreDelivered) {
-  for (const HttpAnswer& answer :
-       {Lesson(300000).Chunked(), Lesson(300000).CloseDelimited(), Lesson(300000).Chunked(7000)}) {
-    const ScriptedPath path(m_server, answer);
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    EXPECT_EQ(dialog->DoModal(nullptr), 1);
-    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(300000));
-  }
-}
-
-TEST_F(ProgressDialog, RedirectIsFollowed) {
-  const ScriptedPath target(m_server, Lesson(3000));
-  const ScriptedPath start(m_server, HttpAnswer().Redirect(target.Url(L"b.qdk")));
-  const auto dialog = Make(start.Url(L"a.qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(3000));
-}
-
-TEST_F(ProgressDialog, AnyAcceptedStatusIsJudgedByItsContent) {
-  const ScriptedPath path(m_server, Lesson(3000).Status(503));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(3000));
-}
-
-TEST_F(ProgressDialog, EmptyBodyDeliversAnEmptyFile) {
-  const ScriptedPath path(m_server, HttpAnswer());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
-  EXPECT_EQ(ReadFileBytes(DestPath()), "");
 }
 
 TEST_F(ProgressDialog, BodyThatEndsEarlyCountsAsComplete) {
-  // The byte count is not compared with the announced length.
   const ScriptedPath path(m_server,
                           Lesson(10000).Cut(http_point::BodyByte(4000), HttpCut::kGraceful));
   const auto dialog = Make(path.Url(L"a.qdk"));
@@ -212,43 +139,44 @@ TEST_F(ProgressDialog, BodyThatEndsEarlyCountsAsComplete) {
   EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(3998));
 }
 
-TEST_F(ProgressDialog, BarFollowsTheTransfer) {
-  constexpr size_t kBody = 1310720;
-  const ScriptedPath path(m_server, Lesson(kBody - 2).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
+TEST_F(ProgressDialog, FailureIsReportedOverTheDialogWhileTheFileIsStillThere) {
+  const CForeignForeground foreground;
+  const CFailingRead read;
+  const ScriptedPath path(m_server, Lesson(1000000));
+  const std::wstring url = path.Url(L"a.qdk");
+  const auto dialog = Make(url);
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    for (int chunks = 1; chunks <= 9; ++chunks) {
-      path.AllowUpTo(static_cast<uint64_t>(chunks) * 131072);
-      WaitUntil("the bar to move", [&] { return BarPosition(window) == 10 * chunks; });
-      EXPECT_EQ(TextOf(window), kDialogTitle);
-    }
-    path.AllowAll();
+    read.WaitUntilReached();
+    read.Fail();
+    const HWND box = WaitForDialog(L"MERLO Folivo");
+    EXPECT_EQ(MessageText(box), NotAvailable(url));
+    EXPECT_EQ(GetWindow(box, GW_OWNER), window);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+    Click(box, IDOK);
   });
-  EXPECT_EQ(result, 1);
+  EXPECT_EQ(result, 3);
+  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-/// Keeps the worker's message at its end from the dialog, so that the complete dialog can be looked
-/// at.
+/// Keeps the worker's message at its end from the dialog, so that the complete
+/// dialog can be looked at.
 class CWithheldResult {
  public:
-  CWithheldResult() : m_patch("user32.dll", "PostMessageW", &Post) {
-    s_original = m_patch.Original<BOOL WINAPI(HWND, UINT, WPARAM, LPARAM)>();
-    s_withheld = 0;
+  void Wait() const {
+    WaitUntil("the worker's end", [this] { return m_withheld != 0; });
+    EXPECT_EQ(m_withheld, 1u);
   }
-  static WPARAM Withheld() { return s_withheld; }
 
  private:
-  static BOOL WINAPI Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    WPARAM none = 0;
-    if (message == WM_USER && s_withheld.compare_exchange_strong(none, wParam)) {
-      return TRUE;
-    }
-    return s_original(window, message, wParam, lParam);
-  }
-
-  static inline BOOL(WINAPI* s_original)(HWND, UINT, WPARAM, LPARAM);
-  static inline std::atomic<WPARAM> s_withheld;
-  CImportPatch m_patch;
+  std::atomic<WPARAM> m_withheld{0};
+  const CImportSpy<&PostMessageW> m_post{
+      "user32.dll", "PostMessageW",
+      [this](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        WPARAM none = 0;
+        return message == WM_USER && m_withheld.compare_exchange_strong(none, wParam)
+                   ? TRUE
+                   : m_post.CallOriginal(window, message, wParam, lParam);
+      }};
 };
 
 TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
@@ -257,35 +185,43 @@ TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
   const auto dialog = Make(path.Url(L"a.qdk"));
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
     path.AllowAll();
-    WaitUntil("the worker's end", [] { return CWithheldResult::Withheld() != 0; });
-    EXPECT_EQ(CWithheldResult::Withheld(), 1u);
+    withheld.Wait();
     EXPECT_EQ(TextOf(window), L"Download Complete");
-    EXPECT_EQ(ChildText(window, kText), L"Download Complete");
+    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Download Complete");
     EXPECT_EQ(ChildText(window, IDCANCEL), L"Close");
     EXPECT_EQ(BarPosition(window), 100);
-    for (const int id : {kOpen, kOpenFolder}) {
+    for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, id)));
-      EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id))) << "enabled, but never shown again";
+      EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id)));
     }
-    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
     Click(window, IDCANCEL);
   });
   EXPECT_EQ(result, 1);
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
+  EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
   EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
 }
 
-TEST_F(ProgressDialog, ResultThreeDeletesAndDeliversNothing) {
-  const CWithheldResult withheld;
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    path.AllowAll();
-    WaitUntil("the worker's end", [] { return CWithheldResult::Withheld() != 0; });
-    PostMessageW(window, WM_USER, 3, 0);
-  });
-  EXPECT_EQ(result, 3);
-  EXPECT_TRUE(m_sandbox.Files().empty());
+TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
+  for (const int command : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
+    const CLaunchRecorder shell;
+    const CWithheldResult withheld;
+    const ScriptedPath path(m_server, Lesson(1000).Gated());
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+      path.AllowAll();
+      withheld.Wait();
+      PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+    });
+    EXPECT_EQ(result, 1);
+    ASSERT_EQ(shell.Launches().size(), 1u);
+    const CLaunch& launch = shell.Launches()[0];
+    EXPECT_EQ(launch.verb, L"open");
+    EXPECT_EQ(launch.file, command == IDC_OPEN_FILE ? TempPath() : m_sandbox.Path());
+    EXPECT_EQ(launch.mask, 0x4100u);
+    EXPECT_EQ(launch.show, SW_SHOWNORMAL);
+    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
+  }
 }
 
 TEST_F(ProgressDialog, OkEndsWithOneAndDoesNothingElse) {
@@ -300,182 +236,32 @@ TEST_F(ProgressDialog, OkEndsWithOneAndDoesNothingElse) {
     const CProgressDialogPeer peer{*dialog};
     EXPECT_TRUE(peer.HasThread());
     EXPECT_NE(peer.File(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
+    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
   }
   path.AllowAll();
 }
 
-TEST_F(ProgressDialog, OtherNotificationsAreNotHandled) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    for (const int id : {IDOK, IDCANCEL, kOpen, kOpenFolder, 99}) {
-      SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 5), 0);
-    }
-    SendMessageW(window, WM_COMMAND, MAKEWPARAM(99, 0), 0);
-    SendMessageW(window, WM_USER + 1, 1, 0);
-    EXPECT_TRUE(IsWindowVisible(window));
-    Click(window, IDCANCEL);
-  });
-  EXPECT_EQ(result, 2);
-  path.AllowAll();
-}
-
-TEST_F(ProgressDialog, DefaultButtonAndFocusAreTheDialogManagers) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    // This message has the number of the worker's, with a parameter of 0.
-    static_assert(DM_GETDEFID == WM_USER);
-    SendMessageW(window, DM_GETDEFID, 0, 0);
-    EXPECT_TRUE(IsWindowVisible(window));
-    GUITHREADINFO info = {};
-    info.cbSize = sizeof(info);
-    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
-    Click(window, IDCANCEL);
-  });
-  EXPECT_EQ(result, 2);
-  path.AllowAll();
-}
-
-TEST_F(ProgressDialog, OneThatCannotStartItsWorkerFails) {
-  CMessageRecorder messages;
-  const std::wstring url = L"http://127.0.0.1:1/a.qdk";
-  const auto dialog = Make(url);
-  const CImportPatch patch(
-      "msvcrt.dll", "_beginthreadex",
-      +[](void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) -> uintptr_t {
-        return 0;
+TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
+  const CLaunchRecorder shell;
+  const DWORD dialogThread = GetCurrentThreadId();
+  const CTestEvent joining;
+  const CImportSpy<&SendDlgItemMessageW> move(
+      "user32.dll", "SendDlgItemMessageW", [&](HWND dialog, auto... others) -> LRESULT {
+        if (GetCurrentThreadId() != dialogThread) {
+          PostMessageW(dialog, WM_COMMAND, IDC_OPEN_FOLDER,
+                       0);  // finishes the download
+          joining.Wait();
+          if (!joining.IsSet()) {
+            return 0;  // the message would never be served
+          }
+        }
+        return move.CallOriginal(dialog, others...);
       });
-  EXPECT_EQ(dialog->DoModal(nullptr), 3);
-  EXPECT_EQ(messages.TakeTexts(), std::vector{NotAvailable(url)});
-}
-
-TEST_F(ProgressDialog, WorkerIsStartedWhenEverythingElseIsReady) {
-  static HWND window;
-  static std::wstring title;
-  static std::wstring text;
-  static LONG gap;
-  static bool openIsHidden;
-  static PBRANGE range;
-  const CMessageRecorder messages;
-  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-  static CProgressDialog* starting;
-  starting = dialog.get();
-  const CImportPatch patch(
-      "msvcrt.dll", "_beginthreadex",
-      +[](void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) -> uintptr_t {
-        window = starting->m_hWnd;
-        title = TextOf(window);
-        text = ChildText(window, kText);
-        gap = ChildBounds(window, kOpenFolder).left - ChildBounds(window, kOpen).right;
-        openIsHidden = (GetWindowLongPtrW(GetDlgItem(window, kOpen), GWL_STYLE) & WS_VISIBLE) == 0;
-        SendDlgItemMessageW(window, kBar, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
-        return 0;
-      });
-  EXPECT_EQ(dialog->DoModal(nullptr), 3);
-  EXPECT_NE(window, nullptr);
-  EXPECT_EQ(title, kDialogTitle);
-  EXPECT_EQ(text, L"Downloading Lesson.qdk");
-  EXPECT_EQ(gap, 12);
-  EXPECT_TRUE(openIsHidden);
-  EXPECT_EQ(range.iLow, 1);
-}
-
-struct CShellCall {
-  std::wstring verb;
-  std::wstring file;
-  ULONG mask;
-  int show;
-};
-std::vector<CShellCall> g_shellCalls;
-
-BOOL WINAPI RecordShell(SHELLEXECUTEINFOW* info) {
-  g_shellCalls.push_back({info->lpVerb, info->lpFile, info->fMask, info->nShow});
-  return TRUE;
-}
-
-TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
-  const CImportPatch shell("shell32.dll", "ShellExecuteExW", &RecordShell);
-  for (const int command : {kOpen, kOpenFolder}) {
-    g_shellCalls.clear();
-    const CWithheldResult withheld;
-    const ScriptedPath path(m_server, Lesson(1000).Gated());
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-      path.AllowAll();
-      WaitUntil("the worker's end", [] { return CWithheldResult::Withheld() != 0; });
-      PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
-    });
-    EXPECT_EQ(result, 1);
-    ASSERT_EQ(g_shellCalls.size(), 1u);
-    EXPECT_EQ(g_shellCalls[0].verb, L"open");
-    EXPECT_EQ(g_shellCalls[0].file, command == kOpen ? TempPath() : m_sandbox.Path());
-    EXPECT_EQ(g_shellCalls[0].mask, 0x4100u);
-    EXPECT_EQ(g_shellCalls[0].show, SW_SHOWNORMAL);
-    EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
-  }
-}
-
-TEST_F(ProgressDialog, OpenCommandNeverWaitsForAStalledTransfer) {
-  const CImportPatch shell("shell32.dll", "ShellExecuteExW", &RecordShell);
-  const std::string point = http_point::BodyByte(200000);
-  const ScriptedPath path(m_server, Lesson(300000).Hold(point));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    EXPECT_TRUE(path.WaitForHeld(point));
-    WaitUntil("the first chunk", [&] { return BarPosition(window) == 43; });
-    PostMessageW(window, WM_COMMAND, MAKEWPARAM(kOpen, 0), 0);
-  });
-  EXPECT_EQ(result, 1);
-  // What had come is delivered.
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(300000).substr(0, 131072));
-  path.AllowAll();
-}
-
-/// Has the download finished while its worker is about to move the bar: the worker goes on when the
-/// dialog's thread waits for its end.
-class CBarMovedUnderTheJoin {
- public:
-  CBarMovedUnderTheJoin()
-      : m_send("user32.dll", "SendDlgItemMessageW", &Send),
-        m_wait("user32.dll", "MsgWaitForMultipleObjectsEx", &Wait) {
-    s_send = m_send.Original<decltype(SendDlgItemMessageW)>();
-    s_wait = m_wait.Original<decltype(MsgWaitForMultipleObjectsEx)>();
-    s_dialogThread = GetCurrentThreadId();
-    s_joining.Close();
-    s_joining.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  }
-
- private:
-  static LRESULT WINAPI Send(HWND dialog, int id, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (GetCurrentThreadId() != s_dialogThread) {
-      PostMessageW(dialog, WM_COMMAND, kOpenFolder, 0);
-      if (WaitForSingleObject(s_joining, 10000) != WAIT_OBJECT_0) {
-        ADD_FAILURE() << "the dialog's thread does not wait so that messages are served";
-        return 0;
-      }
-    }
-    return s_send(dialog, id, message, wParam, lParam);
-  }
-  static DWORD WINAPI Wait(DWORD count, const HANDLE* handles, DWORD time, DWORD mask,
-                           DWORD flags) {
-    SetEvent(s_joining);
-    return s_wait(count, handles, time, mask, flags);
-  }
-
-  static inline decltype(&SendDlgItemMessageW) s_send;
-  static inline decltype(&MsgWaitForMultipleObjectsEx) s_wait;
-  static inline DWORD s_dialogThread;
-  static inline CHandle s_joining;
-  CImportPatch m_send;
-  CImportPatch m_wait;
-};
-
-TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
-  const CImportPatch shell("shell32.dll", "ShellExecuteExW", &RecordShell);
-  const CBarMovedUnderTheJoin bar;
+  const CImportSpy<&MsgWaitForMultipleObjectsEx> wait("user32.dll", "MsgWaitForMultipleObjectsEx",
+                                                      [&](auto... arguments) {
+                                                        joining.Set();
+                                                        return wait.CallOriginal(arguments...);
+                                                      });
   const ScriptedPath path(m_server, Lesson(300000));
   const auto dialog = Make(path.Url(L"a.qdk"));
   EXPECT_EQ(dialog->DoModal(nullptr), 1);
@@ -483,62 +269,27 @@ TEST_F(ProgressDialog, JoinNeverLocksUpWithAWorkerThatMovesTheBar) {
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
 }
 
-/// Holds the worker inside a write while the dialog's thread handles a result, until that has
-/// looked for the file at least once.
-class CWriteUnderAResult {
- public:
-  explicit CWriteUnderAResult(CProgressDialog& dialog)
-      : m_write("kernel32.dll", "WriteFile", &Write),
-        m_pause("kernel32.dll", "SwitchToThread", &Pause) {
-    s_write = m_write.Original<decltype(WriteFile)>();
-    s_dialog = &dialog;
-    s_looked.Close();
-    s_looked.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    s_writes = 0;
-  }
-
- private:
-  static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                           LPOVERLAPPED overlapped) {
-    if (++s_writes == 2) {
-      PostMessageW(s_dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
-      EXPECT_EQ(WaitForSingleObject(s_looked, 20000), WAIT_OBJECT_0);
-    }
-    return s_write(file, data, size, written, overlapped);
-  }
-  static BOOL WINAPI Pause() {
-    SetEvent(s_looked);
-    return FALSE;
-  }
-
-  static inline decltype(&WriteFile) s_write;
-  static inline CProgressDialog* s_dialog;
-  static inline CHandle s_looked;
-  static inline std::atomic<int> s_writes;
-  CImportPatch m_write;
-  CImportPatch m_pause;
-};
-
-TEST_F(ProgressDialog, ResultThatComesDuringAWriteDeliversThatChunkToo) {
+TEST_F(ProgressDialog, ResultDuringAWriteDeliversThatChunkToo) {
   const ScriptedPath path(m_server, Lesson(1000000));
   const auto dialog = Make(path.Url(L"a.qdk"));
-  const CWriteUnderAResult write(*dialog);
+  const CTestEvent looked;  // the dialog's thread for the file, once at least
+  const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
+    if (write.Calls().size() == 2) {
+      PostMessageW(dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
+      looked.Wait();
+    }
+    return write.CallOriginal(arguments...);
+  });
+  const CImportSpy<&SwitchToThread> pause("kernel32.dll", "SwitchToThread", [&] {
+    looked.Set();
+    return FALSE;
+  });
   EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"Lesson.qdk"});
+  EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(1000000).substr(0, 2 * 131072));
 }
 
-TEST_F(ProgressDialog, OneThatNeverRanTakesItsFileWithIt) {
-  const ScriptedPath path(m_server, Lesson(1000));
-  {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"temporary.qdk"});
-  }
-  EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
-TEST_F(ProgressDialog, OneThatNeverOpenedItsFileLeavesAnothersAlone) {
+TEST_F(ProgressDialog, DeletesOnlyAFileThatItHasCreated) {
   const CMessageRecorder messages;
   m_sandbox.Write(L"temporary.qdk", "another download");
   const ScriptedPath missing(m_server, HttpAnswer().Status(404));
@@ -548,6 +299,9 @@ TEST_F(ProgressDialog, OneThatNeverOpenedItsFileLeavesAnothersAlone) {
     EXPECT_FALSE(refused->PeekContent(L".qdk"));
   }
   EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
+  const ScriptedPath path(m_server, Lesson(1000));
+  EXPECT_TRUE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
+  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 }  // namespace

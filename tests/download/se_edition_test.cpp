@@ -1,5 +1,5 @@
-// The same sources built for the SE edition: where the product says its name, and where it does
-// not.
+// The same sources built for the SE edition: where the product says its name,
+// and where it does not.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -18,12 +18,7 @@ namespace {
 
 static_assert(kSeEdition);
 
-class SeEdition : public DownloadTest {
- protected:
-  std::wstring AppFolder(LPCWSTR application) const {
-    return GetAppTempFilesFolder(application).GetText().GetString();
-  }
-};
+class SeEdition : public DownloadTest {};
 
 TEST_F(SeEdition, DownloadDialogNamesIt) {
   const ScriptedPath path(m_server, Lesson(1000).Gated());
@@ -36,28 +31,32 @@ TEST_F(SeEdition, DownloadDialogNamesIt) {
 }
 
 TEST_F(SeEdition, TemporaryFolderOfTheApplicationNamesIt) {
-  const std::wstring expected = m_sandbox / L"MERLO Technologies\\MERLO Folivo SE\\TempFiles";
-  EXPECT_EQ(AppFolder(L"MERLO Folivo"), expected);
-  EXPECT_EQ(AppFolder(L"merlo FOLIVO"), expected);
-  EXPECT_EQ(AppFolder(L"Other"), m_sandbox / L"MERLO Technologies\\Other\\TempFiles");
-  EXPECT_EQ(AppFolder(L"MERLO Folivo 2"),
-            m_sandbox / L"MERLO Technologies\\MERLO Folivo 2\\TempFiles");
+  const struct {
+    LPCWSTR application;
+    LPCWSTR folder;
+  } cases[] = {{L"MERLO Folivo", L"MERLO Folivo SE"},
+               {L"merlo FOLIVO", L"MERLO Folivo SE"},
+               {L"Other", L"Other"},
+               {L"MERLO Folivo 2", L"MERLO Folivo 2"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(GetAppTempFilesFolder(c.application).GetText().GetString(),
+              m_sandbox / (L"MERLO Technologies\\" + std::wstring(c.folder) + L"\\TempFiles"));
+  }
 }
 
 TEST_F(SeEdition, QuestionBoxNamesItForTheExactTitleOnly) {
-  const auto shown = [](LPCWSTR given, const std::wstring& expected) {
+  const struct {
+    LPCWSTR given;
+    LPCWSTR shown;
+  } cases[] = {{L"MERLO Folivo", L"MERLO Folivo SE"},
+               {L"merlo folivo", L"merlo folivo"},
+               {L"MERLO Folivo ", L"MERLO Folivo "}};
+  for (const auto& c : cases) {
     CQuestion question;
-    question.title = given;
-    const CParallel user([&] {
-      const HWND box = WaitForDialog(expected);
-      PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
-    });
+    question.title = c.given;
+    const CParallel user([&] { PostMessageW(WaitForDialog(c.shown), WM_COMMAND, IDCANCEL, 0); });
     Show(question);
-  };
-  shown(L"MERLO Folivo", L"MERLO Folivo SE");
-  shown(L"merlo folivo", L"merlo folivo");
-  shown(L"MERLO Folivo ", L"MERLO Folivo ");
-  shown(L"File Download", L"File Download");
+  }
 }
 
 TEST_F(SeEdition, FailureMessagesKeepTheirCaption) {

@@ -2,13 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <shlwapi.h>
+
 #include <cstdlib>
 #include <regex>
 #include <string>
 #include <vector>
 
 #include "download/file_operations.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 
@@ -33,80 +35,61 @@ TEST_F(TempFiles, UniqueFileIsTheNameItselfWhileItIsFree) {
 }
 
 TEST_F(TempFiles, ClashesDrawTheUnseededSequenceOfTheThread) {
-  // The sequence that an unseeded thread draws.
-  const std::vector<std::wstring> expected = {L"a.folivo", L"a(41).folivo", L"a(18467).folivo",
-                                              L"a(6334).folivo", L"a(26500).folivo"};
+  const std::vector<std::wstring> expected = {L"%s.folivo", L"%s(41).folivo", L"%s(18467).folivo",
+                                              L"%s(6334).folivo", L"%s(26500).folivo"};
   for (const int thread : {1, 2}) {
     std::vector<std::wstring> names;
     const CTempSandbox sandbox;
     CParallel([&] {
       for (size_t i = 0; i < expected.size(); ++i) {
-        const CFilePath path = MakeUniqueFilePath(sandbox.Path().c_str(), L"a", L".folivo");
+        const CFilePath path = MakeUniqueFilePath(sandbox.Path().c_str(), L"%s", L".folivo");
         names.emplace_back(path.GetFileNamePart());
         sandbox.Write(names.back(), "taken");
       }
     }).Join();
     EXPECT_EQ(names, expected) << "thread " << thread;
   }
-}
-
-TEST_F(TempFiles, EveryClashDrawsAnotherNumber) {
-  for (const wchar_t* taken : {L"a.qdk", L"a(41).qdk", L"a(18467).qdk"}) {
-    m_sandbox.Write(taken, "x");
-  }
-  std::wstring name;
-  CParallel([&] { name = Text(MakeUniqueFilePath(Folder(), L"a", L".qdk")); }).Join();
-  EXPECT_EQ(name, In(L"a(6334).qdk"));
-}
-
-TEST_F(TempFiles, TriesHaveNoLimit) {
-  constexpr int kClashes = 5000;
-  static int asked;
-  asked = 0;
-  const CImportPatch patch(
-      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { return ++asked <= kClashes; });
-  const std::wstring path = Text(MakeUniqueFilePath(Folder(), L"a", L".qdk"));
-  EXPECT_EQ(asked, kClashes + 1);
-  EXPECT_EQ(path.rfind(In(L"a("), 0), 0u);
-}
-
-TEST_F(TempFiles, NumbersFollowWhatTheThreadHasDrawnBefore) {
-  m_sandbox.Write(L"a.qdk", "x");
-  srand(77);
+  srand(77);  // numbers follow what the thread has drawn before
   const int next = rand();
   srand(77);
+  m_sandbox.Write(L"a.qdk", "taken");
   EXPECT_EQ(Text(MakeUniqueFilePath(Folder(), L"a", L".qdk")),
             In(L"a(" + std::to_wstring(next) + L").qdk"));
 }
 
-TEST_F(TempFiles, NamesAreNotFormats) {
-  m_sandbox.Write(L"100%s%d.qdk", "x");
-  std::wstring name;
-  CParallel([&] { name = Text(MakeUniqueFilePath(Folder(), L"100%s%d", L".qdk")); }).Join();
-  EXPECT_EQ(name, In(L"100%s%d(41).qdk"));
+TEST_F(TempFiles, TriesHaveNoLimit) {
+  const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW",
+                                            [&](auto...) { return exists.Calls().size() <= 5000; });
+  const std::wstring path = Text(MakeUniqueFilePath(Folder(), L"a", L".qdk"));
+  EXPECT_EQ(exists.Calls().size(), 5001u);
+  EXPECT_TRUE(path.starts_with(In(L"a(")));
 }
 
 TEST_F(TempFiles, UniqueFolderCountsUpWithoutSeparator) {
-  EXPECT_EQ(Text(MakeUniqueFolderPath(Folder(), L"Shapes")), In(L"Shapes"));
-  CreateFolderTree(CFilePath(In(L"Shapes").c_str()));
-  EXPECT_EQ(Text(MakeUniqueFolderPath(Folder(), L"Shapes")), In(L"Shapes1"));
-  m_sandbox.Write(L"Shapes1", "a file of that name counts too");
-  EXPECT_EQ(Text(MakeUniqueFolderPath(Folder(), L"Shapes")), In(L"Shapes2"));
-  for (int i = 2; i <= 11; ++i) {
-    CreateFolderTree(CFilePath(In(L"Shapes" + std::to_wstring(i)).c_str()));
+  for (int i = 0; i <= 12; ++i) {
+    const std::wstring expected = In(i == 0 ? L"Shapes" : L"Shapes" + std::to_wstring(i));
+    const CFilePath path = MakeUniqueFolderPath(Folder(), L"Shapes");
+    EXPECT_EQ(Text(path), expected);
+    EXPECT_FALSE(PathExists(path)) << "nothing is created";
+    if (i == 1) {
+      m_sandbox.Write(L"Shapes1", "a file of that name counts too");
+    } else {
+      CreateFolderTree(path);
+    }
   }
-  EXPECT_EQ(Text(MakeUniqueFolderPath(Folder(), L"Shapes")), In(L"Shapes12"));
 }
 
 TEST_F(TempFiles, BaseFolderIsTheOverrideOrTheSystems) {
   EXPECT_EQ(Text(GetTempBaseFolder()), m_sandbox.Path());
+  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), In(L"lesson.qdk"));
   SetTempBaseFolder(L"C:/Other/");
   EXPECT_EQ(Text(GetTempBaseFolder()), L"C:\\Other");
+  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), L"C:\\Other\\lesson.qdk");
   SetTempBaseFolder(L"");
   EXPECT_EQ(Text(GetTempBaseFolder()), m_sandbox.Path());
 }
 
-TEST_F(TempFiles, BaseFolderIsWholeWhileOtherWindowsSetIt) {
+TEST_F(TempFiles, BaseFolderIsWholeWhileOtherThreadsSetIt) {
   constexpr int kRounds = 100000;
   const CStringW folders[] = {(L"C:\\" + std::wstring(100, L'a')).c_str(),
                               (L"C:\\" + std::wstring(100, L'b')).c_str()};
@@ -125,18 +108,12 @@ TEST_F(TempFiles, BaseFolderIsWholeWhileOtherWindowsSetIt) {
   }
 }
 
-TEST_F(TempFiles, TempPathUsesTheBaseFolderAndTheName) {
-  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), In(L"lesson.qdk"));
-  SetTempBaseFolder(L"C:\\Other");
-  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), L"C:\\Other\\lesson.qdk");
-}
-
 TEST_F(TempFiles, EmptyNameIsMadeFromProcessAndTime) {
   const DWORD before = GetTickCount();
-  const std::wstring path = Text(MakeTempFilePath(L".qdk", L""));
+  const CFilePath path = MakeTempFilePath(L".qdk", L"");
   const DWORD after = GetTickCount();
-  ASSERT_EQ(path.rfind(m_sandbox.Path() + L"\\", 0), 0u);
-  const std::wstring name = path.substr(m_sandbox.Path().size() + 1);
+  EXPECT_EQ(Text(path.GetParentFolder()), m_sandbox.Path());
+  const std::wstring name(path.GetFileNamePart());
   std::wsmatch match;
   ASSERT_TRUE(std::regex_match(name, match, std::wregex(L"FVK-([0-9]+)-([0-9a-f]+)\\.qdk")));
   EXPECT_EQ(std::stoul(match[1]), GetCurrentProcessId());
@@ -145,38 +122,25 @@ TEST_F(TempFiles, EmptyNameIsMadeFromProcessAndTime) {
   EXPECT_LE(tick, after);
 }
 
-TEST_F(TempFiles, SystemFolderHasNoTrailingBackslash) {
+TEST_F(TempFiles, SystemFolderIsWholeOrEmptyAndWithoutTrailingBackslash) {
   EXPECT_EQ(Text(GetSystemTempFolder()), m_sandbox.Path());
-}
-
-std::wstring g_tempPath;
-
-/// What the system does: the length without the terminator, or the size needed with it.
-DWORD WINAPI TellTempPath(DWORD size, LPWSTR buffer) {
-  if (g_tempPath.size() + 1 > size) {
-    return static_cast<DWORD>(g_tempPath.size() + 1);
+  std::wstring answer;
+  // The length without the terminator, or the size needed with it.
+  const CImportSpy<&GetTempPathW> system("kernel32.dll", "GetTempPathW",
+                                         [&](DWORD size, LPWSTR buffer) -> DWORD {
+                                           const auto length = static_cast<DWORD>(answer.size());
+                                           if (length + 1 > size) {
+                                             return length + 1;
+                                           }
+                                           wcscpy(buffer, answer.c_str());
+                                           return length;
+                                         });
+  EXPECT_TRUE(GetSystemTempFolder().IsEmpty()) << "the query fails";
+  for (const size_t length : {4U, 258U, 259U, 260U, 261U, 1000U}) {
+    answer = L"C:\\" + std::wstring(length - 4, L't') + L"\\";
+    EXPECT_EQ(GetSystemTempFolder().GetText().GetLength(),
+              length < 260 ? static_cast<int>(length) - 1 : 0);
   }
-  wcscpy(buffer, g_tempPath.c_str());
-  return static_cast<DWORD>(g_tempPath.size());
-}
-
-TEST_F(TempFiles, SystemFolderOfAnyLengthIsWholeOrEmpty) {
-  const CImportPatch patch("kernel32.dll", "GetTempPathW", &TellTempPath);
-  for (const size_t length : {4U, 258U, 259U}) {
-    g_tempPath = L"C:\\" + std::wstring(length - 4, L't') + L"\\";
-    const CFilePath folder = GetSystemTempFolder();
-    EXPECT_EQ(folder.GetText().GetLength(), static_cast<int>(length) - 1);
-  }
-  for (const size_t length : {260U, 261U, 1000U}) {
-    g_tempPath = L"C:\\" + std::wstring(length - 4, L't') + L"\\";
-    EXPECT_TRUE(GetSystemTempFolder().IsEmpty()) << length;
-  }
-}
-
-TEST_F(TempFiles, SystemFolderThatCannotBeToldIsEmpty) {
-  const CImportPatch patch(
-      "kernel32.dll", "GetTempPathW", +[](DWORD, LPWSTR) -> DWORD { return 0; });
-  EXPECT_TRUE(GetSystemTempFolder().IsEmpty());
 }
 
 TEST_F(TempFiles, AppFolderLiesBelowTheSystemsWhateverTheOverride) {

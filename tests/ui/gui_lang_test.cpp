@@ -4,19 +4,30 @@
 
 namespace {
 
-class CMirroredLang : public CGenericGUILang {
+class CMarkedLang : public CGenericGUILang {
  public:
   bool IsRightToLeft() const override { return true; }
+  void Activate() override { ++activations; }
+  bool IsAvailable() const override { return false; }
+  int GetVariant() const override { return 5; }
+  int activations = 0;
 };
 
-TEST(GUILang, GenericLanguageAnswersAsDocumented) {
-  CGenericGUILang language;
-  EXPECT_FALSE(language.IsRightToLeft());
-  language.Activate();
-  EXPECT_TRUE(language.IsAvailable());
-  EXPECT_EQ(language.GetVariant(), 0);
-  EXPECT_STREQ(language.GetLocaleNameNarrow(), "en_CA");
-  EXPECT_STREQ(language.GetLocaleNameWide(), L"en_CA");
+TEST(GUILang, GenericLanguageIsCurrentUntilAnotherIsSet) {
+  IGUILang& generic = GetGUILang();
+  EXPECT_NE(dynamic_cast<CGenericGUILang*>(&generic), nullptr);
+  EXPECT_FALSE(generic.IsRightToLeft());
+  generic.Activate();
+  EXPECT_TRUE(generic.IsAvailable());
+  EXPECT_EQ(generic.GetVariant(), 0);
+  EXPECT_STREQ(generic.GetLocaleNameNarrow(), "en_CA");
+  EXPECT_STREQ(generic.GetLocaleNameWide(), L"en_CA");
+
+  CMarkedLang other;
+  SetGUILang(&other);
+  EXPECT_EQ(&GetGUILang(), &other);
+  SetGUILang(nullptr);
+  EXPECT_EQ(&GetGUILang(), &generic);
 }
 
 /// An operation by its place in the table: host products may be built by another compiler.
@@ -26,15 +37,6 @@ Result CallSlot(CGenericGUILang& language, int slot) {
   const void* const* const table = *reinterpret_cast<const void* const* const*>(&language);
   return reinterpret_cast<Operation>(const_cast<void*>(table[slot]))(&language);
 }
-
-class CMarkedLang : public CGenericGUILang {
- public:
-  bool IsRightToLeft() const override { return true; }
-  void Activate() override { ++activations; }
-  bool IsAvailable() const override { return false; }
-  int GetVariant() const override { return 5; }
-  int activations = 0;
-};
 
 TEST(GUILang, OperationsHaveTheirPlacesBehindTheDestructor) {
 #ifdef _MSC_VER
@@ -50,23 +52,6 @@ TEST(GUILang, OperationsHaveTheirPlacesBehindTheDestructor) {
   EXPECT_EQ(CallSlot<int>(language, kFirst + 3), 5);
   EXPECT_STREQ(CallSlot<const char*>(language, kFirst + 4), "en_CA");
   EXPECT_STREQ(CallSlot<const wchar_t*>(language, kFirst + 5), L"en_CA");
-}
-
-TEST(GUILang, GenericLanguageIsCurrentByItself) {
-  IGUILang& first = GetGUILang();
-  EXPECT_NE(dynamic_cast<CGenericGUILang*>(&first), nullptr);
-  EXPECT_FALSE(first.IsRightToLeft());
-  EXPECT_EQ(&first, &GetGUILang());
-}
-
-TEST(GUILang, AnotherLanguageCanBeSetAndTakenBack) {
-  CMirroredLang mirrored;
-  SetGUILang(&mirrored);
-  EXPECT_EQ(&GetGUILang(), &mirrored);
-  EXPECT_TRUE(GetGUILang().IsRightToLeft());
-  SetGUILang(nullptr);
-  EXPECT_NE(&GetGUILang(), &mirrored);
-  EXPECT_FALSE(GetGUILang().IsRightToLeft());
 }
 
 }  // namespace

@@ -2,67 +2,27 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
 constexpr wchar_t kText[] = L"one two three four five six seven eight nine ten";
 
-TEST(SelectedFontDC, TextWrapsAtTheGivenWidth) {
+TEST(SelectedFontDC, TextWrapsAtTheGivenWidthWithAmpersandsAsCharacters) {
   const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
   const SIZE line = dc.MeasureText(kText, 1000, 1000);
   const SIZE wrapped = dc.MeasureText(kText, line.cx / 2, 1000);
   EXPECT_GE(wrapped.cy, 2 * line.cy);
   EXPECT_LE(wrapped.cx, line.cx / 2);
-}
-
-TEST(SelectedFontDC, MeasuresInTheSelectedFont) {
-  LOGFONTW big = {};
-  big.lfHeight = -80;
-  const HFONT font = CreateFontIndirectW(&big);
-  {
-    const CSelectedFontDC small(nullptr, GetStockObject(DEFAULT_GUI_FONT));
-    const CSelectedFontDC large(nullptr, font);
-    EXPECT_GT(large.MeasureText(L"x", 1000, 1000).cy, 2 * small.MeasureText(L"x", 1000, 1000).cy);
-  }
-  EXPECT_TRUE(DeleteObject(font));
-}
-
-TEST(SelectedFontDC, AmpersandTakesRoom) {
-  const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
   EXPECT_GT(dc.MeasureText(L"a&b", 1000, 1000).cx, dc.MeasureText(L"ab", 1000, 1000).cx);
 }
 
 TEST(SelectedFontDC, TextThatCannotBeMeasuredIsEmpty) {
   const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
-  const CImportPatch patch(
-      "user32.dll", "DrawTextW", +[](HDC, LPCWSTR, int, LPRECT, UINT) { return 0; });
+  const CImportSpy<&DrawTextW> draw("user32.dll", "DrawTextW", [](auto...) { return 0; });
   const SIZE size = dc.MeasureText(kText, 386, 10000);
   EXPECT_EQ(size.cx, 0);
   EXPECT_EQ(size.cy, 0);
-}
-
-TEST(SelectedFontDC, AWindowGetsItsOldFontBack) {
-  // With a device context of its own, the window shows what was left in it.
-  WNDCLASSW windowClass = {};
-  windowClass.style = CS_OWNDC;
-  windowClass.lpfnWndProc = DefWindowProcW;
-  windowClass.lpszClassName = L"FolivoOwnDcTest";
-  windowClass.hInstance = GetModuleHandleW(nullptr);
-  ASSERT_NE(RegisterClassW(&windowClass), 0);
-  const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"", WS_POPUP, 0, 0, 10, 10,
-                                      nullptr, nullptr, windowClass.hInstance, nullptr);
-  const HDC dc = GetDC(window);
-  const HGDIOBJ before = GetCurrentObject(dc, OBJ_FONT);
-  const HGDIOBJ other = GetStockObject(ANSI_FIXED_FONT);
-  ASSERT_NE(before, other);
-  {
-    const CSelectedFontDC selected(window, other);
-    EXPECT_EQ(GetCurrentObject(dc, OBJ_FONT), other);
-  }
-  EXPECT_EQ(GetCurrentObject(dc, OBJ_FONT), before);
-  DestroyWindow(window);
-  UnregisterClassW(windowClass.lpszClassName, windowClass.hInstance);
 }
 
 }  // namespace
