@@ -1,5 +1,5 @@
-// A server that asks for a password: the system's dialog asks the user, and the archive is asked
-// for again with the answer.
+// A server that asks for a password: the system's dialog asks the user, and the archive is
+// requested again with the answer.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -21,83 +21,50 @@ constexpr int kPasswordEdit = 1028;
 
 class CollectionCredentials : public CollectionTest {
  protected:
-  /// Credentials are kept for the whole process and the server's name: each test has its own.
-  CollectionCredentials() : m_password(L"pass " + std::to_wstring(++s_passwords)) {}
-
-  PathScript ProtectedArchive() const {
+  static PathScript ProtectedArchive() {
     PathScript script = HttpAnswer().Bytes("PK archive");
-    script.Credentials("ann", std::string(m_password.begin(), m_password.end()), "Collections");
+    script.Credentials("ann", "right", "Collections");
     return script;
   }
 
-  static void Answer(const std::wstring& password) {
+  /// Has the user end the system's prompt.
+  static void Answer(const wchar_t* password, int button) {
     const HWND prompt = WaitForDialog(kPromptTitle);
-    EXPECT_EQ(TextOf(GetWindow(prompt, GW_OWNER)), kDialogTitle);
-    for (const auto& [id, text] :
-         {std::pair(kUserEdit, L"ann"), {kPasswordEdit, password.c_str()}}) {
+    const HWND dialog = GetWindow(prompt, GW_OWNER);
+    EXPECT_EQ(TextOf(dialog), kDialogTitle);
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);  // does not end the dialog
+    for (const auto& [id, text] : {std::pair(kUserEdit, L"ann"), {kPasswordEdit, password}}) {
       SendDlgItemMessageW(prompt, id, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text));
     }
-    PostMessageW(prompt, WM_COMMAND, IDOK, 0);
-    WaitUntilGone(prompt);
-  }
-  static void Refuse() {
-    const HWND prompt = WaitForDialog(kPromptTitle);
-    PostMessageW(prompt, WM_COMMAND, IDCANCEL, 0);
+    PostMessageW(prompt, WM_COMMAND, static_cast<WPARAM>(button), 0);
     WaitUntilGone(prompt);
   }
 
-  const std::wstring m_password;
-  CWinInetRecorder m_winInet;
-
- private:
-  static inline int s_passwords = 0;
+  const CWinInetRecorder m_winInet;
+  const ScriptedPath m_path{m_server, ProtectedArchive()};
 };
 
-TEST_F(CollectionCredentials, RightOnesFetchTheArchive) {
-  const ScriptedPath path(m_server, ProtectedArchive());
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  const CParallel user([&] { Answer(m_password); });
-  ASSERT_TRUE(dialog->DownloadArchive());
-  dialog->EndWithResult(2);
-  EXPECT_EQ(ReadFileBytes(ZipPath()), "PK archive");
-  EXPECT_EQ(path.Requests().back().auth, RequestRecord::Auth::kRight);
-  EXPECT_EQ(m_winInet.openings.size(), 2u);
-  EXPECT_EQ(m_winInet.closed.size(), 3u) << "the first request, the second, the session";
-}
-
-TEST_F(CollectionCredentials, WrongOnesAreAskedForAgain) {
-  const ScriptedPath path(m_server, ProtectedArchive());
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  const CParallel user([&] {
-    Answer(L"wrong");
-    Answer(m_password);
-  });
-  ASSERT_TRUE(dialog->DownloadArchive());
-  dialog->EndWithResult(2);
-  EXPECT_EQ(ReadFileBytes(ZipPath()), "PK archive");
-}
-
+// First: the right credentials are kept for the process.
 TEST_F(CollectionCredentials, RefusedPromptTakesWhatTheServerSent) {
-  const ScriptedPath path(m_server, ProtectedArchive());
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  const CParallel user([] { Refuse(); });
+  COpenDialog dialog = Open(TrustedUrl(m_path));
+  const CParallel user([] { Answer(L"", IDCANCEL); });
   ASSERT_TRUE(dialog->DownloadArchive()) << "401 is no refused status";
-  dialog->EndWithResult(2);
   EXPECT_EQ(m_winInet.openings.size(), 1u);
-  EXPECT_EQ(path.Requests().back().status, 401);
+  EXPECT_EQ(m_path.Requests().back().status, 401);
 }
 
-TEST_F(CollectionCredentials, ClickUnderThePromptDoesNotEndTheDialog) {
-  const ScriptedPath path(m_server, ProtectedArchive());
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  const CParallel user([&] {
-    const HWND prompt = WaitForDialog(kPromptTitle);
-    SendMessageW(GetWindow(prompt, GW_OWNER), WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
-    Answer(m_password);
+TEST_F(CollectionCredentials, UserIsAskedUntilTheCredentialsAreRight) {
+  COpenDialog dialog = Open(TrustedUrl(m_path));
+  const CParallel user([] {
+    Answer(L"wrong", IDOK);
+    Answer(L"right", IDOK);
   });
   ASSERT_TRUE(dialog->DownloadArchive());
   dialog->EndWithResult(2);
   EXPECT_EQ(ReadFileBytes(ZipPath()), "PK archive");
+  EXPECT_EQ(m_path.Requests().back().auth, RequestRecord::Auth::kRight);
+  EXPECT_EQ(m_winInet.openings.size(), 3u);
+  EXPECT_EQ(m_winInet.closed.size(), 4u) << "three requests and the session";
 }
 
 }  // namespace
