@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -14,7 +13,6 @@
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/http_pattern.h"
-#include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
 
@@ -173,27 +171,6 @@ TEST_F(AddCollections, FullDiskLeavesNoPartOfAFile) {
     EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
   }
   EXPECT_TRUE(m_dialog->AddedFiles().empty());
-}
-
-// Twice as many as are there when the list grows.
-constexpr int kListedFiles = 1024;
-constexpr size_t kGrownList = 2 * kListedFiles * sizeof(CStringW);
-
-TEST_F(AddCollections, ListThatCannotGrowLeavesNoFile) {
-  m_sandbox.Write(L"download.zip", CStoredZip().Add("a", "a").Bytes());
-  for (int i = 0; i < kListedFiles; ++i) {
-    m_dialog->AddFile(L"x");
-  }
-  {
-    const CImportPatch patch(
-        "msvcrt.dll", "malloc", +[](size_t size) -> void* {
-          // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): stands in for malloc
-          return size == kGrownList ? nullptr : std::calloc(1, size);
-        });
-    EXPECT_THROW(AddOne(L"a", Content(L"x")), CAtlException);
-  }
-  EXPECT_EQ(m_dialog->AddedFiles().size(), size_t{kListedFiles});
-  EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
 }
 
 std::wstring g_chosen;

@@ -1,12 +1,8 @@
 // Whole runs of the dialog, from its first timer tick to its end.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <shlwapi.h>
-
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -22,7 +18,6 @@
 
 namespace {
 
-using testing::Contains;
 using Lines = CDialogTrace::Lines;
 
 class CollectionPipeline : public CollectionTest {
@@ -93,88 +88,27 @@ TEST_F(CollectionPipeline, WhatIsNoArchiveEndsAtTheListing) {
   EXPECT_EQ(m_trace.Take(), Expected({m_copied, m_retrieving}));
 }
 
-CDialogTrace* g_trace;
-
-/// Notes each message that this thread takes from its queue.
-LRESULT CALLBACK NoteMessage(int code, WPARAM action, LPARAM data) {
-  if (code == HC_ACTION && action == PM_REMOVE) {
-    g_trace->Add(L"served " + std::to_wstring(reinterpret_cast<const MSG*>(data)->message));
-  }
-  return CallNextHookEx(nullptr, code, action, data);
-}
-
-TEST_F(CollectionPipeline, ServesNoMessages) {
-  const CWinInetRecorder winInet;
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 25000));
-  g_trace = &m_trace;
-  // In the first stage the user presses Cancel, and a message for another window comes.
-  const CImportSpy<&PathIsURLW> isUrl("shlwapi.dll", "PathIsURLW", [&](LPCWSTR text) {
-    PostMessageW(FindWindowW(nullptr, kDialogTitle), WM_COMMAND, IDCANCEL, 0);
-    PostThreadMessageW(GetCurrentThreadId(), WM_APP, 0, 0);
-    return isUrl.CallOriginal(text);
-  });
-  const HHOOK hook = SetWindowsHookExW(WH_GETMESSAGE, &NoteMessage, nullptr, GetCurrentThreadId());
-  for (const std::wstring& source : {LocalSource(Archive()), TrustedUrl(path)}) {
-    Run(source);
-    const Lines lines = m_trace.Take();
-    const auto begin = std::ranges::find(lines, Bar(0));
-    const auto isServed = testing::StartsWith(L"served");
-    EXPECT_THAT(Lines(lines.begin(), begin), Contains(isServed)) << "the hook works";
-    EXPECT_THAT(Lines(begin, std::ranges::find(lines, End(3))), Not(Contains(isServed)));
-  }
-  UnhookWindowsHookEx(hook);
-}
-
 // One archive for all calls: docs/security.md says what that does.
 TEST_F(CollectionPipeline, SecondCallUnderTheFirstOnesMessageSharesItsArchive) {
   const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
-  const std::wstring network = TrustedUrl(path);
-  const std::wstring local = m_sandbox.Write(L"source.zip", Archive());
-  const std::wstring cannotCreate = L"Unable to create the destination file " + ZipPath() + L".";
-  const std::wstring cannotWrite = L"Unable to write to the destination file " + ZipPath() + L".";
-  const struct {
-    const char* name;
-    std::wstring first;
-    std::wstring second;
-    bool hasOldArchive;
-    std::wstring firstMessage;
-    std::wstring secondMessage;
-    bool isRead;          // the archive, by the second call
-    bool isLeftForFirst;  // the second call's end does not delete it
-  } cases[] = {
-      {"network, network", network, network, false, kCannotUnzip, cannotCreate, false, true},
-      {"network, local", network, local, false, kCannotUnzip, kCannotUnzip, false, true},
-      {"local, network", local, network, true, kCannotUnzip, kCannotUnzip, false, false},
-      {"local, local", local, local, true, kCannotUnzip, kCannotUnzip, true, false},
-      {"copied, network", local, network, false, cannotWrite, kCannotUnzip, false, false},
-      {"copied, local", local, local, false, cannotWrite, kCannotUnzip, true, false},
+  std::function<void()> underMessage = [&] {
+    m_trace.Take();
+    Run(TrustedUrl(path));
+    EXPECT_EQ(m_trace.Take(L"message"),
+              Lines{L"Unable to create the destination file " + ZipPath() + L"."});
+    EXPECT_TRUE(ArchiveExists()) << "the first call holds it";
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    if (c.hasOldArchive) {
-      m_sandbox.Write(L"download.zip", Archive());
-    }
-    Lines second;
-    std::function<void()> underMessage = [&] {
-      m_trace.Take();
-      Run(c.second);
-      EXPECT_EQ(ArchiveExists(), c.isLeftForFirst);
-      second = m_trace.Take();
-    };
-    const CImportSpy<&MessageBoxW> message(
-        "user32.dll", "MessageBoxW", [&](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-          if (const std::function<void()> once = std::exchange(underMessage, nullptr)) {
-            once();
-          }
-          return message.CallOriginal(owner, text, caption, style);
-        });
-    Run(c.first);
-    EXPECT_EQ(m_trace.Take(L"message"), Lines{c.firstMessage});
-    EXPECT_EQ(std::ranges::count(second, Message(c.secondMessage)), 1);
-    EXPECT_EQ(std::ranges::count(second, Title(L"Unzipping Folivo Collections...")) > 0, c.isRead);
-    EXPECT_FALSE(ArchiveExists());
-  }
+  const CImportSpy<&MessageBoxW> message(
+      "user32.dll", "MessageBoxW", [&](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+        if (const std::function<void()> once = std::exchange(underMessage, nullptr)) {
+          once();
+        }
+        return message.CallOriginal(owner, text, caption, style);
+      });
+  Run(TrustedUrl(path));
+  EXPECT_EQ(m_trace.Take(L"message"), Lines{kCannotUnzip});
+  EXPECT_FALSE(ArchiveExists());
 }
 
 TEST_F(CollectionPipeline, NoHandleIsLeftBehind) {

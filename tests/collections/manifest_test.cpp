@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "plugin/thread_locale.h"
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/doubles/unzip/unzip_double.h"
@@ -110,8 +111,8 @@ TEST_F(Manifest, PauseComesBeforeAnExtraction) {
 }
 
 TEST_F(Manifest, IsTextInTheAnsiCodePageWhateverTheThreadsLocaleIs) {
-  const LCID previous = GetThreadLocale();
-  SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
+  const CThreadLocaleScope japanese(
+      MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
   for (const char* declaration :
        {"", "<?xml version=\"1.0\"?>", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
         "<?xml version=\"1.0\" encoding=\"windows-1252\"?>"}) {
@@ -119,7 +120,6 @@ TEST_F(Manifest, IsTextInTheAnsiCodePageWhateverTheThreadsLocaleIs) {
     EXPECT_EQ(RootAttribute("x"), "Caf\xE9") << declaration;
     EXPECT_EQ(RootAttribute("y"), "\x80\x81\x8D\xFF\x85\xE0") << declaration;
   }
-  SetThreadLocale(previous);
 }
 
 TEST_F(Manifest, EndsAtAZeroByte) {

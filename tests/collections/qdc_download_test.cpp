@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <string>
 #include <vector>
 
@@ -124,67 +125,27 @@ TEST_F(Control, NotReadySaysSoOnEveryCall) {
   EXPECT_EQ(documents.Count(), 1) << "it is looked for once, when the control is created";
 }
 
-/// A place in a container that only knows its window.
-class CSite final : public IOleClientSite, public IOleInPlaceSite {
- public:
-  HWND window = nullptr;
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-    *out = nullptr;
-    if (iid == IID_IOleInPlaceSite || iid == IID_IOleWindow) {
-      *out = static_cast<IOleInPlaceSite*>(this);
-    } else if (iid == IID_IOleClientSite || iid == IID_IUnknown) {
-      *out = static_cast<IOleClientSite*>(this);
-    }
-    return *out != nullptr ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return 1; }
-  STDMETHODIMP_(ULONG) Release() override { return 1; }
-  STDMETHODIMP GetWindow(HWND* out) override {
-    *out = window;
-    return window != nullptr ? S_OK : E_FAIL;
-  }
-
-  STDMETHODIMP SaveObject() override { return E_NOTIMPL; }
-  STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
-  STDMETHODIMP GetContainer(IOleContainer**) override { return E_NOTIMPL; }
-  STDMETHODIMP ShowObject() override { return E_NOTIMPL; }
-  STDMETHODIMP OnShowWindow(BOOL) override { return E_NOTIMPL; }
-  STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
-  STDMETHODIMP ContextSensitiveHelp(BOOL) override { return E_NOTIMPL; }
-  STDMETHODIMP CanInPlaceActivate() override { return E_NOTIMPL; }
-  STDMETHODIMP OnInPlaceActivate() override { return E_NOTIMPL; }
-  STDMETHODIMP OnUIActivate() override { return E_NOTIMPL; }
-  STDMETHODIMP GetWindowContext(IOleInPlaceFrame**, IOleInPlaceUIWindow**, LPRECT, LPRECT,
-                                LPOLEINPLACEFRAMEINFO) override {
-    return E_NOTIMPL;
-  }
-  STDMETHODIMP Scroll(SIZE) override { return E_NOTIMPL; }
-  STDMETHODIMP OnUIDeactivate(BOOL) override { return E_NOTIMPL; }
-  STDMETHODIMP OnInPlaceDeactivate() override { return E_NOTIMPL; }
-  STDMETHODIMP DiscardUndoState() override { return E_NOTIMPL; }
-  STDMETHODIMP DeactivateAndUndo() override { return E_NOTIMPL; }
-  STDMETHODIMP OnPosRectChange(LPCRECT) override { return E_NOTIMPL; }
-};
-
 TEST_F(Control, MessageBelongsToItsWindowElseToTheContainers) {
   const CDocumentsFolder documents(L"");
-  CSite site;
   const auto control = CControlObject::Create();
   const auto owner = [&] {
     control->DownloadFile(CComBSTR(L"x"));
     return m_messages.Take().at(0).owner;
   };
-  CComPtr<IOleObject> object;
-  ASSERT_EQ(control->QueryInterface(IID_PPV_ARGS(&object)), S_OK);
-  ASSERT_EQ(object->SetClientSite(&site), S_OK);
-  EXPECT_EQ(owner(), nullptr);
-  site.window = reinterpret_cast<HWND>(1);
-  EXPECT_EQ(owner(), site.window);
-  control->m_hWnd = reinterpret_cast<HWND>(2);
+  const HWND container = CreateWindowExW(0, L"static", L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50,
+                                         nullptr, nullptr, nullptr, nullptr);
+  // The container is the system's own. Its library stays loaded, as window classes point into it.
+  const auto attach = std::bit_cast<HRESULT(WINAPI*)(IUnknown*, HWND, IUnknown**)>(
+      GetProcAddress(LoadLibraryW(L"atl.dll"), "AtlAxAttachControl"));
+  CComPtr<IUnknown> host;
+  ASSERT_EQ(attach(control->GetUnknown(), container, &host), S_OK);
+  EXPECT_NE(control->m_hWnd, nullptr);
   EXPECT_EQ(owner(), control->m_hWnd);
-  control->m_hWnd = nullptr;
-  object->SetClientSite(nullptr);
+  CComPtr<IOleInPlaceObject> place;
+  ASSERT_EQ(control->QueryInterface(IID_PPV_ARGS(&place)), S_OK);
+  EXPECT_EQ(place->InPlaceDeactivate(), S_OK);
+  EXPECT_EQ(owner(), container);
+  DestroyWindow(container);
 }
 
 // A download.

@@ -21,6 +21,19 @@ using testing::Not;
 std::vector<std::string> g_events;
 int g_result = 0;
 
+/// Notes the calls of a system function.
+template <auto function>
+struct CNote;
+template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>
+struct CNote<function> {
+  explicit CNote(const char* name)
+      : spy("kernel32.dll", name, [this, name](Arguments... arguments) {
+          g_events.emplace_back(name);
+          return spy.CallOriginal(arguments...);
+        }) {}
+  const CImportSpy<function> spy;
+};
+
 void Note(const std::string& event) { g_events.push_back(event); }
 
 class UnzipResources : public testing::Test {
@@ -40,71 +53,38 @@ class UnzipResources : public testing::Test {
     g_events.clear();
     g_result = 0;
   }
-  ~UnzipResources() override { EXPECT_EQ(m_blocks, 0); }
 
   /// Which allocation and which lock fails, counted from 0.
   struct CShortage {
     int alloc = -1;
     int lock = -1;
   } m_shortage;
-  int m_blocks = 0;  // allocated and not freed
 
   CUnzipDouble m_unzip;
   CStdoutCapture m_output;
   const CImportSpy<&GlobalAlloc> m_alloc{
-      "kernel32.dll", "GlobalAlloc", [this](UINT flags, SIZE_T size) -> HGLOBAL {
+      "kernel32.dll", "GlobalAlloc", [this](UINT flags, SIZE_T size) {
         Note("GlobalAlloc " + std::to_string(flags) + " " + std::to_string(size));
-        if (m_shortage.alloc-- == 0) {
-          return nullptr;
-        }
-        ++m_blocks;
-        return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size);
+        return m_shortage.alloc-- == 0 ? nullptr : m_alloc.CallOriginal(flags, size);
       }};
-  const CImportSpy<&GlobalLock> m_lock{"kernel32.dll", "GlobalLock",
-                                       [this](HGLOBAL block) -> LPVOID {
+  const CImportSpy<&GlobalLock> m_lock{"kernel32.dll", "GlobalLock", [this](HGLOBAL block) {
                                          Note("GlobalLock");
-                                         return m_shortage.lock-- == 0 ? nullptr : block;
+                                         return m_shortage.lock-- == 0 ? nullptr
+                                                                       : m_lock.CallOriginal(block);
                                        }};
-  const CImportSpy<&GlobalUnlock> m_unlock{"kernel32.dll", "GlobalUnlock", [](HGLOBAL) {
-                                             Note("GlobalUnlock");
-                                             return TRUE;
-                                           }};
-  const CImportSpy<&GlobalFree> m_free{"kernel32.dll", "GlobalFree", [this](HGLOBAL block) {
-                                         Note("GlobalFree");
-                                         --m_blocks;
-                                         HeapFree(GetProcessHeap(), 0, block);
-                                         return HGLOBAL{};
-                                       }};
-  const CImportSpy<&SearchPathW> m_search{"kernel32.dll", "SearchPathW", [](auto...) {
-                                            Note("SearchPath");
-                                            return DWORD{1};
-                                          }};
-  const CImportSpy<&WideCharToMultiByte> m_convert{
-      "kernel32.dll", "WideCharToMultiByte",
-      [](UINT, DWORD, LPCWCH, int, LPSTR buffer, int, LPCCH, LPBOOL) {
-        Note("convert");
-        *buffer = '\0';
-        return 1;
-      }};
-  const CImportSpy<&FreeLibrary> m_freeLibrary{"kernel32.dll", "FreeLibrary", [](HMODULE) {
-                                                 Note("FreeLibrary");
-                                                 return TRUE;
-                                               }};
+  const CNote<&GlobalUnlock> m_unlock{"GlobalUnlock"};
+  const CNote<&GlobalFree> m_free{"GlobalFree"};
+  const CNote<&SearchPathW> m_search{"SearchPathW"};
+  const CNote<&WideCharToMultiByte> m_convert{"WideCharToMultiByte"};
+  const CNote<&FreeLibrary> m_freeLibrary{"FreeLibrary"};
 };
 
 // 64: filled with zeros, and fixed. 80 and 72 bytes of options and functions, with 128 behind them.
 TEST_F(UnzipResources, ListingFreesItsBlocksAndOnSuccessTheLibrary) {
-  std::vector<std::string> expected = {"GlobalAlloc 64 208",
-                                       "GlobalLock",
-                                       "GlobalAlloc 64 200",
-                                       "GlobalLock",
-                                       "SearchPath",
-                                       "convert",
-                                       "list",
-                                       "GlobalUnlock",
-                                       "GlobalFree",
-                                       "GlobalUnlock",
-                                       "GlobalFree"};
+  std::vector<std::string> expected = {
+      "GlobalAlloc 64 208",  "GlobalLock", "GlobalAlloc 64 200", "GlobalLock", "SearchPathW",
+      "WideCharToMultiByte", "list",       "GlobalUnlock",       "GlobalFree", "GlobalUnlock",
+      "GlobalFree"};
   g_result = 9;
   EXPECT_EQ(List(L"a.zip"), std::nullopt);
   EXPECT_EQ(g_events, expected);
@@ -117,14 +97,15 @@ TEST_F(UnzipResources, ListingFreesItsBlocksAndOnSuccessTheLibrary) {
 
 TEST_F(UnzipResources, ExtractionFreesItsBlockAndOnSuccessBufferAndLibrary) {
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
-  EXPECT_THAT(g_events,
-              ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200", "GlobalLock",
-                          "unzip", "free", "FreeLibrary", "GlobalUnlock", "GlobalFree"));
+  EXPECT_THAT(g_events, ElementsAre("SearchPathW", "WideCharToMultiByte", "WideCharToMultiByte",
+                                    "GlobalAlloc 64 200", "GlobalLock", "unzip", "free",
+                                    "FreeLibrary", "GlobalUnlock", "GlobalFree"));
   g_events.clear();
   g_result = 11;
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-  EXPECT_THAT(g_events, ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200",
-                                    "GlobalLock", "unzip", "GlobalUnlock", "GlobalFree"));
+  EXPECT_THAT(g_events, ElementsAre("SearchPathW", "WideCharToMultiByte", "WideCharToMultiByte",
+                                    "GlobalAlloc 64 200", "GlobalLock", "unzip", "GlobalUnlock",
+                                    "GlobalFree"));
 }
 
 TEST_F(UnzipResources, UseFailsWithoutMemory) {
@@ -133,8 +114,8 @@ TEST_F(UnzipResources, UseFailsWithoutMemory) {
       g_events.clear();
       m_shortage.*failing = count;
       EXPECT_EQ(List(L"a.zip"), std::nullopt);
-      EXPECT_THAT(g_events, Not(Contains("SearchPath")));
-      EXPECT_EQ(m_blocks, 0);
+      EXPECT_THAT(g_events, Not(Contains("SearchPathW")));
+      EXPECT_EQ(std::ranges::count(g_events, "GlobalFree"), failing == &CShortage::alloc ? 1 : 2);
     }
     g_events.clear();
     m_shortage.*failing = 0;

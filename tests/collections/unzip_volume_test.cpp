@@ -23,14 +23,8 @@ TEST_F(UnzipVolume, ReadsManyEntries) {
   EXPECT_EQ(Unzip(Archive(L"many"), L"part9/entry0000.txt"), "9999");
 }
 
-TEST_F(UnzipVolume, ReadsWhatIsAThousandTimesLargerThanItsArchive) {
-  const auto bytes = Unzip(Archive(L"zeros"), L"zeros.bin");
-  ASSERT_THAT(bytes, Optional(SizeIs(30u << 20)));
-  EXPECT_EQ(bytes->find_first_not_of('\0'), std::string::npos);
-}
-
 TEST_F(UnzipVolume, ManyRunsLeaveNothingBehind) {
-  constexpr int kRuns = 60;
+  constexpr int kRuns = 30;
   const CUnzipSearchPath path(RealUnzipFolder());
   CStdoutCapture output;
   const auto run = [&] {

@@ -163,25 +163,16 @@ TEST_F(CollectionTransferFailure, BrokenBodyIsDeletedThenReported) {
   EXPECT_FALSE(ArchiveExists());
 }
 
-TEST_F(CollectionTransferFailure, FullDiskIsReported) {
+TEST_F(CollectionTransferFailure, ChunkWrittenInPartIsReported) {
+  const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 50000));
-  for (const DWORD room : {0, 1, 9999}) {
-    CWinInetRecorder winInet;
-    int writes = 0;
-    // The second write of more than 1000 bytes meets a disk with room for so many.
-    const CImportSpy<&WriteFile> write(
-        "kernel32.dll", "WriteFile",
-        [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-          const bool isFull = size > 1000 && ++writes == 2;
-          return isFull && room == 0
-                     ? FALSE
-                     : write.CallOriginal(file, data, isFull ? room : size, written, overlapped);
-        });
-    EXPECT_EQ(Fail(TrustedUrl(path)),
-              L"Unable to write to the destination file " + ZipPath() + L".");
-    EXPECT_EQ(writes, 2) << "nothing is written after a failure";
-    EXPECT_EQ(winInet.readSizes.size(), 2u);
-  }
+  const CImportSpy<&WriteFile> write(
+      "kernel32.dll", "WriteFile",
+      [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+        return write.CallOriginal(file, data, size == 10000 ? size - 1 : size, written, overlapped);
+      });
+  EXPECT_EQ(Fail(TrustedUrl(path)), L"Unable to write to the destination file " + ZipPath() + L".");
+  EXPECT_EQ(winInet.readSizes.size(), 1u);
 }
 
 TEST_F(CollectionTransferFailure, ReadOnlyArchiveIsDeletedToo) {
