@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "plugin/thread_locale.h"
+
 namespace {
 
 std::string AllBytes() {
@@ -14,20 +16,6 @@ std::string AllBytes() {
   return bytes;
 }
 
-/// A thread whose locale has another code page than the system.
-class CForeignThreadLocale {
- public:
-  CForeignThreadLocale() : m_previous(GetThreadLocale()) {
-    SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
-  }
-  ~CForeignThreadLocale() { SetThreadLocale(m_previous); }
-  CForeignThreadLocale(const CForeignThreadLocale&) = delete;
-  CForeignThreadLocale& operator=(const CForeignThreadLocale&) = delete;
-
- private:
-  const LCID m_previous;
-};
-
 TEST(SystemCodePage, EveryByteGoesThereAndBack) {
   const std::string bytes = AllBytes();
   const CStringW wide = FromSystemCodePage(bytes.data(), 256);
@@ -37,7 +25,8 @@ TEST(SystemCodePage, EveryByteGoesThereAndBack) {
 }
 
 TEST(SystemCodePage, IsTheSystemsWhateverTheThreadsLocaleIs) {
-  const CForeignThreadLocale locale;
+  const CThreadLocaleScope japanese(
+      MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
   wchar_t threads = 0;
   ASSERT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "\xE9", 1, &threads, 1), 1);
   ASSERT_NE(threads, L'\u00E9') << "this locale changes nothing";

@@ -4,31 +4,13 @@
 #include <windows.h>
 
 #include <cstring>
-#include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "resources/resource.h"
 
 namespace {
-
-struct CItem {
-  DWORD id;
-  std::wstring className;
-  std::wstring text;
-  int x;
-  int y;
-  int width;
-  int height;
-  DWORD style;
-
-  bool operator==(const CItem&) const = default;
-  friend std::ostream& operator<<(std::ostream& stream, const CItem& item) {
-    return stream << item.id << " " << testing::PrintToString(item.className) << " "
-                  << testing::PrintToString(item.text) << " " << item.x << "," << item.y << " "
-                  << item.width << "x" << item.height << " style " << std::hex << item.style;
-  }
-};
 
 /// Reads an extended dialog template from its begin on.
 class CTemplateReader {
@@ -88,33 +70,35 @@ TEST(CollectionDialogTemplate, IsAsDesigned) {
   reader.Read<DWORD>();  // weight, italic, character set
   EXPECT_EQ(reader.ReadText(), L"MS Shell Dlg");
 
-  std::vector<CItem> items;
+  // Each item: identifier, class, text, place and size, style.
+  std::vector<std::wstring> items;
   for (WORD i = 0; i < count; ++i) {
     reader.Align();
     reader.Read<DWORD>();  // help
     EXPECT_EQ(reader.Read<DWORD>(), 0u);
-    CItem item = {};
-    item.style = reader.Read<DWORD>();
-    item.x = reader.Read<short>();
-    item.y = reader.Read<short>();
-    item.width = reader.Read<short>();
-    item.height = reader.Read<short>();
-    item.id = reader.Read<DWORD>();
-    item.className = reader.ReadText();
-    CharLowerW(item.className.data());  // Classes are compared without case.
-    item.text = reader.ReadText();
+    const auto style = reader.Read<DWORD>();
+    std::wostringstream bounds;
+    for (int value = 0; value < 4; ++value) {
+      bounds << reader.Read<short>() << L" ";
+    }
+    std::wostringstream item;
+    item << reader.Read<DWORD>() << L" ";
+    std::wstring className = reader.ReadText();
+    CharLowerW(className.data());  // Classes are compared without case.
+    item << className << L" '" << reader.ReadText() << L"' " << bounds.str() << std::hex << style;
     EXPECT_EQ(reader.Read<WORD>(), 0) << "creation data";
-    items.push_back(item);
+    items.push_back(item.str());
   }
-  constexpr DWORD kShown = WS_CHILD | WS_VISIBLE;
-  const std::vector<CItem> expected = {
-      {1, L"button", L"OK", 140, 69, 50, 14, kShown | WS_TABSTOP | BS_DEFPUSHBUTTON},
-      {2, L"button", L"Cancel", 195, 69, 50, 14, kShown | WS_TABSTOP | BS_PUSHBUTTON},
-      {210, L"static", L"Title", 7, 10, 238, 8, kShown | WS_GROUP | SS_LEFT},
-      {211, L"static", L"Subtitle", 7, 22, 238, 8, kShown | WS_GROUP | SS_LEFT},
-      {212, L"msctls_progress32", L"", 7, 38, 238, 14, kShown | WS_BORDER},
-  };
-  EXPECT_EQ(items, expected);
+  static_assert((WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_DEFPUSHBUTTON) == 0x50010001);
+  static_assert((WS_CHILD | WS_VISIBLE | WS_GROUP | SS_LEFT) == 0x50020000);
+  static_assert((WS_CHILD | WS_VISIBLE | WS_BORDER) == 0x50800000);
+  EXPECT_EQ(items, (std::vector<std::wstring>{
+                       L"1 button 'OK' 140 69 50 14 50010001",
+                       L"2 button 'Cancel' 195 69 50 14 50010000",
+                       L"210 static 'Title' 7 10 238 8 50020000",
+                       L"211 static 'Subtitle' 7 22 238 8 50020000",
+                       L"212 msctls_progress32 '' 7 38 238 14 50800000",
+                   }));
 }
 
 }  // namespace

@@ -27,28 +27,6 @@ inline constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collectio
 /// that the user leaves open and that does not end by itself is cancelled. Gives its result.
 INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user);
 
-/// An archive at a path of the test's own, and a content folder, which is not there yet.
-class CollectionTest : public testing::Test {
- protected:
-  ~CollectionTest() override;
-
-  std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
-  std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
-  /// A folder and file in it, as an added collection.
-  std::wstring Content(const std::wstring& name) const { return ContentFolder() + L"\\" + name; }
-
-  /// The path's address under the name of a trusted host.
-  static std::wstring TrustedUrl(const ScriptedPath& path,
-                                 const std::wstring& host = L"folivo-collections.example");
-
-  /// Whether there is a file or folder of this path.
-  static bool Exists(const std::wstring& path);
-  bool ArchiveExists() const { return Exists(ZipPath()); }
-
-  const HttpTestServer m_server;
-  const CTempSandbox m_sandbox;
-};
-
 /// A dialog with a window whose stages a test calls one by one, on its own thread. There is no
 /// message loop, so the timer never ticks.
 class COpenDialog {
@@ -65,4 +43,31 @@ class COpenDialog {
  private:
   CZipProgressDialog m_dialog;
   CZipProgressDialogPeer m_peer;
+};
+
+/// An archive at a path of the test's own, and a content folder, which is not there yet.
+class CollectionTest : public testing::Test {
+ protected:
+  ~CollectionTest() override;
+
+  std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
+  std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
+  /// A folder and file in it, as an added collection.
+  std::wstring Content(const std::wstring& name) const { return ContentFolder() + L"\\" + name; }
+
+  /// The path's address under the name of a trusted host.
+  static std::wstring TrustedUrl(const ScriptedPath& path,
+                                 const std::wstring& host = L"folivo-collections.example");
+
+  /// A dialog for an archive at `source`.
+  COpenDialog Open(const std::wstring& source = L"") const {
+    return COpenDialog(source, ZipPath(), ContentFolder());
+  }
+
+  /// Whether there is a file or folder of this path.
+  static bool Exists(const std::wstring& path);
+  bool ArchiveExists() const { return Exists(ZipPath()); }
+
+  const HttpTestServer m_server;
+  const CTempSandbox m_sandbox;
 };

@@ -11,7 +11,6 @@ folivo_add_test(NAME manifest_parser_tests LABELS unit
 
 foreach(kind IN ITEMS dialog transfer stage)
   set(sources_dialog
-    collection_credentials_test.cpp
     collection_dialog_template_test.cpp
     collection_pipeline_test.cpp
     zip_progress_dialog_end_test.cpp

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
-#include <limits>
+#include <algorithm>
+#include <string>
+#include <vector>
 
 #include "collections/unzip_callbacks.h"
 #include "tests/doubles/unzip/unzip_double.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/unzip/unzip_test.h"
 
 namespace {
@@ -14,158 +16,123 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
-using testing::StartsWith;
 
-// What happens, in order: the system's functions on the way to it, the double's when called.
+// The calls in order: of the system's functions, and of the double's, which have no state.
 std::vector<std::string> g_events;
-
-/// A part of the system that fails the test's way.
-struct CShortage {
-  int allocationsLeft = std::numeric_limits<int>::max();
-  int locksLeft = std::numeric_limits<int>::max();
-};
-CShortage g_shortage;
-int g_blocks = 0;  // allocated and not freed
-
-// In place of the replaced functions, what those do with fixed blocks.
-HGLOBAL WINAPI TakeDownAlloc(UINT flags, SIZE_T size) {
-  g_events.push_back("GlobalAlloc " + std::to_string(flags) + " " + std::to_string(size));
-  if (g_shortage.allocationsLeft-- == 0) {
-    return nullptr;
-  }
-  ++g_blocks;
-  return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size);
-}
-LPVOID WINAPI TakeDownLock(HGLOBAL block) {
-  g_events.emplace_back("GlobalLock");
-  return g_shortage.locksLeft-- == 0 ? nullptr : block;
-}
-BOOL WINAPI TakeDownUnlock(HGLOBAL) {
-  g_events.emplace_back("GlobalUnlock");
-  return TRUE;
-}
-HGLOBAL WINAPI TakeDownFree(HGLOBAL block) {
-  g_events.emplace_back("GlobalFree");
-  --g_blocks;
-  HeapFree(GetProcessHeap(), 0, block);
-  return nullptr;
-}
-DWORD WINAPI TakeDownSearch(LPCWSTR, LPCWSTR, LPCWSTR, DWORD, LPWSTR, LPWSTR*) {
-  g_events.emplace_back("SearchPath");
-  return 1;
-}
-int WINAPI TakeDownConversion(UINT, DWORD, LPCWCH, int, LPSTR buffer, int, LPCCH, LPBOOL) {
-  g_events.emplace_back("convert");
-  *buffer = '\0';
-  return 1;
-}
-BOOL WINAPI TakeDownFreeLibrary(HMODULE) {
-  g_events.emplace_back("FreeLibrary");
-  return TRUE;
-}
-
 int g_result = 0;
-char g_bytes[] = "bytes";
 
-int WINAPI AnswerList(int, char**, int, char**, DCL*, USERFUNCTIONS*) {
-  g_events.emplace_back("list");
-  return g_result;
-}
-int WINAPI AnswerUnzip(LPSTR, LPSTR, USERFUNCTIONS*, UzpBuffer* buffer) {
-  g_events.emplace_back("unzip");
-  *buffer = {5, g_bytes};
-  return g_result;
-}
-void WINAPI AnswerFree(UzpBuffer*) { g_events.emplace_back("free"); }
+/// Notes the calls of a system function.
+template <auto function>
+struct CNote;
+template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>
+struct CNote<function> {
+  explicit CNote(const char* name)
+      : spy("kernel32.dll", name, [this, name](Arguments... arguments) {
+          g_events.emplace_back(name);
+          return spy.CallOriginal(arguments...);
+        }) {}
+  const CImportSpy<function> spy;
+};
+
+void Note(const std::string& event) { g_events.push_back(event); }
 
 class UnzipResources : public testing::Test {
  protected:
   UnzipResources() {
-    m_unzip->list = AnswerList;
-    m_unzip->unzip = AnswerUnzip;
-    m_unzip->free = AnswerFree;
+    m_unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS*) {
+      Note("list");
+      return g_result;
+    };
+    m_unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS*, UzpBuffer* buffer) {
+      static char bytes[] = "bytes";
+      Note("unzip");
+      *buffer = {5, bytes};
+      return g_result;
+    };
+    m_unzip->free = [](UzpBuffer*) { Note("free"); };
     g_events.clear();
-    g_shortage = {};
-    g_blocks = 0;
     g_result = 0;
   }
-  ~UnzipResources() override { EXPECT_EQ(g_blocks, 0); }
+
+  /// Which allocation and which lock fails, counted from 0.
+  struct CShortage {
+    int alloc = -1;
+    int lock = -1;
+  } m_shortage;
 
   CUnzipDouble m_unzip;
   CStdoutCapture m_output;
-  const CImportPatch m_alloc{"kernel32.dll", "GlobalAlloc", TakeDownAlloc};
-  const CImportPatch m_lock{"kernel32.dll", "GlobalLock", TakeDownLock};
-  const CImportPatch m_unlock{"kernel32.dll", "GlobalUnlock", TakeDownUnlock};
-  const CImportPatch m_free{"kernel32.dll", "GlobalFree", TakeDownFree};
-  const CImportPatch m_search{"kernel32.dll", "SearchPathW", TakeDownSearch};
-  const CImportPatch m_convert{"kernel32.dll", "WideCharToMultiByte", TakeDownConversion};
-  const CImportPatch m_freeLibrary{"kernel32.dll", "FreeLibrary", TakeDownFreeLibrary};
+  const CImportSpy<&GlobalAlloc> m_alloc{
+      "kernel32.dll", "GlobalAlloc", [this](UINT flags, SIZE_T size) {
+        Note("GlobalAlloc " + std::to_string(flags) + " " + std::to_string(size));
+        return m_shortage.alloc-- == 0 ? nullptr : m_alloc.CallOriginal(flags, size);
+      }};
+  const CImportSpy<&GlobalLock> m_lock{"kernel32.dll", "GlobalLock", [this](HGLOBAL block) {
+                                         Note("GlobalLock");
+                                         return m_shortage.lock-- == 0 ? nullptr
+                                                                       : m_lock.CallOriginal(block);
+                                       }};
+  const CNote<&GlobalUnlock> m_unlock{"GlobalUnlock"};
+  const CNote<&GlobalFree> m_free{"GlobalFree"};
+  const CNote<&SearchPathW> m_search{"SearchPathW"};
+  const CNote<&WideCharToMultiByte> m_convert{"WideCharToMultiByte"};
+  const CNote<&FreeLibrary> m_freeLibrary{"FreeLibrary"};
 };
 
 // 64: filled with zeros, and fixed. 80 and 72 bytes of options and functions, with 128 behind them.
-TEST_F(UnzipResources, OfASuccessfulListing) {
-  EXPECT_TRUE(List(L"a.zip").has_value());
-  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 208", "GlobalLock", "GlobalAlloc 64 200",
-                                    "GlobalLock", "SearchPath", "convert", "list", "FreeLibrary",
-                                    "GlobalUnlock", "GlobalFree", "GlobalUnlock", "GlobalFree"));
-}
-
-TEST_F(UnzipResources, OfAFailedListing) {
+TEST_F(UnzipResources, ListingFreesItsBlocksAndOnSuccessTheLibrary) {
+  std::vector<std::string> expected = {
+      "GlobalAlloc 64 208",  "GlobalLock", "GlobalAlloc 64 200", "GlobalLock", "SearchPathW",
+      "WideCharToMultiByte", "list",       "GlobalUnlock",       "GlobalFree", "GlobalUnlock",
+      "GlobalFree"};
   g_result = 9;
   EXPECT_EQ(List(L"a.zip"), std::nullopt);
-  EXPECT_THAT(g_events, ElementsAre("GlobalAlloc 64 208", "GlobalLock", "GlobalAlloc 64 200",
-                                    "GlobalLock", "SearchPath", "convert", "list", "GlobalUnlock",
-                                    "GlobalFree", "GlobalUnlock", "GlobalFree"));
+  EXPECT_EQ(g_events, expected);
+  g_events.clear();
+  g_result = 0;
+  EXPECT_TRUE(List(L"a.zip").has_value());
+  expected.insert(std::ranges::find(expected, "list") + 1, "FreeLibrary");
+  EXPECT_EQ(g_events, expected);
 }
 
-TEST_F(UnzipResources, OfASuccessfulExtraction) {
+TEST_F(UnzipResources, ExtractionFreesItsBlockAndOnSuccessBufferAndLibrary) {
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
-  EXPECT_THAT(g_events,
-              ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200", "GlobalLock",
-                          "unzip", "free", "FreeLibrary", "GlobalUnlock", "GlobalFree"));
-}
-
-TEST_F(UnzipResources, OfAFailedExtraction) {
+  EXPECT_THAT(g_events, ElementsAre("SearchPathW", "WideCharToMultiByte", "WideCharToMultiByte",
+                                    "GlobalAlloc 64 200", "GlobalLock", "unzip", "free",
+                                    "FreeLibrary", "GlobalUnlock", "GlobalFree"));
+  g_events.clear();
   g_result = 11;
   EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-  EXPECT_THAT(g_events, ElementsAre("SearchPath", "convert", "convert", "GlobalAlloc 64 200",
-                                    "GlobalLock", "unzip", "GlobalUnlock", "GlobalFree"));
+  EXPECT_THAT(g_events, ElementsAre("SearchPathW", "WideCharToMultiByte", "WideCharToMultiByte",
+                                    "GlobalAlloc 64 200", "GlobalLock", "unzip", "GlobalUnlock",
+                                    "GlobalFree"));
 }
 
-TEST_F(UnzipResources, ListingsFailWithoutMemory) {
-  for (const int count : {0, 1}) {
-    for (int CShortage::* const left : {&CShortage::allocationsLeft, &CShortage::locksLeft}) {
+TEST_F(UnzipResources, UseFailsWithoutMemory) {
+  for (int CShortage::* const failing : {&CShortage::alloc, &CShortage::lock}) {
+    for (const int count : {0, 1}) {
       g_events.clear();
-      g_shortage = {};
-      g_shortage.*left = count;
+      m_shortage.*failing = count;
       EXPECT_EQ(List(L"a.zip"), std::nullopt);
-      EXPECT_THAT(g_events, Not(Contains("SearchPath")));
-      EXPECT_EQ(g_blocks, 0);
+      EXPECT_THAT(g_events, Not(Contains("SearchPathW")));
+      EXPECT_EQ(std::ranges::count(g_events, "GlobalFree"), failing == &CShortage::alloc ? 1 : 2);
     }
-  }
-  EXPECT_EQ(m_output.Take(), "");
-}
-
-TEST_F(UnzipResources, ExtractionsFailWithoutMemory) {
-  for (int CShortage::* const left : {&CShortage::allocationsLeft, &CShortage::locksLeft}) {
     g_events.clear();
-    g_shortage = {};
-    g_shortage.*left = 0;
+    m_shortage.*failing = 0;
     EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
     EXPECT_THAT(g_events, Not(Contains("unzip")));
-    EXPECT_THAT(g_events, Contains("FreeLibrary")) << "nothing has been done with it";
+    EXPECT_THAT(g_events, Contains("FreeLibrary")) << "it has not been used";
+    m_shortage.*failing = -1;
   }
   EXPECT_EQ(m_output.Take(), "");
-}
-
-HGLOBAL WINAPI AllocAfterAnEntry(UINT, SIZE_T) {
-  char name[] = "early";
-  UnzipListEntry(1, 1, 0, 1, 2, 3, 4, 5, ' ', name, nullptr, 0, ' ');
-  return nullptr;
 }
 
 TEST(UnzipListing, RegistersTheListFirstOfAll) {
-  const CImportPatch alloc("kernel32.dll", "GlobalAlloc", AllocAfterAnEntry);
+  const CImportSpy<&GlobalAlloc> alloc("kernel32.dll", "GlobalAlloc", [](auto...) -> HGLOBAL {
+    char name[] = "early";
+    UnzipListEntry(1, 1, 0, 1, 2, 3, 4, 5, ' ', name, nullptr, 0, ' ');
+    return nullptr;
+  });
   CSimpleArray<CStringW> names;
   EXPECT_FALSE(ListZipEntries(L"a.zip", &names));
   EXPECT_GE(names.GetSize(), 1);

@@ -2,126 +2,119 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
+#include <atlbase.h>
+
 #include <atomic>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tests/doubles/unzip/unzip_double.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/unzip/unzip_test.h"
 
 namespace {
 
+using Names = std::vector<std::wstring>;
+
 constexpr DWORD kLongEnoughMs = 100;
 constexpr int kFailure = 9;  // the library then stays loaded
 
-/// The first use waits, inside the library and at its release, for the second one, which must not
-/// come.
-struct CMeeting {
-  DWORD firstThread = 0;
-  int firstResult = 0;
-  HANDLE isFirstInside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  HANDLE isSecondComing = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  HANDLE isSecondInside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  std::atomic<bool> hasFirstLeft = false;
-  decltype(&SearchPathW) search = nullptr;
-  decltype(&FreeLibrary) release = nullptr;
-};
-CMeeting* g_meeting;
+void Report(USERFUNCTIONS* functions, const char* name) {
+  functions->SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', const_cast<char*>(name), nullptr,
+                                    0, ' ');
+}
 
-bool IsFirst() { return GetCurrentThreadId() == g_meeting->firstThread; }
-
-DWORD WINAPI NoteSearch(LPCWSTR path, LPCWSTR name, LPCWSTR extension, DWORD size, LPWSTR buffer,
-                        LPWSTR* part) {
-  if (!IsFirst()) {
-    EXPECT_TRUE(g_meeting->hasFirstLeft) << "the library is still used";
-    SetEvent(g_meeting->isSecondInside);
+/// Two uses of the library: the first one waits, inside the library and at its release, for the
+/// second one, which must not come. One at a time.
+class CMeeting {
+ public:
+  explicit CMeeting(int firstResult) : m_firstResult(firstResult) {
+    s_meeting = this;
+    m_unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
+      return s_meeting->Meet(functions);
+    };
+    m_unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
+      static char bytes[] = "bytes";
+      *buffer = {5, bytes};
+      return s_meeting->Meet(functions);
+    };
   }
-  return g_meeting->search(path, name, extension, size, buffer, part);
-}
 
-void ExpectSecondOutside() {
-  EXPECT_EQ(WaitForSingleObject(g_meeting->isSecondInside, kLongEnoughMs), DWORD{WAIT_TIMEOUT});
-}
+  /// Each use is a listing or an extraction.
+  void Run(bool isFirstListing, bool isSecondListing) {
+    const CParallel other([&] {
+      WaitForSingleObject(m_isFirstInside, INFINITE);
+      SetEvent(m_isSecondComing);
+      Use(isSecondListing);
+    });
+    Use(isFirstListing);
+  }
 
-BOOL WINAPI NoteRelease(HMODULE library) {
-  if (IsFirst()) {
+ private:
+  bool IsFirst() const { return GetCurrentThreadId() == m_firstThread; }
+  bool Fails() const { return IsFirst() && m_firstResult == kFailure; }
+
+  void Use(bool isListing) const {
+    if (isListing) {
+      const Names expected = IsFirst() ? Names{L"first"} : Names();
+      EXPECT_EQ(List(L"a.zip"), Fails() ? std::nullopt : std::optional(expected));
+    } else {
+      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), Fails() ? "" : "bytes");
+    }
+  }
+
+  /// Inside the library. Returns its result.
+  int Meet(USERFUNCTIONS* functions) {
+    if (!IsFirst()) {
+      return 0;
+    }
+    SetEvent(m_isFirstInside);
+    WaitForSingleObject(m_isSecondComing, INFINITE);
     ExpectSecondOutside();
-    g_meeting->hasFirstLeft = true;
+    Report(functions, "first");
+    m_hasFirstLeft = m_firstResult == kFailure;
+    return m_firstResult;
   }
-  return g_meeting->release(library);
-}
 
-/// Inside the library. Gives its result.
-int Meet(UnzipMessageFn message) {
-  if (!IsFirst()) {
-    return 0;
+  void ExpectSecondOutside() const {
+    EXPECT_EQ(WaitForSingleObject(m_isSecondInside, kLongEnoughMs), DWORD{WAIT_TIMEOUT});
   }
-  SetEvent(g_meeting->isFirstInside);
-  WaitForSingleObject(g_meeting->isSecondComing, INFINITE);
-  ExpectSecondOutside();
-  char name[] = "first";
-  message(1, 1, 0, 1, 2, 3, 4, 5, ' ', name, nullptr, 0, ' ');
-  g_meeting->hasFirstLeft = g_meeting->firstResult == kFailure;
-  return g_meeting->firstResult;
-}
 
-int WINAPI MeetInList(int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
-  return Meet(functions->SendApplicationMessage);
-}
-int WINAPI MeetInUnzip(LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
-  static char bytes[] = "bytes";
-  *buffer = {5, bytes};
-  return Meet(functions->SendApplicationMessage);
-}
+  static inline CMeeting* s_meeting = nullptr;
 
-using Names = std::vector<std::wstring>;
+  const DWORD m_firstThread = GetCurrentThreadId();
+  const int m_firstResult;
+  const CHandle m_isFirstInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const CHandle m_isSecondComing{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const CHandle m_isSecondInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::atomic<bool> m_hasFirstLeft = false;
 
-bool Fails() { return IsFirst() && g_meeting->firstResult == kFailure; }
-
-void ListOnce() {
-  const auto names = List(L"a.zip");
-  EXPECT_EQ(names.has_value(), !Fails());
-  EXPECT_EQ(names.value_or(Names()), IsFirst() && !Fails() ? Names{L"first"} : Names());
-}
-void UnzipOnce() {
-  const auto bytes = Unzip(L"a.zip", L"a.txt");
-  EXPECT_EQ(bytes.has_value(), !Fails());
-  EXPECT_EQ(bytes.value_or("bytes"), "bytes");
-}
-
-void UseTogether(void (*first)(), void (*second)(), int firstResult) {
-  CMeeting meeting;
-  meeting.firstThread = GetCurrentThreadId();
-  meeting.firstResult = firstResult;
-  g_meeting = &meeting;
-  const CImportPatch search("kernel32.dll", "SearchPathW", NoteSearch);
-  meeting.search = search.Original<std::remove_pointer_t<decltype(&SearchPathW)>>();
-  const CImportPatch release("kernel32.dll", "FreeLibrary", NoteRelease);
-  meeting.release = release.Original<std::remove_pointer_t<decltype(&FreeLibrary)>>();
-  CParallel other([&] {
-    WaitForSingleObject(meeting.isFirstInside, INFINITE);
-    SetEvent(meeting.isSecondComing);
-    second();
-  });
-  first();
-  other.Join();
-  CloseHandle(meeting.isFirstInside);
-  CloseHandle(meeting.isSecondComing);
-  CloseHandle(meeting.isSecondInside);
-}
+  CUnzipDouble m_unzip;
+  const CImportSpy<&SearchPathW> m_search{"kernel32.dll", "SearchPathW", [this](auto... arguments) {
+                                            if (!IsFirst()) {
+                                              EXPECT_TRUE(m_hasFirstLeft)
+                                                  << "the library is still used";
+                                              SetEvent(m_isSecondInside);
+                                            }
+                                            return m_search.CallOriginal(arguments...);
+                                          }};
+  const CImportSpy<&FreeLibrary> m_release{"kernel32.dll", "FreeLibrary", [this](HMODULE library) {
+                                             if (IsFirst()) {
+                                               ExpectSecondOutside();
+                                               m_hasFirstLeft = true;
+                                             }
+                                             return m_release.CallOriginal(library);
+                                           }};
+};
 
 TEST(UnzipThreads, OneWaitsForTheOthersRelease) {
-  CUnzipDouble unzip;
-  unzip->list = MeetInList;
-  unzip->unzip = MeetInUnzip;
   CStdoutCapture output;
-  const auto uses = {&ListOnce, &UnzipOnce};
-  for (const auto first : uses) {
-    for (const auto second : uses) {
+  for (const bool isFirstListing : {true, false}) {
+    for (const bool isSecondListing : {true, false}) {
       for (const int firstResult : {0, kFailure}) {
-        UseTogether(first, second, firstResult);
+        CMeeting(firstResult).Run(isFirstListing, isSecondListing);
       }
     }
   }
@@ -131,8 +124,7 @@ TEST(UnzipThreads, OneWaitsForTheOthersRelease) {
 int UseAgain(USERFUNCTIONS* functions) {
   EXPECT_EQ(List(L"b.zip"), std::nullopt);
   EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
-  char name[] = "outer";
-  functions->SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', name, nullptr, 0, ' ');
+  Report(functions, "outer");
   return 0;
 }
 

@@ -8,24 +8,22 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
-/// Makes this system's WinINet do, while it lives, what Windows' does where the two differ: a
-/// success leaves no last error, credentials that the user gave are kept for the server, and a
-/// number may be queried into a buffer that has more room than it takes. Takes down what the
-/// product asks for, and gives answers that no server brings about reliably. One at a time.
+/// Makes this system's WinINet do what Windows' does where the two differ: a success leaves no last
+/// error, credentials that the user gave are kept for the server, and a number may be queried into
+/// a larger buffer. Records the product's calls, and gives answers that no server brings about
+/// reliably. One at a time.
 class CWinInetRecorder {
  public:
   CWinInetRecorder();
-  ~CWinInetRecorder();
-  CWinInetRecorder(const CWinInetRecorder&) = delete;
-  CWinInetRecorder& operator=(const CWinInetRecorder&) = delete;
 
   struct CSession {
     std::wstring agent;
     DWORD accessType;
     bool hasProxy;  // or a bypass list
     DWORD flags;
+    bool operator==(const CSession&) const = default;
   };
   struct COpening {
     HINTERNET session;
@@ -35,6 +33,7 @@ class CWinInetRecorder {
     DWORD_PTR context;
     DWORD errorBefore;    // the last error that the call found
     size_t closedBefore;  // how many handles had been closed
+    bool operator==(const COpening&) const = default;
   };
   struct CErrorDialog {
     HWND owner;
@@ -42,10 +41,12 @@ class CWinInetRecorder {
     DWORD error;
     DWORD flags;
     bool hasData;
+    bool operator==(const CErrorDialog&) const = default;
   };
   struct CQuery {
     DWORD level;
     DWORD size;
+    bool operator==(const CQuery&) const = default;
   };
 
   std::vector<CSession> sessions;
@@ -67,21 +68,10 @@ class CWinInetRecorder {
   size_t failedRead = 0;
 
  private:
-  static HINTERNET WINAPI Open(LPCWSTR agent, DWORD type, LPCWSTR proxy, LPCWSTR bypass,
-                               DWORD flags);
-  static HINTERNET WINAPI OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length,
-                                  DWORD flags, DWORD_PTR context);
-  static DWORD WINAPI ErrorDialog(HWND owner, HINTERNET request, DWORD error, DWORD flags,
-                                  LPVOID* data);
-  static BOOL WINAPI Query(HINTERNET request, DWORD level, LPVOID buffer, LPDWORD size,
-                           LPDWORD index);
-  static BOOL WINAPI Read(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD read);
-  static BOOL WINAPI Close(HINTERNET handle);
-
-  CImportPatch m_open;
-  CImportPatch m_openUrl;
-  CImportPatch m_errorDialog;
-  CImportPatch m_query;
-  CImportPatch m_read;
-  CImportPatch m_close;
+  const CImportSpy<&InternetOpenW> m_open;
+  const CImportSpy<&InternetOpenUrlW> m_openUrl;
+  const CImportSpy<&InternetErrorDlg> m_errorDialog;
+  const CImportSpy<&HttpQueryInfoW> m_query;
+  const CImportSpy<&InternetReadFile> m_read;
+  const CImportSpy<&InternetCloseHandle> m_close;
 };

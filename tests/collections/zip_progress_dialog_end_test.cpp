@@ -4,39 +4,38 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <algorithm>
+#include <initializer_list>
 #include <new>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "collections/zip_progress_dialog.h"
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
+#include "tests/support/dialog_result.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/parallel.h"
-#include "tests/support/user.h"
 
 namespace {
 
+using testing::Contains;
 using Lines = CDialogTrace::Lines;
 
-/// A dialog whose source is missing.
 class ZipProgressDialogEnd : public CollectionTest {
  protected:
-  ZipProgressDialogEnd()
-      : m_dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(), ContentFolder().c_str()) {}
-
-  CZipProgressDialog m_dialog;
-  CZipProgressDialogPeer m_peer{m_dialog};
+  /// Destroys the window as its owner's end does. The member keeps the handle: genuine ATL clears
+  /// it only once the outermost message has returned.
+  static void DestroyOwner(COpenDialog& dialog, HWND window) {
+    DestroyWindow(window);
+    dialog->SetWindow(window);
+  }
 };
 
 TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialog) {
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  COpenDialog dialog = Open();
   CMessageRecorder messages;
   dialog->ShowError(L"100%s");
   const auto shown = messages.Take();
@@ -47,25 +46,13 @@ TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialog) {
   EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
 }
 
-TEST_F(ZipProgressDialogEnd, ErrorIsSeenAndDismissed) {
-  std::wstring text;
-  CParallel user([&] {
-    const HWND box = WaitForDialog(L"MERLO Folivo");
-    EXPECT_EQ(TextOf(GetWindow(box, GW_OWNER)), kDialogTitle);
-    text = DismissMessage();
-  });
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  user.Join();
-  EXPECT_EQ(text, kMissing);
-}
-
 TEST_F(ZipProgressDialogEnd, EndActsOnce) {
   m_sandbox.Write(L"download.zip", "old");
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  COpenDialog dialog = Open();
   CDialogTrace trace;
-  dialog->EndWithResult(2);
-  dialog->EndWithResult(3);
-  dialog->EndWithResult(1);
+  for (const int result : {2, 3, 1}) {
+    dialog->EndWithResult(result);
+  }
   EXPECT_EQ(trace.Take(), Lines{End(2)});
   EXPECT_TRUE(ArchiveExists());
 }
@@ -73,7 +60,7 @@ TEST_F(ZipProgressDialogEnd, EndActsOnce) {
 TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   CWinInetRecorder winInet;
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+  COpenDialog dialog = Open(TrustedUrl(path));
   CDialogTrace trace;
   ASSERT_TRUE(dialog->DownloadArchive());
   const HINTERNET session = dialog->Session();
@@ -82,15 +69,15 @@ TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   trace.Take();
   {
     const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
-      EXPECT_TRUE(handle != file || winInet.closed.empty()) << "the file goes first";
+      EXPECT_TRUE(handle != file || winInet.closed.empty()) << "the file is closed first";
       return close.CallOriginal(handle);
     });
     dialog->EndWithResult(3);
-    EXPECT_THAT(close.Calls(), testing::Contains(std::tuple(file)).Times(1));
+    EXPECT_THAT(close.Calls(), Contains(std::tuple(file)).Times(1));
   }
   EXPECT_EQ(winInet.closed, (std::vector{request, session}));
   EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
-  EXPECT_FALSE(ArchiveExists()) << "as the file was closed before";
+  EXPECT_FALSE(ArchiveExists());
   // The members keep their values.
   EXPECT_EQ(dialog->Session(), session);
   EXPECT_EQ(dialog->Request(), request);
@@ -98,65 +85,50 @@ TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
 }
 
 TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
-  CWinInetRecorder winInet;
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
+  const CWinInetRecorder winInet;
+  COpenDialog dialog = Open();
   dialog->SetFile(INVALID_HANDLE_VALUE);
   const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");
   dialog->EndWithResult(2);
-  EXPECT_THAT(close.Calls(), testing::Each(testing::Ne(std::tuple(INVALID_HANDLE_VALUE))));
+  EXPECT_THAT(close.Calls(), testing::Not(Contains(std::tuple(INVALID_HANDLE_VALUE))));
   EXPECT_TRUE(winInet.closed.empty());
 }
 
 TEST_F(ZipProgressDialogEnd, WithoutAWindowNothingHappens) {
   m_sandbox.Write(L"download.zip", "old");
-  const CImportPatch patch(
-      "user32.dll", "DialogBoxParamW",
-      +[](HINSTANCE, LPCWSTR, HWND, DLGPROC, LPARAM) -> INT_PTR { return -1; });
-  CMessageRecorder messages;
-  EXPECT_EQ(m_dialog.DoModal(nullptr), -1);
-  EXPECT_TRUE(messages.Take().empty());
-  EXPECT_TRUE(ArchiveExists());
-  m_peer.EndWithResult(2);  // There is nothing to end, and that does no harm.
+  const CDialogResult noWindow(-1);
+  CDialogTrace trace;
+  CZipProgressDialog dialog(L"", ZipPath().c_str(), ContentFolder().c_str());
+  EXPECT_EQ(dialog.DoModal(nullptr), -1);
+  CZipProgressDialogPeer{dialog}.EndWithResult(2);
+  EXPECT_EQ(trace.Take(), Lines());
 }
 
 TEST_F(ZipProgressDialogEnd, OneWhoseWindowIsDestroyedClosesItsHandles) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  CWinInetRecorder winInet;
+  const CWinInetRecorder winInet;
   const CDialogTrace trace;
   {
-    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+    COpenDialog dialog = Open(TrustedUrl(path));
     ASSERT_TRUE(dialog->DownloadArchive());
   }
   EXPECT_EQ(winInet.closed.size(), 2u);
   EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
 }
 
-CZipProgressDialogPeer* g_peer;
-
-/// Destroys the window as its owner's end does. The member keeps the handle: genuine ATL clears it
-/// only once the outermost message has returned.
-void DestroyOwner(HWND owner) {
-  DestroyWindow(owner);
-  g_peer->SetWindow(owner);
-}
-
 TEST_F(ZipProgressDialogEnd, WindowMayBeDestroyedUnderTheMessage) {
   CDialogTrace trace;
-  const CImportPatch patch(
-      "user32.dll", "MessageBoxW", +[](HWND owner, LPCWSTR, LPCWSTR, UINT) -> int {
-        DestroyOwner(owner);
-        return IDOK;
-      });
   m_sandbox.Write(L"download.zip", "old");
-  COpenDialog dialog(L"", ZipPath(), ContentFolder());
-  g_peer = dialog.operator->();
+  COpenDialog dialog = Open();
+  const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW",
+                                         [&](HWND owner, LPCWSTR, LPCWSTR, UINT) {
+                                           DestroyOwner(dialog, owner);
+                                           return IDOK;
+                                         });
   trace.Take();
   dialog->ShowError(L"x");
   EXPECT_EQ(trace.Take(), Lines{Delete(L"download.zip")}) << "there is no dialog to end";
-  EXPECT_FALSE(ArchiveExists());
 }
-
-DWORD g_answer;
 
 // The error dialog of the system is where a user can wait, and the browser's window go.
 TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage) {
@@ -164,17 +136,14 @@ TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage)
        std::initializer_list<DWORD>{ERROR_SUCCESS, ERROR_INTERNET_FORCE_RETRY, ERROR_CANCELLED}) {
     const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
     const CWinInetRecorder winInet;
-    const CImportPatch patch(
-        "wininet.dll", "InternetErrorDlg",
-        +[](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
-          DestroyOwner(owner);
-          return std::exchange(g_answer, DWORD{ERROR_SUCCESS});
-        });
-    g_answer = answer;
     CDialogTrace trace;
-    COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-    g_peer = dialog.operator->();
-    trace.Take();
+    COpenDialog dialog = Open(TrustedUrl(path));
+    const CImportSpy<&InternetErrorDlg> ask(
+        "wininet.dll", "InternetErrorDlg",
+        [&](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
+          DestroyOwner(dialog, owner);
+          return ask.Calls().size() == 1 ? answer : ERROR_SUCCESS;
+        });
     EXPECT_FALSE(dialog->DownloadArchive());
     EXPECT_TRUE(trace.Take(L"message").empty());
     EXPECT_EQ(winInet.openings.size(), 1u);
@@ -184,47 +153,34 @@ TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage)
   }
 }
 
-int g_messages;
-
-/// What comes while the system's message box serves messages.
-int WINAPI DisturbDialog(HWND dialog, LPCWSTR, LPCWSTR, UINT) {
-  if (++g_messages == 1) {
-    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
-    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
-    SendMessageW(dialog, WM_TIMER, 0, 0);
-    EXPECT_TRUE(IsWindowVisible(dialog)) << "it has not been ended";
-  }
-  return IDOK;
-}
-
 TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
-  const CImportPatch patch("user32.dll", "MessageBoxW", &DisturbDialog);
-  m_sandbox.Write(L"download.zip", "old");
-  g_messages = 0;
-  EXPECT_EQ(m_dialog.DoModal(nullptr), 3);
-  EXPECT_EQ(g_messages, 1);
-  EXPECT_FALSE(ArchiveExists());
+  CZipProgressDialog dialog((m_sandbox / L"missing").c_str(), ZipPath().c_str(), L"");
+  // What comes while the system's message box serves messages.
+  const CImportSpy<&MessageBoxW> message(
+      "user32.dll", "MessageBoxW", [](HWND window, LPCWSTR, LPCWSTR, UINT) {
+        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
+        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
+        SendMessageW(window, WM_TIMER, 0, 0);
+        EXPECT_TRUE(IsWindowVisible(window)) << "it has not been ended";
+        return IDOK;
+      });
+  EXPECT_EQ(dialog.DoModal(nullptr), 3);
+  EXPECT_EQ(message.Calls().size(), 1u);
 }
 
+/// Memory runs out at one place of a whole run.
 class ZipProgressDialogShortage : public ZipProgressDialogEnd {
  protected:
-  /// Runs the dialog without memory at one place: it ends as with any failure, behind this message.
   template <typename Function>
-  void Run(const char* library, const char* function, Function* replacement,
+  void Run(const char* library, const char* name, Function* replacement,
            const std::wstring& message) {
     m_sandbox.Write(L"download.zip", "old");
-    m_sandbox.Write(L"source.zip", "PK");
-    CZipProgressDialog dialog((m_sandbox / L"source.zip").c_str(), ZipPath().c_str(),
-                              ContentFolder().c_str());
+    const std::wstring source = m_sandbox.Write(L"source.zip", "PK");
+    CZipProgressDialog dialog(source.c_str(), ZipPath().c_str(), L"");
     CDialogTrace trace;
-    const CImportPatch patch(library, function, replacement);
+    const CImportPatch patch(library, name, replacement);
     EXPECT_EQ(dialog.DoModal(nullptr), 3);
-    const Lines lines = trace.Take();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), Message(message)), 1) << function;
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const std::wstring& line) { return line.starts_with(L"message"); }),
-              1);
-    EXPECT_EQ(lines.back(), End(3));
+    EXPECT_EQ(trace.Take(L"message"), Lines{message}) << name;
   }
 };
 

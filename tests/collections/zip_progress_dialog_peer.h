@@ -17,7 +17,6 @@ struct CZipProgressDialogPeer {
     dialog.m_phase = CZipProgressDialog::Phase::kRunning;
   }
   bool DownloadArchive() { return dialog.DownloadArchive(); }
-  bool ReadChunk() { return dialog.ReadChunk(); }
   HRESULT ReadManifest(TiXmlDocument& document) { return dialog.ReadManifest(document); }
   HRESULT AddCollections(const TiXmlDocument& document) { return dialog.AddCollections(document); }
   HRESULT AddCollection(LPCWSTR entry, LPCWSTR folder, CFilePath& output) {
@@ -32,14 +31,11 @@ struct CZipProgressDialogPeer {
   CStringW ZipPath() const { return dialog.m_zipPath; }
   CStringW SourceUrl() const { return dialog.m_sourceUrl; }
   CStringW ContentFolder() const { return dialog.m_contentFolder; }
-  bool IsDone() const { return dialog.m_done; }
-  bool IsFirstChunk() const { return dialog.m_firstChunk; }
   HINTERNET Session() const { return dialog.m_hSession; }
   HINTERNET Request() const { return dialog.m_hRequest; }
   HANDLE File() const { return dialog.m_hFile; }
   int Total() const { return dialog.m_total; }
   int Received() const { return dialog.m_received; }
-  int EntryCount() const { return dialog.m_entries.GetSize(); }
 
   void SetReceived(int received) { dialog.m_received = received; }
   void SetFile(HANDLE file) { dialog.m_hFile = file; }
@@ -51,6 +47,7 @@ struct CZipProgressDialogPeer {
     }
   }
   void AddFile(LPCWSTR path) { dialog.m_addedFiles.Add(path); }
+  void ForgetAddedFiles() { dialog.m_addedFiles.RemoveAll(); }
   std::vector<std::wstring> AddedFiles() const {
     std::vector<std::wstring> files;
     for (int i = 0; i < dialog.GetAddedFiles().GetSize(); ++i) {

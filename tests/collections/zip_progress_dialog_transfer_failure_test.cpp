@@ -1,8 +1,10 @@
-// Transfers that fail: each says one thing, once, and leaves nothing behind.
+// Transfers that fail: each shows one message, once, and leaves nothing behind.
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,232 +12,167 @@
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
 #include "tests/support/http_pattern.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
 constexpr DWORD kStatusQuery = 0x20000013;
-constexpr DWORD kLengthQuery = 0x20000005;
+constexpr DWORD kRetry = ERROR_INTERNET_FORCE_RETRY;
+constexpr DWORD kOtherError = ERROR_INTERNET_UNRECOGNIZED_SCHEME;
 
 using Lines = CDialogTrace::Lines;
 
 class CollectionTransferFailure : public CollectionTest {
  protected:
-  /// Runs the whole dialog: it ends with 3 behind one message, which is given, and no archive is
-  /// left.
+  /// Runs the whole dialog, which ends with 3 and leaves no archive. Returns its only message.
   std::wstring Fail(const std::wstring& source, const std::wstring& zipPath) {
     CZipProgressDialog dialog(source.c_str(), zipPath.c_str(), ContentFolder().c_str());
-    m_trace.Take();
+    CDialogTrace trace;
     EXPECT_EQ(dialog.DoModal(nullptr), 3);
-    const Lines lines = m_trace.Take();
-    std::wstring message;
-    int messages = 0;
-    int ends = 0;
-    for (const std::wstring& line : lines) {
-      if (line.rfind(Message(L""), 0) == 0) {
-        message = line.substr(Message(L"").size());
-        ++messages;
-      }
-      ends += line.rfind(L"end ", 0) == 0 ? 1 : 0;
-    }
-    EXPECT_EQ(messages, 1);
-    EXPECT_EQ(ends, 1);
+    Lines lines = trace.Take();
+    EXPECT_EQ(std::ranges::count(lines, End(3)), 1);
     EXPECT_EQ(lines.back(), End(3));
+    std::erase_if(lines, [](const auto& line) { return !line.starts_with(Message(L"")); });
+    EXPECT_EQ(lines.size(), 1u);
     EXPECT_FALSE(ArchiveExists());
     EXPECT_TRUE(CZipProgressDialogPeer{dialog}.AddedFiles().empty());
-    return message;
+    return lines.at(0).substr(Message(L"").size());
   }
   std::wstring Fail(const std::wstring& source) { return Fail(source, ZipPath()); }
-
-  CWinInetRecorder m_winInet;
-  CDialogTrace m_trace;
 };
 
 TEST_F(CollectionTransferFailure, UntrustedHostIsNeverAsked) {
+  const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  std::wstring https = TrustedUrl(path);
-  https.replace(0, 4, L"https");
   for (const std::wstring& url :
-       {TrustedUrl(path, L"elsewhere.example"), path.Url(L"a.zip"), https,
-        TrustedUrl(path, L"elsewhere.folivo-collections.example"),
-        std::wstring(L"http://folivo-collections.example"),
-        std::wstring(L"file:///C:/windows/win.ini"), std::wstring(L"javascript:void(0)")}) {
+       {TrustedUrl(path, L"elsewhere.example"), path.Url(L"a.zip"),
+        std::wstring(L"http://folivo-collections.example"), std::wstring(L"javascript:void(0)")}) {
     EXPECT_EQ(Fail(url), kMissing);
   }
-  EXPECT_TRUE(path.Requests().empty());
-  EXPECT_TRUE(m_winInet.sessions.empty());
+  EXPECT_TRUE(winInet.sessions.empty());
 }
 
-TEST_F(CollectionTransferFailure, UnreachableServerIsUnavailable) {
-  EXPECT_EQ(Fail(L"http://folivo-collections.example:1/a.zip"), kUnavailable);
-  EXPECT_TRUE(m_winInet.errorDialogs.empty()) << "there is no request to ask about";
-  EXPECT_EQ(m_winInet.closed.size(), 1u) << "the session";
-}
-
-TEST_F(CollectionTransferFailure, WithoutASessionItIsUnavailable) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  m_winInet.failSession = true;
-  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
-  EXPECT_TRUE(path.Requests().empty());
-  EXPECT_TRUE(m_winInet.closed.empty());
-}
-
-TEST_F(CollectionTransferFailure, RefusedStatusIsUnavailable) {
-  for (const int status : {204, 403, 404, 410, 500}) {
-    HttpAnswer answer = HttpAnswer().Status(status);
-    const ScriptedPath path(m_server, status == 204 ? answer : answer.Bytes("PK content"));
-    EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable) << status;
-    EXPECT_EQ(path.Requests().size(), 1u);
+TEST_F(CollectionTransferFailure, FailedRequestIsUnavailable) {
+  const struct {
+    const char* name;
+    std::function<void(CWinInetRecorder&)> prepare;
+    int status;
+    std::vector<DWORD> errors;  // that the system's error dialogs get
+    size_t queries;
+    size_t closed;
+  } cases[] = {
+      {"no session", [](auto& winInet) { winInet.failSession = true; }, 200, {}, 0, 0},
+      {"no request", [](auto& winInet) { winInet.failedOpening = 1; }, 200, {}, 0, 1},
+      {"no request by a retry",
+       [](auto& winInet) {
+         winInet.errorDialogAnswers = {kRetry, 0};
+         winInet.failedOpening = 2;
+       },
+       200,
+       {0},
+       0,
+       2},
+      {"last error behind a success",
+       [](auto& winInet) { winInet.errorBehindSuccess = kOtherError; },
+       200,
+       {kOtherError},
+       0,
+       2},
+      {"unknown status", [](auto& winInet) { winInet.failedQuery = kStatusQuery; }, 200, {0}, 1, 2},
+      {"refused status", [](auto&) {}, 404, {0}, 1, 2},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const ScriptedPath path(m_server, HttpAnswer().Status(c.status).Bytes("PK"));
+    CWinInetRecorder winInet;
+    c.prepare(winInet);
+    EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
+    std::vector<DWORD> errors;
+    for (const auto& dialog : winInet.errorDialogs) {
+      errors.push_back(dialog.error);
+    }
+    EXPECT_EQ(errors, c.errors);
+    EXPECT_EQ(winInet.queries.size(), c.queries);
+    EXPECT_EQ(winInet.closed.size(), c.closed);
   }
-}
-
-TEST_F(CollectionTransferFailure, UnknownStatusIsUnavailable) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  m_winInet.failedQuery = kStatusQuery;
-  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
-}
-
-TEST_F(CollectionTransferFailure, UnknownLengthIsNoFailure) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  m_winInet.failedQuery = kLengthQuery;
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  EXPECT_TRUE(dialog->DownloadArchive());
-  EXPECT_EQ(dialog->Total(), 2000000);
-}
-
-TEST_F(CollectionTransferFailure, LastErrorBehindASuccessIsAFailure) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  m_winInet.errorBehindSuccess = ERROR_INTERNET_UNRECOGNIZED_SCHEME;
-  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
-  ASSERT_EQ(m_winInet.errorDialogs.size(), 1u);
-  EXPECT_EQ(m_winInet.errorDialogs[0].error, DWORD{ERROR_INTERNET_UNRECOGNIZED_SCHEME});
-  EXPECT_EQ(m_winInet.closed.size(), 2u);
-  EXPECT_TRUE(m_winInet.queries.empty());
-}
-
-DWORD g_errorOfIsWindow;
-decltype(&IsWindow) g_isWindow;
-
-BOOL WINAPI IsWindowWithError(HWND window) {
-  const BOOL isWindow = g_isWindow(window);
-  SetLastError(g_errorOfIsWindow);
-  return isWindow;
 }
 
 TEST_F(CollectionTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  const CImportPatch patch("user32.dll", "IsWindow", &IsWindowWithError);
-  g_isWindow = patch.Original<BOOL WINAPI(HWND)>();
-  g_errorOfIsWindow = ERROR_SUCCESS;
-  m_winInet.errorBehindSuccess = ERROR_INTERNET_UNRECOGNIZED_SCHEME;
-  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
-  g_errorOfIsWindow = ERROR_INVALID_WINDOW_HANDLE;
-  m_winInet.errorBehindSuccess = ERROR_SUCCESS;
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  EXPECT_TRUE(dialog->DownloadArchive());
+  for (const bool fails : {false, true}) {
+    const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+    CWinInetRecorder winInet;
+    winInet.errorBehindSuccess = fails ? kOtherError : ERROR_SUCCESS;
+    const CImportSpy<&IsWindow> check("user32.dll", "IsWindow", [&](HWND window) {
+      const BOOL isWindow = check.CallOriginal(window);
+      SetLastError(fails ? ERROR_SUCCESS : ERROR_INVALID_WINDOW_HANDLE);
+      return isWindow;
+    });
+    const CDialogTrace trace;
+    COpenDialog dialog = Open(TrustedUrl(path));
+    EXPECT_EQ(dialog->DownloadArchive(), !fails);
+  }
 }
 
 TEST_F(CollectionTransferFailure, RetryClosesTheRequestAndAsksAgain) {
+  const CDialogTrace trace;
+  CWinInetRecorder winInet;
   PathScript script;
   script.Then(HttpAnswer().Bytes("one")).Then(HttpAnswer().Bytes("two"));
   script.Then(HttpAnswer().Bytes("three"));
   const ScriptedPath path(m_server, script);
-  m_winInet.errorDialogAnswers = {12032, 12032, 12007};  // any other answer than 12032 is an end
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
+  winInet.errorDialogAnswers = {kRetry, kRetry, ERROR_INTERNET_NAME_NOT_RESOLVED};
+  COpenDialog dialog = Open(TrustedUrl(path));
   ASSERT_TRUE(dialog->DownloadArchive());
-  ASSERT_EQ(m_winInet.errorDialogs.size(), 3u);
-  EXPECT_EQ(m_winInet.sessions.size(), 1u);
-  EXPECT_EQ(m_winInet.closed,
-            (std::vector{m_winInet.errorDialogs[0].request, m_winInet.errorDialogs[1].request}));
-  EXPECT_EQ(dialog->Request(), m_winInet.errorDialogs[2].request);
-  ASSERT_EQ(m_winInet.openings.size(), 3u);
-  for (size_t i = 0; i < m_winInet.openings.size(); ++i) {
-    EXPECT_EQ(m_winInet.openings[i].errorBefore, DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(m_winInet.openings[i].closedBefore, i) << "each goes before the next is opened";
+  ASSERT_EQ(winInet.errorDialogs.size(), 3u);
+  EXPECT_EQ(winInet.sessions.size(), 1u);
+  EXPECT_EQ(winInet.closed,
+            (std::vector{winInet.errorDialogs[0].request, winInet.errorDialogs[1].request}));
+  EXPECT_EQ(dialog->Request(), winInet.errorDialogs[2].request);
+  ASSERT_EQ(winInet.openings.size(), 3u);
+  for (size_t i = 0; i < winInet.openings.size(); ++i) {
+    EXPECT_EQ(winInet.openings[i].errorBefore, DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(winInet.openings[i].closedBefore, i) << "closed before the next is opened";
   }
   dialog->EndWithResult(2);
   EXPECT_EQ(ReadFileBytes(ZipPath()), "three");
 }
 
-TEST_F(CollectionTransferFailure, RetryThatCannotOpenIsUnavailable) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("one"));
-  m_winInet.errorDialogAnswers = {12032, 0};
-  m_winInet.failedOpening = 2;
-  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
-  EXPECT_EQ(m_winInet.errorDialogs.size(), 1u);
-  EXPECT_EQ(m_winInet.closed.size(), 2u) << "the first request and the session";
-}
-
 TEST_F(CollectionTransferFailure, ArchiveThatCannotBeCreatedIsNamed) {
+  const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   const std::wstring zipPath = m_sandbox / L"missing 100%s folder\\download.zip";
   EXPECT_EQ(Fail(TrustedUrl(path), zipPath),
             L"Unable to create the destination file " + zipPath + L".");
-  EXPECT_EQ(m_winInet.readSizes.size(), 0u);
-}
-
-TEST_F(CollectionTransferFailure, ArchiveHeldBySomebodyElseCannotBeCreated) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  const std::wstring held = m_sandbox.Write(L"held.zip", "other");
-  const HANDLE holder =
-      CreateFileW(held.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-  EXPECT_EQ(Fail(TrustedUrl(path), held), L"Unable to create the destination file " + held + L".");
-  CloseHandle(holder);
-  EXPECT_EQ(ReadFileBytes(held), "other");
+  EXPECT_TRUE(winInet.readSizes.empty());
 }
 
 TEST_F(CollectionTransferFailure, BrokenBodyIsDeletedThenReported) {
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 100000));
-  m_winInet.failedRead = 4;
-  COpenDialog dialog(TrustedUrl(path), ZipPath(), ContentFolder());
-  m_trace.Take();
+  CWinInetRecorder winInet;
+  winInet.failedRead = 4;
+  CDialogTrace trace;
+  COpenDialog dialog = Open(TrustedUrl(path));
   EXPECT_FALSE(dialog->DownloadArchive());
-  const Lines lines = m_trace.Take();
+  const Lines lines = trace.Take();
   ASSERT_GE(lines.size(), 4u);
-  // The first deletion meets the open file; the one at the end succeeds.
+  // The first deletion fails, as the file is open.
   EXPECT_EQ(
       Lines(lines.end() - 4, lines.end()),
       (Lines{Delete(L"download.zip"), Message(kUnavailable), Delete(L"download.zip"), End(3)}));
-  EXPECT_EQ(m_winInet.readSizes.size(), 4u);
+  EXPECT_EQ(winInet.readSizes.size(), 4u);
   EXPECT_FALSE(ArchiveExists());
 }
 
-TEST_F(CollectionTransferFailure, PageInsteadOfArchiveIsRefused) {
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html><body>Please log in</body></html>"));
-  EXPECT_EQ(Fail(TrustedUrl(path)), kNotValid);
-}
-
-DWORD g_room;
-int g_writes;
-decltype(&WriteFile) g_writeFile;
-
-/// The second write of more than 1000 bytes meets a disk with room for `g_room` more.
-BOOL WINAPI WriteToFullDisk(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
-                            LPOVERLAPPED overlapped) {
-  if (size <= 1000 || ++g_writes != 2) {
-    return g_writeFile(file, data, size, written, overlapped);
-  }
-  if (g_room > 0) {
-    return g_writeFile(file, data, g_room, written, overlapped);
-  }
-  *written = 0;
-  SetLastError(ERROR_DISK_FULL);
-  return FALSE;
-}
-
-TEST_F(CollectionTransferFailure, FullDiskIsReported) {
+TEST_F(CollectionTransferFailure, ChunkWrittenInPartIsReported) {
+  const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 50000));
-  const CImportPatch patch("kernel32.dll", "WriteFile", &WriteToFullDisk);
-  g_writeFile = patch.Original<BOOL WINAPI(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED)>();
-  for (const DWORD room : {0, 1, 9999}) {
-    g_room = room;
-    g_writes = 0;
-    m_winInet.readSizes.clear();
-    EXPECT_EQ(Fail(TrustedUrl(path)),
-              L"Unable to write to the destination file " + ZipPath() + L".");
-    EXPECT_EQ(g_writes, 2) << "nothing is written behind a failure";
-    EXPECT_EQ(m_winInet.readSizes.size(), 2u);
-  }
+  const CImportSpy<&WriteFile> write(
+      "kernel32.dll", "WriteFile",
+      [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+        return write.CallOriginal(file, data, size == 10000 ? size - 1 : size, written, overlapped);
+      });
+  EXPECT_EQ(Fail(TrustedUrl(path)), L"Unable to write to the destination file " + ZipPath() + L".");
+  EXPECT_EQ(winInet.readSizes.size(), 1u);
 }
 
 TEST_F(CollectionTransferFailure, ReadOnlyArchiveIsDeletedToo) {

@@ -4,11 +4,12 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "plugin/thread_locale.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -25,7 +26,7 @@ std::wstring SystemFile(const std::wstring& name) {
   return std::wstring(folder) + L"\\" + name;
 }
 
-TEST(FileVersion, IsWrittenAsFourDecimalNumbers) {
+TEST(FileVersion, IsFormattedAsFourDecimalNumbers) {
   VS_FIXEDFILEINFO version = {};
   version.dwFileVersionMS = MAKELONG(1, 14);
   version.dwFileVersionLS = MAKELONG(720, 3);
@@ -36,61 +37,64 @@ TEST(FileVersion, IsWrittenAsFourDecimalNumbers) {
   EXPECT_STREQ(FormatFileVersion(version), L"65535.65535.0.0");
 }
 
-TEST(FileVersion, IsReadFromAFile) {
-  EXPECT_TRUE(Version(SystemFile(L"kernel32.dll")).has_value());
-}
-
 TEST(FileVersion, FileWithoutOneHasNone) {
   EXPECT_FALSE(Version(SystemFile(L"drivers\\etc\\hosts")).has_value());
   EXPECT_FALSE(Version(L"C:\\no such file").has_value());
   EXPECT_FALSE(Version(L"").has_value());
 }
 
-DWORD g_error = 0;
-std::vector<std::string> g_calls;
-/// Takes the place of any of the functions.
-DWORD WINAPI Fail() {
-  SetLastError(g_error);
+// What fails may still have written something. For wide and narrow functions alike.
+std::vector<BYTE> g_information;
+VS_FIXEDFILEINFO g_info;
+
+template <typename Text>
+BOOL FillAndFail(Text, DWORD, DWORD size, LPVOID info) {
+  std::copy_n(g_information.begin(), std::min<size_t>(size, g_information.size()),
+              static_cast<BYTE*>(info));
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return FALSE;
+}
+template <typename Text>
+BOOL AnswerAndFail(LPCVOID, Text, LPVOID* info, PUINT size) {
+  *info = &g_info;
+  *size = sizeof(g_info);
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return FALSE;
+}
+template <typename Text>
+DWORD FailNotImplemented(Text, LPDWORD) {
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
   return 0;
 }
 
-decltype(&GetFileVersionInfoSizeW) g_wideSize = nullptr;
-DWORD WINAPI SucceedWithAnError(LPCWSTR path, LPDWORD handle) {
-  const DWORD size = g_wideSize(path, handle);
-  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-  return size;
+/// Reads a version while one of the functions answers otherwise.
+template <auto function, typename Answer>
+std::optional<std::wstring> VersionWith(const char* name, Answer answer) {
+  const CImportSpy<function> spy("version.dll", name, answer);
+  return Version(SystemFile(L"kernel32.dll"));
 }
 
-decltype(&GetFileVersionInfoSizeA) g_narrowSize = nullptr;
-DWORD WINAPI NoteNarrowSize(LPCSTR path, LPDWORD handle) {
-  g_calls.push_back("size of " + std::string(path));
-  return g_narrowSize(path, handle);
-}
-decltype(&GetFileVersionInfoA) g_narrowInfo = nullptr;
-BOOL WINAPI NoteNarrowInfo(LPCSTR path, DWORD handle, DWORD size, LPVOID info) {
-  g_calls.push_back("info of " + std::string(path));
-  return g_narrowInfo(path, handle, size, info);
-}
-decltype(&VerQueryValueA) g_narrowQuery = nullptr;
-BOOL WINAPI NoteNarrowQuery(LPCVOID info, LPCSTR block, LPVOID* value, PUINT size) {
-  g_calls.push_back("query of " + std::string(block));
-  return g_narrowQuery(info, block, value, size);
-}
-
-/// Takes down the calls of the narrow functions.
+/// Records the calls of the narrow functions.
 class NarrowFileVersion : public testing::Test {
  protected:
-  NarrowFileVersion() {
-    g_calls.clear();
-    g_error = ERROR_CALL_NOT_IMPLEMENTED;
-    g_narrowSize = m_size.Original<decltype(GetFileVersionInfoSizeA)>();
-    g_narrowInfo = m_info.Original<decltype(GetFileVersionInfoA)>();
-    g_narrowQuery = m_query.Original<decltype(VerQueryValueA)>();
-  }
+  std::vector<std::string> m_calls;
+  const std::wstring m_path = SystemFile(L"kernel32.dll");
 
-  const CImportPatch m_size{"version.dll", "GetFileVersionInfoSizeA", &NoteNarrowSize};
-  const CImportPatch m_info{"version.dll", "GetFileVersionInfoA", &NoteNarrowInfo};
-  const CImportPatch m_query{"version.dll", "VerQueryValueA", &NoteNarrowQuery};
+  const CImportSpy<&GetFileVersionInfoSizeA> m_size{
+      "version.dll", "GetFileVersionInfoSizeA", [this](LPCSTR path, LPDWORD handle) {
+        m_calls.push_back("size of " + std::string(path));
+        return m_size.CallOriginal(path, handle);
+      }};
+  const CImportSpy<&GetFileVersionInfoA> m_info{"version.dll", "GetFileVersionInfoA",
+                                                [this](LPCSTR path, auto... arguments) {
+                                                  m_calls.push_back("info of " + std::string(path));
+                                                  return m_info.CallOriginal(path, arguments...);
+                                                }};
+  const CImportSpy<&VerQueryValueA> m_query{
+      "version.dll", "VerQueryValueA", [this](LPCVOID info, LPCSTR block, auto... arguments) {
+        m_calls.push_back("query of " + std::string(block));
+        return m_query.CallOriginal(info, block, arguments...);
+      }};
 };
 
 TEST_F(NarrowFileVersion, SystemWithoutWideFunctionsIsAskedInItsCodePage) {
@@ -100,100 +104,72 @@ TEST_F(NarrowFileVersion, SystemWithoutWideFunctionsIsAskedInItsCodePage) {
   ASSERT_EQ(GetACP(), 1252u);
   const CTempSandbox sandbox;
   const std::wstring path = sandbox / L"\u00dcbung \u20ac.dll";
-  std::filesystem::copy_file(SystemFile(L"kernel32.dll"), path);
+  std::filesystem::copy_file(m_path, path);
   const auto expected = Version(path);
   EXPECT_TRUE(expected.has_value());
-  const CImportPatch size("version.dll", "GetFileVersionInfoSizeW", &Fail);
-  const CImportPatch info("version.dll", "GetFileVersionInfoW", &Fail);
-  const CImportPatch query("version.dll", "VerQueryValueW", &Fail);
+  const CImportSpy<&GetFileVersionInfoSizeW> size("version.dll", "GetFileVersionInfoSizeW",
+                                                  &FailNotImplemented<LPCWSTR>);
+  const CImportSpy<&GetFileVersionInfoW> info("version.dll", "GetFileVersionInfoW",
+                                              &FillAndFail<LPCWSTR>);
+  const CImportSpy<&VerQueryValueW> query("version.dll", "VerQueryValueW", &AnswerAndFail<LPCWSTR>);
   EXPECT_EQ(Version(path), expected);
-  const std::string narrow = std::string(sandbox.Path().begin(), sandbox.Path().end()) +
-                             "\\\xDC"
-                             "bung \x80.dll";
-  EXPECT_EQ(g_calls,
+  const std::string narrow =
+      std::string(sandbox.Path().begin(), sandbox.Path().end()) + "\\\xDC" + "bung \x80.dll";
+  EXPECT_EQ(m_calls,
             (std::vector<std::string>{"size of " + narrow, "info of " + narrow, "query of \\"}));
 }
 
-TEST_F(NarrowFileVersion, AnyOtherErrorOfTheWideSizeEndsTheRead) {
-  const CImportPatch patch("version.dll", "GetFileVersionInfoSizeW", &Fail);
-  for (const DWORD error : {ERROR_SUCCESS, ERROR_FILE_NOT_FOUND, ERROR_RESOURCE_TYPE_NOT_FOUND}) {
-    g_error = error;
-    EXPECT_FALSE(Version(SystemFile(L"kernel32.dll")).has_value()) << error;
+TEST_F(NarrowFileVersion, OnlyANotImplementedSizeLeadsToThem) {
+  for (const bool isFailure : {false, true}) {
+    for (const DWORD error : {ERROR_SUCCESS, ERROR_FILE_NOT_FOUND, ERROR_CALL_NOT_IMPLEMENTED}) {
+      if (isFailure && error == ERROR_CALL_NOT_IMPLEMENTED) {
+        continue;
+      }
+      const CImportSpy<&GetFileVersionInfoSizeW> wide(
+          "version.dll", "GetFileVersionInfoSizeW", [&](LPCWSTR path, LPDWORD handle) {
+            const DWORD size = isFailure ? 0 : wide.CallOriginal(path, handle);
+            SetLastError(error);
+            return size;
+          });
+      EXPECT_EQ(Version(m_path).has_value(), !isFailure) << error;
+    }
   }
-  EXPECT_EQ(g_calls, std::vector<std::string>());
-}
-
-TEST_F(NarrowFileVersion, ErrorLeftBehindASuccessIsIgnored) {
-  const CImportPatch patch("version.dll", "GetFileVersionInfoSizeW", &SucceedWithAnError);
-  g_wideSize = patch.Original<decltype(GetFileVersionInfoSizeW)>();
-  EXPECT_TRUE(Version(SystemFile(L"kernel32.dll")).has_value());
-  EXPECT_EQ(g_calls, std::vector<std::string>());
-}
-
-// What fails may still have written something. For wide and narrow text alike.
-std::vector<BYTE> g_information;
-VS_FIXEDFILEINFO g_info;
-BOOL WINAPI FillAndFail(const void*, DWORD, DWORD size, LPVOID info) {
-  std::copy_n(g_information.begin(), std::min<size_t>(size, g_information.size()),
-              static_cast<BYTE*>(info));
-  SetLastError(g_error);
-  return FALSE;
-}
-BOOL WINAPI AnswerAndFail(LPCVOID, const void*, LPVOID* info, PUINT size) {
-  *info = &g_info;
-  *size = sizeof(g_info);
-  SetLastError(g_error);
-  return FALSE;
+  EXPECT_EQ(m_calls, std::vector<std::string>());
 }
 
 TEST_F(NarrowFileVersion, FailingLaterStepEndsTheRead) {
-  const std::wstring path = SystemFile(L"kernel32.dll");
-  g_information.resize(GetFileVersionInfoSizeW(path.c_str(), nullptr));
-  ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(g_information.size()),
+  g_information.resize(GetFileVersionInfoSizeW(m_path.c_str(), nullptr));
+  ASSERT_TRUE(GetFileVersionInfoW(m_path.c_str(), 0, static_cast<DWORD>(g_information.size()),
                                   g_information.data()));
-  {
-    const CImportPatch patch("version.dll", "GetFileVersionInfoW", &FillAndFail);
-    EXPECT_FALSE(Version(path).has_value());
-  }
-  {
-    const CImportPatch patch("version.dll", "VerQueryValueW", &AnswerAndFail);
-    EXPECT_FALSE(Version(path).has_value());
-  }
-  EXPECT_EQ(g_calls, std::vector<std::string>()) << "only the size decides how to go on";
-  const CImportPatch noWide("version.dll", "GetFileVersionInfoSizeW", &Fail);
-  {
-    const CImportPatch patch("version.dll", "GetFileVersionInfoSizeA", &Fail);
-    EXPECT_FALSE(Version(path).has_value());
-  }
-  {
-    const CImportPatch patch("version.dll", "GetFileVersionInfoA", &FillAndFail);
-    EXPECT_FALSE(Version(path).has_value());
-  }
-  const CImportPatch patch("version.dll", "VerQueryValueA", &AnswerAndFail);
-  EXPECT_FALSE(Version(path).has_value());
-}
-
-UINT g_size = 0;
-void* g_block = nullptr;
-BOOL WINAPI AnswerQuery(LPCVOID, LPCWSTR block, LPVOID* info, PUINT size) {
-  EXPECT_STREQ(block, L"\\");
-  *info = g_block;
-  *size = g_size;
-  return TRUE;
+  EXPECT_FALSE(
+      VersionWith<&GetFileVersionInfoW>("GetFileVersionInfoW", &FillAndFail<LPCWSTR>).has_value());
+  EXPECT_FALSE(VersionWith<&VerQueryValueW>("VerQueryValueW", &AnswerAndFail<LPCWSTR>).has_value());
+  EXPECT_EQ(m_calls, std::vector<std::string>()) << "only the size decides how to go on";
+  const CImportSpy<&GetFileVersionInfoSizeW> noWide("version.dll", "GetFileVersionInfoSizeW",
+                                                    &FailNotImplemented<LPCWSTR>);
+  EXPECT_FALSE(
+      VersionWith<&GetFileVersionInfoSizeA>("GetFileVersionInfoSizeA", &FailNotImplemented<LPCSTR>)
+          .has_value());
+  EXPECT_FALSE(
+      VersionWith<&GetFileVersionInfoA>("GetFileVersionInfoA", &FillAndFail<LPCSTR>).has_value());
+  EXPECT_FALSE(VersionWith<&VerQueryValueA>("VerQueryValueA", &AnswerAndFail<LPCSTR>).has_value());
 }
 
 TEST(FileVersion, ShortOrMissingBlockIsNotCopied) {
-  const CImportPatch patch("version.dll", "VerQueryValueW", &AnswerQuery);
-  const std::wstring path = SystemFile(L"kernel32.dll");
-  g_block = &g_info;
-  for (const UINT size : {0, 4, 51}) {
-    g_size = size;
-    EXPECT_FALSE(Version(path).has_value()) << size;
+  const struct {
+    VS_FIXEDFILEINFO* block;
+    UINT size;
+    std::optional<std::wstring> version;
+  } cases[] = {{&g_info, 0, {}}, {&g_info, 51, {}}, {&g_info, 52, L"0.0.0.0"}, {nullptr, 52, {}}};
+  for (const auto& c : cases) {
+    const auto answer = [&](LPCVOID, LPCWSTR block, LPVOID* info, PUINT size) {
+      EXPECT_STREQ(block, L"\\");
+      *info = c.block;
+      *size = c.size;
+      return TRUE;
+    };
+    EXPECT_EQ(VersionWith<&VerQueryValueW>("VerQueryValueW", answer), c.version) << c.size;
   }
-  g_size = 52;
-  EXPECT_EQ(Version(path), L"0.0.0.0");
-  g_block = nullptr;
-  EXPECT_FALSE(Version(path).has_value());
 }
 
 }  // namespace

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
+#include <utility>
 
 #include "tests/plugin/host_program.h"
 #include "tests/plugin/plugin_library.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
@@ -40,40 +40,27 @@ TEST(HostProcess, OnlyTheFirst260CharactersCount) {
   EXPECT_FALSE(IsRefusedHost((filling + L"x" + shell).c_str())) << "its last letter is cut off";
 }
 
-std::wstring g_hostPath;
-DWORD WINAPI AnswerHostPath(HMODULE module, LPWSTR path, DWORD size) {
-  EXPECT_EQ(module, nullptr) << "the host program's";
-  EXPECT_EQ(size, 260u);
-  // A path that does not fit is cut, without a terminator.
-  const size_t length = std::min<size_t>(g_hostPath.size(), size);
-  std::copy_n(g_hostPath.c_str(), length, path);
-  return static_cast<DWORD>(length);
+TEST(HostProcess, PathOfTheHostIsCompared) {
+  const std::wstring longest = L"C:" + std::wstring(246, L'd') + L"explorer.exe";
+  const std::pair<std::wstring, bool> cases[] = {
+      {L"C:\\Windows\\Explorer.EXE", true}, {longest, true}, {L"d" + longest, false}, {L"", false}};
+  for (const auto& [host, isRefused] : cases) {
+    const CImportSpy<&GetModuleFileNameW> spy("kernel32.dll", "GetModuleFileNameW",
+                                              [&](HMODULE module, LPWSTR path, DWORD size) {
+                                                EXPECT_EQ(module, nullptr) << "the host program's";
+                                                EXPECT_EQ(size, 260u);
+                                                // A path that does not fit is cut, without a
+                                                // terminator.
+                                                return static_cast<DWORD>(host.copy(path, size));
+                                              });
+    EXPECT_EQ(IsRefusedHostProcess(), isRefused) << host;
+  }
+  EXPECT_FALSE(IsRefusedHostProcess()) << "this program";
 }
-
-TEST(HostProcess, PathOfTheHostIsLookedAt) {
-  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &AnswerHostPath);
-  g_hostPath = L"C:\\Windows\\Explorer.EXE";
-  EXPECT_TRUE(IsRefusedHostProcess());
-  g_hostPath = L"C:\\" + std::wstring(245, L'd') + L"\\explorer.exe";
-  ASSERT_EQ(g_hostPath.size(), 261u);
-  EXPECT_FALSE(IsRefusedHostProcess());
-  g_hostPath.erase(3, 1);
-  EXPECT_TRUE(IsRefusedHostProcess());
-  g_hostPath.clear();
-  EXPECT_FALSE(IsRefusedHostProcess()) << "a path that cannot be had is no shell's";
-}
-
-TEST(HostProcess, ThisOneIsNot) { EXPECT_FALSE(IsRefusedHostProcess()); }
 
 TEST(HostProcess, DllDoesNotLoadIntoTheShell) {
-  EXPECT_EQ(LoadErrorIn(L"explorer.exe"), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
   EXPECT_EQ(LoadErrorIn(L"MyExplorer.EXE"), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
-  EXPECT_EQ(LoadErrorIn(L"explorer.exe.d\\host.exe"), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
-}
-
-TEST(HostProcess, DllLoadsIntoTheBrowser) {
   EXPECT_EQ(LoadErrorIn(L"Internet Explorer\\iexplore.exe"), static_cast<DWORD>(ERROR_SUCCESS));
-  EXPECT_EQ(LoadErrorIn(L"explorer2.exe"), static_cast<DWORD>(ERROR_SUCCESS));
 }
 
 }  // namespace

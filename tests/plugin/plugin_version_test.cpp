@@ -7,12 +7,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "folivo_plugin_h.h"
 #include "tests/plugin/host_program.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
@@ -29,80 +31,52 @@ CComPtr<IFolivoPluginVersion> Control(const CPluginLibrary& library) {
   return control;
 }
 
-TEST(PluginVersion, IsThatOfTheDll) {
-  const CPluginLibrary library;
-  const auto control = Control(library);
-  CComBSTR first;
-  CComBSTR second;
-  EXPECT_EQ(control->get_Version(&first), S_OK);
-  EXPECT_EQ(control->get_Version(&second), S_OK);
-  EXPECT_STREQ(first, FOLIVO_VERSION_WIDE);
-  EXPECT_STREQ(second, FOLIVO_VERSION_WIDE);
-  EXPECT_NE(first.m_str, second.m_str) << "each call gives a text of the caller's own";
-}
-
-int g_reads = 0;
-DWORD WINAPI RecordModulePath(HMODULE module, LPWSTR path, DWORD size) {
-  EXPECT_EQ(module, GetModuleHandleW(L"FolivoPlugin.dll"));
-  EXPECT_EQ(size, 259u);
-  ++g_reads;
-  return GetModuleFileNameW(module, path, size);
-}
-DWORD WINAPI RecordInfoSize(LPCWSTR path, LPDWORD handle) {
-  ++g_reads;
-  return GetFileVersionInfoSizeW(path, handle);
-}
-
 TEST(PluginVersion, IsReadAnewByEachCall) {
   const CPluginLibrary library;
   const auto control = Control(library);
-  const CImportPatch path("kernel32.dll", "GetModuleFileNameW", &RecordModulePath,
-                          library.Module());
-  const CImportPatch size("version.dll", "GetFileVersionInfoSizeW", &RecordInfoSize,
-                          library.Module());
-  for (const int reads : {2, 4}) {
-    CComBSTR version;
+  const CImportSpy<&GetModuleFileNameW> path("kernel32.dll", "GetModuleFileNameW", nullptr,
+                                             library.Module());
+  const CImportSpy<&GetFileVersionInfoSizeW> size("version.dll", "GetFileVersionInfoSizeW", nullptr,
+                                                  library.Module());
+  CComBSTR versions[2];
+  for (CComBSTR& version : versions) {
     EXPECT_EQ(control->get_Version(&version), S_OK);
-    EXPECT_EQ(g_reads, reads);
+    EXPECT_STREQ(version, FOLIVO_VERSION_WIDE);
   }
-}
-
-TEST(PluginVersion, NeedsAPlaceForTheText) {
-  const CPluginLibrary library;
-  EXPECT_EQ(Control(library)->get_Version(nullptr), E_POINTER);
-}
-
-HRESULT TakeVersion(IFolivoPluginVersion* control, BSTR* version) {
-  CComBSTR before(L"something");
-  *version = before;
-  return control->get_Version(version);
-}
-
-/// Takes the place of any function that answers 0 or null when it fails.
-ULONG_PTR WINAPI Fail() { return 0; }
-DWORD WINAPI CutModulePath(HMODULE, LPWSTR path, DWORD size) {
-  std::fill_n(path, size, L'x');
-  SetLastError(ERROR_INSUFFICIENT_BUFFER);
-  return size;
+  EXPECT_NE(versions[0].m_str, versions[1].m_str) << "each call gives a text of the caller's own";
+  ASSERT_EQ(path.Calls().size(), 2u);
+  EXPECT_EQ(std::get<0>(path.Calls()[0]), GetModuleHandleW(L"FolivoPlugin.dll"));
+  EXPECT_EQ(std::get<2>(path.Calls()[0]), 259u);
+  EXPECT_EQ(size.Calls().size(), 2u);
 }
 
 TEST(GetVersion, FailingCallReturnsEFail) {
   const CPluginLibrary library;
   const CComPtr<IFolivoPluginVersion> control = Control(library);
-  constexpr std::pair<const char*, const char*> kCalls[] = {
-      {"kernel32.dll", "GetModuleFileNameW"}, {"version.dll", "GetFileVersionInfoSizeW"},
-      {"version.dll", "GetFileVersionInfoW"}, {"version.dll", "VerQueryValueW"},
-      {"oleaut32.dll", "SysAllocString"},
-  };
-  BSTR version = nullptr;
-  for (const auto& [dll, name] : kCalls) {
-    const CImportPatch patch(dll, name, &Fail, library.Module());
-    EXPECT_EQ(TakeVersion(control, &version), E_FAIL) << name;
+  const auto expectFailure = [&](const char* name) {
+    const CComBSTR before(L"something");
+    BSTR version = before;
+    EXPECT_EQ(control->get_Version(&version), E_FAIL) << name;
     EXPECT_EQ(version, nullptr) << name;
+  };
+  const auto fail = +[]() -> ULONG_PTR { return 0; };
+  for (const auto& [dll, name] : {std::pair("kernel32.dll", "GetModuleFileNameW"),
+                                  {"version.dll", "GetFileVersionInfoSizeW"},
+                                  {"version.dll", "GetFileVersionInfoW"},
+                                  {"version.dll", "VerQueryValueW"},
+                                  {"oleaut32.dll", "SysAllocString"}}) {
+    const CImportPatch patch(dll, name, fail, library.Module());
+    expectFailure(name);
   }
-  const CImportPatch patch("kernel32.dll", "GetModuleFileNameW", &CutModulePath, library.Module());
-  EXPECT_EQ(TakeVersion(control, &version), E_FAIL);
-  EXPECT_EQ(version, nullptr);
+  const CImportSpy<&GetModuleFileNameW> cut(
+      "kernel32.dll", "GetModuleFileNameW",
+      [](HMODULE, LPWSTR path, DWORD size) {
+        std::fill_n(path, size, L'x');
+        return size;
+      },
+      library.Module());
+  expectFailure("a path that does not fit");
+  EXPECT_EQ(control->get_Version(nullptr), E_POINTER);
 }
 
 int g_allocationsLeft = 0;
@@ -117,7 +91,7 @@ TEST(GetVersion, OutOfMemoryReturnsEFail) {
   while (result != S_OK) {
     g_allocationsLeft = ++failing;
     BSTR version = nullptr;
-    result = TakeVersion(control, &version);
+    result = control->get_Version(&version);
     ASSERT_EQ(result, g_allocationsLeft > 0 ? S_OK : E_FAIL) << failing;
     EXPECT_EQ(version != nullptr, result == S_OK);
     SysFreeString(version);
@@ -125,47 +99,21 @@ TEST(GetVersion, OutOfMemoryReturnsEFail) {
   EXPECT_GT(failing, 2) << "it needs at least a path and a block of information";
 }
 
-// Deliberate: the file is looked for by its fixed name.
-TEST(PluginVersion, RenamedDllTellsTheHostsVersionWhichThisProgramHasNone) {
-  const CTempSandbox sandbox;
-  const std::wstring path = sandbox / L"Renamed.dll";
-  std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
-  const CPluginLibrary library(path);
-  ASSERT_EQ(GetModuleHandleW(L"FolivoPlugin.dll"), nullptr);
-  BSTR version = nullptr;
-  EXPECT_EQ(Control(library)->get_Version(&version), E_FAIL);
-}
-
-TEST(PluginVersion, IsFoundInAnyCase) {
-  const CTempSandbox sandbox;
-  const std::wstring path = sandbox / L"FOLIVOPLUGIN.DLL";
-  std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
-  const CPluginLibrary library(path);
-  CComBSTR version;
-  EXPECT_EQ(Control(library)->get_Version(&version), S_OK);
-  EXPECT_STREQ(version, FOLIVO_VERSION_WIDE);
-}
-
 TEST(PluginVersion, IsThatOfWhateverModuleHasTheFixedName) {
   const CTempSandbox sandbox;
   const std::wstring path = sandbox / L"Renamed.dll";
   std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
   const CPluginLibrary library(path);
+  CComBSTR version;
+  EXPECT_EQ(Control(library)->get_Version(&version), E_FAIL) << "this program has none";
   // Mapped, not run: another file with a version of its own.
-  const std::wstring other = sandbox / L"FolivoPlugin.dll";
+  const std::wstring other = sandbox / L"FOLIVOPLUGIN.DLL";
   std::filesystem::copy_file(BuiltHostPath(), other);
   const HMODULE module = LoadLibraryExW(other.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES);
   ASSERT_NE(module, nullptr);
-  CComBSTR version;
   EXPECT_EQ(Control(library)->get_Version(&version), S_OK);
   EXPECT_STREQ(version, kHostVersion);
   FreeLibrary(module);
-}
-
-TEST(PluginVersion, IsTheDllsAndNotTheHosts) {
-  EXPECT_EQ(RunHost(L"host.exe", CPluginLibrary::BuiltPath(), FOLIVO_VERSION_WIDE), 0u);
-  EXPECT_EQ(RunHost(L"host.exe", CPluginLibrary::BuiltPath(), L"1.1.1.1"),
-            static_cast<DWORD>(ERROR_INVALID_DATA));
 }
 
 TEST(PluginVersion, IsTheHostsForARenamedDll) {
@@ -173,6 +121,9 @@ TEST(PluginVersion, IsTheHostsForARenamedDll) {
   const std::wstring path = sandbox / L"Renamed.dll";
   std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
   EXPECT_EQ(RunHost(L"host.exe", path, kHostVersion), 0u);
+  EXPECT_EQ(RunHost(L"host.exe", CPluginLibrary::BuiltPath(), FOLIVO_VERSION_WIDE), 0u);
+  EXPECT_EQ(RunHost(L"host.exe", CPluginLibrary::BuiltPath(), L"1.1.1.1"),
+            static_cast<DWORD>(ERROR_INVALID_DATA));
 }
 
 }  // namespace

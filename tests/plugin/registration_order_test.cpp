@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/plugin/plugin_library.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
@@ -17,89 +17,86 @@ constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_
 
 using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thread's locale
 
-CSteps g_steps;
-HRESULT g_typeLibraryResult;
-size_t g_failingStep;  // counted from 1; 0: none
-decltype(&RegCreateKeyExW) g_createKey;
-decltype(&RegOpenKeyExW) g_openKey;
-decltype(&RegisterTypeLib) g_registerTypeLib;
-decltype(&UnRegisterTypeLib) g_unregisterTypeLib;
-
-/// Takes down a step of which several calls in a row are part.
-void Note(const std::string& step) {
-  const CSteps::value_type now(step, GetThreadLocale());
-  if (g_steps.empty() || g_steps.back() != now) {
-    g_steps.push_back(now);
-  }
-}
-
-/// One key stands for each script: that of all helper objects, and that of all classes. False when
-/// it cannot be had, as the step is to fail.
-bool NoteKey(LPCWSTR name) {
-  if (name != nullptr && _wcsicmp(name, L"Browser Helper Objects") == 0) {
-    Note("helper object");
-  } else if (name != nullptr && _wcsicmp(name, L"CLSID") == 0) {
-    Note("class");
-  } else {
-    return true;
-  }
-  return g_steps.size() != g_failingStep;
-}
-
-LSTATUS WINAPI RecordCreate(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR className,
-                            DWORD options, REGSAM access, const LPSECURITY_ATTRIBUTES security,
-                            PHKEY key, LPDWORD disposition) {
-  EXPECT_EQ(options, static_cast<DWORD>(REG_OPTION_NON_VOLATILE));
-  return NoteKey(name) ? g_createKey(parent, name, reserved, className, options, access, security,
-                                     key, disposition)
-                       : ERROR_WRITE_PROTECT;
-}
-
-LSTATUS WINAPI RecordOpen(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
-  return NoteKey(name) ? g_openKey(parent, name, options, access, key) : ERROR_WRITE_PROTECT;
-}
-
-HRESULT WINAPI RecordTypeLib(ITypeLib* library, LPOLESTR path, LPOLESTR help) {
-  Note("type library");
-  return FAILED(g_typeLibraryResult) ? g_typeLibraryResult : g_registerTypeLib(library, path, help);
-}
-
-HRESULT WINAPI RecordNoTypeLib(REFGUID id, WORD major, WORD minor, LCID language, SYSKIND system) {
-  Note("type library");
-  const HRESULT removed = g_unregisterTypeLib(id, major, minor, language, system);
-  return FAILED(g_typeLibraryResult) ? g_typeLibraryResult : removed;
-}
-
 class RegistrationOrder : public testing::Test {
  protected:
   RegistrationOrder() {
-    g_createKey = m_create.Original<decltype(RegCreateKeyExW)>();
-    g_openKey = m_open.Original<decltype(RegOpenKeyExW)>();
-    g_registerTypeLib = m_register.Original<decltype(RegisterTypeLib)>();
-    g_unregisterTypeLib = m_unregister.Original<decltype(UnRegisterTypeLib)>();
     SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
     m_system = GetThreadLocale();
     SetThreadLocale(kGerman);
-    g_steps.clear();
-    g_typeLibraryResult = S_OK;
-    g_failingStep = 0;
   }
   ~RegistrationOrder() override {
-    g_typeLibraryResult = S_OK;
-    g_failingStep = 0;
+    Expect(0, S_OK);
     m_library.UnregisterServer();
     SetThreadLocale(m_previous);
   }
 
+  /// From now on, the step of this number (counted from 1; 0: none) fails, and the type library's
+  /// step returns this result.
+  void Expect(size_t failingStep, HRESULT typeLibraryResult) {
+    m_steps.clear();
+    m_failingStep = failingStep;
+    m_typeLibraryResult = typeLibraryResult;
+  }
+
+  /// Notes a step of which several calls in a row are part.
+  void Note(const std::string& step) {
+    const CSteps::value_type now(step, GetThreadLocale());
+    if (m_steps.empty() || m_steps.back() != now) {
+      m_steps.push_back(now);
+    }
+  }
+
+  /// One key stands for each script: that of all helper objects, and that of all classes. False
+  /// when the step is to fail.
+  bool NoteKey(LPCWSTR name) {
+    const std::wstring key = name != nullptr ? name : L"";
+    if (key != L"Browser Helper Objects" && key != L"CLSID") {
+      return true;
+    }
+    Note(key == L"CLSID" ? "class" : "helper object");
+    return m_steps.size() != m_failingStep;
+  }
+
+  CSteps m_steps;
+  size_t m_failingStep = 0;
+  HRESULT m_typeLibraryResult = S_OK;
   const LCID m_previous = GetThreadLocale();
   LCID m_system = 0;
   const CPluginLibrary m_library;
-  const CImportPatch m_create{"advapi32.dll", "RegCreateKeyExW", &RecordCreate, m_library.Module()};
-  const CImportPatch m_open{"advapi32.dll", "RegOpenKeyExW", &RecordOpen, m_library.Module()};
-  const CImportPatch m_register{"oleaut32.dll", "RegisterTypeLib", &RecordTypeLib,
-                                m_library.Module()};
-  const CImportPatch m_unregister{"oleaut32.dll", "UnRegisterTypeLib", &RecordNoTypeLib,
-                                  m_library.Module()};
+
+  const CImportSpy<&RegCreateKeyExW> m_create{
+      "advapi32.dll", "RegCreateKeyExW",
+      [this](HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR className, DWORD options,
+             auto... arguments) {
+        EXPECT_EQ(options, static_cast<DWORD>(REG_OPTION_NON_VOLATILE));
+        return NoteKey(name)
+                   ? m_create.CallOriginal(parent, name, reserved, className, options, arguments...)
+                   : ERROR_WRITE_PROTECT;
+      },
+      m_library.Module()};
+  const CImportSpy<&RegOpenKeyExW> m_open{"advapi32.dll", "RegOpenKeyExW",
+                                          [this](HKEY parent, LPCWSTR name, auto... arguments) {
+                                            return NoteKey(name) ? m_open.CallOriginal(parent, name,
+                                                                                       arguments...)
+                                                                 : ERROR_WRITE_PROTECT;
+                                          },
+                                          m_library.Module()};
+  const CImportSpy<&RegisterTypeLib> m_register{
+      "oleaut32.dll", "RegisterTypeLib",
+      [this](auto... arguments) {
+        Note("type library");
+        return FAILED(m_typeLibraryResult) ? m_typeLibraryResult
+                                           : m_register.CallOriginal(arguments...);
+      },
+      m_library.Module()};
+  const CImportSpy<&UnRegisterTypeLib> m_unregister{
+      "oleaut32.dll", "UnRegisterTypeLib",
+      [this](const auto&... arguments) {
+        Note("type library");
+        const HRESULT removed = m_unregister.CallOriginal(arguments...);
+        return FAILED(m_typeLibraryResult) ? m_typeLibraryResult : removed;
+      },
+      m_library.Module()};
 };
 
 TEST_F(RegistrationOrder, FirstFailureEndsRegistrationWithItsCode) {
@@ -107,21 +104,23 @@ TEST_F(RegistrationOrder, FirstFailureEndsRegistrationWithItsCode) {
                       {"class", m_system},
                       {"type library", m_system},
                       {"helper object", m_system}};
-  EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  EXPECT_EQ(g_steps, all);
-  for (const size_t step : {1, 2, 4}) {
-    g_steps.clear();
-    g_failingStep = step;
-    EXPECT_EQ(m_library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT)) << step;
-    EXPECT_EQ(g_steps, CSteps(all.begin(), all.begin() + static_cast<int>(step)));
+  constexpr HRESULT kFailed = HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT);
+  const struct {
+    size_t failingStep;
+    HRESULT typeLibraryResult;
+    HRESULT result;
+    int steps;
+  } cases[] = {{0, S_OK, S_OK, 4},
+               {1, S_OK, kFailed, 1},
+               {2, S_OK, kFailed, 2},
+               {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, 3},
+               {4, S_OK, kFailed, 4}};
+  for (const auto& c : cases) {
+    Expect(c.failingStep, c.typeLibraryResult);
+    EXPECT_EQ(m_library.RegisterServer(), c.result);
+    EXPECT_EQ(m_steps, CSteps(all.begin(), all.begin() + c.steps)) << c.steps;
     EXPECT_EQ(GetThreadLocale(), kGerman);
   }
-  g_steps.clear();
-  g_failingStep = 0;
-  g_typeLibraryResult = TYPE_E_REGISTRYACCESS;
-  EXPECT_EQ(m_library.RegisterServer(), TYPE_E_REGISTRYACCESS);
-  EXPECT_EQ(g_steps, CSteps(all.begin(), all.begin() + 3));
-  EXPECT_EQ(GetThreadLocale(), kGerman);
 }
 
 TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHelperObject) {
@@ -143,14 +142,11 @@ TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHel
       {4, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), all},
   };
   for (const auto& failing : kCases) {
-    g_failingStep = 0;
-    g_typeLibraryResult = S_OK;
+    Expect(0, S_OK);
     EXPECT_EQ(m_library.RegisterServer(), S_OK);
-    g_steps.clear();
-    g_failingStep = failing.failingStep;
-    g_typeLibraryResult = failing.typeLibraryResult;
+    Expect(failing.failingStep, failing.typeLibraryResult);
     EXPECT_EQ(m_library.UnregisterServer(), failing.result);
-    EXPECT_EQ(g_steps, failing.steps) << failing.failingStep;
+    EXPECT_EQ(m_steps, failing.steps) << failing.failingStep;
     EXPECT_EQ(GetThreadLocale(), kGerman);
   }
 }

@@ -131,7 +131,6 @@ def archives():
     many = [(info(f"part{i % 10}/entry{9999 - i:04}.txt", stored), b"%d" % i) for i in range(10000)]
     yield "many", archive(*many)
     yield "noise", one("noise.bin", random.Random(1).randbytes(300000))
-    yield "zeros", one("zeros.bin", bytes(30 << 20))
 
     yield "names_dos", one("Gr\u00fc\u00dfe.txt".encode("cp437"), TEXT, host=DOS)
     yield "names_ansi", one("Gr\u00fc\u00dfe \u20ac.txt".encode("cp1252"), TEXT)
