@@ -22,12 +22,13 @@ class CComControlBase::CWindowContext {
   CWindowContext& operator=(const CWindowContext&) = delete;
   ~CWindowContext() = default;
 
-  /// Sets the active object of the frame and of the document window, if they exist. A control needs
-  /// no border space.
-  void SetActiveObject(IOleInPlaceActiveObject* pActiveObject) const {
+  /// Sets the active object of the frame and of the document window, if they exist, as long as the
+  /// control is UI-active, or is not when the object is null. A control needs no border space.
+  void SetActiveObject(const CComControlBase& control,
+                       IOleInPlaceActiveObject* pActiveObject) const {
     for (IOleInPlaceUIWindow* const pWindow :
          {static_cast<IOleInPlaceUIWindow*>(m_pFrame.p), m_pDoc.p}) {
-      if (pWindow != nullptr) {
+      if (pWindow != nullptr && (control.m_bUIActive != FALSE) == (pActiveObject != nullptr)) {
         pWindow->SetActiveObject(pActiveObject, nullptr);
         if (pActiveObject != nullptr) {
           pWindow->SetBorderSpace(nullptr);
@@ -121,7 +122,7 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
                                       reinterpret_cast<void**>(&pInPlaceObject)))) {
     pInPlaceObject->SetObjectRects(&context.m_rcPos, &context.m_rcClip);
   }
-  if (m_bInPlaceActive && !m_bUIActive && DoesVerbUIActivate(iVerb)) {
+  if (m_bInPlaceActive && !m_bUIActive && m_spInPlaceSite == pSite && DoesVerbUIActivate(iVerb)) {
     hr = UIActivate(pSite, context);
   }
   const CComPtr<IOleClientSite> pClientSite = m_spClientSite;
@@ -138,7 +139,7 @@ inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
     pSite->OnUIDeactivate(FALSE);
     return E_FAIL;
   }
-  if (m_bUIActive) {
+  if (m_bUIActive || !m_bInPlaceActive) {
     return S_OK;
   }
   // Set first, because WM_SETFOCUS activates too.
@@ -158,8 +159,8 @@ inline HRESULT CComControlBase::UIActivate(IOleInPlaceSiteEx* pSite,
   CComPtr<IOleInPlaceActiveObject> pActiveObject;
   hr = ControlQueryInterface(__uuidof(IOleInPlaceActiveObject),
                              reinterpret_cast<void**>(&pActiveObject));
-  if (SUCCEEDED(hr) && m_bUIActive) {
-    context.SetActiveObject(pActiveObject);
+  if (SUCCEEDED(hr)) {
+    context.SetActiveObject(*this, pActiveObject);
   }
   return hr;
 }
@@ -171,7 +172,7 @@ inline HRESULT CComControlBase::DeactivateUI() {
   m_bUIActive = FALSE;
   const CComPtr<IOleInPlaceSiteEx> pSite = m_spInPlaceSite;
   if (pSite != nullptr) {
-    CWindowContext(pSite).SetActiveObject(nullptr);
+    CWindowContext(pSite).SetActiveObject(*this, nullptr);
     pSite->OnUIDeactivate(FALSE);
   }
   return S_OK;

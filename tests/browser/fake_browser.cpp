@@ -78,6 +78,9 @@ ULONG CFakeBrowser::AddRef() { return static_cast<ULONG>(++references); }
 ULONG CFakeBrowser::Release() { return static_cast<ULONG>(--references); }
 
 HRESULT CFakeBrowser::get_HWND(SHANDLE_PTR* value) {
+  if (onGetWindow) {
+    onGetWindow();
+  }
   *value = reinterpret_cast<SHANDLE_PTR>(window);
   return windowResult;
 }

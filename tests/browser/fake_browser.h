@@ -66,6 +66,7 @@ class CFakeBrowser final : public CWebBrowserStub {
   HWND window = nullptr;
   int stops = 0;
   std::function<void()> onStop;
+  std::function<void()> onGetWindow;
   CFakeContainer container;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;

@@ -231,6 +231,28 @@ TEST_F(Navigation, LocalLessonIsOpenedWhereItIs) {
   EXPECT_EQ(m_sandbox.Files(), (std::vector<std::wstring>{L"My Lessons\\a b.qdk"}));
 }
 
+TEST_F(Navigation, BrowserWindowThatIsGoneOwnsNoDialog) {
+  m_browser.window =
+      CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+  m_helper->SetSite(&m_browser);
+  const std::wstring file = m_sandbox.Write(L"a.qdk", kOldLessonHead);
+  EXPECT_TRUE(Navigate(file));
+  EXPECT_EQ(m_prompt.Owner(), m_browser.window);
+  DestroyWindow(m_browser.window);
+  EXPECT_TRUE(Navigate(file));
+  EXPECT_EQ(m_prompt.Owner(), nullptr);
+}
+
+TEST_F(Navigation, OutOfMemoryAfterTheAnswerIsReported) {
+  const CIeFrameDouble browser;
+  const CPromptAnswer prompt(kOpen);
+  const CImportSpy<&LoadCursorW> wait(
+      "user32.dll", "LoadCursorW", [](HINSTANCE, LPCWSTR) -> HCURSOR { throw std::bad_alloc(); });
+  EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead)));
+  EXPECT_EQ(m_messages.TakeTexts(),
+            (std::vector<std::wstring>{L"There is not enough memory to download the file."}));
+}
+
 TEST_F(Navigation, LocalLessonIsSavedByCopying) {
   const CIeFrameDouble browser;
   const CPromptAnswer prompt(kSave);

@@ -181,6 +181,13 @@ TEST_F(SetSite, FailedSubscriptionLeavesTheCookieOfTheOneBefore) {
   EXPECT_EQ(m_browser.container.point.unadvised, (std::vector<DWORD>{7001}));
 }
 
+TEST_F(SetSite, BrowserMayTakeTheSiteBackWhileItIsAskedForItsWindow) {
+  m_browser.onGetWindow = [&] { m_helper->SetSite(nullptr); };
+  m_helper->SetSite(&m_browser);
+  m_browser.onGetWindow = nullptr;
+  EXPECT_EQ(m_helper->SetSite(&m_browser), S_OK);
+}
+
 TEST_F(SetSite, BrowsersWindowOwnsTheDialogs) {
   m_browser.window = GetDesktopWindow();
   m_helper->SetSite(&m_browser);

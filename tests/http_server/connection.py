@@ -65,7 +65,8 @@ class Connection:
             self._writer.transport.abort()
 
     async def _read_request(self) -> Request | None:
-        """The next request; None at the end of the connection, or when it is no request."""
+        """The next request; None at the end of the connection, or when it is no request. Libraries
+        that read the request line refuse bytes that WinINet sends as it finds them in an address."""
         try:
             head = await self._reader.readuntil(b"\r\n\r\n")
             line, _, fields = head.partition(b"\r\n")

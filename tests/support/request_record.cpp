@@ -1,8 +1,7 @@
 #include "tests/support/request_record.h"
 
-#include <strings.h>
-
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "tests/support/http_encoding.h"
@@ -41,7 +40,7 @@ std::string_view TakeUpTo(std::string_view& text, char separator) {
 auto FindHeader(const RequestRecord& record, std::string_view name) {
   const std::string wanted(name);
   return std::find_if(record.headers.begin(), record.headers.end(), [&](const auto& header) {
-    return strcasecmp(header.first.c_str(), wanted.c_str()) == 0;
+    return _stricmp(header.first.c_str(), wanted.c_str()) == 0;
   });
 }
 

@@ -91,17 +91,21 @@ TEST_F(ActivationFailure, RequestUIActivateRefusalReturnsEFail) {
 
 TEST_F(ActivationFailure, CloseDuringSiteCallLeavesControlInactive) {
   for (const char* const call :
-       {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindowContext", "GetWindow", "OnUIActivate",
-        "OnFocus", "frame.SetActiveObject", "ShowObject", "document.NoActiveObject",
-        "OnUIDeactivate", "OnInPlaceDeactivate"}) {
+       {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindowContext", "GetWindow",
+        "RequestUIActivate", "OnUIActivate", "OnFocus", "frame.SetActiveObject", "ShowObject",
+        "document.NoActiveObject", "OnUIDeactivate", "OnInPlaceDeactivate"}) {
     SCOPED_TRACE(call);
+    // Only an extended site is asked first.
+    m_site.m_kind =
+        std::string(call) == "RequestUIActivate" ? CTestSite::Kind::kEx : CTestSite::Kind::kPlain;
     m_site.m_log.On(call, [this] { As<IOleObject>()->Close(OLECLOSE_NOSAVE); });
     DoVerb(OLEIVERB_UIACTIVATE);
     As<IOleInPlaceObject>()->InPlaceDeactivate();
     m_site.m_log.On(call, [] {});
     ExpectInactive();
-    m_site.m_frame.m_active.Release();
-    m_site.m_document.m_active.Release();
+    EXPECT_FALSE(Plate().m_bUIActive);
+    EXPECT_EQ(nullptr, m_site.m_frame.m_active.p);
+    EXPECT_EQ(nullptr, m_site.m_document.m_active.p);
   }
   EXPECT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE)) << "the control works as before";
   EXPECT_NE(nullptr, ControlWindow());
