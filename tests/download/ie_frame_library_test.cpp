@@ -62,19 +62,6 @@ TEST(IeFrameLibrary, SaveDialogGetsItsArgumentsAndReturnsItsResult) {
   EXPECT_EQ(path, nullptr);
 }
 
-TEST(IeFrameLibrary, CancelAndSavePassTheState) {
-  const CIeFrameDouble ieframe;
-  ieframe->cancelResult = ieframe->saveResult = E_ACCESSDENIED;  // ignored
-  const CIeFrameLibrary library;
-  library.CancelSaveFile(Token(5));
-  EXPECT_EQ(ieframe->cancelCalls, 1);
-  EXPECT_EQ(ieframe->cancelledState, Token(5));
-  EXPECT_TRUE(library.SaveFile(Token(6), L"C:\\a.qdk"));
-  EXPECT_EQ(ieframe->saveCalls, 1);
-  EXPECT_EQ(ieframe->savedState, Token(6));
-  EXPECT_STREQ(ieframe->savedSource, L"C:\\a.qdk");
-}
-
 TEST(IeFrameLibrary, IsFreedWithTheObject) {
   ASSERT_EQ(GetModuleHandleW(L"ieframe.dll"), nullptr);
   {
