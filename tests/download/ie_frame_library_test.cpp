@@ -171,11 +171,13 @@ TEST_F(ProtectedSave, WithoutTheSaveFunctionIsCancelledAndReported) {
 
 TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileUnreported) {
   static const CFailingRead* failing;
+  static HWND dialogWindow;
   const CFailingRead read;
   failing = &read;
   const CLookupPatch save(
       "IESaveFile", +[](HANDLE, LPCWSTR) -> HRESULT {
         failing->FailAndWaitForTheWorker();
+        SendMessageW(dialogWindow, WM_COMMAND, IDCANCEL, 0);  // does not delete the browser's file
         return S_OK;
       });
   const ScriptedPath path(m_server, Lesson(1000000));
@@ -183,6 +185,7 @@ TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileUnreported) {
     const auto dialog = MakeProtected(path.Url(L"a.qdk"));
     const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
       read.WaitUntilReached();
+      dialogWindow = window;
       PostMessageW(window, WM_USER, kDownloadDelivered, 0);
     });
     EXPECT_EQ(result, 1);
