@@ -86,19 +86,6 @@ TEST_F(Credentials, PromptIsOwnedByTheDialogAndComesAgainUntilTheyAreRight) {
   }
 }
 
-TEST_F(Credentials, CancelledPromptLeavesTheAnswerToItsContent) {
-  const ScriptedPath path(m_server, ProtectedLesson());
-  const std::wstring url = path.Url(L"a.qdk");
-  const auto dialog = Make(url);
-  const CParallel user([&] {
-    Answer(L"");
-    EXPECT_EQ(DismissMessage(), NotAFolivoFile(url));
-  });
-  EXPECT_EQ(dialog->DoModal(nullptr), 3);
-  EXPECT_EQ(path.Requests().back().status, 401);
-  EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
 TEST_F(Credentials, PreCheckAsksOverTheForegroundWindow) {
   const HWND browser = CreateWindowExW(0, L"static", L"Browser", WS_POPUP | WS_VISIBLE, 0, 0, 300,
                                        300, nullptr, nullptr, nullptr, nullptr);

@@ -10,6 +10,7 @@
 #include "tests/download/download_test.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
 
 namespace {
@@ -21,6 +22,23 @@ constexpr ULONGLONG kTickMs = 20;
 class PeekContent : public DownloadTest {
  protected:
   CMessageRecorder m_messages;
+};
+
+/// Makes the time limit 300 ms instead of 25 s.
+class CShortLimit {
+ public:
+  size_t Starts() const { return m_timer.Calls().size(); }
+
+ private:
+  const CImportSpy<&SetWaitableTimer> m_timer{
+      "kernel32.dll", "SetWaitableTimer",
+      [this](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
+        EXPECT_EQ(due->QuadPart, -250000000);
+        EXPECT_EQ(period, 0);
+        LARGE_INTEGER soon = {};
+        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
+        return m_timer.CallOriginal(timer, &soon, period, others...);
+      }};
 };
 
 TEST_F(PeekContent, GenuineFirstBytesAreKeptAndTheRequestStaysOpen) {
@@ -107,15 +125,7 @@ DWORD ThreadTime() {
 }
 
 TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
-  const CImportSpy<&SetWaitableTimer> limit(
-      "kernel32.dll", "SetWaitableTimer",
-      [&](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
-        EXPECT_EQ(due->QuadPart, -250000000) << "25 s";
-        EXPECT_EQ(period, 0);
-        LARGE_INTEGER soon = {};
-        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
-        return limit.CallOriginal(timer, &soon, period, others...);
-      });
+  const CShortLimit limit;
   const ScriptedPath path(m_server, HttpAnswer());
   const auto dialog = Make(path.Url(L"a.qdk"));
   const ULONGLONG start = GetTickCount64();
@@ -123,9 +133,23 @@ TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
   EXPECT_FALSE(dialog->PeekContent(L".qdk"));
   EXPECT_LT(ThreadTime() - used, 10000 * kLimitMs / 2) << "leaves the processor to others";
   EXPECT_GE(GetTickCount64() - start, kLimitMs - kTickMs);
-  EXPECT_EQ(limit.Calls().size(), 1u);
+  EXPECT_EQ(limit.Starts(), 1u);
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_EQ(path.Requests().size(), 1u);
+}
+
+TEST_F(PeekContent, StalledServerIsGivenUpSilently) {
+  const CShortLimit limit;
+  const ScriptedPath path(m_server, Lesson(5000).Hold(http_point::kBeforeHeaders));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  // The call that blocks returns only when the server answers; the body is not read any more.
+  const CParallel server([&] {
+    EXPECT_TRUE(path.WaitForHeld());
+    Sleep(kLimitMs + 100);  // the time limit itself is what is waited for
+    path.AllowAll();
+  });
+  EXPECT_FALSE(dialog->PeekContent(L".qdk"));
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 }  // namespace

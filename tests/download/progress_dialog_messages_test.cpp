@@ -12,7 +12,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -248,18 +247,6 @@ TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
             addresses.end());
 }
 
-TEST_F(ProgressDialogObject, DestructorSignalsAndClosesThePreChecksEvent) {
-  auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-  CProgressDialogPeer peer{*dialog};
-  peer.BeginPeek();
-  const HANDLE closed = peer.PeekEvent();
-  const CHandle event(Duplicate(closed));
-  dialog.reset();
-  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
-  DWORD flags = 0;
-  EXPECT_FALSE(GetHandleInformation(closed, &flags));
-}
-
 TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
@@ -270,14 +257,17 @@ TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
                                       L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)
                                       .release();
   CProgressDialogPeer{*dialog}.BeginPeek();
-  const CHandle event(Duplicate(CProgressDialogPeer{*dialog}.PeekEvent()));
+  const HANDLE closed = CProgressDialogPeer{*dialog}.PeekEvent();
+  const CHandle event(Duplicate(closed));
   const void* const* const table = *reinterpret_cast<const void* const* const*>(dialog);
   LRESULT result = 0;
   EXPECT_FALSE(reinterpret_cast<MessageMap>(const_cast<void*>(table[0]))(
       dialog, nullptr, WM_DESTROY, 0, 0, result, 0));
   EXPECT_EQ(result, 1);
   reinterpret_cast<Destructor>(const_cast<void*>(table[kDeletingDestructor]))(dialog);
-  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0) << "gone";
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0) << "wakes whoever waits for it";
+  DWORD flags = 0;
+  EXPECT_FALSE(GetHandleInformation(closed, &flags));
 }
 
 }  // namespace

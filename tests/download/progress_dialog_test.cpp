@@ -5,7 +5,7 @@
 
 #include <commctrl.h>
 #include <process.h>
-#include <shellapi.h>
+#include <shlwapi.h>
 
 #include <atomic>
 #include <memory>
@@ -269,26 +269,6 @@ TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
 }
 
-TEST_F(ProgressDialog, ResultDuringAWriteDeliversThatChunkToo) {
-  const ScriptedPath path(m_server, Lesson(1000000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const CTestEvent looked;  // the dialog's thread for the file, once at least
-  const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
-    if (write.Calls().size() == 2) {
-      PostMessageW(dialog->m_hWnd, WM_USER, kDownloadDelivered, 0);
-      looked.Wait();
-    }
-    return write.CallOriginal(arguments...);
-  });
-  const CImportSpy<&SwitchToThread> pause("kernel32.dll", "SwitchToThread", [&] {
-    looked.Set();
-    return FALSE;
-  });
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
-  EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
-  EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(1000000).substr(0, 2 * 131072));
-}
-
 TEST_F(ProgressDialog, DeletesOnlyAFileThatItHasCreated) {
   const CMessageRecorder messages;
   m_sandbox.Write(L"temporary.qdk", "another download");
@@ -302,6 +282,66 @@ TEST_F(ProgressDialog, DeletesOnlyAFileThatItHasCreated) {
   const ScriptedPath path(m_server, Lesson(1000));
   EXPECT_TRUE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_TRUE(m_sandbox.Files().empty());
+}
+
+class Delivery : public DownloadTest {
+ protected:
+  CMessageRecorder m_messages;
+};
+
+TEST_F(Delivery, MissingFolderIsNotReported) {
+  const ScriptedPath path(m_server, Lesson(1000));
+  for (const std::wstring& target :
+       {m_sandbox / L"missing\\folder\\Lesson.qdk", m_sandbox.Path(), std::wstring()}) {
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    dialog->SetTarget(CFilePath(target.c_str()), nullptr);
+    EXPECT_EQ(dialog->DoModal(nullptr), 1);
+    EXPECT_TRUE(m_messages.Take().empty());
+    EXPECT_TRUE(m_sandbox.Files().empty()) << "the temporary file is deleted";
+  }
+}
+
+/// A result that comes early, while the worker fails: inside its read, or where
+/// it has come to the deletion behind that. The worker ends before the file is
+/// copied.
+TEST_F(Delivery, EarlyResultDeliversWhereverTheWorkerIs) {
+  for (const bool inTheRead : {true, false}) {
+    const CFailingRead read;
+    const CTestEvent answered;
+    HWND dialogWindow = nullptr;
+    const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", [&](LPCWSTR file) {
+      // Before the result only the worker looks for the file.
+      if (!inTheRead && exists.Calls().size() == 1) {
+        PostMessageW(dialogWindow, WM_USER, kDownloadDelivered, 0);
+        answered.Wait();
+      }
+      return exists.CallOriginal(file);
+    });
+    const CImportSpy<&SwitchToThread> pause("kernel32.dll", "SwitchToThread", [&] {
+      answered.Set();
+      return FALSE;
+    });
+    const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW", [&](auto... arguments) {
+      answered.Set();
+      read.FailAndWaitForTheWorker();
+      return copy.CallOriginal(arguments...);
+    });
+    const ScriptedPath path(m_server, Lesson(1000000));
+    const auto dialog = Make(path.Url(L"a.qdk"));
+    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+      read.WaitUntilReached();
+      dialogWindow = window;
+      if (inTheRead) {
+        PostMessageW(window, WM_USER, kDownloadDelivered, 0);
+      } else {
+        read.FailAndWaitForTheWorker();
+      }
+    });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"}) << inTheRead;
+    DeleteFileW(DestPath().c_str());
+  }
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 }  // namespace

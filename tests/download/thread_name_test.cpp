@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <string>
+#include <tuple>
 
 #include "tests/support/import_spy.h"
 

@@ -8,7 +8,6 @@
 
 #include "tests/atl/base/failing_malloc.h"
 #include "tests/support/import_spy.h"
-#include "tests/support/process_counts.h"
 #include "tests/support/user.h"
 #include "tests/ui/question_box.h"
 
@@ -224,20 +223,6 @@ TEST(QuestionBox, BoxWhoseOwnerGoesLeavesNothingBehind) {
                      Click(box, 7);
                    }),
             7);
-}
-
-TEST(QuestionBox, ManyBoxesLeaveNoWindowsAndGraphicsObjects) {
-  const auto showMany = [] {
-    for (int i = 0; i < 20; ++i) {
-      EXPECT_EQ(ShowTo({.checkLabel = L"Check"}, [](HWND box) { Click(box, 6); }), 6);
-    }
-  };
-  showMany();  // What the system keeps for later is there then.
-  const int windows = CountWindows();
-  const int objects = CountGdiObjects();
-  showMany();
-  EXPECT_EQ(CountWindows(), windows);
-  EXPECT_EQ(CountGdiObjects(), objects);
 }
 
 TEST(QuestionBox, OutOfMemoryWhileBuildingIsThrownOutOfTheBox) {
