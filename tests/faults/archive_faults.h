@@ -19,7 +19,7 @@ class ArchiveFaults : public CollectionTest, protected CTransferFaults {
   /// A whole body of this many bytes.
   static std::string BodyBytes(size_t size);
   static HttpAnswer Body(size_t size);
-  static std::wstring UrlOfFile(const ScriptedPath& path) { return TrustedUrl(path); }
+  std::wstring UrlOf(const ScriptedPath& path) const override { return TrustedUrl(path); }
 
   /// Runs the dialog, whose archive is `file` below the sandbox; it adds nothing.
   COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
@@ -28,7 +28,6 @@ class ArchiveFaults : public CollectionTest, protected CTransferFaults {
 
  private:
   const HttpTestServer& Server() const override { return m_server; }
-  std::wstring UrlOf(const ScriptedPath& path) const override { return UrlOfFile(path); }
   bool HasPreCheck() const override { return false; }
   COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
   bool IsRight(const CTransferFault& fault) const override { return fault.bytes != kPage; }

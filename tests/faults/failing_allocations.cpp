@@ -18,7 +18,6 @@
 namespace {
 
 constexpr size_t kMostThreads = 8;
-constexpr int kQuickStep = 17;
 
 std::atomic<bool> g_isArmed;
 std::atomic<int> g_countdown;
@@ -140,9 +139,9 @@ bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& act
 }
 
 void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
-                    const std::function<bool(const Fail& fail)>& cell) {
+                    const std::function<bool(const Fail& fail)>& cell, int quickStep) {
   const CFailingAllocations allocations;
-  const CRunSteps steps = RunSteps(kQuickStep);
+  const CRunSteps steps = RunSteps(quickStep);
   bool failed = true;
   int n = steps.first;
   for (; failed && !testing::Test::HasFailure(); n += steps.step) {

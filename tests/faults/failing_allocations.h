@@ -36,11 +36,11 @@ class CFailingAllocations {
 };
 
 /// Runs a cell for the first allocation, the second and so on until there were fewer, or in a quick
-/// run for some of them. The cell calls `Fail` once with what is to run out of memory, and gives
-/// its answer: whether it did.
+/// run for every `quickStep`th. The cell calls `Fail` once with what is to run out of memory, and
+/// gives its answer: whether it did.
 using Fail = std::function<bool(const std::function<void()>& action)>;
 void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
-                    const std::function<bool(const Fail& fail)>& cell);
+                    const std::function<bool(const Fail& fail)>& cell, int quickStep = 17);
 
 /// For what stands in for the system inside `Run`: its own allocations succeed and do not count.
 class CUncountedAllocations {

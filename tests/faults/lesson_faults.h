@@ -17,7 +17,7 @@ class LessonFaults : public DownloadTest, protected CTransferFaults {
   /// A whole body of this many bytes.
   static std::string BodyBytes(size_t size);
   static HttpAnswer Body(size_t size);
-  static std::wstring UrlOfFile(const ScriptedPath& path) { return path.Url(L"a.qdk"); }
+  std::wstring UrlOf(const ScriptedPath& path) const override { return path.Url(L"a.qdk"); }
 
   /// Runs the dialog, whose first file is `file` below the sandbox, and releases it.
   COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
@@ -28,7 +28,6 @@ class LessonFaults : public DownloadTest, protected CTransferFaults {
 
  private:
   const HttpTestServer& Server() const override { return m_server; }
-  std::wstring UrlOf(const ScriptedPath& path) const override { return UrlOfFile(path); }
   bool HasPreCheck() const override { return true; }
   COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
   bool IsRight(const CTransferFault& fault) const override;

@@ -145,22 +145,25 @@ TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) { RunEvent(Mode::kF
 TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
-      g_messages = 0;
-      const ScriptedPath path(m_server, Lesson());
-      CProgressDialog::Ptr dialog = CProgressDialog::Create(
-          path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
-      EXPECT_TRUE(dialog->PeekContent(L".qdk"));
-      dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
-      INT_PTR result = 0;
-      const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
-      dialog.reset();
-      failures += result == kDownloadFailed;
-      EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
-      EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-      EXPECT_EQ(ExpectAllOrNothing(kSave), result == kDownloadDelivered);
-      return failed;
-    });
+    RunOutOfMemory(
+        Checks(), mode,
+        [&](const Fail& fail) {
+          g_messages = 0;
+          const ScriptedPath path(m_server, Lesson());
+          CProgressDialog::Ptr dialog = CProgressDialog::Create(
+              path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
+          EXPECT_TRUE(dialog->PeekContent(L".qdk"));
+          dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
+          INT_PTR result = 0;
+          const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
+          dialog.reset();
+          failures += result == kDownloadFailed;
+          EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
+          EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
+          EXPECT_EQ(ExpectAllOrNothing(kSave), result == kDownloadDelivered);
+          return failed;
+        },
+        1);
   }
   EXPECT_GT(failures, 0);
 }

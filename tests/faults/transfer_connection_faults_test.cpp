@@ -107,7 +107,7 @@ TEST_F(ConnectionFaults, ServerThatIsNotThereIsUnavailable) {
 TEST_F(ConnectionFaults, RedirectIsFollowed) {
   const ScriptedPath target(m_server, Body(kSmall));
   const ScriptedPath missing(m_server, HttpAnswer().Status(404));
-  const std::wstring local = UrlOfFile(target);
+  const std::wstring local = UrlOf(target);
   // Also where the host must be trusted: the rule is for the address that the page gives.
   std::wstring elsewhere = local;
   elsewhere.replace(elsewhere.find(kHost), std::size(kHost) - 1, L"elsewhere.example");
@@ -121,7 +121,7 @@ TEST_F(ConnectionFaults, RedirectIsFollowed) {
       faults.push_back({name + " to " + testing::PrintToString(url), to(url), TransferEnd::kBody,
                         BodyBytes(kSmall)});
     }
-    faults.push_back({name + " to nothing", to(UrlOfFile(missing)), TransferEnd::kUnavailable});
+    faults.push_back({name + " to nothing", to(UrlOf(missing)), TransferEnd::kUnavailable});
     faults.push_back({name + " without a target", Body(kSmall).Status(status), TransferEnd::kBody,
                       BodyBytes(kSmall)});
   }

@@ -23,7 +23,7 @@ class DestinationFaults : public TransferFaults {
   void Expect(const std::wstring& file, bool canBeMade, const Files& kept = {}) {
     SCOPED_TRACE(testing::PrintToString(file));
     const ScriptedPath path(m_server, Body(kSize));
-    const COutcome outcome = DownloadTo(UrlOfFile(path), file);
+    const COutcome outcome = DownloadTo(UrlOf(path), file);
     const std::wstring full = m_sandbox / file;
     EXPECT_EQ(outcome.message,
               canBeMade ? L"" : L"Unable to create the destination file " + full + L".");
@@ -109,7 +109,7 @@ TEST_F(DestinationFaults, DiskThatFillsUpLeavesNothing) {
     Checks().Run([&] {
       const CFullDisk disk(failing);
       const ScriptedPath path(m_server, Body(kSize));
-      EXPECT_EQ(DownloadTo(UrlOfFile(path), kFile).message,
+      EXPECT_EQ(DownloadTo(UrlOf(path), kFile).message,
                 L"Unable to write to the destination file " + (m_sandbox / kFile) + L".");
       EXPECT_EQ(disk.Writes(), failing) << "nothing is written behind a failure";
       EXPECT_EQ(m_sandbox.Files(), Files());
@@ -131,7 +131,7 @@ TEST_F(DestinationFaults, FileCannotBeDeletedUnderTheTransfer) {
       EXPECT_FALSE(MoveFileW(file.c_str(), (m_sandbox / L"moved").c_str()));
       path.AllowAll();
     });
-    const COutcome outcome = DownloadTo(UrlOfFile(path), kFile);
+    const COutcome outcome = DownloadTo(UrlOf(path), kFile);
     EXPECT_EQ(outcome.message, L"");
     EXPECT_TRUE(outcome.bytes == BodyBytes(kSize));
     EXPECT_EQ(m_sandbox.Files(), Files());
