@@ -17,8 +17,7 @@ int MatchPrefix(const std::uint8_t* data, std::int32_t length, const char* prefi
 
 /// Whether a file of `extension` (with its dot, case ignored) that begins with the `length` bytes
 /// at `data` is a genuine lesson or gallery file. Used for downloads and for local files. False for
-/// every
-/// ".qdt" and for every unknown extension.
+/// every ".qdt" and for every unknown extension.
 bool IsValidContent(const std::uint8_t* data, std::int32_t length, const CStringW& extension);
 
 /// Whether the first bytes of a local file pass `IsValidContent`. False when the file cannot be
