@@ -58,8 +58,7 @@ class CIEDownload : public IObjectWithSiteImpl<CIEDownload>,
   /// The sink of DWebBrowserEvents2. S_OK for every event, E_INVALIDARG without parameters. Throws
   /// CAtlException when the URL's variant cannot be copied (Quirk 4).
   // Declared after the virtual functions above, whose places in the primary vtable are fixed.
-  // Without STDMETHOD, which would declare it nothrow. The build defines COM_STDMETHOD_CAN_THROW,
-  // so that the overridden one is not declared so either.
+  // COM_STDMETHOD_CAN_THROW: neither this nor the overridden one is nothrow (Quirk 4).
   HRESULT STDMETHODCALLTYPE Invoke(DISPID dispid, REFIID riid, LCID lcid, WORD flags,
                                    DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
                                    UINT* argumentError) override;

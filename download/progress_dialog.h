@@ -135,19 +135,18 @@ class CProgressDialog : public ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>
   // out of memory.
   std::atomic<std::int32_t> m_complete{0};
   std::atomic<std::int32_t> m_lengthKnown{0};  // the steps': the response has a Content-Length
-  // Not that the worker has ended, but that a result was posted, so that the worker may be joined
-  // unless it is inside a blocking call. Set by the thread that posts, just before it posts.
+  // 1 once a result was posted: the worker may then be joined, unless it is inside a blocking call.
+  // Set by the thread that posts, just before it posts.
   std::atomic<std::int32_t> m_finished{0};
   std::atomic<std::int32_t> m_total{0};     // the steps': expected bytes
   std::atomic<std::int32_t> m_received{0};  // the steps': bytes written by the worker, see Quirk 27
-  // Not that a worker runs, but that none was told to stop: true from the constructor on. Cleared
-  // by the dialog thread.
+  // false once the dialog thread has told the worker to stop; true even before there is one.
   std::atomic<bool> m_running{true};
   // Not null means that the pre-check runs. Nothing waits for it but the pre-check's own loop.
   CHandle m_hPeekEvent;
   CStringW m_extension;              // selects the content rule
   std::atomic<bool> m_valid{false};  // the steps': the first chunk was genuine and was written
-  std::shared_ptr<boost::thread> m_thread;  // the dialog thread's; empty once joined or left behind
+  std::shared_ptr<boost::thread> m_thread;  // the dialog thread's; empty once joined or detached
   CFilePath m_tempPath;
   CFilePath m_destPath;
   HANDLE m_saveState = nullptr;  // of a protected-mode save that is neither completed nor cancelled

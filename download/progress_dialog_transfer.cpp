@@ -9,10 +9,11 @@
 //    file and ends the dialog.
 // 5. Cancel, or a dialog that goes otherwise, while a step runs:
 //    Dialog thread: clears m_running. Takes the file's handle, for which it waits at most 200 ms.
-//      Asks the gate (blocking_call_gate.h) whether the worker is inside a blocking call. If it is
-//      not, and m_finished is set, joins it; otherwise detaches it and calls
-//      KeepModuleUntilThreadEnds. Closes file, request and session; closing the request ends a read
-//      from the network. Deletes the file, unless the worker has it open. Ends the dialog.
+//      m_finished is 0 in mid-transfer, so the worker is detached (KeepModuleUntilThreadEnds). It
+//      is joined only after it has posted its result, unless the gate (blocking_call_gate.h) says
+//      that it is inside a blocking call. Closes file, request and session; closing the request
+//      ends a read from the network. Deletes the file, unless the worker has it open. Ends the
+//      dialog.
 //    Worker, when its call returns: every step finds m_running cleared and returns false, without a
 //      message. If it was left behind inside the call, closes the handles that it has put back, and
 //      deletes the file if it was among them. Releases the object, whose destructor may run here.

@@ -2,7 +2,8 @@
 
 #include "ui/bind_function.h"
 
-// Quirk 86: loaded and unloaded here, not by the base, which would call its own Bind and Release.
+// Quirk 86: Load and Unload are called in this class's constructor and destructor: in the base's
+// they would reach the base's Bind and Release.
 CAdvapi32Dll::CAdvapi32Dll() { Load(L"Advapi32.dll"); }
 
 CAdvapi32Dll::~CAdvapi32Dll() { Unload(); }

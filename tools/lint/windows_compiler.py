@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks what can be checked here of the build with the Windows compiler.
 
-Usage: windows_compiler.py BUILD_DIR [SOURCE...]    (BUILD_DIR built; without SOURCE, the product's)
+Usage: windows_compiler.py BUILD_DIR [SOURCE...]    (BUILD_DIR built; without SOURCE, all)
 
 With clang in the Windows compiler's mode, LLVM's resource compiler, and stand-ins for the libraries,
 MIDL and the Windows SDK (mingw-w64's headers, atl/, libstdc++; what widl made in BUILD_DIR):
@@ -10,7 +10,7 @@ MIDL and the Windows SDK (mingw-w64's headers, atl/, libstdc++; what widl made i
   Release and Debug; 32 bits are refused;
 - FolivoPlugin.dll is linked with each configuration's options and its build of TinyXML;
 - the resource script compiles by the rule that this makes;
-- the product's sources compile by the commands that this makes.
+- the sources of the product and of windows_tests compile by the commands that this makes.
 """
 
 import concurrent.futures
@@ -42,6 +42,12 @@ TOOLCHAIN = {
 }
 # Given by the machine: where the compiler is, and how vcpkg is found.
 OF_THE_MACHINE = {"CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER", "VCPKG_TARGET_TRIPLET"}
+# As in cmake/Testing.cmake: libstdc++ has no std::mutex here.
+GTEST_OPTIONS = f"""
+target_include_directories(GTest::gmock_main INTERFACE /usr/src/googletest/googletest/include)
+target_compile_definitions(GTest::gmock_main INTERFACE GTEST_HAS_NOTIFICATION_=1)
+target_compile_options(GTest::gmock_main INTERFACE "/FI{ROOT}/tests/support/gtest_notification.h")
+"""
 GCC_OPTION = re.compile(r"(?<=\s)(-W(l,|all|extra|pedantic|error)|-static|-g(dwarf|$)|-f[a-z-]+|-O[0-3])"
                         r"[^\s]*")
 
@@ -85,10 +91,12 @@ def run(*command, cwd=ROOT):
 
 def make_libraries(product):
     """Makes stand-ins for what vcpkg and MIDL would bring."""
-    for name, target in (("boost_thread", "Boost::thread"), ("GTest", "GTest::gmock_main")):
+    for name, target, more in (("boost_thread", "Boost::thread", ""),
+                               ("GTest", "GTest::gmock_main", GTEST_OPTIONS)):
         folder = WORK / "libraries/share" / name
         folder.mkdir(parents=True)
-        (folder / f"{name}Config.cmake").write_text(f"add_library({target} INTERFACE IMPORTED)\n")
+        (folder / f"{name}Config.cmake").write_text(
+            f"add_library({target} INTERFACE IMPORTED)\n{more}")
     make_tinyxml()
     midl = WORK / "midl"
     midl.write_text('#!/bin/sh\ncd "%s/plugin" && cp folivo_plugin.tlb folivo_plugin_h.h '
@@ -174,12 +182,12 @@ def stand_in_options():
 
 def compile_sources(wanted):
     """Returns how many sources were compiled, and what the compiler says about them: those `wanted`,
-    the product's when that is empty."""
+    all when that is empty."""
     commands = []
     for entry in json.loads((BUILD / "compile_commands.json").read_text()):
         folder = os.path.relpath(entry["file"], ROOT).split("/")[0]
         if entry["file"] in wanted or (not wanted and entry["file"].endswith(".cpp")
-                                       and folder not in ("tests", "build")):
+                                       and folder != "build"):
             commands.append((entry["file"], shlex.split(entry["command"])))
     options = ["-fsyntax-only", "-Werror", *stand_in_options()]
     # The options of all sources are the same but for definitions.

@@ -3,6 +3,12 @@
 // tell it.
 #pragma once
 
+// The SDK's <windows.h> would define min and max; here nothing would, as libstdc++ defines
+// NOMINMAX.
+#ifndef NOMINMAX
+#error "NOMINMAX is not defined"
+#endif
+
 #pragma push_macro("_MSC_VER")
 #undef _MSC_VER
 #include <_mingw.h>
