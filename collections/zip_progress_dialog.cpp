@@ -90,7 +90,7 @@ void CZipProgressDialog::RunPipeline() {
   Sleep(kShortPauseMs);
   SetProgress(25);
   Sleep(kShortPauseMs);
-  if (!ListZipEntries(m_zipPath, &m_entries)) {
+  if (!ListZipEntries(m_zipPath.GetText(), &m_entries)) {
     ShowError(kCannotUnzipText);
     return;
   }
@@ -146,7 +146,7 @@ void CZipProgressDialog::ShowError(LPCWSTR text) {
 
 void CZipProgressDialog::ShowArchiveError(LPCWSTR format) {
   if (HasWindow()) {
-    ShowFormatted(m_hWnd, MB_ICONHAND, format, m_zipPath);
+    ShowFormatted(m_hWnd, MB_ICONHAND, format, m_zipPath.GetText());
   }
   EndWithResult(kCollectionFailed);
 }
@@ -162,8 +162,7 @@ void CZipProgressDialog::EndWithResult(int code) {
   m_phase = Phase::kEnded;
   CloseHandles();
   if (code == kCollectionFailed) {
-    // Out of memory leaves the archive behind, but the dialog ends.
-    CallGuarded([this] { DeleteFileForced(CFilePath(m_zipPath)); });
+    CallGuarded([this] { DeleteFileForced(m_zipPath); });  // Whatever fails, the dialog ends.
   }
   if (HasWindow()) {
     EndDialog(code);

@@ -95,7 +95,7 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
   HRESULT AddCollection(const CStringW& entryName, const CFilePath& targetFolder,
                         CFilePath& outputPath);
 
-  CStringW m_zipPath;
+  CFilePath m_zipPath;
   CStringW m_sourceUrl;
   CStringW m_contentFolder;
   CSimpleArray<CStringW> m_addedFiles;

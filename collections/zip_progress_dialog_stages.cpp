@@ -66,7 +66,7 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     Sleep(kReadingPauseMs);
     unsigned long size = 0;
     std::unique_ptr<char[]> data;
-    if (isManifest && UnzipEntryToMemory(m_zipPath, name, &size, &data)) {
+    if (isManifest && UnzipEntryToMemory(m_zipPath.GetText(), name, &size, &data)) {
       isRead = true;  // Even if it cannot be parsed.
       ParseManifest(std::string_view(data.get(), size), document);
     }
@@ -117,7 +117,7 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
       MakeUniqueFilePath(targetFolder, RemoveExtension(entryName), PathFindExtensionW(entryName));
   unsigned long size = 0;
   std::unique_ptr<char[]> data;
-  if (!UnzipEntryToMemory(m_zipPath, entryName, &size, &data) ||
+  if (!UnzipEntryToMemory(m_zipPath.GetText(), entryName, &size, &data) ||
       !WriteWholeFile(path, data.get(), size)) {
     return E_FAIL;
   }

@@ -127,7 +127,7 @@ bool CZipProgressDialog::ReadChunk() {
   std::array<char, kChunkSize> buffer;
   DWORD read = 0;
   if (!InternetReadFile(m_hRequest, buffer.data(), kChunkSize, &read)) {
-    DeleteFileForced(CFilePath(m_zipPath));
+    DeleteFileForced(m_zipPath);
     ShowError(kUnavailableText);
     return false;
   }

@@ -28,7 +28,7 @@ struct CZipProgressDialogPeer {
   void ShowError(LPCWSTR text) { dialog.ShowError(text); }
   void EndWithResult(int code) { dialog.EndWithResult(code); }
 
-  CStringW ZipPath() const { return dialog.m_zipPath; }
+  CStringW ZipPath() const { return dialog.m_zipPath.GetText(); }
   CStringW SourceUrl() const { return dialog.m_sourceUrl; }
   CStringW ContentFolder() const { return dialog.m_contentFolder; }
   HINTERNET Session() const { return dialog.m_hSession; }
