@@ -14,7 +14,6 @@
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
 #include "download/file_operations.h"
-#include "download/file_path.h"
 #include "download/progress_arithmetic.h"
 #include "download/transfer_request.h"
 
