@@ -21,9 +21,9 @@ class Registration:
     def register(self, stage: Stage, scene: Scene) -> None:
         with stage.browser() as browser:
             scene.check("helper objects before", [], browser.helpers)
-        before = wine.read_registry()
+        before = stage.registry()
         scene.check("exit code of regsvr32", 0, stage.register())
-        after = wine.read_registry()
+        after = stage.registry()
         self._added = _difference(after, before)
         scene.check("keys that it has taken from", {}, _difference(before, after))
         scene.check("its program identifier is there", True, _PROGID in after)
@@ -32,9 +32,9 @@ class Registration:
         scene.check("helper objects in the browser", ["hr=0x00000000"], loaded)
 
     def unregister(self, stage: Stage, scene: Scene) -> None:
-        before = wine.read_registry()
+        before = stage.registry()
         scene.check("exit code of regsvr32 /u", 0, stage.register("/u"))
-        after = wine.read_registry()
+        after = stage.registry()
         removed = _difference(before, after)
         stays = {key for key in self._added if key in after}
         may_stay = {_HELPERS_KEY} & self._added.keys()

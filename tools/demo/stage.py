@@ -53,6 +53,10 @@ class Stage:
         self._log.write(output.encode())
         return code
 
+    def registry(self) -> wine.Registry:
+        """What the registry holds now."""
+        return wine.read_registry(self.tools / "registry_saver.exe")
+
     @contextmanager
     def browser(self) -> Iterator[Browser]:
         """A new browser. At the end it closes, as it should, with exit code 0."""

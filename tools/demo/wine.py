@@ -8,11 +8,11 @@ from pathlib import Path, PureWindowsPath
 PREFIX = Path(os.environ["WINEPREFIX"])
 _WINE = os.environ["WINE"]
 _TIMEOUT_S = 60
-_EXPORT = r"C:\windows\temp\demo_export.reg"
+_SAVED = r"C:\windows\temp\demo_registry.txt"
 # Not the machine's "System": Wine notes there, at any time, what screens and devices it finds.
-_EXPORTED = (r"HKEY_LOCAL_MACHINE\Software", "HKEY_USERS")
+_SOFTWARE = (r"HKEY_LOCAL_MACHINE\Software", r"HKEY_CURRENT_USER\Software")
 
-# All keys, each with its values as the lines of a .reg file.
+# All keys, each with its values as the lines of a file that Wine saves.
 Registry = dict[str, frozenset[str]]
 
 
@@ -65,26 +65,30 @@ def set_registry_text(key: str, name: str, text: str) -> None:
         raise DemoError(f"{key} could not be written: {output}")
 
 
-def read_registry() -> Registry:
-    """Every key of the machine's and the users' software."""
+def read_registry(saver: Path) -> Registry:
+    """Every key of the machine's and the user's software, by registry_saver.exe."""
     registry: Registry = {}
-    for root in _EXPORTED:
-        code, output = run("regedit", "/E", _EXPORT, root)
+    for root in _SOFTWARE:
+        code, _ = run(saver, root, _SAVED)
         if code != 0:
-            raise DemoError(f"the registry could not be exported: {output}")
-        registry |= _parse(unix_path(_EXPORT).read_text(encoding="utf-16"))
-    unix_path(_EXPORT).unlink()
+            raise DemoError(f"the registry could not be saved: system error {code}")
+        file = unix_path(_SAVED)
+        registry |= _parse(root, file.read_text(encoding="latin-1"))
+        file.unlink()
     return registry
 
 
-def _parse(text: str) -> Registry:
+def _parse(root: str, text: str) -> Registry:
     # A backslash at the end of a line continues a binary value.
-    lines = re.sub(r"\\\n\s*", "", text).splitlines()
-    registry: dict[str, set[str]] = {}
-    values: set[str] = set()
-    for line in lines:
-        if line.startswith("[") and line.endswith("]"):
-            values = registry.setdefault(line[1:-1], set())
-        elif line:
+    lines = re.sub(r"\\\n\s*", "", text).split("\n")
+    registry: dict[str, set[str]] = {root: set()}
+    values = registry[root]
+    for line in lines[1:]:
+        if line.startswith("["):  # [path] and when it was written
+            path = root
+            for component in line[1 : line.rindex("]")].split("\\\\"):
+                path += "\\" + component
+                values = registry.setdefault(path, set())
+        elif line and not line.startswith((";;", "#time=")):
             values.add(line)
     return {key: frozenset(values) for key, values in registry.items()}
