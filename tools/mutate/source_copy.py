@@ -18,13 +18,13 @@ BESIDE = ("", ".debug")
 
 def source_files(root):
     """The files of a checkout, relative to it: those under version control and new ones. A tree
-    without git is taken as it is."""
-    listed = subprocess.run(
-        ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
-        capture_output=True, text=True)
-    if listed.returncode == 0:
-        files = set(filter(None, listed.stdout.split("\0")))
-    else:
+    without git, or a machine without it, is taken as it is."""
+    try:
+        listed = subprocess.run(
+            ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+            capture_output=True, check=True, text=True).stdout
+        files = set(filter(None, listed.split("\0")))
+    except (FileNotFoundError, subprocess.CalledProcessError):
         files = {str(path.relative_to(root)) for path in root.rglob("*") if path.is_file()}
     return {file for file in files
             if (root / file).is_file() and file.split("/")[0] not in ("build", ".git")}
