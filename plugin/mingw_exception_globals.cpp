@@ -34,9 +34,16 @@ static_assert(std::atomic<DWORD>::is_always_lock_free);
 // window and each download.
 constinit std::array<CPlace, 256> g_places;
 
-bool Claim(CPlace& place, DWORD from, DWORD thread) {
-  return place.thread.compare_exchange_strong(from, thread);
-}
+// Held while a place changes its thread. Its wait allocates nothing.
+SRWLOCK g_lock = SRWLOCK_INIT;
+
+class CLock {
+ public:
+  CLock() { AcquireSRWLockExclusive(&g_lock); }
+  ~CLock() { ReleaseSRWLockExclusive(&g_lock); }
+  CLock(const CLock&) = delete;
+  CLock& operator=(const CLock&) = delete;
+};
 
 bool HasEnded(DWORD thread) {
   const HANDLE handle = OpenThread(SYNCHRONIZE, FALSE, thread);
@@ -48,29 +55,61 @@ bool HasEnded(DWORD thread) {
   return hasEnded;
 }
 
-__cxa_eh_globals* FindGlobals() {
-  const DWORD thread = GetCurrentThreadId();
+CPlace* FindPlace(DWORD thread) {
   for (CPlace& place : g_places) {
     if (place.thread == thread) {
-      return &place.globals;
+      return &place;
     }
   }
-  for (CPlace& place : g_places) {
-    if (Claim(place, 0, thread)) {
-      return &place.globals;
-    }
+  return nullptr;
+}
+
+/// Frees the place of a thread that has ended. Returns false when that thread, or a new one with
+/// its identifier, still runs.
+bool FreePlace(CPlace& place) {
+  const DWORD owner = place.thread;
+  if (!HasEnded(owner)) {
+    return false;
   }
-  // Functions below set the last error, which must outlive a throw.
-  const DWORD error = GetLastError();
-  for (CPlace& place : g_places) {
-    const DWORD owner = place.thread;
-    if (HasEnded(owner) && Claim(place, owner, thread)) {
-      place.globals = {};  // a thread that was terminated leaves what it had
-      SetLastError(error);
-      return &place.globals;
-    }
+  place.thread = 0;
+  // A new thread may have got the identifier, and found its place here, before that. One that looks
+  // for it from now on waits for the lock.
+  if (!HasEnded(owner)) {
+    place.thread = owner;
+    return false;
   }
-  std::abort();
+  place.globals = {};  // a thread that was terminated leaves what it had
+  return true;
+}
+
+/// Returns a place for a thread that found none without the lock.
+CPlace* ClaimPlace(DWORD thread) {
+  const CLock lock;
+  CPlace* place = FindPlace(thread);
+  if (place == nullptr) {
+    place = FindPlace(0);
+  }
+  for (auto* next = g_places.begin(); place == nullptr && next != g_places.end(); ++next) {
+    place = FreePlace(*next) ? next : nullptr;
+  }
+  if (place != nullptr) {
+    place->thread = thread;
+  }
+  return place;
+}
+
+__cxa_eh_globals* FindGlobals() {
+  const DWORD thread = GetCurrentThreadId();
+  CPlace* place = FindPlace(thread);
+  if (place == nullptr) {
+    const DWORD error = GetLastError();  // must outlive a throw
+    place = ClaimPlace(thread);
+    SetLastError(error);
+  }
+  if (place == nullptr) {
+    std::abort();
+  }
+  return &place->globals;
 }
 
 }  // namespace
