@@ -115,7 +115,7 @@ TEST_F(DeliveryFaults, FinalFileIsReplacedWheneverItWasMade) {
   }
 }
 
-TEST_F(DeliveryFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotMissed) {
+TEST_F(DeliveryFaults, TemporaryFileDeletedBeforeItsDeliveryIsNotReported) {
   for (const Files& files : {Files(), Files{kFinal}}) {
     Checks().Run([&] {
       for (const std::wstring& old : files) {
