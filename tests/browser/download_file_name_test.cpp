@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/support/dialogs.h"
 #include "tests/support/message_recorder.h"
 
 namespace {
@@ -78,7 +79,7 @@ TEST(DownloadFileName, NameTooLongToDecodeIsReplacedAndReported) {
   EXPECT_EQ(shown[0].text,
             L"We were unable to get the proper download filename. Your downloaded file will be "
             L"renamed to downloadedfile.qdk.");
-  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+  EXPECT_EQ(shown[0].caption, kMessageTitle);
   EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_OK));
   EXPECT_EQ(shown[0].owner, owner);
 }

@@ -21,6 +21,7 @@
 #include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
@@ -34,7 +35,6 @@ namespace {
 constexpr int kOpen = 6;
 constexpr int kSave = 7;
 constexpr int kCancel = 2;
-constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
 
 HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(1, 5000); }
 

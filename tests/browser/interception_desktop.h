@@ -11,6 +11,7 @@
 #include "tests/browser/helper_object.h"
 #include "tests/browser/install_information.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/temp_sandbox.h"
@@ -19,13 +20,6 @@
 /// would be run is recorded instead.
 class InterceptionDesktop : public testing::Test {
  protected:
-  static constexpr int kOpenButton = 6;
-  static constexpr int kSaveButton = 7;
-  static constexpr int kCancelButton = 2;
-  static constexpr wchar_t kPromptTitle[] = L"File Download";
-  static constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
-  static constexpr wchar_t kSaveTitle[] = L"Save As";
-
   InterceptionDesktop();
   ~InterceptionDesktop() override;
 

@@ -9,13 +9,13 @@
 
 #include "tests/browser/interception_desktop.h"
 #include "tests/browser/lesson_bytes.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/user.h"
 
 namespace {
 
 constexpr int kNameField = 0x47C;
 constexpr int kTypeList = 0x470;
-constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
 
 using Files = std::vector<std::wstring>;
 using OpenOrSaveDialogs = InterceptionDesktop;

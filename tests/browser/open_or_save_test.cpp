@@ -20,6 +20,7 @@
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/download/progress_dialog_peer.h"
 #include "tests/support/dialog_result.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
@@ -361,7 +362,7 @@ TEST_F(LocalFileSteps, FileThatHasGoneIsReportedAndNothingElseHappens) {
     EXPECT_EQ(shown[0].text, L"The file " + m_file +
                                  L" does not exist. Please verify that the path to the file is "
                                  L"valid.");
-    EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+    EXPECT_EQ(shown[0].caption, kMessageTitle);
     EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_OK));
     EXPECT_EQ(shown[0].owner, kOwner);
   }

@@ -1,5 +1,6 @@
 #include "tests/collections/collection_test.h"
 
+#include "tests/support/dialogs.h"
 #include "tests/support/parallel.h"
 #include "tests/support/test_module.h"
 #include "tests/support/user.h"
@@ -12,7 +13,7 @@ CTestModule g_module;
 
 INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user) {
   const CParallel thread([&] {
-    const HWND window = WaitForDialog(kDialogTitle);
+    const HWND window = WaitForDialog(kCollectionTitle);
     if (window == nullptr) {
       return;
     }

@@ -7,11 +7,10 @@
 
 #include "collections/zip_progress_dialog.h"
 #include "tests/collections/zip_progress_dialog_peer.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
-
-inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo Collection Download";
 
 // What the dialog says when it fails.
 inline constexpr wchar_t kMissing[] =

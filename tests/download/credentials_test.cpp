@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/download/download_test.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
@@ -30,7 +31,7 @@ class Credentials : public DownloadTest {
 
   /// Answers the system's dialog by a password, or cancels it if that is empty.
   /// Its owner has the title `owner`.
-  static void Answer(const std::wstring& password, const std::wstring& owner = kDialogTitle) {
+  static void Answer(const std::wstring& password, const std::wstring& owner = kDownloadTitle) {
     constexpr int kUserEdit = 1027;
     constexpr int kPasswordEdit = 1028;
     const HWND prompt = WaitForDialog(L"Authentication Required");

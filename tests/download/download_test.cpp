@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/parallel.h"
 #include "tests/support/test_module.h"
@@ -51,7 +52,7 @@ std::vector<WPARAM> TakePostedResults() {
 
 INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)>& user) {
   const CParallel thread([&] {
-    const HWND window = WaitForDialog(kDialogTitle);
+    const HWND window = WaitForDialog(kDownloadTitle);
     if (window == nullptr) {
       for (const HWND other : VisibleDialogs()) {
         PostMessageW(other, WM_COMMAND, IDCANCEL, 0);

@@ -10,13 +10,11 @@
 
 #include "download/progress_dialog.h"
 #include "tests/download/progress_dialog_peer.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_answer.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/temp_sandbox.h"
-
-/// Title of the dialog while it downloads.
-inline constexpr wchar_t kDialogTitle[] = L"MERLO Folivo File Download";
 
 /// The messages about a transfer that fails.
 std::wstring NotAvailable(const std::wstring& url);

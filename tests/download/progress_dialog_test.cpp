@@ -14,6 +14,7 @@
 
 #include "tests/download/download_test.h"
 #include "tests/download/failing_read.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
@@ -60,7 +61,7 @@ TEST_F(ProgressDialog, WorkerIsStartedLastAndItsFailureIsReported) {
   const auto dialog = Make(url);
   const CImportSpy<&_beginthreadex> start("msvcrt.dll", "_beginthreadex", [&](auto...) {
     const HWND window = dialog->m_hWnd;
-    EXPECT_EQ(TextOf(window), kDialogTitle);
+    EXPECT_EQ(TextOf(window), kDownloadTitle);
     EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading Lesson.qdk");
     PBRANGE range = {};
     SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));

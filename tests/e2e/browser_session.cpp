@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/dialogs.h"
 #include "tools/dialog_driver/polling.h"
 #include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"
@@ -60,7 +61,7 @@ void CBrowserSession::Press(const std::wstring& dialog, int button) const {
 }
 
 void CBrowserSession::SaveAs(const std::wstring& path) const {
-  const HWND dialog = WaitForDialog(L"Save As");
+  const HWND dialog = WaitForDialog(kSaveTitle);
   EXPECT_EQ(SetControlText(dialog, kSaveNameField, path, kToolTimeout), ActionResult::kDone);
   EXPECT_EQ(SendCommand(dialog, IDOK), ActionResult::kDone);
 }

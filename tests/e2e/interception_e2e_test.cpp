@@ -11,15 +11,13 @@
 #include "tests/e2e/browser_session.h"
 #include "tests/e2e/launcher_record.h"
 #include "tests/e2e/regsvr32.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
 
-constexpr wchar_t kPrompt[] = L"File Download";
-constexpr wchar_t kDownload[] = L"MERLO Folivo File Download";
-constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles";
 constexpr int kOpen = 6;
 constexpr int kSave = 7;
 constexpr int kCancel = 2;
@@ -54,7 +52,7 @@ TEST_F(InterceptionEndToEnd, SavedLessonComesWithOneRequest) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"My%20Lesson.folivo"));
-  browser.Press(kPrompt, kSave);
+  browser.Press(kPromptTitle, kSave);
   browser.SaveAs(m_sandbox / L"saved");
   EXPECT_TRUE(browser.WaitForEvent());
   EXPECT_EQ(ReadFileBytes(m_sandbox / L"saved.folivo"), LessonBytes());
@@ -68,7 +66,7 @@ TEST_F(InterceptionEndToEnd, OpenedLessonReachesTheLauncherUnquoted) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"My%20Lesson.folivo"));
-  browser.Press(kPrompt, kOpen);
+  browser.Press(kPromptTitle, kOpen);
   EXPECT_TRUE(browser.WaitForEvent());
   launcher.WaitForStart();
   const std::wstring file = (m_sandbox / kTempFiles) + L"\\My Lesson.folivo";
@@ -101,7 +99,7 @@ TEST_F(InterceptionEndToEnd, CancelledPromptStoresNothing) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"a.folivo"));
-  browser.Press(kPrompt, kCancel);
+  browser.Press(kPromptTitle, kCancel);
   EXPECT_TRUE(browser.WaitForEvent());
   EXPECT_EQ(TempFiles(), Files());
   EXPECT_FALSE(browser.HasDialog());
@@ -129,7 +127,7 @@ TEST_F(InterceptionEndToEnd, BrowserQuitsDuringThePrompt) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"a.folivo"));
-  browser.WaitForDialog(kPrompt);
+  browser.WaitForDialog(kPromptTitle);
   EXPECT_EQ(browser.CloseWindow(), 0u);
   EXPECT_EQ(TempFiles(), Files());
 }
@@ -139,8 +137,8 @@ TEST_F(InterceptionEndToEnd, BrowserQuitsDuringTheDownload) {
   path.AllowUpTo(2000);
   CBrowserSession browser;
   browser.Navigate(path.Url(L"a.folivo"));
-  browser.Press(kPrompt, kOpen);
-  browser.WaitForDialog(kDownload);
+  browser.Press(kPromptTitle, kOpen);
+  browser.WaitForDialog(kDownloadTitle);
   EXPECT_EQ(browser.CloseWindow(), 0u);
   EXPECT_EQ(TempFiles(), Files());
 }

@@ -10,6 +10,7 @@
 
 #include "tests/e2e/regsvr32.h"
 #include "tests/e2e/script_run.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/stored_zip.h"
@@ -21,8 +22,6 @@
 
 namespace {
 
-constexpr wchar_t kDialog[] = L"MERLO Folivo Collection Download";
-constexpr wchar_t kMessage[] = L"MERLO Folivo";
 constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
 constexpr wchar_t kDoesNotExist[] =
     L"The Folivo Collection file that you are trying to download does not exist. Please verify "
@@ -51,7 +50,7 @@ HWND WaitForTitle(const std::wstring& title) {
 
 /// Waits for the plug-in's message, presses OK and gives its text.
 std::wstring Dismiss() {
-  const HWND message = WaitForTitle(kMessage);
+  const HWND message = WaitForTitle(kMessageTitle);
   const std::wstring text = WindowText(GetDlgItem(message, kMessageText));
   EXPECT_EQ(Click(message, IDOK, kToolTimeout), ActionResult::kDone);
   return text;
@@ -99,7 +98,7 @@ TEST_F(ScriptEndToEnd, DownloadedArchiveCannotBeUnzippedAsItIsStillOpen) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
   CScriptRun script(m_sandbox.Path(), kDownload,
                     Under(L"folivo-schools.example", path.Url(L"c.zip")));
-  WaitForTitle(kDialog);
+  WaitForTitle(kCollectionTitle);
   EXPECT_EQ(Dismiss(), kCannotUnzip);
   const Lines printed = script.Finish();
   EXPECT_TRUE(Contains(printed, "returned undefined"));

@@ -7,6 +7,7 @@
 #include "tests/faults/archive_faults.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
 
@@ -49,7 +50,7 @@ class ArchiveCancelFaults : public ArchiveFaults {
     HttpAnswer answer = Body(kSize);
     const ScriptedPath path(m_server, moment.held.empty() ? answer : answer.Hold(moment.held));
     const auto cancel = [&] {
-      const HWND window = FindWindowW(L"#32770", kDialogTitle);  // hidden in the end
+      const HWND window = FindWindowW(L"#32770", kCollectionTitle);  // hidden in the end
       ASSERT_NE(window, nullptr);
       for (const Act act : acts) {
         act(window);

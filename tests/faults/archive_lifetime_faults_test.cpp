@@ -8,6 +8,7 @@
 #include "tests/collections/control_object.h"
 #include "tests/faults/archive_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 
 namespace {
 
@@ -70,7 +71,7 @@ void ArchiveLifetimeFaults::Do(Act act, CControlObject& control, const std::wstr
       PostQuitMessage(0);
       break;
     case Act::kDialogDestroyed:
-      EXPECT_NE(DestroyWindow(FindWindowW(L"#32770", kDialogTitle)), FALSE);
+      EXPECT_NE(DestroyWindow(FindWindowW(L"#32770", kCollectionTitle)), FALSE);
       break;
   }
 }

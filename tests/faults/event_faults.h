@@ -8,6 +8,7 @@
 #include "tests/browser/navigation_event.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/run_checks.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
@@ -16,15 +17,6 @@
 /// that nothing of it lives on.
 class EventFaults : public testing::Test {
  protected:
-  // Buttons of the question.
-  static constexpr int kOpen = 6;
-  static constexpr int kSave = 7;
-  static constexpr int kCancel = 2;
-  static constexpr wchar_t kPromptTitle[] = L"File Download";
-  static constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
-  /// The folder of the plug-in's temporary files below the sandbox.
-  static constexpr wchar_t kTempFiles[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\";
-
   ~EventFaults() override;
 
   CRunChecks& Checks() { return m_checks; }

@@ -8,6 +8,7 @@
 #include "tests/faults/lesson_faults.h"
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
 
@@ -81,7 +82,7 @@ class CancelFaults : public LessonFaults {
     }
     ULONGLONG cancelled = 0;
     CParallel user([&] {
-      const HWND window = WaitForDialog(kDialogTitle);
+      const HWND window = WaitForDialog(kCollectionTitle);
       if (moment.place) {
         worker.WaitUntilHeld();
       } else if (moment.isCircle) {
@@ -162,7 +163,7 @@ class LateCancelFaults : public CancelFaults {
     const CHandle posted(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const CPlaceHook hook(Place::kResultPosted, kSize, [&] { SetEvent(posted); });
     CParallel user([&] {
-      const HWND window = WaitForDialog(kDialogTitle);
+      const HWND window = WaitForDialog(kCollectionTitle);
       // The browser's thread is busy while the download comes to its end.
       frame.Run([&] {
         path.AllowAll();

@@ -8,6 +8,7 @@
 #include "tests/faults/held_file.h"
 #include "tests/faults/lesson_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
@@ -43,7 +44,7 @@ class DeliveryFaults : public LessonFaults {
     {
       const CParallel somebody([&] {
         if (inTheMiddle) {
-          WaitForDialog(kDialogTitle);
+          WaitForDialog(kCollectionTitle);
           EXPECT_TRUE(path.WaitForBytesSent(kMiddle));
           EXPECT_TRUE(WaitUntil("the temporary file", [&] {
             return GetFileAttributesW(TempPath().c_str()) != INVALID_FILE_ATTRIBUTES;

@@ -13,6 +13,7 @@
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
 #include "tests/support/deferred_close.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/lookup_patch.h"
@@ -21,8 +22,6 @@
 
 namespace {
 
-constexpr wchar_t kSaveTitle[] = L"Save As";
-constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
 constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
 /// Where the download is, and what the browser does there.
@@ -119,7 +118,7 @@ class LessonLifetimeFaults : public EventFaults {
 
 void LessonLifetimeFaults::CancelQuestion() {
   const HWND question = WaitForDialog(kPromptTitle);
-  Click(question, kCancel);
+  Click(question, kCancelButton);
   WaitUntilGone(question);
 }
 
@@ -183,7 +182,7 @@ void LessonLifetimeFaults::PlayUserInPreCheck(CRun& run) const {
   if (run.cell.act == Act::kLesson) {
     CancelQuestion();
   }
-  Click(WaitForDialog(kPromptTitle), kOpen);
+  Click(WaitForDialog(kPromptTitle), kOpenButton);
 }
 
 void LessonLifetimeFaults::PlayUser(CRun& run) const {
@@ -196,18 +195,18 @@ void LessonLifetimeFaults::PlayUser(CRun& run) const {
   if (stage == Stage::kPrompt || stage == Stage::kSaveDialog) {
     const bool isPrompt = stage == Stage::kPrompt;
     if (!isPrompt) {
-      Click(dialog, kSave);
+      Click(dialog, kSaveButton);
       dialog = WaitForDialog(kSaveTitle);
     }
     LetBrowserAct(run, dialog);
     if (!run.cell.Ends()) {
-      Click(dialog, isPrompt ? kOpen : IDOK);
+      Click(dialog, isPrompt ? kOpenButton : IDOK);
     }
     return;
   }
-  Click(dialog, kOpen);
+  Click(dialog, kOpenButton);
   if (stage == Stage::kMessage) {
-    const HWND box = WaitForDialog(kProductTitle);
+    const HWND box = WaitForDialog(kMessageTitle);
     LetBrowserAct(run, GetWindow(box, GW_OWNER));
     if (!run.cell.Ends() || IsWindow(box)) {
       EXPECT_TRUE(MessageText(box).starts_with(L"Unable to write to the destination file "));

@@ -13,6 +13,7 @@
 #include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
@@ -51,7 +52,7 @@ class CAnsweringUser {
   explicit CAnsweringUser(int button)
       : m_ended(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, button] {
           while (WaitForSingleObject(m_ended, 10) == WAIT_TIMEOUT) {
-            if (const HWND question = FindDialog(L"File Download")) {
+            if (const HWND question = FindDialog(kPromptTitle)) {
               PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(button), 0);
             }
           }
@@ -102,7 +103,7 @@ class LessonMemoryFaults : public EventFaults {
     const std::vector<std::wstring> files = m_sandbox.Files();
     EXPECT_LE(files.size(), 1u);
     for (const std::wstring& file : files) {
-      EXPECT_TRUE(button == kSave ? file == kSavedFile : file.ends_with(L"\\a.qdk")) << file;
+      EXPECT_TRUE(button == kSaveButton ? file == kSavedFile : file.ends_with(L"\\a.qdk")) << file;
       EXPECT_TRUE(ReadFileBytes(m_sandbox / file) == LessonBytes());
       DeleteFileW((m_sandbox / file).c_str());
     }
@@ -117,7 +118,7 @@ class LessonMemoryFaults : public EventFaults {
           Navigate(button, [&](const auto& navigate) { failed = fail(navigate); });
       const bool isThere = ExpectAllOrNothing(button);
       EXPECT_TRUE(cancelled || !isThere);
-      EXPECT_LE(g_launches, button == kOpen && isThere ? 1 : 0);
+      EXPECT_LE(g_launches, button == kOpenButton && isThere ? 1 : 0);
       EXPECT_TRUE(failed || (isThere && g_messages == 0)) << "with enough memory";
       return failed;
     });
@@ -129,13 +130,21 @@ class LessonMemoryFaults : public EventFaults {
   const CLookupPatch m_saveDialog;
 };
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) { RunEvent(Mode::kOnce, kOpen); }
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {
+  RunEvent(Mode::kOnce, kOpenButton);
+}
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) { RunEvent(Mode::kOnce, kSave); }
+TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) {
+  RunEvent(Mode::kOnce, kSaveButton);
+}
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) { RunEvent(Mode::kForGood, kOpen); }
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) {
+  RunEvent(Mode::kForGood, kOpenButton);
+}
 
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) { RunEvent(Mode::kForGood, kSave); }
+TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
+  RunEvent(Mode::kForGood, kSaveButton);
+}
 
 TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
@@ -155,7 +164,7 @@ TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
           failures += result == kDownloadFailed;
           EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
           EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-          EXPECT_EQ(ExpectAllOrNothing(kSave), result == kDownloadDelivered);
+          EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
           return failed;
         },
         1);
@@ -172,7 +181,7 @@ TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing)
         errno = EAGAIN;
         return isOut ? 0 : begin.CallOriginal(security, stack, function, argument, flags, id);
       });
-  for (const int button : {kOpen, kSave}) {
+  for (const int button : {kOpenButton, kSaveButton}) {
     Checks().Run([&] {
       // The pre-check needs none: the question comes all the same.
       EXPECT_TRUE(Navigate(button, [&](const auto& navigate) {

@@ -5,6 +5,7 @@
 
 #include "tests/faults/navigation_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ struct CLauncherFault {
 
 class LauncherFaults : public NavigationFaults {
  protected:
-  LauncherFaults() : NavigationFaults(kOpen) {}
+  LauncherFaults() : NavigationFaults(kOpenButton) {}
 
   void RunAll(const std::vector<CLauncherFault>& faults) {
     for (const CLauncherFault& fault : QuickCut(faults)) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "tests/faults/navigation_faults.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
@@ -16,7 +17,7 @@ void RestartRandomNumbers() { std::srand(1); }
 
 class NameFaults : public NavigationFaults {
  protected:
-  NameFaults() : NavigationFaults(kOpen) {}
+  NameFaults() : NavigationFaults(kOpenButton) {}
 
   /// Takes `count` of the names that are tried one after another, each with a file of its own;
   /// gives the first one that is free.

@@ -8,6 +8,7 @@
 #include "tests/browser/common_dialog.h"
 #include "tests/faults/navigation_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 
 namespace {
 
@@ -37,7 +38,9 @@ struct CProtectedFault {
 
 class ProtectedFaults : public NavigationFaults {
  protected:
-  ProtectedFaults() : NavigationFaults(kSave) { SetCurrentDirectoryW(m_sandbox.Path().c_str()); }
+  ProtectedFaults() : NavigationFaults(kSaveButton) {
+    SetCurrentDirectoryW(m_sandbox.Path().c_str());
+  }
   ~ProtectedFaults() override { SetCurrentDirectoryW(L"C:\\"); }
 
   void RunAll(const std::vector<CProtectedFault>& faults) {

@@ -3,6 +3,7 @@
 
 #include "tests/faults/navigation_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ enum class UrlEnd {
 
 class UrlFaults : public NavigationFaults {
  protected:
-  UrlFaults() : NavigationFaults(kCancel) {}
+  UrlFaults() : NavigationFaults(kCancelButton) {}
 
   void Expect(const std::wstring& url, UrlEnd end) {
     const CNavigationResult outcome = Navigate(url);

@@ -7,6 +7,7 @@
 #include "tests/browser/lesson_bytes.h"
 #include "tests/faults/navigation_faults.h"
 #include "tests/faults/quick_cut.h"
+#include "tests/support/dialogs.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ class CTarget {
 
 class VariantFaults : public NavigationFaults {
  protected:
-  VariantFaults() : NavigationFaults(kCancel) {}
+  VariantFaults() : NavigationFaults(kCancelButton) {}
 
   void ExpectTaken(CNavigationEvent& event) {
     const CNavigationResult outcome = Navigate(event);

@@ -11,14 +11,13 @@
 #include "folivo_plugin_h.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/plugin/plugin_library.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
 
 namespace {
-
-constexpr int kOpenButton = 6;
 
 bool IsPluginLoaded() { return GetModuleHandleW(L"FolivoPlugin.dll") != nullptr; }
 
@@ -34,12 +33,12 @@ class WorkerLifetime : public testing::Test {
                                                         reinterpret_cast<void**>(&helper)),
               S_OK);
     const CParallel user([] {
-      const HWND prompt = WaitForDialog(L"File Download");
+      const HWND prompt = WaitForDialog(kPromptTitle);
       // As if the browser asked, not this module.
       EXPECT_EQ(GetWindowLongPtrW(prompt, GWLP_HINSTANCE),
                 reinterpret_cast<LONG_PTR>(GetModuleHandleW(nullptr)));
       Click(prompt, kOpenButton);
-      Click(WaitForDialog(L"MERLO Folivo File Download"), IDCANCEL);
+      Click(WaitForDialog(kDownloadTitle), IDCANCEL);
     });
     CNavigationEvent event(m_path.Url(L"a.folivo"));
     EXPECT_EQ(helper->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT,

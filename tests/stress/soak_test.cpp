@@ -27,6 +27,7 @@
 #include "tests/faults/started_threads.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/deferred_close.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_spy.h"
@@ -55,10 +56,6 @@ constexpr int kHandleSlack = 10;
 constexpr int kThreadSlack = 3;
 constexpr int kMemorySlackKiB = 4096;
 
-constexpr wchar_t kPromptTitle[] = L"File Download";
-constexpr wchar_t kDownloadTitle[] = L"MERLO Folivo File Download";
-constexpr wchar_t kProductTitle[] = L"MERLO Folivo";
-constexpr wchar_t kOpenedFile[] = L"MERLO Technologies\\MERLO Folivo\\TempFiles\\a.folivo";
 constexpr wchar_t kSavedFile[] = L"saved.folivo";
 
 /// What the process holds at one time.
@@ -130,7 +127,7 @@ class CUser {
         PostMessageW(download, WM_COMMAND, IDCANCEL, 0);
         WaitUntilGone(download);
       }
-      if (const HWND message = Shown(kProductTitle)) {
+      if (const HWND message = Shown(kMessageTitle)) {
         ++m_messages;
         PostMessageW(message, WM_COMMAND, IDOK, 0);
         WaitUntilGone(message);
@@ -213,8 +210,9 @@ class DownloadSoak : public Soak {
     EXPECT_TRUE(event.Cancelled());
     EXPECT_EQ(m_launches, wish == Wish::kOpen ? 1 : 0);
     if (wish == Wish::kSave || wish == Wish::kOpen) {
-      ExpectLesson(m_sandbox / (wish == Wish::kSave ? kSavedFile : kOpenedFile), kSizes[place],
-                   i % kCheckedEach == 0);
+      ExpectLesson(
+          m_sandbox / (wish == Wish::kSave ? kSavedFile : std::wstring(kTempFiles) + L"a.folivo"),
+          kSizes[place], i % kCheckedEach == 0);
     }
   }
 

@@ -1,4 +1,5 @@
 #include "tests/support/user.h"
+#include "tests/support/dialogs.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,6 @@ namespace {
 constexpr DWORD kPollMs = 10;
 constexpr int kMessageTextId = 0xFFFF;
 constexpr int kSaveFileNameId = 0x47C;
-constexpr wchar_t kSaveDialogTitle[] = L"Save As";
 
 std::wstring ClassOf(HWND window) {
   wchar_t name[64] = {};
@@ -103,7 +103,7 @@ std::wstring DismissMessage(const std::wstring& caption) {
 }
 
 void SaveAs(const std::wstring& path) {
-  const HWND dialog = WaitForDialog(kSaveDialogTitle);
+  const HWND dialog = WaitForDialog(kSaveTitle);
   if (!path.empty()) {
     SendDlgItemMessageW(dialog, kSaveFileNameId, WM_SETTEXT, 0,
                         reinterpret_cast<LPARAM>(path.c_str()));
@@ -112,6 +112,6 @@ void SaveAs(const std::wstring& path) {
 }
 
 void CancelSaveDialog() {
-  const HWND dialog = WaitForDialog(kSaveDialogTitle);
+  const HWND dialog = WaitForDialog(kSaveTitle);
   PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
 }

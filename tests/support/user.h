@@ -4,6 +4,7 @@
 
 #include <string>
 #include <vector>
+#include "tests/support/dialogs.h"
 
 // What a person does with the dialogs of this process: waits for them, reads them, clicks. Called
 // from a thread beside the one that is inside the modal dialog (CParallel). Waits poll, as another
@@ -41,7 +42,7 @@ std::wstring ChildText(HWND dialog, int id);
 std::wstring MessageText(HWND box);
 
 /// Waits for a message box with this caption, clicks OK and gives its text.
-std::wstring DismissMessage(const std::wstring& caption = L"MERLO Folivo");
+std::wstring DismissMessage(const std::wstring& caption = kMessageTitle);
 
 /// Waits for the system's save dialog, types `path` (nothing when empty) and presses Save.
 void SaveAs(const std::wstring& path);

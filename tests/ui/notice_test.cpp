@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/support/dialogs.h"
 #include "tests/support/message_recorder.h"
 
 namespace {
@@ -12,7 +13,7 @@ void ExpectShown(CMessageRecorder& messages, const std::wstring& text, UINT styl
   const auto shown = messages.Take();
   ASSERT_EQ(shown.size(), 1u);
   EXPECT_EQ(shown[0].text, text);
-  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+  EXPECT_EQ(shown[0].caption, kMessageTitle);
   EXPECT_EQ(shown[0].style, style);
   EXPECT_EQ(shown[0].owner, GetDesktopWindow());
 }
