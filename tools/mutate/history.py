@@ -50,8 +50,8 @@ class History:
         row = self.row(file, program.name)
         return (row["kills"] + GUESS_WEIGHT * guess) / (row["runs"] + GUESS_WEIGHT)
 
-    def order(self, file, programs, seconds):
-        """The programs in the order in which a fault is noticed at the least cost on average."""
+    def order(self, file, programs, seconds, link=LINK_SECONDS):
+        """The programs in the order in which a fault is noticed at the least cost on average; `link`:
+        seconds that a program costs before it runs."""
         return sorted(programs, key=lambda program: (
-            (seconds.get(program.name, 0) + LINK_SECONDS) / self.chance(file, program),
-            program.name))
+            (seconds.get(program.name, 0) + link) / self.chance(file, program), program.name))

@@ -5,14 +5,30 @@ import difflib
 import hashlib
 
 
+# Stands for the condition in a guard's texts.
+PLANTED = "\0"
+
+
+@dataclasses.dataclass(frozen=True)
+class Guard:
+    """Texts before and behind the bytes [start, end), which stay as they are."""
+
+    start: int
+    end: int
+    before: str
+    behind: str
+
+
 @dataclasses.dataclass(frozen=True, order=True)
 class Edit:
-    """Replaces the bytes [start, end) of a file. `kind` says what sort of fault that is."""
+    """Replaces the bytes [start, end) of a file. `kind` says what sort of fault that is. `guard`:
+    the same fault as insertions that a condition turns on, None where that cannot be."""
 
     start: int
     end: int
     replacement: str
     kind: str
+    guard: "Guard | None" = dataclasses.field(default=None, compare=False)
 
     def apply(self, text):
         """The file's bytes with the fault in them."""

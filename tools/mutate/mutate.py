@@ -18,6 +18,7 @@ from baseline import Baseline, BaselineError
 from history import History
 from ninja import BuildError, Ninja
 from source_copy import SourceCopy
+from switched import Switched
 from syntax import ParseError
 from trial import Trials
 
@@ -25,6 +26,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 FOLDER = ROOT / "build" / "mutate"
 LOGS = ROOT / "build" / "logs"
 COMPILER_SECONDS = 3600
+# Building faults together pays from about so many on.
+FEW = 20
 
 
 def say(text):
@@ -127,7 +130,10 @@ class Session:
         trials = Trials(self.copy, self.graph, self.ninja, self.check_baseline(files), history,
                         renew_wine)
         end = time.monotonic() + 60 * (self.options.minutes or 1e6)
-        counted = 0
+        counted, known = 0, {}
+        if count > FEW and not self.options.apart:
+            known = self.try_together(mutants[:count], trials, end)
+            history.save()
         for mutant in mutants:
             if counted >= count:
                 break
@@ -137,11 +143,25 @@ class Session:
             if mutant.path not in files:
                 files.append(mutant.path)
                 trials.baseline = self.check_baseline(files)
-            result = trials.attempt(mutant, self.seeing(mutant.path))
+            result = known.get(mutant.name)
+            if not result:
+                result = trials.attempt(mutant, self.seeing(mutant.path))
+                say(f"{counted:3}/{count} counted; {report.progress_line(result)}")
             self.results.append(result)
             counted += result.outcome in report.COUNTED
-            say(f"{counted:3}/{count} {report.progress_line(result)}")
             history.save()
+
+    def try_together(self, mutants, trials, end):
+        """{name: result} of what is killed in one build with all faults in it."""
+        def progress(count, total, result):
+            say(f"{count:3}/{total} {report.progress_line(result)}")
+
+        switched = Switched(trials, self.seeing, FOLDER, progress)
+        start = time.monotonic()
+        results = switched.results(mutants, end)
+        say(f"{len(results)} of {len(mutants)} faults noticed in one build with the others, in"
+            f" {time.monotonic() - start:.0f} s; the rest is built one by one")
+        return results
 
     def run(self):
         files = self.files()

@@ -17,11 +17,12 @@ class Ninja:
         self.environment = {name: value for name, value in os.environ.items()
                             if name not in ("LD_PRELOAD", "NSS_WRAPPER_HOSTS")}
 
-    def build(self, targets, seconds=None):
-        """Builds outputs; raises BuildError when that fails or takes longer than `seconds`."""
+    def build(self, targets, seconds=None, options=()):
+        """Builds outputs; raises BuildError when that fails or takes longer than `seconds`. What was
+        printed is in the log."""
         with open(self.log, "w+", encoding="utf-8", errors="replace") as log:
             process = subprocess.Popen(
-                ["/usr/bin/ninja", "-C", str(self.build_dir), *sorted(targets)],
+                ["/usr/bin/ninja", "-C", str(self.build_dir), *options, *sorted(targets)],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=self.environment,
                 start_new_session=True)
             try:

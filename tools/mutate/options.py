@@ -39,6 +39,9 @@ def parser():
                         help="begin no further fault after this time (without what comes before)")
     result.add_argument("--only", action="append", default=[], metavar="ID",
                         help="this fault, as survivors.diff names it; may be repeated")
+    result.add_argument("--apart", action="store_true",
+                        help="build each fault by itself from the start; without this, runs of more"
+                             " than 20 first build together what a condition can turn on")
     result.add_argument("--list", action="store_true",
                         help="show the faults that would be drawn, and try none")
     result.add_argument("--prepare", action="store_true", help=argparse.SUPPRESS)

@@ -1,6 +1,7 @@
 """All faults of the chosen files, remembered from run to run, and the order they are drawn in."""
 
 import concurrent.futures
+import dataclasses
 import hashlib
 import json
 import os
@@ -9,8 +10,9 @@ import random
 
 import compile_flags
 import faults
+import mutant
 import syntax
-from mutant import Edit, name_mutants
+from mutant import Edit, Guard, name_mutants
 
 
 def read_edits(arguments):
@@ -26,7 +28,7 @@ class Planner:
         self.resources = compile_flags.resource_flags()
         self.entries = json.loads((build_dir / "compile_commands.json").read_text())
         # Whatever these modules do differently, they do to all files.
-        modules = [compile_flags, faults, syntax]
+        modules = [compile_flags, faults, mutant, syntax]
         self.version = hashlib.sha256(b"".join(
             pathlib.Path(module.__file__).read_bytes() for module in modules)).digest()
 
@@ -49,13 +51,14 @@ class Planner:
         pool = concurrent.futures.ProcessPoolExecutor(len(os.sched_getaffinity(0)))
         try:
             for path, edits in zip(missing, pool.map(read_edits, jobs)):
-                rows = [[edit.start, edit.end, edit.replacement, edit.kind] for edit in edits]
+                rows = [dataclasses.astuple(edit) for edit in edits]
                 self.cache_file(path).write_text(json.dumps(rows))
         finally:
             pool.shutdown(cancel_futures=True)  # an interruption waits for no further file
         result = []
         for path in sorted(paths):
-            edits = {Edit(*row) for row in json.loads(self.cache_file(path).read_text())}
+            edits = {Edit(*row, guard and Guard(*guard))
+                     for *row, guard in json.loads(self.cache_file(path).read_text())}
             result += name_mutants(path, (self.sources / path).read_bytes(), edits)
         return result
 

@@ -65,24 +65,31 @@ class SourceCopy:
         copy.chmod(mode)
         return True
 
-    @contextlib.contextmanager
     def planted(self, mutant, outputs):
-        """The copy with a fault in it; `outputs`: all that is built from the file. They are out of
-        the way meanwhile, and are back afterwards as they were."""
-        source = self.sources / mutant.path
-        text, times = source.read_bytes(), source.stat()
+        """The copy with a fault in it; `outputs`: all that is built from the file."""
+        text = (self.sources / mutant.path).read_bytes()
+        return self.replaced({mutant.path: mutant.edit.apply(text)}, outputs)
+
+    @contextlib.contextmanager
+    def replaced(self, texts, outputs):
+        """The copy with other texts (bytes by path) and without `outputs`, what is built from these
+        files. All is back afterwards as it was."""
+        before = {path: ((self.sources / path).read_bytes(), (self.sources / path).stat())
+                  for path in texts}
         aside = self.put_aside(outputs)
         try:
-            source.write_bytes(mutant.edit.apply(text))
+            for path, text in texts.items():
+                (self.sources / path).write_bytes(text)
             yield
         finally:
-            # The source last: as long as it differs, an interruption here leaves nothing stale.
+            # The sources last: while they differ, an interruption here leaves nothing stale.
             for path, name in aside:
                 path.unlink(missing_ok=True)
                 if name:
                     name.rename(path)
-            source.write_bytes(text)
-            os.utime(source, ns=(times.st_atime_ns, times.st_mtime_ns))
+            for path, (text, times) in before.items():
+                (self.sources / path).write_bytes(text)
+                os.utime(self.sources / path, ns=(times.st_atime_ns, times.st_mtime_ns))
 
     def put_aside(self, outputs):
         """Renames files of the build folder; returns rows of (path, new name), with None as the new

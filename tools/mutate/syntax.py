@@ -11,7 +11,7 @@ from clang import cindex
 from clang.cindex import CursorKind, TokenKind, TypeKind
 
 import faults
-from mutant import Edit
+from mutant import PLANTED, Edit, Guard
 
 FUNCTIONS = {
     CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.CONSTRUCTOR,
@@ -92,9 +92,23 @@ class Walk:
                 return False
         return all(token[2] != "#" for token in self.tokens_in(start, end))
 
-    def add(self, kind, start, end, replacement):
+    def add(self, kind, start, end, replacement, guard=None):
         if start < end and self.may_change(start, end):
-            self.edits.add(Edit(start, end, replacement, kind))
+            self.edits.add(Edit(start, end, replacement, kind, guard))
+
+    def guard(self, start, end, before, behind):
+        """None where the texts cannot be put into lines that stay as they are."""
+        if start is None or "//" in before or not self.may_change(start, end):
+            return None
+        return Guard(start, end, " ".join(before.split("\n")), behind)
+
+    def choice(self, expression, start, end, replacement):
+        """Guards an expression, a range, that has another text in [start, end)."""
+        first, last = expression
+        if not first <= start < end <= last:
+            return None
+        other = self.source(first, start) + replacement + self.source(end, last)
+        return self.guard(first, last, f"({PLANTED} ? ({other}) : (", "))")
 
     def parentheses_behind(self, start):
         """The range between the first "(" behind `start` and the ")" that belongs to it."""
@@ -129,9 +143,9 @@ class Walk:
     def visit_one(self, cursor, result_type, is_function):
         kind = cursor.kind
         if kind in (CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR):
-            self.visit_operator(list(cursor.get_children()))
+            self.visit_operator(cursor, list(cursor.get_children()))
         elif kind == CursorKind.CALL_EXPR and cursor.spelling.startswith("operator"):
-            self.visit_operator(list(cursor.get_arguments()))
+            self.visit_operator(cursor, list(cursor.get_arguments()))
         elif kind == CursorKind.UNARY_OPERATOR:
             self.visit_unary(cursor)
         elif kind in LITERALS:
@@ -154,42 +168,52 @@ class Walk:
         elif kind == CursorKind.RETURN_STMT and self.begins(cursor, "return"):
             self.visit_return(cursor, result_type)
 
-    def visit_operator(self, operands):
+    def visit_operator(self, cursor, operands):
         if len(operands) != 2:
             return
+        whole = cursor.extent.start.offset, cursor.extent.end.offset
         between = operands[0].extent.end.offset, operands[1].extent.start.offset
         for start, end, spelling in self.tokens_in(*between):
             for replacement in faults.OPERATORS.get(spelling, []):
-                self.add("operator", start, end, replacement)
+                self.add("operator", start, end, replacement,
+                         self.choice(whole, start, end, replacement))
 
     def visit_unary(self, cursor):
         extent = cursor.extent
         first = self.token_at(extent.start.offset)
         if not first:
             return
+        whole = extent.start.offset, extent.end.offset
         start, end, spelling = first
         if spelling in faults.DROPPED_OPERATORS:
-            self.add("operator", start, end, " " if spelling == "-" else "")
+            # Negated twice, as both ends of a choice must have one type.
+            self.add("operator", start, end, " " if spelling == "-" else "",
+                     self.choice(whole, start, end, "!!" if spelling == "!" else " "))
             return
         for start, end, spelling in first, self.token_at(extent.end.offset - 2) or first:
             if spelling in ("++", "--"):
-                self.add("operator", start, end, faults.OPERATORS[spelling][0])
+                other = faults.OPERATORS[spelling][0]
+                self.add("operator", start, end, other, self.choice(whole, start, end, other))
 
     def visit_literal(self, cursor, other):
         token = self.token_at(cursor.extent.start.offset)
         if token:
             replacement = other(token[2])
             if replacement is not None:
-                self.add("constant", token[0], token[1], replacement)
+                whole = token[0], cursor.extent.end.offset
+                self.add("constant", token[0], token[1], replacement,
+                         self.choice(whole, token[0], token[1], replacement))
 
     def add_conditions(self, condition, loop):
         """A condition is evaluated as before, but the outcome is always the same. Never always true
         in a loop: that only goes on for ever."""
         if condition and condition[0] < condition[1]:
             text = self.source(*condition)
-            self.add("condition", *condition, f"(({text}) && false)")
+            self.add("condition", *condition, f"(({text}) && false)",
+                     self.guard(*condition, "((", f") && !{PLANTED})"))
             if not loop:
-                self.add("condition", *condition, f"(({text}) || true)")
+                self.add("condition", *condition, f"(({text}) || true)",
+                         self.guard(*condition, "((", f") || {PLANTED})"))
 
     def visit_if(self, cursor):
         start = cursor.extent.start.offset
@@ -207,7 +231,9 @@ class Walk:
             if tail[2] == ";":  # `if (a) b; else c;`
                 tail = self.token_from(tail[1])
             if tail[2] == "else":
-                self.add("dropped branch", tail[0], branches[1].extent.end.offset, "else {}")
+                start, end = branches[1].extent.start.offset, branches[1].extent.end.offset
+                self.add("dropped branch", tail[0], end, "else {}",
+                         self.guard(start, end, f"if ({PLANTED}) {{}} else ", ""))
 
     def visit_for(self, cursor):
         head = self.parentheses_behind(cursor.extent.start.offset)
@@ -238,18 +264,23 @@ class Walk:
             is_expression = cursor.kind.is_expression()
             place = self.statement(cursor) if is_expression or cursor.kind in LEAVING else None
             if place and is_expression:
-                self.add("dropped statement", *place, ";")
+                self.add("dropped statement", *place, ";", self.dropped(place))
                 if previous:
                     self.swap(previous, place)
             elif place and not is_function:  # no function can do without its last `return`
-                self.add("dropped exit", *place, ";")
+                self.add("dropped exit", *place, ";", self.dropped(place))
             previous = place if is_expression else None
+
+    def dropped(self, place):
+        return self.guard(*place, f"if (!{PLANTED}) {{ ", " }")
 
     def swap(self, first, second):
         one, between, two = (self.source(*first), self.source(first[1], second[0]),
                              self.source(*second))
         if one != two and self.may_change(*first) and self.may_change(*second):
-            self.add("swapped statements", first[0], second[1], two + between + one)
+            other = two + between + one
+            self.add("swapped statements", first[0], second[1], other, self.guard(
+                first[0], second[1], f"if ({PLANTED}) {{ {other} }} else {{ ", " }"))
 
     def visit_return(self, cursor, result_type):
         children = list(cursor.get_children())
@@ -260,13 +291,16 @@ class Walk:
         text = self.source(start, end)
         kind = result_type.get_canonical().kind
         if result_type.spelling == "HRESULT":
-            self.add("result", start, end, "E_FAIL" if text == "S_OK" else "S_OK")
+            other = "E_FAIL" if text == "S_OK" else "S_OK"
         elif kind == TypeKind.BOOL and not self.has_own_negation(children[0]):
-            self.add("result", start, end, f"!({text})")
+            other = f"!({text})"
         elif kind == TypeKind.POINTER and text != "nullptr":
-            self.add("result", start, end, "nullptr")
+            other = "nullptr"
         elif kind in INTEGERS and not faults.INTEGER.match(text):
-            self.add("result", start, end, "0")
+            other = "0"
+        else:
+            return
+        self.add("result", start, end, other, self.choice((start, end), start, end, other))
 
 
     def has_own_negation(self, expression):

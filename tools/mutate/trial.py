@@ -67,6 +67,8 @@ class Trials:
         self.history = history
         self.renew = renew
         self.run = run
+        # What programs get beside CTest's environment.
+        self.environment = {}
 
     def attempt(self, mutant, programs):
         """`programs`: those that can see the file."""
@@ -103,13 +105,21 @@ class Trials:
         for batch in batches(order):
             self.ninja.build(set().union(*(program.targets for program in batch)), BUILD_SECONDS)
             for program in batch:
-                if self.is_unchanged(program):
-                    continue
-                outcome, case = self.verdict(program, result)
-                self.history.add(file, program.name, outcome != SURVIVED, case)
-                if outcome != SURVIVED:
-                    result.outcome, result.program, result.case = outcome, program.name, case
+                if not self.is_unchanged(program) and self.is_noticed(result, program):
                     return
+
+    def judge_programs(self, result, programs):
+        """As run_programs, where all is built already."""
+        for program in self.history.order(result.mutant.path, programs, self.baseline.seconds, 0):
+            if self.is_noticed(result, program):
+                return
+
+    def is_noticed(self, result, program):
+        outcome, case = self.verdict(program, result)
+        self.history.add(result.mutant.path, program.name, outcome != SURVIVED, case)
+        if outcome != SURVIVED:
+            result.outcome, result.program, result.case = outcome, program.name, case
+        return outcome != SURVIVED
 
     def is_unchanged(self, program):
         """Whether a program was linked without what is built from the faulty file: a library that
@@ -123,7 +133,8 @@ class Trials:
     def run_once(self, program, cases=None):
         """Unit tests that end by themselves leave nothing; others may leave processes, or what they
         have registered."""
-        run = self.run(program, self.baseline.limit(program), cases)
+        own = dataclasses.replace(program, environment={**program.environment, **self.environment})
+        run = self.run(own, self.baseline.limit(program), cases)
         if not run.orderly or (run.outcome != "passed" and program.label != "unit"):
             self.renew()
         return run
