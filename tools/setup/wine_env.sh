@@ -94,12 +94,24 @@ wine_env_make_template() {
   exec {template_lock}>&-
 }
 
+# wine_env_copy_template PREFIX: what programs write is copied. Wine's own programs, 670 MB that
+# nobody writes to, are linked.
+wine_env_copy_template() {
+  local template=$build_dir/wine/template
+  cp -al "$template" "$1"
+  (
+    cd "$template" || return
+    find . -type f -not \( -path './drive_c/windows/*' -regex '.*\.\(dll\|exe\|drv\|sys\|ocx\|tlb\)' \) \
+      -print0 | xargs -0 cp -a --parents --remove-destination -t "$1"
+  )
+}
+
 # wine_env_renew PREFIX: ends what runs in a prefix that was started, and makes it as new.
 wine_env_renew() {
   "$wineserver" -k < /dev/null > /dev/null 2>&1 || true
   "$wineserver" -w < /dev/null > /dev/null 2>&1 || true
   rm -rf "$1"
-  cp -a "$build_dir/wine/template" "$1"
+  wine_env_copy_template "$1"
   wine_env_warm_up
 }
 
@@ -135,7 +147,7 @@ wine_env_start() {
   wine_env_make_template
   if [[ ! $reuse ]] || ! cmp -s "$build_dir/wine/template/.ready" "$prefix/.whole"; then
     rm -rf "$prefix"
-    cp -a "$build_dir/wine/template" "$prefix" ||
+    wine_env_copy_template "$prefix" ||
       die "The private Wine could not be copied to ${prefix#"$root"/}." "$(outer_cause /dev/null)"
     cp "$prefix/.ready" "$prefix/.whole"  # last: a copy that was interrupted has none
   fi
