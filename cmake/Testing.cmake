@@ -36,6 +36,10 @@ set(FOLIVO_TEST_SUPPORT_DIR "${PROJECT_SOURCE_DIR}/tests/support")
 set(FOLIVO_TEST_RESULTS_DIR "${PROJECT_BINARY_DIR}/test-results")
 file(MAKE_DIRECTORY "${FOLIVO_TEST_RESULTS_DIR}")
 
+# What is tested is compiled as it ships. For the tests themselves optimising would only take time; so
+# would debug information, as nothing prints a stack: for a debugger there is ./run test --debug.
+set(FOLIVO_TEST_OPTIONS $<$<CONFIG:Release>:-O0> $<$<CONFIG:Release>:-g0>)
+
 add_library(gtest STATIC EXCLUDE_FROM_ALL
   "${FOLIVO_GOOGLETEST_DIR}/googletest/src/gtest-all.cc"
   "${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.cpp")
@@ -44,11 +48,12 @@ target_include_directories(gtest
   PRIVATE "${FOLIVO_GOOGLETEST_DIR}/googletest")
 # GoogleTest needs std::mutex for one class only; the project brings that class.
 target_compile_definitions(gtest PUBLIC GTEST_HAS_PTHREAD=0 GTEST_HAS_NOTIFICATION_=1)
-# Before everything else; so it is the first of the precompiled headers where there are any.
-target_compile_options(gtest PUBLIC
+# PUBLIC: before everything else; so it is the first of the precompiled headers where there are any.
+target_compile_options(gtest PRIVATE ${FOLIVO_TEST_OPTIONS} PUBLIC
   "$<$<NOT:$<BOOL:$<TARGET_PROPERTY:FOLIVO_PRECOMPILED>>>:SHELL:-include \"${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.h\">")
 
 add_library(gmock STATIC EXCLUDE_FROM_ALL "${FOLIVO_GOOGLETEST_DIR}/googlemock/src/gmock-all.cc")
+target_compile_options(gmock PRIVATE ${FOLIVO_TEST_OPTIONS})
 target_include_directories(gmock
   SYSTEM PUBLIC "${FOLIVO_GOOGLETEST_DIR}/googlemock/include"
   PRIVATE "${FOLIVO_GOOGLETEST_DIR}/googlemock")
@@ -56,6 +61,7 @@ target_link_libraries(gmock PUBLIC gtest)
 
 add_library(gmock_main STATIC EXCLUDE_FROM_ALL "${FOLIVO_TEST_SUPPORT_DIR}/gtest_main.cpp")
 target_link_libraries(gmock_main PUBLIC gmock PRIVATE project_options)
+target_compile_options(gmock_main PRIVATE ${FOLIVO_TEST_OPTIONS})
 
 # Nearly every test reads these, which takes longer than compiling it. GCC only: clang refuses a
 # precompiled header under any other definitions. GCC ignores it behind any other -include. Without
@@ -64,8 +70,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_library(test_headers STATIC EXCLUDE_FROM_ALL
     "${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.cpp")
   target_link_libraries(test_headers PRIVATE project_options gmock)
-  # As the tests: see tests/CMakeLists.txt.
-  target_compile_options(test_headers PRIVATE $<$<CONFIG:Release>:-O0>)
+  target_compile_options(test_headers PRIVATE ${FOLIVO_TEST_OPTIONS})
   target_precompile_headers(test_headers PRIVATE
     "${FOLIVO_TEST_SUPPORT_DIR}/gtest_notification.h"
     # Before <windows.h>, which would bring its predecessor.

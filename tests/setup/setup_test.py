@@ -59,34 +59,6 @@ class SetupTest(unittest.TestCase):
                 self.assertIn("Then run the same command again.", err)
                 self.assertNotIn("Do this.", err)
 
-    def test_progress_is_lines_of_its_own_where_there_is_no_terminal(self):
-        for line, told in [
-                ("[2/3] Building CXX object ui/CMakeFiles/ui.dir/button_row.cpp.obj",
-                 "2 of 3: ui/button_row.cpp"),
-                ("[2/3] Building C object 'CMakeFiles/e.dir/My_own/build/src/unzip/api.c.obj'",
-                 "2 of 3: unzip/api.c"),
-                ("[3/3] Linking CXX shared library FolivoPlugin.dll",
-                 "3 of 3: Linking CXX shared library FolivoPlugin.dll"),
-                ("dlstatus:1:12.5:Retrieving file 1 of 8", "12 of 100: Retrieving file 1 of 8")]:
-            with self.subTest(line):
-                wait = 'until [[ -e $SHOWN ]]; do sleep 0.01; done'
-                code, out, _ = self.bash(
-                    "progress_interval=0;"
-                    f" step log Making Advice /bin/bash -c 'echo \"$LINE\"; {wait}'; echo next",
-                    LINE=line, SHOWN=str(self.checkout / "build/logs/log.log.shown"))
-                self.assertEqual(code, 0)
-                self.assertRegex(out, rf"\AMaking +\n  {told}\nMaking +\d+\.\d s\nnext\n\Z")
-
-    def test_what_shows_progress_never_runs_the_exit_functions(self):
-        # As a child does that has not yet reset the script's traps.
-        child = "show_progress() { trap run_exit_functions EXIT; : > shown; while :; do :; done; }"
-        _, out, err = self.bash(
-            f"{child}; ends() {{ echo ends; }}; at_exit ends; step log Making Advice"
-            " /bin/bash -c 'until [[ -e shown ]]; do sleep 0.01; done'; echo next")
-        self.assertEqual(err, "")
-        self.assertRegex(out, r"s\nnext\nends\n\Z")
-        self.assertEqual(out.count("ends"), 1)
-
     def test_a_second_run_waits_for_the_first(self):
         first = subprocess.Popen(
             self.command("lock_checkout; echo locked; read -r; unlock_checkout; read -r"),
@@ -138,17 +110,6 @@ class SetupTest(unittest.TestCase):
                 self.assertEqual((code, out), (1, ""))
                 self.assertIn("Another ./run test is at work in this checkout.", err)
                 self.assertTrue(results.exists())
-
-    def test_a_clean_leaves_a_demo_alone(self):
-        (self.checkout / "tests").mkdir()
-        (self.checkout / "build/wine").mkdir(parents=True)
-        shutil.copy(ROOT / "run", self.checkout)
-        demo = self.start("exec {lock}> build/wine/demo.lock; flock $lock; echo ready; read -r")
-        code, _, err = self.bash("./run clean")
-        self.assertEqual(code, 1)
-        self.assertIn("Another ./run is at work in this checkout.", err)
-        demo.communicate("\n")
-        self.assertEqual(self.bash("./run clean; ls build")[:2], (0, ""))
 
     def test_what_outlives_a_killed_run_holds_no_lock(self):
         (self.checkout / "tests/http_server").mkdir(parents=True)

@@ -1,6 +1,6 @@
 #include "tests/support/http_answer.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "tests/support/http_encoding.h"
 
@@ -112,13 +112,7 @@ std::string HttpAnswer::Json() const {
   return Object(members);
 }
 
-HttpAnswer& HttpAnswer::SetField(std::string_view name, std::string json) {
-  const auto field = std::find_if(m_fields.begin(), m_fields.end(),
-                                  [name](const auto& entry) { return entry.first == name; });
-  if (field != m_fields.end()) {
-    field->second = std::move(json);
-  } else {
-    m_fields.emplace_back(name, std::move(json));
-  }
+HttpAnswer& HttpAnswer::SetField(const std::string& name, std::string json) {
+  m_fields[name] = std::move(json);
   return *this;
 }

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 // Points of an answer at which the server can wait (HttpAnswer::Hold) or break off
@@ -63,10 +63,10 @@ class HttpAnswer {
   std::string Json() const;
 
  private:
-  HttpAnswer& SetField(std::string_view name, std::string json);
+  HttpAnswer& SetField(const std::string& name, std::string json);
 
-  // Field name and JSON value; lists are kept apart until Json().
-  std::vector<std::pair<std::string, std::string>> m_fields;
+  // JSON values by their fields; lists are kept apart until Json().
+  std::map<std::string, std::string> m_fields;
   std::vector<std::string> m_headers;
   std::vector<std::string> m_segments;
   std::vector<std::string> m_holds;

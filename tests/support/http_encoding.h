@@ -11,9 +11,5 @@ std::string JsonString(std::string_view bytes);
 // Base64 with padding, without line breaks.
 std::string Base64(std::string_view bytes);
 
-// Percent-encodes every byte but ASCII letters, digits and -._~
-std::string PercentEncode(std::string_view bytes);
-
-// Reverses PercentEncode; also leaves unencoded characters as they are. Throws std::runtime_error
-// when a percent sign is not followed by two hexadecimal digits.
+// Reverses percent-encoding; leaves unencoded characters as they are.
 std::string PercentDecode(std::string_view text);

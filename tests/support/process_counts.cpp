@@ -4,9 +4,7 @@
 
 #include <psapi.h>
 #include <tlhelp32.h>
-#include <winternl.h>
 
-#include <algorithm>
 #include <vector>
 
 namespace {
@@ -15,35 +13,6 @@ namespace {
 // are free there is none in use.
 constexpr ULONG_PTR kHandleStep = 4;
 constexpr int kHandleGap = 1024;
-
-// Documented nowhere but stable: the process's table of graphics objects, which its environment
-// block points to.
-constexpr size_t kGdiTableOffset = 0xF8;
-constexpr size_t kGdiTableSize = 0x4000;
-
-struct CGdiEntry {
-  void* object;
-  ULONG owner;
-  USHORT unique;
-  BYTE type;  // 0 for an entry that is free
-  BYTE flags;
-  void* data;
-};
-
-BOOL CALLBACK CountChild(HWND, LPARAM count) {
-  ++*reinterpret_cast<int*>(count);
-  return TRUE;
-}
-
-BOOL CALLBACK CountTopLevelWindow(HWND window, LPARAM count) {
-  DWORD process = 0;
-  GetWindowThreadProcessId(window, &process);
-  if (process == GetCurrentProcessId()) {
-    CountChild(window, count);
-    EnumChildWindows(window, &CountChild, count);
-  }
-  return TRUE;
-}
 
 }  // namespace
 
@@ -71,20 +40,6 @@ int CountThreads() {
   }
   CloseHandle(snapshot);
   return count;
-}
-
-int CountWindows() {
-  int count = 0;
-  EnumWindows(&CountTopLevelWindow, reinterpret_cast<LPARAM>(&count));
-  return count;
-}
-
-int CountGdiObjects() {
-  // GetGuiResources would do, but Wine answers 0.
-  const auto* const block = reinterpret_cast<const BYTE*>(NtCurrentTeb()->ProcessEnvironmentBlock);
-  const auto* const table = *reinterpret_cast<const CGdiEntry* const*>(block + kGdiTableOffset);
-  return static_cast<int>(std::count_if(table, table + kGdiTableSize,
-                                        [](const CGdiEntry& entry) { return entry.type != 0; }));
 }
 
 int CountHeapBlocks() {

@@ -6,10 +6,6 @@
 
 int CountHandles();
 int CountThreads();
-/// Windows of this process, hidden ones and children too.
-int CountWindows();
-/// Fonts, device contexts and other objects of the graphics system.
-int CountGdiObjects();
 /// Blocks in use in all heaps.
 int CountHeapBlocks();
 

@@ -37,13 +37,6 @@ std::string_view TakeUpTo(std::string_view& text, char separator) {
   return part;
 }
 
-auto FindHeader(const RequestRecord& record, std::string_view name) {
-  const std::string wanted(name);
-  return std::find_if(record.headers.begin(), record.headers.end(), [&](const auto& header) {
-    return _stricmp(header.first.c_str(), wanted.c_str()) == 0;
-  });
-}
-
 }  // namespace
 
 RequestRecord RequestRecord::Parse(std::string_view line) {
@@ -57,12 +50,11 @@ RequestRecord RequestRecord::Parse(std::string_view line) {
 }
 
 std::string RequestRecord::Header(std::string_view name) const {
-  const auto header = FindHeader(*this, name);
+  const std::string wanted(name);
+  const auto header = std::ranges::find_if(headers, [&](const auto& entry) {
+    return _stricmp(entry.first.c_str(), wanted.c_str()) == 0;
+  });
   return header == headers.end() ? std::string() : header->second;
-}
-
-bool RequestRecord::HasHeader(std::string_view name) const {
-  return FindHeader(*this, name) != headers.end();
 }
 
 LogLines::LogLines(std::string_view text) {

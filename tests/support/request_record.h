@@ -15,7 +15,6 @@ struct RequestRecord {
 
   // The first value of a header, names compared without case; empty if there is none.
   std::string Header(std::string_view name) const;
-  bool HasHeader(std::string_view name) const;
 
   std::string method;
   std::string path;

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 
-#include "tests/support/http_encoding.h"
 #include "tests/support/http_server.h"
 
 namespace {
@@ -22,11 +22,7 @@ std::string UniqueFolder() {
   if (const auto* test = testing::UnitTest::GetInstance()->current_test_info(); test != nullptr) {
     name = std::string(test->test_suite_name()) + "." + test->name();
   }
-  for (char& c : name) {
-    if (c == '/') {
-      c = '-';  // parameterised tests have it in their names
-    }
-  }
+  std::ranges::replace(name, '/', '-');  // parameterised tests have it in their names
   return "/" + name + "/" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(start) +
          "-" + std::to_string(++counter) + "/";
 }
@@ -72,7 +68,7 @@ bool ScriptedPath::WaitForHeld(std::string_view point, int count,
                                std::chrono::milliseconds timeout) const {
   std::string event = EventAndCount("held", count);
   if (!point.empty()) {
-    event += "&point=" + PercentEncode(point);
+    event += "&point=" + std::string(point);
   }
   return Wait(event, timeout);
 }
@@ -88,7 +84,7 @@ void ScriptedPath::AllowUpTo(uint64_t bytes) const {
 void ScriptedPath::AllowAll() const { m_server.Command("POST", Target("allow") + "&all=1"); }
 
 std::string ScriptedPath::Target(std::string_view command) const {
-  return std::string(command) + "?path=" + PercentEncode(m_folder);
+  return std::string(command) + "?path=" + m_folder;
 }
 
 bool ScriptedPath::Wait(const std::string& event, std::chrono::milliseconds timeout) const {

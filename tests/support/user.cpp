@@ -33,9 +33,9 @@ BOOL CALLBACK CollectDialog(HWND window, LPARAM dialogs) {
 
 }  // namespace
 
-bool user_detail::Poll(const char* what, bool (*condition)(void*), void* context, DWORD timeoutMs) {
+bool WaitUntil(const char* what, const std::function<bool()>& condition, DWORD timeoutMs) {
   const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-  while (!condition(context)) {
+  while (!condition()) {
     if (GetTickCount64() >= deadline) {
       ADD_FAILURE() << "waited in vain for: " << what;
       return false;
@@ -109,9 +109,4 @@ void SaveAs(const std::wstring& path) {
                         reinterpret_cast<LPARAM>(path.c_str()));
   }
   PostMessageW(dialog, WM_COMMAND, IDOK, 0);
-}
-
-void CancelSaveDialog() {
-  const HWND dialog = WaitForDialog(kSaveTitle);
-  PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
 }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 #include "tests/support/dialogs.h"
@@ -26,8 +27,8 @@ std::vector<HWND> VisibleDialogs();
 bool WaitUntilGone(HWND window, DWORD timeoutMs = kUserPatienceMs);
 
 /// Waits until `condition` holds, polling. `what` names it in the failure.
-template <typename Condition>
-bool WaitUntil(const char* what, Condition condition, DWORD timeoutMs = kUserPatienceMs);
+bool WaitUntil(const char* what, const std::function<bool()>& condition,
+               DWORD timeoutMs = kUserPatienceMs);
 
 /// Clicks the button with this identifier.
 void Click(HWND dialog, int id);
@@ -46,17 +47,3 @@ std::wstring DismissMessage(const std::wstring& caption = kMessageTitle);
 
 /// Waits for the system's save dialog, types `path` (nothing when empty) and presses Save.
 void SaveAs(const std::wstring& path);
-
-/// Waits for the system's save dialog and cancels it.
-void CancelSaveDialog();
-
-namespace user_detail {
-bool Poll(const char* what, bool (*condition)(void*), void* context, DWORD timeoutMs);
-}
-
-template <typename Condition>
-bool WaitUntil(const char* what, Condition condition, DWORD timeoutMs) {
-  return user_detail::Poll(
-      what, [](void* context) -> bool { return (*static_cast<Condition*>(context))(); }, &condition,
-      timeoutMs);
-}

@@ -1,6 +1,4 @@
 // The browser host as a process of its own, with and without a helper object.
-#include <winsock2.h>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -35,35 +33,6 @@ class CBrowserProcess : public CToolProcess {
 size_t IndexOf(const std::vector<std::string>& lines, const std::string& line) {
   return static_cast<size_t>(std::find(lines.begin(), lines.end(), line) - lines.begin());
 }
-
-/// A loopback port that takes connections and never answers.
-class CSilentServer {
- public:
-  CSilentServer() {
-    WSADATA data{};
-    EXPECT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
-    m_socket = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int size = sizeof(address);
-    EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0);
-    EXPECT_EQ(listen(m_socket, 5), 0);
-    EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
-    m_port = ntohs(address.sin_port);
-  }
-  ~CSilentServer() {
-    closesocket(m_socket);
-    WSACleanup();
-  }
-  CSilentServer(const CSilentServer&) = delete;
-  CSilentServer& operator=(const CSilentServer&) = delete;
-  std::wstring Url() const { return L"http://127.0.0.1:" + std::to_wstring(m_port) + L"/"; }
-
- private:
-  SOCKET m_socket;
-  unsigned short m_port = 0;
-};
 
 }  // namespace
 
@@ -168,12 +137,4 @@ TEST(BrowserHost, AnswersCommandsFromStandardInput) {
   browser.CloseInput();
   EXPECT_TRUE(browser.WaitForLine("ok"));  // of the quit that the end of the input stands for
   EXPECT_EQ(browser.WaitForExit(), 0u);
-}
-
-TEST(BrowserHost, ReportsANavigationThatIsNotOverInTime) {
-  const CSilentServer server;
-  CBrowserProcess browser(L"--no-helpers --timeout 300 navigate " + server.Url() +
-                          L" wait-navigation print never");
-  EXPECT_EQ(browser.WaitForExit(), 1u);
-  EXPECT_EQ(browser.Lines().back(), "error not in time");
 }

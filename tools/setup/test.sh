@@ -1,4 +1,4 @@
-# ./run test (sourced): lint, then CTest under Wine beside the test server, then one closing line.
+# ./run test (sourced): CTest under Wine beside the test server, lint beside both, then one closing line.
 source tools/setup/wine_env.sh
 
 # The test server chooses its port and says so in its first line; everything tests ask for goes
@@ -34,6 +34,28 @@ enable_heap_checks() {
       'Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options' "$program"
   done < "$build_dir/$preset/heap_checked_tests.txt" | wine_env_registry
 }
+
+# The tests wait more than they compute: beside them, the sources are checked in the time they leave.
+lint_pid=
+start_lint() {
+  {
+    close_locks
+    exec setsid nice -n 19 tools/lint/lint.sh "$1" > "$log_dir/lint.log" 2>&1 < /dev/null
+  } &
+  lint_pid=$!
+  at_exit stop_lint
+}
+
+finish_lint() {
+  local results=$1/test-results/lint.tsv
+  say "Checking the sources (build/logs/lint.log)"
+  tail -n +1 -f --pid="$lint_pid" "$log_dir/lint.log"
+  # What failed is in the results, unless something ended the checks themselves.
+  wait "$lint_pid" || grep -qs 'failed$' "$results" || printf 'checks\tfailed\n' >> "$results"
+  lint_pid=
+}
+
+stop_lint() { [[ ! $lint_pid ]] || kill -- "-$lint_pid"; }
 
 tests_pid=
 stop_tests() { [[ ! $tests_pid ]] || kill -- "-$tests_pid"; }
@@ -73,10 +95,7 @@ run_tests() {
   local preset_dir=$build_dir/$preset results=$build_dir/$preset/test-results
   rm -rf "$results"
   mkdir -p "$results"
-  if [[ $lint ]]; then
-    say "Checking the sources"
-    tools/lint/lint.sh "$preset_dir" || true  # what failed is in the results
-  fi
+  [[ ! $lint ]] || start_lint "$preset_dir"
   if [[ $tests ]]; then
     say "Running the tests with seed $seed (build/logs/tests.log)"
     local wine_options=()
@@ -98,5 +117,6 @@ run_tests() {
     tests_pid=
     wine_env_stop
   fi
+  [[ ! $lint_pid ]] || finish_lint "$preset_dir"
   /usr/bin/python3 tools/setup/test_summary.py "$results" "${again[@]}" --seed "$seed"
 }
