@@ -6,10 +6,14 @@
 #include <commctrl.h>
 #include <process.h>
 #include <shlwapi.h>
+#include <wininet.h>
 
+#include <algorithm>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "tests/download/download_test.h"
@@ -23,16 +27,13 @@
 
 namespace {
 
-class ProgressDialog : public DownloadTest {};
+static_assert(
+    std::is_base_of_v<ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>, CProgressDialog>);
+static_assert(CProgressDialogPeer::kIsLockFree);
 
-RECT ChildBounds(HWND window, int id) {
-  RECT bounds = {};
-  GetWindowRect(GetDlgItem(window, id), &bounds);
-  MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
-  return bounds;
-}
+class ProgressDialogObject : public DownloadTest {};
 
-TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
+TEST_F(ProgressDialogObject, ConstructionCopiesItsArguments) {
   std::wstring url = L"http://127.0.0.1/My%20Lesson.qdk?x=1";
   std::wstring file = L"C:/Temp/My Lesson.qdk";
   CProgressDialog dialog(url.c_str(), file.c_str(), nullptr);
@@ -44,8 +45,7 @@ TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   EXPECT_STREQ(peer.FileName(), L"My Lesson.qdk");
   EXPECT_TRUE(peer.DestPath().IsEmpty());
   EXPECT_EQ(peer.SaveState(), nullptr);
-  EXPECT_TRUE(peer.IsCheckPending());
-  EXPECT_TRUE(peer.IsRunning());
+  EXPECT_TRUE(peer.IsCheckPending() && peer.IsRunning());
   EXPECT_FALSE(peer.IsOpened() || peer.IsValid() || peer.IsComplete() || peer.IsLengthKnown() ||
                peer.IsFinished() || peer.IsPeeking() || peer.HasThread());
   EXPECT_EQ(peer.Total(), 0);
@@ -55,14 +55,76 @@ TEST_F(ProgressDialog, ConstructionCopiesItsArguments) {
   EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
 }
 
-TEST_F(ProgressDialog, WorkerIsStartedLastAndItsFailureIsReported) {
-  CMessageRecorder messages;
+TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
+  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  const auto addresses = CProgressDialogPeer{*dialog}.MemberAddresses();
+  EXPECT_EQ(std::adjacent_find(addresses.begin(), addresses.end(), std::greater_equal<>()),
+            addresses.end());
+}
+
+HANDLE Duplicate(HANDLE handle) {
+  HANDLE copy = nullptr;
+  EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, FALSE,
+                              DUPLICATE_SAME_ACCESS));
+  return copy;
+}
+
+TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
+  using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
+  using Destructor = void (*)(void*);
+  // The last of the destructor's two places with this compiler is the deleting one.
+  constexpr int kDeletingDestructor = 2;
+  CProgressDialog* const dialog = std::make_unique<CProgressDialog>(
+                                      L"http://127.0.0.1:1/a.qdk", CFilePath(L"C:\\a.qdk"), nullptr)
+                                      .release();
+  CProgressDialogPeer{*dialog}.BeginPeek();
+  const HANDLE closed = CProgressDialogPeer{*dialog}.PeekEvent();
+  const CHandle event(Duplicate(closed));
+  const void* const* const table = *reinterpret_cast<const void* const* const*>(dialog);
+  LRESULT result = 0;
+  EXPECT_FALSE(reinterpret_cast<MessageMap>(const_cast<void*>(table[0]))(
+      dialog, nullptr, WM_DESTROY, 0, 0, result, 0));
+  EXPECT_EQ(result, 1);
+  reinterpret_cast<Destructor>(const_cast<void*>(table[kDeletingDestructor]))(dialog);
+  EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0) << "wakes whoever waits for it";
+  DWORD flags = 0;
+  EXPECT_FALSE(GetHandleInformation(closed, &flags));
+}
+
+class ProgressDialog : public DownloadTest {
+ protected:
+  CMessageRecorder m_messages;
+};
+
+RECT ChildBounds(HWND window, int id) {
+  RECT bounds = {};
+  GetWindowRect(GetDlgItem(window, id), &bounds);
+  MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
+  return bounds;
+}
+
+bool HasStyle(HWND window, int id, LONG_PTR style) {
+  return (GetWindowLongPtrW(GetDlgItem(window, id), GWL_STYLE) & style) != 0;
+}
+
+TEST_F(ProgressDialog, IsCompleteBeforeItsWorkerStartsAndReportsThatItDoesNot) {
   const std::wstring url = L"http://127.0.0.1:1/a.qdk";
   const auto dialog = Make(url);
+  dialog->SetTarget(CFilePath(L"C:\\My 100%s Lesson.qdk"), nullptr);
   const CImportSpy<&_beginthreadex> start("msvcrt.dll", "_beginthreadex", [&](auto...) {
     const HWND window = dialog->m_hWnd;
     EXPECT_EQ(TextOf(window), kDownloadTitle);
-    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading Lesson.qdk");
+    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading My 100%s Lesson.qdk");
+    EXPECT_EQ(ChildText(window, IDCANCEL), L"Cancel");
+    EXPECT_EQ(ChildText(window, IDC_OPEN_FILE), L"Open");
+    EXPECT_EQ(ChildText(window, IDC_OPEN_FOLDER), L"Open Folder");
+    for (const int hidden : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
+      EXPECT_FALSE(HasStyle(window, hidden, WS_VISIBLE));
+      EXPECT_TRUE(HasStyle(window, hidden, WS_DISABLED));
+    }
+    for (const int shown : {IDC_PROGRESS, IDC_PROGRESS_TEXT, IDCANCEL}) {
+      EXPECT_TRUE(HasStyle(window, shown, WS_VISIBLE));
+    }
     PBRANGE range = {};
     SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
     EXPECT_EQ(range.iLow, 1);
@@ -81,33 +143,7 @@ TEST_F(ProgressDialog, WorkerIsStartedLastAndItsFailureIsReported) {
   });
   EXPECT_EQ(dialog->DoModal(nullptr), 3);
   EXPECT_EQ(start.Calls().size(), 1u);
-  EXPECT_EQ(messages.TakeTexts(), std::vector{NotAvailable(url)});
-}
-
-TEST_F(ProgressDialog, ShowsTextBarAndCancelOnly) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  dialog->SetTarget(CFilePath(L"C:\\My 100%s Lesson.qdk"), nullptr);
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Downloading My 100%s Lesson.qdk");
-    EXPECT_EQ(ChildText(window, IDCANCEL), L"Cancel");
-    EXPECT_EQ(ChildText(window, IDC_OPEN_FILE), L"Open");
-    EXPECT_EQ(ChildText(window, IDC_OPEN_FOLDER), L"Open Folder");
-    for (const int hidden : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
-      EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, hidden)));
-      EXPECT_FALSE(IsWindowEnabled(GetDlgItem(window, hidden)));
-    }
-    for (const int shown : {IDC_PROGRESS, IDC_PROGRESS_TEXT, IDCANCEL}) {
-      EXPECT_TRUE(IsWindowVisible(GetDlgItem(window, shown)));
-    }
-    GUITHREADINFO info = {};
-    info.cbSize = sizeof(info);
-    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL) << "the dialog manager's choice";
-    Click(window, IDCANCEL);
-  });
-  EXPECT_EQ(result, 2);
-  path.AllowAll();
+  EXPECT_EQ(m_messages.TakeTexts(), std::vector{NotAvailable(url)});
 }
 
 TEST_F(ProgressDialog, DeliversAndEndsByItself) {
@@ -120,8 +156,7 @@ TEST_F(ProgressDialog, DeliversAndEndsByItself) {
       EXPECT_TRUE(!peeks || dialog->PeekContent(L".qdk"));
       EXPECT_EQ(dialog->DoModal(nullptr), 1);
       const CProgressDialogPeer peer{*dialog};
-      EXPECT_FALSE(peer.HasThread());
-      EXPECT_FALSE(peer.IsRunning());
+      EXPECT_FALSE(peer.HasThread() || peer.IsRunning());
       EXPECT_EQ(peer.Session(), nullptr);
       EXPECT_EQ(peer.Request(), nullptr);
     }
@@ -135,32 +170,12 @@ TEST_F(ProgressDialog, DeliversAndEndsByItself) {
 TEST_F(ProgressDialog, BodyThatEndsEarlyCountsAsComplete) {
   const ScriptedPath path(m_server,
                           Lesson(10000).Cut(http_point::BodyByte(4000), HttpCut::kGraceful));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(Make(path.Url(L"a.qdk"))->DoModal(nullptr), 1);
   EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(3998));
 }
 
-TEST_F(ProgressDialog, FailureIsReportedOverTheDialogWhileTheFileIsStillThere) {
-  const CForeignForeground foreground;
-  const CFailingRead read;
-  const ScriptedPath path(m_server, Lesson(1000000));
-  const std::wstring url = path.Url(L"a.qdk");
-  const auto dialog = Make(url);
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    read.WaitUntilReached();
-    read.Fail();
-    const HWND box = WaitForDialog(L"MERLO Folivo");
-    EXPECT_EQ(MessageText(box), NotAvailable(url));
-    EXPECT_EQ(GetWindow(box, GW_OWNER), window);
-    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-    Click(box, IDOK);
-  });
-  EXPECT_EQ(result, 3);
-  EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
-/// Keeps the worker's message at its end from the dialog, so that the complete
-/// dialog can be looked at.
+/// Keeps the worker's message at its end from the dialog, so that the complete dialog can be looked
+/// at.
 class CWithheldResult {
  public:
   void Wait() const {
@@ -185,6 +200,10 @@ TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
   const ScriptedPath path(m_server, Lesson(1000).Gated());
   const auto dialog = Make(path.Url(L"a.qdk"));
   const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof(info);
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL) << "the dialog manager's choice";
     path.AllowAll();
     withheld.Wait();
     EXPECT_EQ(TextOf(window), L"Download Complete");
@@ -207,10 +226,9 @@ TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
   for (const int command : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
     const CLaunchRecorder shell;
     const CWithheldResult withheld;
-    const ScriptedPath path(m_server, Lesson(1000).Gated());
+    const ScriptedPath path(m_server, Lesson(1000));
     const auto dialog = Make(path.Url(L"a.qdk"));
     const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-      path.AllowAll();
       withheld.Wait();
       PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
     });
@@ -249,8 +267,7 @@ TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
   const CImportSpy<&SendDlgItemMessageW> move(
       "user32.dll", "SendDlgItemMessageW", [&](HWND dialog, auto... others) -> LRESULT {
         if (GetCurrentThreadId() != dialogThread) {
-          PostMessageW(dialog, WM_COMMAND, IDC_OPEN_FOLDER,
-                       0);  // finishes the download
+          PostMessageW(dialog, WM_COMMAND, IDC_OPEN_FOLDER, 0);  // finishes the download
           joining.Wait();
           if (!joining.IsSet()) {
             return 0;  // the message would never be served
@@ -270,27 +287,17 @@ TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
 }
 
-TEST_F(ProgressDialog, DeletesOnlyAFileThatItHasCreated) {
-  const CMessageRecorder messages;
+TEST_F(ProgressDialog, OnlyAFileThatItHasCreatedIsDeleted) {
   m_sandbox.Write(L"temporary.qdk", "another download");
   const ScriptedPath missing(m_server, HttpAnswer().Status(404));
-  {
-    const auto unused = Make(missing.Url(L"a.qdk"));
-    const auto refused = Make(missing.Url(L"a.qdk"));
-    EXPECT_FALSE(refused->PeekContent(L".qdk"));
-  }
+  EXPECT_FALSE(Make(missing.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
   const ScriptedPath path(m_server, Lesson(1000));
   EXPECT_TRUE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-class Delivery : public DownloadTest {
- protected:
-  CMessageRecorder m_messages;
-};
-
-TEST_F(Delivery, MissingFolderIsNotReported) {
+TEST_F(ProgressDialog, FailedDeliveryIsNotReported) {
   const ScriptedPath path(m_server, Lesson(1000));
   for (const std::wstring& target :
        {m_sandbox / L"missing\\folder\\Lesson.qdk", m_sandbox.Path(), std::wstring()}) {
@@ -302,10 +309,9 @@ TEST_F(Delivery, MissingFolderIsNotReported) {
   }
 }
 
-/// A result that comes early, while the worker fails: inside its read, or where
-/// it has come to the deletion behind that. The worker ends before the file is
-/// copied.
-TEST_F(Delivery, EarlyResultDeliversWhereverTheWorkerIs) {
+/// A result that comes early, while the worker fails: inside its read, or where it has come to the
+/// deletion behind that. The worker ends before the file is copied.
+TEST_F(ProgressDialog, EarlyResultDeliversWhereverTheWorkerIs) {
   for (const bool inTheRead : {true, false}) {
     const CFailingRead read;
     const CTestEvent answered;
@@ -343,6 +349,26 @@ TEST_F(Delivery, EarlyResultDeliversWhereverTheWorkerIs) {
     DeleteFileW(DestPath().c_str());
   }
   EXPECT_TRUE(m_messages.Take().empty());
+}
+
+TEST_F(ProgressDialog, FailureIsReportedOverTheDialogWhileTheFileIsStillThere) {
+  const CForeignForeground foreground;
+  const ScriptedPath path(m_server, Lesson(1000000));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const CImportSpy<&InternetReadFile> read(
+      "wininet.dll", "InternetReadFile", [&](auto... arguments) {
+        return read.Calls().size() < 3 ? read.CallOriginal(arguments...) : FALSE;
+      });
+  const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW",
+                                         [&](HWND owner, LPCWSTR text, auto...) {
+                                           EXPECT_EQ(owner, dialog->m_hWnd);
+                                           EXPECT_EQ(text, NotAvailable(path.Url(L"a.qdk")));
+                                           EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+                                           return IDOK;
+                                         });
+  EXPECT_EQ(dialog->DoModal(nullptr), 3);
+  EXPECT_EQ(message.Calls().size(), 1u);
+  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 }  // namespace
