@@ -29,12 +29,14 @@ class ProgressDialogMessages : public SteppedDownloadTest {
   }
 
   /// Whether the dialog handles the message, and with which result.
-  std::pair<bool, LRESULT> Send(UINT message, WPARAM wParam = 0) const {
+  std::pair<bool, LRESULT> Send(UINT message, WPARAM wParam, CProgressDialog& dialog) const {
     LRESULT result = 4711;
-    const BOOL handled = m_dialog->ProcessWindowMessage(m_window, message, wParam, 0, result);
+    const BOOL handled = dialog.ProcessWindowMessage(m_window, message, wParam, 0, result);
     return {handled != FALSE, result};
   }
-  bool IsHandled(UINT message, WPARAM wParam = 0) const { return Send(message, wParam).first; }
+  bool IsHandled(UINT message, WPARAM wParam) const {
+    return Send(message, wParam, *m_dialog).first;
+  }
 
   /// The results that the dialog was ended with.
   Ends Results() const {
@@ -45,15 +47,10 @@ class ProgressDialogMessages : public SteppedDownloadTest {
     return results;
   }
 
-  /// Downloads all of the lesson; its file is left open.
-  void Download() {
-    m_peer.RunWorker();
-    EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
-  }
-
   /// Has a worker write to the file: the file is out of the dialog's reach until `EndWrite`.
-  static HANDLE BeginWrite(CProgressDialogPeer peer, const std::wstring& file) {
-    peer.SetFile(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+  HANDLE BeginWrite(CProgressDialogPeer& peer) const {
+    peer.SetFile(
+        CreateFileW(TempPath().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
     return peer.BeginWrite();
   }
 
@@ -76,10 +73,10 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack
   const CImportPatch pause("kernel32.dll", "SwitchToThread", +[]() -> BOOL { return FALSE; });
   constexpr int kBehindTheFirstLooks = 150;
   for (int instructions = 1; instructions < kBehindTheFirstLooks; ++instructions) {
-    const HANDLE taken = BeginWrite(m_peer, TempPath());
+    const HANDLE taken = BeginWrite(m_peer);
     const CInterruption worker(instructions, [&] { m_peer.EndWrite(taken); });
     worker.Arm();
-    Send(WM_USER, kDownloadDelivered);
+    Send(WM_USER, kDownloadDelivered, *m_dialog);
     ASSERT_TRUE(worker.WasReached()) << instructions;
     ASSERT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"}) << instructions;
     DeleteFileW(DestPath().c_str());
@@ -91,15 +88,14 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredOnlyIfTheFileWasWhenAWriteTakesL
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
-    HANDLE taken = BeginWrite(peer, TempPath());
+    HANDLE taken = BeginWrite(peer);
     const CImportSpy<&GetTickCount64> clock("kernel32.dll", "GetTickCount64", [&] {
       if (clock.Calls().size() == atLook) {
         peer.EndWrite(std::exchange(taken, INVALID_HANDLE_VALUE));
       }
       return clock.Calls().size() * 1000ULL;
     });
-    LRESULT result = 0;
-    dialog->ProcessWindowMessage(m_window, WM_USER, kDownloadDelivered, 0, result);
+    Send(WM_USER, kDownloadDelivered, *dialog);
     const bool isDelivered = m_sandbox.Files() == Files{L"Lesson.qdk"};
     EXPECT_EQ(isDelivered, atLook == 2) << atLook << ": the disk is waited for once";
     EXPECT_EQ(Results().back(), isDelivered ? 1 : 3) << atLook;
@@ -109,31 +105,31 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredOnlyIfTheFileWasWhenAWriteTakesL
   }
 }
 
-TEST_F(ProgressDialogMessages, SecondResultDeliversNothing) {
-  Download();
-  Send(WM_USER, 1);
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(5000));
-  EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
-  m_sandbox.Write(L"temporary.qdk", "another download");
-  Send(WM_USER, 1);
-  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-  EXPECT_EQ(Results(), (Ends{1, 1}));
-}
-
-TEST_F(ProgressDialogMessages, FailureDeletesTheFileAndASecondOneChangesNothing) {
-  Download();
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(IsHandled(WM_USER, 3));
-    EXPECT_TRUE(m_sandbox.Files().empty());
-    EXPECT_FALSE(m_peer.IsRunning());
-    EXPECT_EQ(m_peer.Session(), nullptr);
+TEST_F(ProgressDialogMessages, SecondResultChangesNothing) {
+  for (const INT_PTR code : {1, 3}) {
+    const auto dialog = Make(m_url);
+    dialog->m_hWnd = m_window;
+    CProgressDialogPeer peer{*dialog};
+    peer.RunWorker();
+    EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>{1});
+    Send(WM_USER, code, *dialog);
+    EXPECT_EQ(m_sandbox.Files(), code == 1 ? Files{L"Lesson.qdk"} : Files());
+    EXPECT_EQ(ReadFileBytes(DestPath()), code == 1 ? LessonBytes(5000) : "");
+    EXPECT_FALSE(peer.IsRunning());
+    EXPECT_EQ(peer.Session(), nullptr);
+    DeleteFileW(DestPath().c_str());
+    m_sandbox.Write(L"temporary.qdk", "another download");
+    Send(WM_USER, 1, *dialog);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+    EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>());
+    DeleteFileW(TempPath().c_str());
+    dialog->m_hWnd = nullptr;
   }
-  EXPECT_EQ(Results(), (Ends{3, 3}));
-  EXPECT_TRUE(TakePostedResults().empty());
+  EXPECT_EQ(Results(), (Ends{1, 1, 3, 1}));
 }
 
 TEST_F(ProgressDialogMessages, DestructionIsLeftToTheSystemWithAResultOfOne) {
-  EXPECT_EQ(Send(WM_DESTROY), std::pair(false, LRESULT{1}));
+  EXPECT_EQ(Send(WM_DESTROY, 0, *m_dialog), std::pair(false, LRESULT{1}));
 }
 
 TEST_F(ProgressDialogMessages, NothingElseIsHandled) {

@@ -196,21 +196,6 @@ TEST_F(ProgressDialogTransfer, ContentLengthSetsTheTotal) {
   }
 }
 
-TEST_F(ProgressDialogTransfer, EachStepReadsOneBufferful) {
-  ASSERT_TRUE(m_peer.Step(2000));
-  for (const int received : {2000, 4000, 5002}) {
-    EXPECT_TRUE(m_peer.Step(2000));
-    EXPECT_EQ(m_peer.Received(), received);
-    EXPECT_EQ(m_peer.FileSize(), received);
-  }
-  EXPECT_FALSE(m_peer.Step(2000));
-  EXPECT_TRUE(m_peer.IsComplete());
-  EXPECT_NE(m_peer.File(), INVALID_HANDLE_VALUE) << "the dialog closes it";
-  m_peer.CloseFile();
-  EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(5000));
-  EXPECT_EQ(Messages(), Texts());
-}
-
 TEST_F(ProgressDialogTransfer, FirstChunkIsWrittenOnlyIfValid) {
   const ScriptedPath page(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
   for (const bool valid : {true, false}) {

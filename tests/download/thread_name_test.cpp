@@ -9,58 +9,42 @@
 
 namespace {
 
-constexpr DWORD kNaming = 0x406D1388;
-constexpr DWORD kOther = 0xE0000001;
-
-int g_namings;
-int g_others;
-
-LONG CALLBACK SeeException(EXCEPTION_POINTERS* exception) {
-  const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
-  if (record.ExceptionCode == kNaming) {
-    ++g_namings;
-    EXPECT_EQ(record.ExceptionFlags & EXCEPTION_NONCONTINUABLE, 0u);
-    // Type, name, thread (all ones: the calling one) and flags, packed to eight bytes.
-    const ULONG_PTR* const arguments = record.ExceptionInformation;
-    EXPECT_EQ(record.NumberParameters, 3u);
-    EXPECT_EQ(arguments[0], 0x1000u);
-    EXPECT_STREQ(reinterpret_cast<const char*>(arguments[1]), "CProgressDialog");
-    EXPECT_EQ(arguments[2], 0xFFFFFFFFu);
-  }
-  g_others += record.ExceptionCode == kOther ? 1 : 0;
-  return record.ExceptionCode == kOther ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
-}
-
 using AddSpy = CImportSpy<&AddVectoredExceptionHandler>;
+using RaiseSpy = CImportSpy<&RaiseException>;
 
-TEST(ThreadName, IsRaisedForTheDebuggerAndSeenByNoHandlerOfTheProcess) {
+TEST(ThreadName, ExceptionForTheDebuggerIsHandledBeforeAllHandlersOfTheProcess) {
+  const AddSpy add("kernel32.dll", "AddVectoredExceptionHandler");
   const CImportSpy<&RemoveVectoredExceptionHandler> remove("kernel32.dll",
                                                            "RemoveVectoredExceptionHandler");
-  void* const handler = AddVectoredExceptionHandler(1, &SeeException);
-  // Behind this test's handler, which then sees what a debugger sees; and before it, as asked for.
-  for (const ULONG place : {0U, 1U}) {
-    g_namings = 0;
-    const AddSpy add("kernel32.dll", "AddVectoredExceptionHandler", [&](ULONG first, auto added) {
-      EXPECT_EQ(first, 1u);
-      return add.CallOriginal(place, added);
-    });
-    NameCurrentThread("CProgressDialog");
-    EXPECT_EQ(g_namings, place == 0 ? 1 : 0);
-    EXPECT_EQ(remove.Calls().size(), place + 1) << "of its own handler";
-  }
-  // Another exception is not its own.
-  g_others = 0;
-  const CImportSpy<&RaiseException> raise(
-      "kernel32.dll", "RaiseException",
-      [&](DWORD, auto... others) { raise.CallOriginal(kOther, others...); });
+  const RaiseSpy raise("kernel32.dll", "RaiseException",
+                       [&](DWORD code, DWORD flags, DWORD count, const ULONG_PTR* arguments) {
+                         EXPECT_EQ(code, 0x406D1388u);
+                         EXPECT_EQ(flags, 0u);
+                         // Type, name, thread (all ones: the calling one) and flags, packed to
+                         // eight bytes.
+                         EXPECT_EQ(count, 3u);
+                         EXPECT_EQ(arguments[0], 0x1000u);
+                         EXPECT_STREQ(reinterpret_cast<const char*>(arguments[1]),
+                                      "CProgressDialog");
+                         EXPECT_EQ(arguments[2], 0xFFFFFFFFu);
+                         raise.CallOriginal(code, flags, count, arguments);
+                       });
   NameCurrentThread("CProgressDialog");
-  EXPECT_EQ(g_others, 1);
-  RemoveVectoredExceptionHandler(handler);
+  EXPECT_EQ(raise.Calls().size(), 1u);
+  ASSERT_EQ(add.Calls().size(), 1u);
+  EXPECT_EQ(std::get<0>(add.Calls()[0]), 1u);
+  EXPECT_EQ(remove.Calls().size(), 1u);
+
+  // Another exception is not its own.
+  EXCEPTION_RECORD other = {};
+  other.ExceptionCode = 0xE0000001;
+  EXCEPTION_POINTERS pointers = {&other, nullptr};
+  EXPECT_EQ(std::get<1>(add.Calls()[0])(&pointers), EXCEPTION_CONTINUE_SEARCH);
 }
 
 TEST(ThreadName, NothingIsRaisedWithoutAHandler) {
   const AddSpy add("kernel32.dll", "AddVectoredExceptionHandler", [](auto...) { return nullptr; });
-  const CImportSpy<&RaiseException> raise("kernel32.dll", "RaiseException", [](auto...) {});
+  const RaiseSpy raise("kernel32.dll", "RaiseException", [](auto...) {});
   NameCurrentThread("CProgressDialog");
   EXPECT_TRUE(raise.Calls().empty());
 }
