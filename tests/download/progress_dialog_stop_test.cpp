@@ -138,47 +138,36 @@ TEST_F(ProgressDialogStop, FileIsDeletedWhereverItsCreationMeetsCancelOrTheDialo
   }
 }
 
-/// The worker is held inside one system call, as by a dead disk. From then on the disk holds
-/// whoever looks for the file.
+/// The worker is held inside its write, as by a dead disk. From then on the disk holds whoever
+/// looks for the file.
 TEST_F(ProgressDialogStop, DiskThatNeverAnswersIsLeftToTheWorker) {
   const CLaunchRecorder shell;
-  for (const bool inTheWrite : {false, true}) {
-    // The second finishes the download, and its worker is to be joined.
-    for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
-      const CTestEvent reached;
-      const CTestEvent answer;
-      const auto hold = [&](bool isReached) {
-        if (isReached) {
-          reached.Set();
-          answer.Wait();
-        }
-      };
-      const CImportSpy<&CreateFileW> create(
-          "kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... others) {
-            hold(!inTheWrite && path == TempPath() && access == GENERIC_WRITE);
-            return create.CallOriginal(path, access, others...);
-          });
-      const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
-        hold(inTheWrite);
-        return write.CallOriginal(arguments...);
-      });
-      const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW",
-                                                [&](LPCWSTR path) {
-                                                  hold(path == TempPath() && reached.IsSet());
-                                                  return exists.CallOriginal(path);
-                                                });
-      {
-        const auto dialog = Make(m_url);
-        const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-          reached.Wait();
-          PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
-        });
-        EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
+  // The second finishes the download, and its worker is to be joined.
+  for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
+    const CTestEvent reached;
+    const CTestEvent answer;
+    const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
+      reached.Set();
+      answer.Wait();
+      return write.CallOriginal(arguments...);
+    });
+    const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", [&](LPCWSTR path) {
+      if (path == TempPath()) {
+        answer.Wait();
       }
-      answer.Set();
-      AwaitWorkers();
-      EXPECT_TRUE(m_sandbox.Files().empty());
+      return exists.CallOriginal(path);
+    });
+    {
+      const auto dialog = Make(m_url);
+      const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+        reached.Wait();
+        PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+      });
+      EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
     }
+    answer.Set();
+    AwaitWorkers();
+    EXPECT_TRUE(m_sandbox.Files().empty());
   }
   EXPECT_TRUE(Messages().empty());
 }

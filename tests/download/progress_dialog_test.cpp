@@ -186,7 +186,7 @@ TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
     EXPECT_EQ(TextOf(window), L"Download Complete");
     EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Download Complete");
     EXPECT_EQ(ChildText(window, IDCANCEL), L"Close");
-    EXPECT_EQ(BarPosition(window), 100);
+    EXPECT_EQ(SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0), 100);
     for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, id)));
       EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id)));
