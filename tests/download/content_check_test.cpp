@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -56,6 +57,7 @@ TEST(ContentCheck, PrefixIsComparedInAllItsBytes) {
     const Bytes data(text.begin(), text.end());
     const int result = MatchPrefix(data.data(), static_cast<std::int32_t>(data.size()), prefix);
     EXPECT_EQ(result == 0, matches) << text;
+    EXPECT_TRUE(text.size() >= std::string_view(prefix).size() || result == -1) << text;
   }
   EXPECT_EQ(MatchPrefix(nullptr, -1, "a"), -1);
 }

@@ -179,23 +179,24 @@ TEST(QuestionBox, FirstButtonHasTheFocusAlsoAfterABoxWhoseOwnerWasDestroyed) {
     });
     EXPECT_EQ(result, 0);
   }
-  // By itself the focus would go to the check box.
-  CQuestion question{.labels = {L"A", L"B", L"C", L"D"}, .checkLabel = L"Check"};
-  for (const auto& [first, label] : {std::pair(6, 0), {7, 1}, {2, 2}, {3, 3}}) {
+  // By itself the focus would go to the check box. The buttons that a box lacks are not the last
+  // one's.
+  CQuestion question{.labels = {L"", L"", L"", L""}, .checkLabel = L"Check"};
+  for (const auto& [first, label] : {std::pair(3, 3), {2, 2}, {7, 1}, {6, 0}}) {
+    question.labels[label] = L"A";
     ShowTo(question, [id = first](HWND box) { EXPECT_EQ(GetDlgCtrlID(FocusIn(box)), id); });
-    question.labels[label].Empty();
   }
 }
 
 TEST(QuestionBox, OutOfMemoryWhileBuildingIsThrownOutOfTheBox) {
-  const CQuestion question;
+  const CQuestion question{.labels = {L"A", L"", L"", L""}};
   HRESULT thrown = S_OK;
   try {
     AtlThrow(S_FALSE);  // What a thread keeps for exceptions is allocated with its first one.
   } catch (const CAtlException&) {
   }
   try {
-    // Memory runs out when the box begins to measure its buttons.
+    // Memory runs out when the box begins to measure its only button.
     std::optional<CFailingMalloc> failing;
     const CImportSpy<&SystemParametersInfoW> measure("user32.dll", "SystemParametersInfoW",
                                                      [&](auto...) {
