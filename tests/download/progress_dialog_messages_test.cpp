@@ -61,7 +61,8 @@ class ProgressDialogMessages : public SteppedDownloadTest {
 };
 
 TEST_F(ProgressDialogMessages, OpeningIsHandledSoThatTheSystemSetsTheFocus) {
-  const CImportSpy<&_beginthreadex> start("msvcrt.dll", "_beginthreadex", [](auto...) { return 0; });
+  const CImportSpy<&_beginthreadex> start("msvcrt.dll", "_beginthreadex",
+                                          [](auto...) { return 0; });
   EXPECT_EQ(Send(WM_INITDIALOG, 0, *m_dialog), std::pair(true, LRESULT{TRUE}));
   EXPECT_EQ(Messages().size(), 1u);
 }
@@ -90,26 +91,39 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack
   }
 }
 
+int g_looks;  // at the clock
+const CInterruption* g_worker;
+
 TEST_F(ProgressDialogMessages, ResultIsDeliveredOnlyIfTheFileWasWhenAWriteTakesLong) {
-  for (const size_t atLook : {2U, 3U, 4U, 5U}) {
+  // The wait is over at the second look. From there on the worker may put the file back.
+  const CImportPatch clock(
+      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+        if (++g_looks == 2) {
+          g_worker->Arm();
+        }
+        return g_looks * 1000ULL;
+      });
+  constexpr int kBehindTheLastLook = 200;
+  for (int instructions = 1; instructions < kBehindTheLastLook; ++instructions) {
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
-    HANDLE taken = BeginWrite(peer);
-    const CImportSpy<&GetTickCount64> clock("kernel32.dll", "GetTickCount64", [&] {
-      if (clock.Calls().size() == atLook) {
-        peer.EndWrite(std::exchange(taken, INVALID_HANDLE_VALUE));
-      }
-      return clock.Calls().size() * 1000ULL;
-    });
+    const HANDLE taken = BeginWrite(peer);
+    const CInterruption worker(instructions, [&] { peer.EndWrite(taken); });
+    g_worker = &worker;
+    g_looks = 0;
     Send(WM_USER, kDownloadDelivered, *dialog);
+    EXPECT_TRUE(worker.WasReached()) << instructions;
     const bool isDelivered = m_sandbox.Files() == Files{L"Lesson.qdk"};
-    EXPECT_EQ(isDelivered, atLook == 2) << atLook << ": the disk is waited for once";
-    EXPECT_EQ(Results().back(), isDelivered ? 1 : 3) << atLook;
-    const CHandle left(taken != INVALID_HANDLE_VALUE ? taken : nullptr);
+    ASSERT_EQ(Results().back(), isDelivered ? 1 : 3) << instructions;
+    EXPECT_TRUE(isDelivered || g_looks == 2) << "the disk is waited for once";
+    peer.CloseFile();
     DeleteFileW(DestPath().c_str());
+    DeleteFileW(TempPath().c_str());
     dialog->m_hWnd = nullptr;
   }
+  EXPECT_EQ(Results().front(), 1) << "put back before the last look";
+  EXPECT_EQ(Results().back(), 3) << "put back behind it";
 }
 
 TEST_F(ProgressDialogMessages, SecondResultChangesNothing) {
