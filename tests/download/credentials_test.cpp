@@ -6,8 +6,6 @@
 
 #include <wininet.h>
 
-#include <string>
-
 #include "tests/download/download_test.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 static_assert(sizeof(CFilePath) == sizeof(CStringW));

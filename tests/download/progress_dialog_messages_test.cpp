@@ -8,7 +8,6 @@
 #include <wininet.h>
 
 #include <set>
-#include <tuple>
 #include <utility>
 #include <vector>
 
