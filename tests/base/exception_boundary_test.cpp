@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(CallGuarded, EveryExceptionBecomesAFailure) {
+TEST(ExceptionBoundary, EveryExceptionBecomesAFailure) {
   int calls = 0;
   EXPECT_EQ(CallGuarded([&] { ++calls; }), S_OK);
   EXPECT_EQ(calls, 1);

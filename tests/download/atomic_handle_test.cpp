@@ -25,12 +25,11 @@ class AtomicHandle : public testing::Test {
   AtomicHandle() { g_closes = 0; }
 };
 
-TEST_F(AtomicHandle, ClosesWhatItHoldsOnceAndKeepsTheLastError) {
+TEST_F(AtomicHandle, HeldHandleIsClosedOnceAndTheLastErrorStays) {
   SetLastError(ERROR_DISK_FULL);
   {
     CNumber handle;
     EXPECT_FALSE(handle.IsOpen());
-    EXPECT_EQ(handle.Get(), -1);
     handle.Put(0);
     EXPECT_TRUE(handle.IsOpen());
     handle.Close();
@@ -43,7 +42,7 @@ TEST_F(AtomicHandle, ClosesWhatItHoldsOnceAndKeepsTheLastError) {
     EXPECT_EQ(handle.Get(), 2);
   }
   EXPECT_EQ(g_closes, 3);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
 }
 
 TEST_F(AtomicHandle, TakenHandleIsNotClosed) {
@@ -59,32 +58,29 @@ TEST_F(AtomicHandle, TakenHandleIsNotClosed) {
 TEST_F(AtomicHandle, ConcurrentClosersCloseOnce) {
   constexpr int kRounds = 2000;
   CNumber handle;
-  std::atomic<int> turn{0};
   std::atomic<int> arrived{0};
-  const auto closer = [&] {
-    for (int round = 1; round <= kRounds; ++round) {
-      while (turn < round) {
-        SwitchToThread();
-      }
-      handle.Close();
-      ++arrived;
+  const auto meet = [&](int count) {
+    for (++arrived; arrived < count;) {
+      SwitchToThread();
     }
   };
-  {
-    const CParallel first(closer);
-    const CParallel second(closer);
-    for (int round = 1; round <= kRounds; ++round) {
-      handle.Put(round);
-      turn = round;
-      while (arrived < 2 * round) {
-        SwitchToThread();
+  const auto close = [&](bool opens) {
+    for (int meetings = 0; meetings < 4 * kRounds; meetings += 4) {
+      if (opens) {
+        handle.Put(meetings);
       }
+      meet(meetings + 2);
+      handle.Close();
+      meet(meetings + 4);
     }
-  }
+  };
+  CParallel other([&] { close(false); });
+  close(true);
+  other.Join();
   EXPECT_EQ(g_closes, kRounds);
 }
 
-TEST(AtomicFile, EmptyIsTheInvalidHandleValue) {
+TEST_F(AtomicHandle, EmptyValuesAreTheSystems) {
   EXPECT_EQ(CAtomicFile().Get(), INVALID_HANDLE_VALUE);
   EXPECT_EQ(CAtomicInternetHandle().Get(), nullptr);
 }

@@ -10,8 +10,7 @@
 
 namespace {
 
-/// How a worker fares that is stopped at some instruction of its way into a
-/// call and out again.
+/// What becomes of a worker that is stopped at some instruction of its way into a call and out.
 struct CFate {
   bool mayBeWaitedFor = false;
   bool called = false;
@@ -48,10 +47,11 @@ TEST(BlockingCallGate, WorkerThatMayBeWaitedForMakesNoCallWhereverItIsStopped) {
     isReached = interruption.WasReached();
     if (isReached) {
       EXPECT_FALSE(running);
-      EXPECT_NE(gate.IsLeftBehind(), fate.mayBeWaitedFor) << instructions;
       EXPECT_FALSE(fate.mayBeWaitedFor && (fate.wasInCall || fate.calledBehindStop))
           << instructions;
       EXPECT_FALSE(CBlockingCallGate::CCall(gate)) << "none later";
+      EXPECT_NE(gate.IsLeftBehind(), fate.mayBeWaitedFor) << instructions;
+      EXPECT_EQ(gate.Stop(), fate.mayBeWaitedFor) << instructions;
       fates.insert(fate);
     }
   }
@@ -60,21 +60,6 @@ TEST(BlockingCallGate, WorkerThatMayBeWaitedForMakesNoCallWhereverItIsStopped) {
   EXPECT_TRUE(fates.contains({false, true, false, true})) << "between looking and calling";
   EXPECT_TRUE(fates.contains({false, true, true, false})) << "in the call";
   EXPECT_TRUE(fates.contains({true, true, false, false})) << "behind it";
-}
-
-TEST(BlockingCallGate, WorkerThatWasLeftBehindStaysSo) {
-  std::atomic<bool> running{true};
-  CBlockingCallGate gate(running);
-  {
-    const CBlockingCallGate::CCall call(gate);
-    EXPECT_TRUE(call);
-    EXPECT_FALSE(gate.IsLeftBehind());
-    EXPECT_FALSE(gate.Stop());
-  }
-  EXPECT_TRUE(gate.IsLeftBehind());
-  EXPECT_FALSE(gate.Stop());
-  EXPECT_FALSE(CBlockingCallGate::CCall(gate));
-  EXPECT_TRUE(gate.IsLeftBehind());
 }
 
 }  // namespace

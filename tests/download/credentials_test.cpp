@@ -6,8 +6,6 @@
 
 #include <wininet.h>
 
-#include <string>
-
 #include "tests/download/download_test.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
@@ -19,35 +17,19 @@ namespace {
 
 class Credentials : public DownloadTest {
  protected:
-  /// Credentials are kept for the whole process and the server's name: each
-  /// test has its own.
-  Credentials() : m_password(L"pass " + std::to_wstring(++s_passwords)) {}
-
-  PathScript ProtectedLesson() const {
-    PathScript script = Lesson(1000);
-    script.Credentials("ann", std::string(m_password.begin(), m_password.end()), "Lessons");
-    return script;
-  }
-
-  /// Answers the system's dialog by a password, or cancels it if that is empty.
-  /// Its owner has the title `owner`.
-  static void Answer(const std::wstring& password, const std::wstring& owner = kDownloadTitle) {
+  /// Answers the system's dialog by a password.
+  static void Answer(const wchar_t* password) {
     constexpr int kUserEdit = 1027;
     constexpr int kPasswordEdit = 1028;
     const HWND prompt = WaitForDialog(L"Authentication Required");
-    EXPECT_EQ(TextOf(GetWindow(prompt, GW_OWNER)), owner);
+    EXPECT_EQ(TextOf(GetWindow(prompt, GW_OWNER)), kDownloadTitle);
     SendDlgItemMessageW(prompt, kUserEdit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"ann"));
-    SendDlgItemMessageW(prompt, kPasswordEdit, WM_SETTEXT, 0,
-                        reinterpret_cast<LPARAM>(password.c_str()));
-    PostMessageW(prompt, WM_COMMAND, password.empty() ? IDCANCEL : IDOK, 0);
+    SendDlgItemMessageW(prompt, kPasswordEdit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(password));
+    PostMessageW(prompt, WM_COMMAND, IDOK, 0);
     WaitUntilGone(prompt);
   }
 
-  const std::wstring m_password;
-
  private:
-  static inline int s_passwords = 0;
-
   // These make this system's WinINet do what Windows' does: a success leaves no
   // last error, and credentials that the user gave are kept for the server, not
   // for the one request only.
@@ -71,11 +53,13 @@ class Credentials : public DownloadTest {
 
 TEST_F(Credentials, PromptIsOwnedByTheDialogAndComesAgainUntilTheyAreRight) {
   const CForeignForeground foreground;
-  const ScriptedPath path(m_server, ProtectedLesson());
+  PathScript script = Lesson(1000);
+  script.Credentials("ann", "right", "Lessons");
+  const ScriptedPath path(m_server, script);
   const auto dialog = Make(path.Url(L"a.qdk"));
   const CParallel user([&] {
     Answer(L"wrong");
-    Answer(m_password);
+    Answer(L"right");
   });
   EXPECT_EQ(dialog->DoModal(nullptr), 1);
   EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
@@ -85,19 +69,6 @@ TEST_F(Credentials, PromptIsOwnedByTheDialogAndComesAgainUntilTheyAreRight) {
   for (const RequestRecord& request : requests) {
     EXPECT_EQ(request.path, path.Folder() + "a.qdk");
   }
-}
-
-TEST_F(Credentials, PreCheckAsksOverTheForegroundWindow) {
-  const HWND browser = CreateWindowExW(0, L"static", L"Browser", WS_POPUP | WS_VISIBLE, 0, 0, 300,
-                                       300, nullptr, nullptr, nullptr, nullptr);
-  SetForegroundWindow(browser);
-  const ScriptedPath path(m_server, ProtectedLesson());
-  for (const std::wstring& password : {std::wstring(), m_password}) {
-    const CParallel user([&] { Answer(password, L"Browser"); });
-    EXPECT_EQ(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"), password == m_password);
-    EXPECT_EQ(FindDialog(L"MERLO Folivo"), nullptr);
-  }
-  DestroyWindow(browser);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "tests/download/download_test.h"
 
-#include <commctrl.h>
-
 #include <vector>
 
 #include "tests/support/dialogs.h"
@@ -34,10 +32,6 @@ std::wstring CannotCreate(const std::wstring& path) {
 
 std::wstring CannotWrite(const std::wstring& path) {
   return L"Unable to write to the destination file " + path + L".";
-}
-
-LRESULT BarPosition(HWND window) {
-  return SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0);
 }
 
 std::vector<WPARAM> TakePostedResults() {

@@ -24,9 +24,6 @@ std::wstring CannotWrite(const std::wstring& path);
 
 using Files = std::vector<std::wstring>;
 
-/// Where the dialog's progress bar stands.
-LRESULT BarPosition(HWND window);
-
 /// The results that were posted to this thread, as by a dialog without a
 /// window.
 std::vector<WPARAM> TakePostedResults();

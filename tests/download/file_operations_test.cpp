@@ -42,36 +42,31 @@ TEST_F(FileOperations, ExistenceOfFilesFoldersAndNothing) {
 }
 
 TEST_F(FileOperations, FolderTreeReturnsWhetherItsLastFolderIsThere) {
-  const CFilePath folder = In(L"a\\b\\c");
-  EXPECT_TRUE(CreateFolderTree(folder));
-  EXPECT_TRUE(IsFolder(folder));
-  EXPECT_TRUE(CreateFolderTree(folder)) << "it exists";
+  EXPECT_TRUE(CreateFolderTree(In(L"a\\b\\c")));
+  EXPECT_TRUE(IsFolder(In(L"a\\b\\c")));
   EXPECT_TRUE(CreateFolderTree(Write(L"file", "x"))) << "any existing path will do";
   EXPECT_FALSE(CreateFolderTree(In(L"file\\below")));
   EXPECT_FALSE(CreateFolderTree(CFilePath(L"Q:\\missing\\drive")));
   EXPECT_FALSE(CreateFolderTree(CFilePath()));
 }
 
-TEST_F(FileOperations, DeletesReadOnlyFilesToo) {
-  const CFilePath file = Write(L"f.txt", "x");
-  SetFileAttributesW(file, FILE_ATTRIBUTE_READONLY);
-  EXPECT_TRUE(DeleteFileForced(file));
-  EXPECT_FALSE(PathExists(file));
-  EXPECT_TRUE(DeleteFileForced(file)) << "absent already";
-  EXPECT_TRUE(DeleteFileForced(CFilePath()));
-}
-
-TEST_F(FileOperations, DeletingFailsForAFolderAFileInUseAndWithoutAttributes) {
+TEST_F(FileOperations, DeletionFailsForAFolderAFileInUseAndWithoutAttributes) {
   EXPECT_FALSE(DeleteFileForced(m_folder));
   const CFilePath file = Write(L"f.txt", "x");
   {
     const CHandle held = Hold(file);
     EXPECT_FALSE(DeleteFileForced(file));
   }
-  const CImportSpy<&SetFileAttributesW> attributes("kernel32.dll", "SetFileAttributesW",
-                                                   [](auto...) { return FALSE; });
-  EXPECT_FALSE(DeleteFileForced(file));
+  {
+    const CImportSpy<&SetFileAttributesW> attributes("kernel32.dll", "SetFileAttributesW",
+                                                     [](auto...) { return FALSE; });
+    EXPECT_FALSE(DeleteFileForced(file));
+  }
   EXPECT_TRUE(PathExists(file));
+  SetFileAttributesW(file, FILE_ATTRIBUTE_READONLY);
+  EXPECT_TRUE(DeleteFileForced(file));
+  EXPECT_FALSE(PathExists(file));
+  EXPECT_TRUE(DeleteFileForced(file)) << "absent already";
 }
 
 TEST_F(FileOperations, CopyOverwritesUnlessToldNotTo) {
@@ -89,17 +84,12 @@ TEST_F(FileOperations, CopyOverwritesUnlessToldNotTo) {
 
 TEST_F(FileOperations, StreamsAreNotInherited) {
   const CFilePath file = Write(L"f.txt", "content");
-  const auto isInherited = [](FILE* stream) {
-    DWORD flags = 0;
-    EXPECT_TRUE(
-        GetHandleInformation(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))), &flags));
-    return (flags & HANDLE_FLAG_INHERIT) != 0;
-  };
   const CFileStream stream = OpenFileNoInherit(file, L"rb");
   ASSERT_NE(stream, nullptr);
-  EXPECT_FALSE(isInherited(stream.get()));
-  const CFileStream plain(_wfopen(file, L"rb"));
-  EXPECT_TRUE(isInherited(plain.get())) << "so that there is a difference";
+  DWORD flags = HANDLE_FLAG_INHERIT;
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream.get())));
+  EXPECT_TRUE(GetHandleInformation(handle, &flags));
+  EXPECT_EQ(flags & HANDLE_FLAG_INHERIT, 0u);
   char bytes[16] = {};
   EXPECT_EQ(fread(bytes, 1, sizeof(bytes), stream.get()), 7u);
   EXPECT_STREQ(bytes, "content");
@@ -114,9 +104,9 @@ TEST_F(FileOperations, SizeIsInBytesOrMinusOne) {
     EXPECT_EQ(GetFileSize32(file), -1);
   }
   EXPECT_EQ(GetFileSize32(Write(L"empty", "")), 0);
-  EXPECT_EQ(GetFileSize32(In(L"missing")), -1);
-  EXPECT_EQ(GetFileSize32(CFilePath()), -1);
-  EXPECT_EQ(GetFileSize32(m_folder), -1);
+  for (const CFilePath& none : {In(L"missing"), CFilePath(), m_folder}) {
+    EXPECT_EQ(GetFileSize32(none), -1);
+  }
   const CImportSpy<&SetHandleInformation> hide("kernel32.dll", "SetHandleInformation");
   for (int i = 0; i < 1000; ++i) {  // the C library has room for 2048 streams, 512 by default
     ASSERT_EQ(GetFileSize32(file), 1234);

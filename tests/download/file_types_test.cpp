@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cwctype>
 #include <string>
 #include <tuple>
@@ -14,28 +13,43 @@ using std::wstring;
 using enum FileKind;
 using enum SaveFilter;
 using enum LinkRule;
+using Heads = std::vector<std::string>;
 
-// The heads are in content_check_test.cpp.
 TEST(FileTypes, TableHasExactlyTheseRows) {
-  using Row = std::tuple<wstring, FileKind, int, SaveFilter, LinkRule, std::size_t>;
+  const std::string zlib = "\x78\x9C";
+  const std::string yes = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
+  const std::string no = R"(<?xml version="1.0" encoding="UTF-8" standalone="no"?>)";
+  const Heads zip = {"PK\x03\x04"};
+  using Row = std::tuple<wstring, FileKind, int, SaveFilter, LinkRule, Heads>;
   std::vector<Row> rows;
   for (const CFileType& type : GetFileTypes()) {
     rows.emplace_back(type.extension, type.kind, type.filterPlace, type.filter, type.links,
-                      type.heads.size());
+                      Heads(type.heads.begin(), type.heads.end()));
   }
-  EXPECT_EQ(rows, (std::vector<Row>{
-                      {L".qdk", kLesson, 2, kOfItsKind, kIntercepted, 4},
-                      {L".qdc", kGallery, 3, kOfItsKind, kIntercepted, 4},
-                      {L".qdt", kGallery, 4, kNone, kIntercepted, 0},
-                      {L".fvk", kLesson, 3, kOfItsKind, kIntercepted, 1},
-                      {L".folivo", kLesson, 1, kOfItsKind, kIntercepted, 1},
-                      {L".gallery", kGallery, 1, kOfItsKind, kIntercepted, 1},
-                      {L".galleryitem", kGallery, 2, kOfItsKind, kIntercepted, 1},
-                      {L".qdi", kGallery, 5, kOfItsKind, kLeftToBrowser, 0},
-                  }));
+  const std::vector<Row> expected = {
+      {L".qdk",
+       kLesson,
+       2,
+       kOfItsKind,
+       kIntercepted,
+       {zlib, yes + "<qdk ", no + "\r\n<qdk ", no + "\n<qdk "}},
+      {L".qdc",
+       kGallery,
+       3,
+       kOfItsKind,
+       kIntercepted,
+       {zlib, yes + "<col>", no + "\r\n<col>", no + "\n<col>"}},
+      {L".qdt", kGallery, 4, kNone, kIntercepted, {}},
+      {L".fvk", kLesson, 3, kOfItsKind, kIntercepted, {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"}},
+      {L".folivo", kLesson, 1, kOfItsKind, kIntercepted, zip},
+      {L".gallery", kGallery, 1, kOfItsKind, kIntercepted, zip},
+      {L".galleryitem", kGallery, 2, kOfItsKind, kIntercepted, zip},
+      {L".qdi", kGallery, 5, kOfItsKind, kLeftToBrowser, {}},
+  };
+  EXPECT_EQ(rows, expected);
 }
 
-TEST(FindFileType, ExtensionInAnyCaseGivesItsRow) {
+TEST(FileTypes, ExtensionInAnyCaseGivesItsRow) {
   for (const CFileType& type : GetFileTypes()) {
     wstring extension(type.extension);
     EXPECT_EQ(FindFileType(extension), &type) << extension;
@@ -46,7 +60,7 @@ TEST(FindFileType, ExtensionInAnyCaseGivesItsRow) {
   }
 }
 
-TEST(FindFileType, AnythingElseGivesNull) {
+TEST(FileTypes, AnythingElseGivesNull) {
   for (const wchar_t* extension :
        {L"", L".", L"folivo", L"qdk", L".folivo ", L".folivo#part", L".b/file", L".html", L".zip",
         L".qdkx", L".qd", L".galleryitems"}) {

@@ -12,22 +12,27 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/download/download_test.h"
 #include "tests/download/failing_read.h"
+#include "tests/download/stepped_download_test.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
 #include "tests/support/launch_recorder.h"
-#include "tests/support/message_recorder.h"
-#include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
 
 namespace {
 
-class CancelledDownload : public DownloadTest {};
+class ProgressDialogStop : public SteppedDownloadTest {
+ protected:
+  static void ExpectClosed(const CProgressDialogPeer& peer) {
+    EXPECT_FALSE(peer.IsRunning());
+    EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(peer.Request(), nullptr);
+    EXPECT_EQ(peer.Session(), nullptr);
+  }
+};
 
-TEST_F(CancelledDownload, ServerThatNeverAnswersHoldsNobodyUp) {
-  CMessageRecorder messages;
+TEST_F(ProgressDialogStop, ServerThatNeverAnswersHoldsNobodyUp) {
   const std::string point(http_point::kBeforeHeaders);
   const ScriptedPath path(m_server, Lesson(1000).Hold(point));
   std::weak_ptr<CProgressDialog> watched;
@@ -40,11 +45,8 @@ TEST_F(CancelledDownload, ServerThatNeverAnswersHoldsNobodyUp) {
       WaitUntilGone(window, 10000);
     });
     EXPECT_EQ(result, 2);
-    const CProgressDialogPeer peer{*dialog};
-    EXPECT_FALSE(peer.HasThread());
-    EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(peer.Request(), nullptr);
-    EXPECT_EQ(peer.Session(), nullptr);
+    EXPECT_FALSE(CProgressDialogPeer{*dialog}.HasThread());
+    ExpectClosed({*dialog});
   }
   EXPECT_FALSE(watched.expired()) << "the worker still uses it";
   EXPECT_EQ(LocksTaken(), 1);
@@ -53,23 +55,17 @@ TEST_F(CancelledDownload, ServerThatNeverAnswersHoldsNobodyUp) {
   path.AllowAll();
   AwaitWorkers();
   EXPECT_TRUE(watched.expired());
-  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
   EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
-  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_TRUE(Messages().empty());
   EXPECT_TRUE(TakePostedResults().empty());
 }
 
-class StoppedDownload : public DownloadTest {};
-
-TEST_F(StoppedDownload, ClosesFileThenRequestThenSessionOnce) {
-  const ScriptedPath path(m_server, Lesson(1000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(dialog->PeekContent(L".qdk"));
-  CProgressDialogPeer peer{*dialog};
-  const std::vector<std::tuple<HINTERNET>> expected = {{peer.Request()}, {peer.Session()}};
-  const HANDLE openFile = peer.File();
+TEST_F(ProgressDialogStop, FileThenRequestThenSessionAreClosedOnce) {
+  ASSERT_TRUE(m_dialog->PeekContent(L".qdk"));
+  const std::vector<std::tuple<HINTERNET>> expected = {{m_peer.Request()}, {m_peer.Session()}};
+  const HANDLE openFile = m_peer.File();
   const CImportSpy<&CloseHandle> file("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
-    EXPECT_FALSE(peer.IsRunning()) << "stopped before anything is closed";
+    EXPECT_FALSE(m_peer.IsRunning()) << "stopped before anything is closed";
     return file.CallOriginal(handle);
   });
   const CImportSpy<&InternetCloseHandle> internet(
@@ -78,98 +74,105 @@ TEST_F(StoppedDownload, ClosesFileThenRequestThenSessionOnce) {
         return internet.CallOriginal(handle);
       });
   for (int i = 0; i < 2; ++i) {
-    peer.StopDownload();
-    EXPECT_FALSE(peer.IsRunning());
-    EXPECT_EQ(peer.File(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(peer.Request(), nullptr);
-    EXPECT_EQ(peer.Session(), nullptr);
+    m_peer.StopDownload();
+    ExpectClosed(m_peer);
   }
   EXPECT_EQ(internet.Calls(), expected);
 }
 
-TEST_F(StoppedDownload, FileThatWasJustCreatedIsDeletedWhereverTheDialogIsAbandoned) {
-  const CInterruption* interruption = nullptr;
-  const CImportSpy<&CreateFileW> create("kernel32.dll", "CreateFileW", [&](auto... arguments) {
-    const HANDLE file = create.CallOriginal(arguments...);
-    interruption->Arm();
-    return file;
-  });
+decltype(&CreateFileW) g_createFile;
+const CInterruption* g_dialogThread;
+bool g_isBeforeCreation;
+
+TEST_F(ProgressDialogStop, FileIsDeletedWhereverItsCreationMeetsCancelOrTheDialogsEnd) {
+  // Not by spies, which allocate: the dialog's thread may interrupt an allocation.
+  const CImportPatch create(
+      "kernel32.dll", "CreateFileW",
+      +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
+          DWORD attributes, HANDLE model) -> HANDLE {
+        if (g_isBeforeCreation) {
+          g_dialogThread->WasReached();  // ends the count
+        }
+        const HANDLE file =
+            g_createFile(path, access, share, security, creation, attributes, model);
+        if (!g_isBeforeCreation) {
+          g_dialogThread->Arm();
+        }
+        return file;
+      });
+  g_createFile = create.Original<decltype(CreateFileW)>();
   // The dialog's wait for the file, on this same thread, is over at once.
   const CImportPatch clock(
       "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
         static ULONGLONG now = 0;
         return now += 1000;
       });
-  bool isReached = true;
-  int instructions = 1;
-  for (; isReached && !HasFatalFailure(); ++instructions) {
-    const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
-    CProgressDialogPeer peer{*dialog};
-    const CInterruption dialogThread(instructions, [&] { peer.Abandon(); });
-    interruption = &dialogThread;
-    peer.CreateTempFile();
-    isReached = dialogThread.WasReached();
-    peer.SetRunning(false);
-    peer.RunWorker();  // its end
-    ASSERT_EQ(m_sandbox.Files().empty(), isReached) << instructions;
-  }
-  EXPECT_GT(instructions, 10);
-}
-
-/// The worker is held inside one system call, as by a dead disk. From then on
-/// the disk holds whoever looks for the file, or deletes it.
-TEST_F(StoppedDownload, DiskThatNeverAnswersIsLeftToTheWorker) {
-  CMessageRecorder messages;
-  const CLaunchRecorder shell;
-  for (const bool inTheWrite : {false, true}) {
-    // The second finishes the download, and its worker is to be joined.
-    for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
-      const CTestEvent reached;
-      const CTestEvent answer;
-      const auto hold = [&](bool isReached) {
-        if (isReached) {
-          reached.Set();
-          answer.Wait();
+  for (const bool isBeforeCreation : {true, false}) {
+    g_isBeforeCreation = isBeforeCreation;
+    bool isReached = true;
+    int instructions = 1;
+    for (; isReached && !HasFatalFailure(); ++instructions) {
+      const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+      CProgressDialogPeer peer{*dialog};
+      const CInterruption dialogThread(instructions, [&] {
+        if (isBeforeCreation) {
+          LRESULT result = 0;
+          dialog->ProcessWindowMessage(nullptr, WM_COMMAND, IDCANCEL, 0, result);
+        } else {
+          peer.Abandon();
         }
-      };
-      const auto holdLater = [&](LPCWSTR path) { hold(path == TempPath() && reached.IsSet()); };
-      const CImportSpy<&CreateFileW> create(
-          "kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... others) {
-            hold(!inTheWrite && path == TempPath() && access == GENERIC_WRITE);
-            return create.CallOriginal(path, access, others...);
-          });
-      const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
-        hold(inTheWrite);
-        return write.CallOriginal(arguments...);
       });
-      const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW",
-                                                [&](LPCWSTR path) {
-                                                  holdLater(path);
-                                                  return exists.CallOriginal(path);
-                                                });
-      const CImportSpy<&DeleteFileW> remove("kernel32.dll", "DeleteFileW", [&](LPCWSTR path) {
-        holdLater(path);
-        return remove.CallOriginal(path);
-      });
-      const ScriptedPath path(m_server, Lesson(1000));
-      {
-        const auto dialog = Make(path.Url(L"a.qdk"));
-        const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-          reached.Wait();
-          PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
-        });
-        EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
+      g_dialogThread = &dialogThread;
+      if (isBeforeCreation) {
+        dialogThread.Arm();
       }
-      answer.Set();
-      AwaitWorkers();
-      EXPECT_TRUE(m_sandbox.Files().empty());
+      peer.CreateTempFile();
+      isReached = dialogThread.WasReached();
+      if (isBeforeCreation || !isReached) {
+        peer.Abandon();
+      }
+      peer.RunWorker();  // its end
+      ASSERT_EQ(m_sandbox.Files(), Files()) << isBeforeCreation << " " << instructions;
     }
+    EXPECT_GT(instructions, 10);
   }
-  EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneReportsNothing) {
-  CMessageRecorder messages;
+/// The worker is held inside its write, as by a dead disk. From then on the disk holds whoever
+/// looks for the file.
+TEST_F(ProgressDialogStop, DiskThatNeverAnswersIsLeftToTheWorker) {
+  const CLaunchRecorder shell;
+  // The second finishes the download, and its worker is to be joined.
+  for (const WORD command : {IDCANCEL, IDC_OPEN_FILE}) {
+    const CTestEvent reached;
+    const CTestEvent answer;
+    const CImportSpy<&WriteFile> write("kernel32.dll", "WriteFile", [&](auto... arguments) {
+      reached.Set();
+      answer.Wait();
+      return write.CallOriginal(arguments...);
+    });
+    const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", [&](LPCWSTR path) {
+      if (path == TempPath()) {
+        answer.Wait();
+      }
+      return exists.CallOriginal(path);
+    });
+    {
+      const auto dialog = Make(m_url);
+      const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
+        reached.Wait();
+        PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+      });
+      EXPECT_EQ(result, command == IDCANCEL ? 2 : 3) << "nothing was delivered";
+    }
+    answer.Set();
+    AwaitWorkers();
+    EXPECT_TRUE(m_sandbox.Files().empty());
+  }
+  EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(ProgressDialogStop, WorkerWhoseDialogHasGoneReportsNothing) {
   const CFailingRead read;
   const ScriptedPath path(m_server, Lesson(1000000));
   const auto dialog = Make(path.Url(L"a.qdk"), GetDesktopWindow());
@@ -179,7 +182,7 @@ TEST_F(StoppedDownload, WorkerWhoseDialogHasGoneReportsNothing) {
   });
   EXPECT_EQ(result, 1);
   read.FailAndWaitForTheWorker();
-  EXPECT_TRUE(messages.Take().empty());
+  EXPECT_TRUE(Messages().empty());
 }
 
 }  // namespace

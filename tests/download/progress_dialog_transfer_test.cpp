@@ -1,4 +1,4 @@
-// The steps of a transfer, driven one by one without a window.
+// The steps of a transfer.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,38 +11,37 @@
 #include <utility>
 #include <vector>
 
-#include "tests/download/transfer_step.h"
+#include "tests/download/stepped_download_test.h"
 #include "tests/support/import_spy.h"
-#include "tests/support/scripted_path.h"
 
 namespace {
-
-constexpr DWORD kPeekSize = 800;
 
 using testing::_;
 using testing::Each;
 using testing::ElementsAre;
 using testing::FieldsAre;
 using testing::StrEq;
+using Texts = std::vector<std::wstring>;
+using QuerySpy = CImportSpy<&HttpQueryInfoW>;
+using ReadSpy = CImportSpy<&InternetReadFile>;
 
-TEST_F(TransferStep, FirstOneOpensSessionRequestAndFile) {
+class ProgressDialogTransfer : public SteppedDownloadTest {};
+
+TEST_F(ProgressDialogTransfer, FirstStepOpensSessionRequestAndFile) {
   m_sandbox.Write(L"temporary.qdk", "something old");
-  const ScriptedPath path(m_server, Lesson(1000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
   const CImportSpy<&InternetOpenW> session("wininet.dll", "InternetOpenW");
   const CImportSpy<&InternetSetOptionW> option(
       "wininet.dll", "InternetSetOptionW", [&](HINTERNET handle, DWORD, LPVOID value, DWORD) {
-        EXPECT_EQ(handle, peer.Session());
+        EXPECT_EQ(handle, m_peer.Session());
         EXPECT_EQ(*static_cast<const DWORD*>(value), 25000u);
         return TRUE;
       });
   const CImportSpy<&CreateFileW> file("kernel32.dll", "CreateFileW");
-  EXPECT_TRUE(peer.Step());
-  EXPECT_TRUE(peer.IsOpened());
-  EXPECT_TRUE(peer.IsCheckPending());
-  EXPECT_EQ(peer.FileSize(), 0);
-  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_TRUE(m_peer.Step());
+  EXPECT_TRUE(m_peer.IsOpened());
+  EXPECT_TRUE(m_peer.IsCheckPending());
+  EXPECT_EQ(m_peer.FileSize(), 0);
+  EXPECT_EQ(Messages(), Texts());
 
   EXPECT_THAT(session.Calls(),
               ElementsAre(FieldsAre(StrEq(L"FolivoAX"), DWORD{INTERNET_OPEN_TYPE_PRECONFIG},
@@ -52,30 +51,29 @@ TEST_F(TransferStep, FirstOneOpensSessionRequestAndFile) {
   EXPECT_THAT(file.Calls(),
               ElementsAre(FieldsAre(StrEq(TempPath()), DWORD{GENERIC_WRITE}, 0u, nullptr,
                                     DWORD{CREATE_ALWAYS}, DWORD{FILE_ATTRIBUTE_NORMAL}, nullptr)));
-  const auto requests = path.Requests();
+  const auto requests = m_path.Requests();
   ASSERT_EQ(requests.size(), 1u);
   EXPECT_EQ(requests[0].Header("User-Agent"), "FolivoAX");
   EXPECT_EQ(requests[0].method, "GET");
 }
 
-TEST_F(TransferStep, EveryOtherStatusIsAccepted) {
+TEST_F(ProgressDialogTransfer, EveryOtherStatusIsAccepted) {
   for (const int status : {200, 201, 202, 203, 206, 300, 304, 400, 401, 402, 405,
                            406, 409, 411, 418, 429, 501, 502, 503, 504, 505, 599}) {
     const ScriptedPath path(m_server, Lesson(10).Status(status));
     const auto dialog = Make(path.Url(L"a.qdk"));
     EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step()) << status;
-    EXPECT_TRUE(m_messages.Take().empty()) << status;
+    EXPECT_EQ(Messages(), Texts()) << status;
     EXPECT_TRUE(TakePostedResults().empty()) << status;
   }
 }
 
-/// A failure is reported by one message. It ends the worker, and under the
-/// pre-check signals the event.
-class FailedTransferStep : public TransferStep {
+/// A failure is reported by one message. It ends the worker, and under the pre-check signals the
+/// event.
+class ProgressDialogTransferFailure : public ProgressDialogTransfer {
  protected:
-  /// The step behind `steps` successful ones fails, with and without the
-  /// pre-check. A refusal posts the worker's result at once, and fails the step
-  /// under the pre-check too.
+  /// The step behind `steps` successful ones fails, with and without the pre-check. A refusal posts
+  /// the worker's result at once, and fails the step under the pre-check too.
   void Expect(const std::wstring& message, const std::wstring& url, int steps = 0,
               bool isRefusal = false) {
     for (const bool peeking : {false, true}) {
@@ -89,7 +87,11 @@ class FailedTransferStep : public TransferStep {
         ASSERT_TRUE(peer.Step(1000));
       }
       EXPECT_EQ(peer.Step(1000), peeking && !isRefusal);
-      EXPECT_EQ(OnlyMessage(), message);
+      const auto shown = m_messages.Take();
+      ASSERT_EQ(shown.size(), 1u);
+      EXPECT_EQ(shown[0].text, message);
+      EXPECT_EQ(shown[0].caption, kMessageTitle);
+      EXPECT_EQ(shown[0].style, UINT{MB_ICONEXCLAMATION});
       EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
       const bool posts = isRefusal && !peeking;
       EXPECT_EQ(TakePostedResults(), std::vector<WPARAM>(posts ? 1 : 0, 3));
@@ -100,22 +102,18 @@ class FailedTransferStep : public TransferStep {
     }
     EXPECT_TRUE(m_sandbox.Files().empty()) << "its file is deleted with the dialog";
   }
-
-  const ScriptedPath m_path{m_server, Lesson(5000)};
-  const std::wstring m_url = m_path.Url(L"a.qdk");
 };
 
-TEST_F(FailedTransferStep, ExactlyFiveStatusesAreRefused) {
+TEST_F(ProgressDialogTransferFailure, ExactlyFiveStatusesAreRefused) {
   for (const int status : {204, 403, 404, 410, 500}) {
     const ScriptedPath path(m_server, HttpAnswer().Status(status));
     Expect(NotAvailable(path.Url(L"a.qdk")), path.Url(L"a.qdk"), 0, true);
   }
-  const CImportSpy<&HttpQueryInfoW> query("wininet.dll", "HttpQueryInfoW",
-                                          [](auto...) { return FALSE; });
+  const QuerySpy query("wininet.dll", "HttpQueryInfoW", [](auto...) { return FALSE; });
   Expect(NotAvailable(m_url), m_url, 0, true);
 }
 
-TEST_F(FailedTransferStep, UrlWithoutAServerIsReportedAsItIs) {
+TEST_F(ProgressDialogTransferFailure, UrlWithoutAServerIsReportedAsItIs) {
   const CImportSpy<&InternetErrorDlg> error("wininet.dll", "InternetErrorDlg");
   for (const LPCWSTR url : {L"http://127.0.0.1:1/a.qdk", L"", L"100%s%n", L"http://"}) {
     Expect(NotAvailable(url), url);
@@ -123,12 +121,12 @@ TEST_F(FailedTransferStep, UrlWithoutAServerIsReportedAsItIs) {
   EXPECT_TRUE(error.Calls().empty()) << "there is no request";
 }
 
-TEST_F(FailedTransferStep, FileThatCannotBeCreatedIsReported) {
+TEST_F(ProgressDialogTransferFailure, FileThatCannotBeCreatedIsReported) {
   CreateDirectoryW(TempPath().c_str(), nullptr);
   Expect(CannotCreate(TempPath()), m_url);
 }
 
-TEST_F(FailedTransferStep, FailedOrPartialWriteIsReported) {
+TEST_F(ProgressDialogTransferFailure, FailedOrPartialWriteIsReported) {
   for (const auto& [result, missing] : {std::pair(FALSE, 1000), {FALSE, 0}, {TRUE, 1}}) {
     const CImportSpy<&WriteFile> write(
         "kernel32.dll", "WriteFile",
@@ -140,48 +138,41 @@ TEST_F(FailedTransferStep, FailedOrPartialWriteIsReported) {
   }
 }
 
-TEST_F(FailedTransferStep, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
-  const CImportSpy<&InternetReadFile> read(  // every second read fails
+TEST_F(ProgressDialogTransferFailure, FailedReadIsReportedAndTheFileStaysWhileItIsOpen) {
+  const ReadSpy read(  // every second read fails
       "wininet.dll", "InternetReadFile", [&](auto... arguments) {
         return read.Calls().size() % 2 == 0 ? FALSE : read.CallOriginal(arguments...);
       });
   Expect(NotAvailable(m_url), m_url, 2);
 }
 
-TEST_F(TransferStep, FailedReadDeletesAClosedFileBeforeItIsReported) {
-  const ScriptedPath path(m_server, Lesson(10000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  peer.CloseFile();
+TEST_F(ProgressDialogTransferFailure, FailedReadDeletesAClosedFileBeforeItIsReported) {
+  ASSERT_TRUE(m_peer.Step());
+  m_peer.CloseFile();
   EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-  const CImportSpy<&InternetReadFile> read("wininet.dll", "InternetReadFile",
-                                           [](auto...) { return FALSE; });
+  const ReadSpy read("wininet.dll", "InternetReadFile", [](auto...) { return FALSE; });
   const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW", [&](auto...) {
     EXPECT_TRUE(m_sandbox.Files().empty());
     return IDOK;
   });
-  EXPECT_FALSE(peer.Step());
+  EXPECT_FALSE(m_peer.Step());
   EXPECT_EQ(message.Calls().size(), 1u);
 }
 
-TEST_F(TransferStep, RepeatedOpenClosesWhatTheFirstLeft) {
-  const ScriptedPath path(m_server, Lesson(10));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  peer.BeginPeek();
+TEST_F(ProgressDialogTransfer, RepeatedOpenClosesWhatTheFirstLeft) {
+  m_peer.BeginPeek();
   CreateDirectoryW(TempPath().c_str(), nullptr);
-  ASSERT_TRUE(peer.Step());
-  OnlyMessage();
+  ASSERT_TRUE(m_peer.Step());
+  EXPECT_EQ(Messages(), Texts{CannotCreate(TempPath())});
   RemoveDirectoryW(TempPath().c_str());
-  const std::vector<std::tuple<HINTERNET>> expected = {{peer.Request()}, {peer.Session()}};
+  const std::vector<std::tuple<HINTERNET>> expected = {{m_peer.Request()}, {m_peer.Session()}};
   const CImportSpy<&InternetCloseHandle> close("wininet.dll", "InternetCloseHandle");
-  EXPECT_TRUE(peer.Step());
+  EXPECT_TRUE(m_peer.Step());
   EXPECT_EQ(close.Calls(), expected);
-  EXPECT_TRUE(peer.IsOpened());
+  EXPECT_TRUE(m_peer.IsOpened());
 }
 
-TEST_F(TransferStep, ContentLengthSetsTheTotal) {
+TEST_F(ProgressDialogTransfer, ContentLengthSetsTheTotal) {
   struct {
     HttpAnswer answer;
     bool known;
@@ -199,108 +190,77 @@ TEST_F(TransferStep, ContentLengthSetsTheTotal) {
     const ScriptedPath path(m_server, c.answer);
     const auto dialog = Make(path.Url(L"a.qdk"));
     CProgressDialogPeer peer{*dialog};
-    ASSERT_TRUE(peer.Step(kPeekSize));
+    ASSERT_TRUE(peer.Step(800));
     EXPECT_EQ(peer.IsLengthKnown(), c.known);
     EXPECT_EQ(peer.Total(), c.total);
   }
 }
 
-TEST_F(TransferStep, EachReadsOneBufferful) {
-  const ScriptedPath path(m_server, Lesson(2500));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step(1000));
-  for (const int received : {1000, 2000, 2502}) {
-    EXPECT_TRUE(peer.Step(1000));
-    EXPECT_EQ(peer.Received(), received);
-    EXPECT_EQ(peer.FileSize(), received);
-  }
-  EXPECT_FALSE(peer.Step(1000));
-  EXPECT_TRUE(peer.IsComplete());
-  EXPECT_NE(peer.File(), INVALID_HANDLE_VALUE) << "the dialog closes it";
-  peer.CloseFile();
-  EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(2500));
-  EXPECT_TRUE(m_messages.Take().empty());
-}
-
-TEST_F(TransferStep, FirstChunkIsWrittenOnlyIfValid) {
+TEST_F(ProgressDialogTransfer, FirstChunkIsWrittenOnlyIfValid) {
+  const ScriptedPath page(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
   for (const bool valid : {true, false}) {
-    const ScriptedPath path(m_server,
-                            HttpAnswer().Bytes(valid ? kLessonHead : "<html>").Pattern(1, 5000));
-    const std::wstring url = path.Url(L"a.qdk");
+    const std::wstring url = valid ? m_url : page.Url(L"a.qdk");
     for (const bool peeking : {true, false}) {
       const auto dialog = Make(url);
       CProgressDialogPeer peer{*dialog};
       if (peeking) {
         peer.BeginPeek();
       }
-      ASSERT_TRUE(peer.Step(kPeekSize));
+      ASSERT_TRUE(peer.Step(800));
       EXPECT_FALSE(peeking && peer.IsPeekSignalled());
-      EXPECT_EQ(peer.Step(kPeekSize), valid || peeking);
+      EXPECT_EQ(peer.Step(800), valid || peeking);
       EXPECT_EQ(peeking && peer.IsPeekSignalled(), peeking);
       EXPECT_EQ(peer.IsValid(), valid);
       EXPECT_FALSE(peer.IsCheckPending());
       EXPECT_EQ(peer.FileSize(), valid ? 800 : 0);
       EXPECT_EQ(peer.Received(), valid && !peeking ? 800 : 0) << "the worker's bytes";
-      EXPECT_EQ(m_messages.TakeTexts(), std::vector(valid || peeking ? 0 : 1, NotAFolivoFile(url)));
+      EXPECT_EQ(Messages(), Texts(valid || peeking ? 0 : 1, NotAFolivoFile(url)));
     }
   }
 }
 
-TEST_F(TransferStep, OnlyTheFirstChunkIsCheckedAndAClosedFileEndsSilently) {
-  const ScriptedPath path(m_server, Lesson(5000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  ASSERT_TRUE(peer.Step());
-  ASSERT_TRUE(peer.Step(2));
-  peer.SetExtension(L".qdt");  // no content is valid any more
-  EXPECT_TRUE(peer.Step(100));
-  EXPECT_EQ(peer.FileSize(), 102);
-  peer.CloseFile();
-  EXPECT_FALSE(peer.Step(100));
-  EXPECT_TRUE(m_messages.Take().empty());
+TEST_F(ProgressDialogTransfer, OnlyTheFirstChunkIsCheckedAndAClosedFileEndsSilently) {
+  ASSERT_TRUE(m_peer.Step());
+  ASSERT_TRUE(m_peer.Step(2));
+  m_peer.SetExtension(L".qdt");  // no content is valid any more
+  EXPECT_TRUE(m_peer.Step(100));
+  EXPECT_EQ(m_peer.FileSize(), 102);
+  m_peer.CloseFile();
+  EXPECT_FALSE(m_peer.Step(100));
+  EXPECT_EQ(Messages(), Texts());
 }
 
-TEST_F(TransferStep, StoppedTransferMakesNoCall) {
-  const ScriptedPath path(m_server, Lesson(5000));
-  const auto opened = Make(path.Url(L"a.qdk"));
-  ASSERT_TRUE(CProgressDialogPeer{*opened}.Step());
-  const auto unopened = Make(path.Url(L"a.qdk"));
+TEST_F(ProgressDialogTransfer, StoppedTransferMakesNoCall) {
+  ASSERT_TRUE(m_peer.Step());
+  const auto unopened = Make(m_url);
   const CImportSpy<&InternetOpenW> session("wininet.dll", "InternetOpenW");
   const CImportSpy<&InternetOpenUrlW> request("wininet.dll", "InternetOpenUrlW");
-  const CImportSpy<&InternetReadFile> read("wininet.dll", "InternetReadFile");
-  for (const auto& dialog : {opened, unopened}) {
+  const ReadSpy read("wininet.dll", "InternetReadFile");
+  for (const auto& dialog : {m_dialog, unopened}) {
     CProgressDialogPeer peer{*dialog};
     peer.SetRunning(false);
     EXPECT_FALSE(peer.Step());
   }
   EXPECT_EQ(session.Calls().size() + request.Calls().size() + read.Calls().size(), 0u);
-  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_EQ(Messages(), Texts());
   EXPECT_TRUE(TakePostedResults().empty());
 }
 
-TEST_F(TransferStep, TransferThatIsStoppedBehindTheHeadersLeavesAnothersFileAlone) {
+TEST_F(ProgressDialogTransfer, StopBehindTheHeadersLeavesAnotherDownloadsFileAlone) {
   m_sandbox.Write(L"temporary.qdk", "another download");
-  const ScriptedPath path(m_server, Lesson(5000));
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  CProgressDialogPeer peer{*dialog};
-  const CImportSpy<&HttpQueryInfoW> query("wininet.dll", "HttpQueryInfoW",
-                                          [&](HINTERNET request, DWORD level, auto... others) {
-                                            if (level == HTTP_QUERY_CONTENT_LENGTH) {
-                                              peer.SetRunning(false);
-                                            }
-                                            return query.CallOriginal(request, level, others...);
-                                          });
-  EXPECT_FALSE(peer.Step());
-  EXPECT_FALSE(peer.IsRunning());
+  const QuerySpy query("wininet.dll", "HttpQueryInfoW",
+                       [&](HINTERNET request, DWORD level, auto... others) {
+                         m_peer.SetRunning(level != HTTP_QUERY_CONTENT_LENGTH);
+                         return query.CallOriginal(request, level, others...);
+                       });
+  EXPECT_FALSE(m_peer.Step());
+  EXPECT_FALSE(m_peer.IsRunning());
   EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
-  EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_EQ(Messages(), Texts());
 }
 
-TEST_F(TransferStep, RetryOfTheErrorDialogOpensTheSameRequestAgain) {
+TEST_F(ProgressDialogTransfer, RetryOfTheErrorDialogOpensTheSameRequestAgain) {
   const CForeignForeground foreground;
-  const ScriptedPath path(m_server, Lesson(10));
-  const auto dialog = Make(path.Url(L"a.qdk"));
   std::string order;
   const CImportSpy<&InternetOpenUrlW> open("wininet.dll", "InternetOpenUrlW",
                                            [&](auto... arguments) {
@@ -318,14 +278,12 @@ TEST_F(TransferStep, RetryOfTheErrorDialogOpensTheSameRequestAgain) {
                                                  order += "close ";
                                                  return close.CallOriginal(handle);
                                                });
-  EXPECT_TRUE(CProgressDialogPeer{*dialog}.Step());
+  EXPECT_TRUE(m_peer.Step());
   EXPECT_EQ(order, "open ask close open ask close open ask ");
-  EXPECT_THAT(open.Calls(),
-              Each(FieldsAre(_, StrEq(path.Url(L"a.qdk")), nullptr, _, 0x84400000u, _)));
-  // Over the window in the foreground, as the dialog has none yet, and for the
-  // open's last error.
+  EXPECT_THAT(open.Calls(), Each(FieldsAre(_, StrEq(m_url), nullptr, _, 0x84400000u, _)));
+  // Over the window in the foreground, as the dialog has none yet, and for the open's last error.
   EXPECT_THAT(ask.Calls(), Each(FieldsAre(CForeignForeground::Window(), _, 4711u, 7u, nullptr)));
-  EXPECT_EQ(path.Requests().size(), 3u);
+  EXPECT_EQ(m_path.Requests().size(), 3u);
 }
 
 }  // namespace

@@ -20,16 +20,14 @@ class TempFiles : public testing::Test {
  protected:
   ~TempFiles() override { SetTempBaseFolder(L""); }
 
-  CStringW Folder() const { return m_sandbox.Path().c_str(); }
-  std::wstring In(const std::wstring& name) const { return m_sandbox / name; }
-
   const CTempSandbox m_sandbox;
+  const CStringW m_folder = m_sandbox.Path().c_str();
 };
 
 std::wstring Text(const CFilePath& path) { return path.GetText().GetString(); }
 
 TEST_F(TempFiles, UniqueFileIsTheNameItselfWhileItIsFree) {
-  EXPECT_EQ(Text(MakeUniqueFilePath(Folder(), L"a", L".folivo")), In(L"a.folivo"));
+  EXPECT_EQ(Text(MakeUniqueFilePath(m_folder, L"a", L".folivo")), m_sandbox / L"a.folivo");
   EXPECT_TRUE(m_sandbox.Files().empty()) << "nothing is created";
   EXPECT_EQ(Text(MakeUniqueFilePath(L"C:/x", L"a", L"")), L"C:\\x\\a");
 }
@@ -37,51 +35,43 @@ TEST_F(TempFiles, UniqueFileIsTheNameItselfWhileItIsFree) {
 TEST_F(TempFiles, ClashesDrawTheUnseededSequenceOfTheThread) {
   const std::vector<std::wstring> expected = {L"%s.folivo", L"%s(41).folivo", L"%s(18467).folivo",
                                               L"%s(6334).folivo", L"%s(26500).folivo"};
-  for (const int thread : {1, 2}) {
-    std::vector<std::wstring> names;
-    const CTempSandbox sandbox;
-    CParallel([&] {
-      for (size_t i = 0; i < expected.size(); ++i) {
-        const CFilePath path = MakeUniqueFilePath(sandbox.Path().c_str(), L"%s", L".folivo");
-        names.emplace_back(path.GetFileNamePart());
-        sandbox.Write(names.back(), "taken");
-      }
-    }).Join();
-    EXPECT_EQ(names, expected) << "thread " << thread;
-  }
+  std::vector<std::wstring> names;
+  CParallel([&] {
+    for (size_t i = 0; i < expected.size(); ++i) {
+      names.emplace_back(MakeUniqueFilePath(m_folder, L"%s", L".folivo").GetFileNamePart());
+      m_sandbox.Write(names.back(), "taken");
+    }
+  }).Join();
+  EXPECT_EQ(names, expected);
   srand(77);  // numbers follow what the thread has drawn before
   const int next = rand();
   srand(77);
   m_sandbox.Write(L"a.qdk", "taken");
-  EXPECT_EQ(Text(MakeUniqueFilePath(Folder(), L"a", L".qdk")),
-            In(L"a(" + std::to_wstring(next) + L").qdk"));
+  EXPECT_EQ(Text(MakeUniqueFilePath(m_folder, L"a", L".qdk")),
+            m_sandbox / (L"a(" + std::to_wstring(next) + L").qdk"));
 }
 
 TEST_F(TempFiles, TriesHaveNoLimit) {
   const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW",
                                             [&](auto...) { return exists.Calls().size() <= 5000; });
-  const std::wstring path = Text(MakeUniqueFilePath(Folder(), L"a", L".qdk"));
+  const std::wstring path = Text(MakeUniqueFilePath(m_folder, L"a", L".qdk"));
   EXPECT_EQ(exists.Calls().size(), 5001u);
-  EXPECT_TRUE(path.starts_with(In(L"a(")));
+  EXPECT_TRUE(path.starts_with(m_sandbox / L"a("));
 }
 
 TEST_F(TempFiles, UniqueFolderCountsUpWithoutSeparator) {
   for (int i = 0; i <= 12; ++i) {
-    const std::wstring expected = In(i == 0 ? L"Shapes" : L"Shapes" + std::to_wstring(i));
-    const CFilePath path = MakeUniqueFolderPath(Folder(), L"Shapes");
-    EXPECT_EQ(Text(path), expected);
+    const std::wstring expected = L"Shapes" + (i == 0 ? L"" : std::to_wstring(i));
+    const CFilePath path = MakeUniqueFolderPath(m_folder, L"Shapes");
+    EXPECT_EQ(Text(path), m_sandbox / expected);
     EXPECT_FALSE(PathExists(path)) << "nothing is created";
-    if (i == 1) {
-      m_sandbox.Write(L"Shapes1", "a file of that name counts too");
-    } else {
-      CreateFolderTree(path);
-    }
+    m_sandbox.Write(i == 1 ? expected : expected + L"\\file", "a file of the name counts too");
   }
 }
 
 TEST_F(TempFiles, BaseFolderIsTheOverrideOrTheSystems) {
   EXPECT_EQ(Text(GetTempBaseFolder()), m_sandbox.Path());
-  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), In(L"lesson.qdk"));
+  EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), m_sandbox / L"lesson.qdk");
   SetTempBaseFolder(L"C:/Other/");
   EXPECT_EQ(Text(GetTempBaseFolder()), L"C:\\Other");
   EXPECT_EQ(Text(MakeTempFilePath(L".qdk", L"lesson")), L"C:\\Other\\lesson.qdk");
@@ -90,19 +80,17 @@ TEST_F(TempFiles, BaseFolderIsTheOverrideOrTheSystems) {
 }
 
 TEST_F(TempFiles, BaseFolderIsWholeWhileOtherThreadsSetIt) {
-  constexpr int kRounds = 100000;
-  const CStringW folders[] = {(L"C:\\" + std::wstring(100, L'a')).c_str(),
-                              (L"C:\\" + std::wstring(100, L'b')).c_str()};
+  const CStringW folders[] = {L"C:\\aaaaaaaaaaaaaaaaaaaa", L"C:\\bbbbbbbbbbbbbbbbbbbb"};
   SetTempBaseFolder(folders[0]);
   const auto set = [&] {
-    for (int i = 0; i < kRounds; ++i) {
+    for (int i = 0; i < 100000; ++i) {
       // A text of its own, so that the one before is freed.
       SetTempBaseFolder(folders[i % 2].GetString());
     }
   };
   const CParallel first(set);
   const CParallel second(set);
-  for (int i = 0; i < kRounds; ++i) {
+  for (int i = 0; i < 100000; ++i) {
     const CStringW folder = GetTempBaseFolder().GetText();
     ASSERT_TRUE(folder == folders[0] || folder == folders[1]) << folder.GetString();
   }
@@ -146,11 +134,12 @@ TEST_F(TempFiles, SystemFolderIsWholeOrEmptyAndWithoutTrailingBackslash) {
 TEST_F(TempFiles, AppFolderLiesBelowTheSystemsWhateverTheOverride) {
   SetTempBaseFolder(L"C:\\Other");
   EXPECT_EQ(Text(GetAppTempFilesFolder(L"MERLO Folivo")),
-            In(L"MERLO Technologies\\MERLO Folivo\\TempFiles"));
+            m_sandbox / L"MERLO Technologies\\MERLO Folivo\\TempFiles");
   EXPECT_EQ(Text(GetAppTempFilesFolder(L"Other App")),
-            In(L"MERLO Technologies\\Other App\\TempFiles"));
-  EXPECT_EQ(Text(GetAppTempFilesFolder(L"")), In(L"MERLO Technologies\\TempFiles"));
-  EXPECT_FALSE(PathExists(CFilePath(In(L"MERLO Technologies").c_str()))) << "nothing is created";
+            m_sandbox / L"MERLO Technologies\\Other App\\TempFiles");
+  EXPECT_EQ(Text(GetAppTempFilesFolder(L"")), m_sandbox / L"MERLO Technologies\\TempFiles");
+  EXPECT_FALSE(PathExists(CFilePath((m_sandbox / L"MERLO Technologies").c_str())))
+      << "nothing is created";
 }
 
 }  // namespace

@@ -18,16 +18,15 @@ void ExpectShown(CMessageRecorder& messages, const std::wstring& text, UINT styl
   EXPECT_EQ(shown[0].owner, GetDesktopWindow());
 }
 
-TEST(Notice, IsAPlainMessageWithItsSubject) {
+TEST(Notice, MessageNamesItsSubjectAsItIs) {
   CMessageRecorder messages;
-  for (const std::wstring& subject :
-       {std::wstring(L"%s%n%d 100%"), std::wstring(5000, L'x'), std::wstring()}) {
+  for (const std::wstring& subject : {std::wstring(L"%s%n%d 100%"), std::wstring(5000, L'x')}) {
     ShowNotice(GetDesktopWindow(), L"The file %s is gone.", subject.c_str());
     ExpectShown(messages, L"The file " + subject + L" is gone.", MB_OK);
   }
 }
 
-TEST(ConfirmWarning, OnlyYesIsTrue) {
+TEST(Notice, OnlyYesConfirmsAWarning) {
   for (const int answer : {IDYES, IDNO, IDCANCEL, 0}) {  // 0: the box cannot be shown
     CMessageRecorder messages(answer);
     EXPECT_EQ(ConfirmWarning(GetDesktopWindow(), L"%s exists.", L"a.qdk"), answer == IDYES);

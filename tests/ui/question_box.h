@@ -26,13 +26,14 @@ int ShowTo(const CQuestion& question, const std::function<void(HWND box)>& user)
 /// A window of the calling thread, visible or not, 200 x 100 pixels at (300, 400).
 class COwnerWindow {
  public:
-  explicit COwnerWindow(bool visible, WNDPROC procedure = &DefWindowProcW);
-  ~COwnerWindow();
+  explicit COwnerWindow(bool visible)
+      : m_window(CreateWindowExW(0, L"static", L"Owner", WS_POPUP | (visible ? WS_VISIBLE : 0), 300,
+                                 400, 200, 100, nullptr, nullptr, nullptr, nullptr)) {}
+  ~COwnerWindow() { DestroyWindow(m_window); }
   COwnerWindow(const COwnerWindow&) = delete;
   COwnerWindow& operator=(const COwnerWindow&) = delete;
   operator HWND() const { return m_window; }  // NOLINT(google-explicit-constructor)
 
  private:
-  const ATOM m_class;
   const HWND m_window;
 };

@@ -8,6 +8,17 @@ namespace {
 
 constexpr wchar_t kText[] = L"one two three four five six seven eight nine ten";
 
+TEST(SelectedFontDC, ContextIsReleasedWithTheFontThatItHad) {
+  const CImportSpy<&ReleaseDC> release("user32.dll", "ReleaseDC", [&](HWND window, HDC dc) {
+    EXPECT_EQ(GetCurrentObject(dc, OBJ_FONT), GetStockObject(SYSTEM_FONT));
+    return release.CallOriginal(window, dc);
+  });
+  {
+    const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
+  }
+  EXPECT_EQ(release.Calls().size(), 1u);
+}
+
 TEST(SelectedFontDC, TextWrapsAtTheGivenWidthWithAmpersandsAsCharacters) {
   const CSelectedFontDC dc(nullptr, GetStockObject(DEFAULT_GUI_FONT));
   const SIZE line = dc.MeasureText(kText, 1000, 1000);
