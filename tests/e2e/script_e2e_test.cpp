@@ -182,6 +182,7 @@ show(function () { control.Download("a"); });
 show(function () { createControl(COLLECTION_CONTROL + "r"); });
 show(function () { throw { number: -2147024882 }; });
 show(function () { throw { number: -1 }; });
+show(function () { throw {}; });
 start(function () { throw { number: -2147467259 }; });
 )",
                     std::wstring(1001, L'a'));
@@ -193,6 +194,7 @@ start(function () { throw { number: -2147467259 }; });
                    "-2146827859 The Folivo add-on cannot be used here. A",
                    "-2147024882 There is too little memory. Close other ",
                    "-1 The Folivo add-on reports an error that ",
+                   "undefined The Folivo add-on cannot be used here. A",
                    "The Folivo add-on is installed, but its version cannot be read. Ask your "
                    "administrator to repair the installation.",
                    "The Folivo add-on cannot be used here. Ask your administrator whether it is "
