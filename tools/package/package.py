@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes what is handed out: package.py STEP BUILD_DIR WORK_DIR. tools/package/package.sh runs the
+"""Makes what is handed out: package.py STEP [BUILD_DIR WORK_DIR]. tools/package/package.sh runs the
 steps one after another; between them all lies in WORK_DIR.
 
   check    what signing needs is there
@@ -124,13 +124,13 @@ class Package:
         (self._dist / "SHA256SUMS").write_text("".join(lines), encoding="ascii")
 
 
-def main(step: str, build: Path, work: Path) -> int:
+def main(step: str, *folders: Path) -> int:
     try:
         if step == "check":
             Signer(os.environ)
         else:
             version = (ROOT / "version.txt").read_text(encoding="ascii").strip()
-            getattr(Package(build, work, version), step.replace("-", "_"))()
+            getattr(Package(*folders, version), step.replace("-", "_"))()
     except (BillError, InstallerError, PackageError, RegistrationError, SigningError) as error:
         print(error, file=sys.stderr)
         return 1

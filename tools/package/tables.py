@@ -196,13 +196,13 @@ def make(root: Path, version: str, upgrade_code: str) -> tuple[list[Table], list
         Table("Environment",
               [("Environment", "s72"), ("Name", "l255"), ("Value", "L255"), ("Component_", "s72")],
               1, [("SearchPath", "=-*PATH", "[~];[UnzipFolder]", "Unzip")]),
-        # Empty folders, at removal; the innermost first, and the maker's only without other products.
+        # The maker's folder goes, too, unless another product is in there.
         Table("RemoveFile",
               [("FileKey", "s72"), ("Component_", "s72"), ("FileName", "L255"),
                ("DirProperty", "s72"), ("InstallMode", "i2")],
               1,
-              [("Folder1", "AddOn", None, "INSTALLFOLDER", _AT_REMOVAL),
-               ("Folder2", "AddOn", None, "MakerFolder", _AT_REMOVAL)]),
+              [("RemoveInstallFolder", "AddOn", None, "INSTALLFOLDER", _AT_REMOVAL),
+               ("RemoveMakerFolder", "AddOn", None, "MakerFolder", _AT_REMOVAL)]),
         Table("Upgrade",
               [("UpgradeCode", "s38"), ("VersionMin", "S20"), ("VersionMax", "S20"),
                ("Language", "S255"), ("Attributes", "i4"), ("Remove", "S255"),
