@@ -30,7 +30,8 @@ add_library(unzip32 SHARED
   $<TARGET_OBJECTS:unzip32_version>)
 target_compile_options(unzip32 PRIVATE -std=gnu11 -Wall -Wextra -Werror)
 target_link_options(unzip32 PRIVATE
-  -s -static-libgcc LINKER:--no-insert-timestamp LINKER:--disable-auto-image-base)
+  -s -static-libgcc LINKER:--no-insert-timestamp LINKER:--disable-auto-image-base
+  LINKER:-Map,UNZIP32.map)  # ./run package reads from it what is linked
 target_link_libraries(unzip32 PRIVATE unzip32_settings user32 advapi32)
 set_target_properties(unzip32 PROPERTIES PREFIX "" OUTPUT_NAME UNZIP32 SUFFIX .DLL)
 # Apart, as the compiler's options are none for windres.

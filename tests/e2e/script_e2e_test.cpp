@@ -26,6 +26,7 @@ constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file
 constexpr wchar_t kDoesNotExist[] =
     L"The Folivo Collection file that you are trying to download does not exist. Please verify "
     L"that the path to the file is valid.";
+constexpr wchar_t kNotReady[] = L"Unable to download Folivo Collection files at this time.";
 constexpr int kMessageText = 0xFFFF;
 
 constexpr char kDownload[] = R"(
@@ -128,6 +129,88 @@ TEST_F(ScriptEndToEnd, OtherHostsAreNotAsked) {
 TEST_F(ScriptEndToEnd, TooLongAddressIsAnErrorOfTheCall) {
   CScriptRun script(m_sandbox.Path(), kDownload, std::wstring(1001, L'a'));
   EXPECT_EQ(script.Finish(), Lines{"failed " + std::to_string(E_INVALIDARG)});
+}
+
+/// The script of docs/sample-page.html, and a page of which it sees the parts that it uses.
+std::string SamplePage() {
+  const std::string page = ReadFileBytes(FOLIVO_SAMPLE_PAGE);
+  const size_t begin = page.find("//<![CDATA[");
+  return page.substr(begin, page.find("//]]>") - begin) + R"(
+var parts = {};
+var page = { getElementById: function (id) {
+  return parts[id] = parts[id] || { innerText: "", disabled: true, focus: function () {} };
+} };
+page.getElementById("address").value = WScript.Arguments(0);
+function start(create) {
+  startPage(page, create, function (call) { call(); });
+  WScript.Echo(parts.version.innerText);
+  WScript.Echo(parts.collections.innerText + " Button: " + (parts.download.disabled ? "off" : "on"));
+}
+function submit() {
+  parts.form.onsubmit();
+  WScript.Echo(parts.result.innerText);
+}
+)";
+}
+
+TEST_F(ScriptEndToEnd, SamplePageShowsTheVersionAndTheEndOfADownload) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
+  CScriptRun script(m_sandbox.Path(), SamplePage() + "start(createControl); submit();",
+                    Under(L"folivo-schools.example", path.Url(L"c.zip")));
+  EXPECT_EQ(Dismiss(), kCannotUnzip);
+  const Lines printed = script.Finish();
+  for (const LPCSTR line :
+       {"Folivo add-on " FOLIVO_VERSION " is installed.",
+        "Collections can be downloaded. Button: on",
+        "The download has ended. If there was a message, it says what went wrong."}) {
+    EXPECT_TRUE(Contains(printed, line)) << line;
+  }
+  EXPECT_EQ(path.Requests().size(), 1u);
+}
+
+TEST_F(ScriptEndToEnd, SamplePageHasATextForEachError) {
+  // Real errors of the control and of the script engine; those that cannot be had here are thrown.
+  CScriptRun script(m_sandbox.Path(), SamplePage() + R"(
+var control = createControl(COLLECTION_CONTROL);
+function show(call) {
+  try { call(); } catch (e) { WScript.Echo(e.number + " " + errorText(e, "").substr(0, 40)); }
+}
+show(function () { control.DownloadFile(WScript.Arguments(0)); });
+show(function () { control.DownloadFile(null); });
+show(function () { control.DownloadFile(); });
+show(function () { control.Download("a"); });
+show(function () { createControl(COLLECTION_CONTROL + "r"); });
+show(function () { throw { number: -2147024882 }; });
+show(function () { throw { number: -1 }; });
+show(function () { throw {}; });
+start(function () { throw { number: -2147467259 }; });
+)",
+                    std::wstring(1001, L'a'));
+  EXPECT_EQ(script.Finish(),
+            (Lines{"-2147024809 The address of the archive is longer tha",
+                   "-2147352571 The address of the archive is not a text",
+                   "-2147352562 This page calls the Folivo add-on in a w",
+                   "-2146827850 This page calls the Folivo add-on in a w",
+                   "-2146827859 The Folivo add-on cannot be used here. A",
+                   "-2147024882 There is too little memory. Close other ",
+                   "-1 The Folivo add-on reports an error that ",
+                   "undefined The Folivo add-on cannot be used here. A",
+                   "The Folivo add-on is installed, but its version cannot be read. Ask your "
+                   "administrator to repair the installation.",
+                   "The Folivo add-on cannot be used here. Ask your administrator whether it is "
+                   "installed and allowed on this site, and whether the browser runs in 64 bits. "
+                   "Button: off"}));
+}
+
+TEST_F(ScriptEndToEnd, SamplePageSaysMoreAfterTheMessageThatNothingCanBeDownloaded) {
+  // Restored with the sandbox.
+  SetEnvironmentVariableW(L"TMP", m_sandbox.Write(L"file", "no folder").c_str());
+  CScriptRun script(m_sandbox.Path(), SamplePage() + "start(createControl); submit();", L"c.zip");
+  EXPECT_EQ(Dismiss(), kNotReady);
+  EXPECT_EQ(script.Finish().back(),
+            "Collections cannot be downloaded on this computer at the moment. Ask your "
+            "administrator whether you have a Documents folder and may write to the temporary "
+            "folder.");
 }
 
 }  // namespace

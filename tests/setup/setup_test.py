@@ -9,7 +9,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PURPOSES = ["build", "wine", "test", "lint", "bench", "ubsan"]
+PURPOSES = ["build", "wine", "test", "lint", "bench", "package", "ubsan"]
 
 
 class SetupTest(unittest.TestCase):

@@ -42,6 +42,7 @@ def _programme() -> list[tuple[str, _Play]]:
         ("a script downloads collections", script_scenes.download_collections),
         ("a script's collections are unzipped", script_scenes.unzip_collections),
         ("a script names a host that is not trusted", script_scenes.untrusted_host),
+        ("the sample page of docs/, its button pressed", script_scenes.sample_page),
         ("regsvr32 /u removes the plug-in", registration.unregister),
     ]
 

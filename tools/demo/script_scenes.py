@@ -4,6 +4,7 @@ import io
 import zipfile
 from contextlib import contextmanager
 from collections.abc import Iterator
+from pathlib import Path
 
 import wine
 from report import Scene
@@ -31,6 +32,24 @@ var result = control.DownloadFile(WScript.Arguments(0));
 WScript.Echo("DownloadFile returned " + result);
 """
 
+_SAMPLE_PAGE = Path(__file__).parents[2] / "docs" / "sample-page.html"
+# Wine has no HTML engine: what a page's script sees of its page, and a user who presses the button.
+_SAMPLE_USER = """
+var parts = {};
+var page = { getElementById: function (id) {
+  return parts[id] = parts[id] || { innerText: "", disabled: true, focus: function () {} };
+} };
+startPage(page, createControl, function (call) { call(); });
+WScript.Echo("Version: " + parts.version.innerText);
+WScript.Echo("Collections: " + parts.collections.innerText);
+WScript.Echo("Button: " + (parts.download.disabled ? "off" : "on"));
+for (var i = 0; i < WScript.Arguments.length; i++) {
+  page.getElementById("address").value = WScript.Arguments(i);
+  parts.form.onsubmit();
+  WScript.Echo("Result: " + parts.result.innerText);
+}
+"""
+
 
 def _archive() -> bytes:
     """Collections as a site offers them; so large that the progress can be seen."""
@@ -47,12 +66,12 @@ def _archive() -> bytes:
 
 
 @contextmanager
-def _download(stage: Stage, source: str) -> Iterator[ScriptHost]:
-    script = ScriptHost(stage.build, "download.js", _DOWNLOAD_SCRIPT, source)
+def _download(stage: Stage, *sources: str, script: str = _DOWNLOAD_SCRIPT) -> Iterator[ScriptHost]:
+    host = ScriptHost(stage.build, "download.js", script, *sources)
     try:
-        yield script
+        yield host
     finally:
-        script.abandon()
+        host.abandon()
 
 
 def _archive_path(stage: Stage) -> str:
@@ -129,3 +148,30 @@ def untrusted_host(stage: Stage, scene: Scene) -> None:
         script.dialogs.click(message, _OK)
         scene.check("what the script got", [_RETURNED], script.finish())
     scene.check("who has asked the server", "nobody", stage.server.askers(local))
+
+
+def sample_page(stage: Stage, scene: Scene) -> None:
+    text = _SAMPLE_PAGE.read_text(encoding="ascii")
+    begin, end = text.index("//<![CDATA["), text.index("//]]>")
+    path = "/collections/Weather.zip"
+    local = stage.server.serve_bytes(path, _archive())
+    sources = (stage.server.named_url(_HOST, path), "http://" + "x" * 1000)
+    with _download(stage, *sources, script=text[begin:end] + _SAMPLE_USER) as script:
+        dialog = script.dialogs.wait(_TITLE)
+        message = _dismiss(script, scene, _CANNOT_UNZIP_TEXT)
+        shows = "the sample page's button was pressed: the add-on's message comes before the page's"
+        stage.screenshots.take("11-sample-page", shows, dialog, message)
+        script.dialogs.click(message, _OK)
+        printed = script.finish()
+    expected = [
+        f"Version: Folivo add-on {stage.version} is installed.",
+        "Collections: Collections can be downloaded.",
+        "Button: on",
+        "Result: The download has ended. If there was a message, it says what went wrong.",
+        "Result: The address of the archive is longer than 1,000 characters. "
+        "Please use a shorter one.",
+    ]
+    # Among what the unzip library has to say.
+    for line in expected:
+        scene.check("what the page shows", line, line if line in printed else "\n".join(printed))
+    scene.check("requests at the server", 1, len(stage.server.requests(local)))
