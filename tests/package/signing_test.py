@@ -112,6 +112,11 @@ class SigningTest(unittest.TestCase):
             command = Signer(environment).command(work / "a", work / "b")
             self.assertNotIn(environment["FOLIVO_SIGN_PASSWORD"], " ".join(command), name)
             self.assertNotIn("-ts", command)
+        # SoftHSM's tools put no certificates into a token.
+        inside = settings(CERTIFICATE=None, PKCS11_MODULE=TOKEN_DRIVER, KEY="pkcs11:object=sign",
+                          PKCS11_CERTIFICATE="pkcs11:object=cert")
+        command = Signer(inside).command(work / "a", work / "b")
+        self.assertEqual(command[command.index("-pkcs11cert") + 1], "pkcs11:object=cert")
         command = Signer(settings(TIMESTAMP_URL="http://127.0.0.1:1")).command(work / "a", work / "b")
         self.assertEqual(command[command.index("-ts") + 1], "http://127.0.0.1:1")
 
