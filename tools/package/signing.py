@@ -66,9 +66,10 @@ class Signer:
 
     def command(self, source: Path, target: Path) -> list[str]:
         """The command that signs; the password is its standard input."""
+        password = ["-readpass", "/dev/stdin"] if self._password else []
         stamp = ["-ts", self._timestamp] if self._timestamp else []
         return [
-            "osslsigncode", "sign", *self._identity, "-readpass", "/dev/stdin",
+            "osslsigncode", "sign", *self._identity, *password,
             "-h", "sha256", "-n", _DESCRIPTION, *stamp, "-in", str(source), "-out", str(target),
         ]  # fmt: skip
 
@@ -91,7 +92,13 @@ class Signer:
         # Its own environment holds the password no longer than ours does.
         inherited = {key: value for key, value in os.environ.items() if key != _PREFIX + "PASSWORD"}
         done = subprocess.run(
-            command, input=answer, capture_output=True, text=True, check=False, env=inherited
+            command,
+            input=answer,
+            capture_output=True,
+            text=True,
+            check=False,
+            env=inherited,
+            start_new_session=True,  # away from the terminal, where OpenSSL would ask
         )
         output = done.stdout + done.stderr
         print(output)
