@@ -56,8 +56,8 @@ OK, SAVE, ENTRY_LINE, FILE_NAME = 1, 7, 211, 1148  # controls of dialogs
 BOOKKEEPING = (
     r"hkey_local_machine\software\classes\installer",
     r"hkey_local_machine\software\microsoft\windows\currentversion\installer",
-    r"hkey_local_machine\software\microsoft\windows\currentversion\uninstall" "\\{",
 )
+PROGRAMS_KEY = r"hkey_local_machine\software\microsoft\windows\currentversion\uninstall"
 # What users and other products have, in the places where we write, too.
 OTHERS_KEYS = [
     rf"HKLM\Software\{HELPERS}\{{11111111-0000-4000-8000-000000000001}}",
@@ -207,6 +207,11 @@ class InstallerTest(unittest.TestCase):
         self.install(older)
         added = difference(registry(), software)
         self.assertEqual(len(added.pop(ENVIRONMENT.lower())), 1)  # the search path
+        code = packages.installer.identifier("product", packages.VERSION)
+        self.assertLessEqual({f'"DisplayVersion"="{packages.VERSION}"',
+                              '"Publisher"="MERLO Technologies"',
+                              '"HelpLink"="https://merlo-downloads.example/folivo-plugin"'},
+                             added.pop(f"{PROGRAMS_KEY}\\{code}".lower()))
 
         def neutral(keys, folder):
             folder = folder.replace("\\", "\\\\")
@@ -246,10 +251,10 @@ class InstallerTest(unittest.TestCase):
         self.assertTrue((DRIVE / "Add-on/FolivoPlugin.dll").exists())
         self.assertFalse(FOLDER.exists())
         self.assertEqual(path().count("Collections"), 1)
-        _, products = wine.run(
-            "reg", "query", r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall", "/s")
-        self.assertEqual(products.count("DisplayName"), 1)
         upgraded = everything()
+        code = packages.installer.identifier("product", NEWER)
+        self.assertEqual({key for key in difference(upgraded[0], before[0])
+                          if key.startswith(PROGRAMS_KEY)}, {f"{PROGRAMS_KEY}\\{code}".lower()})
 
         # With a user to read the reason, and without.
         process = subprocess.Popen(wine.command("msiexec", "/i", wine.windows_path(older), "/qb"),
