@@ -237,8 +237,12 @@ class InstallerTest(unittest.TestCase):
         (FOLDER / "FolivoPlugin.dll").unlink()
         wine.run("reg", "delete", r"HKCR\CLSID\{D2F43197-BF77-45A1-ACA4-5A9BEDF67FB0}", "/f")
         self.assertNotEqual(installed_version(), packages.VERSION)
+        # Of keys that the scripts remove first, only what they write is left.
+        wine.set_registry_text(r"HKCR\CLSID\{635046B4-7B72-43B0-85F7-D720FBFC9903}\Old", "", "x")
         self.install(older, "REINSTALL=ALL", "REINSTALLMODE=omus")
-        self.assertEqual(difference(registry(), installed[0]), {})
+        repaired = registry()
+        self.assertEqual((difference(repaired, installed[0]), difference(installed[0], repaired)),
+                         ({}, {}))
         self.assertEqual(digest_of(FOLDER / "FolivoPlugin.dll"), digest)
 
     def test_upgrade_is_one_step_and_downgrade_is_refused(self):
