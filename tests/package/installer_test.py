@@ -48,17 +48,16 @@ DONE, FATAL, RESTART_NEEDED = 0, 1603 & 0xFF, 3010 & 0xFF
 ENVIRONMENT = r"HKEY_LOCAL_MACHINE\System\CurrentControlSet\Control\Session Manager\Environment"
 HELPERS = r"Microsoft\Windows\CurrentVersion\Explorer\Browser Helper Objects"
 POLICIES = r"Microsoft\Internet Explorer\Low Rights\ElevationPolicy"
-INSTALL_INFORMATION = (
-    r"HKLM\Software\Wow6432Node\MERLO Technologies\Folivo Software\Install Information"
-)
+MAKERS_KEY = r"HKLM\Software\Wow6432Node\MERLO Technologies"
+INSTALL_INFORMATION = MAKERS_KEY + r"\Folivo Software\Install Information"
 TIMEOUT_S = 10
 OK, SAVE, ENTRY_LINE, FILE_NAME = 1, 7, 211, 1148  # controls of dialogs
 # The installer's own notes of what is installed; everything else is ours to answer for.
 BOOKKEEPING = (
     r"hkey_local_machine\software\classes\installer",
     r"hkey_local_machine\software\microsoft\windows\currentversion\installer",
-    r"hkey_local_machine\software\microsoft\windows\currentversion\uninstall" "\\{",
 )
+PROGRAMS_KEY = r"hkey_local_machine\software\microsoft\windows\currentversion\uninstall"
 # What users and other products have, in the places where we write, too.
 OTHERS_KEYS = [
     rf"HKLM\Software\{HELPERS}\{{11111111-0000-4000-8000-000000000001}}",
@@ -111,6 +110,7 @@ def setUpModule():
     for name in OTHERS_FILES:
         (DRIVE / name).parent.mkdir(parents=True)
         (DRIVE / name).write_text("of others")
+    installed_version()  # the script host registers itself when it runs first
 
 
 def msiexec(option, package, *properties, silent="/qn"):
@@ -152,6 +152,10 @@ def files():
     return found
 
 
+def everything():
+    return registry(), files()
+
+
 def difference(left, right):
     """What is in `left` and is not, or is not the same, in `right`."""
     return {key: values - right[key] if isinstance(values, frozenset) and key in right else values
@@ -175,19 +179,16 @@ class InstallerTest(unittest.TestCase):
 
     def setUp(self):
         self.addCleanup(self.remove_all)
-        self.before = registry(), files()
 
     def remove_all(self):
         for package in (newer, older):
-            msiexec("/x", package)
-        wine.run("reg", "delete", INSTALL_INFORMATION, "/f")
+            # The installer keeps a copy of what is installed.
+            if any((DRIVE / "windows/Installer").glob("*.msi")):
+                msiexec("/x", package)
 
     def assert_same(self, expected):
-        for now, then in zip((registry(), files()), expected):
+        for now, then in zip(everything(), expected):
             self.assertEqual((difference(now, then), difference(then, now)), ({}, {}))
-
-    def assert_as_before(self):
-        self.assert_same(self.before)
 
     def install(self, package, *properties):
         self.assertEqual(msiexec("/i", package, *properties), DONE)
@@ -197,14 +198,20 @@ class InstallerTest(unittest.TestCase):
         return Browser(TOOLS, DRIVE, log)
 
     def test_registry_is_as_regsvr32_writes_it_and_removal_leaves_nothing(self):
-        before = self.before[0]
+        before = everything()
+        software = before[0]
         dll = wine.windows_path(BUILD / "FolivoPlugin.dll")
         self.assertEqual(wine.run("regsvr32", "/s", dll)[0], 0)
-        registered = difference(registry(), before)
+        registered = difference(registry(), software)
         self.assertEqual(wine.run("regsvr32", "/s", "/u", dll)[0], 0)
         self.install(older)
-        added = difference(registry(), before)
+        added = difference(registry(), software)
         self.assertEqual(len(added.pop(ENVIRONMENT.lower())), 1)  # the search path
+        code = packages.installer.identifier("product", packages.VERSION)
+        self.assertLessEqual({f'"DisplayVersion"="{packages.VERSION}"',
+                              '"Publisher"="MERLO Technologies"',
+                              '"HelpLink"="https://merlo-downloads.example/folivo-plugin"'},
+                             added.pop(f"{PROGRAMS_KEY}\\{code}".lower()))
 
         def neutral(keys, folder):
             folder = folder.replace("\\", "\\\\")
@@ -219,22 +226,27 @@ class InstallerTest(unittest.TestCase):
         self.assertEqual(
             neutral(added, r"C:\Program Files\MERLO Technologies\Folivo Plugin"), expected)
         self.assertEqual(msiexec("/x", older), DONE)
-        self.assert_as_before()
+        self.assert_same(before)
 
     def test_same_version_changes_nothing_and_repair_restores(self):
         self.install(older)
-        installed = registry(), files()
+        installed = everything()
         self.install(older)
         self.assert_same(installed)
         digest = digest_of(FOLDER / "FolivoPlugin.dll")
         (FOLDER / "FolivoPlugin.dll").unlink()
         wine.run("reg", "delete", r"HKCR\CLSID\{D2F43197-BF77-45A1-ACA4-5A9BEDF67FB0}", "/f")
         self.assertNotEqual(installed_version(), packages.VERSION)
+        # Of keys that the scripts remove first, only what they write is left.
+        wine.set_registry_text(r"HKCR\CLSID\{635046B4-7B72-43B0-85F7-D720FBFC9903}\Old", "", "x")
         self.install(older, "REINSTALL=ALL", "REINSTALLMODE=omus")
-        self.assertEqual(difference(registry(), installed[0]), {})
+        repaired = registry()
+        self.assertEqual((difference(repaired, installed[0]), difference(installed[0], repaired)),
+                         ({}, {}))
         self.assertEqual(digest_of(FOLDER / "FolivoPlugin.dll"), digest)
 
     def test_upgrade_is_one_step_and_downgrade_is_refused(self):
+        before = everything()
         folder = r"C:\Add-on"
         self.install(older, f"INSTALLFOLDER={folder}")
         self.assertEqual(installed_version(), packages.VERSION)
@@ -243,10 +255,10 @@ class InstallerTest(unittest.TestCase):
         self.assertTrue((DRIVE / "Add-on/FolivoPlugin.dll").exists())
         self.assertFalse(FOLDER.exists())
         self.assertEqual(path().count("Collections"), 1)
-        _, products = wine.run(
-            "reg", "query", r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall", "/s")
-        self.assertEqual(products.count("DisplayName"), 1)
-        upgraded = registry(), files()
+        upgraded = everything()
+        code = packages.installer.identifier("product", NEWER)
+        self.assertEqual({key for key in difference(upgraded[0], before[0])
+                          if key.startswith(PROGRAMS_KEY)}, {f"{PROGRAMS_KEY}\\{code}".lower()})
 
         # With a user to read the reason, and without.
         process = subprocess.Popen(wine.command("msiexec", "/i", wine.windows_path(older), "/qb"),
@@ -260,9 +272,10 @@ class InstallerTest(unittest.TestCase):
         self.assertEqual(msiexec("/i", older), FATAL)
         self.assert_same(upgraded)
         self.assertEqual(msiexec("/x", newer, f"INSTALLFOLDER={folder}"), DONE)
-        self.assert_as_before()
+        self.assert_same(before)
 
     def test_features_are_chosen_by_properties(self):
+        before = everything()
         self.install(older, "ADDLOCAL=AddOn")
         self.assertFalse((FOLDER / "Collections").exists())
         self.assertNotIn("Collections", path())
@@ -272,32 +285,33 @@ class InstallerTest(unittest.TestCase):
         self.install(older, "REMOVE=Collections")
         self.assertFalse((FOLDER / "Collections").exists())
         self.assertEqual(msiexec("/x", older), DONE)
-        self.assert_as_before()
+        self.assert_same(before)
 
     def test_elevation_policy_names_the_launchers_folder(self):
+        before = everything()
         for wish in ("ELEVATIONPOLICY=1", "ADDLOCAL=ALL"):  # without the application
             self.assertEqual(msiexec("/i", older, wish), FATAL)
-            self.assert_as_before()
+            self.assert_same(before)
+        self.addCleanup(wine.run, "reg", "delete", MAKERS_KEY, "/f")
         wine.set_registry_text(INSTALL_INFORMATION, "FolivoExePath", r"C:\Folivo")
         for properties, folder in [((), None), (("ELEVATIONPOLICY=1",), r"C:\Folivo"),
                                    (("ELEVATIONPOLICY=1", r"LAUNCHERFOLDER=D:\F"), r"D:\F")]:
             with self.subTest(properties):
                 self.install(older, *properties)
-                policies = [values for key, values in difference(registry(), self.before[0]).items()
+                policies = [values for key, values in difference(registry(), before[0]).items()
                             if POLICIES.lower() in key]
                 self.assertEqual(policies, [] if not folder else [{
                     '"AppName"="LaunchFolivo.exe"', '"Policy"=dword:00000003',
                     '"AppPath"="{}"'.format(folder.replace("\\", "\\\\"))}])
                 self.assertEqual(msiexec("/x", older), DONE)
-        wine.run("reg", "delete", r"HKLM\Software\Wow6432Node\MERLO Technologies", "/f")
-        self.assert_as_before()
 
     def test_failed_installation_leaves_nothing(self):
+        before = everything()
         # Where no folder can be made; a full disk ends the same way.
         for properties in ([r"INSTALLFOLDER=Z:\proc\Add-on"], ["ALLUSERS="]):
             with self.subTest(properties):
                 self.assertEqual(msiexec("/i", older, *properties), FATAL)
-                self.assert_as_before()
+                self.assert_same(before)
 
     def test_files_in_use_are_replaced_at_the_restart(self):
         self.install(older)

@@ -73,6 +73,12 @@ class InstallerTablesTest(unittest.TestCase):
         self.assertEqual({key for key in removed if not re.search(GUID + "$", key)
                           and not key.startswith("FolivoDownloadPlugin.")}, set())
 
+    def test_keys_that_scripts_remove_first_are_removed_first(self):
+        removed = {row["Key"].rpartition("\\")[0] for row in rows(made, "RemoveRegistry")}
+        self.assertEqual({key.rpartition("\\")[2] for key in removed},
+                         {"CLSID", "Browser Helper Objects"})
+        self.assertEqual(len(rows(made, "RemoveRegistry")), 4)
+
     def test_components_are_of_64_bits_but_one(self):
         narrow = {row["Component"] for row in rows(made, "Component")
                   if not int(row["Attributes"]) & 256}

@@ -53,6 +53,8 @@ def settings(**changes):
 def identities():
     return {
         "PKCS#12 file": settings(),
+        "PEM files without password": settings(
+            CERTIFICATE=work / "cert.pem", KEY=work / "plain.pem", PASSWORD=None),
         "PEM files": settings(CERTIFICATE=work / "cert.pem", KEY=work / "key.pem"),
         "token": settings(CERTIFICATE=work / "cert.pem", PKCS11_MODULE=TOKEN_DRIVER,
                           KEY="pkcs11:token=folivo;object=sign;type=private", PASSWORD="1234"),
@@ -87,7 +89,9 @@ class SigningTest(unittest.TestCase):
     def test_what_cannot_be_signed_or_verified_stays_as_it_was(self):
         run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other",
             "-keyout", "other.key", "-out", "other.pem", cwd=work)
+        encrypted = {"CERTIFICATE": work / "cert.pem", "KEY": work / "key.pem", "PASSWORD": None}
         for changes, reason in [({"PASSWORD": "wrong"}, "signing failed"),
+                                (encrypted, "signing failed"),
                                 ({"CA_FILE": work / "other.pem"}, "verifying the signature failed")]:
             with self.subTest(reason):
                 file = self.copy()
@@ -110,8 +114,14 @@ class SigningTest(unittest.TestCase):
     def test_command_line_has_no_secret_and_asks_a_time_stamp_server_only_if_told(self):
         for name, environment in identities().items():
             command = Signer(environment).command(work / "a", work / "b")
-            self.assertNotIn(environment["FOLIVO_SIGN_PASSWORD"], " ".join(command), name)
+            secret = environment.get("FOLIVO_SIGN_PASSWORD", PASSWORD)
+            self.assertFalse([word for word in command if word == secret or PASSWORD in word], name)
             self.assertNotIn("-ts", command)
+        # SoftHSM's tools put no certificates into a token.
+        inside = settings(CERTIFICATE=None, PKCS11_MODULE=TOKEN_DRIVER, KEY="pkcs11:object=sign",
+                          PKCS11_CERTIFICATE="pkcs11:object=cert")
+        command = Signer(inside).command(work / "a", work / "b")
+        self.assertEqual(command[command.index("-pkcs11cert") + 1], "pkcs11:object=cert")
         command = Signer(settings(TIMESTAMP_URL="http://127.0.0.1:1")).command(work / "a", work / "b")
         self.assertEqual(command[command.index("-ts") + 1], "http://127.0.0.1:1")
 

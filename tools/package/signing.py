@@ -10,7 +10,6 @@ from collections.abc import Mapping
 from pathlib import Path
 
 _PREFIX = "FOLIVO_SIGN_"
-_ENGINE = "/usr/lib/x86_64-linux-gnu/engines-3/pkcs11.so"
 _ROOTS = "/etc/ssl/certs/ca-certificates.crt"
 _PKCS12 = (".p12", ".pfx")
 _DESCRIPTION = "MERLO Folivo Download Utility"
@@ -33,7 +32,7 @@ class Signer:
         certificate, key = setting("CERTIFICATE"), setting("KEY")
         if module := setting("PKCS11_MODULE"):
             self._identity = self._token(
-                module, setting("PKCS11_ENGINE", _ENGINE), setting("PKCS11_CERTIFICATE"),
+                module, setting("PKCS11_ENGINE"), setting("PKCS11_CERTIFICATE"),
                 certificate, key
             )
         elif not certificate:
@@ -58,17 +57,19 @@ class Signer:
                 f"Neither {_PREFIX}PKCS11_CERTIFICATE nor {_PREFIX}CERTIFICATE is set."
             )
         named = ["-pkcs11cert", inside] if inside else ["-certs", _file("CERTIFICATE", certificate)]
+        # OpenSSL finds Debian's engine by itself.
+        loaded = ["-pkcs11engine", _file("PKCS11_ENGINE", engine)] if engine else []
         return [
-            "-pkcs11engine", _file("PKCS11_ENGINE", engine),
-            "-pkcs11module", _file("PKCS11_MODULE", module),
+            *loaded, "-pkcs11module", _file("PKCS11_MODULE", module),
             *named, "-key", key,
         ]  # fmt: skip
 
     def command(self, source: Path, target: Path) -> list[str]:
         """The command that signs; the password is its standard input."""
+        password = ["-readpass", "/dev/stdin"] if self._password else []
         stamp = ["-ts", self._timestamp] if self._timestamp else []
         return [
-            "osslsigncode", "sign", *self._identity, "-readpass", "/dev/stdin",
+            "osslsigncode", "sign", *self._identity, *password,
             "-h", "sha256", "-n", _DESCRIPTION, *stamp, "-in", str(source), "-out", str(target),
         ]  # fmt: skip
 
@@ -91,7 +92,13 @@ class Signer:
         # Its own environment holds the password no longer than ours does.
         inherited = {key: value for key, value in os.environ.items() if key != _PREFIX + "PASSWORD"}
         done = subprocess.run(
-            command, input=answer, capture_output=True, text=True, check=False, env=inherited
+            command,
+            input=answer,
+            capture_output=True,
+            text=True,
+            check=False,
+            env=inherited,
+            start_new_session=True,  # away from the terminal, where OpenSSL would ask
         )
         output = done.stdout + done.stderr
         print(output)

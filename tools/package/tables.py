@@ -157,7 +157,7 @@ _BEFORE_COSTS = (
 _UI_SEQUENCE = (*_BEFORE_COSTS, ("MigrateFeatureStates", None), ("ExecuteAction", None))
 _EXECUTE_SEQUENCE = (
     *_BEFORE_COSTS,
-    (_TELL_FOLDER[0], "NOT Installed"),
+    (_TELL_FOLDER[0], None),
     ("MigrateFeatureStates", None),
     ("InstallValidate", None),
     ("InstallInitialize", None),
