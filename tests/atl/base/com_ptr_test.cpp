@@ -55,13 +55,6 @@ TEST(ComPtr, CountsOneReferencePerOwner) {
   EXPECT_EQ(2U, object.References());
 }
 
-TEST(ComPtr, NullHasNoInterface) {
-  const CComPtr<IPersist> empty;
-  IStream* none = nullptr;
-  EXPECT_EQ(E_POINTER, empty.QueryInterface(&none));
-  EXPECT_THROW(*empty, CAtlException);
-}
-
 TEST(ComPtr, ReleaseMayBeCalledByTheObjectThatItReleases) {
   class CReentrant : public CCountedObject {
    public:

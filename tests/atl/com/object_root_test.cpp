@@ -152,18 +152,4 @@ TEST_F(ObjectRoot, ThreadsShareTheCount) {
   EXPECT_EQ(1 << 30, object.m_dwRef);
 }
 
-TEST_F(ObjectRoot, CachedObjectLocksWhileOthersUseIt) {
-  auto* const object = new CComObjectCached<CTestObject>;
-  EXPECT_EQ(1U, object->AddRef());
-  EXPECT_EQ(0, LocksGained());
-  EXPECT_EQ(2U, object->AddRef());
-  EXPECT_EQ(1, LocksGained());
-  EXPECT_EQ(3U, object->AddRef());
-  EXPECT_EQ(1, LocksGained());
-  EXPECT_EQ(2U, object->Release());
-  EXPECT_EQ(1U, object->Release());
-  EXPECT_EQ(0, LocksGained());
-  EXPECT_EQ(0U, object->Release());
-}
-
 }  // namespace

@@ -91,16 +91,11 @@ TEST_F(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
   CComPtr<IEnumSTATDATA> connections;
   EXPECT_EQ(S_OK, m_object->EnumAdvise(&connections));
   EXPECT_EQ(nullptr, connections.p);
-  DWORD first = 0;
-  DWORD second = 0;
-  CTestSink other;
-  ASSERT_EQ(S_OK, m_object->Advise(&m_sink, &first));
-  ASSERT_EQ(S_OK, m_object->Advise(&other, &second));
+  DWORD cookie = 0;
+  ASSERT_EQ(S_OK, m_object->Advise(&m_sink, &cookie));
   EXPECT_EQ(S_OK, m_object->EnumAdvise(&connections));
   EXPECT_NE(nullptr, connections.p);
   connections.Release();
-  EXPECT_EQ(S_OK, m_object->Unadvise(second));
-  EXPECT_EQ(0U, other.References());
   const struct {
     bool dirty;
     DWORD option;
@@ -120,8 +115,8 @@ TEST_F(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
       EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnClose"));
     }
   }
-  EXPECT_THAT(other.m_log.Take(), IsEmpty());
-  EXPECT_EQ(S_OK, m_object->Unadvise(first));
+  EXPECT_EQ(S_OK, m_object->Unadvise(cookie));
+  EXPECT_EQ(0U, m_sink.References());
 }
 
 }  // namespace

@@ -84,11 +84,4 @@ TEST_F(Persistence, StorageSavesAndLoadsProperties) {
   EXPECT_EQ(S_FALSE, persist->IsDirty());
 }
 
-TEST_F(Persistence, GetClassIdReturnsTheClass) {
-  CLSID ids[2] = {};
-  EXPECT_EQ(S_OK, As<IPersistStreamInit>()->GetClassID(&ids[0]));
-  EXPECT_EQ(S_OK, As<IPersistStorage>()->GetClassID(&ids[1]));
-  EXPECT_TRUE(ids[0] == CLSID_Plate && ids[1] == CLSID_Plate);
-}
-
 }  // namespace
