@@ -44,10 +44,7 @@ class CComVariant : public tagVARIANT {
  public:
   CComVariant() noexcept { ::VariantInit(this); }
   CComVariant(const CComVariant& varSrc) : CComVariant() {
-    const HRESULT hr = ::VariantCopy(this, Plain(&varSrc));
-    if (FAILED(hr)) {
-      AtlThrow(hr);
-    }
+    detail::ThrowIfFailed(::VariantCopy(this, Plain(&varSrc)));
   }
   CComVariant(CComVariant&& varSrc) noexcept : CComVariant() { Swap(varSrc); }
   CComVariant(LPCOLESTR lpszSrc) : CComVariant() {
@@ -64,12 +61,7 @@ class CComVariant : public tagVARIANT {
   }
   ~CComVariant() { Clear(); }
 
-  CComVariant& operator=(const CComVariant& varSrc) {
-    CComVariant copy(varSrc);
-    Swap(copy);
-    return *this;
-  }
-  CComVariant& operator=(CComVariant&& varSrc) noexcept {
+  CComVariant& operator=(CComVariant varSrc) noexcept {
     Swap(varSrc);
     return *this;
   }

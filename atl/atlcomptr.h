@@ -32,10 +32,8 @@ class CComPtr {
     CComPtr(lp).Swap(*this);
     return p;
   }
-  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): adds a reference before it releases one
-  T* operator=(const CComPtr& lp) noexcept { return *this = lp.p; }
-  T* operator=(CComPtr&& lp) noexcept {
-    CComPtr(std::move(lp)).Swap(*this);
+  T* operator=(CComPtr lp) noexcept {
+    lp.Swap(*this);
     return p;
   }
 

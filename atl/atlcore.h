@@ -2,6 +2,8 @@
 
 #include <atlexcept.h>
 
+#include <string>
+
 /// Start of this module's image, defined by the linker. Its address is the module handle.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
@@ -37,19 +39,6 @@ class CComCriticalSection {
   CRITICAL_SECTION m_sec;
 };
 
-/// Holds a lock, whose Lock does not fail, for its scope.
-template <class TLock>
-class CComCritSecLock {
- public:
-  explicit CComCritSecLock(TLock& cs) noexcept : m_cs(cs) { m_cs.Lock(); }
-  ~CComCritSecLock() { m_cs.Unlock(); }
-  CComCritSecLock(const CComCritSecLock&) = delete;
-  CComCritSecLock& operator=(const CComCritSecLock&) = delete;
-
- private:
-  TLock& m_cs;
-};
-
 /// The module that this code is linked into. It has its own resources.
 class CAtlBaseModule {
  public:
@@ -63,5 +52,25 @@ class CAtlBaseModule {
 };
 
 inline constinit CAtlBaseModule _AtlBaseModule;
+
+namespace detail {
+
+/// Returns the full path of a loaded module, of any length; null means the host executable. Throws
+/// CAtlException for an invalid handle.
+inline std::wstring ModulePath(HINSTANCE hInst) {
+  for (std::wstring path(MAX_PATH, L'\0');; path.resize(path.size() * 2)) {
+    const DWORD length = ::GetModuleFileNameW(hInst, path.data(), static_cast<DWORD>(path.size()));
+    if (length == 0) {
+      AtlThrowLastWin32();
+    }
+    // A full buffer means that the path was truncated.
+    if (length < path.size()) {
+      path.resize(length);
+      return path;
+    }
+  }
+}
+
+}  // namespace detail
 
 }  // namespace ATL

@@ -10,6 +10,5 @@
 #include "detail/control_interfaces.h"
 #include "detail/data_object.h"
 #include "detail/in_place_object.h"
-#include "detail/object_safety.h"
 #include "detail/ole_object.h"
 #include "detail/view_object.h"

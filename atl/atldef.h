@@ -10,16 +10,10 @@
 #include <cassert>
 
 /// Checks an assumption about the program itself; compiled out when NDEBUG is defined.
-#ifndef ATLASSERT
 #define ATLASSERT(expr) assert(expr)
-#endif
 
 /// Throws CAtlException(hr) unless `expr` holds; needs atlexcept.h at the point of use.
 #define ATLENSURE_THROW(expr, hr) ((expr) ? static_cast<void>(0) : ATL::AtlThrow(hr))
-
-/// The hint has no counterpart in GCC; the vtable is simply emitted.
-#define ATL_NO_VTABLE
-#define ATL_NOINLINE __attribute__((noinline))
 
 // Around functions that maps declare without "override", which clang would warn of.
 #ifdef __clang__

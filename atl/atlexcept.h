@@ -17,7 +17,7 @@ class CAtlException {
 };
 
 /// Throws CAtlException(hr).
-[[noreturn]] ATL_NOINLINE inline void AtlThrow(HRESULT hr) { throw CAtlException(hr); }
+[[noreturn]] inline void AtlThrow(HRESULT hr) { throw CAtlException(hr); }
 
 inline HRESULT AtlHresultFromWin32(DWORD nError) noexcept { return HRESULT_FROM_WIN32(nError); }
 
@@ -25,9 +25,15 @@ inline HRESULT AtlHresultFromWin32(DWORD nError) noexcept { return HRESULT_FROM_
 inline HRESULT AtlHresultFromLastError() noexcept { return AtlHresultFromWin32(::GetLastError()); }
 
 /// Throws CAtlException with the thread's last error.
-[[noreturn]] ATL_NOINLINE inline void AtlThrowLastWin32() { AtlThrow(AtlHresultFromLastError()); }
+[[noreturn]] inline void AtlThrowLastWin32() { AtlThrow(AtlHresultFromLastError()); }
 
 namespace detail {
+
+inline void ThrowIfFailed(HRESULT hr) {
+  if (FAILED(hr)) {
+    AtlThrow(hr);
+  }
+}
 
 /// Calls `f`, which returns an HRESULT, and converts an exception to one: no exception may leave a
 /// COM method or an exported function.

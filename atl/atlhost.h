@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atlwin.h>
+#include <atlwinimpl.h>
 
 namespace ATL {
 
@@ -8,13 +8,22 @@ namespace ATL {
 /// whose template has one cannot be created.
 template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
-class ATL_NO_VTABLE CAxDialogImpl : public CDialogImplBaseT<TBase> {
+class CAxDialogImpl : public CDialogImplBaseT<TBase> {
  public:
-  /// Returns the code of EndDialog, or -1 when the dialog cannot be created.
+  /// Returns the code of EndDialog, or -1, with the last error set, when the dialog cannot be
+  /// created.
   INT_PTR DoModal(HWND hWndParent = ::GetActiveWindow()) {
-    return this->RunModal(T::IDD, hWndParent);
+    ATLASSERT(this->m_hWnd == nullptr);
+    return ::DialogBoxParam(_AtlBaseModule.GetResourceInstance(), MAKEINTRESOURCE(T::IDD),
+                            hWndParent, this->DialogProc,
+                            reinterpret_cast<LPARAM>(static_cast<CDialogImplBaseT<TBase>*>(this)));
   }
-  HWND Create(HWND hWndParent) { return this->CreateModeless(T::IDD, hWndParent); }
+  HWND Create(HWND hWndParent) {
+    ATLASSERT(this->m_hWnd == nullptr);
+    return ::CreateDialogParam(
+        _AtlBaseModule.GetResourceInstance(), MAKEINTRESOURCE(T::IDD), hWndParent, this->DialogProc,
+        reinterpret_cast<LPARAM>(static_cast<CDialogImplBaseT<TBase>*>(this)));
+  }
 
   BEGIN_MSG_MAP(CAxDialogImpl)
   MESSAGE_HANDLER(WM_INITDIALOG, OnInitDialog)

@@ -5,7 +5,7 @@
 namespace ATL {
 
 /// Base of classes with a message map.
-class ATL_NO_VTABLE CMessageMap {
+class CMessageMap {
  public:
   /// Returns TRUE when the message was handled, with its result in lResult. dwMsgMapID is 0: a
   /// class has one map.

@@ -59,25 +59,10 @@ class CRegKey {
     ATLASSERT(m_hKey != nullptr);
     return ::RegDeleteKey(m_hKey, lpszSubKey);
   }
-  /// Deletes a subkey with its subkeys; stops at the first failure.
+  /// Deletes a subkey with its subkeys.
   LONG RecurseDeleteKey(LPCTSTR lpszKey) noexcept {
-    CRegKey key;
-    LONG nResult = key.Open(m_hKey, lpszKey, KEY_READ | KEY_WRITE);
-    if (nResult != ERROR_SUCCESS) {
-      return nResult;
-    }
-    TCHAR szName[256];  // names have at most 255 characters
-    DWORD nLength = 256;
-    while (::RegEnumKeyEx(key, 0, szName, &nLength, nullptr, nullptr, nullptr, nullptr) ==
-           ERROR_SUCCESS) {
-      nResult = key.RecurseDeleteKey(szName);
-      if (nResult != ERROR_SUCCESS) {
-        return nResult;
-      }
-      nLength = 256;
-    }
-    key.Close();
-    return DeleteSubKey(lpszKey);
+    ATLASSERT(m_hKey != nullptr);
+    return ::RegDeleteTree(m_hKey, lpszKey);
   }
 
   HKEY m_hKey = nullptr;

@@ -9,6 +9,4 @@ using CStringA = CStringT<char>;
 
 }  // namespace ATL
 
-#ifndef _ATL_NO_AUTOMATIC_NAMESPACE
 using namespace ATL;  // NOLINT(google-global-names-in-headers): as documented
-#endif

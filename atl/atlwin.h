@@ -1,8 +1,5 @@
 #pragma once
 
-// Windows: CWindow, message maps, CWindowImpl, dialogs.
-
-#include <atldialog.h>
 #include <atlmsgmap.h>
 #include <atlwindow.h>
 #include <atlwinimpl.h>

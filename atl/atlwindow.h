@@ -2,6 +2,8 @@
 
 #include <atldef.h>
 
+#include <algorithm>
+
 namespace ATL {
 
 // NOLINTBEGIN(google-explicit-constructor): ATL documents these conversions
@@ -74,8 +76,7 @@ inline BOOL CWindow::CenterWindow() noexcept {
   // Right and bottom first, so that of a larger window the upper left corner is visible.
   const auto place = [](LONG nFrom, LONG nTo, LONG nSize, LONG nMin, LONG nMax) {
     const LONG nCentred = nFrom + (nTo - nFrom) / 2 - nSize / 2;
-    const LONG nFitting = nCentred + nSize > nMax ? nMax - nSize : nCentred;
-    return nFitting < nMin ? nMin : nFitting;
+    return std::max(nMin, std::min(nCentred, nMax - nSize));
   };
   const LONG x =
       place(rcCenter.left, rcCenter.right, rcSelf.right - rcSelf.left, rcArea.left, rcArea.right);

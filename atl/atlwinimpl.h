@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace ATL {
 
@@ -41,7 +42,7 @@ struct CWndClassInfo {
 /// Base of classes that handle the messages of a window. For the window's thread. The window's user
 /// data is the address of its object.
 template <class TBase = CWindow>
-class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
+class CWindowImplRoot : public TBase, public CMessageMap {
  public:
   CWindowImplRoot() noexcept = default;
   CWindowImplRoot(const CWindowImplRoot&) = delete;
@@ -99,7 +100,7 @@ class ATL_NO_VTABLE CWindowImplRoot : public TBase, public CMessageMap {
 /// A child window with T's message map. T has its own window class.
 template <class T, class TBase = CWindow>
 // NOLINTNEXTLINE(bugprone-crtp-constructor-accessibility): T may be a template between
-class ATL_NO_VTABLE CWindowImpl : public CWindowImplRoot<TBase> {
+class CWindowImpl : public CWindowImplRoot<TBase> {
  public:
   /// Registers the class when the first window is created, after a failure again. Any thread.
   static CWndClassInfo& GetWndClassInfo() {
@@ -131,6 +132,43 @@ class ATL_NO_VTABLE CWindowImpl : public CWindowImplRoot<TBase> {
     return CWindowImpl::Dispatch(hWnd, uMsg, wParam, lParam, lResult)
                ? lResult
                : ::DefWindowProc(hWnd, uMsg, wParam, lParam);
+  }
+};
+
+/// The dialog procedure of CAxDialogImpl.
+template <class TBase = CWindow>
+class CDialogImplBaseT : public CWindowImplRoot<TBase> {
+ public:
+  /// Ends DoModal with the result nRetCode.
+  BOOL EndDialog(int nRetCode) noexcept {
+    ATLASSERT(this->IsWindow());
+    return ::EndDialog(this->m_hWnd, nRetCode);
+  }
+
+ protected:
+  /// WM_INITDIALOG brings the object, which sees no earlier message.
+  static INT_PTR CALLBACK DialogProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    if (uMsg == WM_INITDIALOG) {
+      reinterpret_cast<CDialogImplBaseT*>(std::exchange(lParam, 0))->BindWindow(hWnd);
+    }
+    LRESULT lResult = 0;
+    return CDialogImplBaseT::Dispatch(hWnd, uMsg, wParam, lParam, lResult)
+               ? ReportResult(hWnd, uMsg, lResult)
+               : FALSE;
+  }
+
+ private:
+  /// Some messages have their result as the procedure's; all others in DWLP_MSGRESULT.
+  static INT_PTR ReportResult(HWND hWnd, UINT uMsg, LRESULT lResult) noexcept {
+    static constexpr UINT kDirect[] = {WM_COMPAREITEM,  WM_VKEYTOITEM,        WM_CHARTOITEM,
+                                       WM_INITDIALOG,   WM_QUERYDRAGICON,     WM_CTLCOLORMSGBOX,
+                                       WM_CTLCOLOREDIT, WM_CTLCOLORLISTBOX,   WM_CTLCOLORBTN,
+                                       WM_CTLCOLORDLG,  WM_CTLCOLORSCROLLBAR, WM_CTLCOLORSTATIC};
+    if (std::ranges::find(kDirect, uMsg) != std::end(kDirect)) {
+      return lResult;
+    }
+    ::SetWindowLongPtr(hWnd, DWLP_MSGRESULT, lResult);
+    return TRUE;
   }
 };
 

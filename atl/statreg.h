@@ -61,9 +61,6 @@ class CRegObject final : public IRegistrarBase {
     });
   }
   HRESULT RunResource(LPCOLESTR szModule, UINT nID, LPCOLESTR szType, bool bRegister) noexcept {
-    if (szModule == nullptr || szType == nullptr) {
-      return E_INVALIDARG;
-    }
     return detail::CallGuarded(
         [&] { return RunString(ReadResource(szModule, nID, szType).c_str(), bRegister); });
   }

@@ -16,12 +16,11 @@ class CComClassFactory : public IClassFactory, public CComObjectRootEx<CComMulti
 
   STDMETHOD(CreateInstance)(LPUNKNOWN pUnkOuter, REFIID riid, void** ppvObj) override {
     ATLASSERT(m_pfnCreateInstance != nullptr);
-    if (ppvObj == nullptr) {
+    if (FAILED(detail::SetResult(ppvObj, nullptr))) {
       return E_POINTER;
     }
-    *ppvObj = nullptr;
     // The outer object must get the inner IUnknown: no other interface would own the object.
-    if (pUnkOuter != nullptr && !InlineIsEqualUnknown(riid)) {
+    if (pUnkOuter != nullptr && riid != IID_IUnknown) {
       return CLASS_E_NOAGGREGATION;
     }
     return m_pfnCreateInstance(pUnkOuter, riid, ppvObj);

@@ -31,21 +31,16 @@ struct _ATL_CHAINDATA {
   (reinterpret_cast<DWORD_PTR>(static_cast<base*>(reinterpret_cast<derived*>(_ATL_PACKING))) - \
    _ATL_PACKING)
 
-inline BOOL WINAPI InlineIsEqualUnknown(REFGUID rguid) noexcept {
-  return ::IsEqualGUID(rguid, IID_IUnknown);
-}
-
 /// Implements QueryInterface for the object at `pThis` by its COM map, whose first entry is a
 /// simple one: its interface is also the object's IUnknown.
 inline HRESULT WINAPI AtlInternalQueryInterface(void* pThis, const _ATL_INTMAP_ENTRY* pEntries,
                                                 REFIID iid, void** ppvObject) {
   ATLASSERT(pThis != nullptr);
   ATLASSERT(pEntries->pFunc == _ATL_SIMPLEMAPENTRY);
-  if (ppvObject == nullptr) {
+  if (FAILED(detail::SetResult(ppvObject, nullptr))) {
     return E_POINTER;
   }
-  *ppvObject = nullptr;
-  const bool wantsIdentity = InlineIsEqualUnknown(iid);
+  const bool wantsIdentity = iid == IID_IUnknown;
   for (; pEntries->pFunc != nullptr; ++pEntries) {
     const IID* const piid = pEntries->piid;
     if (!wantsIdentity && piid != nullptr && !::IsEqualGUID(*piid, iid)) {
@@ -93,7 +88,7 @@ inline const _ATL_CHAINDATA* ChainData() noexcept {
     return reinterpret_cast<IUnknown*>(reinterpret_cast<DWORD_PTR>(this) + _GetEntries()->dw); \
   }                                                                                            \
   HRESULT _InternalQueryInterface(REFIID iid, void** ppvObject) {                              \
-    return this->InternalQueryInterface(this, _GetEntries(), iid, ppvObject);                  \
+    return ATL::AtlInternalQueryInterface(this, _GetEntries(), iid, ppvObject);                \
   }                                                                                            \
   static const ATL::_ATL_INTMAP_ENTRY* WINAPI _GetEntries() noexcept {                         \
     static const ATL::_ATL_INTMAP_ENTRY _entries[] = {

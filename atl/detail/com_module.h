@@ -1,13 +1,52 @@
 #pragma once
 
 #include <atlcore.h>
+#include <comcat.h>
+#include <statreg.h>
 
 #include <atomic>
 
-#include "categories.h"
 #include "type_library.h"
 
 namespace ATL {
+
+// Component categories: what a class implements, and what it requires of its container.
+constexpr int _ATL_CATMAP_ENTRY_END = 0;
+constexpr int _ATL_CATMAP_ENTRY_IMPLEMENTED = 1;
+constexpr int _ATL_CATMAP_ENTRY_REQUIRED = 2;
+
+/// One component category of a class. A table ends with _ATL_CATMAP_ENTRY_END.
+struct _ATL_CATMAP_ENTRY {
+  int iType;
+  const CATID* pcatid;
+};
+
+/// Writes or removes the categories of a class below its registry key; a null map means that it has
+/// none. Writes the keys itself: the system's category manager would need an apartment, and does
+/// not support per-user registration.
+inline HRESULT AtlRegisterClassCategoriesHelper(REFCLSID clsid, const _ATL_CATMAP_ENTRY* pCatMap,
+                                                BOOL bRegister) noexcept {
+  if (pCatMap == nullptr) {
+    return S_OK;
+  }
+  return detail::CallGuarded([&] {
+    const auto text = [](REFGUID guid) -> std::wstring {
+      wchar_t buffer[39];  // braces, digits, dashes and the terminator
+      ::StringFromGUID2(guid, buffer, ARRAYSIZE(buffer));
+      return buffer;
+    };
+    std::wstring script = L"HKCR { NoRemove CLSID { NoRemove " + text(clsid) + L" {";
+    for (; pCatMap->iType != _ATL_CATMAP_ENTRY_END; ++pCatMap) {
+      script += pCatMap->iType == _ATL_CATMAP_ENTRY_REQUIRED ? L" 'Required Categories' { "
+                                                             : L" 'Implemented Categories' { ";
+      script += text(*pCatMap->pcatid) + L" }";
+    }
+    script += L" } } }";
+    CRegObject registrar;
+    return bRegister ? registrar.StringRegister(script.c_str())
+                     : registrar.StringUnregister(script.c_str());
+  });
+}
 
 using _ATL_CREATORFUNC = HRESULT WINAPI(void* pv, REFIID riid, LPVOID* ppv);
 using _ATL_CATMAPFUNC = const _ATL_CATMAP_ENTRY*();
@@ -93,19 +132,20 @@ class CAtlComModule {
 
   /// Implements DllGetClassObject. Any thread.
   HRESULT GetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
-    if (ppv == nullptr) {
+    if (FAILED(detail::SetResult(ppv, nullptr))) {
       return E_POINTER;
     }
-    *ppv = nullptr;
     if (!m_bInitialized) {
       return E_UNEXPECTED;
     }
     auto* const pEntry = detail::CObjectMap::Find(rclsid);
-    const HRESULT hr = detail::CallGuarded([&]() -> HRESULT {
-      IUnknown* pFactory = nullptr;
-      const HRESULT hrFactory = pEntry != nullptr ? CachedClassFactory(*pEntry, &pFactory) : S_OK;
-      return pFactory != nullptr ? pFactory->QueryInterface(riid, ppv) : hrFactory;
-    });
+    if (pEntry == nullptr) {
+      return CLASS_E_CLASSNOTAVAILABLE;
+    }
+    HRESULT hr = CreateClassFactory(*pEntry);
+    if (IUnknown* const pFactory = pEntry->pCF; pFactory != nullptr) {
+      hr = pFactory->QueryInterface(riid, ppv);
+    }
     return *ppv == nullptr && SUCCEEDED(hr) ? CLASS_E_CLASSNOTAVAILABLE : hr;
   }
 
@@ -114,14 +154,17 @@ class CAtlComModule {
   HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
     const HRESULT hr = detail::CObjectMap::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
       const HRESULT hrClass = entry.pfnUpdateRegistry(TRUE);
-      return FAILED(hrClass) ? hrClass : UpdateCategories(entry, TRUE);
+      return FAILED(hrClass)
+                 ? hrClass
+                 : AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), TRUE);
     });
     return FAILED(hr) || !bRegTypeLib ? hr : AtlRegisterTypeLib(m_hInstTypeLib, nullptr);
   }
   /// Removes what RegisterServer has written. Returns the first failure, as that.
   HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
     const HRESULT hr = detail::CObjectMap::ForEach([](const _ATL_OBJMAP_ENTRY_EX& entry) {
-      const HRESULT hrClass = UpdateCategories(entry, FALSE);
+      const HRESULT hrClass =
+          AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), FALSE);
       return FAILED(hrClass) ? hrClass : entry.pfnUpdateRegistry(FALSE);
     });
     return FAILED(hr) || !bUnRegTypeLib ? hr : AtlUnRegisterTypeLib(m_hInstTypeLib, nullptr);
@@ -132,27 +175,22 @@ class CAtlComModule {
   CComCriticalSection m_csObjMap;
 
  private:
-  static HRESULT UpdateCategories(const _ATL_OBJMAP_ENTRY_EX& entry, BOOL bRegister) noexcept {
-    return AtlRegisterClassCategoriesHelper(*entry.pclsid, entry.pfnGetCategoryMap(), bRegister);
-  }
-
-  /// Returns the cached factory, which the cache owns; creates it first if needed.
-  HRESULT CachedClassFactory(_ATL_OBJMAP_ENTRY_EX& entry, IUnknown** ppFactory) {
-    std::atomic<IUnknown*>& cached = entry.pCF;
+  /// Creates the class factory, which the entry owns, unless it exists.
+  HRESULT CreateClassFactory(_ATL_OBJMAP_ENTRY_EX& entry) noexcept {
     HRESULT hr = S_OK;
-    if (cached == nullptr) {
-      const CComCritSecLock<CComCriticalSection> lock(m_csObjMap);
+    if (entry.pCF == nullptr) {
+      m_csObjMap.Lock();
       // Another thread may have created it while this one waited.
-      if (cached == nullptr) {
+      if (entry.pCF == nullptr) {
         void* pFactory = nullptr;
         hr = entry.pfnGetClassObject(reinterpret_cast<void*>(entry.pfnCreateInstance), IID_IUnknown,
                                      &pFactory);
         if (SUCCEEDED(hr)) {
-          cached = static_cast<IUnknown*>(pFactory);
+          entry.pCF = static_cast<IUnknown*>(pFactory);
         }
       }
+      m_csObjMap.Unlock();
     }
-    *ppFactory = cached;
     return hr;
   }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// The classes that complete a COM class `Base`, which has a COM map: they add the methods of
-// IUnknown. And the creators, which the object map has a function of.
+// The classes that add the methods of IUnknown to a COM class `Base`, and their creators.
 
 #include <memory>
 
@@ -12,15 +11,19 @@ namespace ATL {
 
 namespace detail {
 
-/// Keeps the module loaded for its scope. The destructor of an object releases the object's lock
-/// before it destroys the members, and their code is in this module.
-class CModuleLockScope {
- public:
-  CModuleLockScope() noexcept { LockModule(); }
-  CModuleLockScope(const CModuleLockScope&) = delete;
-  CModuleLockScope& operator=(const CModuleLockScope&) = delete;
-  ~CModuleLockScope() { UnlockModule(); }
-};
+/// Releases a reference to an object on the heap. Keeps the module loaded during the last one: the
+/// object's destructor releases its lock before it destroys the members, whose code is in the
+/// module.
+template <class T>
+ULONG ReleaseObject(T* pObject) {
+  const ULONG l = pObject->InternalRelease();
+  if (l == 0) {
+    LockModule();
+    delete pObject;
+    UnlockModule();
+  }
+  return l;
+}
 
 /// Calls FinalConstruct of a new object, which the caller must delete when the result is not S_OK.
 template <class T>
@@ -39,10 +42,9 @@ template <class T1>
 class CComCreator {
  public:
   static HRESULT WINAPI CreateInstance(void* pv, REFIID riid, LPVOID* ppv) noexcept {
-    if (ppv == nullptr) {
+    if (FAILED(detail::SetResult(ppv, nullptr))) {
       return E_POINTER;
     }
-    *ppv = nullptr;
     return detail::CallGuarded([&] {
       auto pObject = std::make_unique<T1>(pv);
       HRESULT hr = detail::FinishConstruction(*pObject, pv);
@@ -79,24 +81,16 @@ class CComObject : public Base {
   }
 
   STDMETHOD_(ULONG, AddRef)() override { return this->InternalAddRef(); }
-  STDMETHOD_(ULONG, Release)() override {
-    const ULONG l = this->InternalRelease();
-    if (l == 0) {
-      const detail::CModuleLockScope lock;
-      delete this;
-    }
-    return l;
-  }
+  STDMETHOD_(ULONG, Release)() override { return detail::ReleaseObject(this); }
   STDMETHOD(QueryInterface)(REFIID iid, void** ppvObject) override {
     return this->_InternalQueryInterface(iid, ppvObject);
   }
 
   /// Creates an object with a reference count of 0: call its AddRef first.
   static HRESULT WINAPI CreateInstance(CComObject<Base>** pp) noexcept {
-    if (pp == nullptr) {
+    if (FAILED(detail::SetResult(pp, nullptr))) {
       return E_POINTER;
     }
-    *pp = nullptr;
     return detail::CallGuarded([&] {
       auto pObject = std::make_unique<CComObject<Base>>();
       const HRESULT hr = detail::FinishConstruction(*pObject, nullptr);
@@ -140,8 +134,7 @@ class CComObjectCached : public Base {
   }
 };
 
-/// The part of an aggregated object that implements its interfaces: their IUnknown methods call the
-/// outer object.
+/// The interfaces of an aggregated object: their IUnknown methods call the outer object.
 template <class Base>
 class CComContainedObject : public Base {
  public:
@@ -176,20 +169,12 @@ class CComAggObject : public IUnknown, public CComObjectRootEx<typename containe
   void InternalFinalConstructRelease() { this->InternalRelease(); }
 
   STDMETHOD_(ULONG, AddRef)() override { return this->InternalAddRef(); }
-  STDMETHOD_(ULONG, Release)() override {
-    const ULONG l = this->InternalRelease();
-    if (l == 0) {
-      const detail::CModuleLockScope lock;
-      delete this;
-    }
-    return l;
-  }
+  STDMETHOD_(ULONG, Release)() override { return detail::ReleaseObject(this); }
   STDMETHOD(QueryInterface)(REFIID iid, void** ppvObject) override {
-    if (ppvObject == nullptr) {
+    if (FAILED(detail::SetResult(ppvObject, nullptr))) {
       return E_POINTER;
     }
-    *ppvObject = nullptr;
-    if (InlineIsEqualUnknown(iid)) {
+    if (iid == IID_IUnknown) {
       *ppvObject = static_cast<IUnknown*>(this);
       AddRef();
       return S_OK;

@@ -122,7 +122,8 @@ inline HRESULT CComControlBase::InPlaceActivate(LONG iVerb, const RECT* /*prcPos
                                       reinterpret_cast<void**>(&pInPlaceObject)))) {
     pInPlaceObject->SetObjectRects(&context.m_rcPos, &context.m_rcClip);
   }
-  if (m_bInPlaceActive && !m_bUIActive && m_spInPlaceSite == pSite && DoesVerbUIActivate(iVerb)) {
+  if (m_bInPlaceActive && !m_bUIActive && m_spInPlaceSite == pSite &&
+      (iVerb == OLEIVERB_UIACTIVATE || iVerb == OLEIVERB_PRIMARY)) {
     hr = UIActivate(pSite, context);
   }
   const CComPtr<IOleClientSite> pClientSite = m_spClientSite;

@@ -1,7 +1,7 @@
 #pragma once
 
 // The part of an ActiveX control that does not depend on its class. Activation is in
-// control_activation.h, focus and drawing in control_window.h.
+// control_activation.h, focus and drawing in control.h.
 
 #include <atlcomcli.h>
 #include <atlwin.h>
@@ -17,7 +17,7 @@ namespace ATL {
 
 /// Members are public for the Impl classes of the control's interfaces. For the control's thread.
 /// Sizes are in hundredths of a millimetre, rectangles in pixels.
-class ATL_NO_VTABLE CComControlBase {
+class CComControlBase {
  public:
   /// h: the member for the control's window.
   explicit CComControlBase(HWND& h) noexcept : m_hWndCD(h) {}
@@ -59,25 +59,21 @@ class ATL_NO_VTABLE CComControlBase {
   /// Queries the site for an interface. Holds the site during the call, as the container may
   /// replace it.
   HRESULT InternalGetSite(REFIID riid, void** ppUnkSite) {
-    if (ppUnkSite == nullptr) {
+    if (FAILED(detail::SetResult(ppUnkSite, nullptr))) {
       return E_POINTER;
     }
-    *ppUnkSite = nullptr;
     const CComPtr<IOleClientSite> pSite = m_spClientSite;
     return pSite == nullptr ? E_FAIL : pSite->QueryInterface(riid, ppUnkSite);
   }
-  HRESULT GetAmbientProperty(DISPID dispid, VARIANT& var) {
+  HRESULT GetAmbientUserMode(BOOL& bUserMode) {
     const CComPtr<IDispatch> pAmbient = m_spAmbientDispatch;
     if (pAmbient == nullptr) {
       return E_FAIL;
     }
-    DISPPARAMS none = {};
-    return pAmbient->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
-                            &var, nullptr, nullptr);
-  }
-  HRESULT GetAmbientUserMode(BOOL& bUserMode) {
     CComVariant value;
-    HRESULT hr = GetAmbientProperty(DISPID_AMBIENT_USERMODE, value);
+    DISPPARAMS none = {};
+    HRESULT hr = pAmbient->Invoke(DISPID_AMBIENT_USERMODE, IID_NULL, LOCALE_USER_DEFAULT,
+                                  DISPATCH_PROPERTYGET, &none, &value, nullptr, nullptr);
     if (SUCCEEDED(hr)) {
       hr = value.ChangeType(VT_BOOL);
     }
@@ -97,9 +93,6 @@ class ATL_NO_VTABLE CComControlBase {
   }
 
   // Activation in place
-  static BOOL DoesVerbUIActivate(LONG iVerb) noexcept {
-    return iVerb == OLEIVERB_UIACTIVATE || iVerb == OLEIVERB_PRIMARY;
-  }
   /// Changes the state as the verb requires. The site defines the window's position.
   inline HRESULT InPlaceActivate(LONG iVerb, const RECT* prcPosRect = nullptr);
   inline HRESULT DeactivateInPlace();

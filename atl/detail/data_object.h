@@ -45,7 +45,7 @@ HGLOBAL MakeMetafilePict(SIZE sizeUnits, SIZE sizeHimetric, F draw) {
 /// Control T as data: a metafile with its picture. The other methods return E_NOTIMPL, as
 /// documented.
 template <class T>
-class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
+class IDataObjectImpl : public IDataObject {
  public:
   /// Returns CF_METAFILEPICT; the caller calls ReleaseStgMedium.
   STDMETHOD(GetData)(FORMATETC* pformatetcIn, STGMEDIUM* pmedium) override {
@@ -94,10 +94,9 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
 
   STDMETHOD(DAdvise)
   (FORMATETC* pformatetc, DWORD advf, IAdviseSink* pAdvSink, DWORD* pdwConnection) override {
-    if (pdwConnection == nullptr) {
+    if (FAILED(detail::SetResult(pdwConnection, 0))) {
       return E_POINTER;
     }
-    *pdwConnection = 0;
     if (pformatetc == nullptr || pAdvSink == nullptr) {
       return E_POINTER;
     }
@@ -112,12 +111,9 @@ class ATL_NO_VTABLE IDataObjectImpl : public IDataObject {
   }
   /// S_OK and null without connections.
   STDMETHOD(EnumDAdvise)(IEnumSTATDATA** ppenumAdvise) override {
-    if (ppenumAdvise == nullptr) {
-      return E_POINTER;
-    }
-    *ppenumAdvise = nullptr;
+    const HRESULT hr = detail::SetResult(ppenumAdvise, nullptr);
     IDataAdviseHolder* const pHolder = Control().m_spDataAdviseHolder;
-    return pHolder == nullptr ? S_OK : pHolder->EnumAdvise(ppenumAdvise);
+    return FAILED(hr) || pHolder == nullptr ? hr : pHolder->EnumAdvise(ppenumAdvise);
   }
 
  private:

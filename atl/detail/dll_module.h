@@ -5,24 +5,39 @@
 
 namespace ATL {
 
-/// A module with COM classes. T is the class of the module object, which has the DECLARE_ macros
-/// below.
+/// A DLL with COM classes: implements its entry point and its four exported functions. T is the
+/// class of the module object, which has the DECLARE_ macros below.
 template <class T>
-class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
+class CAtlDllModuleT : public CAtlModule {
  public:
-  CAtlModuleT() noexcept { T::InitLibId(); }
+  CAtlDllModuleT() noexcept { T::InitLibId(); }
 
-  /// Registers the classes, and the type library if bRegTypeLib.
-  HRESULT RegisterServer(BOOL bRegTypeLib) noexcept {
-    return _AtlComModule.RegisterServer(bRegTypeLib);
-  }
-  HRESULT UnregisterServer(BOOL bUnRegTypeLib) noexcept {
-    return _AtlComModule.UnregisterServer(bUnRegTypeLib);
+  /// Returns FALSE, so that the DLL is not loaded, when the module's initialisation has failed.
+  BOOL WINAPI DllMain(DWORD dwReason, LPVOID /*lpReserved*/) noexcept {
+    return dwReason != DLL_PROCESS_ATTACH || !CAtlBaseModule::m_bInitFailed;
   }
 
-  /// Runs the module's own script.
-  HRESULT RegisterAppId() noexcept { return T::UpdateRegistryAppId(TRUE); }
-  HRESULT UnregisterAppId() noexcept { return T::UpdateRegistryAppId(FALSE); }
+  HRESULT DllCanUnloadNow() noexcept { return GetLockCount() == 0 ? S_OK : S_FALSE; }
+
+  HRESULT DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
+    return _AtlComModule.GetClassObject(rclsid, riid, ppv);
+  }
+
+  /// Registers the module's script, then the classes, then the type library, until one fails.
+  HRESULT DllRegisterServer(BOOL bRegTypeLib = TRUE) noexcept {
+    return InSystemLocale([=] {
+      const HRESULT hr = T::UpdateRegistryAppId(TRUE);
+      return FAILED(hr) ? hr : _AtlComModule.RegisterServer(bRegTypeLib);
+    });
+  }
+
+  /// Unregisters the classes, then the type library, then the module's script, until one fails.
+  HRESULT DllUnregisterServer(BOOL bUnRegTypeLib = TRUE) noexcept {
+    return InSystemLocale([=] {
+      const HRESULT hr = _AtlComModule.UnregisterServer(bUnRegTypeLib);
+      return FAILED(hr) ? hr : T::UpdateRegistryAppId(FALSE);
+    });
+  }
 
   HRESULT AddCommonRGSReplacements(IRegistrarBase* pRegistrar) noexcept override {
     return pRegistrar->AddReplacement(L"APPID", T::GetAppId());
@@ -32,61 +47,16 @@ class ATL_NO_VTABLE CAtlModuleT : public CAtlModule {
   static void InitLibId() noexcept {}
   static LPCOLESTR GetAppId() noexcept { return L""; }
   static HRESULT WINAPI UpdateRegistryAppId(BOOL) noexcept { return S_OK; }
-};
-
-namespace detail {
-
-/// Switches the thread's locale for its scope, so that the registered data does not depend on the
-/// user's settings.
-class CThreadLocaleScope {
- public:
-  explicit CThreadLocaleScope(LCID lcid) noexcept : m_lcidPrevious(::GetThreadLocale()) {
-    ::SetThreadLocale(lcid);
-  }
-  CThreadLocaleScope(const CThreadLocaleScope&) = delete;
-  CThreadLocaleScope& operator=(const CThreadLocaleScope&) = delete;
-  ~CThreadLocaleScope() { ::SetThreadLocale(m_lcidPrevious); }
 
  private:
-  const LCID m_lcidPrevious;
-};
-
-}  // namespace detail
-
-/// A DLL with COM classes: implements its entry point and its four exported functions.
-template <class T>
-class ATL_NO_VTABLE CAtlDllModuleT : public CAtlModuleT<T> {
- public:
-  /// Returns FALSE, so that the DLL is not loaded, when the module's initialisation has failed.
-  BOOL WINAPI DllMain(DWORD dwReason, LPVOID /*lpReserved*/) noexcept {
-    return dwReason != DLL_PROCESS_ATTACH || !CAtlBaseModule::m_bInitFailed;
-  }
-
-  HRESULT DllCanUnloadNow() noexcept {
-    return static_cast<T*>(this)->GetLockCount() == 0 ? S_OK : S_FALSE;
-  }
-
-  HRESULT DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
-    return static_cast<T*>(this)->GetClassObject(rclsid, riid, ppv);
-  }
-  HRESULT GetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) noexcept {
-    return _AtlComModule.GetClassObject(rclsid, riid, ppv);
-  }
-
-  /// Registers the module's script, then the classes, then the type library, until one fails.
-  HRESULT DllRegisterServer(BOOL bRegTypeLib = TRUE) noexcept {
-    const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
-    T& module = *static_cast<T*>(this);
-    const HRESULT hr = module.RegisterAppId();
-    return FAILED(hr) ? hr : module.RegisterServer(bRegTypeLib);
-  }
-
-  /// Unregisters the classes, then the type library, then the module's script, until one fails.
-  HRESULT DllUnregisterServer(BOOL bUnRegTypeLib = TRUE) noexcept {
-    const detail::CThreadLocaleScope locale(LOCALE_SYSTEM_DEFAULT);
-    T& module = *static_cast<T*>(this);
-    const HRESULT hr = module.UnregisterServer(bUnRegTypeLib);
-    return FAILED(hr) ? hr : module.UnregisterAppId();
+  /// Calls `f` in the thread locale that does not depend on the user's settings.
+  template <class F>
+  static HRESULT InSystemLocale(F f) noexcept {
+    const LCID lcidPrevious = ::GetThreadLocale();
+    ::SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
+    const HRESULT hr = f();
+    ::SetThreadLocale(lcidPrevious);
+    return hr;
   }
 };
 

@@ -7,7 +7,7 @@ namespace ATL {
 /// The functions of active control T that the container calls. Browsers query for this interface of
 /// controls without a window, though T has one.
 template <class T>
-class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWindowless {
+class IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWindowless {
  public:
   STDMETHOD(GetWindow)(HWND* phwnd) override { return Control().GetControlWindow(phwnd); }
   STDMETHOD(ContextSensitiveHelp)(BOOL /*fEnterMode*/) override { return E_NOTIMPL; }
@@ -20,10 +20,9 @@ class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWi
   /// S_FALSE: the container calls the default procedure.
   STDMETHOD(OnWindowMessage)
   (UINT msg, WPARAM wParam, LPARAM lParam, LRESULT* plResult) override {
-    if (plResult == nullptr) {
+    if (FAILED(detail::SetResult(plResult, 0))) {
       return E_POINTER;
     }
-    *plResult = 0;
     T& control = Control();
     return control.ProcessWindowMessage(control.m_hWndCD, msg, wParam, lParam, *plResult) ? S_OK
                                                                                           : S_FALSE;
@@ -38,7 +37,7 @@ class ATL_NO_VTABLE IOleInPlaceObjectWindowlessImpl : public IOleInPlaceObjectWi
 
 /// The functions that the container's frame calls while the control's user interface is active.
 template <class T>
-class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject {
+class IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject {
  public:
   STDMETHOD(GetWindow)(HWND* phwnd) override {
     return static_cast<T*>(this)->GetControlWindow(phwnd);
@@ -63,16 +62,12 @@ class ATL_NO_VTABLE IOleInPlaceActiveObjectImpl : public IOleInPlaceActiveObject
   STDMETHOD(EnableModeless)(BOOL /*fEnable*/) override { return S_OK; }
 
  private:
-  // KEYMODIFIERS, which mingw-w64's headers do not have.
-  static constexpr DWORD kShift = 1;
-  static constexpr DWORD kControl = 2;
-  static constexpr DWORD kAlt = 4;
-
+  /// Returns KEYMODIFIERS, which mingw-w64's headers do not have.
   static DWORD KeyModifiers() noexcept {
     const auto pressed = [](int nKey, DWORD dwModifier) {
       return ::GetKeyState(nKey) < 0 ? dwModifier : 0UL;
     };
-    return pressed(VK_SHIFT, kShift) | pressed(VK_CONTROL, kControl) | pressed(VK_MENU, kAlt);
+    return pressed(VK_SHIFT, 1) | pressed(VK_CONTROL, 2) | pressed(VK_MENU, 4);
   }
 };
 

@@ -18,7 +18,7 @@ inline constinit CAtlModule* _pAtlModule = nullptr;
 
 /// Base class of the module object, of which there is one per module: the lock count and the
 /// registry scripts.
-class ATL_NO_VTABLE CAtlModule {
+class CAtlModule {
  public:
   CAtlModule() noexcept { _pAtlModule = this; }
   CAtlModule(const CAtlModule&) = delete;
@@ -44,21 +44,22 @@ class ATL_NO_VTABLE CAtlModule {
                                       _ATL_REGMAP_ENTRY* pMapEntries = nullptr) noexcept {
     return detail::CallGuarded([&]() -> HRESULT {
       CRegObject registrar;
-      HRESULT hr = S_OK;
-      for (; SUCCEEDED(hr) && pMapEntries != nullptr && pMapEntries->szKey != nullptr;
-           ++pMapEntries) {
-        hr = registrar.AddReplacement(pMapEntries->szKey, pMapEntries->szData);
+      const auto add = [&](LPCOLESTR szKey, LPCOLESTR szData) {
+        detail::ThrowIfFailed(registrar.AddReplacement(szKey, szData));
+      };
+      for (; pMapEntries != nullptr && pMapEntries->szKey != nullptr; ++pMapEntries) {
+        add(pMapEntries->szKey, pMapEntries->szData);
       }
-      if (SUCCEEDED(hr)) {
-        hr = AddCommonRGSReplacements(&registrar);
+      detail::ThrowIfFailed(AddCommonRGSReplacements(&registrar));
+      const HINSTANCE hModule = _AtlBaseModule.GetModuleInstance();
+      const std::wstring module = detail::ModulePath(hModule);
+      std::wstring raw;  // as in single quotes
+      for (const wchar_t c : module) {
+        raw.append(c == L'\'' ? 2 : 1, c);
       }
-      const std::wstring module = detail::ModulePath(_AtlBaseModule.GetModuleInstance());
-      if (SUCCEEDED(hr)) {
-        hr = AddModulePath(registrar, module);
-      }
-      if (FAILED(hr)) {
-        return hr;
-      }
+      add(L"Module_Raw", raw.c_str());
+      // An executable is registered as a command line.
+      add(L"Module", (hModule == ::GetModuleHandleW(nullptr) ? L'"' + raw + L'"' : raw).c_str());
       return bRegister ? registrar.ResourceRegister(module.c_str(), nResID, L"REGISTRY")
                        : registrar.ResourceUnregister(module.c_str(), nResID, L"REGISTRY");
     });
@@ -68,19 +69,6 @@ class ATL_NO_VTABLE CAtlModule {
   static inline GUID m_libid = {};
 
   LONG m_nLockCnt = 0;
-
- private:
-  static HRESULT AddModulePath(CRegObject& registrar, const std::wstring& path) {
-    std::wstring raw;  // as in single quotes
-    for (const wchar_t c : path) {
-      raw.append(c == L'\'' ? 2 : 1, c);
-    }
-    // An executable is registered as a command line.
-    const bool isProgram = _AtlBaseModule.GetModuleInstance() == ::GetModuleHandleW(nullptr);
-    const HRESULT hr =
-        registrar.AddReplacement(L"Module", (isProgram ? L'"' + raw + L'"' : raw).c_str());
-    return FAILED(hr) ? hr : registrar.AddReplacement(L"Module_Raw", raw.c_str());
-  }
 };
 
 namespace detail {

@@ -46,18 +46,13 @@ class CComObjectRootBase {
   void InternalFinalConstructAddRef() {}
   void InternalFinalConstructRelease() { ATLASSERT(m_dwRef == 0); }
 
-  static HRESULT WINAPI InternalQueryInterface(void* pThis, const _ATL_INTMAP_ENTRY* pEntries,
-                                               REFIID iid, void** ppvObject) {
-    return AtlInternalQueryInterface(pThis, pEntries, iid, ppvObject);
-  }
-
   static const _ATL_CATMAP_ENTRY* GetCategoryMap() { return nullptr; }
 
   /// The function of COM map entries that refer to the map of a base class.
   static HRESULT WINAPI _Chain(void* pv, REFIID iid, void** ppvObject, DWORD_PTR dw) {
     const auto& chain = *reinterpret_cast<const _ATL_CHAINDATA*>(dw);
     void* const pBase = reinterpret_cast<void*>(reinterpret_cast<DWORD_PTR>(pv) + chain.dwOffset);
-    return InternalQueryInterface(pBase, chain.pFunc(), iid, ppvObject);
+    return AtlInternalQueryInterface(pBase, chain.pFunc(), iid, ppvObject);
   }
 
   // The reference count of a standalone object; the outer object of an aggregated one.

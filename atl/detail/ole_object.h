@@ -6,9 +6,8 @@ namespace ATL {
 
 /// The main interface of control T. T is a CComControlBase and has a CLSID.
 template <class T>
-class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
+class IOleObjectImpl : public IOleObject {
  public:
-  // Site
   STDMETHOD(SetClientSite)(IOleClientSite* pClientSite) override {
     Control().SetControlSite(pClientSite);
     return S_OK;
@@ -35,7 +34,6 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
     return S_OK;
   }
 
-  // Verbs
   STDMETHOD(DoVerb)
   (LONG iVerb, LPMSG /*pMsg*/, IOleClientSite* /*pActiveSite*/, LONG /*lindex*/, HWND hwndParent,
    LPCRECT prcPosRect) override {
@@ -77,11 +75,8 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
   }
   /// Returns the verbs registered for the class; OLEOBJ_E_NOVERBS without any.
   STDMETHOD(EnumVerbs)(IEnumOLEVERB** ppEnumOleVerb) override {
-    if (ppEnumOleVerb == nullptr) {
-      return E_POINTER;
-    }
-    *ppEnumOleVerb = nullptr;
-    return ::OleRegEnumVerbs(T::GetObjectCLSID(), ppEnumOleVerb);
+    const HRESULT hr = detail::SetResult(ppEnumOleVerb, nullptr);
+    return FAILED(hr) ? hr : ::OleRegEnumVerbs(T::GetObjectCLSID(), ppEnumOleVerb);
   }
 
   // Size, in hundredths of a millimetre
@@ -105,12 +100,10 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
                                             : detail::SetResult(psizel, {}, E_FAIL);
   }
 
-  // Notifications
   STDMETHOD(Advise)(IAdviseSink* pAdvSink, DWORD* pdwConnection) override {
-    if (pdwConnection == nullptr) {
+    if (FAILED(detail::SetResult(pdwConnection, 0))) {
       return E_POINTER;
     }
-    *pdwConnection = 0;
     if (pAdvSink == nullptr) {
       return E_POINTER;
     }
@@ -124,25 +117,18 @@ class ATL_NO_VTABLE IOleObjectImpl : public IOleObject {
   }
   /// S_OK and null without connections.
   STDMETHOD(EnumAdvise)(IEnumSTATDATA** ppenumAdvise) override {
-    if (ppenumAdvise == nullptr) {
-      return E_POINTER;
-    }
-    *ppenumAdvise = nullptr;
+    const HRESULT hr = detail::SetResult(ppenumAdvise, nullptr);
     IOleAdviseHolder* const pHolder = Control().m_spOleAdviseHolder;
-    return pHolder == nullptr ? S_OK : pHolder->EnumAdvise(ppenumAdvise);
+    return FAILED(hr) || pHolder == nullptr ? hr : pHolder->EnumAdvise(ppenumAdvise);
   }
 
-  // The class
   STDMETHOD(GetUserClassID)(CLSID* pClsid) override {
     return detail::SetResult(pClsid, T::GetObjectCLSID());
   }
   /// Returns the registered name; the caller frees it.
   STDMETHOD(GetUserType)(DWORD dwFormOfType, LPOLESTR* pszUserType) override {
-    if (pszUserType == nullptr) {
-      return E_POINTER;
-    }
-    *pszUserType = nullptr;
-    return ::OleRegGetUserType(T::GetObjectCLSID(), dwFormOfType, pszUserType);
+    const HRESULT hr = detail::SetResult(pszUserType, nullptr);
+    return FAILED(hr) ? hr : ::OleRegGetUserType(T::GetObjectCLSID(), dwFormOfType, pszUserType);
   }
   /// Returns the flags of DECLARE_OLEMISC_STATUS for each aspect.
   STDMETHOD(GetMiscStatus)(DWORD /*dwAspect*/, DWORD* pdwStatus) override {

@@ -48,7 +48,7 @@ inline HRESULT WriteWord(IStream* pStm, const DWORD& dwValue) {
 
 /// Loads and saves the members in T's property map. T has the flag m_bRequiresSave.
 template <class T>
-class ATL_NO_VTABLE IPersistStreamInitImpl : public IPersistStreamInit {
+class IPersistStreamInitImpl : public IPersistStreamInit {
  public:
   STDMETHOD(GetClassID)(CLSID* pClassID) override {
     return detail::SetResult(pClassID, T::GetObjectCLSID());
@@ -103,7 +103,7 @@ class ATL_NO_VTABLE IPersistStreamInitImpl : public IPersistStreamInit {
 /// Loads and saves T by its IPersistStreamInit, in the stream "Contents" of a storage, which is
 /// used only during the calls.
 template <class T>
-class ATL_NO_VTABLE IPersistStorageImpl : public IPersistStorage {
+class IPersistStorageImpl : public IPersistStorage {
  public:
   STDMETHOD(GetClassID)(CLSID* pClassID) override {
     return detail::SetResult(pClassID, T::GetObjectCLSID());
@@ -145,16 +145,13 @@ class ATL_NO_VTABLE IPersistStorageImpl : public IPersistStorage {
 // offsetof is conditionally supported for classes with virtual functions; GCC and clang support it
 // and warn. The table is a constant at every level of optimisation: the linker keeps one copy.
 
-#define _ATL_BEGIN_OFFSETS_IN_ANY_CLASS \
-  _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Winvalid-offsetof\"")
-#define _ATL_END_OFFSETS_IN_ANY_CLASS _Pragma("GCC diagnostic pop")
-
 /// The saved data members of class `theClass`, which has no virtual base classes.
-#define BEGIN_PROP_MAP(theClass)                                   \
- public:                                                           \
-  typedef theClass _PropMapClass;                                  \
-  _ATL_BEGIN_OFFSETS_IN_ANY_CLASS                                  \
-  static const ATL::ATL_PROPMAP_ENTRY* GetPropertyMap() noexcept { \
+#define BEGIN_PROP_MAP(theClass)                                                            \
+ public:                                                                                    \
+  typedef theClass _PropMapClass;                                                           \
+  _Pragma("GCC diagnostic push") _Pragma(                                                   \
+      "GCC diagnostic ignored \"-Winvalid-offsetof\"") static const ATL::ATL_PROPMAP_ENTRY* \
+  GetPropertyMap() noexcept {                                                               \
     static constexpr ATL::ATL_PROPMAP_ENTRY _properties[] = {
 /// Data member `member`, a value of type `vt`.
 #define PROP_DATA_ENTRY(szDesc, member, vt)                                         \
@@ -168,4 +165,4 @@ class ATL_NO_VTABLE IPersistStorageImpl : public IPersistStorage {
   ;                    \
   return _properties;  \
   }                    \
-  _ATL_END_OFFSETS_IN_ANY_CLASS
+  _Pragma("GCC diagnostic pop")

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "registration.h"
+#include <atlexcept.h>
 
 namespace ATL::detail {
 
@@ -36,23 +36,6 @@ struct RegistrarRoot {
   RegistrarKey top;
 };
 using RegistrarScript = std::vector<RegistrarRoot>;
-
-/// A key that other programs use too, with one subkey. Unregistering keeps it.
-inline RegistrarKey PathKey(std::wstring name, RegistrarKey child) {
-  RegistrarKey key{std::move(name), true, false, {}, {}};
-  key.keys.push_back(std::move(child));
-  return key;
-}
-
-/// HKEY_CLASSES_ROOT with the content of `top`; in per-user mode HKCU\Software\Classes.
-inline RegistrarRoot ClassesRoot(RegistrarKey top) {
-  if (!g_bPerUserRegistration) {
-    return {HKEY_CLASSES_ROOT, std::move(top)};
-  }
-  top.name = L"Classes";
-  top.noRemove = true;
-  return {HKEY_CURRENT_USER, PathKey({}, PathKey(L"Software", std::move(top)))};
-}
 
 /// The result of every error in a script.
 [[noreturn]] inline void ThrowScriptError() { AtlThrow(DISP_E_EXCEPTION); }
@@ -95,26 +78,18 @@ class CRegistrarParser {
   RegistrarScript Parse() {
     RegistrarScript script;
     while (m_token) {
-      RegistrarKey top;
       const bool bClasses = Skip(L"HKCR");
       if (!bClasses) {
         Expect(L"HKLM");
       }
       Expect(L"{");
-      ParseBody(top, 1);
-      if (bClasses) {
-        script.push_back(ClassesRoot(std::move(top)));
-      } else {
-        script.push_back({HKEY_LOCAL_MACHINE, std::move(top)});
-      }
+      script.push_back({bClasses ? HKEY_CLASSES_ROOT : HKEY_LOCAL_MACHINE, {}});
+      ParseBody(script.back().top);
     }
     return script;
   }
 
  private:
-  // The registry has no deeper trees; this also limits the recursion.
-  static constexpr int kMaxDepth = 512;
-
   struct Token {
     std::wstring text;
     bool quoted;
@@ -164,20 +139,17 @@ class CRegistrarParser {
   }
 
   /// Parses the items of `parent` and the closing brace.
-  void ParseBody(RegistrarKey& parent, int depth) {
-    if (depth > kMaxDepth) {
-      ThrowScriptError();
-    }
+  void ParseBody(RegistrarKey& parent) {
     while (!Skip(L"}")) {
       if (Skip(L"val")) {
         std::wstring name = TakeName();
         parent.values.emplace_back(std::move(name), TakeStringValue());
       } else {
-        parent.keys.push_back(ParseKey(depth));
+        parent.keys.push_back(ParseKey());
       }
     }
   }
-  RegistrarKey ParseKey(int depth) {
+  RegistrarKey ParseKey() {
     RegistrarKey key;
     key.noRemove = Skip(L"NoRemove");
     key.forceRemove = !key.noRemove && Skip(L"ForceRemove");
@@ -189,7 +161,7 @@ class CRegistrarParser {
       key.values.emplace_back(std::wstring(), TakeStringValue());
     }
     if (Skip(L"{")) {
-      ParseBody(key, depth + 1);
+      ParseBody(key);
     }
     return key;
   }

@@ -6,7 +6,7 @@ namespace ATL {
 
 /// The picture of control T. Its only aspect is DVASPECT_CONTENT, and it fills its rectangle.
 template <class T>
-class ATL_NO_VTABLE IViewObjectExImpl : public IViewObjectEx {
+class IViewObjectExImpl : public IViewObjectEx {
  public:
   STDMETHOD(Draw)
   (DWORD dwDrawAspect, LONG /*lindex*/, void* /*pvAspect*/, DVTARGETDEVICE* /*ptd*/,

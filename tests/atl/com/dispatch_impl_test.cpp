@@ -1,14 +1,30 @@
-#include <gtest/gtest.h>
-
 #include <string>
-#include <vector>
 
-#include "atl_test_module.h"
-#include "greeter.h"
+#include "folivo_plugin_h.h"
 #include "test_objects.h"
 #include "tests/support/import_spy.h"
 
 namespace {
+
+/// An object of which the product's type library describes an interface and the class.
+class CDescribed : public CComObjectRootEx<CComSingleThreadModel>,
+                   public CComCoClass<CDescribed, &CLSID_CFolivoPluginVersion>,
+                   public IDispatchImpl<IFolivoPluginVersion, &IID_IFolivoPluginVersion,
+                                        &LIBID_MERLOFolivoIEPlugin>,
+                   public IProvideClassInfo2Impl<&CLSID_CFolivoPluginVersion, nullptr,
+                                                 &LIBID_MERLOFolivoIEPlugin>,
+                   public IObjectWithSiteImpl<CDescribed> {
+ public:
+  BEGIN_COM_MAP(CDescribed)
+  COM_INTERFACE_ENTRY(IDispatch)
+  COM_INTERFACE_ENTRY(IProvideClassInfo2)
+  END_COM_MAP()
+
+  STDMETHOD(get_Version)(BSTR* text) override {
+    *text = SysAllocString(L"text");
+    return S_OK;
+  }
+};
 
 bool IsTypeInfoOf(ITypeInfo* info, REFGUID guid) {
   TYPEATTR* attr = nullptr;
@@ -20,57 +36,52 @@ bool IsTypeInfoOf(ITypeInfo* info, REFGUID guid) {
   return is;
 }
 
-class DispatchImpl : public testing::Test {
+class DispatchImpl : public ComTest {
  protected:
-  void SetUp() override { ASSERT_EQ(S_OK, CreateObject<CGreeter>(m_dispatch)); }
-
-  DISPID IdOf(const wchar_t* name, HRESULT expected = S_OK) {
-    std::wstring copy(name);
-    LPOLESTR names[] = {copy.data()};
-    DISPID id = DISPID_UNKNOWN;
-    EXPECT_EQ(expected, m_dispatch->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id));
-    return id;
+  void SetUp() override {
+    ComTest::SetUp();
+    ASSERT_EQ(S_OK, CreateObject<CDescribed>(m_dispatch));
+  }
+  void TearDown() override {
+    m_dispatch.Release();
+    ComTest::TearDown();
   }
 
-  /// Arguments in the order of the call.
-  HRESULT Invoke(DISPID id, WORD flags, std::vector<CComVariant> arguments) {
-    std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS params = {reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
-    if (flags == DISPATCH_PROPERTYPUT) {
-      params.rgdispidNamedArgs = &put;
-      params.cNamedArgs = 1;
-    }
-    m_result.Clear();
-    return m_dispatch->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
-                              flags == DISPATCH_PROPERTYPUT ? nullptr : &m_result, &m_excepinfo,
+  HRESULT IdOf(const wchar_t* name, DISPID& id) const {
+    std::wstring copy(name);
+    LPOLESTR names[] = {copy.data()};
+    return m_dispatch->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id);
+  }
+  HRESULT Invoke(WORD flags, VARIANT& result) const {
+    DISPPARAMS none = {};
+    return m_dispatch->Invoke(1, IID_NULL, LOCALE_USER_DEFAULT, flags, &none, &result, nullptr,
                               nullptr);
   }
 
-  /// The tests' library, as if it were registered.
+  /// This program's library, as if it were registered.
   const CImportSpy<&LoadRegTypeLib> m_registered{
       "oleaut32.dll", "LoadRegTypeLib",
-      [](REFGUID guid, WORD major, WORD minor, LCID, ITypeLib** library) -> HRESULT {
-        if (guid != LIBID_AtlComTestTypes || major != 1 || minor != 0) {
-          return TYPE_E_LIBNOTREGISTERED;
-        }
-        CComBSTR path;
-        return AtlLoadTypeLib(_AtlBaseModule.GetModuleInstance(), nullptr, &path, library);
+      [this](REFGUID guid, WORD major, WORD minor, LCID, ITypeLib** library) -> HRESULT {
+        EXPECT_TRUE(guid == LIBID_MERLOFolivoIEPlugin && major == 1 && minor == 0);
+        return m_hasLibrary
+                   ? LoadTypeLibEx(ATL::detail::ModulePath(nullptr).c_str(), REGKIND_NONE, library)
+                   : TYPE_E_LIBNOTREGISTERED;
       }};
-  CLockBalance m_locks;
+  bool m_hasLibrary = true;
   CComPtr<IDispatch> m_dispatch;
-  CComVariant m_result;
-  EXCEPINFO m_excepinfo = {};
 };
 
-TEST_F(DispatchImpl, TypeInfoIsThatOfTheInterface) {
+TEST_F(DispatchImpl, TypeInfoIsThatOfInterfaceAndClass) {
   UINT count = 0;
   EXPECT_EQ(S_OK, m_dispatch->GetTypeInfoCount(&count));
   EXPECT_EQ(1U, count);
   EXPECT_EQ(E_POINTER, m_dispatch->GetTypeInfoCount(nullptr));
   CComPtr<ITypeInfo> info;
   EXPECT_EQ(S_OK, m_dispatch->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
-  EXPECT_TRUE(IsTypeInfoOf(info, IID_IGreeter));
+  EXPECT_TRUE(IsTypeInfoOf(info, IID_IFolivoPluginVersion));
+  CComPtr<ITypeInfo> classInfo;
+  EXPECT_EQ(S_OK, CComQIPtr<IProvideClassInfo2>(m_dispatch)->GetClassInfo(&classInfo));
+  EXPECT_TRUE(IsTypeInfoOf(classInfo, CLSID_CFolivoPluginVersion));
   ITypeInfo* none = info;
   EXPECT_EQ(DISP_E_BADINDEX, m_dispatch->GetTypeInfo(1, LOCALE_USER_DEFAULT, &none));
   EXPECT_EQ(nullptr, none);
@@ -78,69 +89,26 @@ TEST_F(DispatchImpl, TypeInfoIsThatOfTheInterface) {
 }
 
 TEST_F(DispatchImpl, NamesAndCallsGoToTheTypeInfo) {
-  EXPECT_EQ(1, IdOf(L"GREET"));
-  EXPECT_EQ(DISPID_UNKNOWN, IdOf(L"Nothing", DISP_E_UNKNOWNNAME));
-  EXPECT_EQ(S_OK, Invoke(1, DISPATCH_METHOD, {5, L"2"}));
-  ASSERT_EQ(VT_BSTR, m_result.vt);
-  EXPECT_STREQ(L"Hello Hello 5", m_result.bstrVal);
-  EXPECT_EQ(S_OK, Invoke(2, DISPATCH_PROPERTYPUT, {L"17"}));
-  EXPECT_EQ(S_OK, Invoke(2, DISPATCH_PROPERTYGET, {}));
-  ASSERT_EQ(VT_I4, m_result.vt);
-  EXPECT_EQ(17, m_result.lVal);
-  EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(99, DISPATCH_METHOD, {}));
-  EXPECT_EQ(DISP_E_EXCEPTION, Invoke(3, DISPATCH_METHOD, {}));
-  EXPECT_EQ(E_ACCESSDENIED, m_excepinfo.scode);
-  SysFreeString(m_excepinfo.bstrSource);
-  SysFreeString(m_excepinfo.bstrDescription);
-  SysFreeString(m_excepinfo.bstrHelpFile);
+  DISPID id = 0;
+  EXPECT_EQ(S_OK, IdOf(L"VERSION", id));
+  EXPECT_EQ(1, id);
+  EXPECT_EQ(DISP_E_UNKNOWNNAME, IdOf(L"Nothing", id));
+  CComVariant result;
+  EXPECT_EQ(S_OK, Invoke(DISPATCH_PROPERTYGET, result));
+  ASSERT_EQ(VT_BSTR, result.vt);
+  EXPECT_STREQ(L"text", result.bstrVal);
+  EXPECT_EQ(DISP_E_MEMBERNOTFOUND, Invoke(DISPATCH_METHOD, result));
 }
 
 TEST_F(DispatchImpl, UnregisteredLibraryFailsEachCall) {
-  static constexpr GUID kUnknown = {1, 2, 3, {}};
-  constexpr CComTypeInfoHolder noLibrary(&IID_IGreeter, &kUnknown, 1, 0);
-  constexpr CComTypeInfoHolder noType(&kUnknown, &LIBID_AtlComTestTypes, 1, 0);
-  constexpr LCID kLocale = LOCALE_USER_DEFAULT;
-  CComPtr<ITypeInfo> info;
-  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, noLibrary.GetTypeInfo(0, kLocale, &info));
-  EXPECT_EQ(TYPE_E_ELEMENTNOTFOUND, noType.GetTypeInfo(0, kLocale, &info));
-  EXPECT_EQ(nullptr, info.p);
-  LPOLESTR names[] = {nullptr};
+  m_hasLibrary = false;
   DISPID id = 0;
-  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, noLibrary.GetIDsOfNames(IID_NULL, names, 1, kLocale, &id));
-  DISPPARAMS none = {};
-  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED,
-            noLibrary.Invoke(nullptr, 1, IID_NULL, kLocale, DISPATCH_METHOD, &none, nullptr,
-                             nullptr, nullptr));
-}
-
-TEST_F(DispatchImpl, ClassInfoIsThatOfTheClass) {
-  CComPtr<IProvideClassInfo> provider;
-  ASSERT_EQ(S_OK, m_dispatch.QueryInterface(&provider));
-  CComPtr<ITypeInfo> info;
-  EXPECT_EQ(S_OK, provider->GetClassInfo(&info));
-  EXPECT_TRUE(IsTypeInfoOf(info, CLSID_Greeter));
-}
-
-TEST_F(DispatchImpl, SiteIsHeldUntilItIsReplaced) {
-  CComPtr<IObjectWithSite> object;
-  ASSERT_EQ(S_OK, m_dispatch.QueryInterface(&object));
-  void* p = Garbage();
-  EXPECT_EQ(E_FAIL, object->GetSite(IID_IUnknown, &p));
-  EXPECT_EQ(nullptr, p);
-  EXPECT_EQ(E_POINTER, object->GetSite(IID_IUnknown, nullptr));
-  CComPtr<IStream> site;
-  ASSERT_EQ(S_OK, CreateStreamOnHGlobal(nullptr, TRUE, &site));
-  EXPECT_EQ(S_OK, object->SetSite(site));
-  EXPECT_EQ(2U, References(site));
-  CComPtr<IStream> got;
-  EXPECT_EQ(S_OK, object->GetSite(__uuidof(IStream), reinterpret_cast<void**>(&got)));
-  EXPECT_EQ(site.p, got.p);
-  p = Garbage();
-  EXPECT_EQ(E_NOINTERFACE, object->GetSite(IID_IDispatch, &p));
-  EXPECT_EQ(nullptr, p);
-  got.Release();
-  EXPECT_EQ(S_OK, object->SetSite(nullptr));
-  EXPECT_EQ(1U, References(site));
+  CComVariant result;
+  ITypeInfo* info = reinterpret_cast<ITypeInfo*>(&info);
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, m_dispatch->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info));
+  EXPECT_EQ(nullptr, info);
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, IdOf(L"Version", id));
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, Invoke(DISPATCH_PROPERTYGET, result));
 }
 
 }  // namespace

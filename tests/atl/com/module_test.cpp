@@ -1,14 +1,13 @@
 // The object map and what the module does with it.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
-#include "atl_test_module.h"
 #include "registry_sandbox.h"
 #include "test_objects.h"
-#include "tests/support/lock_contest.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
@@ -16,27 +15,24 @@ constexpr CLSID kFirstClass = {
     0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x51}};
 constexpr CLSID kSecondClass = {
     0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x52}};
-constexpr CLSID kUnknownClass = {
+constexpr GUID kOther = {
     0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x53}};
-constexpr CATID kCategory = {
-    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x54}};
 
-/// What the module asked of the classes, in this order.
-std::vector<std::wstring> g_calls;
+/// What the module called of the classes, in this order.
+std::vector<std::string> g_calls;
 HRESULT g_constructFactory = S_OK;
 HRESULT g_queryFactory = S_OK;
-LONG g_factoriesMade = 0;
-LONG g_factoriesAlive = 0;
+int g_factoriesMade = 0;
+int g_factoriesAlive = 0;
 
 class CCountedFactory : public CComClassFactory {
  public:
   HRESULT FinalConstruct() {
-    InterlockedIncrement(&g_factoriesMade);
-    InterlockedIncrement(&g_factoriesAlive);
-    CLockContest::BeInside();
+    ++g_factoriesMade;
+    ++g_factoriesAlive;
     return g_constructFactory;
   }
-  void FinalRelease() { InterlockedDecrement(&g_factoriesAlive); }
+  void FinalRelease() { --g_factoriesAlive; }
 
   /// Replaces the function of the COM map: may succeed without an object.
   HRESULT _InternalQueryInterface(REFIID iid, void** ppv) {
@@ -48,14 +44,16 @@ class CCountedFactory : public CComClassFactory {
 class CFirst : public CTestObject {
  public:
   using _ClassFactoryCreatorClass = CComCreator<CComObjectCached<CCountedFactory>>;
-  BEGIN_CATEGORY_MAP(CFirst)
-  IMPLEMENTED_CATEGORY(kCategory)
-  IMPLEMENTED_CATEGORY(kUnknownClass)
-  REQUIRED_CATEGORY(kCategory)
-  END_CATEGORY_MAP()
 
+  static const _ATL_CATMAP_ENTRY* GetCategoryMap() {
+    static const _ATL_CATMAP_ENTRY map[] = {{_ATL_CATMAP_ENTRY_IMPLEMENTED, &kFirstClass},
+                                            {_ATL_CATMAP_ENTRY_IMPLEMENTED, &kOther},
+                                            {_ATL_CATMAP_ENTRY_REQUIRED, &kFirstClass},
+                                            {_ATL_CATMAP_ENTRY_END, nullptr}};
+    return map;
+  }
   static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
-    g_calls.push_back(bRegister ? L"first +" : L"first -");
+    g_calls.push_back(bRegister ? "first +" : "first -");
     return S_OK;
   }
 };
@@ -63,7 +61,7 @@ class CFirst : public CTestObject {
 class CSecond : public CTestObject {
  public:
   static HRESULT WINAPI UpdateRegistry(BOOL bRegister) {
-    g_calls.push_back(bRegister ? L"second +" : L"second -");
+    g_calls.push_back(bRegister ? "second +" : "second -");
     return S_OK;
   }
 };
@@ -71,182 +69,141 @@ class CSecond : public CTestObject {
 OBJECT_ENTRY_AUTO(kFirstClass, CFirst)
 OBJECT_ENTRY_AUTO(kSecondClass, CSecond)
 
-using Calls = std::vector<std::wstring>;
-
-class Module : public testing::Test {
+class Module : public ComTest {
  protected:
   void SetUp() override {
+    ComTest::SetUp();
     g_calls.clear();
     g_constructFactory = S_OK;
     g_queryFactory = S_OK;
     g_factoriesMade = 0;
-    g_log = {};
   }
 
   /// Asks a COM module of the test's own, so that its factories are gone at the end of the test.
-  HRESULT Get(REFCLSID clsid, REFIID iid, void** out) {
-    return m_com.GetClassObject(clsid, iid, out);
+  HRESULT Get(REFCLSID clsid, CComPtr<IUnknown>& factory) {
+    return m_com.GetClassObject(clsid, IID_IUnknown, reinterpret_cast<void**>(&factory));
   }
-  template <class T>
-  HRESULT Get(REFCLSID clsid, CComPtr<T>& out) {
-    return Get(clsid, __uuidof(T), reinterpret_cast<void**>(&out));
+  HRESULT FailToGet(REFCLSID clsid, REFIID iid = IID_IUnknown) {
+    void* p = Garbage();
+    const HRESULT hr = m_com.GetClassObject(clsid, iid, &p);
+    EXPECT_EQ(nullptr, p);
+    return hr;
   }
 
-  CLockBalance m_locks;
   CAtlComModule m_com;
 };
 
-TEST_F(Module, MissingPointerOrClassFails) {
-  EXPECT_EQ(E_POINTER, TestModule().DllGetClassObject(kFirstClass, IID_IUnknown, nullptr));
-  void* p = Garbage();
-  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
-            TestModule().DllGetClassObject(kUnknownClass, IID_IUnknown, &p));
-  EXPECT_EQ(nullptr, p);
-  p = Garbage();
-  EXPECT_EQ(E_NOINTERFACE, Get(kFirstClass, IID_IDispatch, &p));
-  EXPECT_EQ(nullptr, p);
-}
-
-TEST_F(Module, EachClassObjectIsCreatedOnceAndCached) {
-  EXPECT_EQ(0, g_factoriesMade);
-  CComPtr<IClassFactory> first;
-  ASSERT_EQ(S_OK, Get(kFirstClass, first));
+TEST_F(Module, GetClassObjectCachesTheFactoryUntilTerm) {
+  CComPtr<IUnknown> first;
   CComPtr<IUnknown> again;
-  EXPECT_EQ(S_OK, Get(kFirstClass, again));
-  EXPECT_EQ(again.p, Peek<IUnknown>(first));
-  EXPECT_EQ(1, g_factoriesMade);
-
   CComPtr<IUnknown> second;
-  ASSERT_EQ(S_OK, Get(kSecondClass, second));
+  ASSERT_EQ(S_OK, Get(kFirstClass, first));
+  EXPECT_EQ(S_OK, Get(kFirstClass, again));
+  EXPECT_EQ(S_OK, Get(kSecondClass, second));
+  EXPECT_EQ(again.p, first.p);
   EXPECT_NE(again.p, second.p);
-  second.Release();
-
+  EXPECT_EQ(1, g_factoriesMade);
   first.Release();
   again.Release();
+  second.Release();
   EXPECT_EQ(1, g_factoriesAlive) << "the module keeps it";
   m_com.Term();
   EXPECT_EQ(0, g_factoriesAlive);
+  EXPECT_EQ(E_UNEXPECTED, FailToGet(kFirstClass));
 }
 
-TEST_F(Module, FactoryFailureIsNotCached) {
+TEST_F(Module, GetClassObjectFailureClearsResult) {
+  EXPECT_EQ(E_POINTER, m_com.GetClassObject(kFirstClass, IID_IUnknown, nullptr));
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, FailToGet(kOther));
   g_constructFactory = E_ACCESSDENIED;
-  void* p = Garbage();
-  EXPECT_EQ(E_ACCESSDENIED, Get(kFirstClass, IID_IClassFactory, &p));
-  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(E_ACCESSDENIED, FailToGet(kFirstClass));
   g_constructFactory = S_OK;
-  CComPtr<IClassFactory> factory;
-  EXPECT_EQ(S_OK, Get(kFirstClass, factory));
-}
-
-TEST_F(Module, SuccessWithoutObjectReturnsClassNotAvailable) {
   g_queryFactory = S_FALSE;
-  void* p = Garbage();
-  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is made";
-  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, FailToGet(kFirstClass)) << "success without a factory";
   g_queryFactory = S_OK;
-  CComPtr<IUnknown> factory;
-  ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+  EXPECT_EQ(E_NOINTERFACE, FailToGet(kFirstClass, IID_IDispatch));
   g_queryFactory = S_FALSE;
-  p = Garbage();
-  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, Get(kFirstClass, IID_IClassFactory, &p)) << "none is given";
-  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, FailToGet(kFirstClass)) << "success without an interface";
 }
 
-TEST_F(Module, GetClassObjectAfterTermReturnsEUnexpected) {
-  m_com.Term();
-  void* p = Garbage();
-  EXPECT_EQ(E_UNEXPECTED, Get(kFirstClass, IID_IUnknown, &p));
-  EXPECT_EQ(nullptr, p);
-}
-
-TEST_F(Module, TwoThreadsCreateOneFactory) {
-  CLockContest(&m_com.m_csObjMap.m_sec).Run([this] {
-    CComPtr<IClassFactory> factory;
-    EXPECT_EQ(S_OK, Get(kFirstClass, factory));
-  });
-  EXPECT_EQ(1, g_factoriesMade);
-}
-
-TEST_F(Module, DllMainReturnsFalseWhenInitialisationFailed) {
-  for (const DWORD reason :
-       {DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH, DLL_THREAD_DETACH, DLL_PROCESS_DETACH}) {
-    EXPECT_TRUE(TestModule().DllMain(reason, nullptr));
+TEST_F(Module, FailedCriticalSectionFailsDllMain) {
+  EXPECT_TRUE(g_module.DllMain(DLL_PROCESS_ATTACH, nullptr));
+  {
+    const CImportSpy<&InitializeCriticalSectionAndSpinCount> spy(
+        "kernel32.dll", "InitializeCriticalSectionAndSpinCount", [](CRITICAL_SECTION*, DWORD) {
+          SetLastError(ERROR_SUCCESS);
+          return FALSE;
+        });
+    CAtlComModule failed;
+    void* p = Garbage();
+    EXPECT_EQ(E_UNEXPECTED, failed.GetClassObject(kFirstClass, IID_IUnknown, &p));
   }
-  CAtlBaseModule::m_bInitFailed = true;
-  EXPECT_FALSE(TestModule().DllMain(DLL_PROCESS_ATTACH, nullptr));
+  EXPECT_FALSE(g_module.DllMain(DLL_PROCESS_ATTACH, nullptr));
+  EXPECT_TRUE(g_module.DllMain(DLL_PROCESS_DETACH, nullptr));
   CAtlBaseModule::m_bInitFailed = false;
 }
 
 TEST_F(Module, RegistersTheClassesInOrderWithTheirCategories) {
   const CRegistrySandbox sandbox;
   const std::wstring key = L"CLSID\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}";
-  CRegistrySandbox::Put(HKEY_CLASSES_ROOT, (key + L"\\Required Categories\\{other}").c_str());
-  EXPECT_EQ(S_OK, TestModule().RegisterServer(FALSE));
-  EXPECT_EQ((Calls{L"first +", L"second +"}), g_calls);
+  const std::wstring implemented = key + L"\\Implemented Categories";
+  const std::wstring required = key + L"\\Required Categories";
+  CRegistrySandbox::Put(HKEY_CLASSES_ROOT, (required + L"\\{other}").c_str());
+  EXPECT_EQ(S_OK, m_com.RegisterServer(FALSE));
   const std::wstring others =
-      Lines({key + L"\\Required Categories", key + L"\\Required Categories\\{other}",
-             key + L"\\Required Categories\\{other} = s:"});
-  EXPECT_EQ(Lines({L"CLSID", key, key + L"\\Implemented Categories",
-                   key + L"\\Implemented Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E53}",
-                   key + L"\\Implemented Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}",
-                   key + L"\\Required Categories",
-                   key + L"\\Required Categories\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E54}",
-                   key + L"\\Required Categories\\{other}",
-                   key + L"\\Required Categories\\{other} = s:"}),
-            CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
-  g_calls.clear();
-  EXPECT_EQ(S_OK, TestModule().UnregisterServer(FALSE));
-  EXPECT_EQ((Calls{L"first -", L"second -"}), g_calls);
+      Lines({required, required + L"\\{other}", required + L"\\{other} = s:"});
+  EXPECT_EQ(
+      Lines({L"CLSID", key, implemented, implemented + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}",
+             implemented + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E53}", required,
+             required + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}", required + L"\\{other}",
+             required + L"\\{other} = s:"}),
+      CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
+  EXPECT_EQ(S_OK, m_com.UnregisterServer(FALSE));
+  EXPECT_THAT(g_calls, testing::ElementsAre("first +", "second +", "first -", "second -"));
   EXPECT_EQ(Lines({L"CLSID", key}) + others, CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
 }
 
 TEST_F(Module, ScriptsGetModulePathAndReplacements) {
   const CRegistrySandbox sandbox;
-  _ATL_REGMAP_ENTRY more[] = {{L"More", L"more"}, {nullptr, nullptr}};
-  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, TRUE, more));
-  wchar_t path[MAX_PATH];
-  ASSERT_NE(0U, GetModuleFileNameW(nullptr, path, MAX_PATH));
+  const std::wstring path = L"C:\\it's\\module.exe";
+  const CImportSpy<&GetModuleFileNameW> name(
+      "kernel32.dll", "GetModuleFileNameW", [&](HMODULE, LPWSTR buffer, DWORD size) {
+        lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
+        return static_cast<DWORD>(path.size());
+      });
+  const CImportSpy<&LoadLibraryExW> load("kernel32.dll", "LoadLibraryExW",
+                                         [&](LPCWSTR file, HANDLE, DWORD) {
+                                           EXPECT_EQ(path, file);
+                                           return GetModuleHandleW(nullptr);
+                                         });
+  const CImportSpy<&FreeLibrary> freed("kernel32.dll", "FreeLibrary", [](HMODULE) { return TRUE; });
+  const auto update = [](BOOL registers, LPCWSTR value) {
+    _ATL_REGMAP_ENTRY more[] = {{L"More", value}, {nullptr, nullptr}};
+    return g_module.UpdateRegistryFromResource(200, registers, more);
+  };
+  EXPECT_EQ(S_OK, update(TRUE, L"more"));
   // This module is the program, so its path is a command line.
   EXPECT_EQ(Lines({L"TestModule", L"TestModule [appid] = s:",
-                   L"TestModule [module] = s:\"" + std::wstring(path) + L"\"",
-                   L"TestModule [more] = s:more", L"TestModule [raw] = s:" + std::wstring(path)}),
+                   L"TestModule [module] = s:\"" + path + L"\"", L"TestModule [more] = s:more",
+                   L"TestModule [raw] = s:" + path}),
             CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
-  EXPECT_EQ(S_OK, TestModule().UpdateRegistryFromResource(201, FALSE, more));
+  EXPECT_EQ(S_OK, update(FALSE, L"more"));
   EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
-
-  EXPECT_EQ(DISP_E_EXCEPTION, TestModule().UpdateRegistryFromResource(201, TRUE))
-      << "one replacement is missing";
-  _ATL_REGMAP_ENTRY broken[] = {{L"More", nullptr}, {nullptr, nullptr}};
-  EXPECT_EQ(E_INVALIDARG, TestModule().UpdateRegistryFromResource(201, TRUE, broken));
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND),
-            TestModule().UpdateRegistryFromResource(9999, TRUE));
+  EXPECT_EQ(E_INVALIDARG, update(TRUE, nullptr));
+  EXPECT_EQ(DISP_E_EXCEPTION, g_module.UpdateRegistryFromResource(200, TRUE)) << "%MORE%";
 }
 
-/// A module besides the program's own one.
-class COtherModule : public CAtlModuleT<COtherModule> {};
-
-/// An outer object that is not deleted.
-class COuter : public IUnknown {
- public:
-  STDMETHOD(QueryInterface)(REFIID, void** ppv) override {
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-  }
-  STDMETHOD_(ULONG, AddRef)() override { return 2; }
-  STDMETHOD_(ULONG, Release)() override { return 1; }
-};
-
 TEST_F(Module, ReleaseAfterModuleDestructionSucceeds) {
-  CAtlModule* const own = _pAtlModule;
-  COuter outer;
+  CStackObject<IUnknown> outer;
   CComPtr<INumber> object;
   CComPtr<IUnknown> inner;
   CComPtr<IClassFactory> factory;
   {
-    COtherModule module;
+    CTestModule module;
     ASSERT_EQ(S_OK, CreateObject<CTestObject>(object));
     ASSERT_EQ(S_OK, CreateObject<CTestObject>(inner, &outer));
-    ASSERT_EQ(S_OK, Get(kFirstClass, factory));
+    ASSERT_EQ(S_OK, m_com.GetClassObject(kFirstClass, IID_IClassFactory,
+                                         reinterpret_cast<void**>(&factory)));
     EXPECT_EQ(3, module.GetLockCount());
   }
   ASSERT_EQ(nullptr, _pAtlModule);
@@ -261,7 +218,7 @@ TEST_F(Module, ReleaseAfterModuleDestructionSucceeds) {
   object.Release();
   inner.Release();
   EXPECT_EQ(2, g_log.destroyed);
-  _pAtlModule = own;
+  _pAtlModule = &g_module;
 }
 
 }  // namespace

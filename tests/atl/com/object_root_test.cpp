@@ -1,30 +1,21 @@
 // Reference counts, QueryInterface and the life of an object that stands alone.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <new>
 #include <utility>
 
-#include "atl_test_module.h"
 #include "test_objects.h"
 #include "tests/support/parallel.h"
 
 namespace {
 
-class ObjectRoot : public testing::Test {
- protected:
-  void SetUp() override { g_log = {}; }
-  void TearDown() override { EXPECT_TRUE(g_log.AllGone()); }
-
-  CLockBalance m_locks;
-};
+using ObjectRoot = ComTest;
 
 TEST_F(ObjectRoot, LastReleaseDestroysAndUnlocksTheModule) {
   CComObject<CTestObject>* object = nullptr;
   ASSERT_EQ(S_OK, CComObject<CTestObject>::CreateInstance(&object));
-  EXPECT_EQ(1, m_locks.Gained());
-  const LONG locks = TestModule().GetLockCount();
+  EXPECT_EQ(1, LocksGained());
+  const LONG locks = g_module.GetLockCount();
   EXPECT_EQ(1, g_log.finalConstructed);
   EXPECT_EQ(1U, object->AddRef());
   EXPECT_EQ(2U, object->AddRef());
@@ -38,14 +29,11 @@ TEST_F(ObjectRoot, LastReleaseDestroysAndUnlocksTheModule) {
 TEST_F(ObjectRoot, QueryInterfaceKeepsOneIdentity) {
   CComPtr<INumber> number;
   ASSERT_EQ(S_OK, CreateObject<CTestObject>(number));
-  EXPECT_EQ(42, number->Number());
   CComPtr<IColour> colour;
   EXPECT_EQ(S_OK, number.QueryInterface(&colour));
   EXPECT_EQ(7, colour->Colour());
   EXPECT_EQ(2U, References(number));
-  EXPECT_EQ(Peek<IUnknown>(number), Peek<IUnknown>(colour)) << "one identity";
-  EXPECT_EQ(number.p, Peek<INumber>(colour));
-
+  EXPECT_EQ(Peek<IUnknown>(number), Peek<IUnknown>(colour));
   void* p = Garbage();
   EXPECT_EQ(E_NOINTERFACE, number->QueryInterface(IID_IDispatch, &p));
   EXPECT_EQ(nullptr, p);
@@ -60,15 +48,19 @@ TEST_F(ObjectRoot, FailedCreationLeavesNothing) {
   EXPECT_EQ(1, g_log.destroyed);
   EXPECT_EQ(E_POINTER, CTestObject::_CreatorClass::CreateInstance(nullptr, IID_IUnknown, nullptr));
   EXPECT_EQ(E_POINTER, CComObject<CTestObject>::CreateInstance(nullptr));
+  g_log.finalConstructResult = S_FALSE;
+  CComPtr<INumber> object;
+  EXPECT_EQ(S_OK, CreateObject<CTestObject>(object)) << "any success of FinalConstruct";
+  object.Release();
   g_log.finalConstructResult = E_ACCESSDENIED;
   CComObject<CTestObject>* raw = reinterpret_cast<CComObject<CTestObject>*>(&raw);
   EXPECT_EQ(E_ACCESSDENIED, CComObject<CTestObject>::CreateInstance(&raw));
   EXPECT_EQ(nullptr, raw);
-  EXPECT_EQ(2, g_log.destroyed);
+  EXPECT_EQ(3, g_log.destroyed);
 }
 
-/// Calls what the test says, in the constructor or later.
-class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber {
+/// Throws in the constructor or later.
+class CThrower : public CTestObject {
  public:
   static inline bool s_inConstructor;
   static inline void (*s_throw)();
@@ -77,21 +69,11 @@ class CThrower : public CComObjectRootEx<CComSingleThreadModel>, public INumber 
     if (s_inConstructor) {
       s_throw();
     }
-    ++g_log.constructed;
   }
-  CThrower(const CThrower&) = delete;
-  CThrower& operator=(const CThrower&) = delete;
-  virtual ~CThrower() { ++g_log.destroyed; }
-
-  BEGIN_COM_MAP(CThrower)
-  COM_INTERFACE_ENTRY(INumber)
-  END_COM_MAP()
-
   HRESULT FinalConstruct() {
     s_throw();
     return S_OK;
   }
-  STDMETHOD_(int, Number)() override { return 0; }
 };
 
 TEST_F(ObjectRoot, ExceptionAtCreationIsReturned) {
@@ -113,16 +95,8 @@ TEST_F(ObjectRoot, ExceptionAtCreationIsReturned) {
       CComObject<CThrower>* object = nullptr;
       EXPECT_EQ(result, CComObject<CThrower>::CreateInstance(&object));
       EXPECT_TRUE(g_log.AllGone());
-      EXPECT_EQ(0, m_locks.Gained());
     }
   }
-}
-
-TEST_F(ObjectRoot, AnySuccessOfFinalConstructIsSuccess) {
-  g_log.finalConstructResult = S_FALSE;
-  CComPtr<INumber> object;
-  EXPECT_EQ(S_OK, CreateObject<CTestObject>(object));
-  EXPECT_NE(nullptr, object.p);
 }
 
 /// Hands itself out while it is still being constructed, and once more when it is going.
@@ -157,26 +131,8 @@ TEST_F(ObjectRoot, ProtectedFinalConstructSurvivesItsOwnReferences) {
   EXPECT_EQ(1, g_log.destroyed);
 }
 
-class CSharedObject : public CComObjectRootEx<CComMultiThreadModel>, public INumber {
- public:
-  CSharedObject() = default;
-  CSharedObject(const CSharedObject&) = delete;
-  CSharedObject& operator=(const CSharedObject&) = delete;
-  virtual ~CSharedObject() = default;
-
-  BEGIN_COM_MAP(CSharedObject)
-  COM_INTERFACE_ENTRY(INumber)
-  END_COM_MAP()
-
-  STDMETHOD_(int, Number)() override { return 0; }
-};
-
 TEST_F(ObjectRoot, ThreadsShareTheCount) {
-  CComObject<CSharedObject>* object = nullptr;
-  ASSERT_EQ(S_OK, CComObject<CSharedObject>::CreateInstance(&object));
-  // Far from zero: a count that went wrong must fail the test, not destroy the object.
-  constexpr LONG kMany = 1 << 30;
-  object->m_dwRef = kMany;
+  CComObjectRootEx<CComMultiThreadModel> object;
   std::atomic<int> started = 0;
   const auto work = [&] {
     ++started;
@@ -184,31 +140,16 @@ TEST_F(ObjectRoot, ThreadsShareTheCount) {
       SwitchToThread();  // one alone would be done before the other one begins
     }
     for (int i = 0; i < 4000000; ++i) {
-      object->AddRef();
-      object->Release();
+      object.InternalAddRef();
+      object.InternalRelease();
     }
   };
+  object.m_dwRef = 1 << 30;  // far from zero, where the debug checks are
   {
     const CParallel one(work);
     const CParallel two(work);
   }
-  EXPECT_EQ(kMany, object->m_dwRef);
-  object->m_dwRef = 1;
-  object->Release();
-}
-
-TEST_F(ObjectRoot, CachedObjectLocksWhileOthersUseIt) {
-  auto* const object = new CComObjectCached<CTestObject>;
-  EXPECT_EQ(1U, object->AddRef());
-  EXPECT_EQ(0, m_locks.Gained());
-  EXPECT_EQ(2U, object->AddRef());
-  EXPECT_EQ(1, m_locks.Gained());
-  EXPECT_EQ(3U, object->AddRef());
-  EXPECT_EQ(1, m_locks.Gained());
-  EXPECT_EQ(2U, object->Release());
-  EXPECT_EQ(1U, object->Release());
-  EXPECT_EQ(0, m_locks.Gained());
-  EXPECT_EQ(0U, object->Release());
+  EXPECT_EQ(1 << 30, object.m_dwRef);
 }
 
 }  // namespace

@@ -3,64 +3,50 @@
 #include <atlregkey.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cwchar>
-#include <vector>
+#include <set>
 
 namespace {
 
 const HKEY kRoots[] = {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER};
 
-/// The bytes as characters, with the null characters made visible. Exactly one of them belongs to
-/// a string and is not shown; a missing one is.
-std::wstring TextOf(const std::vector<BYTE>& data) {
-  std::wstring text(reinterpret_cast<const wchar_t*>(data.data()), data.size() / sizeof(wchar_t));
-  if (text.empty() || text.back() != L'\0') {
-    return text + L"<unterminated>";
+/// Exactly one null character belongs to a string and is not shown; a missing one is.
+std::wstring ValueText(DWORD type, std::wstring text) {
+  if (type != REG_SZ || text.empty() || text.back() != L'\0') {
+    return L"?" + text;
   }
   text.pop_back();
-  for (size_t pos; (pos = text.find(L'\0')) != std::wstring::npos;) {
-    text.replace(pos, 1, L"|");
-  }
-  return text;
-}
-
-std::wstring ValueText(DWORD type, const std::vector<BYTE>& data) {
-  return type == REG_SZ ? L"s:" + TextOf(data) : L"?" + std::to_wstring(type);
+  return L"s:" + text;
 }
 
 void DumpValues(HKEY key, const std::wstring& path, std::wstring& result) {
-  std::vector<std::wstring> lines;
+  std::set<std::wstring> lines;
   for (DWORD index = 0;; ++index) {
     wchar_t name[256];
     DWORD length = ARRAYSIZE(name);
-    std::vector<BYTE> data(4096);
-    DWORD size = static_cast<DWORD>(data.size());
+    wchar_t data[1024];
+    DWORD size = sizeof(data);
     DWORD type = 0;
-    if (RegEnumValueW(key, index, name, &length, nullptr, &type, data.data(), &size) !=
-        ERROR_SUCCESS) {
+    if (RegEnumValueW(key, index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(data),
+                      &size) != ERROR_SUCCESS) {
       break;
     }
-    data.resize(size);
     const std::wstring label = length == 0 ? L"" : L" [" + std::wstring(name, length) + L"]";
-    lines.push_back(path + label + L" = " + ValueText(type, data) + L"\n");
+    lines.insert(path + label + L" = " +
+                 ValueText(type, std::wstring(data, size / sizeof(wchar_t))) + L"\n");
   }
-  std::sort(lines.begin(), lines.end());
   for (const std::wstring& line : lines) {
     result += line;
   }
 }
 
 void DumpKeys(HKEY key, const std::wstring& path, std::wstring& result) {
-  std::vector<std::wstring> names;
+  std::set<std::wstring> names;
   wchar_t name[256];
-  for (DWORD index = 0, length = ARRAYSIZE(name);
-       RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) ==
-       ERROR_SUCCESS;
-       ++index, length = ARRAYSIZE(name)) {
-    names.emplace_back(name, length);
+  while (RegEnumKeyW(key, static_cast<DWORD>(names.size()), name, ARRAYSIZE(name)) ==
+         ERROR_SUCCESS) {
+    names.insert(name);
   }
-  std::sort(names.begin(), names.end());
   for (const std::wstring& child : names) {
     const std::wstring childPath = path.empty() ? child : path + L"\\" + child;
     ATL::CRegKey childKey;
@@ -76,9 +62,13 @@ void DumpKeys(HKEY key, const std::wstring& path, std::wstring& result) {
 CRegistrySandbox::CRegistrySandbox()
     : m_path(L"Software\\FolivoAtlTest-" + std::to_wstring(GetCurrentProcessId())) {
   // HKEY_CURRENT_USER last: the others' keys are made below it.
-  Override(HKEY_CLASSES_ROOT, L"Classes");
-  Override(HKEY_LOCAL_MACHINE, L"Machine");
-  Override(HKEY_CURRENT_USER, L"User");
+  for (const HKEY root : kRoots) {
+    const std::wstring name = std::to_wstring(reinterpret_cast<ULONG_PTR>(root));
+    ATL::CRegKey key;
+    EXPECT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, (m_path + L"\\" + name).c_str(), nullptr,
+                                        REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS));
+    EXPECT_EQ(ERROR_SUCCESS, RegOverridePredefKey(root, key));
+  }
 }
 
 CRegistrySandbox::~CRegistrySandbox() {
@@ -86,13 +76,6 @@ CRegistrySandbox::~CRegistrySandbox() {
     EXPECT_EQ(ERROR_SUCCESS, RegOverridePredefKey(root, nullptr));
   }
   EXPECT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str()));
-}
-
-void CRegistrySandbox::Override(HKEY root, const wchar_t* name) {
-  ATL::CRegKey key;
-  EXPECT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, (m_path + L"\\" + name).c_str(), nullptr,
-                                      REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS));
-  EXPECT_EQ(ERROR_SUCCESS, RegOverridePredefKey(root, key));
 }
 
 std::wstring CRegistrySandbox::Dump(HKEY root) {

@@ -15,18 +15,16 @@ class CRegistrySandbox {
   CRegistrySandbox& operator=(const CRegistrySandbox&) = delete;
   ~CRegistrySandbox();
 
-  /// Everything below the root, one line for each key and value, in the order of the registry:
+  /// Everything below the root, one line for each key and value, sorted:
   ///   Software\Key
   ///   Software\Key = s:default value
-  ///   Software\Key [Name] = d:0000002a
+  ///   Software\Key [Name] = s:value
   static std::wstring Dump(HKEY root);
 
   /// Creates a key with its default value, as somebody else's entry.
   static void Put(HKEY root, const wchar_t* key, const wchar_t* value = L"");
 
  private:
-  void Override(HKEY root, const wchar_t* name);
-
   std::wstring m_path;  // below the real HKEY_CURRENT_USER
 };
 

@@ -1,36 +1,31 @@
-// Loading and registering the type library of a module.
+// Registering the type library of a module.
 
+#include <atlbase.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
 
-#include "atl_test_module.h"
+#include "folivo_plugin_h.h"
 #include "registry_sandbox.h"
 #include "tests/support/import_spy.h"
 
 namespace {
 
+using testing::HasSubstr;
+
 class TypeLibrary : public testing::Test {
  protected:
   const HINSTANCE m_module = _AtlBaseModule.GetModuleInstance();
   const std::wstring m_path = ATL::detail::ModulePath(nullptr);
-  CComBSTR m_loadedFrom;
-  CComPtr<ITypeLib> m_library;
+  const std::wstring m_folder = m_path.substr(0, m_path.rfind(L'\\'));
+  const CRegistrySandbox m_sandbox;
 };
 
-TEST_F(TypeLibrary, FailsWithoutOne) {
-  const CComBSTR owner(L"untouched");
-  BSTR path = owner;
-  ITypeLib* library = reinterpret_cast<ITypeLib*>(&library);
-  EXPECT_TRUE(FAILED(AtlLoadTypeLib(m_module, L"\\2", &path, &library)));
-  EXPECT_EQ(nullptr, path);
-  EXPECT_EQ(nullptr, library);
+TEST_F(TypeLibrary, MissingResourceFails) {
   EXPECT_TRUE(FAILED(AtlRegisterTypeLib(m_module, L"\\2")));
   EXPECT_TRUE(FAILED(AtlUnRegisterTypeLib(m_module, L"\\2")));
-  EXPECT_EQ(E_POINTER, AtlLoadTypeLib(m_module, nullptr, nullptr, &m_library));
-  EXPECT_EQ(E_POINTER, AtlLoadTypeLib(m_module, nullptr, &m_loadedFrom, nullptr));
 }
 
 TEST_F(TypeLibrary, ModulePathHasAnyLength) {
@@ -47,58 +42,52 @@ TEST_F(TypeLibrary, ModulePathHasAnyLength) {
 }
 
 TEST_F(TypeLibrary, RegistersForTheMachine) {
-  const CRegistrySandbox sandbox;
   CRegistrySandbox::Put(HKEY_CLASSES_ROOT, L"TypeLib");  // systems differ in how they spell it
   EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
-  const std::wstring key = L"TypeLib\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E10}\\1.0";
   const std::wstring classes = CRegistrySandbox::Dump(HKEY_CLASSES_ROOT);
-  EXPECT_THAT(classes, testing::HasSubstr(key + L" = s:Test Types\n"));
-  EXPECT_THAT(classes, testing::HasSubstr(key + L"\\0\\win64 = s:" + m_path + L"\n"));
-  const std::wstring folder = m_path.substr(0, m_path.rfind(L'\\'));
-  EXPECT_THAT(classes, testing::HasSubstr(key + L"\\HELPDIR = s:" + folder + L"\n"));
+  EXPECT_THAT(classes, HasSubstr(L"\\1.0\\0\\win64 = s:" + m_path + L"\n"));
+  EXPECT_THAT(classes, HasSubstr(L"\\1.0\\HELPDIR = s:" + m_folder + L"\n"));
   EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(m_module, nullptr));
-  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT), testing::Not(testing::HasSubstr(key)));
+  EXPECT_THAT(CRegistrySandbox::Dump(HKEY_CLASSES_ROOT), testing::Not(HasSubstr(L"1.0")));
 }
 
 /// Stands in for the automation library's per-user functions.
-std::wstring g_calls;
+std::wstring g_call;
 HRESULT WINAPI FakeRegisterForUser(ITypeLib*, OLECHAR* path, OLECHAR* helpDir) {
-  g_calls += L"+ " + std::wstring(path) + L" " + helpDir;
+  g_call = path + std::wstring(L"|") + helpDir;
   return S_OK;
 }
 HRESULT WINAPI FakeUnRegisterForUser(REFGUID guid, WORD major, WORD minor, LCID, SYSKIND kind) {
-  EXPECT_TRUE(guid == LIBID_AtlComTestTypes);
-  g_calls +=
-      L"- " + std::to_wstring(major) + L"." + std::to_wstring(minor) + L" " + std::to_wstring(kind);
+  EXPECT_TRUE(guid == LIBID_MERLOFolivoIEPlugin && major == 1 && minor == 0);
+  EXPECT_EQ(SYS_WIN64, kind);
+  g_call = L"removed";
   return S_OK;
 }
 
 TEST_F(TypeLibrary, RegistersForTheUserWhereTheSystemCan) {
-  const CRegistrySandbox sandbox;
   bool hasFunctions = true;
   const CImportSpy<&GetProcAddress> spy(
-      "kernel32.dll", "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
+      "kernel32.dll", "GetProcAddress", [&](HMODULE module, LPCSTR szName) -> FARPROC {
         EXPECT_EQ(GetModuleHandleW(L"OLEAUT32.DLL"), module);
+        const std::string name = szName;
         void (*function)() = nullptr;
-        if (hasFunctions && std::string(name) == "RegisterTypeLibForUser") {
+        if (name == "RegisterTypeLibForUser") {
           function = reinterpret_cast<void (*)()>(&FakeRegisterForUser);
-        } else if (hasFunctions && std::string(name) == "UnRegisterTypeLibForUser") {
+        } else if (name == "UnRegisterTypeLibForUser") {
           function = reinterpret_cast<void (*)()>(&FakeUnRegisterForUser);
         }
-        return reinterpret_cast<FARPROC>(function);
+        return hasFunctions ? reinterpret_cast<FARPROC>(function) : nullptr;
       });
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(true));
   EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
-  EXPECT_EQ(L"+ " + m_path + L" " + m_path.substr(0, m_path.rfind(L'\\')), g_calls);
-  g_calls.clear();
+  EXPECT_EQ(m_path + L"|" + m_folder, g_call);
   EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(m_module, nullptr));
-  EXPECT_EQ(L"- 1.0 3", g_calls);
+  EXPECT_EQ(L"removed", g_call);
   EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
 
   hasFunctions = false;
   EXPECT_EQ(S_OK, AtlRegisterTypeLib(m_module, nullptr));
   EXPECT_NE(L"", CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
-  EXPECT_EQ(S_OK, AtlUnRegisterTypeLib(m_module, nullptr));
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(false));
 }
 

@@ -7,23 +7,15 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-RECT PlaceInParent(HWND window) {
-  RECT rc;
-  GetWindowRect(window, &rc);
-  MapWindowPoints(nullptr, GetParent(window), reinterpret_cast<POINT*>(&rc), 2);
-  return rc;
-}
-
-class Activation : public EveryControlTest {
+class Activation : public ControlTest {
  protected:
   void SetUp() override {
-    EveryControlTest::SetUp();
+    ControlTest::SetUp();
     OpenContainer();
   }
 };
-INSTANTIATE_FOR_EVERY_BIRTH(Activation);
 
-TEST_P(Activation, InPlaceVerbCreatesWindowAtSitePosition) {
+TEST_F(Activation, InPlaceVerbCreatesWindowAtSitePosition) {
   EXPECT_EQ(nullptr, ControlWindow());
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
@@ -34,17 +26,18 @@ TEST_P(Activation, InPlaceVerbCreatesWindowAtSitePosition) {
   EXPECT_EQ(S_OK, As<IOleInPlaceActiveObject>()->GetWindow(&fromActiveObject));
   EXPECT_EQ(window, fromActiveObject);
   EXPECT_EQ(m_window, GetParent(window));
-  const RECT place = PlaceInParent(window);
+  RECT place;
+  GetWindowRect(window, &place);
+  MapWindowPoints(nullptr, m_window, reinterpret_cast<POINT*>(&place), 2);
   EXPECT_TRUE(EqualRect(&m_site.m_position, &place));
-  EXPECT_EQ(static_cast<LONG_PTR>(WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS),
-            GetWindowLongPtrW(window, GWL_STYLE));
+  EXPECT_TRUE(EqualRect(&m_site.m_position, &Plate().m_rcPos));
   EXPECT_TRUE(Plate().m_bInPlaceActive);
   EXPECT_FALSE(Plate().m_bUIActive);
-  EXPECT_FALSE(Plate().m_bInPlaceSiteEx);
-  EXPECT_TRUE(EqualRect(&m_site.m_position, &Plate().m_rcPos));
+  EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->UIDeactivate()) << "was not active";
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
 }
 
-TEST_P(Activation, UIActivateVerbSetsActiveObjectAndFocus) {
+TEST_F(Activation, UIActivateVerbSetsActiveObjectAndFocus) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   EXPECT_THAT(
       m_site.m_log.Take(),
@@ -61,11 +54,9 @@ TEST_P(Activation, UIActivateVerbSetsActiveObjectAndFocus) {
   EXPECT_FALSE(Plate().m_bUIActive);
   EXPECT_TRUE(Plate().m_bInPlaceActive);
   EXPECT_NE(nullptr, ControlWindow());
-  EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->UIDeactivate());
-  EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "reported once";
 }
 
-TEST_P(Activation, SecondActivationAndHidingKeepTheWindow) {
+TEST_F(Activation, SecondActivationAndHidingKeepTheWindow) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   const HWND window = ControlWindow();
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_HIDE));
@@ -78,7 +69,7 @@ TEST_P(Activation, SecondActivationAndHidingKeepTheWindow) {
   EXPECT_TRUE(IsWindowVisible(window));
 }
 
-TEST_P(Activation, DeactivationDestroysTheWindow) {
+TEST_F(Activation, DeactivationDestroysTheWindow) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   const HWND window = ControlWindow();
   m_site.m_log.Take();
@@ -93,16 +84,10 @@ TEST_P(Activation, DeactivationDestroysTheWindow) {
   EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "reported once";
 }
 
-TEST_P(Activation, PrimaryVerbActivatesInUserMode) {
-  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_PRIMARY));
-  EXPECT_TRUE(Plate().m_bInPlaceActive);
-  EXPECT_FALSE(Plate().m_bUIActive);
-}
-
-TEST_P(Activation, CloseDeactivatesAndReleasesInPlaceSite) {
+TEST_F(Activation, CloseDeactivatesAndReleasesInPlaceSite) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   const HWND window = ControlWindow();
-  ASSERT_EQ(S_OK, As<IOleObject>()->Close(OLECLOSE_NOSAVE));
+  ASSERT_EQ(S_OK, m_object->Close(OLECLOSE_NOSAVE));
   EXPECT_FALSE(IsWindow(window));
   EXPECT_FALSE(Plate().m_bInPlaceActive);
   EXPECT_EQ(nullptr, Plate().m_spInPlaceSite.p);
@@ -111,7 +96,7 @@ TEST_P(Activation, CloseDeactivatesAndReleasesInPlaceSite) {
   EXPECT_NE(nullptr, ControlWindow());
 }
 
-TEST_P(Activation, LastReleaseDestroysTheWindowWithoutACallToTheSite) {
+TEST_F(Activation, LastReleaseDestroysTheWindowWithoutACallToTheSite) {
   for (const LONG verb : {OLEIVERB_INPLACEACTIVATE, OLEIVERB_UIACTIVATE}) {
     ASSERT_EQ(S_OK, DoVerb(verb));
     const HWND window = ControlWindow();
@@ -121,12 +106,12 @@ TEST_P(Activation, LastReleaseDestroysTheWindowWithoutACallToTheSite) {
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(0U, m_site.References());
     EXPECT_THAT(m_site.m_log.Take(), IsEmpty()) << "verb " << verb;
-    Create(GetParam());
-    ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+    Create();
+    ASSERT_EQ(S_OK, m_object->SetClientSite(&m_site));
   }
 }
 
-TEST_P(Activation, ExtendedSiteGetsExtendedCalls) {
+TEST_F(Activation, ExtendedSiteGetsExtendedCalls) {
   m_site.m_kind = CTestSite::Kind::kEx;
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   EXPECT_THAT(m_site.m_log.Take(),
@@ -135,7 +120,7 @@ TEST_P(Activation, ExtendedSiteGetsExtendedCalls) {
                           "frame.SetActiveObject", "frame.SetBorderSpace",
                           "document.SetActiveObject", "document.SetBorderSpace", "ShowObject"));
   EXPECT_EQ(0U, m_site.m_activateFlags) << "with a window";
-  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(nullptr)) << "it stays with its site in place";
+  ASSERT_EQ(S_OK, m_object->SetClientSite(nullptr)) << "it stays with its site in place";
   m_site.m_log.Take();
   ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
   EXPECT_THAT(m_site.m_log.Take(),
@@ -143,16 +128,35 @@ TEST_P(Activation, ExtendedSiteGetsExtendedCalls) {
                           "OnUIDeactivate", "OnInPlaceDeactivateEx"));
 }
 
-TEST_P(Activation, NewSiteReplacesInPlaceSite) {
+TEST_F(Activation, NewSiteReplacesInPlaceSite) {
   m_site.m_kind = CTestSite::Kind::kEx;
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
-  m_site.m_kind = CTestSite::Kind::kPlain;
-  ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+  CTestSite other;
+  other.m_window = m_window;
+  ASSERT_EQ(S_OK, m_object->SetClientSite(&other));
+  EXPECT_EQ(0U, m_site.References());
   m_site.m_log.Take();
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
-  EXPECT_THAT(m_site.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
-                                               "GetWindowContext", "GetWindow", "ShowObject"));
+  EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
+  EXPECT_THAT(other.m_log.Take(), ElementsAre("CanInPlaceActivate", "OnInPlaceActivate",
+                                              "GetWindowContext", "GetWindow", "ShowObject"));
+  EXPECT_EQ(S_OK, m_object->Close(OLECLOSE_NOSAVE));
+  EXPECT_EQ(S_OK, m_object->SetClientSite(nullptr));
+}
+
+TEST_F(Activation, AggregatedControlActivatesWithIdentityOfOuterObject) {
+  CStackObject<IUnknown> outer;
+  CComPtr<IUnknown> inner;
+  ASSERT_EQ(S_OK, CPlate::_CreatorClass::CreateInstance(&outer, IID_IUnknown,
+                                                        reinterpret_cast<void**>(&inner)));
+  CComPtr<IOleObject> object;
+  ASSERT_EQ(S_OK, inner.QueryInterface(&object));
+  EXPECT_EQ(S_OK, object->SetClientSite(&m_site));
+  EXPECT_EQ(S_OK, object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, nullptr, 0, nullptr, nullptr));
+  EXPECT_TRUE(CComPtr<IUnknown>(&outer).IsEqualObject(m_site.m_frame.m_active));
+  EXPECT_EQ(S_OK, object->Close(OLECLOSE_NOSAVE));
+  EXPECT_EQ(S_OK, object->SetClientSite(nullptr));
 }
 
 }  // namespace

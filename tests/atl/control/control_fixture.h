@@ -1,52 +1,58 @@
 #pragma once
 
-#include <atlbase.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "test_control.h"
 #include "test_site.h"
+#include "tests/support/test_module.h"
 
-/// An object that passes on whatever it is asked for to an object inside it.
-class COuter final : public IUnknown {
- public:
-  COuter() = default;
-  COuter(const COuter&) = delete;
-  COuter& operator=(const COuter&) = delete;
-  ~COuter() = default;
-
-  CComPtr<IUnknown> m_inner;
-  ULONG References() const { return m_references.Get(); }
-
-  STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override;
-  STDMETHOD_(ULONG, AddRef)() override { return m_references.Increment(); }
-  /// The last one releases the inner object, as the destructor of an object on the heap would.
-  STDMETHOD_(ULONG, Release)() override;
-
- private:
-  CReferenceCount m_references;
-};
-
-/// How the control under test was made.
-enum class Birth { kAlone, kInside };
-std::string ToString(Birth birth);
+inline CTestModule g_module;
 
 /// A control and its site, whose end checks that the control has gone and left nothing behind. The
 /// members are in the order in which they must go.
 class ControlTest : public testing::Test {
  protected:
-  void SetUp() override;
-  void TearDown() override;
+  void SetUp() override {
+    ASSERT_EQ(S_OK, OleInitialize(nullptr));
+    g_plates = {};
+    m_locks = g_module.GetLockCount();
+    Create();
+  }
+  void TearDown() override {
+    if (m_object != nullptr) {
+      m_object->Close(OLECLOSE_NOSAVE);
+      m_object->SetClientSite(nullptr);
+    }
+    m_object.Release();
+    EXPECT_EQ(0, g_plates.alive) << "the control has another owner";
+    EXPECT_EQ(m_locks, g_module.GetLockCount());
+    if (m_window != nullptr) {
+      EXPECT_EQ(nullptr, GetWindow(m_window, GW_CHILD)) << "a window left behind";
+      DestroyWindow(m_window);
+    }
+    OleUninitialize();
+  }
 
-  void Create(Birth birth);
+  void Create() {
+    ASSERT_EQ(S_OK, CPlate::_CreatorClass::CreateInstance(nullptr, IID_IOleObject,
+                                                          reinterpret_cast<void**>(&m_object)));
+    m_plate = static_cast<CPlate*>(m_object.p);
+  }
   /// A visible top-level window, and the site in it.
-  void OpenContainer();
-  /// Gives up the control, which must not have other owners.
-  void Drop();
+  void OpenContainer() {
+    m_window = CreateWindowExW(0, L"STATIC", L"Container", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
+                               400, 300, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(nullptr, m_window);
+    m_site.m_window = m_window;
+    ASSERT_EQ(S_OK, m_object->SetClientSite(&m_site));
+  }
   /// Releases what the container has of the control, without closing it.
-  void ReleaseAll();
+  void ReleaseAll() {
+    m_site.m_frame.m_active.Release();
+    m_site.m_document.m_active.Release();
+    m_object.Release();
+  }
 
   template <class T>
   CComPtr<T> As() {
@@ -56,28 +62,20 @@ class ControlTest : public testing::Test {
   }
   /// The implementation behind the interfaces.
   CPlate& Plate() { return *m_plate; }
-  HRESULT DoVerb(LONG verb);
-  HWND ControlWindow();
+  HRESULT DoVerb(LONG verb) {
+    return m_object->DoVerb(verb, nullptr, &m_site, 0, m_window, &m_site.m_position);
+  }
+  HWND ControlWindow() {
+    HWND window = nullptr;
+    const HRESULT hr = As<IOleInPlaceObject>()->GetWindow(&window);
+    EXPECT_EQ(window != nullptr ? S_OK : E_FAIL, hr);
+    return window;
+  }
 
   LONG m_locks = 0;
-  COuter m_outer;
   CTestSite m_site;
   CTestSink m_sink;
   HWND m_window = nullptr;
-  CComPtr<IUnknown> m_object;
+  CComPtr<IOleObject> m_object;
   CPlate* m_plate = nullptr;
 };
-
-/// The same for each way of being made.
-class EveryControlTest : public ControlTest, public testing::WithParamInterface<Birth> {
- protected:
-  void SetUp() override {
-    ControlTest::SetUp();
-    Create(GetParam());
-  }
-};
-
-#define INSTANTIATE_FOR_EVERY_BIRTH(suite)                         \
-  INSTANTIATE_TEST_SUITE_P(                                        \
-      Born, suite, testing::Values(Birth::kAlone, Birth::kInside), \
-      [](const testing::TestParamInfo<Birth>& info) { return ToString(info.param); })

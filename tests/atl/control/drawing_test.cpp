@@ -1,11 +1,38 @@
 // The control's picture on its window, on any device and as a metafile.
 
 #include "control_fixture.h"
-#include "memory_picture.h"
 
 namespace {
 
-class Drawing : public EveryControlTest {
+/// A picture in memory, black at first.
+class CMemoryPicture {
+ public:
+  CMemoryPicture() { SelectObject(m_hdc, m_bitmap); }
+  CMemoryPicture(const CMemoryPicture&) = delete;
+  CMemoryPicture& operator=(const CMemoryPicture&) = delete;
+  ~CMemoryPicture() {
+    DeleteDC(m_hdc);
+    DeleteObject(m_bitmap);
+  }
+
+  HDC Dc() const { return m_hdc; }
+  /// Checks that the control has drawn this rectangle and no pixel besides.
+  void ExpectPainted(const RECT& expected) const {
+    SetMapMode(m_hdc, MM_TEXT);
+    SetViewportOrgEx(m_hdc, 0, 0, nullptr);
+    for (LONG i = 0; i < 100 * 100; ++i) {
+      const POINT pixel = {i % 100, i / 100};
+      const COLORREF colour = PtInRect(&expected, pixel) ? GetSysColor(COLOR_WINDOW) : 0;
+      ASSERT_EQ(colour, GetPixel(m_hdc, pixel.x, pixel.y)) << pixel.x << ' ' << pixel.y;
+    }
+  }
+
+ private:
+  const HDC m_hdc = CreateCompatibleDC(nullptr);
+  const HBITMAP m_bitmap = CreateBitmap(100, 100, 1, 32, nullptr);
+};
+
+class Drawing : public ControlTest {
  protected:
   HRESULT Draw(HDC hdc, LPCRECTL bounds, DWORD aspect = DVASPECT_CONTENT) {
     return As<IViewObject>()->Draw(aspect, -1, nullptr, nullptr, nullptr, hdc, bounds, nullptr,
@@ -21,9 +48,8 @@ class Drawing : public EveryControlTest {
   CMemoryPicture m_picture;
   STGMEDIUM m_medium = {};
 };
-INSTANTIATE_FOR_EVERY_BIRTH(Drawing);
 
-TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
+TEST_F(Drawing, BoundsAreInTheUnitsOfTheDevice) {
   // 100 units on 50 pixels, from pixel 20 on.
   SetMapMode(m_picture.Dc(), MM_ANISOTROPIC);
   SetWindowExtEx(m_picture.Dc(), 100, 100, nullptr);
@@ -31,15 +57,11 @@ TEST_P(Drawing, BoundsAreInTheUnitsOfTheDevice) {
   SetViewportOrgEx(m_picture.Dc(), 20, 20, nullptr);
   const RECTL bounds = {0, 0, 100, 60};
   EXPECT_EQ(S_OK, Draw(m_picture.Dc(), &bounds));
-  ExpectRect({20, 20, 70, 50}, {g_plates.bounds.left, g_plates.bounds.top, g_plates.bounds.right,
-                                g_plates.bounds.bottom});
   EXPECT_EQ(MM_ANISOTROPIC, GetMapMode(m_picture.Dc())) << "the caller's state is back";
-  SetMapMode(m_picture.Dc(), MM_TEXT);
-  SetViewportOrgEx(m_picture.Dc(), 0, 0, nullptr);
-  ExpectRect({20, 20, 70, 50}, m_picture.Painted());
+  m_picture.ExpectPainted({20, 20, 70, 50});
 }
 
-TEST_P(Drawing, WrongAspectOrNullArgumentIsRefused) {
+TEST_F(Drawing, WrongAspectOrNullArgumentIsRefused) {
   const RECTL bounds = {0, 0, 10, 10};
   EXPECT_EQ(DV_E_DVASPECT, Draw(m_picture.Dc(), &bounds, DVASPECT_ICON));
   EXPECT_EQ(E_INVALIDARG, Draw(nullptr, &bounds));
@@ -51,7 +73,7 @@ TEST_P(Drawing, WrongAspectOrNullArgumentIsRefused) {
   EXPECT_EQ(0, g_plates.drawn);
 }
 
-TEST_P(Drawing, OnDrawFailureIsReturned) {
+TEST_F(Drawing, OnDrawFailureIsReturned) {
   g_plates.drawResult = VIEW_E_DRAW;
   const RECTL bounds = {0, 0, 10, 10};
   EXPECT_EQ(VIEW_E_DRAW, Draw(m_picture.Dc(), &bounds));
@@ -59,21 +81,16 @@ TEST_P(Drawing, OnDrawFailureIsReturned) {
   EXPECT_EQ(static_cast<DWORD>(TYMED_NULL), m_medium.tymed);
 }
 
-TEST_P(Drawing, WindowPaintsItsClientArea) {
+TEST_F(Drawing, PaintMessageWithDeviceContextDrawsTheClientArea) {
   OpenContainer();
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
-  g_plates.drawn = 0;
-  InvalidateRect(ControlWindow(), nullptr, TRUE);
-  UpdateWindow(ControlWindow());
-  EXPECT_EQ(1, g_plates.drawn);
-  EXPECT_FALSE(GetUpdateRect(ControlWindow(), nullptr, FALSE));
   SendMessageW(ControlWindow(), WM_PAINT, reinterpret_cast<WPARAM>(m_picture.Dc()), 0);
-  ExpectRect({0, 0, 100, 50}, m_picture.Painted());
+  m_picture.ExpectPainted({0, 0, 100, 50});
 }
 
-TEST_P(Drawing, MetafileShowsTheControl) {
+TEST_F(Drawing, MetafileShowsTheControl) {
   SIZE extent = {2540, 1270};
-  ASSERT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &extent));
+  ASSERT_EQ(S_OK, m_object->SetExtent(DVASPECT_CONTENT, &extent));
   ASSERT_EQ(S_OK, GetData(kPicture));
   const HDC hdc = GetDC(nullptr);
   EXPECT_EQ(GetDeviceCaps(hdc, LOGPIXELSX), g_plates.bounds.right) << "in pixels";
@@ -90,8 +107,7 @@ TEST_P(Drawing, MetafileShowsTheControl) {
   SetMapMode(m_picture.Dc(), MM_ANISOTROPIC);
   SetViewportExtEx(m_picture.Dc(), 50, 80, nullptr);
   EXPECT_TRUE(PlayMetaFile(m_picture.Dc(), picture->hMF));
-  SetMapMode(m_picture.Dc(), MM_TEXT);
-  ExpectRect({0, 0, 50, 80}, m_picture.Painted());
+  m_picture.ExpectPainted({0, 0, 50, 80});
   GlobalUnlock(m_medium.hMetaFilePict);
   ReleaseStgMedium(&m_medium);
 }

@@ -5,16 +5,16 @@
 
 namespace {
 
-class Extent : public EveryControlTest {
+class Extent : public ControlTest {
  protected:
   void ExpectSize(LONG cx, LONG cy) {
-    SIZEL size = {-1, -1};
-    EXPECT_EQ(S_OK, As<IOleObject>()->GetExtent(DVASPECT_CONTENT, &size));
-    EXPECT_TRUE(size.cx == cx && size.cy == cy) << size.cx << ' ' << size.cy;
-    EXPECT_EQ(S_OK, As<IViewObject2>()->GetExtent(DVASPECT_CONTENT, -1, nullptr, &size));
-    EXPECT_TRUE(size.cx == cx && size.cy == cy) << size.cx << ' ' << size.cy;
-    EXPECT_EQ(S_OK, As<IQuickActivate>()->GetContentExtent(&size));
-    EXPECT_TRUE(size.cx == cx && size.cy == cy) << size.cx << ' ' << size.cy;
+    SIZEL sizes[3] = {};
+    EXPECT_EQ(S_OK, m_object->GetExtent(DVASPECT_CONTENT, &sizes[0]));
+    EXPECT_EQ(S_OK, As<IViewObject2>()->GetExtent(DVASPECT_CONTENT, -1, nullptr, &sizes[1]));
+    EXPECT_EQ(S_OK, As<IQuickActivate>()->GetContentExtent(&sizes[2]));
+    for (const SIZEL& size : sizes) {
+      EXPECT_TRUE(size.cx == cx && size.cy == cy) << size.cx << ' ' << size.cy;
+    }
   }
   void SetRects(RECT position, RECT clip) {
     EXPECT_EQ(S_OK, As<IOleInPlaceObject>()->SetObjectRects(&position, &clip));
@@ -35,12 +35,11 @@ class Extent : public EveryControlTest {
     return rc;
   }
 };
-INSTANTIATE_FOR_EVERY_BIRTH(Extent);
 
-TEST_P(Extent, ChangedExtentMakesControlDirty) {
+TEST_F(Extent, ChangedExtentMakesControlDirty) {
   ExpectSize(5080, 5080);
   SIZEL size = {5080, 5080};
-  EXPECT_EQ(S_OK, As<IOleObject>()->SetExtent(DVASPECT_CONTENT, &size));
+  EXPECT_EQ(S_OK, m_object->SetExtent(DVASPECT_CONTENT, &size));
   EXPECT_EQ(S_FALSE, As<IPersistStreamInit>()->IsDirty()) << "nothing has changed";
   for (const SIZEL& other : {SIZEL{1000, 5080}, SIZEL{1000, 2000}}) {
     Plate().SetDirty(FALSE);
@@ -49,28 +48,28 @@ TEST_P(Extent, ChangedExtentMakesControlDirty) {
     ExpectSize(other.cx, other.cy);
     EXPECT_EQ(S_OK, As<IPersistStreamInit>()->IsDirty());
   }
-  DVEXTENTINFO info = {sizeof(info), DVEXTENT_CONTENT, {}};
-  EXPECT_EQ(S_OK, As<IViewObjectEx>()->GetNaturalExtent(DVASPECT_CONTENT, -1, nullptr, nullptr,
-                                                        &info, &size));
+}
+
+TEST_F(Extent, OtherAspectReturnsEFail) {
+  SIZEL size = {1, 1};
+  EXPECT_EQ(S_OK, m_object->SetExtent(DVASPECT_CONTENT, &size));
+  EXPECT_EQ(E_FAIL, m_object->SetExtent(DVASPECT_ICON, &size));
+  EXPECT_EQ(E_FAIL, m_object->GetExtent(DVASPECT_ICON, &size));
+  EXPECT_EQ(0, size.cx);
+  const auto naturalExtent = [&](DWORD aspect, DWORD mode) {
+    DVEXTENTINFO info = {sizeof(info), mode, {}};
+    size = {1, 1};
+    return As<IViewObjectEx>()->GetNaturalExtent(aspect, -1, nullptr, nullptr, &info, &size);
+  };
+  EXPECT_EQ(E_FAIL, naturalExtent(DVASPECT_CONTENT, DVEXTENT_INTEGRAL));
+  EXPECT_EQ(0, size.cx);
+  EXPECT_EQ(E_FAIL, naturalExtent(DVASPECT_ICON, DVEXTENT_CONTENT));
+  EXPECT_EQ(0, size.cx);
+  EXPECT_EQ(S_OK, naturalExtent(DVASPECT_CONTENT, DVEXTENT_CONTENT));
   EXPECT_TRUE(size.cx == 5080 && size.cy == 5080) << "stays";
 }
 
-TEST_P(Extent, OtherAspectReturnsEFail) {
-  SIZEL size = {1, 1};
-  EXPECT_EQ(E_FAIL, As<IOleObject>()->SetExtent(DVASPECT_ICON, &size));
-  EXPECT_EQ(E_FAIL, As<IOleObject>()->GetExtent(DVASPECT_ICON, &size));
-  EXPECT_TRUE(size.cx == 0 && size.cy == 0);
-  for (const auto& [aspect, mode] : {std::pair(DVASPECT_CONTENT, DVEXTENT_INTEGRAL),
-                                     std::pair(DVASPECT_ICON, DVEXTENT_CONTENT)}) {
-    DVEXTENTINFO info = {sizeof(info), static_cast<DWORD>(mode), {}};
-    size = {1, 1};
-    EXPECT_EQ(E_FAIL,
-              As<IViewObjectEx>()->GetNaturalExtent(aspect, -1, nullptr, nullptr, &info, &size));
-    EXPECT_EQ(0, size.cx);
-  }
-}
-
-TEST_P(Extent, WindowFollowsTheRectangleAndItsClip) {
+TEST_F(Extent, WindowFollowsTheRectangleAndItsClip) {
   OpenContainer();
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   SetRects({10, 20, 110, 70}, {30, 0, 400, 60});
@@ -84,7 +83,7 @@ TEST_P(Extent, WindowFollowsTheRectangleAndItsClip) {
   ExpectSize(5080, 5080);
 }
 
-TEST_P(Extent, RegionIsDeletedWhenSetWindowRgnFails) {
+TEST_F(Extent, RegionIsDeletedWhenSetWindowRgnFails) {
   OpenContainer();
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
   HRGN refused = nullptr;

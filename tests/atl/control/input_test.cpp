@@ -6,18 +6,17 @@ namespace {
 
 using testing::ElementsAre;
 
-class Input : public EveryControlTest {
+class Input : public ControlTest {
  protected:
   void SetUp() override {
-    EveryControlTest::SetUp();
+    ControlTest::SetUp();
     OpenContainer();
     ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
     m_site.m_log.Take();
   }
 };
-INSTANTIATE_FOR_EVERY_BIRTH(Input);
 
-TEST_P(Input, FocusActivatesTheUserInterface) {
+TEST_F(Input, FocusActivatesTheUserInterface) {
   SetFocus(ControlWindow());
   EXPECT_TRUE(Plate().m_bUIActive);
   const auto calls = m_site.m_log.Take();
@@ -29,7 +28,7 @@ TEST_P(Input, FocusActivatesTheUserInterface) {
   EXPECT_THAT(m_site.m_log.Take(), ElementsAre("OnFocus")) << "is active already";
 }
 
-TEST_P(Input, ClickActivatesTheUserInterfaceInUserMode) {
+TEST_F(Input, ClickActivatesTheUserInterfaceInUserMode) {
   for (const bool userMode : {false, true}) {
     m_site.m_userMode = userMode;
     EXPECT_EQ(MA_ACTIVATE,
@@ -39,63 +38,55 @@ TEST_P(Input, ClickActivatesTheUserInterfaceInUserMode) {
   }
 }
 
-TEST_P(Input, CloseDuringOnUIActivateOmitsOnFocus) {
-  m_site.m_log.On("OnUIActivate", [this] { As<IOleObject>()->Close(OLECLOSE_NOSAVE); });
+TEST_F(Input, CloseDuringOnUIActivateOmitsOnFocus) {
+  m_site.m_log.On("OnUIActivate", [this] { m_object->Close(OLECLOSE_NOSAVE); });
   SetFocus(ControlWindow());
   EXPECT_THAT(m_site.m_log.Take(), testing::Not(testing::Contains("OnFocus")));
   m_site.m_log.On("OnUIActivate", [] {});
 }
 
-TEST_P(Input, LastReleaseDuringMessageKeepsControlUntilReturn) {
-  struct CallInMessage {
+TEST_F(Input, LastReleaseDuringMessageKeepsControlUntilReturn) {
+  const struct {
     UINT message;
-    CTestSite::Kind kind;
     const char* call;
+  } rows[] = {
+      {WM_SETFOCUS, "GetWindowContext"},
+      {WM_SETFOCUS, "RequestUIActivate"},
+      {WM_SETFOCUS, "OnUIActivate"},
+      {WM_SETFOCUS, "frame.SetActiveObject"},
+      {WM_SETFOCUS, "frame.SetBorderSpace"},
+      {WM_SETFOCUS, "document.SetActiveObject"},
+      {WM_SETFOCUS, "document.SetBorderSpace"},
+      {WM_SETFOCUS, "ShowObject"},
+      {WM_SETFOCUS, "OnFocus"},
+      {WM_KILLFOCUS, "OnBlur"},
+      {WM_MOUSEACTIVATE, "Ambient"},
+      {WM_MOUSEACTIVATE, "OnUIActivate"},
+      {WM_MOUSEACTIVATE, "OnFocus"},
   };
-  constexpr CTestSite::Kind kPlain = CTestSite::Kind::kPlain;
-  constexpr CTestSite::Kind kEx = CTestSite::Kind::kEx;
-  constexpr CallInMessage kCalls[] = {
-      {WM_SETFOCUS, kPlain, "GetWindowContext"},
-      {WM_SETFOCUS, kEx, "RequestUIActivate"},
-      {WM_SETFOCUS, kPlain, "OnUIActivate"},
-      {WM_SETFOCUS, kPlain, "frame.SetActiveObject"},
-      {WM_SETFOCUS, kPlain, "frame.SetBorderSpace"},
-      {WM_SETFOCUS, kPlain, "document.SetActiveObject"},
-      {WM_SETFOCUS, kPlain, "document.SetBorderSpace"},
-      {WM_SETFOCUS, kPlain, "ShowObject"},
-      {WM_SETFOCUS, kPlain, "OnFocus"},
-      {WM_KILLFOCUS, kPlain, "OnBlur"},
-      {WM_MOUSEACTIVATE, kPlain, "Ambient"},
-      {WM_MOUSEACTIVATE, kPlain, "OnUIActivate"},
-      {WM_MOUSEACTIVATE, kPlain, "OnFocus"},
-  };
-  Drop();
-  for (const CallInMessage& at : kCalls) {
-    SCOPED_TRACE(at.call);
-    m_site.m_kind = at.kind;
-    Create(GetParam());
-    ASSERT_EQ(S_OK, As<IOleObject>()->SetClientSite(&m_site));
+  m_site.m_kind = CTestSite::Kind::kEx;
+  EXPECT_EQ(S_OK, m_object->Close(OLECLOSE_NOSAVE));
+  m_object.Release();
+  for (const auto& [message, call] : rows) {
+    SCOPED_TRACE(call);
+    Create();
+    ASSERT_EQ(S_OK, m_object->SetClientSite(&m_site));
     ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
     const HWND window = ControlWindow();
-    SetFocus(at.message == WM_KILLFOCUS ? window : m_window);
+    SetFocus(message == WM_KILLFOCUS ? window : m_window);
     int calls = 0;
-    m_site.m_log.On(at.call, [&] {
+    m_site.m_log.On(call, [&] {
       ++calls;
       ReleaseAll();
       EXPECT_EQ(1, g_plates.alive) << "held until the message has returned";
     });
-    switch (at.message) {
-      case WM_SETFOCUS:
-        SetFocus(window);
-        break;
-      case WM_KILLFOCUS:
-        SetFocus(m_window);
-        break;
-      default:
-        SendMessageW(window, at.message, reinterpret_cast<WPARAM>(m_window),
-                     MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
+    if (message == WM_MOUSEACTIVATE) {
+      SendMessageW(window, message, reinterpret_cast<WPARAM>(m_window),
+                   MAKELPARAM(HTCLIENT, WM_LBUTTONDOWN));
+    } else {
+      SetFocus(message == WM_KILLFOCUS ? m_window : window);
     }
-    m_site.m_log.On(at.call, [] {});
+    m_site.m_log.On(call, [] {});
     EXPECT_LE(1, calls);
     ReleaseAll();  // what was handed out after the call
     EXPECT_EQ(0, g_plates.alive);
@@ -104,7 +95,7 @@ TEST_P(Input, LastReleaseDuringMessageKeepsControlUntilReturn) {
   }
 }
 
-TEST_P(Input, KeyMessageIsPassedToSiteWithModifiers) {
+TEST_F(Input, KeyMessageIsPassedToSiteWithModifiers) {
   const auto active = As<IOleInPlaceActiveObject>();
   MSG message = {ControlWindow(), WM_KEYDOWN, VK_TAB, 0, 0, {}};
   for (const auto& [key, modifier] : {std::pair(VK_SHIFT, 1U), std::pair(VK_CONTROL, 2U),
@@ -123,7 +114,7 @@ TEST_P(Input, KeyMessageIsPassedToSiteWithModifiers) {
   }
 }
 
-TEST_P(Input, ReflectedMessageCallsDefaultProcedure) {
+TEST_F(Input, ReflectedMessageCallsDefaultProcedure) {
   const HDC hdc = GetDC(ControlWindow());
   const auto colour = [&](UINT message) {
     return SendMessageW(ControlWindow(), message, reinterpret_cast<WPARAM>(hdc),
@@ -135,7 +126,7 @@ TEST_P(Input, ReflectedMessageCallsDefaultProcedure) {
   ReleaseDC(ControlWindow(), hdc);
 }
 
-TEST_P(Input, OnWindowMessageCallsMessageMap) {
+TEST_F(Input, OnWindowMessageCallsMessageMap) {
   const auto object = As<IOleInPlaceObjectWindowless>();
   LRESULT result = 1;
   EXPECT_EQ(S_FALSE, object->OnWindowMessage(WM_NULL, 0, 0, &result));

@@ -1,50 +1,23 @@
-// What the control tells about itself and its class, and how it takes verbs.
+// The control's site, class, verbs and notifications.
 
 #include "control_fixture.h"
+#include "tests/support/import_spy.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The test control's class in the registry, as far as ole32 looks for it. (RegOverridePredefKey
-/// does not redirect that.)
-class CPlateRegistration {
- public:
-  CPlateRegistration() {
-    OLECHAR clsid[40];
-    StringFromGUID2(CLSID_Plate, clsid, ARRAYSIZE(clsid));
-    m_class = clsid;
-    EXPECT_EQ(ERROR_SUCCESS, m_classes.Open(HKEY_CLASSES_ROOT, L"CLSID"));
-    Set(L"", L"Plate of one colour");
-  }
-  CPlateRegistration(const CPlateRegistration&) = delete;
-  CPlateRegistration& operator=(const CPlateRegistration&) = delete;
-  ~CPlateRegistration() { EXPECT_EQ(ERROR_SUCCESS, m_classes.RecurseDeleteKey(m_class.c_str())); }
+using OleObject = ControlTest;
 
-  void Set(const wchar_t* subkey, const wchar_t* value) {
-    CRegKey key;
-    EXPECT_EQ(ERROR_SUCCESS, key.Create(m_classes, (m_class + subkey).c_str()));
-    EXPECT_EQ(ERROR_SUCCESS, key.SetStringValue(nullptr, value));
-  }
-
- private:
-  CRegKey m_classes;
-  std::wstring m_class;
-};
-
-class OleObject : public EveryControlTest {};
-INSTANTIATE_FOR_EVERY_BIRTH(OleObject);
-
-TEST_P(OleObject, SiteIsHeldAndAskedForAmbientProperties) {
-  const auto object = As<IOleObject>();
+TEST_F(OleObject, SiteIsHeldAndAskedForAmbientProperties) {
   CComPtr<IOleClientSite> site;
   BOOL userMode = FALSE;
-  EXPECT_EQ(S_OK, object->GetClientSite(&site));
+  EXPECT_EQ(S_OK, m_object->GetClientSite(&site));
   EXPECT_EQ(nullptr, site.p);
   EXPECT_EQ(E_FAIL, Plate().GetAmbientUserMode(userMode));
-  EXPECT_EQ(S_OK, object->SetClientSite(&m_site));
-  EXPECT_EQ(S_OK, object->GetClientSite(&site));
+  EXPECT_EQ(S_OK, m_object->SetClientSite(&m_site));
+  EXPECT_EQ(S_OK, m_object->GetClientSite(&site));
   EXPECT_EQ(static_cast<IOleClientSite*>(&m_site), site.p);
   site.Release();
   for (const bool mode : {true, false}) {
@@ -52,50 +25,50 @@ TEST_P(OleObject, SiteIsHeldAndAskedForAmbientProperties) {
     EXPECT_EQ(S_OK, Plate().GetAmbientUserMode(userMode));
     EXPECT_EQ(mode, userMode != FALSE);
   }
-  EXPECT_EQ(S_OK, object->SetClientSite(nullptr));
+  EXPECT_EQ(S_OK, m_object->SetClientSite(nullptr));
   EXPECT_EQ(0U, m_site.References());
 }
 
-TEST_P(OleObject, RegistryHasNameAndVerbsOfTheClass) {
-  const auto object = As<IOleObject>();
+TEST_F(OleObject, NameAndVerbsAreThoseOfTheClass) {
+  const CImportSpy<&OleRegGetUserType> name(
+      "ole32.dll", "OleRegGetUserType", [](REFCLSID clsid, DWORD form, LPOLESTR* text) -> HRESULT {
+        EXPECT_TRUE(clsid == CLSID_Plate);
+        EXPECT_EQ(static_cast<DWORD>(USERCLASSTYPE_SHORT), form);
+        EXPECT_EQ(nullptr, *text);
+        return S_FALSE;
+      });
+  const CImportSpy<&OleRegEnumVerbs> verbs("ole32.dll", "OleRegEnumVerbs",
+                                           [](REFCLSID clsid, IEnumOLEVERB** list) -> HRESULT {
+                                             EXPECT_TRUE(clsid == CLSID_Plate);
+                                             EXPECT_EQ(nullptr, *list);
+                                             return OLEOBJ_E_NOVERBS;
+                                           });
+  LPOLESTR text = reinterpret_cast<LPOLESTR>(&text);
+  EXPECT_EQ(S_FALSE, m_object->GetUserType(USERCLASSTYPE_SHORT, &text));
+  IEnumOLEVERB* list = reinterpret_cast<IEnumOLEVERB*>(&list);
+  EXPECT_EQ(OLEOBJ_E_NOVERBS, m_object->EnumVerbs(&list));
   CLSID clsid = {};
-  EXPECT_EQ(S_OK, object->GetUserClassID(&clsid));
+  EXPECT_EQ(S_OK, m_object->GetUserClassID(&clsid));
   EXPECT_TRUE(clsid == CLSID_Plate);
-  CComHeapPtr<OLECHAR> name;
-  CComPtr<IEnumOLEVERB> verbs;
-  EXPECT_EQ(REGDB_E_CLASSNOTREG, object->GetUserType(USERCLASSTYPE_FULL, &name));
-  EXPECT_EQ(nullptr, name.m_pData);
-  EXPECT_EQ(REGDB_E_CLASSNOTREG, object->EnumVerbs(&verbs));
-  EXPECT_EQ(nullptr, verbs.p);
-  CPlateRegistration registration;
-  registration.Set(L"\\AuxUserType\\2", L"Plate");
-  registration.Set(L"\\verb\\0", L"&Edit,0,2");
-  ASSERT_EQ(S_OK, object->GetUserType(USERCLASSTYPE_SHORT, &name));
-  EXPECT_STREQ(L"Plate", name);
-  ASSERT_EQ(S_OK, object->EnumVerbs(&verbs));
-  OLEVERB verb[2] = {};
-  EXPECT_EQ(S_FALSE, verbs->Next(2, verb, nullptr));
-  EXPECT_STREQ(L"&Edit", verb[0].lpszVerbName);
-  CoTaskMemFree(verb[0].lpszVerbName);
 }
 
-TEST_P(OleObject, VerbsOpenDiscardUndoAndHideDoNotActivate) {
+TEST_F(OleObject, OnlyVerbsThatActivateCreateAWindow) {
   OpenContainer();
-  for (const LONG verb : {OLEIVERB_OPEN, OLEIVERB_DISCARDUNDOSTATE, OLEIVERB_HIDE}) {
-    EXPECT_EQ(S_OK, DoVerb(verb));
+  const std::pair<LONG, HRESULT> rows[] = {{OLEIVERB_OPEN, S_OK},
+                                           {OLEIVERB_DISCARDUNDOSTATE, S_OK},
+                                           {OLEIVERB_HIDE, S_OK},
+                                           {-99, E_NOTIMPL}};
+  for (const auto& [verb, result] : rows) {
+    EXPECT_EQ(result, DoVerb(verb)) << verb;
   }
-  EXPECT_EQ(E_NOTIMPL, DoVerb(-99)) << "unknown";
   EXPECT_THAT(m_site.m_log.Take(), IsEmpty());
   EXPECT_EQ(nullptr, ControlWindow());
-}
-
-TEST_P(OleObject, UnknownVerbActivatesAndReturnsInvalidVerb) {
-  OpenContainer();
-  EXPECT_EQ(OLEOBJ_S_INVALIDVERB, DoVerb(7));
+  EXPECT_EQ(OLEOBJ_S_INVALIDVERB, DoVerb(7)) << "unknown: the primary one";
   EXPECT_NE(nullptr, ControlWindow());
+  EXPECT_FALSE(Plate().m_bUIActive);
 }
 
-TEST_P(OleObject, ContainerShowsTheProperties) {
+TEST_F(OleObject, ContainerShowsTheProperties) {
   EXPECT_EQ(E_FAIL, DoVerb(OLEIVERB_PROPERTIES)) << "no site";
   OpenContainer();
   EXPECT_EQ(S_OK, DoVerb(OLEIVERB_PROPERTIES));
@@ -112,23 +85,17 @@ TEST_P(OleObject, ContainerShowsTheProperties) {
   EXPECT_EQ(nullptr, pages.pElems);
 }
 
-TEST_P(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
+TEST_F(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
   OpenContainer();
-  const auto object = As<IOleObject>();
-  EXPECT_EQ(OLE_E_NOCONNECTION, object->Unadvise(1));
+  EXPECT_EQ(OLE_E_NOCONNECTION, m_object->Unadvise(1));
   CComPtr<IEnumSTATDATA> connections;
-  EXPECT_EQ(S_OK, object->EnumAdvise(&connections));
+  EXPECT_EQ(S_OK, m_object->EnumAdvise(&connections));
   EXPECT_EQ(nullptr, connections.p);
-  DWORD first = 0;
-  DWORD second = 0;
-  CTestSink other;
-  ASSERT_EQ(S_OK, object->Advise(&m_sink, &first));
-  ASSERT_EQ(S_OK, object->Advise(&other, &second));
-  EXPECT_EQ(S_OK, object->EnumAdvise(&connections));
+  DWORD cookie = 0;
+  ASSERT_EQ(S_OK, m_object->Advise(&m_sink, &cookie));
+  EXPECT_EQ(S_OK, m_object->EnumAdvise(&connections));
   EXPECT_NE(nullptr, connections.p);
   connections.Release();
-  EXPECT_EQ(S_OK, object->Unadvise(second));
-  EXPECT_EQ(0U, other.References());
   const struct {
     bool dirty;
     DWORD option;
@@ -139,7 +106,7 @@ TEST_P(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
                {true, OLECLOSE_PROMPTSAVE, true}};
   for (const auto& [dirty, option, saves] : cases) {
     Plate().SetDirty(dirty);
-    EXPECT_EQ(S_OK, object->Close(option));
+    EXPECT_EQ(S_OK, m_object->Close(option));
     if (saves) {
       EXPECT_THAT(m_site.m_log.Take(), ElementsAre("SaveObject"));
       EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnSave", "OnClose"));
@@ -148,8 +115,8 @@ TEST_P(OleObject, CloseSavesDirtyControlAndNotifiesSinks) {
       EXPECT_THAT(m_sink.m_log.Take(), ElementsAre("OnClose"));
     }
   }
-  EXPECT_THAT(other.m_log.Take(), IsEmpty());
-  EXPECT_EQ(S_OK, object->Unadvise(first));
+  EXPECT_EQ(S_OK, m_object->Unadvise(cookie));
+  EXPECT_EQ(0U, m_sink.References());
 }
 
 }  // namespace
