@@ -75,7 +75,7 @@ TEST(DownloadFileName, NameTooLongToDecodeIsReportedAndReplacedWithItsExtensionC
   } rows[] = {{std::wstring(260 - 4, L'n') + L".qdk", L".qdk", L".qdk"},
               {name, L".folivo", L".folivo"},
               {longest, longest, longest},
-              {name + L".a:b|c", L".a:b|c", L".abc"}};
+              {name + L".x.a:b|c", L".a:b|c", L".abc"}};
   const HWND owner = GetDesktopWindow();
   CMessageRecorder messages;
   for (const auto& row : rows) {
