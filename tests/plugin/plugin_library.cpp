@@ -7,6 +7,15 @@
 
 #include "folivo_plugin_h.h"
 
+namespace {
+
+template <typename Function>
+Function* Find(HMODULE module, const char* name) {
+  return std::bit_cast<Function*>(GetProcAddress(module, name));
+}
+
+}  // namespace
+
 std::wstring CPluginLibrary::BuiltPath() {
   wchar_t path[1024] = {};
   EXPECT_NE(GetEnvironmentVariableW(L"FOLIVO_PLUGIN_DLL", path, ARRAYSIZE(path)), 0u);
@@ -19,8 +28,6 @@ CPluginLibrary::CPluginLibrary(const std::wstring& path) : m_module(LoadLibraryW
     TerminateProcess(GetCurrentProcess(), EXIT_FAILURE);
   }
 }
-
-CPluginLibrary::~CPluginLibrary() { Free(); }
 
 std::wstring CPluginLibrary::Path() const {
   wchar_t path[1024] = {};
@@ -36,28 +43,25 @@ void CPluginLibrary::Free() {
 }
 
 HRESULT CPluginLibrary::GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
-  return Find<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid, out);
+  return Find<decltype(DllGetClassObject)>(m_module, "DllGetClassObject")(clsid, iid, out);
 }
 
 HRESULT CPluginLibrary::RegisterServer() const {
-  return Find<HRESULT WINAPI()>("DllRegisterServer")();
+  return Find<HRESULT WINAPI()>(m_module, "DllRegisterServer")();
 }
 
 HRESULT CPluginLibrary::UnregisterServer() const {
-  return Find<HRESULT WINAPI()>("DllUnregisterServer")();
+  return Find<HRESULT WINAPI()>(m_module, "DllUnregisterServer")();
 }
 
-HRESULT CPluginLibrary::CanUnloadNow() const { return Find<HRESULT WINAPI()>("DllCanUnloadNow")(); }
+HRESULT CPluginLibrary::CanUnloadNow() const {
+  return Find<HRESULT WINAPI()>(m_module, "DllCanUnloadNow")();
+}
 
-CComPtr<IClassFactory> CPluginLibrary::HelperFactory() const {
+CComPtr<IClassFactory> CPluginLibrary::Factory(REFCLSID clsid) const {
   CComPtr<IClassFactory> factory;
-  EXPECT_EQ(
-      GetClassObject(CLSID_CIEDownload, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
-      S_OK);
+  EXPECT_EQ(GetClassObject(clsid, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
   return factory;
 }
 
-template <typename Function>
-Function* CPluginLibrary::Find(const char* name) const {
-  return std::bit_cast<Function*>(GetProcAddress(m_module, name));
-}
+CComPtr<IClassFactory> CPluginLibrary::HelperFactory() const { return Factory(CLSID_CIEDownload); }
