@@ -175,14 +175,17 @@ TEST_F(ApplicationHandoffShortcut, HoldsTheWholeUrlUnderANameOfItsOwn) {
 }
 
 TEST_F(ApplicationHandoffShortcut, FailsAndLeavesNoFileWhereAnyCallFails) {
-  {
-    const CImportPatch patch(
-        "msvcrt.dll", "_wfopen", +[](LPCWSTR, LPCWSTR) -> FILE* { return nullptr; });
+  for (const auto& [dll, name] : {std::pair("msvcrt.dll", "_wfopen"),
+                                  {"msvcrt.dll", "fwrite"},
+                                  {"kernel32.dll", "WideCharToMultiByte"}}) {
+    const CImportPatch patch(dll, name, +[]() -> ULONG_PTR { return 0; });
     ExpectFailure();
   }
   {
-    const CImportPatch patch(
-        "msvcrt.dll", "fwrite", +[](const void*, size_t, size_t, FILE*) -> size_t { return 1; });
+    const CImportSpy<&WideCharToMultiByte> convert(
+        "kernel32.dll", "WideCharToMultiByte", [&](auto... arguments) {
+          return convert.Calls().size() == 2 ? 0 : convert.CallOriginal(arguments...);
+        });
     ExpectFailure();
   }
   {
@@ -191,13 +194,6 @@ TEST_F(ApplicationHandoffShortcut, FailsAndLeavesNoFileWhereAnyCallFails) {
       close.CallOriginal(stream);
       return EOF;
     });
-    ExpectFailure();
-  }
-  for (const size_t failing : {1u, 2u}) {
-    const CImportSpy<&WideCharToMultiByte> convert(
-        "kernel32.dll", "WideCharToMultiByte", [&](auto... arguments) {
-          return convert.Calls().size() == failing ? 0 : convert.CallOriginal(arguments...);
-        });
     ExpectFailure();
   }
   // The unique name is asked for twice: free at first, taken then.

@@ -19,8 +19,6 @@ class CCommonDialog {
       : m_choice(std::move(choice)), m_patch("GetSaveFileNameW", &Show) {
     s_current = this;
   }
-  CCommonDialog(const CCommonDialog&) = delete;
-  CCommonDialog& operator=(const CCommonDialog&) = delete;
 
   /// How often it was shown, and what it was given the last time.
   int Calls() const { return m_calls; }
@@ -28,10 +26,8 @@ class CCommonDialog {
   const std::wstring& GivenName() const { return m_name; }
   /// The filter with a bar for each text's NUL; "none" for a null filter.
   const std::wstring& GivenFilter() const { return m_filter; }
-  /// What is to happen while it is open; is passed the suggested name.
-  void WhileOpen(std::function<void(const std::wstring&)> action) const {
-    m_action = std::move(action);
-  }
+  /// What is to happen while it is open.
+  void WhileOpen(std::function<void()> action) const { m_action = std::move(action); }
 
  private:
   static BOOL WINAPI Show(OPENFILENAMEW* dialog) { return s_current->Answer(*dialog); }
@@ -47,7 +43,7 @@ class CCommonDialog {
       m_filter += std::wstring(text) + L"|";
     }
     if (m_action) {
-      m_action(dialog.lpstrFile);
+      m_action();
     }
     if (m_choice.empty()) {
       return FALSE;
@@ -59,7 +55,7 @@ class CCommonDialog {
   inline static const CCommonDialog* s_current = nullptr;
 
   const std::wstring m_choice;
-  mutable std::function<void(const std::wstring&)> m_action;
+  mutable std::function<void()> m_action;
   mutable int m_calls = 0;
   mutable OPENFILENAMEW m_given = {};
   mutable std::wstring m_name;

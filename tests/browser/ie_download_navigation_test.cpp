@@ -4,7 +4,6 @@
 #include <exdispid.h>
 #include <gtest/gtest.h>
 #include <windows.h>
-#include <wininet.h>
 
 #include <cstring>
 #include <filesystem>
@@ -14,6 +13,7 @@
 
 #include "browser/ie_download.h"
 #include "download/temp_files.h"
+#include "tests/browser/browser_frame.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
@@ -21,7 +21,6 @@
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"
-#include "tests/browser/test_window.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/http_server.h"
@@ -163,22 +162,9 @@ TEST_F(IeDownloadNavigation, MissingLocalFileIsReportedAndLeftToTheBrowser) {
   EXPECT_EQ(m_prompt.Count(), 0);
 }
 
-TEST_F(IeDownloadNavigation, AddressOfALocalLessonIsFetchedAsAUrl) {
-  // As a path it would name the file: what stands in front of the drive is dropped.
-  const std::wstring url = L"file:///" + m_lesson;
-  const CImportSpy<&InternetOpenUrlW> open(
-      "wininet.dll", "InternetOpenUrlW",
-      [&](HINTERNET, LPCWSTR address, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
-        EXPECT_EQ(address, url);
-        return nullptr;
-      });
-  EXPECT_FALSE(Navigate(url));
-  EXPECT_EQ(open.Calls().size(), 1u);
-}
-
 TEST_F(IeDownloadNavigation, BrowserWindowThatIsGoneOwnsNoDialog) {
   {
-    const CTestWindow window(L"STATIC");
+    const CBrowserFrame window;
     m_browser.window = window;
     m_helper->SetSite(&m_browser);
     EXPECT_TRUE(Navigate(m_lesson));

@@ -6,12 +6,12 @@
 
 #include <vector>
 
+#include "tests/browser/browser_frame.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/browser/prompt_answer.h"
-#include "tests/browser/test_window.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/support/user.h"
@@ -32,10 +32,6 @@ HWND PromptOwner(const CHelperObject& helper) {
 /// A helper object that no browser has yet set a site for.
 class IeDownload : public testing::Test {
  protected:
-  bool IsHelper(IUnknown* object) const {
-    return CComPtr<IUnknown>(object).IsEqualObject(m_helper->GetUnknown());
-  }
-
   CFakeBrowser m_browser;
   CFakeConnectionPoint& m_events = m_browser.container.point;
   const CHelperObject m_helper;
@@ -47,7 +43,7 @@ TEST_F(IeDownload, HasExactlyItsInterfaces) {
        {IID_IUnknown, IID_IDispatch, IID_IIEDownload, IID_IObjectWithSite, IID_IProvideClassInfo}) {
     found.Release();
     EXPECT_EQ(m_helper->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK);
-    EXPECT_TRUE(IsHelper(found));
+    EXPECT_TRUE(found.IsEqualObject(m_helper->GetUnknown()));
   }
   for (const IID& iid : {IID_IObjectSafety, IID_IProvideClassInfo2, IID_IPersist, IID_IOleObject}) {
     found.Release();
@@ -76,20 +72,16 @@ TEST_F(IeDownload, SiteInterfaceIsThePrimaryOneWithTheOwnMethodsBehindIt) {
 
 using IeDownloadSetSite = IeDownload;
 
-TEST_F(IeDownloadSetSite, SubscribesTheObjectToTheBrowsersEvents) {
-  EXPECT_EQ(m_helper->SetSite(&m_browser), S_OK);
-  EXPECT_EQ(m_browser.container.asked, (std::vector<IID>{DIID_DWebBrowserEvents2}));
-  ASSERT_EQ(m_events.sinks.size(), 1u);
-  EXPECT_TRUE(IsHelper(m_events.sinks[0]));
-  EXPECT_EQ(m_events.references, 0);
-}
-
-TEST_F(IeDownloadSetSite, EverythingIsReleasedWithTheObject) {
+TEST_F(IeDownloadSetSite, SubscribesTheObjectWhichReleasesEverythingInTheEnd) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
   {
     const CHelperObject helper;
     EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks + 1);
-    helper->SetSite(&m_browser);
+    EXPECT_EQ(helper->SetSite(&m_browser), S_OK);
+    EXPECT_EQ(m_browser.container.asked, (std::vector<IID>{DIID_DWebBrowserEvents2}));
+    ASSERT_EQ(m_events.sinks.size(), 1u);
+    EXPECT_TRUE(CComPtr<IUnknown>(helper->GetUnknown()).IsEqualObject(m_events.sinks[0]));
+    EXPECT_EQ(m_events.references, 0);
     EXPECT_GT(m_browser.references, 0);
     EXPECT_EQ(m_browser.container.references, 1);
   }
@@ -169,7 +161,10 @@ TEST_F(IeDownloadSetSite, FailedSubscriptionKeepsTheCookieOfTheOneBefore) {
 }
 
 TEST_F(IeDownloadSetSite, BrowserMayTakeTheSiteBackWhileItIsAskedForItsWindow) {
-  m_browser.onGetWindow = [&] { m_helper->SetSite(nullptr); };
+  m_browser.onGetWindow = [&] {
+    m_helper->SetSite(nullptr);
+    EXPECT_GT(m_browser.references, 0) << "it is used until SetSite returns";
+  };
   m_helper->SetSite(&m_browser);
   m_browser.onGetWindow = nullptr;
   EXPECT_EQ(m_helper->SetSite(&m_browser), S_OK);
@@ -179,7 +174,7 @@ TEST_F(IeDownloadSetSite, DialogsAreOwnedByTheBrowsersWindowOrElseTheThreadsFram
   m_browser.window = GetDesktopWindow();
   m_helper->SetSite(&m_browser);
   EXPECT_EQ(PromptOwner(m_helper), GetDesktopWindow());
-  const CTestWindow frame(L"IEFrame");
+  const CBrowserFrame frame;
   for (const HRESULT result : {E_FAIL, S_OK}) {
     CFakeBrowser windowless;
     windowless.windowResult = result;
@@ -204,9 +199,9 @@ using IeDownloadFrame = IeDownload;
 
 TEST_F(IeDownloadFrame, IsTheTopmostOneOfEitherClassInAnyCase) {
   for (const LPCWSTR name : {L"IEFrame", L"CabinetWClass", L"ieframe", L"CABINETWCLASS"}) {
-    const CTestWindow lower(name);
-    const CTestWindow frame(name);  // enumerated from the topmost down
-    const CTestWindow other(L"Static");
+    const CBrowserFrame lower(name);
+    const CBrowserFrame frame(name);  // enumerated from the topmost down
+    const CBrowserFrame other(L"Static");
     EXPECT_EQ(m_helper->FindBrowserFrameWindow(), S_OK);
     EXPECT_EQ(PromptOwner(m_helper), frame);
   }
@@ -217,35 +212,25 @@ TEST_F(IeDownloadFrame, IsOneOfTheThread) {
   const CHandle made(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const CHandle looked(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const CParallel otherBrowser([&] {
-    const CTestWindow frame(L"IEFrame");
+    const CBrowserFrame frame;
     SetEvent(made);
     WaitForSingleObject(looked, INFINITE);
   });
   EXPECT_EQ(WaitForSingleObject(made, kUserPatienceMs), WAIT_OBJECT_0);
-  const CTestWindow ofNoBrowser(L"IEFrameOther");
+  const CBrowserFrame ofNoBrowser(L"IEFrameOther");
   EXPECT_EQ(m_helper->FindBrowserFrameWindow(), E_POINTER);
   SetEvent(looked);
 }
 
-using IeDownloadGetSite = IeDownload;
-
-TEST_F(IeDownloadGetSite, AsksTheHeldSite) {
+TEST_F(IeDownload, GetSiteAsksTheHeldSite) {
   CFakeSite site(&m_browser);
-  const auto get = [&](REFIID iid, CComPtr<IUnknown>& out) {
-    out.Release();
-    return m_helper->GetSite(iid, reinterpret_cast<void**>(&out));
-  };
   CComPtr<IUnknown> out;
-  EXPECT_EQ(get(IID_IUnknown, out), E_FAIL);
   m_helper->SetSite(&site);
-  EXPECT_EQ(get(IID_IUnknown, out), S_OK);
+  EXPECT_EQ(m_helper->GetSite(IID_IUnknown, reinterpret_cast<void**>(&out)), S_OK);
   EXPECT_EQ(out.p, static_cast<IUnknown*>(&site));
-  EXPECT_EQ(get(IID_IWebBrowser2, out), S_OK);
-  EXPECT_EQ(out.p, static_cast<IUnknown*>(&m_browser));
-  EXPECT_EQ(get(IID_IObjectSafety, out), E_NOINTERFACE);
-  EXPECT_EQ(m_helper->GetSite(IID_IUnknown, nullptr), E_POINTER);
+  out.Release();
   m_helper->SetSite(nullptr);
-  EXPECT_EQ(get(IID_IUnknown, out), E_FAIL);
+  EXPECT_EQ(m_helper->GetSite(IID_IUnknown, reinterpret_cast<void**>(&out)), E_FAIL);
 }
 
 using IeDownloadUnadvise = IeDownload;

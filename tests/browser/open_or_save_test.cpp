@@ -15,7 +15,6 @@
 #include "tests/browser/common_dialog.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/lesson_bytes.h"
-#include "tests/browser/prompt_answer.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/download/progress_dialog_peer.h"
 #include "tests/support/dialog_result.h"
@@ -61,16 +60,6 @@ class OpenOrSave : public testing::Test {
                                              return std::exchange(m_cursor, cursor);
                                            }};
 };
-
-TEST_F(OpenOrSave, AnswersToTheQuestionAreTheNumbersOfItsButtons) {
-  for (const int answer : {6, 7, 2, 3, 0}) {
-    const CPromptAnswer prompt(answer);
-    EXPECT_EQ(AskOpenOrSave(kOwner), answer);
-    EXPECT_EQ(prompt.Owner(), kOwner);
-  }
-  EXPECT_EQ(kAnswerOpen, 6);
-  EXPECT_EQ(kAnswerSave, 7);
-}
 
 class OpenOrSaveDownload : public OpenOrSave {
  protected:
@@ -162,23 +151,19 @@ TEST_F(OpenOrSaveDownload, LongNameIsShortenedUntilThePathFitsAndUnique) {
   EXPECT_EQ(m_shownName.find(L'('), m_shownName.rfind(L'n') + 1);
 }
 
-TEST_F(OpenOrSaveDownload, ProtectedSaveHandsItsStateToTheDownload) {
+TEST_F(OpenOrSaveDownload, OnlyAProtectedSaveHandsAStateToTheDownload) {
   Protect(L"C:\\Users\\chosen.qdk");
   const CCommonDialog dialog(L"C:\\not asked.qdk");
-  EXPECT_TRUE(Run(true, L"a.qdk"));
-  EXPECT_EQ(dialog.Calls(), 0);
-  EXPECT_EQ(std::wstring(m_browser->saveDialogFileName), L"a.qdk");
-  EXPECT_EQ(m_saveState, kState);
-  EXPECT_EQ(m_destination, L"C:\\Users\\chosen.qdk");
-  EXPECT_EQ(m_browser->saveCalls, 0);  // the download's business
-}
-
-TEST_F(OpenOrSaveDownload, ProtectedOpenAsksNothingAndHasNoState) {
-  Protect(L"C:\\Users\\chosen.qdk");
   EXPECT_TRUE(Run(false, L"a.qdk"));
   EXPECT_EQ(m_browser->saveDialogCalls, 0);
   EXPECT_EQ(m_saveState, nullptr);
   EXPECT_EQ(Opened(), m_sandbox / L"a.qdk");
+  EXPECT_TRUE(Run(true, L"b.qdk"));
+  EXPECT_EQ(dialog.Calls(), 0);
+  EXPECT_EQ(std::wstring(m_browser->saveDialogFileName), L"b.qdk");
+  EXPECT_EQ(m_saveState, kState);
+  EXPECT_EQ(m_destination, L"C:\\Users\\chosen.qdk");
+  EXPECT_EQ(m_browser->saveCalls, 0);  // the download's business
 }
 
 /// A file without a download.
@@ -211,7 +196,7 @@ TEST_F(OpenOrSaveLocalFile, FailedLaunchIsNotReported) {
   EXPECT_TRUE(m_messages.Take().empty());
 }
 
-TEST_F(OpenOrSaveLocalFile, SaveCopiesOverAnExistingFileUnderTheWaitCursor) {
+TEST_F(OpenOrSaveLocalFile, SaveCopiesOverAnExistingFileWithoutAnotherQuestion) {
   m_sandbox.Write(L"target.qdk", "old, and longer than the new one");
   const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW", [&](auto... arguments) {
     EXPECT_TRUE(IsWaiting());
@@ -224,6 +209,7 @@ TEST_F(OpenOrSaveLocalFile, SaveCopiesOverAnExistingFileUnderTheWaitCursor) {
   EXPECT_EQ(ReadFileBytes(m_file), kOldLessonHead);
   EXPECT_EQ(copy.Calls().size(), 1u);
   EXPECT_EQ(Opened(), L"");
+  EXPECT_TRUE(m_messages.Take().empty());
 }
 
 TEST_F(OpenOrSaveLocalFile, FailedCopyIsNotReported) {

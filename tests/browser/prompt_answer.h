@@ -19,8 +19,6 @@ class CPromptAnswer {
                 }
                 return INT_PTR{answer};
               }) {}
-  CPromptAnswer(const CPromptAnswer&) = delete;
-  CPromptAnswer& operator=(const CPromptAnswer&) = delete;
 
   /// How often the box was shown, and its owner the last time.
   int Count() const { return static_cast<int>(m_spy.Calls().size()); }

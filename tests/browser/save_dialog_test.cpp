@@ -6,15 +6,15 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "browser/current_directory_keeper.h"
 #include "tests/atl/base/failing_malloc.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
-#include "tests/support/user.h"
 
 namespace {
 
@@ -112,80 +112,55 @@ TEST(SaveDialogCommon, OldSystemIsGivenTheOldSize) {
   }
 }
 
-std::wstring CurrentDirectory() {
-  wchar_t path[MAX_PATH] = {};
-  GetCurrentDirectoryW(MAX_PATH, path);
-  return path;
-}
-
-/// The save dialog moves the process into the sandbox, as the system's moves it to the user's
-/// choice.
 class SaveDialogDirectory : public testing::Test {
  protected:
   ~SaveDialogDirectory() override { MoveTo(m_before); }  // so that the sandbox can be deleted
-  static void MoveTo(const std::wstring& folder) {
-    EXPECT_TRUE(SetCurrentDirectoryW(folder.c_str()));
-  }
+  static std::wstring Current() { return std::filesystem::current_path(); }
+  static void MoveTo(const std::wstring& folder) { std::filesystem::current_path(folder); }
 
-  const std::wstring m_before = CurrentDirectory();
+  const std::wstring m_before = Current();
   const CTempSandbox m_sandbox;
 };
 
 TEST_F(SaveDialogDirectory, IsPutBackWhateverTheAnswer) {
   for (const std::wstring choice : {L"C:\\x\\a.qdk", L""}) {
     const CCommonDialog dialog(choice);
-    dialog.WhileOpen([&](const std::wstring&) { MoveTo(m_sandbox.Path()); });
+    dialog.WhileOpen([&] { MoveTo(m_sandbox.Path()); });
     EXPECT_EQ(AskSavePath(kOwner, false, L"a.qdk", L".qdk").has_value(), !choice.empty());
-    EXPECT_EQ(CurrentDirectory(), m_before);
+    EXPECT_EQ(Current(), m_before);
   }
 }
 
-TEST_F(SaveDialogDirectory, IsPutBackByEachOfTwoDialogsThatOverlap) {
-  CHandle firstMoved;
-  CHandle secondOpened;
-  CHandle firstClosed;
-  for (CHandle* const event : {&firstMoved, &secondOpened, &firstClosed}) {
-    event->Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  }
-  const auto wait = [](HANDLE event) {
-    EXPECT_EQ(WaitForSingleObject(event, kUserPatienceMs), WAIT_OBJECT_0);
-  };
-  const CCommonDialog dialog(L"");
-  dialog.WhileOpen([&](const std::wstring& name) {
-    if (name == L"first") {
-      MoveTo(m_sandbox.Path());
-      SetEvent(firstMoved);
-      wait(secondOpened);
-    } else {
-      SetEvent(secondOpened);
-      wait(firstClosed);
-      EXPECT_EQ(CurrentDirectory(), m_before);
+TEST_F(SaveDialogDirectory, IsPutBackByEachOfThreeDialogsThatOverlap) {
+  std::vector<std::unique_ptr<CCurrentDirectoryKeeper>> dialogs;
+  for (int i = 0; i < 3; ++i) {
+    dialogs.push_back(std::make_unique<CCurrentDirectoryKeeper>());
+    MoveTo(m_sandbox.Path());
+    if (i == 1) {
+      dialogs[0].reset();
+      EXPECT_EQ(Current(), m_before);
       MoveTo(m_sandbox.Path());
     }
-  });
-  CParallel first([&] {
-    AskSavePath(kOwner, false, L"first", L".qdk");
-    SetEvent(firstClosed);
-  });
-  wait(firstMoved);
-  AskSavePath(kOwner, false, L"second", L".qdk");
-  first.Join();
-  EXPECT_EQ(CurrentDirectory(), m_before);
+  }
+  for (int i = 1; i < 3; ++i) {
+    MoveTo(m_sandbox.Path());
+    dialogs[i].reset();
+    EXPECT_EQ(Current(), m_before);
+  }
 }
 
 TEST_F(SaveDialogDirectory, SystemsDirectoryStandsInForOneThatHasGone) {
   const std::wstring gone = m_sandbox / L"gone";
   std::filesystem::create_directory(gone);
   MoveTo(gone);
-  const CCommonDialog dialog(L"");
-  dialog.WhileOpen([&](const std::wstring&) {
+  {
+    const CCurrentDirectoryKeeper keeper;
     MoveTo(m_sandbox.Path());
     EXPECT_TRUE(RemoveDirectoryW(gone.c_str()));
-  });
-  AskSavePath(kOwner, false, L"a.qdk", L".qdk");
+  }
   wchar_t system[MAX_PATH] = {};
   GetSystemDirectoryW(system, MAX_PATH);
-  EXPECT_EQ(CurrentDirectory(), system);
+  EXPECT_EQ(Current(), system);
 }
 
 TEST(SaveDialogChoice, IsNormalisedOnceAndGetsAMissingExtension) {
@@ -319,17 +294,14 @@ TEST_F(SaveDialogProtected, OutOfMemoryAfterTheChoiceCancelsItOnce) {
 
 TEST(SaveDialogChoice, MissingLibraryOrFunctionChoosesNothing) {
   for (const bool isProtected : {false, true}) {
-    SCOPED_TRACE(isProtected);
-    {
-      const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
-                                           [](LPCWSTR) { return nullptr; });
-      EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
-      EXPECT_FALSE(load.Calls().empty());
-    }
     const CImportSpy<&GetProcAddress> find("kernel32.dll", "GetProcAddress",
                                            [](HMODULE, LPCSTR) { return nullptr; });
     EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
     EXPECT_FALSE(find.Calls().empty());
+    const CImportSpy<&LoadLibraryW> load("kernel32.dll", "LoadLibraryW",
+                                         [](LPCWSTR) { return nullptr; });
+    EXPECT_FALSE(AskSavePath(kOwner, isProtected, L"a.qdk", L".qdk"));
+    EXPECT_FALSE(load.Calls().empty());
   }
 }
 
