@@ -42,28 +42,26 @@ class Controls : public testing::TestWithParam<CControlClass> {
   }
 
   const CPluginLibrary m_library;
-  const std::vector<IID> m_interfaces = {
-      GetParam().interfaceId,
-      IID_IDispatch,
-      IID_IProvideClassInfo,
-      IID_IProvideClassInfo2,
-      IID_IObjectSafety,
-      IID_IPersist,
-      IID_IPersistStreamInit,
-      IID_IPersistStorage,
-      IID_IOleControl,
-      IID_IOleObject,
-      IID_IOleInPlaceActiveObject,
-      IID_IViewObject,
-      IID_IViewObject2,
-      IID_IViewObjectEx,
-      IID_IOleWindow,
-      IID_IOleInPlaceObject,
-      IID_IOleInPlaceObjectWindowless,
-      IID_IQuickActivate,
-      IID_IDataObject,
-      IID_ISpecifyPropertyPages,
-  };
+  const std::vector<IID> m_interfaces = {GetParam().interfaceId,
+                                         IID_IDispatch,
+                                         IID_IProvideClassInfo,
+                                         IID_IProvideClassInfo2,
+                                         IID_IObjectSafety,
+                                         IID_IPersist,
+                                         IID_IPersistStreamInit,
+                                         IID_IPersistStorage,
+                                         IID_IOleControl,
+                                         IID_IOleObject,
+                                         IID_IOleInPlaceActiveObject,
+                                         IID_IViewObject,
+                                         IID_IViewObject2,
+                                         IID_IViewObjectEx,
+                                         IID_IOleWindow,
+                                         IID_IOleInPlaceObject,
+                                         IID_IOleInPlaceObjectWindowless,
+                                         IID_IQuickActivate,
+                                         IID_IDataObject,
+                                         IID_ISpecifyPropertyPages};
 };
 
 TEST_P(Controls, HaveAllTheirInterfacesAloneAndAggregated) {

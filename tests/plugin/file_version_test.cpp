@@ -34,18 +34,24 @@ class CFailing {
 /// Records the calls of the narrow functions.
 class FileVersion : public testing::Test {
  protected:
-  static std::wstring SystemFile(const std::wstring& name) {
-    wchar_t folder[MAX_PATH] = {};
-    GetSystemDirectoryW(folder, MAX_PATH);
-    return std::wstring(folder) + L"\\" + name;
-  }
   static std::optional<std::wstring> Version(const std::wstring& path) {
     const auto version = ReadFileVersion(path.c_str());
     return version ? std::optional<std::wstring>(FormatFileVersion(*version).GetString())
                    : std::nullopt;
   }
 
-  const std::wstring m_path = SystemFile(L"kernel32.dll");
+  /// Whether a version is read while this function fails.
+  template <auto function>
+  bool IsReadWithout(const char* name, DWORD error = ERROR_CALL_NOT_IMPLEMENTED) const {
+    const CFailing<function> failing(name, error);
+    return Version(m_path).has_value();
+  }
+
+  const std::wstring m_path = [] {
+    wchar_t folder[MAX_PATH] = {};
+    GetSystemDirectoryW(folder, MAX_PATH);
+    return std::wstring(folder) + L"\\kernel32.dll";
+  }();
   Texts m_narrowCalls;
 
  private:
@@ -77,12 +83,6 @@ TEST_F(FileVersion, IsFormattedAsFourDecimalNumbers) {
   EXPECT_STREQ(FormatFileVersion(version), L"65535.65535.0.0");
 }
 
-TEST_F(FileVersion, FileWithoutOneHasNone) {
-  EXPECT_FALSE(Version(SystemFile(L"drivers\\etc\\hosts")).has_value());
-  EXPECT_FALSE(Version(L"C:\\no such file").has_value());
-  EXPECT_FALSE(Version(L"").has_value());
-}
-
 TEST_F(FileVersion, SystemWithoutWideFunctionsIsAskedInItsCodePage) {
   // The thread has a code page of its own, which is not to be used.
   const CThreadLocaleScope russian(
@@ -102,37 +102,21 @@ TEST_F(FileVersion, SystemWithoutWideFunctionsIsAskedInItsCodePage) {
   EXPECT_EQ(m_narrowCalls, (Texts{"size of " + narrow, "info of " + narrow, "query of \\"}));
 }
 
-TEST_F(FileVersion, OtherFailureEndsTheRead) {
+TEST_F(FileVersion, AnyOtherFailureEndsTheRead) {
+  EXPECT_FALSE(Version(L"C:\\no such file").has_value());
   for (const DWORD error : {ERROR_SUCCESS, ERROR_FILE_NOT_FOUND}) {
-    const CFailing<&GetFileVersionInfoSizeW> size("GetFileVersionInfoSizeW", error);
-    EXPECT_FALSE(Version(m_path).has_value());
+    EXPECT_FALSE(IsReadWithout<&GetFileVersionInfoSizeW>("GetFileVersionInfoSizeW", error));
   }
-  {
-    const CFailing<&GetFileVersionInfoW> info("GetFileVersionInfoW");
-    EXPECT_FALSE(Version(m_path).has_value());
-  }
-  {
-    const CFailing<&VerQueryValueW> query("VerQueryValueW");
-    EXPECT_FALSE(Version(m_path).has_value());
-  }
+  EXPECT_FALSE(IsReadWithout<&GetFileVersionInfoW>("GetFileVersionInfoW"));
+  EXPECT_FALSE(IsReadWithout<&VerQueryValueW>("VerQueryValueW"));
   SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
   EXPECT_TRUE(Version(m_path).has_value());
   EXPECT_EQ(m_narrowCalls, Texts()) << "only the size decides how to go on";
-}
-
-TEST_F(FileVersion, NarrowFailureEndsTheReadToo) {
   const CFailing<&GetFileVersionInfoSizeW> noWide("GetFileVersionInfoSizeW");
   EXPECT_TRUE(Version(m_path).has_value());
-  {
-    const CFailing<&GetFileVersionInfoSizeA> size("GetFileVersionInfoSizeA");
-    EXPECT_FALSE(Version(m_path).has_value());
-  }
-  {
-    const CFailing<&GetFileVersionInfoA> info("GetFileVersionInfoA");
-    EXPECT_FALSE(Version(m_path).has_value());
-  }
-  const CFailing<&VerQueryValueA> query("VerQueryValueA");
-  EXPECT_FALSE(Version(m_path).has_value());
+  EXPECT_FALSE(IsReadWithout<&GetFileVersionInfoSizeA>("GetFileVersionInfoSizeA"));
+  EXPECT_FALSE(IsReadWithout<&GetFileVersionInfoA>("GetFileVersionInfoA"));
+  EXPECT_FALSE(IsReadWithout<&VerQueryValueA>("VerQueryValueA"));
 }
 
 TEST_F(FileVersion, ShortOrMissingBlockIsNotCopied) {

@@ -46,16 +46,8 @@ HRESULT CPluginLibrary::GetClassObject(REFCLSID clsid, REFIID iid, void** out) c
   return Find<decltype(DllGetClassObject)>(m_module, "DllGetClassObject")(clsid, iid, out);
 }
 
-HRESULT CPluginLibrary::RegisterServer() const {
-  return Find<HRESULT WINAPI()>(m_module, "DllRegisterServer")();
-}
-
-HRESULT CPluginLibrary::UnregisterServer() const {
-  return Find<HRESULT WINAPI()>(m_module, "DllUnregisterServer")();
-}
-
-HRESULT CPluginLibrary::CanUnloadNow() const {
-  return Find<HRESULT WINAPI()>(m_module, "DllCanUnloadNow")();
+HRESULT CPluginLibrary::Call(const char* name) const {
+  return Find<HRESULT WINAPI()>(m_module, name)();
 }
 
 CComPtr<IClassFactory> CPluginLibrary::Factory(REFCLSID clsid) const {

@@ -25,9 +25,9 @@ class CPluginLibrary {
 
   // The exported functions.
   HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const;
-  HRESULT RegisterServer() const;
-  HRESULT UnregisterServer() const;
-  HRESULT CanUnloadNow() const;
+  HRESULT RegisterServer() const { return Call("DllRegisterServer"); }
+  HRESULT UnregisterServer() const { return Call("DllUnregisterServer"); }
+  HRESULT CanUnloadNow() const { return Call("DllCanUnloadNow"); }
 
   /// The class object of a class, and that of the helper object.
   CComPtr<IClassFactory> Factory(REFCLSID clsid) const;
@@ -41,5 +41,7 @@ class CPluginLibrary {
   }
 
  private:
+  HRESULT Call(const char* name) const;
+
   HMODULE m_module;
 };

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "plugin/thread_locale.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/plugin/scratch_registry.h"
 #include "tests/support/import_spy.h"
@@ -21,13 +22,6 @@ using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thre
 
 class RegistrationOrder : public testing::Test {
  protected:
-  RegistrationOrder() {
-    SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
-    m_system = GetThreadLocale();
-    SetThreadLocale(kGerman);
-  }
-  ~RegistrationOrder() override { SetThreadLocale(m_previous); }
-
   /// Runs one of the DLL's functions while the step of this number (counted from 1; 0: none) fails
   /// and the type library's step returns this result.
   HRESULT Run(HRESULT (CPluginLibrary::*function)() const, size_t failingStep,
@@ -41,7 +35,10 @@ class RegistrationOrder : public testing::Test {
   }
 
   CSteps m_steps;
-  LCID m_system = 0;
+  const LCID m_system = [] {
+    const CThreadLocaleScope system(LOCALE_SYSTEM_DEFAULT);
+    return GetThreadLocale();
+  }();
 
  private:
   /// Notes a step of which several calls in a row are part.
@@ -63,7 +60,7 @@ class RegistrationOrder : public testing::Test {
     return m_steps.size() != m_failingStep;
   }
 
-  const LCID m_previous = GetThreadLocale();
+  const CThreadLocaleScope m_locale{kGerman};
   const CPluginLibrary m_library;
   const CScratchRegistry m_registry;
   size_t m_failingStep = 0;

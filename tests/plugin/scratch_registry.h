@@ -43,10 +43,6 @@ class CScratchRegistry {
       EXPECT_EQ(RegDeleteTreeW(root.first, nullptr), ERROR_SUCCESS);
     }
   }
-  bool Has(const std::wstring& path) const {
-    CRegKey key;
-    return key.Open(m_key, path.c_str(), KEY_READ) == ERROR_SUCCESS;
-  }
 
   /// All keys ("path") and values ("path|name=text", without a name the key's own), sorted.
   std::vector<std::wstring> Dump() const {
