@@ -9,9 +9,7 @@
 
 #include <atomic>
 #include <bit>
-#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <set>
 #include <string>
@@ -27,37 +25,26 @@
 
 namespace {
 
-/// A loaded module's headers and tables. They are copied, as linkers align them as they like.
+/// A loaded module's headers and tables.
 class CImage {
  public:
   explicit CImage(HMODULE module) : m_base(reinterpret_cast<const char*>(module)) {}
 
   template <typename T>
-  T Read(ULONGLONG offset) const {
-    T value = {};
-    std::memcpy(&value, m_base + offset, sizeof(value));
-    return value;
+  const T* At(DWORD offset) const {
+    return reinterpret_cast<const T*>(m_base + offset);
   }
-  std::string Text(ULONGLONG offset) const { return m_base + offset; }
-  ULONGLONG HeadersOffset() const {
-    return static_cast<ULONGLONG>(Read<IMAGE_DOS_HEADER>(0).e_lfanew);
-  }
-  IMAGE_NT_HEADERS Headers() const { return Read<IMAGE_NT_HEADERS>(HeadersOffset()); }
-  ULONGLONG Directory(int index) const {
-    return Headers().OptionalHeader.DataDirectory[index].VirtualAddress;
+  const IMAGE_NT_HEADERS& Headers() const {
+    return *At<IMAGE_NT_HEADERS>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
   }
   /// The eight-byte values in the module's variables.
   std::set<ULONGLONG> Variables() const {
-    const IMAGE_FILE_HEADER header = Headers().FileHeader;
-    const ULONGLONG sections =
-        HeadersOffset() + offsetof(IMAGE_NT_HEADERS, OptionalHeader) + header.SizeOfOptionalHeader;
     std::set<ULONGLONG> values;
-    for (ULONGLONG i = 0; i < header.NumberOfSections; ++i) {
-      const auto section = Read<IMAGE_SECTION_HEADER>(sections + i * sizeof(IMAGE_SECTION_HEADER));
-      const bool isWritable = (section.Characteristics & IMAGE_SCN_MEM_WRITE) != 0;
-      for (DWORD at = 0; isWritable && at + sizeof(ULONGLONG) <= section.Misc.VirtualSize;
-           at += sizeof(ULONGLONG)) {
-        values.insert(Read<ULONGLONG>(ULONGLONG{section.VirtualAddress} + at));
+    const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(&Headers());
+    for (int i = 0; i < Headers().FileHeader.NumberOfSections; ++i, ++section) {
+      if ((section->Characteristics & IMAGE_SCN_MEM_WRITE) != 0) {
+        const auto* const begin = At<ULONGLONG>(section->VirtualAddress);
+        values.insert(begin, begin + section->Misc.VirtualSize / sizeof(*begin));
       }
     }
     return values;
@@ -77,17 +64,16 @@ TEST_F(FolivoPlugin, IsA64BitDllWithExactlyFourExports) {
   EXPECT_EQ(m_image.Headers().FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
   EXPECT_NE(m_image.Headers().FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
   EXPECT_TRUE(m_library.Path().ends_with(L"\\FolivoPlugin.dll"));
-  const auto exports =
-      m_image.Read<IMAGE_EXPORT_DIRECTORY>(m_image.Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
-  EXPECT_EQ(exports.NumberOfFunctions, 4u);
+  const auto* const exports = m_image.At<IMAGE_EXPORT_DIRECTORY>(
+      m_image.Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
+  EXPECT_EQ(exports->NumberOfFunctions, 4u);
   std::vector<std::string> names;
-  for (DWORD i = 0; i < exports.NumberOfNames; ++i) {
-    const ULONGLONG entry = exports.AddressOfNames + ULONGLONG{i} * sizeof(DWORD);
-    names.push_back(m_image.Text(m_image.Read<DWORD>(entry)));
+  for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+    names.emplace_back(m_image.At<char>(m_image.At<DWORD>(exports->AddressOfNames)[i]));
   }
   EXPECT_EQ(names, (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject",
                                              "DllRegisterServer", "DllUnregisterServer"}));
-  EXPECT_EQ(m_image.Text(exports.Name), "FolivoPlugin.dll");
+  EXPECT_STREQ(m_image.At<char>(exports->Name), "FolivoPlugin.dll");
 }
 
 constexpr const char* kBoundFunctions[] = {

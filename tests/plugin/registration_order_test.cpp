@@ -60,6 +60,11 @@ class RegistrationOrder : public testing::Test {
     return m_steps.size() != m_failingStep;
   }
 
+  HRESULT NoteTypeLibrary() {
+    Note("type library");
+    return m_typeLibraryResult;
+  }
+
   const CThreadLocaleScope m_locale{kGerman};
   const CPluginLibrary m_library;
   const CScratchRegistry m_registry;
@@ -76,25 +81,18 @@ class RegistrationOrder : public testing::Test {
                    : ERROR_WRITE_PROTECT;
       },
       m_library.Module()};
-  const CImportSpy<&RegOpenKeyExW> m_open{"advapi32.dll", "RegOpenKeyExW",
-                                          [this](HKEY parent, LPCWSTR name, auto... arguments) {
-                                            return NoteKey(name) ? m_open.CallOriginal(parent, name,
-                                                                                       arguments...)
-                                                                 : ERROR_WRITE_PROTECT;
-                                          },
-                                          m_library.Module()};
+  const CImportSpy<&RegOpenKeyExW> m_open{
+      "advapi32.dll", "RegOpenKeyExW",
+      [this](HKEY parent, LPCWSTR name, auto... more) {
+        return NoteKey(name) ? m_open.CallOriginal(parent, name, more...) : ERROR_WRITE_PROTECT;
+      },
+      m_library.Module()};
   const CImportSpy<&RegisterTypeLib> m_register{"oleaut32.dll", "RegisterTypeLib",
-                                                [this](auto...) {
-                                                  Note("type library");
-                                                  return m_typeLibraryResult;
-                                                },
+                                                [this](auto...) { return NoteTypeLibrary(); },
                                                 m_library.Module()};
-  const CImportSpy<&UnRegisterTypeLib> m_unregister{"oleaut32.dll", "UnRegisterTypeLib",
-                                                    [this](const auto&...) {
-                                                      Note("type library");
-                                                      return m_typeLibraryResult;
-                                                    },
-                                                    m_library.Module()};
+  const CImportSpy<&UnRegisterTypeLib> m_unregister{
+      "oleaut32.dll", "UnRegisterTypeLib", [this](const auto&...) { return NoteTypeLibrary(); },
+      m_library.Module()};
 };
 
 TEST_F(RegistrationOrder, FirstFailureEndsRegistrationWithItsCode) {

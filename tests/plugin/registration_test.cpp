@@ -122,18 +122,20 @@ class Registration : public testing::Test {
     m_registry.Add(HelperObjectKey(CLSID_CIEDownload) + L"\\Stray");
   }
 
+  /// A copy of the DLL in this folder of the sandbox.
+  std::wstring CopyTo(const std::wstring& folder) const {
+    const std::wstring path = m_sandbox / folder + L"\\FolivoPlugin.dll";
+    std::filesystem::create_directory(m_sandbox / folder);
+    std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
+    return path;
+  }
+
+  const CTempSandbox m_sandbox;
   const CPluginLibrary m_library;
   const CScratchRegistry m_registry;
 };
 
 TEST_F(Registration, AddsExactlyItsKeysAndValues) {
-  EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  ExpectRegistered(m_library);
-}
-
-TEST_F(Registration, AgainRemovesWhatOthersPutIntoItsKeys) {
-  EXPECT_EQ(m_library.RegisterServer(), S_OK);
-  AddStrays();
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
   ExpectRegistered(m_library);
 }
@@ -176,16 +178,15 @@ TEST_F(Registration, UnregistrationKeepsTheKeysAboveTheHelperObjectEvenIfEmpty) 
 }
 
 TEST_F(Registration, PathOfTheDllMayHoldQuotesPercentSignsAndAnyLetters) {
-  const CTempSandbox sandbox;
-  const std::wstring folder = sandbox / L"o'brien's 100% %MODULE% \u00dcbung";
-  std::filesystem::create_directory(folder);
-  const std::wstring path = folder + L"\\FolivoPlugin.dll";
-  std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);
-  const CPluginLibrary copy(path);
+  const CPluginLibrary copy(CopyTo(L"o'brien's 100% %MODULE% \u00dcbung"));
   EXPECT_EQ(copy.RegisterServer(), S_OK);
   ExpectRegistered(copy);
-  // One that was installed elsewhere before.
-  EXPECT_EQ(copy.RegisterServer(), S_OK);
+}
+
+TEST_F(Registration, AgainReplacesWhatOthersPutIntoItsKeys) {
+  const CPluginLibrary installedElsewhere(CopyTo(L"elsewhere"));
+  EXPECT_EQ(installedElsewhere.RegisterServer(), S_OK);
+  AddStrays();
   EXPECT_EQ(m_library.RegisterServer(), S_OK);
   ExpectRegistered(m_library);
 }
