@@ -71,7 +71,6 @@ TEST_P(HostedControls, HaveAWindowOfTheContainersSizeWhichTheyPaint) {
   const HDC dc = GetDC(window);
   const RECT all = {0, 0, 100, 50};
   FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
-  EXPECT_EQ(GetPixel(dc, 50, 25), RGB(0, 0, 0));
   // Not erased: what comes is the control's own picture.
   InvalidateRect(window, nullptr, FALSE);
   UpdateWindow(window);

@@ -7,15 +7,6 @@
 
 #include "folivo_plugin_h.h"
 
-namespace {
-
-template <typename Function>
-Function* Find(HMODULE module, const char* name) {
-  return std::bit_cast<Function*>(GetProcAddress(module, name));
-}
-
-}  // namespace
-
 std::wstring CPluginLibrary::BuiltPath() {
   wchar_t path[1024] = {};
   EXPECT_NE(GetEnvironmentVariableW(L"FOLIVO_PLUGIN_DLL", path, ARRAYSIZE(path)), 0u);
@@ -43,11 +34,12 @@ void CPluginLibrary::Free() {
 }
 
 HRESULT CPluginLibrary::GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
-  return Find<decltype(DllGetClassObject)>(m_module, "DllGetClassObject")(clsid, iid, out);
+  return std::bit_cast<decltype(&DllGetClassObject)>(GetProcAddress(m_module, "DllGetClassObject"))(
+      clsid, iid, out);
 }
 
 HRESULT CPluginLibrary::Call(const char* name) const {
-  return Find<HRESULT WINAPI()>(m_module, name)();
+  return std::bit_cast<HRESULT(WINAPI*)()>(GetProcAddress(m_module, name))();
 }
 
 CComPtr<IClassFactory> CPluginLibrary::Factory(REFCLSID clsid) const {

@@ -23,9 +23,6 @@ constexpr wchar_t kHostVersion[] = L"9.8.7.65535";
 /// The control of the DLL under its own name.
 class PluginVersion : public testing::Test {
  protected:
-  static CComPtr<IFolivoPluginVersion> Control(const CPluginLibrary& library) {
-    return library.Create<IFolivoPluginVersion>(CLSID_CFolivoPluginVersion);
-  }
   void ExpectFailure(const char* failing) const {
     const CComBSTR before(L"something");
     BSTR version = before;
@@ -34,7 +31,8 @@ class PluginVersion : public testing::Test {
   }
 
   const CPluginLibrary m_library;
-  const CComPtr<IFolivoPluginVersion> m_control = Control(m_library);
+  const CComPtr<IFolivoPluginVersion> m_control =
+      m_library.Create<IFolivoPluginVersion>(CLSID_CFolivoPluginVersion);
 };
 
 TEST_F(PluginVersion, IsReadAnewByEachCall) {
