@@ -13,6 +13,7 @@ class CPromptAnswer {
   explicit CPromptAnswer(int answer)
       : m_spy("user32.dll", "DialogBoxIndirectParamW",
               [this, answer](HINSTANCE, LPCDLGTEMPLATEW, HWND owner, DLGPROC, LPARAM) {
+                ++m_count;
                 m_owner = owner;
                 if (m_action) {
                   m_action();
@@ -21,12 +22,13 @@ class CPromptAnswer {
               }) {}
 
   /// How often the box was shown, and its owner the last time.
-  int Count() const { return static_cast<int>(m_spy.Calls().size()); }
+  int Count() const { return m_count; }
   HWND Owner() const { return m_owner; }
   /// What is to happen while it is open.
   void WhileOpen(std::function<void()> action) const { m_action = std::move(action); }
 
  private:
+  mutable int m_count = 0;
   mutable HWND m_owner = nullptr;
   mutable std::function<void()> m_action;
   const CImportSpy<&DialogBoxIndirectParamW> m_spy;
