@@ -18,28 +18,25 @@ std::wstring NameOf(const std::wstring& url) {
 void ExpectNames(std::initializer_list<std::pair<std::wstring, std::wstring>> rows) {
   CMessageRecorder messages;
   for (const auto& [url, name] : rows) {
-    EXPECT_EQ(NameOf(url), name) << url;
+    EXPECT_EQ(NameOf(url), name) << testing::PrintToString(url);
   }
   EXPECT_TRUE(messages.Take().empty());
 }
 
 TEST(DownloadFileName, IsWhatFollowsTheLastOfTheFirstSeparatorThatOccurs) {
   const std::wstring longest = std::wstring(259 - 4, L'n') + L".qdk";
-  ExpectNames({{L"http://server/files/lesson.folivo", L"lesson.folivo"},
-               {L"http://server/files/My%20Lesson.folivo", L"My Lesson.folivo"},
+  ExpectNames({{L"http://server/files/My%20Lesson.folivo", L"My Lesson.folivo"},
                {L"a=b=c", L"c"},
                {L"a|b|c", L"c"},
                {L"http://server/lesson.folivo?", L""},
                {L"http://server/folder/", L""},
                {L"http://server/get?a&b", L"a&b"},  // file names may hold an ampersand
-               {L"http://server/get?name=a&b.folivo", L"a&b.folivo"},
                {L"http://server/" + longest, longest}});
 }
 
 TEST(DownloadFileName, QueryGivesTheValueAfterItsLastEqualsSign) {
   ExpectNames({{L"http://server/download?id=7&name=a.folivo", L"a.folivo"},
                {L"http://server/lesson.folivo?x=1", L"1"},
-               {L"x.folivo?id=7", L"7"},
                {L"http://server/a=b/lesson.folivo", L"blesson.folivo"},
                {L"http://server/download?name=", L""}});
 }
@@ -49,9 +46,8 @@ TEST(DownloadFileName, TextWithoutAnySeparatorGivesNoName) {
 }
 
 TEST(DownloadFileName, EscapesAreDecodedAndSeparatorsInThemDropped) {
-  ExpectNames({{L"http://server/a%2Fb.qdk", L"ab.qdk"},
-               {L"http://server/..%5C..%5Cevil%3A.qdk", L"....evil.qdk"},
-               {L"http://server/%3Ca%3E%22%7C%3F%2Ab.qdk", L"ab.qdk"},
+  ExpectNames({{L"http://server/..%5C..%5Cevil%3A.qdk", L"....evil.qdk"},
+               {L"http://server/%3Ca%3E%22%7C%3F%2A%2Fb.qdk", L"ab.qdk"},
                {L"http://server/a%zz.qdk", L"a%zz.qdk"},  // no escapes
                {L"http://server/100%", L"100%"}});
 }
@@ -69,37 +65,32 @@ TEST(DownloadFileName, EachSeparatorCountsBeforeThoseAfterIt) {
   EXPECT_EQ(NameOf(L"xx\"yy"), L"yy");
 }
 
-TEST(DownloadFileName, NameTooLongToDecodeIsReplacedAndReported) {
-  CMessageRecorder messages;
-  const HWND owner = GetDesktopWindow();
-  const std::wstring url = L"http://server/" + std::wstring(260 - 4, L'n') + L".qdk";
-  EXPECT_EQ(std::wstring(MakeDownloadFileName(owner, url.c_str())), L"downloadedfile.qdk");
-  const auto shown = messages.Take();
-  ASSERT_EQ(shown.size(), 1u);
-  EXPECT_EQ(shown[0].text,
-            L"We were unable to get the proper download filename. Your downloaded file will be "
-            L"renamed to downloadedfile.qdk.");
-  EXPECT_EQ(shown[0].caption, kMessageTitle);
-  EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_OK));
-  EXPECT_EQ(shown[0].owner, owner);
-}
-
-TEST(DownloadFileName, ReplacementHasTheExtensionCleaned) {
+TEST(DownloadFileName, NameTooLongToDecodeIsReportedAndReplacedWithItsExtensionCleaned) {
   const std::wstring name(300, L'n');
   const std::wstring longest = L"." + std::wstring(400, L'e');
-  const std::pair<std::wstring, std::wstring> rows[] = {{name, L".folivo"},
-                                                        {name + longest, longest},
-                                                        {longest, longest},
-                                                        {name + L".a:b|c", L".abc"}};
-  for (const auto& [end, extension] : rows) {
-    CMessageRecorder messages;
-    EXPECT_EQ(NameOf(L"http://server/get?" + end), L"downloadedfile" + extension);
-    EXPECT_EQ(messages.TakeTexts().size(), 1u);
-  }
-  // The message has the name before it is cleaned.
+  const struct {
+    std::wstring end;
+    std::wstring extension;  // before it is cleaned
+    std::wstring cleaned;
+  } rows[] = {{std::wstring(260 - 4, L'n') + L".qdk", L".qdk", L".qdk"},
+              {name, L".folivo", L".folivo"},
+              {longest, longest, longest},
+              {name + L".x.a:b|c", L".a:b|c", L".abc"}};
+  const HWND owner = GetDesktopWindow();
   CMessageRecorder messages;
-  NameOf(L"http://server/get?" + name + L".a:b|c");
-  EXPECT_NE(messages.TakeTexts().at(0).find(L"downloadedfile.a:b|c."), std::wstring::npos);
+  for (const auto& row : rows) {
+    EXPECT_EQ(std::wstring(MakeDownloadFileName(owner, (L"http://server/get?" + row.end).c_str())),
+              L"downloadedfile" + row.cleaned);
+    const auto shown = messages.Take();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_TRUE(shown[0].text.starts_with(
+        L"We were unable to get the proper download filename. Your downloaded file will be renamed "
+        L"to downloadedfile" +
+        (row.extension.size() < 100 ? row.extension + L"." : L"")));
+    EXPECT_EQ(shown[0].caption, kMessageTitle);
+    EXPECT_EQ(shown[0].style, static_cast<UINT>(MB_OK));
+    EXPECT_EQ(shown[0].owner, owner);
+  }
 }
 
 }  // namespace

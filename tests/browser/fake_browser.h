@@ -1,65 +1,87 @@
 #pragma once
 
 #include <exdisp.h>
+#include <gtest/gtest.h>
 #include <ocidl.h>
 
 #include <functional>
-#include <string>
 #include <vector>
 
 #include "tests/browser/web_browser_stub.h"
 
-/// The browser's source of DWebBrowserEvents2 as a helper object uses it. Its owner holds it: the
-/// reference count starts at 0 and is only counted.
-class CFakeConnectionPoint final : public IConnectionPoint {
+/// An object on the stack: its references are only counted, and must be back at 0 in the end.
+template <typename Interface, typename Base = Interface>
+class CStackObject : public Base {
  public:
+  CStackObject() = default;
+  CStackObject(const CStackObject&) = delete;
+  CStackObject& operator=(const CStackObject&) = delete;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    const bool isOwn = iid == IID_IUnknown || iid == __uuidof(Interface);
+    *object = isOwn ? static_cast<Interface*>(this) : nullptr;
+    references += isOwn ? 1 : 0;
+    return isOwn ? S_OK : E_NOINTERFACE;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++references); }
+  ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--references); }
+
   long references = 0;
+
+ protected:
+  ~CStackObject() { EXPECT_EQ(references, 0); }
+};
+
+/// The browser's source of DWebBrowserEvents2.
+class CFakeConnectionPoint final : public CStackObject<IConnectionPoint> {
+ public:
   HRESULT adviseResult = S_OK;
   HRESULT unadviseResult = S_OK;
   DWORD nextCookie = 7001;       // of the next subscription; goes up by one each time
   std::vector<IUnknown*> sinks;  // one for each Advise, not held
   std::vector<DWORD> unadvised;  // the cookie of each Unadvise
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override {
+    *cookie = 0;
+    if (SUCCEEDED(adviseResult)) {
+      sinks.push_back(sink);
+      *cookie = nextCookie++;
+    }
+    return adviseResult;
+  }
+  HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override {
+    unadvised.push_back(cookie);
+    return unadviseResult;
+  }
   HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer**) override {
     return E_NOTIMPL;
   }
-  HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override;
-  HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override;
   HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections**) override { return E_NOTIMPL; }
 };
 
 /// The container of that connection point.
-class CFakeContainer final : public IConnectionPointContainer {
+class CFakeContainer final : public CStackObject<IConnectionPointContainer> {
  public:
-  long references = 0;
   HRESULT findResult = S_OK;
   bool hasPoint = true;    // false: success without a connection point
   std::vector<IID> asked;  // by FindConnectionPoint
   CFakeConnectionPoint point;
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** found) override {
+    asked.push_back(iid);
+    *found = SUCCEEDED(findResult) && hasPoint ? &point : nullptr;
+    point.references += *found != nullptr ? 1 : 0;
+    return findResult;
+  }
   HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints**) override {
     return E_NOTIMPL;
   }
-  HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** found) override;
 };
 
-/// A browser as a helper object sees it. Lives on the test's stack: references are counted, and
-/// must be back at 0 in the end.
-class CFakeBrowser final : public CWebBrowserStub {
+/// A browser as a helper object sees it.
+class CFakeBrowser final : public CStackObject<IWebBrowser2, CWebBrowserStub> {
  public:
-  CFakeBrowser() = default;
-  ~CFakeBrowser();
-  CFakeBrowser(const CFakeBrowser&) = delete;
-  CFakeBrowser& operator=(const CFakeBrowser&) = delete;
-
-  long references = 0;
   int browserQueries = 0;  // how often IWebBrowser2 was asked for
   bool hasContainer = true;
   HRESULT windowResult = S_OK;
@@ -69,26 +91,38 @@ class CFakeBrowser final : public CWebBrowserStub {
   std::function<void()> onGetWindow;
   CFakeContainer container;
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
-  HRESULT STDMETHODCALLTYPE get_HWND(SHANDLE_PTR* value) override;
-  HRESULT STDMETHODCALLTYPE Stop() override;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    if (iid == IID_IConnectionPointContainer && hasContainer) {
+      return container.QueryInterface(iid, object);
+    }
+    browserQueries += iid == IID_IWebBrowser2 ? 1 : 0;
+    return CStackObject::QueryInterface(iid == IID_IDispatch ? IID_IUnknown : iid, object);
+  }
+  HRESULT STDMETHODCALLTYPE get_HWND(SHANDLE_PTR* value) override {
+    if (onGetWindow) {
+      onGetWindow();
+    }
+    *value = reinterpret_cast<SHANDLE_PTR>(window);
+    return windowResult;
+  }
+  HRESULT STDMETHODCALLTYPE Stop() override {
+    ++stops;
+    if (onStop) {
+      onStop();
+    }
+    return S_OK;
+  }
 };
 
-/// A site with an identity of its own that leads to a browser, or to none.
-class CFakeSite final : public IUnknown {
+/// An object with an identity of its own that leads to a browser, or to none.
+class CFakeSite final : public CStackObject<IUnknown> {
  public:
   explicit CFakeSite(CFakeBrowser* browser) : m_browser(browser) {}
-  ~CFakeSite();
-  CFakeSite(const CFakeSite&) = delete;
-  CFakeSite& operator=(const CFakeSite&) = delete;
 
-  long references = 0;
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    return iid != IID_IUnknown && m_browser != nullptr ? m_browser->QueryInterface(iid, object)
+                                                       : CStackObject::QueryInterface(iid, object);
+  }
 
  private:
   CFakeBrowser* m_browser;

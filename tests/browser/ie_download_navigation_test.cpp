@@ -1,11 +1,11 @@
 // What the helper object does with a navigation. The question box is answered by CPromptAnswer, and
-// nothing is shown or run; the real dialogs are in open_or_save_tests.
+// nothing is shown or run; the real dialogs are in interception_dialogs_test.cpp.
 
 #include <exdispid.h>
 #include <gtest/gtest.h>
 #include <windows.h>
-#include <wininet.h>
 
+#include <cstring>
 #include <filesystem>
 #include <new>
 #include <string>
@@ -13,6 +13,7 @@
 
 #include "browser/ie_download.h"
 #include "download/temp_files.h"
+#include "tests/browser/browser_frame.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/helper_object.h"
@@ -32,273 +33,166 @@
 
 namespace {
 
-constexpr int kOpen = 6;
-constexpr int kSave = 7;
-constexpr int kCancel = 2;
+using Texts = std::vector<std::wstring>;
 
-HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(1, 5000); }
-
-class Navigation : public testing::Test {
+class IeDownloadNavigation : public testing::Test {
  protected:
-  Navigation() { m_helper->SetSite(&m_browser); }
-  ~Navigation() override { SetTempBaseFolder(CStringW()); }
-
-  bool Navigate(const std::wstring& url) const { return m_helper.Navigate(url); }
-
-  /// Gives the browser a window; without one, null is the owner of everything.
-  void UseBrowserWindow() {
+  IeDownloadNavigation() {
     m_browser.window = GetDesktopWindow();
     m_helper->SetSite(&m_browser);
   }
+  ~IeDownloadNavigation() override { SetTempBaseFolder(CStringW()); }
 
-  void ExpectUntouched(const std::wstring& url) {
-    EXPECT_FALSE(Navigate(url));
-    EXPECT_EQ(m_prompt.Count(), 0);
-    EXPECT_TRUE(m_messages.Take().empty());
-    EXPECT_TRUE(m_launches.Launches().empty());
-    EXPECT_TRUE(m_sandbox.Files().empty());
-  }
+  bool Navigate(const std::wstring& url) const { return m_helper.Navigate(url); }
+
+  static HttpAnswer Lesson() { return HttpAnswer().Bytes(kLessonHead).Pattern(1, 5000); }
 
   const CTempSandbox m_sandbox;
   CMessageRecorder m_messages;
-  const CPromptAnswer m_prompt{kCancel};
+  const CPromptAnswer m_prompt{kCancelButton};
   const CLaunchRecorder m_launches;
   const CInstallInformation m_information;
+  const CIeFrameDouble m_ieFrame;
   const HttpTestServer m_server;
   CFakeBrowser m_browser;
   CHelperObject m_helper;
+  const std::wstring m_lesson = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead + "rest");
 };
 
-TEST_F(Navigation, OneRequestOfTheServerServesCheckAndDownload) {
-  for (const std::wstring& name :
-       {std::wstring(L"dir/Lesson.FOLIVO?id=7"), std::wstring(1900, L'a') + L".folivo?id=7"}) {
-    const ScriptedPath path(m_server, Lesson());
-    const int prompts = m_prompt.Count();
-    EXPECT_TRUE(Navigate(path.Url(name)));
-    EXPECT_EQ(m_prompt.Count(), prompts + 1);
-    ASSERT_EQ(path.Requests().size(), 1u);
-    EXPECT_EQ(path.Requests()[0].query, "id=7");
-  }
-  EXPECT_TRUE(m_messages.Take().empty());
-}
-
-TEST_F(Navigation, CancelledPromptLeavesNothingButTheFolder) {
+TEST_F(IeDownloadNavigation, CancelledQuestionLeavesNothingButTheFolder) {
   const ScriptedPath path(m_server, Lesson());
-  std::vector<std::wstring> files;
-  m_prompt.WhileOpen([&] { files = m_sandbox.Files(); });
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo")));
-  EXPECT_EQ(files, (std::vector<std::wstring>{std::wstring(kTempFiles) + L"iedownload.folivo"}));
-  EXPECT_TRUE(m_sandbox.Files().empty());
-  EXPECT_TRUE(std::filesystem::is_directory(m_sandbox / kTempFiles));
-  EXPECT_EQ(std::wstring(GetTempBaseFolder()) + L"\\", m_sandbox / kTempFiles);
-  EXPECT_TRUE(m_launches.Launches().empty());
-}
-
-TEST_F(Navigation, DownloadIsGivenUpOnlyWhenTheNavigationIsCancelled) {
-  const ScriptedPath path(m_server, Lesson());
-  CNavigationEvent event(path.Url(L"a.folivo"));
+  CNavigationEvent event(path.Url(L"dir/Lesson.FOLIVO?id=7"));
+  const std::wstring temporary = m_sandbox / kTempFiles + L"iedownload.FOLIVO";
+  m_prompt.WhileOpen([&] { EXPECT_TRUE(std::filesystem::exists(temporary)); });
   const CImportSpy<&DeleteFileW> deleteFile("kernel32.dll", "DeleteFileW", [&](LPCWSTR file) {
-    EXPECT_NE(wcsstr(file, L"iedownload.folivo"), nullptr);
-    EXPECT_TRUE(event.Cancelled());
+    EXPECT_EQ(file, temporary);
+    EXPECT_TRUE(event.Cancelled()) << "the download is given up after that";
     return deleteFile.CallOriginal(file);
   });
   EXPECT_TRUE(m_helper.Navigate(event));
+  EXPECT_EQ(m_prompt.Count(), 1);
   EXPECT_EQ(deleteFile.Calls().size(), 1u);
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+  EXPECT_EQ(std::wstring(GetTempBaseFolder()) + L"\\", m_sandbox / kTempFiles);
+  EXPECT_TRUE(std::filesystem::is_directory(m_sandbox / kTempFiles));
+  EXPECT_TRUE(m_launches.Launches().empty());
+  EXPECT_TRUE(m_messages.Take().empty());
+  ASSERT_EQ(path.Requests().size(), 1u);
+  EXPECT_EQ(path.Requests()[0].query, "id=7");
 }
 
-TEST_F(Navigation, TakenTemporaryNameIsNumbered) {
-  m_sandbox.Write(std::wstring(kTempFiles) + L"iedownload.qdk", "another download");
-  const ScriptedPath path(m_server, HttpAnswer().Bytes(kOldLessonHead));
-  std::vector<std::wstring> files;
-  m_prompt.WhileOpen([&] { files = m_sandbox.Files(); });
-  EXPECT_TRUE(Navigate(path.Url(L"a.qdk")));
-  ASSERT_EQ(files.size(), 2u);
-  const std::wstring name = files[0].substr(std::wstring(kTempFiles).size());
-  EXPECT_EQ(name.substr(0, 11), L"iedownload(");
-  EXPECT_EQ(ReadFileBytes(m_sandbox / (std::wstring(kTempFiles) + L"iedownload.qdk")),
-            "another download");
-}
-
-TEST_F(Navigation, UrlEndsAtItsFirstNul) {
-  const ScriptedPath path(m_server, Lesson());
-  for (const bool taken : {true, false}) {
-    const std::wstring url = path.Url(taken ? L"a.folivo" : L"a.html") + L'\0' +
-                             (taken ? L".html" : L".folivo?insertinfolivo");
-    CNavigationEvent event(L"");
-    event.Url().Clear();
-    event.Url().vt = VT_BSTR;
-    event.Url().bstrVal = SysAllocStringLen(url.data(), static_cast<UINT>(url.size()));
-    EXPECT_EQ(m_helper.Navigate(event), taken) << url;
+TEST_F(IeDownloadNavigation, OtherTypesAndWrongContentAreLeftToTheBrowser) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>Please sign in</html>"));
+  const struct {
+    std::wstring url;
+    size_t requests = 0;
+  } rows[] = {{path.Url(L"item.qdi")},
+              {path.Url(L"page.html")},
+              {path.Url(L"get?f=a.folivo")},
+              {L""},
+              {m_sandbox.Write(L"a.folivo", "no lesson")},
+              {m_sandbox.Write(L"a.qdt", kOldLessonHead)},
+              {path.Url(L"a.folivo"), 1}};
+  for (const auto& row : rows) {
+    EXPECT_FALSE(Navigate(row.url));
+    EXPECT_EQ(path.Requests().size(), row.requests);
   }
-}
-
-TEST_F(Navigation, OtherTypesAreTheBrowsers) {
-  const ScriptedPath path(m_server, Lesson());
-  for (const LPCWSTR name : {L"item.qdi", L"page.html", L"get?f=a.folivo", L"a.b/file", L"",
-                             L"a.folivo#part", L"folder.folivo/"}) {
-    ExpectUntouched(path.Url(name));
-  }
-  for (const LPCWSTR text : {L"", L"?", L".", L"...", L"\\", L"http:", L":/"}) {
-    ExpectUntouched(text);
-  }
-  ExpectUntouched(std::wstring(50000, L'a'));
-  EXPECT_TRUE(path.Requests().empty());
-  EXPECT_FALSE(std::filesystem::exists(m_sandbox / L"MERLO Technologies"));
-}
-
-TEST_F(Navigation, WrongContentIsTheBrowsersWithoutAWord) {
-  const ScriptedPath page(m_server, HttpAnswer().Bytes("<html>Please sign in</html>"));
-  ExpectUntouched(page.Url(L"a.folivo"));
-  EXPECT_EQ(page.Requests().size(), 1u);
-  const ScriptedPath gallery(m_server, HttpAnswer().Bytes(kOldLessonHead).Pattern(1, 100));
-  ExpectUntouched(gallery.Url(L"a.qdt"));
-  const CTempSandbox elsewhere;
-  EXPECT_FALSE(Navigate(elsewhere.Write(L"a.folivo", "no lesson")));
-  EXPECT_FALSE(Navigate(elsewhere.Write(L"a.qdt", kOldLessonHead)));
   EXPECT_EQ(m_prompt.Count(), 0);
   EXPECT_TRUE(m_messages.Take().empty());
+  EXPECT_EQ(m_sandbox.Files().size(), 3u);
 }
 
-TEST_F(Navigation, RefusedStatusIsToldOnceAndLeftToTheBrowser) {
-  const ScriptedPath path(m_server, HttpAnswer().Status(404).Bytes(kLessonHead));
-  EXPECT_FALSE(Navigate(path.Url(L"a.folivo")));
-  EXPECT_EQ(m_messages.TakeTexts(),
-            (std::vector<std::wstring>{L"The file " + path.Url(L"a.folivo") +
-                                       L" is not available for downloading."}));
-  EXPECT_EQ(m_prompt.Count(), 0);
-  EXPECT_TRUE(m_sandbox.Files().empty());
-}
-
-TEST_F(Navigation, FewerThanSixArgumentsDoNothing) {
-  const ScriptedPath path(m_server, Lesson());
-  for (const UINT count : {0u, 5u}) {
-    CNavigationEvent event(path.Url(L"a.folivo"));
-    VARIANT before[CNavigationEvent::kArgumentCount];
-    memcpy(before, event.Params()->rgvarg, sizeof(before));
+TEST_F(IeDownloadNavigation, EventWithoutSixArgumentsOrAUrlIsIgnored) {
+  for (const UINT count : {0u, 5u, 7u}) {
+    CNavigationEvent event(m_lesson);
     event.Params()->cArgs = count;
-    EXPECT_EQ(m_helper.Fire(DISPID_BEFORENAVIGATE2, event.Params()), S_OK);
-    EXPECT_EQ(memcmp(before, event.Params()->rgvarg, sizeof(before)), 0);
-    EXPECT_FALSE(event.Cancelled());
+    if (count == 7) {
+      event.Argument(5) = VARIANT();
+    }
+    VARIANT before[CNavigationEvent::kArgumentCount];
+    std::memcpy(before, event.Params()->rgvarg, sizeof(before));
+    EXPECT_FALSE(m_helper.Navigate(event));
+    EXPECT_EQ(std::memcmp(before, event.Params()->rgvarg, sizeof(before)), 0);
     EXPECT_TRUE(event.FlagIntact());
   }
-  EXPECT_TRUE(path.Requests().empty());
+  EXPECT_EQ(m_prompt.Count(), 0);
 }
 
-TEST_F(Navigation, OlderEventIsTakenWithItsPlainUrl) {
-  const std::wstring file = m_sandbox.Write(L"a.qdk", kOldLessonHead);
-  CNavigationEvent event(file);
-  const VARIANT url = event.Url();
-  event.Argument(5) = url;
+TEST_F(IeDownloadNavigation, OlderEventIsTakenWithItsPlainUrl) {
+  CNavigationEvent event(m_lesson);
+  event.Argument(5) = event.Url();
   EXPECT_EQ(m_helper.Fire(DISPID_BEFORENAVIGATE, event.Params()), S_OK);
   EXPECT_EQ(m_prompt.Count(), 1);
   EXPECT_TRUE(event.Cancelled());
   EXPECT_TRUE(event.FlagIntact());
 }
 
-TEST_F(Navigation, FlagMayBeAVariant) {
-  CNavigationEvent event(m_sandbox.Write(L"a.qdk", kOldLessonHead));
-  CComVariant flag(42);
-  event.Argument(0).vt = VT_BYREF | VT_VARIANT;
-  event.Argument(0).pvarVal = &flag;
-  m_helper.Fire(DISPID_BEFORENAVIGATE2, event.Params());
-  EXPECT_EQ(flag.vt, VT_BOOL);
-  EXPECT_EQ(flag.boolVal, VARIANT_TRUE);
-}
-
-TEST_F(Navigation, EveryAnswerCancelsTheNavigation) {
-  for (const int answer : {kCancel, 3, 0, 1, -1}) {
+TEST_F(IeDownloadNavigation, EveryAnswerCancelsTheNavigation) {
+  for (const int answer : {kCancelButton, 3, 0, 1, -1}) {
     const CPromptAnswer prompt(answer);
-    CNavigationEvent event(m_sandbox.Write(L"a.qdk", kOldLessonHead));
-    EXPECT_TRUE(m_helper.Navigate(event)) << answer;
-    EXPECT_TRUE(event.FlagIntact());
-    EXPECT_EQ(event.Argument(5).vt, VT_BYREF | VT_VARIANT);
-    EXPECT_EQ(event.Url().vt, VT_BSTR);
+    EXPECT_TRUE(Navigate(m_lesson)) << answer;
     EXPECT_EQ(prompt.Count(), 1);
   }
   EXPECT_TRUE(m_launches.Launches().empty());
-  EXPECT_EQ(m_sandbox.Files(), (std::vector<std::wstring>{L"a.qdk"}));
 }
 
-TEST_F(Navigation, LocalLessonIsOpenedWhereItIs) {
-  UseBrowserWindow();
-  const CIeFrameDouble browser;
-  const CPromptAnswer prompt(kOpen);
-  const std::wstring file = m_sandbox.Write(L"My Lessons\\a b.qdk", kOldLessonHead);
-  EXPECT_TRUE(Navigate(file));
+TEST_F(IeDownloadNavigation, LocalLessonIsOpenedWhereItIsOrCopied) {
+  {
+    const CPromptAnswer prompt(kOpenButton);
+    EXPECT_TRUE(Navigate(m_lesson));
+  }
   ASSERT_EQ(m_launches.Launches().size(), 1u);
-  EXPECT_EQ(m_launches.Launches()[0].file, file);
+  EXPECT_EQ(m_launches.Launches()[0].file, m_lesson);
   EXPECT_EQ(m_launches.Launches()[0].owner, m_browser.window);
-  EXPECT_EQ(m_sandbox.Files(), (std::vector<std::wstring>{L"My Lessons\\a b.qdk"}));
+  const CPromptAnswer prompt(kSaveButton);
+  const CCommonDialog dialog(m_sandbox / L"copy.qdk");
+  EXPECT_TRUE(Navigate(m_lesson));
+  EXPECT_EQ(ReadFileBytes(m_sandbox / L"copy.qdk"), kOldLessonHead + "rest");
+  EXPECT_EQ(m_launches.Launches().size(), 1u);
 }
 
-TEST_F(Navigation, BrowserWindowThatIsGoneOwnsNoDialog) {
-  m_browser.window =
-      CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
-  m_helper->SetSite(&m_browser);
-  const std::wstring file = m_sandbox.Write(L"a.qdk", kOldLessonHead);
-  EXPECT_TRUE(Navigate(file));
-  EXPECT_EQ(m_prompt.Owner(), m_browser.window);
-  DestroyWindow(m_browser.window);
-  EXPECT_TRUE(Navigate(file));
-  EXPECT_EQ(m_prompt.Owner(), nullptr);
-}
-
-TEST_F(Navigation, OutOfMemoryAfterTheAnswerIsReported) {
-  const CIeFrameDouble browser;
-  const CPromptAnswer prompt(kOpen);
-  const CImportSpy<&LoadCursorW> wait(
-      "user32.dll", "LoadCursorW", [](HINSTANCE, LPCWSTR) -> HCURSOR { throw std::bad_alloc(); });
-  EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead)));
-  EXPECT_EQ(m_messages.TakeTexts(),
-            (std::vector<std::wstring>{L"There is not enough memory to download the file."}));
-}
-
-TEST_F(Navigation, LocalLessonIsSavedByCopying) {
-  const CIeFrameDouble browser;
-  const CPromptAnswer prompt(kSave);
-  const std::wstring target = m_sandbox / L"copy.qdk";
-  const CCommonDialog dialog(target);
-  EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead + "rest")));
-  EXPECT_EQ(ReadFileBytes(target), kOldLessonHead + "rest");
-  EXPECT_TRUE(m_launches.Launches().empty());
-}
-
-TEST_F(Navigation, AddressOfALocalLessonIsFetchedAsAUrl) {
-  // As a path it would name the file: what stands in front of the drive is dropped.
-  const std::wstring url = L"file:///" + m_sandbox.Write(L"a.qdk", kOldLessonHead);
-  const CImportSpy<&InternetOpenUrlW> open(
-      "wininet.dll", "InternetOpenUrlW",
-      [&](HINTERNET, LPCWSTR address, LPCWSTR, DWORD, DWORD, DWORD_PTR) -> HINTERNET {
-        EXPECT_EQ(address, url);
-        return nullptr;
-      });
-  EXPECT_FALSE(Navigate(url));
-  EXPECT_EQ(open.Calls().size(), 1u);
-  EXPECT_EQ(m_prompt.Count(), 0);
-}
-
-TEST_F(Navigation, MissingLocalFileIsToldAndLeftToTheBrowser) {
-  UseBrowserWindow();
+TEST_F(IeDownloadNavigation, MissingLocalFileIsReportedAndLeftToTheBrowser) {
   EXPECT_FALSE(Navigate(L"C:\\no such folder\\a.folivo"));
   const auto shown = m_messages.Take();
   ASSERT_EQ(shown.size(), 1u);
   EXPECT_EQ(shown[0].text,
             L"The file C:\\no such folder\\a.folivo does not exist. Please verify that the path to "
             L"the file is valid.");
-  EXPECT_EQ(shown[0].owner, GetDesktopWindow());
+  EXPECT_EQ(shown[0].owner, m_browser.window);
   EXPECT_EQ(m_prompt.Count(), 0);
 }
 
-TEST_F(Navigation, UrlThatIsNoTextDoesNothing) {
-  CNavigationEvent event(L"");
-  event.Url().vt = VT_DISPATCH;
-  event.Url().pdispVal = nullptr;
-  EXPECT_FALSE(m_helper.Navigate(event));
-  event.Url().vt = VT_EMPTY;
-  EXPECT_FALSE(m_helper.Navigate(event));
+TEST_F(IeDownloadNavigation, BrowserWindowThatIsGoneOwnsNoDialog) {
+  {
+    const CBrowserFrame window;
+    m_browser.window = window;
+    m_helper->SetSite(&m_browser);
+    EXPECT_TRUE(Navigate(m_lesson));
+    EXPECT_EQ(m_prompt.Owner(), m_browser.window);
+  }
+  EXPECT_TRUE(Navigate(m_lesson));
+  EXPECT_EQ(m_prompt.Owner(), nullptr);
 }
 
-TEST_F(Navigation, UncopyableUrlLeavesTheEventAsAnException) {
+TEST_F(IeDownloadNavigation, OutOfMemoryBeforeTheAnswerLeavesTheNavigationToTheBrowser) {
+  const ScriptedPath path(m_server, Lesson());
+  m_prompt.WhileOpen([] { throw std::bad_alloc(); });
+  EXPECT_FALSE(Navigate(path.Url(L"a.folivo")));
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+  EXPECT_TRUE(m_messages.Take().empty());
+  m_prompt.WhileOpen(nullptr);
+  EXPECT_TRUE(Navigate(path.Url(L"a.folivo")));
+}
+
+TEST_F(IeDownloadNavigation, OutOfMemoryAfterTheAnswerIsReported) {
+  const CPromptAnswer prompt(kOpenButton);
+  const CImportSpy<&LoadCursorW> wait(
+      "user32.dll", "LoadCursorW", [](HINSTANCE, LPCWSTR) -> HCURSOR { throw std::bad_alloc(); });
+  EXPECT_TRUE(Navigate(m_lesson));
+  EXPECT_EQ(m_messages.TakeTexts(), Texts{L"There is not enough memory to download the file."});
+}
+
+TEST_F(IeDownloadNavigation, UncopyableUrlLeavesTheEventAsAnException) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
   const long references = m_browser.references;
   CNavigationEvent event(L"");
@@ -312,131 +206,34 @@ TEST_F(Navigation, UncopyableUrlLeavesTheEventAsAnException) {
   EXPECT_FALSE(event.Cancelled());
   EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks);
   EXPECT_EQ(m_browser.references, references);
-  EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead)));
 }
 
-TEST_F(Navigation, MemoryThatRunsOutLeavesTheNavigationToTheBrowser) {
-  m_prompt.WhileOpen([] { AtlThrow(E_OUTOFMEMORY); });
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_FALSE(Navigate(path.Url(L"a.folivo")));
-  EXPECT_TRUE(m_sandbox.Files().empty());
-  m_prompt.WhileOpen([] { throw std::bad_alloc(); });
-  EXPECT_FALSE(Navigate(path.Url(L"a.folivo")));
-  m_prompt.WhileOpen(nullptr);
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo")));
-}
+// While the question is open the browser's thread serves messages.
 
-// The marker for links that the application inserts.
-
-class InsertNavigation : public Navigation {
- protected:
-  InsertNavigation() { m_sandbox.Write(L"App\\LaunchFolivo.exe", "not run"); }
-  void Install() const { m_information.SetFolder(m_sandbox / L"App"); }
-  std::vector<std::wstring> Shortcuts() const {
-    std::vector<std::wstring> names;
-    for (const std::wstring& file : m_sandbox.Files()) {
-      if (file.find(kTempFiles) == 0) {
-        names.push_back(file.substr(std::wstring(kTempFiles).size()));
-      }
-    }
-    return names;
-  }
-};
-
-TEST_F(InsertNavigation, GoesToTheLauncherFromPathOrQuery) {
-  UseBrowserWindow();
-  Install();
-  for (const LPCWSTR url : {L"http://server/insertinfolivo/a.htm",
-                            L"http://server/a.folivo?insertinfolivo=1", L"xinsertinfolivox"}) {
-    const int stops = m_browser.stops;
-    const size_t launches = m_launches.Launches().size();
-    EXPECT_TRUE(Navigate(url));
-    EXPECT_EQ(m_browser.stops, stops + 1);
-    ASSERT_EQ(m_launches.Launches().size(), launches + 1);
-    EXPECT_EQ(m_launches.Launches().back().owner, m_browser.window);
-  }
-  EXPECT_EQ(m_prompt.Count(), 0);
-  EXPECT_EQ(m_launches.Launches()[0].parameters,
-            L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"File.url");
-  EXPECT_EQ(Shortcuts().size(), 3u);  // they stay
-  EXPECT_EQ(ReadFileBytes(m_sandbox / (std::wstring(kTempFiles) + L"File.url")),
-            "[InternetShortcut]\r\nURL=http://server/insertinfolivo/a.htm");
-}
-
-TEST_F(InsertNavigation, WithoutTheApplicationIsTheBrowsers) {
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_FALSE(Navigate(path.Url(L"a.folivo?insertinfolivo")));
-  EXPECT_TRUE(path.Requests().empty());
-  EXPECT_EQ(m_browser.stops, 0);
-  EXPECT_EQ(Shortcuts(), (std::vector<std::wstring>{L"File.url"}));
-}
-
-TEST_F(InsertNavigation, MarkerInOtherCaseIsNone) {
-  Install();
-  EXPECT_FALSE(Navigate(L"http://server/InsertInFolivo/a.htm"));
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?InsertInFolivo")));
-  EXPECT_EQ(m_prompt.Count(), 1);
-  EXPECT_TRUE(m_launches.Launches().empty());
-  EXPECT_TRUE(Shortcuts().empty());
-}
-
-TEST_F(InsertNavigation, UnwritableShortcutIsAnOrdinaryNavigation) {
-  Install();
-  const CImportPatch patch(
-      "msvcrt.dll", "_wfopen", +[](LPCWSTR, LPCWSTR) -> FILE* { return nullptr; });
-  const ScriptedPath path(m_server, Lesson());
-  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?insertinfolivo")));
-  EXPECT_EQ(path.Requests().size(), 1u);
-  EXPECT_EQ(m_prompt.Count(), 1);
-  EXPECT_FALSE(Navigate(path.Url(L"a.htm?insertinfolivo")));
-  EXPECT_TRUE(m_launches.Launches().empty());
-}
-
-TEST_F(InsertNavigation, BrowserMayGoDuringTheLaunch) {
-  Install();
-  m_launches.WhileLaunching([&] { m_helper->SetSite(nullptr); });
-  EXPECT_TRUE(Navigate(L"http://server/insertinfolivo"));
-  EXPECT_EQ(m_browser.stops, 0);
-}
-
-// While a dialog is open the browser's thread serves messages: anything may happen to the object.
-
-TEST_F(Navigation, ObjectReleasedWhileAskingLivesUntilTheEnd) {
+TEST_F(IeDownloadNavigation, ObjectReleasedWhileAskingLivesUntilTheEnd) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
   auto* const sink = static_cast<IIEDownload*>(m_helper.operator->());
-  LONG locksWhileOpen = 0;
-  m_prompt.WhileOpen([&] {
-    m_helper.Release();
-    locksWhileOpen = ATL::_pAtlModule->GetLockCount();
-  });
-  CNavigationEvent event(m_sandbox.Write(L"a.qdk", kOldLessonHead));
-  EXPECT_EQ(sink->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD,
-                         event.Params(), nullptr, nullptr, nullptr),
-            S_OK);
-  EXPECT_EQ(locksWhileOpen, locks);
-  EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks - 1);
-  EXPECT_TRUE(event.Cancelled());
-  EXPECT_EQ(m_browser.references, 0);
-}
-
-TEST_F(Navigation, BrowserMayQuitAndGoWhileAsking) {
-  const CIeFrameDouble browser;
-  const CPromptAnswer prompt(kOpen);
+  const CPromptAnswer prompt(kOpenButton);
   prompt.WhileOpen([&] {
     DISPPARAMS none = {};
     EXPECT_EQ(m_helper.Fire(DISPID_ONQUIT, &none), S_OK);
     m_helper->SetSite(nullptr);
+    m_helper.Release();
+    EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks);
   });
-  EXPECT_TRUE(Navigate(m_sandbox.Write(L"a.qdk", kOldLessonHead)));
+  CNavigationEvent event(m_lesson);
+  EXPECT_EQ(sink->Invoke(DISPID_BEFORENAVIGATE2, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD,
+                         event.Params(), nullptr, nullptr, nullptr),
+            S_OK);
+  EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks - 1);
+  EXPECT_TRUE(event.Cancelled());
   EXPECT_EQ(m_launches.Launches().size(), 1u);
+  EXPECT_EQ(m_browser.references, 0);
   EXPECT_EQ(m_browser.container.point.unadvised.size(), 1u);
 }
 
-TEST_F(Navigation, LessonDuringAnotherQuestionIsLeftToTheBrowser) {
-  const CIeFrameDouble browser;
-  const CPromptAnswer prompt(kOpen);
-  const std::wstring first = m_sandbox.Write(L"first.qdk", kOldLessonHead);
+TEST_F(IeDownloadNavigation, LessonDuringAnotherQuestionIsLeftToTheBrowser) {
+  const CPromptAnswer prompt(kOpenButton);
   const ScriptedPath path(m_server, Lesson());
   std::vector<bool> cancelled;
   prompt.WhileOpen([&] {
@@ -444,14 +241,72 @@ TEST_F(Navigation, LessonDuringAnotherQuestionIsLeftToTheBrowser) {
     const CParallel otherWindow(
         [&] { cancelled.push_back(CHelperObject().Navigate(path.Url(L"third.folivo"))); });
   });
-  EXPECT_TRUE(Navigate(first));
+  EXPECT_TRUE(Navigate(m_lesson));
   EXPECT_EQ(cancelled, (std::vector<bool>{false, false}));
   EXPECT_EQ(path.Requests().size(), 2u) << "both were checked";
   EXPECT_EQ(prompt.Count(), 1);
   ASSERT_EQ(m_launches.Launches().size(), 1u);
-  EXPECT_EQ(m_launches.Launches()[0].file, first);
+  EXPECT_EQ(m_launches.Launches()[0].file, m_lesson);
   EXPECT_TRUE(m_messages.Take().empty());
-  EXPECT_EQ(m_sandbox.Files(), (std::vector<std::wstring>{L"first.qdk"}));
+  EXPECT_EQ(m_sandbox.Files().size(), 1u);
+}
+
+// The marker for links that the application inserts.
+
+class IeDownloadNavigationInsert : public IeDownloadNavigation {
+ protected:
+  void Install() const {
+    m_sandbox.Write(L"App\\LaunchFolivo.exe", "not run");
+    m_information.SetFolder(m_sandbox / L"App");
+  }
+  bool HasShortcut() const { return std::filesystem::exists(m_shortcut); }
+
+  const std::wstring m_shortcut = m_sandbox / kTempFiles + L"File.url";
+};
+
+TEST_F(IeDownloadNavigationInsert, MarkedLinkGoesToTheLauncherAndItsShortcutStays) {
+  Install();
+  for (const LPCWSTR url : {L"http://server/insertinfolivo/a.htm",
+                            L"http://server/a.folivo?insertinfolivo=1", L"xinsertinfolivox"}) {
+    EXPECT_TRUE(Navigate(url));
+  }
+  EXPECT_EQ(m_prompt.Count(), 0);
+  EXPECT_EQ(m_browser.stops, 3);
+  ASSERT_EQ(m_launches.Launches().size(), 3u);
+  EXPECT_EQ(m_launches.Launches()[0].owner, m_browser.window);
+  EXPECT_EQ(m_launches.Launches()[0].parameters, L"/insertinfolivo:" + m_shortcut);
+  EXPECT_EQ(m_sandbox.Files().size(), 2u + 3u);
+  EXPECT_EQ(ReadFileBytes(m_shortcut),
+            "[InternetShortcut]\r\nURL=http://server/insertinfolivo/a.htm");
+}
+
+TEST_F(IeDownloadNavigationInsert, MarkedLinkIsLeftToTheBrowserWithoutTheApplication) {
+  const ScriptedPath path(m_server, Lesson());
+  EXPECT_FALSE(Navigate(path.Url(L"a.folivo?insertinfolivo")));
+  EXPECT_TRUE(path.Requests().empty());
+  EXPECT_EQ(m_browser.stops, 0);
+  EXPECT_TRUE(HasShortcut());
+}
+
+TEST_F(IeDownloadNavigationInsert, OtherCaseOrUnwritableShortcutIsAnOrdinaryNavigation) {
+  Install();
+  const ScriptedPath path(m_server, Lesson());
+  EXPECT_FALSE(Navigate(L"http://server/InsertInFolivo/a.htm"));
+  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?InsertInFolivo")));
+  const CImportPatch patch(
+      "msvcrt.dll", "_wfopen", +[](LPCWSTR, LPCWSTR) -> FILE* { return nullptr; });
+  EXPECT_FALSE(Navigate(path.Url(L"a.htm?insertinfolivo")));
+  EXPECT_TRUE(Navigate(path.Url(L"a.folivo?insertinfolivo")));
+  EXPECT_EQ(m_prompt.Count(), 2);
+  EXPECT_TRUE(m_launches.Launches().empty());
+  EXPECT_FALSE(HasShortcut());
+}
+
+TEST_F(IeDownloadNavigationInsert, BrowserMayGoDuringTheLaunch) {
+  Install();
+  m_launches.WhileLaunching([&] { m_helper->SetSite(nullptr); });
+  EXPECT_TRUE(Navigate(L"http://server/insertinfolivo"));
+  EXPECT_EQ(m_browser.stops, 0);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <shlwapi.h>
 
-#include <filesystem>
 #include <string>
 
 #include "tests/support/import_spy.h"
@@ -25,13 +24,21 @@ struct CLongForm {
   DWORD error;
 };
 
-std::wstring ShortForm(const std::wstring& path) {
-  wchar_t text[MAX_PATH] = {};
-  GetShortPathNameW(path.c_str(), text, MAX_PATH);
-  return text;
+void ExpectForm(const std::wstring& path, const std::wstring& expected) {
+  const CLongForm form(path);
+  EXPECT_EQ(form.text, expected);
+  EXPECT_EQ(form.length, expected.size());
+  EXPECT_EQ(form.error, DWORD{ERROR_SUCCESS});
 }
 
-/// Every path exists, so that forms which this file system cannot hold can be looked at.
+void ExpectFailure(const std::wstring& path, DWORD error) {
+  const CLongForm form(path);
+  EXPECT_EQ(form.length, 0u);
+  EXPECT_EQ(form.error, error) << testing::PrintToString(path);
+  EXPECT_EQ(std::wstring(form.text), L"untouched");
+}
+
+/// Every path exists, also one that this file system cannot hold.
 struct CEverythingExists {
   const CImportSpy<&PathFileExistsW> exists{"shlwapi.dll", "PathFileExistsW",
                                             [](LPCWSTR) { return TRUE; }};
@@ -51,147 +58,81 @@ struct CFileSystemOfOneName : CEverythingExists {
   const CImportSpy<&FindClose> close{"kernel32.dll", "FindClose", [](HANDLE) { return TRUE; }};
 };
 
-std::wstring LongForm(const std::wstring& path) { return CLongForm(path).text; }
-
-TEST(LongPathForm, StoredNamesReplaceTheCaseOfTheCaller) {
-  const CTempSandbox sandbox;
-  const std::wstring file = sandbox.Write(L"Some Folder\\My Lesson.folivo", "x");
-  const CLongForm form(sandbox / L"SOME FOLDER\\my lesson.FOLIVO");
-  EXPECT_EQ(std::wstring(form.text).substr(sandbox.Path().size()),
-            L"\\Some Folder\\My Lesson.folivo");
-  EXPECT_EQ(form.length, wcslen(form.text));
-  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_SUCCESS));
-}
-
-TEST(LongPathForm, ShortComponentsBecomeTheirLongNames) {
+TEST(LongPath, StoredNamesReplaceShortOnesAndTheCallersCase) {
   const CTempSandbox sandbox;
   const std::wstring file = sandbox.Write(L"A folder with a long name\\A long name.folivo", "x");
-  const std::wstring shortForm = ShortForm(file);
-  ASSERT_NE(shortForm.find(L'~'), std::wstring::npos) << "no short names here";
-  EXPECT_EQ(LongForm(shortForm), LongForm(file));
-  EXPECT_NE(LongForm(shortForm).find(L"A folder with a long name\\A long name."),
-            std::wstring::npos);
+  wchar_t shortForm[MAX_PATH] = {};
+  GetShortPathNameW(file.c_str(), shortForm, MAX_PATH);
+  ASSERT_NE(wcschr(shortForm, L'~'), nullptr) << "no short names here";
+  for (const std::wstring& path :
+       {std::wstring(shortForm), sandbox / L"A FOLDER WITH A LONG NAME\\a LONG name.FOLIVO"}) {
+    EXPECT_TRUE(std::wstring(CLongForm(path).text)
+                    .ends_with(L"\\A folder with a long name\\A long name.folivo"));
+  }
 }
 
-TEST(LongPathForm, RootAndDotsStayAsWritten) {
-  EXPECT_EQ(LongForm(L"c:\\WINDOWS"), L"c:\\windows");
-  EXPECT_EQ(LongForm(L"C:\\WINDOWS\\."), L"C:\\windows\\.");
-  EXPECT_EQ(LongForm(L"C:\\WINDOWS\\..\\WINDOWS"), L"C:\\windows\\..\\windows");
+TEST(LongPath, RootAndDotsStayAsWritten) {
+  ExpectForm(L"c:\\WINDOWS", L"c:\\windows");
+  ExpectForm(L"C:\\WINDOWS\\.", L"C:\\windows\\.");
+  ExpectForm(L"C:\\WINDOWS\\..\\WINDOWS", L"C:\\windows\\..\\windows");
   const CEverythingExists everything;
   for (const wchar_t* path : {L"c:\\", L"ab\\no such name", L"\\\\server\\share\\folder\\file.qdk",
                               L"\\\\server\\share", L"\\\\server"}) {
-    EXPECT_EQ(LongForm(path), path);
-    EXPECT_EQ(CLongForm(path).length, wcslen(path));
+    ExpectForm(path, path);
   }
 }
 
-TEST(LongPathForm, ComponentsBelowAShareAreLookedUp) {
+TEST(LongPath, ComponentsBelowAShareAreLookedUp) {
   const CFileSystemOfOneName fileSystem(L"Long");
-  EXPECT_EQ(LongForm(L"\\\\server\\share\\A~1\\B~1"), L"\\\\server\\share\\Long\\Long");
+  ExpectForm(L"\\\\server\\share\\A~1\\B~1", L"\\\\server\\share\\Long\\Long");
   EXPECT_EQ(fileSystem.asked, L"\\\\server\\share\\A~1;\\\\server\\share\\Long\\B~1;");
+  EXPECT_EQ(fileSystem.close.Calls().size(), 2u);
 }
 
-TEST(LongPathForm, MissingPathIsAnInvalidParameter) {
-  const CLongForm form(L"C:\\no such folder\\file");
-  EXPECT_EQ(form.length, 0u);
-  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-  EXPECT_EQ(std::wstring(form.text), L"untouched");
-  EXPECT_EQ(CLongForm(L"").error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+TEST(LongPath, FailureLeavesTheBufferAsItWas) {
+  ExpectFailure(L"C:\\no such folder\\file", ERROR_INVALID_PARAMETER);
+  ExpectFailure(L"", ERROR_INVALID_PARAMETER);
+  {
+    const CEverythingExists everything;
+    const std::wstring longest = L"C:\\" + std::wstring(257, L'a');
+    ExpectForm(longest, longest);
+    ExpectFailure(longest + L"a", ERROR_INVALID_PARAMETER);
+    ExpectFailure(L"relative", ERROR_INVALID_DATA);
+  }
+  const CFileSystemOfOneName fileSystem(std::wstring(130, L'n'));
+  EXPECT_EQ(CLongForm(L"C:\\A").length, 3u + 130u);
+  ExpectFailure(L"C:\\A\\B", ERROR_INSUFFICIENT_BUFFER);
 }
 
-TEST(LongPathForm, MoreThan260CharactersAreAnInvalidParameter) {
-  const CEverythingExists everything;
-  const std::wstring longest = L"C:\\" + std::wstring(257, L'a');
-  EXPECT_EQ(CLongForm(longest).length, 260u);
-  EXPECT_EQ(LongForm(longest), longest);
-  const CLongForm form(L"C:\\" + std::wstring(258, L'a'));
-  EXPECT_EQ(form.length, 0u);
-  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-}
-
-TEST(LongPathForm, RelativePathIsInvalidData) {
-  const CTempSandbox sandbox;
-  sandbox.Write(L"here", "x");
-  wchar_t previous[MAX_PATH] = {};
-  GetCurrentDirectoryW(MAX_PATH, previous);
-  ASSERT_TRUE(SetCurrentDirectoryW(sandbox.Path().c_str()));
-  const CLongForm form(L"here");
-  SetCurrentDirectoryW(previous);
-  EXPECT_EQ(form.length, 0u);
-  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INVALID_DATA));
-}
-
-TEST(LongPathForm, NullBufferOnlyMeasures) {
+TEST(LongPath, BufferMayBeNullButNotTooSmall) {
   SetLastError(kUntouched);
   EXPECT_EQ(GetLongPathForm(L"C:\\WINDOWS", nullptr, 0), 10u);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
-}
-
-TEST(LongPathForm, LongerThan260CharactersIsNotCopied) {
-  const CFileSystemOfOneName fileSystem(std::wstring(130, L'n'));
-  // 3 + 130, then 1 + 130 more.
-  EXPECT_EQ(CLongForm(L"C:\\A").length, 133u);
-  const CLongForm form(L"C:\\A\\B");
-  EXPECT_EQ(form.length, 0u);
-  EXPECT_EQ(form.error, static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-  EXPECT_EQ(std::wstring(form.text), L"untouched");
-}
-
-TEST(LongPathForm, TooSmallABufferIsNotOverrun) {
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
   wchar_t buffer[] = L"0123456789abc";
   EXPECT_EQ(GetLongPathForm(L"C:\\windows", buffer, 10), 0u);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
   EXPECT_EQ(std::wstring(buffer), L"0123456789abc");
 }
 
-/// A folder that does not exist, so that it is measured as it is written: `length` characters.
-std::wstring FolderOfLength(size_t length) { return L"Q:\\" + std::wstring(length - 3, L'f'); }
-
-/// The length that is left of a base name, given the sum of folder, base name and extension.
-int FittedLength(int sum) {
-  const std::wstring folder = FolderOfLength(200);
-  const CStringW extension(L".folivo");
-  const std::wstring base(static_cast<size_t>(sum) - 200 - 7, L'b');
-  CStringW fitted(base.c_str());
-  const bool shortened =
-      FitPathLength(CFilePath((folder + L"\\" + base + L".folivo").c_str()), extension, fitted);
-  EXPECT_EQ(shortened, fitted.GetLength() != static_cast<int>(base.size()));
-  EXPECT_EQ(base.compare(0, static_cast<size_t>(fitted.GetLength()), fitted.GetString()), 0);
-  return fitted.GetLength();
-}
-
-TEST(FitPathLength, ExcessAndFiveSpareCharactersGo) {
-  for (const int sum : {259, 260}) {
-    EXPECT_EQ(FittedLength(sum), sum - 207);
-  }
-  for (const int sum : {261, 262, 300}) {
-    EXPECT_EQ(FittedLength(sum), 260 - 207 - 5) << sum;
+TEST(LongPathFit, ExcessAndFiveSpareCharactersGo) {
+  const struct {
+    size_t folder;
+    size_t base;
+    int fitted;
+  } rows[] = {{200, 52, 52}, {200, 53, 53}, {200, 54, 48}, {200, 93, 48}, {250, 4, 0}};
+  for (const auto& row : rows) {
+    // A folder that does not exist is measured as it is written.
+    const std::wstring folder = L"Q:\\" + std::wstring(row.folder - 3, L'f');
+    const CStringW base(std::wstring(row.base, L'b').c_str());
+    CStringW fitted = base;
+    const CFilePath destination((folder + L"\\x").c_str());
+    const bool isShortened = FitPathLength(destination, L".folivo", fitted);
+    EXPECT_EQ(fitted, base.Left(row.fitted)) << row.base;
+    EXPECT_EQ(isShortened, fitted != base);
   }
 }
 
-TEST(FitPathLength, NothingLeftIsNoNegativeLength) {
-  const std::wstring folder = FolderOfLength(250);
-  CStringW base(L"abcd");
-  EXPECT_TRUE(
-      FitPathLength(CFilePath((folder + L"\\abcd.galleryitem").c_str()), L".galleryitem", base));
-  EXPECT_EQ(base, L"");
-}
-
-TEST(FitPathLength, FolderIsMeasuredInItsLongForm) {
-  const CTempSandbox sandbox;
-  const std::wstring longName = L"A folder whose name is long " + std::wstring(100, L'x');
-  const std::wstring folder = sandbox / longName;
-  std::filesystem::create_directory(folder);
-  const std::wstring shortForm = ShortForm(folder);
-  ASSERT_LT(shortForm.size() + 20, folder.size());
-  const std::wstring base(260 - folder.size() - 4 + 1, L'b');
-  CStringW fitted(base.c_str());
-  EXPECT_TRUE(
-      FitPathLength(CFilePath((shortForm + L"\\" + base + L".qdk").c_str()), L".qdk", fitted));
-  EXPECT_EQ(fitted.GetLength(), static_cast<int>(base.size()) - 1 - 5);
-}
-
-TEST(FitPathLength, LongFormIsUsedUpTo259Characters) {
+TEST(LongPathFit, FolderIsMeasuredInItsLongFormUpTo259Characters) {
   for (const size_t length : {258, 259, 260}) {
     const CFileSystemOfOneName fileSystem(std::wstring(length - 3, L'n'));  // behind the root
     CStringW base(L"name");

@@ -3,23 +3,33 @@
 #include <windows.h>
 
 #include <functional>
+#include <utility>
 
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
 
-/// Answers the question box at once in place of a user, without showing it. One at a time.
+/// Answers the question box at once in place of a user, without showing it.
 class CPromptAnswer {
  public:
-  explicit CPromptAnswer(int answer);
-  CPromptAnswer(const CPromptAnswer&) = delete;
-  CPromptAnswer& operator=(const CPromptAnswer&) = delete;
+  explicit CPromptAnswer(int answer)
+      : m_spy("user32.dll", "DialogBoxIndirectParamW",
+              [this, answer](HINSTANCE, LPCDLGTEMPLATEW, HWND owner, DLGPROC, LPARAM) {
+                ++m_count;
+                m_owner = owner;
+                if (m_action) {
+                  m_action();
+                }
+                return INT_PTR{answer};
+              }) {}
 
-  /// How often the box was shown.
-  int Count() const;
-  /// Its owner, the last time.
-  HWND Owner() const;
+  /// How often the box was shown, and its owner the last time.
+  int Count() const { return m_count; }
+  HWND Owner() const { return m_owner; }
   /// What is to happen while it is open.
-  void WhileOpen(std::function<void()> action) const;
+  void WhileOpen(std::function<void()> action) const { m_action = std::move(action); }
 
  private:
-  CImportPatch m_patch;
+  mutable int m_count = 0;
+  mutable HWND m_owner = nullptr;
+  mutable std::function<void()> m_action;
+  const CImportSpy<&DialogBoxIndirectParamW> m_spy;
 };

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <ocidl.h>
 
+#include <bit>
 #include <string>
 #include <utility>
 
-#include "folivo_plugin_h.h"
 #include "tests/plugin/plugin_library.h"
 
 namespace {
@@ -16,8 +16,7 @@ template <typename Function>
 Function* SystemAtl(const char* name) {
   // It stays loaded: its window class points into it.
   static const HMODULE module = LoadLibraryW(L"atl.dll");
-  auto* const function =
-      reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
+  auto* const function = std::bit_cast<Function*>(GetProcAddress(module, name));
   EXPECT_NE(function, nullptr) << name;
   return function;
 }
@@ -26,9 +25,9 @@ using InitFn = BOOL WINAPI();
 using CreateFn = HRESULT WINAPI(LPCOLESTR, HWND, IStream*, IUnknown**, IUnknown**, REFIID,
                                 IUnknown*);
 
-class HostedControl : public testing::TestWithParam<const wchar_t*> {
+class HostedControls : public testing::TestWithParam<const wchar_t*> {
  protected:
-  HostedControl() {
+  HostedControls() {
     OleInitialize(nullptr);
     EXPECT_EQ(m_library.RegisterServer(), S_OK);
     static const BOOL registered = SystemAtl<InitFn>("AtlAxWinInit")();
@@ -41,20 +40,12 @@ class HostedControl : public testing::TestWithParam<const wchar_t*> {
                                                           &m_control, IID_NULL, nullptr),
               S_OK);
   }
-  ~HostedControl() override {
+  ~HostedControls() override {
     m_control.Release();
     DestroyWindow(m_window);
+    EXPECT_EQ(m_library.CanUnloadNow(), S_OK) << "the container's end releases the control";
     EXPECT_EQ(m_library.UnregisterServer(), S_OK);
     OleUninitialize();
-  }
-
-  static bool IsVersion() {
-    return std::wstring(GetParam()) == L"FolivoDownloadPlugin.VersionHelper";
-  }
-  HWND ControlWindow() const {
-    const CComQIPtr<IOleWindow> control(m_control);
-    HWND window = nullptr;
-    return control != nullptr && control->GetWindow(&window) == S_OK ? window : nullptr;
   }
 
   const CPluginLibrary m_library;
@@ -63,25 +54,9 @@ class HostedControl : public testing::TestWithParam<const wchar_t*> {
   CComPtr<IUnknown> m_control;
 };
 
-TEST_P(HostedControl, PaintsItsWindow) {
-  const HWND window = ControlWindow();
-  ASSERT_NE(window, nullptr);
-  UpdateWindow(window);  // what its creation left to be done, erasing included
-  const HDC dc = GetDC(window);
-  const RECT all = {0, 0, 100, 50};
-  FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
-  EXPECT_EQ(GetPixel(dc, 50, 25), RGB(0, 0, 0));
-  // Not erased: what comes is the control's own picture.
-  InvalidateRect(window, nullptr, FALSE);
-  UpdateWindow(window);
-  EXPECT_EQ(GetPixel(dc, 50, 25), GetSysColor(COLOR_WINDOW));
-  EXPECT_FALSE(GetUpdateRect(window, nullptr, FALSE));
-  ReleaseDC(window, dc);
-}
-
-TEST_P(HostedControl, HasAWindowOfItsContainersSize) {
-  const HWND window = ControlWindow();
-  ASSERT_NE(window, nullptr);
+TEST_P(HostedControls, HaveAWindowOfTheContainersSizeWhichTheyPaint) {
+  HWND window = nullptr;
+  ASSERT_EQ(CComQIPtr<IOleWindow>(m_control)->GetWindow(&window), S_OK);
   EXPECT_EQ(GetParent(window), m_host);
   EXPECT_EQ(GetWindowLongPtrW(window, GWL_STYLE) & 0xFFFF0000,
             LONG_PTR{WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS});
@@ -92,9 +67,18 @@ TEST_P(HostedControl, HasAWindowOfItsContainersSize) {
     EXPECT_EQ(client.right, width);
     EXPECT_EQ(client.bottom, height);
   }
+  UpdateWindow(window);  // what its creation left to be done, erasing included
+  const HDC dc = GetDC(window);
+  const RECT all = {0, 0, 100, 50};
+  FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
+  // Not erased: what comes is the control's own picture.
+  InvalidateRect(window, nullptr, FALSE);
+  UpdateWindow(window);
+  EXPECT_EQ(GetPixel(dc, 50, 25), GetSysColor(COLOR_WINDOW));
+  ReleaseDC(window, dc);
 }
 
-TEST_P(HostedControl, SavesItsSize) {
+TEST_P(HostedControls, SaveTheirSize) {
   const CComQIPtr<IOleObject> object(m_control);
   const CComQIPtr<IPersistStreamInit> stream(m_control);
   CComPtr<IStream> bytes;
@@ -111,37 +95,7 @@ TEST_P(HostedControl, SavesItsSize) {
   EXPECT_EQ(size.cy, 2222);
 }
 
-TEST_P(HostedControl, AnswersItsScript) {
-  const CComQIPtr<IDispatch> dispatch(m_control);
-  std::wstring name = IsVersion() ? L"VERSION" : L"downloadfile";
-  LPOLESTR names[] = {name.data()};
-  DISPID id = 0;
-  ASSERT_EQ(dispatch->GetIDsOfNames(IID_NULL, names, 1, LOCALE_NEUTRAL, &id), S_OK);
-  EXPECT_EQ(id, 1);
-  CComVariant argument(std::wstring(1001, L'a').c_str());
-  CComVariant result;
-  const auto invoke = [&](WORD flags, DISPPARAMS params) {
-    return dispatch->Invoke(id, IID_NULL, LOCALE_NEUTRAL, flags, &params, &result, nullptr,
-                            nullptr);
-  };
-  if (IsVersion()) {
-    EXPECT_EQ(invoke(DISPATCH_PROPERTYGET, {}), S_OK);
-    ASSERT_EQ(result.vt, VT_BSTR);
-    EXPECT_STREQ(result.bstrVal, FOLIVO_VERSION_WIDE);
-    DISPID put = DISPID_PROPERTYPUT;
-    EXPECT_TRUE(FAILED(invoke(DISPATCH_PROPERTYPUT, {&argument, &put, 1, 1}))) << "read-only";
-  } else {
-    EXPECT_EQ(invoke(DISPATCH_METHOD, {&argument, nullptr, 1, 0}), E_INVALIDARG);
-  }
-}
-
-TEST_P(HostedControl, IsReleasedWithItsContainer) {
-  m_control.Release();
-  DestroyWindow(m_host);
-  EXPECT_EQ(m_library.CanUnloadNow(), S_OK);
-}
-
-INSTANTIATE_TEST_SUITE_P(Plugin, HostedControl,
+INSTANTIATE_TEST_SUITE_P(Plugin, HostedControls,
                          testing::Values(L"FolivoDownloadPlugin.VersionHelper",
                                          L"FolivoDownloadPlugin.ZipDownloadHelpe"),
                          [](const auto& info) {

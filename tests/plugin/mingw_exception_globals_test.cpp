@@ -15,7 +15,7 @@
 
 namespace {
 
-TEST(ExceptionGlobals, FirstExceptionOfAThreadNeedsNoMemory) {
+TEST(MingwExceptionGlobals, FirstExceptionOfAThreadNeedsNoMemory) {
   bool isCaught = false;
   CParallel([&] {
     const CImportPatch memory("msvcrt.dll", "malloc", +[](size_t) -> void* { return nullptr; });
@@ -28,7 +28,7 @@ TEST(ExceptionGlobals, FirstExceptionOfAThreadNeedsNoMemory) {
   EXPECT_TRUE(isCaught);
 }
 
-TEST(ExceptionGlobals, ThreadHasItsOwn) {
+TEST(MingwExceptionGlobals, ThreadHasItsOwn) {
   try {
     throw std::runtime_error("outer");
   } catch (const std::runtime_error&) {
@@ -38,7 +38,7 @@ TEST(ExceptionGlobals, ThreadHasItsOwn) {
   EXPECT_EQ(std::current_exception(), nullptr);
 }
 
-TEST(ExceptionGlobals, PlacesOfEndedThreadsAreUsedAgain) {
+TEST(MingwExceptionGlobals, PlacesOfEndedThreadsAreUsedAgain) {
   // More threads than there are places; their handles stay open, so each has an identifier of its
   // own.
   std::vector<CHandle> ended(600);

@@ -20,8 +20,6 @@ CPluginLibrary::CPluginLibrary(const std::wstring& path) : m_module(LoadLibraryW
   }
 }
 
-CPluginLibrary::~CPluginLibrary() { Free(); }
-
 std::wstring CPluginLibrary::Path() const {
   wchar_t path[1024] = {};
   GetModuleFileNameW(m_module, path, ARRAYSIZE(path));
@@ -36,28 +34,18 @@ void CPluginLibrary::Free() {
 }
 
 HRESULT CPluginLibrary::GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
-  return Find<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid, out);
+  return std::bit_cast<decltype(&DllGetClassObject)>(GetProcAddress(m_module, "DllGetClassObject"))(
+      clsid, iid, out);
 }
 
-HRESULT CPluginLibrary::RegisterServer() const {
-  return Find<HRESULT WINAPI()>("DllRegisterServer")();
+HRESULT CPluginLibrary::Call(const char* name) const {
+  return std::bit_cast<HRESULT(WINAPI*)()>(GetProcAddress(m_module, name))();
 }
 
-HRESULT CPluginLibrary::UnregisterServer() const {
-  return Find<HRESULT WINAPI()>("DllUnregisterServer")();
-}
-
-HRESULT CPluginLibrary::CanUnloadNow() const { return Find<HRESULT WINAPI()>("DllCanUnloadNow")(); }
-
-CComPtr<IClassFactory> CPluginLibrary::HelperFactory() const {
+CComPtr<IClassFactory> CPluginLibrary::Factory(REFCLSID clsid) const {
   CComPtr<IClassFactory> factory;
-  EXPECT_EQ(
-      GetClassObject(CLSID_CIEDownload, IID_IClassFactory, reinterpret_cast<void**>(&factory)),
-      S_OK);
+  EXPECT_EQ(GetClassObject(clsid, IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
   return factory;
 }
 
-template <typename Function>
-Function* CPluginLibrary::Find(const char* name) const {
-  return std::bit_cast<Function*>(GetProcAddress(m_module, name));
-}
+CComPtr<IClassFactory> CPluginLibrary::HelperFactory() const { return Factory(CLSID_CIEDownload); }

@@ -8,36 +8,39 @@
 #include <utility>
 #include <vector>
 
+#include "plugin/thread_locale.h"
 #include "tests/plugin/plugin_library.h"
+#include "tests/plugin/scratch_registry.h"
 #include "tests/support/import_spy.h"
 
 namespace {
 
 constexpr LCID kGerman = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
+constexpr HRESULT kWriteProtected = HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT);
 
 using CSteps = std::vector<std::pair<std::string, LCID>>;  // each with the thread's locale
 
 class RegistrationOrder : public testing::Test {
  protected:
-  RegistrationOrder() {
-    SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
-    m_system = GetThreadLocale();
-    SetThreadLocale(kGerman);
-  }
-  ~RegistrationOrder() override {
-    Expect(0, S_OK);
-    m_library.UnregisterServer();
-    SetThreadLocale(m_previous);
-  }
-
-  /// From now on, the step of this number (counted from 1; 0: none) fails, and the type library's
-  /// step returns this result.
-  void Expect(size_t failingStep, HRESULT typeLibraryResult) {
+  /// Runs one of the DLL's functions while the step of this number (counted from 1; 0: none) fails
+  /// and the type library's step returns this result.
+  HRESULT Run(HRESULT (CPluginLibrary::*function)() const, size_t failingStep,
+              HRESULT typeLibraryResult) {
     m_steps.clear();
     m_failingStep = failingStep;
     m_typeLibraryResult = typeLibraryResult;
+    const HRESULT result = (m_library.*function)();
+    EXPECT_EQ(GetThreadLocale(), kGerman);
+    return result;
   }
 
+  CSteps m_steps;
+  const LCID m_system = [] {
+    const CThreadLocaleScope system(LOCALE_SYSTEM_DEFAULT);
+    return GetThreadLocale();
+  }();
+
+ private:
   /// Notes a step of which several calls in a row are part.
   void Note(const std::string& step) {
     const CSteps::value_type now(step, GetThreadLocale());
@@ -57,12 +60,16 @@ class RegistrationOrder : public testing::Test {
     return m_steps.size() != m_failingStep;
   }
 
-  CSteps m_steps;
+  HRESULT NoteTypeLibrary() {
+    Note("type library");
+    return m_typeLibraryResult;
+  }
+
+  const CThreadLocaleScope m_locale{kGerman};
+  const CPluginLibrary m_library;
+  const CScratchRegistry m_registry;
   size_t m_failingStep = 0;
   HRESULT m_typeLibraryResult = S_OK;
-  const LCID m_previous = GetThreadLocale();
-  LCID m_system = 0;
-  const CPluginLibrary m_library;
 
   const CImportSpy<&RegCreateKeyExW> m_create{
       "advapi32.dll", "RegCreateKeyExW",
@@ -74,28 +81,17 @@ class RegistrationOrder : public testing::Test {
                    : ERROR_WRITE_PROTECT;
       },
       m_library.Module()};
-  const CImportSpy<&RegOpenKeyExW> m_open{"advapi32.dll", "RegOpenKeyExW",
-                                          [this](HKEY parent, LPCWSTR name, auto... arguments) {
-                                            return NoteKey(name) ? m_open.CallOriginal(parent, name,
-                                                                                       arguments...)
-                                                                 : ERROR_WRITE_PROTECT;
-                                          },
-                                          m_library.Module()};
-  const CImportSpy<&RegisterTypeLib> m_register{
-      "oleaut32.dll", "RegisterTypeLib",
-      [this](auto... arguments) {
-        Note("type library");
-        return FAILED(m_typeLibraryResult) ? m_typeLibraryResult
-                                           : m_register.CallOriginal(arguments...);
+  const CImportSpy<&RegOpenKeyExW> m_open{
+      "advapi32.dll", "RegOpenKeyExW",
+      [this](HKEY parent, LPCWSTR name, auto... more) {
+        return NoteKey(name) ? m_open.CallOriginal(parent, name, more...) : ERROR_WRITE_PROTECT;
       },
       m_library.Module()};
+  const CImportSpy<&RegisterTypeLib> m_register{"oleaut32.dll", "RegisterTypeLib",
+                                                [this](auto...) { return NoteTypeLibrary(); },
+                                                m_library.Module()};
   const CImportSpy<&UnRegisterTypeLib> m_unregister{
-      "oleaut32.dll", "UnRegisterTypeLib",
-      [this](const auto&... arguments) {
-        Note("type library");
-        const HRESULT removed = m_unregister.CallOriginal(arguments...);
-        return FAILED(m_typeLibraryResult) ? m_typeLibraryResult : removed;
-      },
+      "oleaut32.dll", "UnRegisterTypeLib", [this](const auto&...) { return NoteTypeLibrary(); },
       m_library.Module()};
 };
 
@@ -104,26 +100,24 @@ TEST_F(RegistrationOrder, FirstFailureEndsRegistrationWithItsCode) {
                       {"class", m_system},
                       {"type library", m_system},
                       {"helper object", m_system}};
-  constexpr HRESULT kFailed = HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT);
   const struct {
     size_t failingStep;
     HRESULT typeLibraryResult;
     HRESULT result;
     int steps;
-  } cases[] = {{0, S_OK, S_OK, 4},
-               {1, S_OK, kFailed, 1},
-               {2, S_OK, kFailed, 2},
-               {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, 3},
-               {4, S_OK, kFailed, 4}};
-  for (const auto& c : cases) {
-    Expect(c.failingStep, c.typeLibraryResult);
-    EXPECT_EQ(m_library.RegisterServer(), c.result);
-    EXPECT_EQ(m_steps, CSteps(all.begin(), all.begin() + c.steps)) << c.steps;
-    EXPECT_EQ(GetThreadLocale(), kGerman);
+  } rows[] = {{0, S_OK, S_OK, 4},
+              {1, S_OK, kWriteProtected, 1},
+              {2, S_OK, kWriteProtected, 2},
+              {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, 3},
+              {4, S_OK, kWriteProtected, 4}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(Run(&CPluginLibrary::RegisterServer, row.failingStep, row.typeLibraryResult),
+              row.result);
+    EXPECT_EQ(m_steps, CSteps(all.begin(), all.begin() + row.steps)) << row.steps;
   }
 }
 
-TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHelperObject) {
+TEST_F(RegistrationOrder, FailingUnregistrationReturnsItsCodeAndStillRemovesTheHelperObject) {
   // The last step is in the caller's locale.
   const CSteps all = {{"class", m_system},
                       {"type library", m_system},
@@ -134,20 +128,16 @@ TEST_F(RegistrationOrder, FailingUnregistrationGivesItsCodeAndStillRemovesTheHel
     HRESULT typeLibraryResult;
     HRESULT result;
     CSteps steps;
-  } kCases[] = {
-      {0, S_OK, S_OK, all},
-      {1, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), {all[0], all[3]}},
-      {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, {all[0], all[1], all[3]}},
-      {3, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), all},
-      {4, S_OK, HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), all},
-  };
-  for (const auto& failing : kCases) {
-    Expect(0, S_OK);
-    EXPECT_EQ(m_library.RegisterServer(), S_OK);
-    Expect(failing.failingStep, failing.typeLibraryResult);
-    EXPECT_EQ(m_library.UnregisterServer(), failing.result);
-    EXPECT_EQ(m_steps, failing.steps) << failing.failingStep;
-    EXPECT_EQ(GetThreadLocale(), kGerman);
+  } rows[] = {{0, S_OK, S_OK, all},
+              {1, S_OK, kWriteProtected, {all[0], all[3]}},
+              {0, TYPE_E_REGISTRYACCESS, TYPE_E_REGISTRYACCESS, {all[0], all[1], all[3]}},
+              {3, S_OK, kWriteProtected, all},
+              {4, S_OK, kWriteProtected, all}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(Run(&CPluginLibrary::RegisterServer, 0, S_OK), S_OK);
+    EXPECT_EQ(Run(&CPluginLibrary::UnregisterServer, row.failingStep, row.typeLibraryResult),
+              row.result);
+    EXPECT_EQ(m_steps, row.steps) << row.failingStep;
   }
 }
 
