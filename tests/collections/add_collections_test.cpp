@@ -173,26 +173,19 @@ TEST_F(AddCollections, FullDiskLeavesNoPartOfAFile) {
   EXPECT_TRUE(m_dialog->AddedFiles().empty());
 }
 
-std::wstring g_chosen;
-
-/// An extraction during which somebody else takes the name.
-int WINAPI TakeName(LPSTR, LPSTR, USERFUNCTIONS*, UzpBuffer* buffer) {
-  static char bytes[] = "theirs";
-  const HANDLE file =
-      CreateFileW(g_chosen.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-  EXPECT_NE(file, INVALID_HANDLE_VALUE);
-  CloseHandle(file);
-  *buffer = {6, bytes};
-  return 0;
-}
-
 TEST_F(AddCollections, NameIsChosenBeforeTheExtraction) {
+  const std::wstring chosen = Content(L"x\\a.qdc");
+  std::string bytes = "theirs";
   CUnzipDouble unzip;
-  unzip->unzip = TakeName;
-  g_chosen = Content(L"x\\a.qdc");
+  unzip->unzip = [&](LPCSTR, LPCSTR, auto&, UzpBuffer& buffer) {
+    EXPECT_FALSE(Exists(chosen));
+    m_sandbox.Write(L"Downloaded Content\\x\\a.qdc", "of somebody who takes the name");
+    buffer = {6, bytes.data()};
+    return 0;
+  };
   EXPECT_EQ(AddOne(L"a.qdc", Content(L"x")), S_OK);
-  EXPECT_EQ(m_dialog->AddedFiles(), Paths{g_chosen});
-  EXPECT_EQ(ReadFileBytes(g_chosen), "theirs");
+  EXPECT_EQ(m_dialog->AddedFiles(), Paths{chosen});
+  EXPECT_EQ(ReadFileBytes(chosen), "theirs");
 }
 
 // A manifest comes with an archive from a page: whatever it says, nothing leaves the folder. The

@@ -18,14 +18,6 @@ namespace {
 
 using Lines = CDialogTrace::Lines;
 
-CDialogTrace* g_trace;
-
-int WINAPI NoteExtraction(LPSTR, LPSTR entry, USERFUNCTIONS*, UzpBuffer*) {
-  const std::string name = entry;
-  g_trace->Add(L"extract " + std::wstring(name.begin(), name.end()));
-  return 11;
-}
-
 class Manifest : public CollectionTest {
  protected:
   /// Runs the stage over an archive with these entries, which the dialog knows already. Returns the
@@ -101,8 +93,10 @@ TEST_F(Manifest, FirstXmlEntryThatExtractsEndsTheScan) {
 
 TEST_F(Manifest, PauseComesBeforeAnExtraction) {
   CUnzipDouble unzip;
-  unzip->unzip = NoteExtraction;
-  g_trace = &m_trace;
+  unzip->unzip = [this](LPCSTR, LPCSTR entry, auto&...) {
+    m_trace.Add(L"extract " + std::wstring(entry, entry + std::strlen(entry)));
+    return 11;
+  };
   Read(CStoredZip(), {L"a.xml", L"b"});
   const std::wstring title = Title(L"Unzipping Folivo Collections...");
   EXPECT_EQ(m_trace.Take(), (Lines{title, Subtitle(L""), Bar(0),           //

@@ -4,8 +4,6 @@ folivo_add_test(NAME unzip_tests LABELS unit HEAP_CHECK
   SOURCES
     unzip_binding_test.cpp
     unzip_callbacks_test.cpp
-    unzip_load_test.cpp
-    unzip_resources_test.cpp
     unzip_threads_test.cpp
   LIBS collection_test_support)
 folivo_add_test(NAME unzip_library_tests LABELS unit HEAP_CHECK

@@ -5,6 +5,7 @@
 #include <atlbase.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,29 +22,35 @@ using Names = std::vector<std::wstring>;
 constexpr DWORD kLongEnoughMs = 100;
 constexpr int kFailure = 9;  // the library then stays loaded
 
-void Report(USERFUNCTIONS* functions, const char* name) {
-  functions->SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', const_cast<char*>(name), nullptr,
-                                    0, ' ');
+void Report(USERFUNCTIONS& functions, std::string name) {
+  functions.SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
 }
 
-/// Two uses of the library: the first one waits, inside the library and at its release, for the
-/// second one, which must not come. One at a time.
-class CMeeting {
- public:
-  explicit CMeeting(int firstResult) : m_firstResult(firstResult) {
-    s_meeting = this;
-    m_unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
-      return s_meeting->Meet(functions);
-    };
-    m_unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
+class UnzipThreads : public testing::Test {
+ protected:
+  /// Has a listing and an extraction do this inside the library.
+  void WhileInUse(const std::function<int(USERFUNCTIONS& functions)>& use) {
+    m_unzip->list = [use](DCL&, USERFUNCTIONS& functions) { return use(functions); };
+    m_unzip->unzip = [use](LPCSTR, LPCSTR, USERFUNCTIONS& functions, UzpBuffer& buffer) {
       static char bytes[] = "bytes";
-      *buffer = {5, bytes};
-      return s_meeting->Meet(functions);
+      buffer = {5, bytes};
+      return use(functions);
     };
   }
 
+  CUnzipDouble m_unzip;
+  CStdoutCapture m_output;
+};
+
+/// Two uses of the library: the first one waits, inside the library and at its release, for the
+/// second one, which must not come.
+class UnzipThreadsMeeting : public UnzipThreads {
+ protected:
   /// Each use is a listing or an extraction.
-  void Run(bool isFirstListing, bool isSecondListing) {
+  void Run(bool isFirstListing, bool isSecondListing, int firstResult) {
+    m_firstResult = firstResult;
+    m_hasFirstLeft = false;
+    WhileInUse([this](USERFUNCTIONS& functions) { return Meet(functions); });
     const CParallel other([&] {
       WaitForSingleObject(m_isFirstInside, INFINITE);
       SetEvent(m_isSecondComing);
@@ -54,19 +61,19 @@ class CMeeting {
 
  private:
   bool IsFirst() const { return GetCurrentThreadId() == m_firstThread; }
-  bool Fails() const { return IsFirst() && m_firstResult == kFailure; }
 
   void Use(bool isListing) const {
+    const bool fails = IsFirst() && m_firstResult == kFailure;
     if (isListing) {
       const Names expected = IsFirst() ? Names{L"first"} : Names();
-      EXPECT_EQ(List(L"a.zip"), Fails() ? std::nullopt : std::optional(expected));
+      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(expected));
     } else {
-      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), Fails() ? "" : "bytes");
+      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
     }
   }
 
   /// Inside the library. Returns its result.
-  int Meet(USERFUNCTIONS* functions) {
+  int Meet(USERFUNCTIONS& functions) {
     if (!IsFirst()) {
       return 0;
     }
@@ -82,20 +89,15 @@ class CMeeting {
     EXPECT_EQ(WaitForSingleObject(m_isSecondInside, kLongEnoughMs), DWORD{WAIT_TIMEOUT});
   }
 
-  static inline CMeeting* s_meeting = nullptr;
-
   const DWORD m_firstThread = GetCurrentThreadId();
-  const int m_firstResult;
-  const CHandle m_isFirstInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const CHandle m_isSecondComing{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const CHandle m_isSecondInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  int m_firstResult = 0;
   std::atomic<bool> m_hasFirstLeft = false;
-
-  CUnzipDouble m_unzip;
+  const CHandle m_isFirstInside{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  const CHandle m_isSecondComing{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  const CHandle m_isSecondInside{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   const CImportSpy<&SearchPathW> m_search{"kernel32.dll", "SearchPathW", [this](auto... arguments) {
-                                            if (!IsFirst()) {
-                                              EXPECT_TRUE(m_hasFirstLeft)
-                                                  << "the library is still used";
+                                            if (!IsFirst() && !m_hasFirstLeft) {
+                                              ADD_FAILURE() << "the library is still used";
                                               SetEvent(m_isSecondInside);
                                             }
                                             return m_search.CallOriginal(arguments...);
@@ -109,42 +111,30 @@ class CMeeting {
                                            }};
 };
 
-TEST(UnzipThreads, OneWaitsForTheOthersRelease) {
-  CStdoutCapture output;
+TEST_F(UnzipThreadsMeeting, OneWaitsForTheOthersRelease) {
   for (const bool isFirstListing : {true, false}) {
     for (const bool isSecondListing : {true, false}) {
       for (const int firstResult : {0, kFailure}) {
-        CMeeting(firstResult).Run(isFirstListing, isSecondListing);
+        Run(isFirstListing, isSecondListing, firstResult);
       }
     }
   }
 }
 
-/// As a library does that serves messages: another call comes while it is at work.
-int UseAgain(USERFUNCTIONS* functions) {
-  EXPECT_EQ(List(L"b.zip"), std::nullopt);
-  EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
-  Report(functions, "outer");
-  return 0;
-}
-
-TEST(UnzipThreads, UseInsideAnotherOfTheThreadFails) {
-  CUnzipDouble unzip;
-  CStdoutCapture output;
-  unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
-    return UseAgain(functions);
-  };
-  unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
-    static char bytes[] = "outer";
-    *buffer = {5, bytes};
-    return UseAgain(functions);
-  };
+// As with a library that serves messages: another call comes while it is at work.
+TEST_F(UnzipThreads, UseInsideAnotherOfTheThreadFails) {
+  WhileInUse([](USERFUNCTIONS& functions) {
+    EXPECT_EQ(List(L"b.zip"), std::nullopt);
+    EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
+    Report(functions, "outer");
+    return 0;
+  });
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(List(L"a.zip"), Names{L"outer"});
-    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "outer");
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
   }
   CParallel([] { EXPECT_EQ(List(L"a.zip"), Names{L"outer"}); }).Join();
-  EXPECT_TRUE(unzip.Release());
+  EXPECT_TRUE(m_unzip.Release());
 }
 
 }  // namespace
