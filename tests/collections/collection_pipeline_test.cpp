@@ -3,17 +3,13 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
-#include "tests/support/import_spy.h"
-#include "tests/support/process_counts.h"
 #include "tests/support/stored_zip.h"
 
 namespace {
@@ -73,7 +69,7 @@ TEST_F(CollectionPipeline, LocalRunEndsBehindTheManifest) {
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"source.zip"});
 }
 
-TEST_F(CollectionPipeline, NetworkRunEndsAtTheArchiveItHoldsOpen) {
+TEST_F(CollectionPipeline, NetworkRunEndsAtTheArchiveThatItHoldsOpen) {
   const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()).CloseDelimited());
   Run(TrustedUrl(path));
@@ -83,48 +79,9 @@ TEST_F(CollectionPipeline, NetworkRunEndsAtTheArchiveItHoldsOpen) {
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-TEST_F(CollectionPipeline, WhatIsNoArchiveEndsAtTheListing) {
+TEST_F(CollectionPipeline, FileThatIsNoArchiveEndsAtTheListing) {
   Run(LocalSource("no archive"));
   EXPECT_EQ(m_trace.Take(), Expected({m_copied, m_retrieving}));
-}
-
-// One archive for all calls: docs/security.md says what that does.
-TEST_F(CollectionPipeline, SecondCallUnderTheFirstOnesMessageSharesItsArchive) {
-  const CWinInetRecorder winInet;
-  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
-  std::function<void()> underMessage = [&] {
-    m_trace.Take();
-    Run(TrustedUrl(path));
-    EXPECT_EQ(m_trace.Take(L"message"),
-              Lines{L"Unable to create the destination file " + ZipPath() + L"."});
-    EXPECT_TRUE(ArchiveExists()) << "the first call holds it";
-  };
-  const CImportSpy<&MessageBoxW> message(
-      "user32.dll", "MessageBoxW", [&](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-        if (const std::function<void()> once = std::exchange(underMessage, nullptr)) {
-          once();
-        }
-        return message.CallOriginal(owner, text, caption, style);
-      });
-  Run(TrustedUrl(path));
-  EXPECT_EQ(m_trace.Take(L"message"), Lines{kCannotUnzip});
-  EXPECT_FALSE(ArchiveExists());
-}
-
-TEST_F(CollectionPipeline, NoHandleIsLeftBehind) {
-  const CWinInetRecorder winInet;
-  const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
-  const auto runAll = [&] {
-    Run(TrustedUrl(path));
-    Run(LocalSource(Archive()));
-    Run(m_sandbox / L"missing");
-  };
-  runAll();
-  const int handles = CountHandles();
-  for (int i = 0; i < 5; ++i) {
-    runAll();
-  }
-  EXPECT_LE(CountHandles(), handles + 2);
 }
 
 }  // namespace

@@ -11,17 +11,13 @@ folivo_add_test(NAME manifest_parser_tests LABELS unit
 
 foreach(kind IN ITEMS dialog transfer stage)
   set(sources_dialog
-    collection_dialog_template_test.cpp
     collection_pipeline_test.cpp
     zip_progress_dialog_end_test.cpp
     zip_progress_dialog_test.cpp)
   set(sources_transfer
-    collection_source_test.cpp
     zip_progress_dialog_transfer_failure_test.cpp
     zip_progress_dialog_transfer_test.cpp)
-  set(sources_stage
-    add_collections_test.cpp
-    manifest_test.cpp)
+  set(sources_stage zip_progress_dialog_stages_test.cpp)
   folivo_add_test(NAME collection_${kind}_tests LABELS ui HEAP_CHECK
     SOURCES
       ${sources_${kind}}

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "tests/collections/control_object.h"
-#include "tests/collections/running_dialog.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_spy.h"
 
@@ -15,40 +14,35 @@ namespace {
 
 constexpr DISPID kDownloadFile = 1;
 
-class Dispatch : public testing::Test {
+class QdcDownloadDispatch : public testing::Test {
  protected:
-  Dispatch() : m_control(m_sandbox), m_dialog(2) {}
-
-  HRESULT Names(std::vector<std::wstring> names, std::vector<DISPID>& ids) const {
-    std::vector<LPOLESTR> texts;
-    for (std::wstring& name : names) {
-      texts.push_back(name.data());
-    }
+  HRESULT Names(std::vector<const wchar_t*> names, std::vector<DISPID>& ids) const {
     ids.assign(names.size(), -77);
-    return m_control.Dispatch()->GetIDsOfNames(IID_NULL, texts.data(),
-                                               static_cast<UINT>(texts.size()), 0, ids.data());
+    return m_dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names.data()),
+                                     static_cast<UINT>(names.size()), 0, ids.data());
   }
 
   HRESULT Invoke(DISPID id, std::vector<VARIANT> arguments, VARIANT* result = nullptr,
                  EXCEPINFO* exception = nullptr, UINT* argument = nullptr) const {
     DISPPARAMS params = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
-    return m_control.Dispatch()->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, result,
-                                        exception, argument);
+    return m_dispatch->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, result, exception,
+                              argument);
   }
 
   const CTempSandbox m_sandbox;
-  const CControlObject m_control;
-  const CDialogResult m_dialog;
+  const CControlObject m_control{m_sandbox};
+  IDispatch* const m_dispatch = m_control.Dispatch();
+  const CDialogResult m_dialog{2};
 };
 
-TEST_F(Dispatch, HasTypeInformation) {
-  EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(nullptr), E_POINTER);
+TEST_F(QdcDownloadDispatch, HasTypeInformationAtOneIndex) {
+  EXPECT_EQ(m_dispatch->GetTypeInfoCount(nullptr), E_POINTER);
   UINT count = 77;
-  EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(&count), S_OK);
+  EXPECT_EQ(m_dispatch->GetTypeInfoCount(&count), S_OK);
   EXPECT_EQ(count, 1u);
 
   CComPtr<ITypeInfo> info;
-  ASSERT_EQ(m_control.Dispatch()->GetTypeInfo(0, LOCALE_SYSTEM_DEFAULT, &info), S_OK);
+  ASSERT_EQ(m_dispatch->GetTypeInfo(0, LOCALE_SYSTEM_DEFAULT, &info), S_OK);
   TYPEATTR* attributes = nullptr;
   ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
   EXPECT_EQ(attributes->guid, IID_IQDCDownload);
@@ -56,18 +50,15 @@ TEST_F(Dispatch, HasTypeInformation) {
   // The references are those of the system's own type-info object: one, the caller's.
   info.p->AddRef();
   EXPECT_EQ(info.p->Release(), 1u);
+
+  auto* none = reinterpret_cast<ITypeInfo*>(1);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(1, 0, &none), DISP_E_BADINDEX);
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(1, 0, nullptr), DISP_E_BADINDEX);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(0, 0, nullptr), E_POINTER);
 }
 
-TEST_F(Dispatch, TypeInformationHasOneIndex) {
-  const auto* const garbage = reinterpret_cast<ITypeInfo*>(1);
-  auto* info = const_cast<ITypeInfo*>(garbage);
-  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
-  EXPECT_EQ(info, nullptr);
-  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(1, 0, nullptr), DISP_E_BADINDEX);
-  EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(0, 0, nullptr), E_POINTER);
-}
-
-TEST_F(Dispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
+TEST_F(QdcDownloadDispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
   for (const DWORD length : {0, 260}) {
     const CImportSpy<&GetModuleFileNameW> name(
         "kernel32.dll", "GetModuleFileNameW", [&](HMODULE module, LPWSTR path, DWORD size) {
@@ -77,14 +68,14 @@ TEST_F(Dispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
           return length;
         });
     CComPtr<ITypeInfo> info;
-    EXPECT_EQ(m_control.Dispatch()->GetTypeInfo(0, 0, &info), E_FAIL) << length;
+    EXPECT_EQ(m_dispatch->GetTypeInfo(0, 0, &info), E_FAIL) << length;
     UINT count = 77;
-    EXPECT_EQ(m_control.Dispatch()->GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(m_dispatch->GetTypeInfoCount(&count), S_OK);
     EXPECT_EQ(count, 0u);
   }
 }
 
-TEST_F(Dispatch, NamesAreFoundInAnyCaseAndPlace) {
+TEST_F(QdcDownloadDispatch, NamesAreFoundInAnyCaseAndPlace) {
   std::vector<DISPID> ids;
   EXPECT_EQ(Names({L"DownloadFile", L"SourceURL", L"sourceurl", L"DOWNLOADFILE"}, ids), S_OK);
   EXPECT_EQ(ids, (std::vector<DISPID>{1, 0, 0, 1}));
@@ -93,19 +84,19 @@ TEST_F(Dispatch, NamesAreFoundInAnyCaseAndPlace) {
   EXPECT_EQ(Names({}, ids), S_OK);
 }
 
-TEST_F(Dispatch, UnknownNameEndsTheSearchAtOnce) {
+TEST_F(QdcDownloadDispatch, UnknownNameEndsTheSearchAtOnce) {
   std::vector<DISPID> ids;
-  EXPECT_EQ(Names({L"DownloadFile", L"Download", L"SourceURL"}, ids), DISP_E_UNKNOWNNAME);
-  EXPECT_EQ(ids, (std::vector<DISPID>{1, -77, -77}));
-  LPOLESTR null = nullptr;
-  LPOLESTR name = const_cast<LPOLESTR>(L"DownloadFile");
+  for (const wchar_t* unknown : {L"Download", static_cast<const wchar_t*>(nullptr)}) {
+    EXPECT_EQ(Names({L"DownloadFile", unknown, L"SourceURL"}, ids), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(ids, (std::vector<DISPID>{1, -77, -77}));
+  }
+  auto* name = const_cast<LPOLESTR>(L"DownloadFile");
   DISPID id = 0;
-  EXPECT_EQ(m_control.Dispatch()->GetIDsOfNames(IID_NULL, &null, 1, 0, &id), DISP_E_UNKNOWNNAME);
-  EXPECT_EQ(m_control.Dispatch()->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_POINTER);
-  EXPECT_EQ(m_control.Dispatch()->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr), E_POINTER);
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_POINTER);
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr), E_POINTER);
 }
 
-TEST_F(Dispatch, ConvertsItsArgumentAndLeavesTheCallersAsItIs) {
+TEST_F(QdcDownloadDispatch, ArgumentIsConvertedAndTheCallersStaysAsItIs) {
   std::wstring source;
   m_dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
   CComVariant text(L"x");
@@ -128,11 +119,11 @@ TEST_F(Dispatch, ConvertsItsArgumentAndLeavesTheCallersAsItIs) {
   EXPECT_EQ(text.vt, VT_BSTR);
 }
 
-TEST_F(Dispatch, TellsWhatIsWrongInAFixedOrder) {
+TEST_F(QdcDownloadDispatch, ErrorsAreTestedInAFixedOrder) {
   const CComVariant text(L"x");
-  EXPECT_EQ(m_control.Dispatch()->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr,
-                                         nullptr, nullptr),
-            DISP_E_BADVARTYPE);
+  EXPECT_EQ(
+      m_dispatch->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
+      DISP_E_BADVARTYPE);
   // Too many arguments come before the identifier, and before the result is cleared; the identifier
   // before a missing argument.
   const struct {
@@ -153,13 +144,13 @@ TEST_F(Dispatch, TellsWhatIsWrongInAFixedOrder) {
     EXPECT_EQ(result.vt, c.result) << c.id;
   }
   DISPPARAMS none = {nullptr, nullptr, 1, 0};
-  EXPECT_EQ(m_control.Dispatch()->Invoke(kDownloadFile, IID_NULL, 0, DISPATCH_METHOD, &none,
-                                         nullptr, nullptr, nullptr),
+  EXPECT_EQ(m_dispatch->Invoke(kDownloadFile, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr,
+                               nullptr),
             DISP_E_BADPARAMCOUNT);
   EXPECT_EQ(m_dialog.Count(), 0);
 }
 
-TEST_F(Dispatch, ArgumentThatIsNoTextIsNamed) {
+TEST_F(QdcDownloadDispatch, ArgumentThatIsNoTextIsATypeMismatch) {
   // The system refuses the last one with DISP_E_BADVARTYPE; the caller gets the same code.
   for (const VARTYPE type : {VARTYPE{VT_UNKNOWN}, VARTYPE{VT_NULL}, VARTYPE{15}}) {
     VARIANT value = {};
@@ -172,7 +163,7 @@ TEST_F(Dispatch, ArgumentThatIsNoTextIsNamed) {
   EXPECT_EQ(m_dialog.Count(), 0);
 }
 
-TEST_F(Dispatch, FailureIsReturnedWithAnException) {
+TEST_F(QdcDownloadDispatch, FailureIsReturnedWithAnException) {
   const CComVariant longText(std::wstring(1001, L'a').c_str());
   EXCEPINFO exception;
   memset(&exception, 0x77, sizeof(exception));

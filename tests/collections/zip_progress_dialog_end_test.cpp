@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <shlwapi.h>
+
 #include <initializer_list>
 #include <new>
 #include <string>
@@ -15,7 +17,6 @@
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
 #include "tests/support/dialog_result.h"
-#include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
 
@@ -46,7 +47,7 @@ TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialog) {
   EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
 }
 
-TEST_F(ZipProgressDialogEnd, EndActsOnce) {
+TEST_F(ZipProgressDialogEnd, SecondEndIsIgnored) {
   m_sandbox.Write(L"download.zip", "old");
   COpenDialog dialog = Open();
   CDialogTrace trace;
@@ -94,7 +95,7 @@ TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
   EXPECT_TRUE(winInet.closed.empty());
 }
 
-TEST_F(ZipProgressDialogEnd, WithoutAWindowNothingHappens) {
+TEST_F(ZipProgressDialogEnd, MissingWindowEndsNothing) {
   m_sandbox.Write(L"download.zip", "old");
   const CDialogResult noWindow(-1);
   CDialogTrace trace;
@@ -104,7 +105,7 @@ TEST_F(ZipProgressDialogEnd, WithoutAWindowNothingHappens) {
   EXPECT_EQ(trace.Take(), Lines());
 }
 
-TEST_F(ZipProgressDialogEnd, OneWhoseWindowIsDestroyedClosesItsHandles) {
+TEST_F(ZipProgressDialogEnd, DestructorClosesTheHandlesOfADestroyedWindow) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   const CWinInetRecorder winInet;
   const CDialogTrace trace;
@@ -116,7 +117,7 @@ TEST_F(ZipProgressDialogEnd, OneWhoseWindowIsDestroyedClosesItsHandles) {
   EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
 }
 
-TEST_F(ZipProgressDialogEnd, WindowMayBeDestroyedUnderTheMessage) {
+TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheMessageIsNotEnded) {
   CDialogTrace trace;
   m_sandbox.Write(L"download.zip", "old");
   COpenDialog dialog = Open();
@@ -131,7 +132,7 @@ TEST_F(ZipProgressDialogEnd, WindowMayBeDestroyedUnderTheMessage) {
 }
 
 // The error dialog of the system is where a user can wait, and the browser's window go.
-TEST_F(ZipProgressDialogEnd, DestroyedUnderTheErrorDialogItStopsWithoutAMessage) {
+TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheErrorDialogStopsItWithoutAMessage) {
   for (const DWORD answer :
        std::initializer_list<DWORD>{ERROR_SUCCESS, ERROR_INTERNET_FORCE_RETRY, ERROR_CANCELLED}) {
     const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
@@ -168,34 +169,24 @@ TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
   EXPECT_EQ(message.Calls().size(), 1u);
 }
 
-/// Memory runs out at one place of a whole run.
-class ZipProgressDialogShortage : public ZipProgressDialogEnd {
- protected:
-  template <typename Function>
-  void Run(const char* library, const char* name, Function* replacement,
-           const std::wstring& message) {
+TEST_F(ZipProgressDialogEnd, OutOfMemoryIsOneMessageOfTheStage) {
+  const auto expectMessage = [this](const wchar_t* message) {
     m_sandbox.Write(L"download.zip", "old");
     const std::wstring source = m_sandbox.Write(L"source.zip", "PK");
     CZipProgressDialog dialog(source.c_str(), ZipPath().c_str(), L"");
-    CDialogTrace trace;
-    const CImportPatch patch(library, name, replacement);
+    CMessageRecorder messages;
     EXPECT_EQ(dialog.DoModal(nullptr), 3);
-    EXPECT_EQ(trace.Take(L"message"), Lines{message}) << name;
+    EXPECT_EQ(messages.TakeTexts(), Lines{message});
+  };
+  const auto fail = [](auto...) -> BOOL { throw std::bad_alloc(); };
+  {
+    const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", fail);
+    expectMessage(kCannotUnzip);
+    EXPECT_FALSE(ArchiveExists());
   }
-};
-
-TEST_F(ZipProgressDialogShortage, IsOneMessageOfTheStage) {
-  Run("kernel32.dll", "Sleep", +[](DWORD) { throw std::bad_alloc(); }, kUnavailable);
-  EXPECT_FALSE(ArchiveExists());
   // The archive is looked for in the same way, so that it cannot be deleted.
-  Run(
-      "shlwapi.dll", "PathFileExistsW", +[](LPCWSTR) -> BOOL { throw std::bad_alloc(); },
-      kUnavailable);
-  Run(
-      "kernel32.dll", "SearchPathW",
-      +[](LPCWSTR, LPCWSTR, LPCWSTR, DWORD, LPWSTR, LPWSTR*) -> DWORD { throw std::bad_alloc(); },
-      kCannotUnzip);
-  EXPECT_FALSE(ArchiveExists());
+  const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", fail);
+  expectMessage(kUnavailable);
 }
 
 }  // namespace

@@ -22,11 +22,11 @@ constexpr DWORD kOtherError = ERROR_INTERNET_UNRECOGNIZED_SCHEME;
 
 using Lines = CDialogTrace::Lines;
 
-class CollectionTransferFailure : public CollectionTest {
+class ZipProgressDialogTransferFailure : public CollectionTest {
  protected:
   /// Runs the whole dialog, which ends with 3 and leaves no archive. Returns its only message.
-  std::wstring Fail(const std::wstring& source, const std::wstring& zipPath) {
-    CZipProgressDialog dialog(source.c_str(), zipPath.c_str(), ContentFolder().c_str());
+  std::wstring Fail(const std::wstring& source) {
+    CZipProgressDialog dialog(source.c_str(), ZipPath().c_str(), ContentFolder().c_str());
     CDialogTrace trace;
     EXPECT_EQ(dialog.DoModal(nullptr), 3);
     Lines lines = trace.Take();
@@ -38,10 +38,9 @@ class CollectionTransferFailure : public CollectionTest {
     EXPECT_TRUE(CZipProgressDialogPeer{dialog}.AddedFiles().empty());
     return lines.at(0).substr(Message(L"").size());
   }
-  std::wstring Fail(const std::wstring& source) { return Fail(source, ZipPath()); }
 };
 
-TEST_F(CollectionTransferFailure, UntrustedHostIsNeverAsked) {
+TEST_F(ZipProgressDialogTransferFailure, UntrustedHostIsNeverAsked) {
   const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   for (const std::wstring& url :
@@ -52,7 +51,7 @@ TEST_F(CollectionTransferFailure, UntrustedHostIsNeverAsked) {
   EXPECT_TRUE(winInet.sessions.empty());
 }
 
-TEST_F(CollectionTransferFailure, FailedRequestIsUnavailable) {
+TEST_F(ZipProgressDialogTransferFailure, FailedRequestIsUnavailable) {
   const struct {
     const char* name;
     std::function<void(CWinInetRecorder&)> prepare;
@@ -97,7 +96,7 @@ TEST_F(CollectionTransferFailure, FailedRequestIsUnavailable) {
   }
 }
 
-TEST_F(CollectionTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
+TEST_F(ZipProgressDialogTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
   for (const bool fails : {false, true}) {
     const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
     CWinInetRecorder winInet;
@@ -113,7 +112,7 @@ TEST_F(CollectionTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
   }
 }
 
-TEST_F(CollectionTransferFailure, RetryClosesTheRequestAndAsksAgain) {
+TEST_F(ZipProgressDialogTransferFailure, RetryClosesTheRequestAndAsksAgain) {
   const CDialogTrace trace;
   CWinInetRecorder winInet;
   PathScript script;
@@ -137,16 +136,7 @@ TEST_F(CollectionTransferFailure, RetryClosesTheRequestAndAsksAgain) {
   EXPECT_EQ(ReadFileBytes(ZipPath()), "three");
 }
 
-TEST_F(CollectionTransferFailure, ArchiveThatCannotBeCreatedIsNamed) {
-  const CWinInetRecorder winInet;
-  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  const std::wstring zipPath = m_sandbox / L"missing 100%s folder\\download.zip";
-  EXPECT_EQ(Fail(TrustedUrl(path), zipPath),
-            L"Unable to create the destination file " + zipPath + L".");
-  EXPECT_TRUE(winInet.readSizes.empty());
-}
-
-TEST_F(CollectionTransferFailure, BrokenBodyIsDeletedThenReported) {
+TEST_F(ZipProgressDialogTransferFailure, BrokenBodyIsDeletedThenReported) {
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 100000));
   CWinInetRecorder winInet;
   winInet.failedRead = 4;
@@ -163,7 +153,7 @@ TEST_F(CollectionTransferFailure, BrokenBodyIsDeletedThenReported) {
   EXPECT_FALSE(ArchiveExists());
 }
 
-TEST_F(CollectionTransferFailure, ChunkWrittenInPartIsReported) {
+TEST_F(ZipProgressDialogTransferFailure, ChunkWrittenInPartIsReported) {
   const CWinInetRecorder winInet;
   const ScriptedPath path(m_server, HttpAnswer().Pattern(1, 50000));
   const CImportSpy<&WriteFile> write(
@@ -173,12 +163,6 @@ TEST_F(CollectionTransferFailure, ChunkWrittenInPartIsReported) {
       });
   EXPECT_EQ(Fail(TrustedUrl(path)), L"Unable to write to the destination file " + ZipPath() + L".");
   EXPECT_EQ(winInet.readSizes.size(), 1u);
-}
-
-TEST_F(CollectionTransferFailure, ReadOnlyArchiveIsDeletedToo) {
-  const std::wstring zipPath = m_sandbox.Write(L"download.zip", "old");
-  SetFileAttributesW(zipPath.c_str(), FILE_ATTRIBUTE_READONLY);
-  EXPECT_EQ(Fail(L"http://elsewhere.example/a.zip"), kMissing);
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ constexpr uint64_t kSeed = 7;
 
 using Lines = CDialogTrace::Lines;
 
-class CollectionTransfer : public CollectionTest {
+class ZipProgressDialogTransfer : public CollectionTest {
  protected:
   /// Runs the first stage, then ends the dialog. Returns the archive, or nothing when the stage
   /// failed.
@@ -42,7 +42,7 @@ class CollectionTransfer : public CollectionTest {
   int total = -1;
 };
 
-TEST_F(CollectionTransfer, StepsComeInOrder) {
+TEST_F(ZipProgressDialogTransfer, BarAndPausesFollowTheChunks) {
   const Lines begin = {Title(L"Downloading Folivo Collections..."), Subtitle(L""), Bar(0)};
   const Lines end = {Pause(100), Pause(700), Bar(100), End(2)};
   const struct {
@@ -64,7 +64,7 @@ TEST_F(CollectionTransfer, StepsComeInOrder) {
   }
 }
 
-TEST_F(CollectionTransfer, SessionAndRequestAreAskedForAsDocumented) {
+TEST_F(ZipProgressDialogTransfer, SessionAndRequestHaveTheirArguments) {
   const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 100));
   COpenDialog dialog = Open(TrustedUrl(path));
   SetLastError(ERROR_ACCESS_DENIED);  // is no failure of this request
@@ -85,14 +85,7 @@ TEST_F(CollectionTransfer, SessionAndRequestAreAskedForAsDocumented) {
   EXPECT_EQ(requests[0].Header("User-Agent"), "FolivoAX");
 }
 
-TEST_F(CollectionTransfer, OtherStatusesAreJudgedByTheirContent) {
-  m_winInet.errorDialogAnswers = {ERROR_SUCCESS};  // to 401: the user gives no credentials
-  for (const int status : {401, 503}) {
-    EXPECT_EQ(Fetch(HttpAnswer().Status(status).Bytes("PK content")), "PK content") << status;
-  }
-}
-
-TEST_F(CollectionTransfer, LengthIsANumberReadAsAText) {
+TEST_F(ZipProgressDialogTransfer, LengthIsANumberReadAsAText) {
   // The bytes of the numbers 49 and 57 are the texts "1" and "9"; 3211314 is "21".
   const struct {
     const char* length;
@@ -112,7 +105,7 @@ TEST_F(CollectionTransfer, LengthIsANumberReadAsAText) {
   }
 }
 
-TEST_F(CollectionTransfer, UnknownLengthCountsAsTwoMillion) {
+TEST_F(ZipProgressDialogTransfer, UnknownLengthCountsAsTwoMillion) {
   constexpr size_t kSize = 2100000;
   EXPECT_EQ(Fetch(HttpAnswer().Pattern(kSeed, kSize).CloseDelimited()),
             PatternBytes(kSeed, 0, kSize));
@@ -124,7 +117,7 @@ TEST_F(CollectionTransfer, UnknownLengthCountsAsTwoMillion) {
   }
 }
 
-TEST_F(CollectionTransfer, ReceivedBytesWrapAt32Bits) {
+TEST_F(ZipProgressDialogTransfer, ReceivedBytesWrapAt32Bits) {
   const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 10000).CloseDelimited());
   COpenDialog dialog = Open(TrustedUrl(path));
   dialog->SetReceived(INT32_MAX);
@@ -132,7 +125,7 @@ TEST_F(CollectionTransfer, ReceivedBytesWrapAt32Bits) {
   EXPECT_EQ(dialog->Received(), INT32_MIN + 9999);
 }
 
-TEST_F(CollectionTransfer, ArchiveIsCreatedWithoutSharing) {
+TEST_F(ZipProgressDialogTransfer, ArchiveIsCreatedWithoutSharing) {
   m_sandbox.Write(L"download.zip", "old");
   const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 100));
   COpenDialog dialog = Open(TrustedUrl(path));
@@ -150,7 +143,7 @@ TEST_F(CollectionTransfer, ArchiveIsCreatedWithoutSharing) {
   EXPECT_EQ(create.Calls().size(), 1u);
 }
 
-TEST_F(CollectionTransfer, FirstCharactersTellAPage) {
+TEST_F(ZipProgressDialogTransfer, PageInTheFirstTenCharactersIsRefused) {
   using namespace std::string_literals;
   for (const std::string& page : {"<html>"s, "<html><body>"s, " <html>"s, "abcd<html>"s,
                                   "\r\n\r\n<html>"s, "\xE4\xF6\xFC\xDF<html>"s, "<html>\0"s}) {
@@ -165,6 +158,44 @@ TEST_F(CollectionTransfer, FirstCharactersTellAPage) {
     EXPECT_EQ(Fetch(HttpAnswer().Bytes(archive)), archive) << archive.substr(0, 20);
     EXPECT_TRUE(m_trace.Take(L"message").empty());
   }
+}
+
+/// Archives that are no addresses: local and network paths.
+class ZipProgressDialogTransferLocal : public ZipProgressDialogTransfer {
+ protected:
+  /// Runs the stage: its first lines are always the same, and `rest` follows them.
+  void Expect(const std::wstring& source, bool succeeds, const Lines& rest) {
+    COpenDialog dialog = Open(source);
+    m_trace.Take();
+    EXPECT_EQ(dialog->DownloadArchive(), succeeds);
+    Lines lines = {Title(L"Downloading Folivo Collections..."), Subtitle(L""), Bar(0), Bar(50),
+                   Pause(700)};
+    lines.insert(lines.end(), rest.begin(), rest.end());
+    EXPECT_EQ(m_trace.Take(), lines);
+    EXPECT_TRUE(m_winInet.sessions.empty());
+  }
+};
+
+TEST_F(ZipProgressDialogTransferLocal, MissingFileIsReported) {
+  for (const std::wstring& source :
+       {m_sandbox / L"missing.zip", std::wstring(), std::wstring(L"www.folivo-collections.example"),
+        std::wstring(L" http://folivo-collections.example/a.zip")}) {
+    Expect(source, false, {Message(kMissing), End(3)});
+  }
+}
+
+TEST_F(ZipProgressDialogTransferLocal, FreshCopyCountsAsFailure) {
+  const std::wstring source = m_sandbox.Write(L"source.zip", "new");
+  Expect(source, false,
+         {Message(L"Unable to write to the destination file " + ZipPath() + L"."),
+          Delete(L"download.zip"), End(3)});
+  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>{L"source.zip"});
+}
+
+TEST_F(ZipProgressDialogTransferLocal, FailedCopyGoesOnWithTheOldArchive) {
+  m_sandbox.Write(L"download.zip", "old");
+  Expect(m_sandbox.Write(L"source.zip", "new"), true, {Bar(100)});
+  EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
 }
 
 }  // namespace

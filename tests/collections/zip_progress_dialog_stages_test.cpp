@@ -1,17 +1,17 @@
-// The stage that adds what the manifest names to the content folder.
+// The stages that read the manifest and add the collections that it names.
 
 #include <gtest/gtest.h>
 #include <tinyxml.h>
 #include <windows.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/doubles/unzip/unzip_double.h"
-#include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
@@ -21,11 +21,24 @@ namespace {
 using Lines = CDialogTrace::Lines;
 using Paths = std::vector<std::wstring>;
 
-class AddCollections : public CollectionTest {
+class ZipProgressDialogStages : public CollectionTest {
  protected:
-  /// Runs the stage over the elements of a manifest. Returns the files that it has added.
+  /// Runs the manifest's stage over an archive with these entries, which the dialog knows already.
+  /// Returns the manifest's root; empty when none was parsed.
+  std::string Read(const CStoredZip& zip, const std::vector<std::wstring>& names) {
+    m_sandbox.Write(L"download.zip", zip.Bytes());
+    m_dialog->SetEntries(names);
+    TiXmlDocument document;
+    m_trace.Take();
+    EXPECT_EQ(m_dialog->ReadManifest(document), E_FAIL);
+    const TiXmlElement* const root = document.RootElement();
+    return root != nullptr ? root->Value() : "";
+  }
+
+  /// Runs the adding stage over the elements of a manifest. Returns the files that it has added.
   Paths Add(const CStoredZip& zip, const std::string& elements) {
     m_sandbox.Write(L"download.zip", zip.Bytes());
+    m_dialog->ForgetAddedFiles();
     TiXmlDocument document;
     document.Parse(("<Any>" + elements + "</Any>").c_str(), nullptr, TIXML_ENCODING_LEGACY);
     m_trace.Take();
@@ -48,20 +61,70 @@ class AddCollections : public CollectionTest {
   CFilePath m_output;
 };
 
-TEST_F(AddCollections, FilesGoWhereTheManifestSays) {
+const std::wstring kUnzipping = Title(L"Unzipping Folivo Collections...");
+
+TEST_F(ZipProgressDialogStages, FirstXmlEntryThatExtractsEndsTheScanAndTheStageFails) {
+  const struct {
+    CStoredZip zip;
+    std::vector<std::wstring> names;
+    std::string root;
+    Lines steps;
+  } cases[] = {
+      {CStoredZip(), {}, "", {}},
+      {CStoredZip().Add("xml", "<a/>"),
+       {L"xml"},
+       "",
+       {kUnzipping, Subtitle(L"xml"), Bar(50), Pause(700)}},
+      {CStoredZip().Add("a.qdc", "1").Add("B.XML", "<b/>").Add("c.xml", "<c/>"),
+       {L"a.qdc", L"B.XML", L"c.xml", L"d"},
+       "b",
+       {kUnzipping, Subtitle(L"a.qdc"), Bar(20), Pause(700), Bar(40), Pause(700)}},
+      {CStoredZip().Add("broken.xml", "<x/>", true).Add("folder.xml/", "").Add("good.xml", "<g/>"),
+       {L"broken.xml", L"missing.xml", L"good.xml"},
+       "g",
+       {Bar(25), Pause(700), Bar(50), Pause(700), Bar(75), Pause(700)}},
+      // Even if it cannot be parsed.
+      {CStoredZip().Add("a.xml", "no xml").Add("b.xml", "<b/>"),
+       {L"a.xml", L"b.xml"},
+       "",
+       {Bar(33), Pause(700)}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Read(c.zip, c.names), c.root);
+    Lines lines = {kUnzipping, Subtitle(L""), Bar(0)};
+    lines.insert(lines.end(), c.steps.begin(), c.steps.end());
+    lines.push_back(Bar(100));
+    EXPECT_EQ(m_trace.Take(), lines);
+  }
+}
+
+TEST_F(ZipProgressDialogStages, PauseComesBeforeAnExtraction) {
+  CUnzipDouble unzip;
+  unzip->unzip = [this](LPCSTR, LPCSTR entry, auto&...) {
+    m_trace.Add(L"extract " + std::wstring(entry, entry + std::strlen(entry)));
+    return 11;
+  };
+  Read(CStoredZip(), {L"a.xml", L"b"});
+  EXPECT_EQ(m_trace.Take(), (Lines{kUnzipping, Subtitle(L""), Bar(0),      //
+                                   Bar(33), Pause(700), L"extract a.xml",  //
+                                   kUnzipping, Subtitle(L"b"), Bar(66), Pause(700), Bar(100)}));
+}
+
+TEST_F(ZipProgressDialogStages, FilesAreAddedWhereTheManifestSays) {
   const std::string first = PatternBytes(1, 0, 100000);
-  const CStoredZip zip = CStoredZip().Add("a.qdc", first).Add("b.b.qdc", "").Add("c", "\r\n\x1A");
-  const Paths added = Add(
-      zip, Element("a.qdc", "Lessons") + Element("b.b.qdc", "Lessons/Deep\\er") + Element("c", ""));
-  EXPECT_EQ(added, (Paths{Content(L"Lessons\\a.qdc"), Content(L"Lessons\\Deep\\er\\b.b.qdc"),
-                          Content(L"c")}));
+  const Paths added =
+      Add(CStoredZip().Add("a.qdc", first).Add("Gr\xF6\xDF.b.qdc", "").Add("c", "\r\n\x1A"),
+          Element("a.qdc", "Lessons") + Element("Gr\xF6\xDF.b.qdc", "Caf\xE9/Deep\\er") +
+              Element("c", ""));
+  EXPECT_EQ(added, (Paths{Content(L"Lessons\\a.qdc"),
+                          Content(L"Caf\u00E9\\Deep\\er\\Gr\u00F6\u00DF.b.qdc"), Content(L"c")}));
   EXPECT_EQ(ReadFileBytes(added[0]), first);
   EXPECT_EQ(ReadFileBytes(added[1]), "");
   EXPECT_EQ(ReadFileBytes(added[2]), "\r\n\x1A");
   EXPECT_EQ(m_sandbox.Files().size(), 4u);
 }
 
-TEST_F(AddCollections, StepsComeInOrder) {
+TEST_F(ZipProgressDialogStages, AddingShowsEachPathAndAFullBar) {
   const CStoredZip zip = CStoredZip().Add("a.qdc", "a").Add("b.qdc", "b");
   Add(zip, Element("a.qdc", "x") + Element("missing", "x") + Element("b.qdc", "x"));
   const std::wstring title = Title(L"Adding collections to Folivo Content...");
@@ -70,19 +133,12 @@ TEST_F(AddCollections, StepsComeInOrder) {
                                    Bar(100),                                         //
                                    title, Subtitle(Content(L"x\\b.qdc")), Bar(100),  //
                                    Bar(100)}));
-}
-
-TEST_F(AddCollections, NothingToAddIsASuccess) {
-  for (const char* elements : {"", "text", "<Other Filename='a' Destination='b'/>"}) {
-    EXPECT_TRUE(Add(CStoredZip(), elements).empty());
-    EXPECT_EQ(m_trace.Take(L"bar"), (Lines{L"0", L"100"}));
-  }
+  EXPECT_TRUE(Add(CStoredZip(), "<Other Filename='a' Destination='b'/>").empty());
+  EXPECT_EQ(m_trace.Take(L"bar"), (Lines{L"0", L"100"}));
   EXPECT_EQ(m_dialog->AddCollections(TiXmlDocument()), S_OK);
-  EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
-  EXPECT_FALSE(Exists(ContentFolder()));
 }
 
-TEST_F(AddCollections, RootsOwnElementsCountAndAreComparedToTheLetter) {
+TEST_F(ZipProgressDialogStages, OnlyElementsOfTheRootAreAddedWithTheirCase) {
   const CStoredZip zip = CStoredZip().Add("a", "a").Add("b", "b");
   const struct {
     std::string elements;
@@ -98,24 +154,11 @@ TEST_F(AddCollections, RootsOwnElementsCountAndAreComparedToTheLetter) {
       {"<DownloadedFile Filename='a' destination='x'/>", {Content(L"a")}},
   };
   for (const auto& c : cases) {
-    m_dialog->ForgetAddedFiles();
     EXPECT_EQ(Add(zip, c.elements), c.added) << c.elements;
   }
 }
 
-TEST_F(AddCollections, NonAsciiNamesAreAnsi) {
-  const CStoredZip zip = CStoredZip().Add(
-      "Gr\xF6\xDF"
-      "e.qdc",
-      "x");
-  const Paths added = Add(zip, Element("Gr\xF6\xDF"
-                                       "e.qdc",
-                                       "Caf\xE9"));
-  EXPECT_EQ(added, Paths{Content(L"Caf\u00E9\\Gr\u00F6\u00DFe.qdc")});
-  EXPECT_EQ(ReadFileBytes(added.at(0)), "x");
-}
-
-TEST_F(AddCollections, NothingIsReplaced) {
+TEST_F(ZipProgressDialogStages, ExistingFileIsNotReplaced) {
   const std::wstring existing = m_sandbox.Write(L"Downloaded Content\\x\\a.b.qdc", "mine");
   const Paths added = Add(CStoredZip().Add("a.b.qdc", "theirs"), Element("a.b.qdc", "x"));
   ASSERT_EQ(added.size(), 1u);
@@ -125,7 +168,7 @@ TEST_F(AddCollections, NothingIsReplaced) {
   EXPECT_EQ(ReadFileBytes(added[0]), "theirs");
 }
 
-TEST_F(AddCollections, OneThatFailsDoesNotStopTheOthers) {
+TEST_F(ZipProgressDialogStages, CollectionThatFailsDoesNotStopTheOthers) {
   const CStoredZip zip = CStoredZip().Add("good", "g").Add("broken", "b", true);
   EXPECT_EQ(Add(zip, Element("missing", "x") + Element("broken", "x") + Element("a?b", "x") +
                          Element("..", "x") + Element("good", "..") + Element("good", "x")),
@@ -133,7 +176,7 @@ TEST_F(AddCollections, OneThatFailsDoesNotStopTheOthers) {
   EXPECT_EQ(m_sandbox.Files(), (Paths{L"Downloaded Content\\x\\good", L"download.zip"}));
 }
 
-TEST_F(AddCollections, OneReportsItsPathOrItsFailure) {
+TEST_F(ZipProgressDialogStages, AddedCollectionGivesItsPathAndAFailureGivesNone) {
   m_sandbox.Write(L"download.zip", CStoredZip().Add("a.qdc", "a").Add("a<b", "x").Bytes());
   m_sandbox.Write(L"Downloaded Content\\file", "");
   const struct {
@@ -153,10 +196,9 @@ TEST_F(AddCollections, OneReportsItsPathOrItsFailure) {
   EXPECT_EQ(m_sandbox.Files(), (Paths{L"Downloaded Content\\file", L"download.zip"}));
   EXPECT_EQ(AddOne(L"a.qdc", Content(L"new\\folder")), S_OK);
   EXPECT_EQ(m_output.GetText(), Content(L"new\\folder\\a.qdc").c_str());
-  EXPECT_EQ(m_dialog->AddedFiles(), Paths{Content(L"new\\folder\\a.qdc")});
 }
 
-TEST_F(AddCollections, FullDiskLeavesNoPartOfAFile) {
+TEST_F(ZipProgressDialogStages, FullDiskLeavesNoPartOfAFile) {
   m_sandbox.Write(L"download.zip", CStoredZip().Add("a", PatternBytes(1, 0, 100000)).Bytes());
   for (const bool failsAtTheEnd : {false, true}) {
     const CImportSpy<&fwrite> write(
@@ -173,12 +215,11 @@ TEST_F(AddCollections, FullDiskLeavesNoPartOfAFile) {
   EXPECT_TRUE(m_dialog->AddedFiles().empty());
 }
 
-TEST_F(AddCollections, NameIsChosenBeforeTheExtraction) {
+TEST_F(ZipProgressDialogStages, NameIsChosenBeforeTheExtraction) {
   const std::wstring chosen = Content(L"x\\a.qdc");
   std::string bytes = "theirs";
   CUnzipDouble unzip;
   unzip->unzip = [&](LPCSTR, LPCSTR, auto&, UzpBuffer& buffer) {
-    EXPECT_FALSE(Exists(chosen));
     m_sandbox.Write(L"Downloaded Content\\x\\a.qdc", "of somebody who takes the name");
     buffer = {6, bytes.data()};
     return 0;
@@ -190,7 +231,7 @@ TEST_F(AddCollections, NameIsChosenBeforeTheExtraction) {
 
 // A manifest comes with an archive from a page: whatever it says, nothing leaves the folder. The
 // containment tests have all the forms.
-TEST_F(AddCollections, NothingLeavesTheContentFolder) {
+TEST_F(ZipProgressDialogStages, NothingLeavesTheContentFolder) {
   const std::wstring sandbox = m_sandbox.Path();
   const std::string narrow(sandbox.begin(), sandbox.end());
   CStoredZip zip = CStoredZip().Add("a", "a").Add("../a", "a").Add("a:b", "a");
