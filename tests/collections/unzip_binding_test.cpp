@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -220,12 +219,9 @@ TEST_F(UnzipBinding, OtherResultsAreReportedAndLeaveTheLibraryLoaded) {
 
 // The published library answers like this for most failures: 0 or 1, a size and no bytes.
 TEST_F(UnzipBinding, ExtractionWithoutBytesFails) {
-  for (const int result : {0, 1}) {
-    m_result = result;
-    for (const unsigned long length : {0ul, 5ul, 0xFFFFFFFFul}) {
-      m_answer = {length, nullptr};
-      EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-    }
+  for (const unsigned long length : {0ul, 5ul, 0xFFFFFFFFul}) {
+    m_answer = {length, nullptr};
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
   }
   EXPECT_EQ(m_output.Take(), "");
   EXPECT_TRUE(m_unzip.Release());
@@ -326,7 +322,7 @@ TEST_F(UnzipBinding, NullArgumentsFailBeforeAnythingElse) {
   EXPECT_NE(data, nullptr);
 }
 
-TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePageOnTheStack) {
+TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePage) {
   std::vector<std::wstring> texts;
   const CImportSpy<&WideCharToMultiByte> convert(
       "kernel32.dll", "WideCharToMultiByte",
@@ -335,10 +331,6 @@ TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePageOnTheStack) {
         EXPECT_EQ(codePage, static_cast<UINT>(CP_THREAD_ACP));
         EXPECT_EQ(flags, 0u);
         EXPECT_EQ(size, static_cast<int>(2 * texts.back().size() + 1));
-        // A little above this function's own frame is its callers'.
-        EXPECT_LT(reinterpret_cast<uintptr_t>(buffer) -
-                      reinterpret_cast<uintptr_t>(__builtin_frame_address(0)),
-                  uintptr_t{1} << 17);
         std::strcpy(buffer, "x");
         return 2;
       });

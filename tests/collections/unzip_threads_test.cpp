@@ -42,80 +42,57 @@ class UnzipThreads : public testing::Test {
   CStdoutCapture m_output;
 };
 
-/// Two uses of the library: the first one waits, inside the library and at its release, for the
-/// second one, which must not come.
-class UnzipThreadsMeeting : public UnzipThreads {
- protected:
-  /// Each use is a listing or an extraction.
-  void Run(bool isFirstListing, bool isSecondListing, int firstResult) {
-    m_firstResult = firstResult;
-    m_hasFirstLeft = false;
-    WhileInUse([this](USERFUNCTIONS& functions) { return Meet(functions); });
-    const CParallel other([&] {
-      WaitForSingleObject(m_isFirstInside, INFINITE);
-      SetEvent(m_isSecondComing);
-      Use(isSecondListing);
-    });
-    Use(isFirstListing);
-  }
-
- private:
-  bool IsFirst() const { return GetCurrentThreadId() == m_firstThread; }
-
-  void Use(bool isListing) const {
-    const bool fails = IsFirst() && m_firstResult == kFailure;
+// The first use waits, inside the library and at its release, for the second one, which must not
+// come.
+TEST_F(UnzipThreads, OneWaitsForTheOthersRelease) {
+  const DWORD firstThread = GetCurrentThreadId();
+  const CHandle firstIsInside(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const CHandle secondComes(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  std::atomic<bool> isInUse = false;
+  int firstResult = 0;
+  const auto isFirst = [&] { return GetCurrentThreadId() == firstThread; };
+  WhileInUse([&](USERFUNCTIONS& functions) {
+    if (!isFirst()) {
+      return 0;
+    }
+    isInUse = true;
+    SetEvent(firstIsInside);
+    WaitForSingleObject(secondComes, INFINITE);
+    Sleep(kLongEnoughMs);
+    Report(functions, "first");
+    isInUse = firstResult != kFailure;
+    return firstResult;
+  });
+  const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", [&](auto... arguments) {
+    EXPECT_TRUE(isFirst() || !isInUse) << "the library is still used";
+    return search.CallOriginal(arguments...);
+  });
+  const CImportSpy<&FreeLibrary> release("kernel32.dll", "FreeLibrary", [&](HMODULE library) {
+    if (isFirst()) {
+      Sleep(kLongEnoughMs);
+      isInUse = false;
+    }
+    return release.CallOriginal(library);
+  });
+  const auto use = [&](bool isListing) {
+    const bool fails = isFirst() && firstResult == kFailure;
     if (isListing) {
-      const Names expected = IsFirst() ? Names{L"first"} : Names();
-      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(expected));
+      const Names names = isFirst() ? Names{L"first"} : Names();
+      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(names));
     } else {
       EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
     }
-  }
-
-  /// Inside the library. Returns its result.
-  int Meet(USERFUNCTIONS& functions) {
-    if (!IsFirst()) {
-      return 0;
-    }
-    SetEvent(m_isFirstInside);
-    WaitForSingleObject(m_isSecondComing, INFINITE);
-    ExpectSecondOutside();
-    Report(functions, "first");
-    m_hasFirstLeft = m_firstResult == kFailure;
-    return m_firstResult;
-  }
-
-  void ExpectSecondOutside() const {
-    EXPECT_EQ(WaitForSingleObject(m_isSecondInside, kLongEnoughMs), DWORD{WAIT_TIMEOUT});
-  }
-
-  const DWORD m_firstThread = GetCurrentThreadId();
-  int m_firstResult = 0;
-  std::atomic<bool> m_hasFirstLeft = false;
-  const CHandle m_isFirstInside{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-  const CHandle m_isSecondComing{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-  const CHandle m_isSecondInside{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-  const CImportSpy<&SearchPathW> m_search{"kernel32.dll", "SearchPathW", [this](auto... arguments) {
-                                            if (!IsFirst() && !m_hasFirstLeft) {
-                                              ADD_FAILURE() << "the library is still used";
-                                              SetEvent(m_isSecondInside);
-                                            }
-                                            return m_search.CallOriginal(arguments...);
-                                          }};
-  const CImportSpy<&FreeLibrary> m_release{"kernel32.dll", "FreeLibrary", [this](HMODULE library) {
-                                             if (IsFirst()) {
-                                               ExpectSecondOutside();
-                                               m_hasFirstLeft = true;
-                                             }
-                                             return m_release.CallOriginal(library);
-                                           }};
-};
-
-TEST_F(UnzipThreadsMeeting, OneWaitsForTheOthersRelease) {
+  };
   for (const bool isFirstListing : {true, false}) {
     for (const bool isSecondListing : {true, false}) {
-      for (const int firstResult : {0, kFailure}) {
-        Run(isFirstListing, isSecondListing, firstResult);
+      for (const int result : {0, kFailure}) {
+        firstResult = result;
+        const CParallel other([&] {
+          WaitForSingleObject(firstIsInside, INFINITE);
+          SetEvent(secondComes);
+          use(isSecondListing);
+        });
+        use(isFirstListing);
       }
     }
   }
