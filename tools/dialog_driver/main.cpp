@@ -68,7 +68,7 @@ int Run(const Arguments& arguments, CLineOutput& output) {
     return 0;
   }
   if (command == L"close" && words.size() == 2) {
-    return Report(Close(window));
+    return Report(RequestClose(window));
   }
   if (command == L"wait-gone" && words.size() == 2) {
     return Report(WaitGone(window, arguments.timeout));

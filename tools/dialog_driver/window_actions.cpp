@@ -119,7 +119,7 @@ ActionResult SendCommand(HWND dialog, int id) {
   return Posted(PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), control));
 }
 
-ActionResult Close(HWND window) {
+ActionResult RequestClose(HWND window) {
   if (!IsWindow(window)) {
     return ActionResult::kNoWindow;
   }

@@ -34,7 +34,7 @@ ActionResult PressKey(HWND dialog, int id, WORD virtualKey);
 ActionResult SendCommand(HWND dialog, int id);
 
 /// Asks a window to close, as its close box does. Does not wait for it to go.
-ActionResult Close(HWND window);
+ActionResult RequestClose(HWND window);
 
 /// Waits up to `timeout` milliseconds until the window has gone.
 ActionResult WaitGone(HWND window, DWORD timeout);

@@ -2,9 +2,12 @@
 """Checks the tables of tests/README.md against the sources: each product file has a row, each row's
 files exist, and each test file's suites and CTest entries are those in the sources.
 
-Usage: test_table.py [--write] [ROOT]; --write sets the suites and CTest entries of all rows.
+Usage: test_table.py [--write] [--suites] [ROOT]
+  --write   sets the suites and CTest entries of all rows
+  --suites  checks, too, that each suite is named after its file
 """
 
+import os
 import pathlib
 import re
 import sys
@@ -13,6 +16,16 @@ PRODUCT = ("plugin", "browser", "collections", "download", "com", "ui", "base", 
 SOURCES = {".cpp", ".h", ".c"}
 SUITE = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+)\s*,", re.MULTILINE)
 COMMAND = re.compile(r"^\s*(\w+)\s*\(((?:[^()\"]|\"[^\"]*\")*)\)", re.MULTILINE)
+
+
+def block_end(commands, start):
+    """The position of the endforeach() that closes the foreach() at `start`."""
+    depth = 0
+    for position in range(start, len(commands)):
+        depth += {"foreach": 1, "endforeach": -1}.get(commands[position][0], 0)
+        if depth == 0:
+            return position
+    raise ValueError(f"foreach({commands[start][1]}) has no end")
 
 
 def ctest_entries(folder):
@@ -25,21 +38,23 @@ def ctest_entries(folder):
         return text
 
     def run(commands):
-        for position, (name, text) in enumerate(commands):
+        position = 0
+        while position < len(commands):
+            name, text = commands[position]
             words = text.split()
             if name == "foreach":
-                end = next(i for i in range(position, len(commands))
-                           if commands[i][0] == "endforeach")
-                for variables[words[0]] in words[3:]:
+                end = block_end(commands, position)
+                items = words[3:] if words[1:3] == ["IN", "ITEMS"] else words[1:]
+                for variables[words[0]] in items:
                     run(commands[position + 1:end])
-                run(commands[end + 1:])
-                return
-            if name == "set":
+                position = end
+            elif name == "set":
                 variables[words[0]] = " ".join(words[1:])
             elif name in ("folivo_add_test", "folivo_add_script_test"):
                 words = expand(text).split()
                 entry = words[words.index("NAME") + 1]
                 entries.extend((entry, word.strip('"')) for word in words)
+            position += 1
 
     for file in (folder / "CMakeLists.txt", *sorted(folder.glob("*.cmake"))):
         if file.exists():
@@ -53,18 +68,36 @@ class Tests:
 
     def __init__(self, root):
         self.folder = root / "tests"
-        self.entries = [(entry, file.parent, word)
-                        for file in sorted(self.folder.rglob("CMakeLists.txt"))
-                        for entry, word in ctest_entries(file.parent)]
+        self.entries = {}  # of each file, as a dictionary without values: in their order
+        for file in sorted(self.folder.rglob("CMakeLists.txt")):
+            for entry, word in ctest_entries(file.parent):
+                self.entries.setdefault(self.path(file.parent, word), {})[entry] = None
+
+    def path(self, folder, word):
+        """What a word of a CMake file names, seen from tests/; scripts are named from the root."""
+        if word.startswith("tests/"):
+            return word.removeprefix("tests/")
+        return os.path.relpath(os.path.join(folder, word), self.folder)
+
+    def suites(self, path):
+        return list(dict.fromkeys(
+            SUITE.findall((self.folder / path).read_text(encoding="utf-8"))))
 
     def cells(self, path):
         """The suites of a test file and the CTest entries that run it, as table cells."""
-        suites = dict.fromkeys(SUITE.findall((self.folder / path).read_text(encoding="utf-8")))
-        entries = dict.fromkeys(
-            entry for entry, folder, word in self.entries
-            if (folder / word).resolve() == (self.folder / path).resolve()
-            or word.endswith("tests/" + path))
-        return [", ".join(f"`{name}`" for name in names) or "–" for names in (suites, entries)]
+        return [", ".join(f"`{name}`" for name in names) or "–"
+                for names in (self.suites(path), self.entries.get(path, {}))]
+
+    def misnamed_suites(self):
+        """Yields the suites whose names do not begin with their file's: of message_box_test.cpp,
+        MessageBox and MessageBoxLayout do, MessageBoxes does not. Abbreviations may be in capitals."""
+        for file in sorted(self.folder.rglob("*_test.cpp")):
+            path = file.relative_to(self.folder).as_posix()
+            stem = file.stem.removesuffix("_test").replace("_", "")
+            for suite in self.suites(path):
+                rest = suite[len(stem):]
+                if suite[:len(stem)].lower() != stem or rest[:1].islower():
+                    yield f"tests/{path}: the suite {suite} is not named after the file"
 
 
 def check(root, write):
@@ -115,11 +148,15 @@ def check(root, write):
 
 
 def main():
-    arguments = [word for word in sys.argv[1:] if word != "--write"]
+    options = {word for word in sys.argv[1:] if word.startswith("--")}
+    arguments = [word for word in sys.argv[1:] if word not in options]
     root = pathlib.Path(arguments[0] if arguments else ".").resolve()
-    found = list(check(root, "--write" in sys.argv))
+    found = list(check(root, "--write" in options))
     if found:
-        print("\n".join(found), "To set suites and entries: tools/lint/test_table.py --write", sep="\n")
+        found.append("To set suites and entries: tools/lint/test_table.py --write")
+    if "--suites" in options:
+        found.extend(Tests(root).misnamed_suites())
+    print(*found, sep="\n", end="\n" if found else "")
     return 1 if found else 0
 
 

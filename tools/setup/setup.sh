@@ -14,7 +14,7 @@ programs=(
   wine:import:imagemagick-6.q16 test:zip:zip bench:curl:curl lint:clang-format-19:clang-format-19
   lint:clang-tidy-19:clang-tidy-19 lint:clang-cl-19:clang-tools-19 lint:llvm-rc-19:llvm-19
   lint:shellcheck:shellcheck ubsan:clang++-19:clang-19
-  ubsan:lld-19:lld-19)
+  ubsan:lld-19:lld-19 test:ld.lld-19:lld-19)
 
 # wanted_packages PURPOSE...
 wanted_packages() {
