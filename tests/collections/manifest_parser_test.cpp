@@ -112,7 +112,10 @@ std::string ParseAttribute(std::string_view text) {
 TEST(ManifestParser, TextIsInTheSystemCodePageWhateverTheManifestAndTheThreadSay) {
   const CThreadLocaleScope japanese(
       MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
-  const std::string value = "Caf\xE9\x80\x81\x8D\xFF\x85\xE0";
+  std::string value;
+  for (int i = 0x80; i < 0x100; ++i) {
+    value += static_cast<char>(i);
+  }
   for (const std::string declaration :
        {"", "<?xml version=\"1.0\"?>", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
         "<?xml version=\"1.0\" encoding=\"windows-1252\"?>", "\xEF\xBB\xBF"}) {

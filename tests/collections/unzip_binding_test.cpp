@@ -170,23 +170,18 @@ TEST_F(UnzipBinding, ExtractionNamesArchiveAndEntry) {
 }
 
 TEST_F(UnzipBinding, NamesAreAppendedToTheListOfTheCall) {
+  // The list is registered in front of the two allocations.
+  const CImportSpy<&GlobalAlloc> alloc("kernel32.dll", "GlobalAlloc", [&](UINT flags, SIZE_T size) {
+    Tell(UnzipListEntry, "early");
+    return alloc.CallOriginal(flags, size);
+  });
   m_told = {"one", "Gr\xFC\xDF", "100%s"};
   CSimpleArray<CStringW> names;
   names.Add(L"before");
   EXPECT_TRUE(ListZipEntries(L"a.zip", &names));
-  EXPECT_THAT(ToVector(names), ElementsAre(L"before", L"one", L"Gr\u00fc\u00df", L"100%s"));
   Tell(m_functions.SendApplicationMessage, "late");  // when no list is registered any more
-  EXPECT_EQ(names.GetSize(), 4);
-}
-
-TEST_F(UnzipBinding, ListIsRegisteredBeforeTheAllocations) {
-  const CImportSpy<&GlobalAlloc> alloc("kernel32.dll", "GlobalAlloc", [](auto...) -> HGLOBAL {
-    Tell(UnzipListEntry, "early");
-    return nullptr;
-  });
-  CSimpleArray<CStringW> names;
-  EXPECT_FALSE(ListZipEntries(L"a.zip", &names));
-  EXPECT_GE(names.GetSize(), 1);
+  EXPECT_THAT(ToVector(names),
+              ElementsAre(L"before", L"early", L"early", L"one", L"Gr\u00fc\u00df", L"100%s"));
 }
 
 TEST_F(UnzipBinding, ResultsBelowTwoAreSuccess) {

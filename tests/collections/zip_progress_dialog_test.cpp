@@ -8,31 +8,26 @@
 #include <commctrl.h>
 #include <tinyxml.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "resources/resource.h"
 #include "tests/collections/collection_test.h"
-#include "tests/collections/dialog_trace.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/support/dialog_template.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
 #include "tests/support/user.h"
 
 namespace {
 
-using Lines = CDialogTrace::Lines;
-
 constexpr int kTitle = 210;
 constexpr int kSubtitle = 211;
 constexpr int kBar = 212;
 
-RECT ChildBounds(HWND window, HWND child) {
+RECT ChildBounds(HWND window, int id) {
   RECT bounds = {};
-  GetWindowRect(child, &bounds);
+  GetWindowRect(GetDlgItem(window, id), &bounds);
   MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
   return bounds;
 }
@@ -65,8 +60,8 @@ TEST_F(ZipProgressDialog, StartsWithOnlyCancelEnabled) {
 
     RECT client = {};
     GetClientRect(window, &client);
-    const RECT ok = ChildBounds(window, GetDlgItem(window, IDOK));
-    const RECT cancel = ChildBounds(window, GetDlgItem(window, IDCANCEL));
+    const RECT ok = ChildBounds(window, IDOK);
+    const RECT cancel = ChildBounds(window, IDCANCEL);
     EXPECT_EQ(cancel.left, ok.right + 12) << "one row";
     EXPECT_EQ(ok.left, (client.right - (cancel.right - ok.left)) / 2) << "centred";
     EXPECT_EQ(ok.bottom, client.bottom - 12);
@@ -130,22 +125,6 @@ TEST_F(ZipProgressDialog, CommandEndsItAndKeepsTheArchive) {
   EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
 }
 
-TEST_F(ZipProgressDialog, StatusAndProgressGoToTheirControls) {
-  COpenDialog dialog = Open();
-  CDialogTrace trace;
-  for (const auto& [percent, position] : {std::pair(-5, 0), {0, 0}, {50, 50}, {200, 100}}) {
-    dialog->SetProgress(percent);
-    // The control's own range begins at 1.
-    EXPECT_EQ(SendDlgItemMessageW(dialog.Window(), kBar, PBM_GETPOS, 0, 0), std::max(1, position));
-    EXPECT_EQ(trace.Take(), Lines{Bar(position)});
-  }
-  for (const auto& [title, subtitle] : {std::pair(L"one %s", L"two"), {L"three", L""}}) {
-    dialog->SetStatus(title, subtitle);
-    EXPECT_EQ(ChildText(dialog.Window(), kTitle), title);
-    EXPECT_EQ(ChildText(dialog.Window(), kSubtitle), subtitle);
-  }
-}
-
 TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
   const CUnzipSearchPath unzip(RealUnzipFolder());
   const std::string archive = CStoredZip().Add("a.qdc", "lesson").Bytes();
@@ -186,63 +165,17 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
   }
 }
 
+// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_3DLOOK; the controls are
+// visible children: the default push button, another, two texts, and a bar with a border.
 TEST(ZipProgressDialogTemplate, HasItsStyleFontAndControls) {
-  EXPECT_EQ(IDD_COLLECTION_DOWNLOAD, 211);
-  const HWND window = CreateDialogParamW(
-      nullptr, MAKEINTRESOURCEW(211), nullptr,
-      [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; }, 0);
-  ASSERT_NE(window, nullptr);
-  EXPECT_EQ(TextOf(window), L"MERLO Folivo Collection Download");
-  EXPECT_EQ(GetWindowLongW(window, GWL_STYLE) & ~(WS_CLIPSIBLINGS | DS_3DLOOK),
-            WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT);
-  LOGFONTW font = {};
-  GetObjectW(reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)), sizeof(font), &font);
-  EXPECT_STREQ(font.lfFaceName, L"MS Shell Dlg");
-  EXPECT_EQ(font.lfHeight, -11) << "8 points";
-  RECT client = {};
-  GetClientRect(window, &client);
-  RECT size = {0, 0, 252, 90};
-  MapDialogRect(window, &size);
-  EXPECT_TRUE(EqualRect(&client, &size));
-
-  const struct {
-    int id;
-    std::wstring windowClass;
-    std::wstring text;
-    RECT bounds;
-    LONG style;
-  } controls[] = {
-      {IDOK, L"Button", L"OK", {140, 69, 190, 83}, WS_TABSTOP | BS_DEFPUSHBUTTON},
-      {IDCANCEL, L"Button", L"Cancel", {195, 69, 245, 83}, WS_TABSTOP},
-      {kTitle, L"Static", L"Title", {7, 10, 245, 18}, WS_GROUP},
-      {kSubtitle, L"Static", L"Subtitle", {7, 22, 245, 30}, WS_GROUP},
-      {kBar, L"msctls_progress32", L"", {7, 38, 245, 52}, 0},
-  };
-  HWND child = GetWindow(window, GW_CHILD);
-  for (const auto& c : controls) {
-    SCOPED_TRACE(c.id);
-    wchar_t windowClass[64] = {};
-    GetClassNameW(child, windowClass, ARRAYSIZE(windowClass));
-    EXPECT_EQ(windowClass, c.windowClass);
-    EXPECT_EQ(GetDlgCtrlID(child), c.id);
-    EXPECT_EQ(TextOf(child), c.text);
-    RECT expected = c.bounds;
-    MapDialogRect(window, &expected);
-    const RECT bounds = ChildBounds(window, child);
-    EXPECT_TRUE(EqualRect(&bounds, &expected));
-    EXPECT_EQ(GetWindowLongW(child, GWL_STYLE), WS_CHILD | WS_VISIBLE | c.style);
-    child = GetWindow(child, GW_HWNDNEXT);
-  }
-  EXPECT_EQ(child, nullptr);
-  DestroyWindow(window);
-
-  // The bar removes its border as it is created.
-  using namespace std::string_view_literals;
-  const HRSRC resource = FindResourceW(nullptr, MAKEINTRESOURCEW(211), RT_DIALOG);
-  const std::string_view bytes(
-      static_cast<const char*>(LockResource(LoadResource(nullptr, resource))),
-      SizeofResource(nullptr, resource));
-  EXPECT_NE(bytes.find("\0\0\x80\x50"sv), std::string_view::npos);
+  EXPECT_EQ(DescribeDialogTemplate(211),
+            L"80c800c4/0 0 0 252 90 menu '' class '' title 'MERLO Folivo Collection Download' "
+            L"font 'MS Shell Dlg' 8\n"
+            L"50010001/0 140 69 50 14 id 1 button 'OK'\n"
+            L"50010000/0 195 69 50 14 id 2 button 'Cancel'\n"
+            L"50020000/0 7 10 238 8 id 210 static 'Title'\n"
+            L"50020000/0 7 22 238 8 id 211 static 'Subtitle'\n"
+            L"50800000/0 7 38 238 14 id 212 msctls_progress32 ''\n");
 }
 
 }  // namespace

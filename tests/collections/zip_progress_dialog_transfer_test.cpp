@@ -118,12 +118,17 @@ TEST_F(ZipProgressDialogTransfer, UnknownLengthCountsAsTwoMillion) {
   }
 }
 
-TEST_F(ZipProgressDialogTransfer, ReceivedBytesWrapAt32Bits) {
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 10000).CloseDelimited());
-  COpenDialog dialog = Open(TrustedUrl(path));
-  dialog->SetReceived(INT32_MAX);
-  ASSERT_TRUE(dialog->DownloadArchive());
-  EXPECT_EQ(dialog->Received(), INT32_MIN + 9999);
+TEST_F(ZipProgressDialogTransfer, ReceivedBytesWrapAt32BitsAndTheBarStaysAbove0) {
+  // As hundredths of the total, the second sum is negative.
+  for (const int received : {INT32_MAX - 9, INT32_MAX / 100 - 8}) {
+    const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 10).CloseDelimited());
+    COpenDialog dialog = Open(TrustedUrl(path));
+    dialog->SetReceived(received);
+    m_trace.Take();
+    ASSERT_TRUE(dialog->DownloadArchive());
+    EXPECT_EQ(dialog->Received(), static_cast<int>(static_cast<unsigned>(received) + 10));
+    EXPECT_EQ(m_trace.Take(L"bar"), (Lines{L"0", L"0", L"100"}));
+  }
 }
 
 TEST_F(ZipProgressDialogTransfer, ArchiveIsCreatedWithoutSharing) {

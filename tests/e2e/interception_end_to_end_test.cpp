@@ -59,7 +59,7 @@ TEST_F(InterceptionEndToEnd, OpenedLessonReachesTheLauncherUnquoted) {
   browser.Press(kPromptTitle, kOpenButton);
   EXPECT_TRUE(browser.WaitForEvent());
   launcher.WaitForStart();
-  const std::wstring file = (m_sandbox / kTempFiles) + L"\\My Lesson.folivo";
+  const std::wstring file = (m_sandbox / kTempFiles) + L"My Lesson.folivo";
   EXPECT_EQ(launcher.Arguments(), Files{file});
   EXPECT_EQ(ReadFileBytes(file), LessonBytes());
   EXPECT_EQ(path.Requests().size(), 1u);
@@ -77,11 +77,11 @@ TEST_F(InterceptionEndToEnd, TwoInsertLinksLeaveTwoShortcuts) {
   }
   const Files arguments = launcher.Arguments();
   ASSERT_EQ(arguments.size(), 2u);
-  const std::wstring beginning = L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"\\File";
+  const std::wstring beginning = L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"File";
   EXPECT_EQ(arguments[0], beginning + L".url");
   EXPECT_EQ(arguments[1].substr(0, beginning.size() + 1), beginning + L"(");
   EXPECT_EQ(TempFiles().size(), 2u);
-  EXPECT_EQ(ReadFileBytes((m_sandbox / kTempFiles) + L"\\File.url"),
+  EXPECT_EQ(ReadFileBytes((m_sandbox / kTempFiles) + L"File.url"),
             "[InternetShortcut]\r\nURL=" + std::string(url.begin(), url.end()));
 }
 
