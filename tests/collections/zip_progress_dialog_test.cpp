@@ -165,11 +165,11 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
   }
 }
 
-// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_3DLOOK; the controls are
+// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT; the controls are
 // visible children: the default push button, another, two texts, and a bar with a border.
 TEST(ZipProgressDialogTemplate, HasItsStyleFontAndControls) {
   EXPECT_EQ(DescribeDialogTemplate(211),
-            L"80c800c4/0 0 0 252 90 menu '' class '' title 'MERLO Folivo Collection Download' "
+            L"80c800c0/0 0 0 252 90 menu '' class '' title 'MERLO Folivo Collection Download' "
             L"font 'MS Shell Dlg' 8\n"
             L"50010001/0 140 69 50 14 id 1 button 'OK'\n"
             L"50010000/0 195 69 50 14 id 2 button 'Cancel'\n"

@@ -18,20 +18,13 @@ inline CStringW Archive(const wchar_t* name) {
   return (ProgramFolder() + L"\\archives\\" + name + L".zip").c_str();
 }
 
-/// What make_archives.py puts into text entries, and into binary ones.
+/// What make_archives.py puts into text entries.
 inline std::string ArchivedText() {
   std::string text;
   for (int i = 0; i < 400; ++i) {
     text += "A lesson about zip archives.\n";
   }
   return text;
-}
-inline std::string ArchivedBytes() {
-  std::string bytes;
-  for (unsigned i = 0; i < 5000; ++i) {
-    bytes += static_cast<char>(i * i + (i >> 3));
-  }
-  return bytes;
 }
 
 inline std::vector<std::wstring> ToVector(const CSimpleArray<CStringW>& names) {
