@@ -93,14 +93,6 @@ TEST(ManifestParser, TextInFrontOfAnErrorIsKept) {
   EXPECT_TRUE(document.Error());
 }
 
-TEST(ManifestParser, RefusedTextLeavesADocumentThatCanBeUsedAgain) {
-  TiXmlDocument document;
-  ParseManifest(Nest("", kDeepest + 1), document);
-  EXPECT_TRUE(document.NoChildren());
-  ParseManifest("<b/>", document);
-  EXPECT_STREQ(document.RootElement()->Value(), "b");
-}
-
 /// Parses a manifest and returns the attribute "x" of its root.
 std::string ParseAttribute(std::string_view text) {
   TiXmlDocument document;

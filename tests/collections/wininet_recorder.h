@@ -11,11 +11,24 @@
 
 #include "tests/support/import_spy.h"
 
+/// Answers of WinINet that no server brings about reliably.
+struct CWinInetFaults {
+  /// Answers of InternetErrorDlg, from the first on, in place of its own.
+  std::vector<DWORD> errorDialogAnswers = {};
+  /// The last error behind each opening that succeeds.
+  DWORD errorBehindSuccess = ERROR_SUCCESS;
+  bool failSession = false;
+  /// The query that fails.
+  std::optional<DWORD> failedQuery = {};
+  /// The opening and the read that fail: 1 for the first.
+  size_t failedOpening = 0;
+  size_t failedRead = 0;
+};
+
 /// Makes this system's WinINet do what Windows' does where the two differ: a success leaves no last
 /// error, credentials that the user gave are kept for the server, and a number may be queried into
-/// a larger buffer. Records the product's calls, and gives answers that no server brings about
-/// reliably. One at a time.
-class CWinInetRecorder {
+/// a larger buffer. Records the product's calls. One at a time.
+class CWinInetRecorder : public CWinInetFaults {
  public:
   struct CSession {
     std::wstring agent;
@@ -54,17 +67,6 @@ class CWinInetRecorder {
   std::vector<CQuery> queries;
   std::vector<DWORD> readSizes;
   std::vector<HINTERNET> closed;
-
-  /// The last error behind each opening that succeeds.
-  DWORD errorBehindSuccess = ERROR_SUCCESS;
-  /// Answers of InternetErrorDlg, from the first on, in place of its own.
-  std::vector<DWORD> errorDialogAnswers;
-  bool failSession = false;
-  /// The query that fails.
-  std::optional<DWORD> failedQuery;
-  /// The opening and the read that fail: 1 for the first.
-  size_t failedOpening = 0;
-  size_t failedRead = 0;
 
  private:
   const CImportSpy<&InternetOpenW> m_open{

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -195,37 +194,24 @@ TEST_F(ZipProgressDialogTransferFailure, UntrustedHostIsNeverAsked) {
 TEST_F(ZipProgressDialogTransferFailure, FailedRequestIsUnavailable) {
   const struct {
     const char* name;
-    std::function<void(CWinInetRecorder&)> prepare;
+    CWinInetFaults faults;
     int status;
     std::vector<DWORD> errors;  // that the system's error dialogs get
     size_t queries;
     size_t closed;
   } cases[] = {
-      {"no session", [](auto& winInet) { winInet.failSession = true; }, 200, {}, 0, 0},
-      {"no request", [](auto& winInet) { winInet.failedOpening = 1; }, 200, {}, 0, 1},
-      {"no request by a retry",
-       [](auto& winInet) {
-         winInet.errorDialogAnswers = {kRetry, 0};
-         winInet.failedOpening = 2;
-       },
-       200,
-       {0},
-       0,
-       2},
-      {"last error behind a success",
-       [](auto& winInet) { winInet.errorBehindSuccess = kOtherError; },
-       200,
-       {kOtherError},
-       0,
-       2},
-      {"unknown status", [](auto& winInet) { winInet.failedQuery = kStatusQuery; }, 200, {0}, 1, 2},
-      {"refused status", [](auto&) {}, 404, {0}, 1, 2},
+      {"no session", {.failSession = true}, 200, {}, 0, 0},
+      {"no request", {.failedOpening = 1}, 200, {}, 0, 1},
+      {"no retry", {.errorDialogAnswers = {kRetry}, .failedOpening = 2}, 200, {0}, 0, 2},
+      {"last error", {.errorBehindSuccess = kOtherError}, 200, {kOtherError}, 0, 2},
+      {"unknown status", {.failedQuery = kStatusQuery}, 200, {0}, 1, 2},
+      {"refused status", {}, 404, {0}, 1, 2},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const ScriptedPath path(m_server, HttpAnswer().Status(c.status).Bytes("PK"));
     CWinInetRecorder winInet;
-    c.prepare(winInet);
+    static_cast<CWinInetFaults&>(winInet) = c.faults;
     EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
     std::vector<DWORD> errors;
     for (const auto& dialog : winInet.errorDialogs) {
