@@ -50,10 +50,6 @@ void UseAsLonger(Block& block, Block& copy) {
   std::fill(bytes + sizeof(block), bytes + kLonger, BYTE{0xA5});
 }
 
-void Tell(UnzipMessageFn message, std::string name) {
-  message(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
-}
-
 /// Takes down the calls of a system function.
 template <auto function>
 struct CNote;

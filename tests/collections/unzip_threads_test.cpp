@@ -22,10 +22,6 @@ using Names = std::vector<std::wstring>;
 constexpr DWORD kLongEnoughMs = 100;
 constexpr int kFailure = 9;  // the library then stays loaded
 
-void Report(USERFUNCTIONS& functions, std::string name) {
-  functions.SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
-}
-
 class UnzipThreads : public testing::Test {
  protected:
   /// Has a listing and an extraction do this inside the library.
@@ -59,7 +55,7 @@ TEST_F(UnzipThreads, OneWaitsForTheOthersRelease) {
     SetEvent(firstIsInside);
     WaitForSingleObject(secondComes, INFINITE);
     Sleep(kLongEnoughMs);
-    Report(functions, "first");
+    Tell(functions.SendApplicationMessage, "first");
     isInUse = firstResult != kFailure;
     return firstResult;
   });
@@ -103,7 +99,7 @@ TEST_F(UnzipThreads, UseInsideAnotherOfTheThreadFails) {
   WhileInUse([](USERFUNCTIONS& functions) {
     EXPECT_EQ(List(L"b.zip"), std::nullopt);
     EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
-    Report(functions, "outer");
+    Tell(functions.SendApplicationMessage, "outer");
     return 0;
   });
   for (int i = 0; i < 2; ++i) {

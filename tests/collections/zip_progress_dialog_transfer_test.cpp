@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -128,19 +127,6 @@ TEST_F(ZipProgressDialogTransfer, ReceivedBytesWrapAt32BitsAndTheBarStaysAbove0)
     EXPECT_EQ(dialog->Received(), static_cast<int>(static_cast<unsigned>(received) + 10));
     EXPECT_EQ(m_trace.Take(L"bar"), (Lines{L"0", L"0", L"100"}));
   }
-}
-
-TEST_F(ZipProgressDialogTransfer, ArchiveIsCreatedWithoutSharing) {
-  using Spy = CImportSpy<&CreateFileW>;
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(kSeed, 100));
-  COpenDialog dialog = Open(TrustedUrl(path));
-  const Spy create("kernel32.dll", "CreateFileW");
-  ASSERT_TRUE(dialog->DownloadArchive());
-  ASSERT_EQ(create.Calls().size(), 1u);
-  const LPCWSTR file = std::get<0>(create.Calls()[0]);
-  EXPECT_EQ(file, ZipPath());
-  EXPECT_EQ(create.Calls()[0], Spy::Call(file, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 TEST_F(ZipProgressDialogTransfer, PageInTheFirstTenCharactersIsRefused) {

@@ -12,6 +12,7 @@
 #include "collections/unzip_library.h"
 #include "tests/collections/stdout_capture.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
+#include "unzip/unzip_interface.h"
 
 /// One of the archives that make_archives.py makes.
 inline CStringW Archive(const wchar_t* name) {
@@ -55,4 +56,9 @@ inline std::optional<std::string> Unzip(const CStringW& archive, const CStringW&
   }
   EXPECT_NE(data, nullptr);
   return std::string(data.get(), size);
+}
+
+/// Has a callback of the library's told of an entry.
+inline void Tell(UnzipMessageFn message, std::string name) {
+  message(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
 }
