@@ -73,8 +73,10 @@ class CWinInetRecorder : public CWinInetFaults {
       "wininet.dll", "InternetOpenW",
       [this](LPCWSTR agent, DWORD type, LPCWSTR proxy, LPCWSTR bypass, DWORD flags) {
         sessions.push_back({agent, type, proxy != nullptr || bypass != nullptr, flags});
+        const HINTERNET session =
+            failSession ? nullptr : m_open.CallOriginal(agent, type, proxy, bypass, flags);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return failSession ? nullptr : m_open.CallOriginal(agent, type, proxy, bypass, flags);
+        return session;
       }};
   const CImportSpy<&InternetOpenUrlW> m_openUrl{
       "wininet.dll", "InternetOpenUrlW",

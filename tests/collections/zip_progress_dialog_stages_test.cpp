@@ -127,11 +127,12 @@ TEST_F(ZipProgressDialogStages, FilesAreAddedWhereTheManifestSays) {
 
 TEST_F(ZipProgressDialogStages, AddingShowsEachPathAndAFullBar) {
   const CStoredZip zip = CStoredZip().Add("a.qdc", "a").Add("b.qdc", "b");
-  Add(zip, Element("a.qdc", "x") + Element("missing", "x") + Element("b.qdc", "x"));
+  Add(zip,
+      Element("a.qdc", "x") + Element("missing", "x") + Element("", "x") + Element("b.qdc", "x"));
   const std::wstring title = Title(L"Adding collections to Folivo Content...");
   EXPECT_EQ(m_trace.Take(), (Lines{title, Subtitle(L""), Bar(0),                     //
                                    title, Subtitle(Content(L"x\\a.qdc")), Bar(100),  //
-                                   Bar(100),                                         //
+                                   Bar(100), Bar(100),                               //
                                    title, Subtitle(Content(L"x\\b.qdc")), Bar(100),  //
                                    Bar(100)}));
   EXPECT_TRUE(Add(CStoredZip(), "<Other Filename='a' Destination='b'/>").empty());
