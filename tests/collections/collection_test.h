@@ -11,6 +11,7 @@
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
 
 // What the dialog says when it fails.
 inline constexpr wchar_t kMissing[] =
@@ -31,8 +32,17 @@ INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND wind
 class COpenDialog {
  public:
   COpenDialog(const std::wstring& source, const std::wstring& zipPath,
-              const std::wstring& contentFolder);
-  ~COpenDialog();
+              const std::wstring& contentFolder)
+      : m_dialog(source.c_str(), zipPath.c_str(), contentFolder.c_str()) {
+    EXPECT_NE(m_dialog.Create(nullptr), nullptr);
+    ShowWindow(m_dialog, SW_SHOW);
+    m_peer.Begin();
+  }
+  ~COpenDialog() {
+    if (m_dialog.IsWindow()) {
+      m_dialog.DestroyWindow();
+    }
+  }
   COpenDialog(const COpenDialog&) = delete;
   COpenDialog& operator=(const COpenDialog&) = delete;
 
@@ -41,13 +51,13 @@ class COpenDialog {
 
  private:
   CZipProgressDialog m_dialog;
-  CZipProgressDialogPeer m_peer;
+  CZipProgressDialogPeer m_peer{m_dialog};
 };
 
 /// An archive at a path of the test's own, and a content folder, which is not there yet.
 class CollectionTest : public testing::Test {
  protected:
-  ~CollectionTest() override;
+  ~CollectionTest() override { EXPECT_TRUE(VisibleDialogs().empty()); }
 
   std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
   std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
@@ -64,7 +74,9 @@ class CollectionTest : public testing::Test {
   }
 
   /// Whether there is a file or folder of this path.
-  static bool Exists(const std::wstring& path);
+  static bool Exists(const std::wstring& path) {
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+  }
   bool ArchiveExists() const { return Exists(ZipPath()); }
 
   const HttpTestServer m_server;

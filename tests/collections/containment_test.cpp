@@ -21,7 +21,7 @@ TEST(Containment, FoldersBelowAreWithin) {
   }
 }
 
-TEST(Containment, WhatLeadsElsewhereIsNot) {
+TEST(Containment, DestinationThatLeadsElsewhereIsNotWithin) {
   for (const wchar_t* destination :
        {L"..", L"..\\x", L"..\\..\\x", L"a\\..\\..\\x", L"a\\..", L"../x", L".", L"a\\.\\b",
         L"C:\\Windows", L"x\\C:\\Windows", L"file:///C:\\Windows", L"\\\\?\\C:\\Windows", L"D:\\",
@@ -36,7 +36,7 @@ TEST(Containment, WhatLeadsElsewhereIsNot) {
   }
 }
 
-TEST(Containment, SiblingWithTheSameBeginIsNotWithin) {
+TEST(Containment, OnlyTheFolderAndWhatIsBelowIsWithin) {
   const CFilePath folder(kFolder);
   for (const wchar_t* path :
        {L"C:\\Users\\Ann\\Downloaded Content2", L"C:\\Users\\Ann\\Downloaded Contents\\a",
@@ -45,12 +45,9 @@ TEST(Containment, SiblingWithTheSameBeginIsNotWithin) {
     EXPECT_FALSE(IsFolderWithin(CFilePath(path), folder)) << path;
   }
   EXPECT_TRUE(IsFolderWithin(CFilePath(L"c:/users/ann/downloaded content/a/"), folder));
-}
-
-TEST(Containment, NoFolderHoldsNothing) {
-  EXPECT_FALSE(IsFolderWithin(CFilePath(L"C:\\a"), CFilePath()));
-  EXPECT_FALSE(IsFolderWithin(CFilePath(L"\\a"), CFilePath()));
-  EXPECT_FALSE(IsFolderWithin(CFilePath(), CFilePath()));
+  for (const wchar_t* path : {L"C:\\a", L"\\a", L""}) {
+    EXPECT_FALSE(IsFolderWithin(CFilePath(path), CFilePath())) << path;
+  }
 }
 
 TEST(Containment, PathsTooLongForTheSystemAreNotWithin) {

@@ -4,11 +4,14 @@
 #include <tinyxml.h>
 #include <windows.h>
 
+#include <atlbase.h>
 #include <process.h>
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
+#include "plugin/thread_locale.h"
 #include "tests/support/import_spy.h"
 
 namespace {
@@ -36,16 +39,11 @@ int Depth(const TiXmlNode& node) {
   return deepest;
 }
 
-struct CParsed {
-  int depth;
-  bool isEmpty;
-  bool isComplete;  // without an error
-};
-
-CParsed Parse(const std::string& text) {
+/// The depth of the parsed elements; -1: the document is empty.
+int Parse(const std::string& text) {
   TiXmlDocument document;
   ParseManifest(text, document);
-  return {Depth(document), document.NoChildren(), !document.Error()};
+  return document.NoChildren() ? -1 : Depth(document);
 }
 
 // What stands in front of the elements, or among them, has no say.
@@ -61,65 +59,83 @@ const char* const kDecorations[] = {
     "<_ x='<b><c>' y=\"&#65;\"/>",
 };
 
-TEST(ParseManifest, DepthIsTheOnlyLimit) {
+TEST(ManifestParser, DepthIsTheOnlyLimit) {
   for (const std::string decoration : kDecorations) {
     for (const std::string inner : {"", "text", "<![CDATA[<b><c>]]>", "<!-- <b> -->", "<!x>"}) {
-      EXPECT_EQ(Parse(decoration + Nest(inner, kDeepest)).depth, kDeepest) << decoration << inner;
+      EXPECT_EQ(Parse(decoration + Nest(inner, kDeepest)), kDeepest) << decoration << inner;
     }
     for (const int levels : {kDeepest + 1, 100000}) {
-      EXPECT_TRUE(Parse(decoration + Nest("", levels)).isEmpty) << decoration << levels;
-      EXPECT_TRUE(Parse(decoration + Repeat("<a>", levels)).isEmpty) << decoration << levels;
+      EXPECT_EQ(Parse(decoration + Repeat("<a>", levels)), -1) << decoration << levels;
     }
-    EXPECT_TRUE(Parse(decoration + Repeat("<a/>", 3) + Nest("<a/>", kDeepest)).isEmpty);
+    EXPECT_EQ(Parse(decoration + Repeat("<a/>", 3) + Nest("<a/>", kDeepest)), -1);
   }
-  EXPECT_EQ(Parse("</a></a><a><b></b></a>").depth, 2);
-}
-
-TEST(ParseManifest, AnyNumberOfSiblingsIsParsed) {
-  const CParsed parsed =
-      Parse("<r>" + Repeat("<a><b/></a><!-- <c> --><_ x='<c>'/>", 5000) + "</r>");
-  EXPECT_TRUE(parsed.isComplete);
-  EXPECT_EQ(parsed.depth, 3);
-}
-
-unsigned __stdcall ParseDeepest(void*) {
-  return Parse(Repeat("<a b='1'>text", 1000000)).isEmpty && Parse(Nest("", kDeepest)).depth == 500;
+  EXPECT_EQ(Parse("<r>" + Repeat("<a><b/></a><!-- <c> --><_ x='<c>'/>", 5000) + "</r>"), 3);
 }
 
 // The browser's threads have a megabyte, and are some way down it when they call.
-TEST(ParseManifest, LittleStackIsEnough) {
+TEST(ManifestParser, LittleStackIsEnough) {
   constexpr unsigned kStackSize = 512 * 1024;
-  const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(
-      nullptr, kStackSize, ParseDeepest, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+  const auto parse = [](void*) -> unsigned {
+    return Parse(Repeat("<a b='1'>text", 1000000)) == -1 && Parse(Nest("", kDeepest)) == kDeepest;
+  };
+  const CHandle thread(reinterpret_cast<HANDLE>(_beginthreadex(
+      nullptr, kStackSize, parse, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr)));
   WaitForSingleObject(thread, INFINITE);
   DWORD result = 0;
   GetExitCodeThread(thread, &result);
-  CloseHandle(thread);
   EXPECT_EQ(result, 1u);
 }
 
-TEST(ParseManifest, WhatStandsInFrontOfAnErrorIsKept) {
-  const CParsed parsed = Parse("<a><b><c></d>");
-  EXPECT_EQ(parsed.depth, 3);
-  EXPECT_FALSE(parsed.isComplete);
+TEST(ManifestParser, TextInFrontOfAnErrorIsKept) {
+  TiXmlDocument document;
+  ParseManifest("<a><b><c></d>", document);
+  EXPECT_EQ(Depth(document), 3);
+  EXPECT_TRUE(document.Error());
 }
 
-/// The system code page as in Japan.
-constexpr UINT InJapan(UINT page) { return page == CP_ACP ? 932 : page; }
+/// Parses a manifest and returns the attribute "x" of its root.
+std::string ParseAttribute(std::string_view text) {
+  TiXmlDocument document;
+  ParseManifest(text, document);
+  const TiXmlElement* const root = document.RootElement();
+  return root != nullptr && root->Attribute("x") != nullptr ? root->Attribute("x") : "none";
+}
 
-TEST(ParseManifest, EditorsMarkIsNoTextInADoubleByteCodePage) {
+TEST(ManifestParser, TextIsInTheSystemCodePageWhateverTheManifestAndTheThreadSay) {
+  const CThreadLocaleScope japanese(
+      MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
+  std::string value;
+  for (int i = 0x80; i < 0x100; ++i) {
+    value += static_cast<char>(i);
+  }
+  value += '\xE0';  // as UTF-8 it would take in the quote behind it
+  for (const std::string declaration :
+       {"", "<?xml version=\"1.0\"?>", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
+        "<?xml version=\"1.0\" encoding=\"windows-1252\"?>", "\xEF\xBB\xBF"}) {
+    EXPECT_EQ(ParseAttribute(declaration + "<a x=\"" + value + "\">\xC3</a>"), value)
+        << declaration;
+  }
+}
+
+TEST(ManifestParser, TextEndsAtAZeroByte) {
+  using namespace std::string_view_literals;
+  EXPECT_EQ(ParseAttribute("<a x='1'/>\0<"sv), "1");
+  EXPECT_EQ(ParseAttribute("<a x='\0'/>"sv), "none");
+  EXPECT_EQ(ParseAttribute("\0<a x='1'/>"sv), "none");
+}
+
+TEST(ManifestParser, ByteOrderMarkIsSkippedInADoubleByteCodePage) {
+  const auto inJapan = [](UINT page) { return page == CP_ACP ? UINT{932} : page; };
   const CImportSpy<&MultiByteToWideChar> wide(
       "kernel32.dll", "MultiByteToWideChar",
-      [&](UINT page, auto... arguments) { return wide.CallOriginal(InJapan(page), arguments...); });
+      [&](UINT page, auto... arguments) { return wide.CallOriginal(inJapan(page), arguments...); });
   const CImportSpy<&WideCharToMultiByte> narrow(
       "kernel32.dll", "WideCharToMultiByte", [&](UINT page, auto... arguments) {
-        return narrow.CallOriginal(InJapan(page), arguments...);
+        return narrow.CallOriginal(inJapan(page), arguments...);
       });
   for (const std::string mark : {"", "\xEF\xBB\xBF"}) {
-    TiXmlDocument document;
-    ParseManifest(mark + "<?xml version='1.0'?><a x='\x83\x5C\x93\xFA'/>", document);
-    ASSERT_NE(document.RootElement(), nullptr);
-    EXPECT_STREQ(document.RootElement()->Attribute("x"), "\x83\x5C\x93\xFA");
+    EXPECT_EQ(ParseAttribute(mark + "<?xml version='1.0'?><a x='\x83\x5C\x93\xFA'/>"),
+              "\x83\x5C\x93\xFA");
   }
 }
 

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "collections/zip_progress_dialog.h"
 #include "tests/collections/control_object.h"
-#include "tests/collections/running_dialog.h"
 #include "tests/support/dialog_result.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
@@ -19,16 +19,22 @@ namespace {
 using Texts = std::vector<std::wstring>;
 
 constexpr wchar_t kContent[] = L"Documents\\My Folivo Content\\My Content\\Downloaded Content";
+const std::wstring kNoDocuments;
 
-bool IsFolderThere(const std::wstring& path) {
+bool IsFolder(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-class Control : public testing::Test {
+HWND MakeWindow() {
+  return CreateWindowExW(0, L"static", L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, nullptr, nullptr,
+                         nullptr, nullptr);
+}
+
+class QdcDownload : public testing::Test {
  protected:
-  Control() { CoInitialize(nullptr); }
-  ~Control() override { CoUninitialize(); }
+  QdcDownload() { CoInitialize(nullptr); }
+  ~QdcDownload() override { CoUninitialize(); }
 
   const CTempSandbox m_sandbox;
   CMessageRecorder m_messages;
@@ -36,45 +42,39 @@ class Control : public testing::Test {
 
 // What is done when a page creates the control.
 
-TEST_F(Control, LeavesItsFoldersAndWhatIsInThem) {
-  for (const bool hasFiles : {false, true}) {
-    {
-      CControlObject control(m_sandbox);
-      EXPECT_TRUE(control.Peer().IsReady());
-      EXPECT_STREQ(control.Peer().ContentFolder(), (m_sandbox / kContent).c_str());
-      EXPECT_STREQ(control.Peer().TempFolder(), (m_sandbox / L"ZDH").c_str());
-      if (hasFiles) {
-        m_sandbox.Write(std::wstring(kContent) + L"\\a.qdc", "a");
-        m_sandbox.Write(L"ZDH\\download.zip", "old");
-      }
-      const CDialogResult dialog(2);
-      EXPECT_EQ(control->DownloadFile(CComBSTR(L"x")), S_OK);
-    }
-    EXPECT_TRUE(IsFolderThere(m_sandbox / kContent));
-    EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
+TEST_F(QdcDownload, FoldersAreMadeAndLeftWithWhatIsInThem) {
+  {
+    CControlObject control(m_sandbox);
+    EXPECT_TRUE(control.Peer().IsReady());
+    EXPECT_STREQ(control.Peer().ContentFolder(), (m_sandbox / kContent).c_str());
+    EXPECT_STREQ(control.Peer().TempFolder(), (m_sandbox / L"ZDH").c_str());
+  }
+  EXPECT_TRUE(IsFolder(m_sandbox / kContent));
+  EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH"));
+  const Texts files = {std::wstring(kContent) + L"\\a.qdc", L"ZDH\\download.zip"};
+  for (const std::wstring& file : files) {
+    m_sandbox.Write(file, "old");
   }
   EXPECT_TRUE(CControlObject(m_sandbox).Peer().IsReady());
-  EXPECT_EQ(m_sandbox.Files(), (Texts{std::wstring(kContent) + L"\\a.qdc", L"ZDH\\download.zip"}));
+  EXPECT_EQ(m_sandbox.Files(), files);
 }
 
-TEST_F(Control, WithoutDocumentsIsNotReadyAndStillMakesTheRest) {
-  const CDocumentsFolder documents(L"");
-  const auto control = CControlObject::Create();
-  const CQDCDownloadPeer peer{*control.p};
-  EXPECT_EQ(documents.Count(), 1);
-  EXPECT_FALSE(peer.IsReady());
-  EXPECT_TRUE(peer.ContentFolder().IsEmpty());
-  EXPECT_TRUE(IsFolderThere(m_sandbox / L"ZDH"));
+TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReady) {
+  const CControlObject control(kNoDocuments);
+  EXPECT_EQ(control.DocumentsQueries(), 1);
+  EXPECT_FALSE(control.Peer().IsReady());
+  EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
+  EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH")) << "the rest is made";
 }
 
-TEST_F(Control, ContentFolderThatCannotBeMadeCountsForNothing) {
+TEST_F(QdcDownload, ContentFolderThatCannotBeMadeLeavesItReady) {
   m_sandbox.Write(L"Documents\\My Folivo Content", "a file in the way");
   const CControlObject control(m_sandbox);
   EXPECT_TRUE(control.Peer().IsReady());
   EXPECT_FALSE(control.Peer().ContentFolder().IsEmpty());
 }
 
-TEST_F(Control, WithoutATemporaryFolderIsNotReady) {
+TEST_F(QdcDownload, MissingTemporaryFolderMakesItNotReady) {
   for (const DWORD length : {0, 261, 1000}) {
     const CImportSpy<&GetTempPathW> path("kernel32.dll", "GetTempPathW", [&](DWORD size, LPWSTR) {
       EXPECT_EQ(size, 260u);
@@ -92,15 +92,12 @@ TEST_F(Control, WithoutATemporaryFolderIsNotReady) {
   EXPECT_FALSE(control.Peer().ContentFolder().IsEmpty());
 }
 
-TEST_F(Control, JoinsComForGood) {
+TEST_F(QdcDownload, ComIsInitialisedForGood) {
   const CImportSpy<&CoUninitialize> balance("ole32.dll", "CoUninitialize");
   for (const HRESULT result : {S_OK, S_FALSE, RPC_E_CHANGED_MODE, E_OUTOFMEMORY}) {
     using Spy = CImportSpy<&CoInitialize>;
     const Spy join("ole32.dll", "CoInitialize", [&](LPVOID) { return result; });
-    {
-      const CControlObject control(m_sandbox);
-      EXPECT_EQ(control.Peer().IsReady(), SUCCEEDED(result)) << result;
-    }
+    EXPECT_EQ(CControlObject(m_sandbox).Peer().IsReady(), SUCCEEDED(result)) << result;
     EXPECT_EQ(join.Calls(), std::vector<Spy::Call>{{nullptr}});
   }
   EXPECT_TRUE(balance.Calls().empty());
@@ -108,9 +105,8 @@ TEST_F(Control, JoinsComForGood) {
 
 // A control that is not ready.
 
-TEST_F(Control, NotReadySaysSoOnEveryCall) {
-  const CDocumentsFolder documents(L"");
-  const auto control = CControlObject::Create();
+TEST_F(QdcDownload, NotReadyIsAMessageAtEachCall) {
+  const CControlObject control(kNoDocuments);
   const CDialogResult dialog(1);
   for (const size_t length : {10, 1001}) {
     EXPECT_EQ(control->DownloadFile(CComBSTR(std::wstring(length, L'a').c_str())), E_FAIL);
@@ -122,18 +118,16 @@ TEST_F(Control, NotReadySaysSoOnEveryCall) {
     EXPECT_EQ(messages[0].owner, nullptr);
   }
   EXPECT_EQ(dialog.Count(), 0);
-  EXPECT_EQ(documents.Count(), 1) << "it is looked for once, when the control is created";
+  EXPECT_EQ(control.DocumentsQueries(), 1);
 }
 
-TEST_F(Control, MessageBelongsToItsWindowElseToTheContainers) {
-  const CDocumentsFolder documents(L"");
-  const auto control = CControlObject::Create();
+TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {
+  const CControlObject control(kNoDocuments);
   const auto owner = [&] {
     control->DownloadFile(CComBSTR(L"x"));
     return m_messages.Take().at(0).owner;
   };
-  const HWND container = CreateWindowExW(0, L"static", L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50,
-                                         nullptr, nullptr, nullptr, nullptr);
+  const HWND container = MakeWindow();
   // The container is the system's own. Its library stays loaded, as window classes point into it.
   const auto attach = std::bit_cast<HRESULT(WINAPI*)(IUnknown*, HWND, IUnknown**)>(
       GetProcAddress(LoadLibraryW(L"atl.dll"), "AtlAxAttachControl"));
@@ -150,10 +144,27 @@ TEST_F(Control, MessageBelongsToItsWindowElseToTheContainers) {
 
 // A download.
 
-TEST_F(Control, RunsTheDialogWithItsPaths) {
-  CControlObject control(m_sandbox);
-  const HWND window = CreateWindowExW(0, L"static", L"", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50,
-                                      nullptr, nullptr, nullptr, nullptr);
+class QdcDownloadCall : public QdcDownload {
+ protected:
+  /// Runs a download whose dialog adds these files and ends with `result`.
+  void RunWithAddedFiles(INT_PTR result, const Texts& files) {
+    const CDialogResult dialog(result);
+    dialog.WhileRunning([&] {
+      CZipProgressDialogPeer peer = RunningDialogPeer();
+      for (const std::wstring& file : files) {
+        peer.AddFile(file.c_str());
+      }
+    });
+    EXPECT_EQ(m_control->DownloadFile(CComBSTR(L"x")), S_OK);
+    EXPECT_TRUE(m_messages.Take().empty());
+  }
+
+  CControlObject m_control{m_sandbox};
+  const CLaunchRecorder m_launches;
+};
+
+TEST_F(QdcDownloadCall, DialogGetsTheActiveWindowAndTheSamePathsEachTime) {
+  const HWND window = MakeWindow();
   SetActiveWindow(window);
   for (const wchar_t* const url :
        {L"http://folivo-schools.example/a.zip", L"http://folivo-schools.example/b.zip"}) {
@@ -164,61 +175,43 @@ TEST_F(Control, RunsTheDialogWithItsPaths) {
       given = {peer.SourceUrl().GetString(), peer.ZipPath().GetString(),
                peer.ContentFolder().GetString()};
     });
-    EXPECT_EQ(control->DownloadFile(CComBSTR(url)), S_OK);
-    EXPECT_EQ(dialog.Count(), 1);
+    EXPECT_EQ(m_control->DownloadFile(CComBSTR(url)), S_OK);
     EXPECT_EQ(dialog.Template(), 211u);
-    EXPECT_EQ(dialog.Parent(), window) << "the active window";
+    EXPECT_EQ(dialog.Parent(), window);
     EXPECT_EQ(given, (Texts{url, m_sandbox / L"ZDH\\download.zip", m_sandbox / kContent}));
   }
   DestroyWindow(window);
 }
 
-TEST_F(Control, ThousandCharactersAreAcceptedAndOneMoreIsNot) {
-  CControlObject control(m_sandbox);
+TEST_F(QdcDownloadCall, ThousandCharactersAreAcceptedAndOneMoreIsNot) {
   std::wstring withZeros = L"short";
   withZeros.resize(1001, L'\0');
+  const std::optional<std::wstring> thousand = std::wstring(1000, L'a');
   const struct {
-    std::wstring text;
-    bool isAccepted;
-  } cases[] = {
-      {std::wstring(1000, L'a'), true}, {std::wstring(1001, L'a'), false}, {withZeros, false}};
-  for (const auto& [text, isAccepted] : cases) {
+    BSTR url;
+    std::optional<std::wstring> given;  // to the dialog; none: it is refused
+  } cases[] = {{nullptr, L""},
+               {SysAllocString(thousand->c_str()), thousand},
+               {SysAllocString((*thousand + L"a").c_str()), std::nullopt},
+               {SysAllocStringLen(withZeros.data(), 1001), std::nullopt}};
+  for (const auto& [url, expected] : cases) {
+    std::optional<std::wstring> given;
     const CDialogResult dialog(3);
-    CComBSTR url;
-    *&url = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    EXPECT_EQ(control->DownloadFile(url), isAccepted ? S_OK : E_INVALIDARG);
-    EXPECT_EQ(dialog.Count(), isAccepted ? 1 : 0);
+    dialog.WhileRunning([&] { given = RunningDialogPeer().SourceUrl().GetString(); });
+    EXPECT_EQ(m_control->DownloadFile(url), expected ? S_OK : E_INVALIDARG);
+    EXPECT_EQ(given, expected);
+    SysFreeString(url);
   }
   EXPECT_TRUE(m_messages.Take().empty());
 }
 
-TEST_F(Control, NullAddressReachesTheDialogEmpty) {
-  CControlObject control(m_sandbox);
-  const CDialogResult dialog(3);
-  std::wstring source = L"not asked";
-  dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
-  EXPECT_EQ(control->DownloadFile(nullptr), S_OK);
-  EXPECT_EQ(source, L"");
-}
-
-/// Runs a download whose dialog adds these files and ends with `result`.
-void RunWithAddedFiles(const CControlObject& control, INT_PTR result, const Texts& files) {
-  const CDialogResult dialog(result);
-  dialog.WhileRunning([&] {
-    CZipProgressDialogPeer peer = RunningDialogPeer();
-    for (const std::wstring& file : files) {
-      peer.AddFile(file.c_str());
-    }
-  });
-  EXPECT_EQ(control->DownloadFile(CComBSTR(L"x")), S_OK);
-}
-
-TEST_F(Control, YesOpensTheFirstAddedFile) {
-  CControlObject control(m_sandbox);
-  const CLaunchRecorder launches;
-  RunWithAddedFiles(control, 1, {L"C:\\first one.gallery", L"C:\\second", L"C:\\third"});
-  ASSERT_EQ(launches.Launches().size(), 1u);
-  const CLaunch& launch = launches.Launches()[0];
+TEST_F(QdcDownloadCall, YesOpensTheFirstAddedFileAndIgnoresAFailure) {
+  for (const BOOL answer : {TRUE, FALSE}) {
+    m_launches.SetAnswer(answer);
+    RunWithAddedFiles(1, {L"C:\\first one.gallery", L"C:\\second", L"C:\\third"});
+  }
+  ASSERT_EQ(m_launches.Launches().size(), 2u);
+  const CLaunch& launch = m_launches.Launches()[0];
   EXPECT_EQ(launch.file, L"C:\\first one.gallery");
   EXPECT_EQ(launch.verb, L"open");
   EXPECT_FALSE(launch.hasParameters);
@@ -226,41 +219,190 @@ TEST_F(Control, YesOpensTheFirstAddedFile) {
   EXPECT_EQ(launch.owner, nullptr);
 }
 
-TEST_F(Control, FailedStartIsIgnored) {
-  CControlObject control(m_sandbox);
-  const CLaunchRecorder launches;
-  launches.SetAnswer(FALSE);
-  RunWithAddedFiles(control, 1, {L"C:\\a"});
-  EXPECT_EQ(launches.Launches().size(), 1u);
-  EXPECT_TRUE(m_messages.Take().empty());
-}
-
-TEST_F(Control, OtherAnswersOpenNothing) {
-  CControlObject control(m_sandbox);
-  const CLaunchRecorder launches;
+TEST_F(QdcDownloadCall, OtherAnswersOpenNothing) {
   for (const INT_PTR result : {2, 3, 0, -1}) {
-    RunWithAddedFiles(control, result, {L"C:\\a"});
+    RunWithAddedFiles(result, {L"C:\\a"});
   }
-  RunWithAddedFiles(control, 1, {});
-  EXPECT_TRUE(launches.Launches().empty());
-  EXPECT_TRUE(m_messages.Take().empty());
+  RunWithAddedFiles(1, {});
+  EXPECT_TRUE(m_launches.Launches().empty());
 }
 
-TEST_F(Control, OutlivesACallInWhichItsPageLetsGoOfIt) {
-  CControlObject control(m_sandbox);
+TEST_F(QdcDownloadCall, ObjectOutlivesACallInWhichItsPageReleasesIt) {
   const LONG locks = ATL::_pAtlModule->GetLockCount();
-  const CLaunchRecorder launches;
   const CDialogResult dialog(1);
-  CComObject<CQDCDownload>* const object = control.operator->();
+  CComObject<CQDCDownload>* const object = m_control.operator->();
   dialog.WhileRunning([&] {
-    CZipProgressDialogPeer peer = RunningDialogPeer();
-    peer.AddFile(L"C:\\added");
-    control.Release();
-    EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks) << "the object must still be there";
+    RunningDialogPeer().AddFile(L"C:\\added");
+    m_control.Release();
+    EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks);
   });
   EXPECT_EQ(object->DownloadFile(CComBSTR(L"x")), S_OK);
-  EXPECT_EQ(launches.Launches().size(), 1u);
-  EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks - 1) << "and go after the call";
+  EXPECT_EQ(m_launches.Launches().size(), 1u);
+  EXPECT_EQ(ATL::_pAtlModule->GetLockCount(), locks - 1);
+}
+
+constexpr DISPID kDownloadFile = 1;
+
+// The control's own implementation of IDispatch.
+class QdcDownloadDispatch : public testing::Test {
+ protected:
+  HRESULT Names(std::vector<const wchar_t*> names, std::vector<DISPID>& ids) const {
+    ids.assign(names.size(), -77);
+    return m_dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names.data()),
+                                     static_cast<UINT>(names.size()), 0, ids.data());
+  }
+
+  HRESULT Invoke(DISPID id, std::vector<VARIANT> arguments, VARIANT* result = nullptr,
+                 EXCEPINFO* exception = nullptr, UINT* argument = nullptr) const {
+    DISPPARAMS params = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+    return m_dispatch->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, result, exception,
+                              argument);
+  }
+
+  const CTempSandbox m_sandbox;
+  const CControlObject m_control{m_sandbox};
+  IDispatch* const m_dispatch = m_control.Dispatch();
+  const CDialogResult m_dialog{2};
+};
+
+TEST_F(QdcDownloadDispatch, HasTypeInformationAtOneIndex) {
+  EXPECT_EQ(m_dispatch->GetTypeInfoCount(nullptr), E_POINTER);
+  UINT count = 77;
+  EXPECT_EQ(m_dispatch->GetTypeInfoCount(&count), S_OK);
+  EXPECT_EQ(count, 1u);
+
+  CComPtr<ITypeInfo> info;
+  ASSERT_EQ(m_dispatch->GetTypeInfo(0, LOCALE_SYSTEM_DEFAULT, &info), S_OK);
+  TYPEATTR* attributes = nullptr;
+  ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->guid, IID_IQDCDownload);
+  info->ReleaseTypeAttr(attributes);
+  // The references are those of the system's own type-info object: one, the caller's.
+  info.p->AddRef();
+  EXPECT_EQ(info.p->Release(), 1u);
+
+  auto* none = reinterpret_cast<ITypeInfo*>(1);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(1, 0, &none), DISP_E_BADINDEX);
+  EXPECT_EQ(none, nullptr);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(1, 0, nullptr), DISP_E_BADINDEX);
+  EXPECT_EQ(m_dispatch->GetTypeInfo(0, 0, nullptr), E_POINTER);
+}
+
+TEST_F(QdcDownloadDispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
+  for (const DWORD length : {0, 260}) {
+    const CImportSpy<&GetModuleFileNameW> name(
+        "kernel32.dll", "GetModuleFileNameW", [&](HMODULE module, LPWSTR path, DWORD size) {
+          EXPECT_EQ(module, ATL::_AtlBaseModule.GetModuleInstance());
+          EXPECT_EQ(size, 260u);
+          path[0] = L'\0';
+          return length;
+        });
+    CComPtr<ITypeInfo> info;
+    EXPECT_EQ(m_dispatch->GetTypeInfo(0, 0, &info), E_FAIL) << length;
+    UINT count = 77;
+    EXPECT_EQ(m_dispatch->GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(count, 0u);
+  }
+}
+
+TEST_F(QdcDownloadDispatch, NamesAreFoundInAnyCaseAndPlace) {
+  std::vector<DISPID> ids;
+  EXPECT_EQ(Names({L"DownloadFile", L"SourceURL", L"sourceurl", L"DOWNLOADFILE"}, ids), S_OK);
+  EXPECT_EQ(ids, (std::vector<DISPID>{1, 0, 0, 1}));
+  EXPECT_EQ(Names({L"sourceurl"}, ids), S_OK);
+  EXPECT_EQ(ids, (std::vector<DISPID>{0}));
+  EXPECT_EQ(Names({}, ids), S_OK);
+}
+
+TEST_F(QdcDownloadDispatch, UnknownNameEndsTheSearchAtOnce) {
+  std::vector<DISPID> ids;
+  for (const wchar_t* unknown : {L"Download", static_cast<const wchar_t*>(nullptr)}) {
+    EXPECT_EQ(Names({L"DownloadFile", unknown, L"SourceURL"}, ids), DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(ids, (std::vector<DISPID>{1, -77, -77}));
+  }
+  auto* name = const_cast<LPOLESTR>(L"DownloadFile");
+  DISPID id = 0;
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_POINTER);
+  EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr), E_POINTER);
+}
+
+TEST_F(QdcDownloadDispatch, ArgumentIsConvertedAndTheCallersStaysAsItIs) {
+  std::wstring source;
+  m_dialog.WhileRunning([&] { source = RunningDialogPeer().SourceUrl().GetString(); });
+  CComVariant text(L"x");
+  VARIANT reference = {};
+  reference.vt = VT_BYREF | VT_VARIANT;
+  reference.pvarVal = &text;
+  const std::pair<VARIANT, std::wstring> cases[] = {
+      {text, L"x"}, {CComVariant(42), L"42"}, {CComVariant(true), L"-1"}, {reference, L"x"}};
+  for (const auto& [argument, expected] : cases) {
+    CComVariant result(77);
+    EXCEPINFO exception = {};
+    exception.scode = 77;
+    EXPECT_EQ(Invoke(kDownloadFile, {argument}, &result, &exception), S_OK);
+    EXPECT_EQ(source, expected);
+    EXPECT_EQ(result.vt, VT_EMPTY);
+    EXPECT_EQ(exception.scode, 77) << "of failures only";
+  }
+  EXPECT_EQ(m_dialog.Count(), 4);
+  EXPECT_EQ(reference.pvarVal, &text);
+  EXPECT_EQ(text.vt, VT_BSTR);
+}
+
+TEST_F(QdcDownloadDispatch, ErrorsAreTestedInAFixedOrder) {
+  const CComVariant text(L"x");
+  EXPECT_EQ(
+      m_dispatch->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
+      DISP_E_BADVARTYPE);
+  // Too many arguments come before the identifier, and before the result is cleared; the identifier
+  // before a missing argument.
+  const struct {
+    DISPID id;
+    std::vector<VARIANT> arguments;
+    HRESULT error;
+    VARTYPE result;
+  } cases[] = {
+      {99, {text, text}, DISP_E_BADPARAMCOUNT, VT_I4},
+      {0, {}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
+      {2, {text}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
+      {-3, {text}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
+      {kDownloadFile, {}, DISP_E_BADPARAMCOUNT, VT_EMPTY},
+  };
+  for (const auto& c : cases) {
+    CComVariant result(77);
+    EXPECT_EQ(Invoke(c.id, c.arguments, &result), c.error) << c.id;
+    EXPECT_EQ(result.vt, c.result) << c.id;
+  }
+  DISPPARAMS none = {nullptr, nullptr, 1, 0};
+  EXPECT_EQ(m_dispatch->Invoke(kDownloadFile, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr,
+                               nullptr),
+            DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(m_dialog.Count(), 0);
+}
+
+TEST_F(QdcDownloadDispatch, ArgumentThatIsNoTextIsATypeMismatch) {
+  // The system refuses the last one with DISP_E_BADVARTYPE; the caller gets the same code.
+  for (const VARTYPE type : {VARTYPE{VT_UNKNOWN}, VARTYPE{VT_NULL}, VARTYPE{15}}) {
+    VARIANT value = {};
+    value.vt = type;
+    UINT argument = 77;
+    EXPECT_EQ(Invoke(kDownloadFile, {value}, nullptr, nullptr, &argument), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(argument, 0u);
+    EXPECT_EQ(Invoke(kDownloadFile, {value}), DISP_E_TYPEMISMATCH);
+  }
+  EXPECT_EQ(m_dialog.Count(), 0);
+}
+
+TEST_F(QdcDownloadDispatch, FailureIsReturnedWithAnException) {
+  const CComVariant longText(std::wstring(1001, L'a').c_str());
+  EXCEPINFO exception;
+  memset(&exception, 0x77, sizeof(exception));
+  EXPECT_EQ(Invoke(kDownloadFile, {longText}, nullptr, &exception), E_INVALIDARG);
+  EXPECT_EQ(exception.scode, E_INVALIDARG);
+  EXPECT_EQ(exception.bstrSource, nullptr);
+  EXPECT_EQ(exception.bstrDescription, nullptr);
+  EXPECT_EQ(exception.pfnDeferredFillIn, nullptr);
+  EXPECT_EQ(Invoke(kDownloadFile, {longText}), E_INVALIDARG);
 }
 
 }  // namespace

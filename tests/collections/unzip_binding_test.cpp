@@ -1,9 +1,10 @@
-// What the library is given, and what becomes of its answers: with the scripted double.
+// What the library is given, in which order, and what becomes of its answers: with the scripted
+// double.
 #include <gmock/gmock.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -20,7 +21,9 @@
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Not;
 
 static_assert(offsetof(DCL, ExtractOnlyNewer) == 0 && offsetof(DCL, nvflag) == 24 &&
               offsetof(DCL, ndflag) == 36 && offsetof(DCL, fPrivilege) == 56 &&
@@ -32,194 +35,240 @@ static_assert(offsetof(USERFUNCTIONS, password) == 24 &&
               offsetof(USERFUNCTIONS, cchComment) == 64);
 static_assert(offsetof(UzpBuffer, strlength) == 0 && offsetof(UzpBuffer, strptr) == 8);
 
-// What the double was given last, and what it answers: its functions have no state.
-struct CTalk {
-  int calls = 0;
-  bool isWholeArchive = false;  // no entries are included or excluded by name
-  DCL options = {};
-  USERFUNCTIONS functions = {};
-  std::optional<std::string> archive;  // none: null
-  std::optional<std::string> entry;
-  bool hasZerosBehind = true;  // behind options and functions
-  UzpBuffer buffer = {};
-  int frees = 0;
+using Text = std::optional<std::string>;  // none: null
 
-  int result = 0;
-  UzpBuffer answer = {0, nullptr};
-  std::vector<std::string> listed;
-};
-CTalk g_talk;
+Text Copy(LPCSTR text) { return text != nullptr ? Text(text) : std::nullopt; }
 
-std::optional<std::string> Copy(LPCSTR text) {
-  return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
-}
-
-/// Uses a block as a library of version 6.0 does, whose own are longer: reads and writes behind it.
+/// Takes down what is in a block, and uses it as a library of version 6.0 does, whose blocks are
+/// longer: reads and writes behind it. The heap check notices where there is no room.
 template <typename Block>
-void UseAsLonger(Block* block) {
+void UseAsLonger(Block& block, Block& copy) {
   constexpr size_t kLonger = 96;
-  auto* const bytes = reinterpret_cast<BYTE*>(block);
-  for (size_t i = sizeof(Block); i < kLonger; ++i) {
-    g_talk.hasZerosBehind = g_talk.hasZerosBehind && bytes[i] == 0;
-    bytes[i] = 0xA5;
-  }
+  std::memcpy(&copy, &block, sizeof(block));
+  auto* const bytes = reinterpret_cast<BYTE*>(&block);
+  EXPECT_EQ(std::count(bytes + sizeof(block), bytes + kLonger, BYTE{0}), kLonger - sizeof(block));
+  std::fill(bytes + sizeof(block), bytes + kLonger, BYTE{0xA5});
 }
 
-void ListName(const USERFUNCTIONS& functions, std::string name) {
-  functions.SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
-}
-
-int WINAPI AnswerList(int includeCount, char** includes, int excludeCount, char** excludes,
-                      DCL* options, USERFUNCTIONS* functions) {
-  ++g_talk.calls;
-  g_talk.isWholeArchive =
-      includeCount == 0 && includes == nullptr && excludeCount == 0 && excludes == nullptr;
-  std::memcpy(&g_talk.options, options, sizeof(*options));
-  std::memcpy(&g_talk.functions, functions, sizeof(*functions));
-  UseAsLonger(options);
-  UseAsLonger(functions);
-  g_talk.archive = Copy(options->lpszZipFN);
-  for (const std::string& name : g_talk.listed) {
-    ListName(*functions, name);
-  }
-  return g_talk.result;
-}
-
-int WINAPI AnswerUnzip(LPSTR archive, LPSTR entry, USERFUNCTIONS* functions, UzpBuffer* buffer) {
-  ++g_talk.calls;
-  g_talk.archive = Copy(archive);
-  g_talk.entry = Copy(entry);
-  std::memcpy(&g_talk.functions, functions, sizeof(*functions));
-  UseAsLonger(functions);
-  g_talk.buffer = *buffer;
-  *buffer = g_talk.answer;
-  return g_talk.result;
-}
-
-void WINAPI AnswerFree(UzpBuffer* buffer) {
-  ++g_talk.frees;
-  EXPECT_EQ(buffer->strptr, g_talk.answer.strptr);
-  *buffer = {0, nullptr};  // as the library does; the caller must have its size by now
-}
+/// Takes down the calls of a system function.
+template <auto function>
+struct CNote;
+template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>
+struct CNote<function> {
+  CNote(std::vector<std::string>& events, const char* name)
+      : spy("kernel32.dll", name, [this, &events, name](Arguments... arguments) {
+          events.emplace_back(name);
+          return spy.CallOriginal(arguments...);
+        }) {}
+  const CImportSpy<function> spy;
+};
 
 class UnzipBinding : public testing::Test {
  protected:
   UnzipBinding() {
-    g_talk = {};
-    m_unzip->list = AnswerList;
-    m_unzip->unzip = AnswerUnzip;
-    m_unzip->free = AnswerFree;
+    m_unzip->list = [this](DCL& options, USERFUNCTIONS& functions) {
+      UseAsLonger(options, m_options);
+      m_archive = Copy(options.lpszZipFN);
+      return Use("list", functions);
+    };
+    m_unzip->unzip = [this](LPCSTR archive, LPCSTR entry, USERFUNCTIONS& functions,
+                            UzpBuffer& buffer) {
+      m_archive = Copy(archive);
+      m_entry = Copy(entry);
+      EXPECT_EQ(buffer.strlength, 0u);
+      EXPECT_EQ(buffer.strptr, nullptr);
+      buffer = m_answer;
+      return Use("unzip", functions);
+    };
+    m_unzip->free = [this](UzpBuffer& buffer) {
+      m_events.emplace_back("free");
+      EXPECT_EQ(buffer.strptr, m_answer.strptr);
+      std::fill_n(buffer.strptr, buffer.strlength, '?');
+      buffer = {0, nullptr};
+    };
   }
 
-  /// Whether the block holds these functions and nothing but zeros behind them.
-  static void ExpectFunctions(UnzipMessageFn message) {
+  int Use(const char* event, USERFUNCTIONS& functions) {
+    m_events.emplace_back(event);
+    UseAsLonger(functions, m_functions);
+    for (const std::string& name : m_told) {
+      Tell(functions.SendApplicationMessage, name);
+    }
+    return m_result;
+  }
+
+  /// What the next extraction gives.
+  void SetAnswer(std::string& bytes) {
+    m_answer = {static_cast<unsigned long>(bytes.size()), bytes.data()};
+  }
+
+  /// Whether the block held these functions and otherwise zeros.
+  void ExpectFunctions(UnzipMessageFn message) const {
     USERFUNCTIONS expected;
     std::memset(&expected, 0, sizeof(expected));
     expected.print = UnzipPrint;
     expected.replace = UnzipReplace;
     expected.password = UnzipPassword;
     expected.SendApplicationMessage = message;
-    EXPECT_EQ(std::memcmp(&g_talk.functions, &expected, sizeof(expected)), 0);
+    EXPECT_EQ(std::memcmp(&m_functions, &expected, sizeof(expected)), 0);
   }
+
+  // What the double was given last, and its answers.
+  DCL m_options = {};
+  USERFUNCTIONS m_functions = {};
+  Text m_archive;
+  Text m_entry;
+  int m_result = 0;
+  UzpBuffer m_answer = {0, nullptr};
+  std::vector<std::string> m_told;  // names
+
+  std::vector<std::string> m_events;
+  /// Which allocation and which lock fails, counted from 0.
+  int m_failingAlloc = -1;
+  int m_failingLock = -1;
 
   CUnzipDouble m_unzip;
   CStdoutCapture m_output;
+  const CImportSpy<&GlobalAlloc> m_alloc{
+      "kernel32.dll", "GlobalAlloc", [this](UINT flags, SIZE_T size) {
+        m_events.push_back("GlobalAlloc " + std::to_string(flags) + " " + std::to_string(size));
+        return m_failingAlloc-- == 0 ? nullptr : m_alloc.CallOriginal(flags, size);
+      }};
+  const CImportSpy<&GlobalLock> m_lock{"kernel32.dll", "GlobalLock", [this](HGLOBAL block) {
+                                         m_events.emplace_back("GlobalLock");
+                                         return m_failingLock-- == 0 ? nullptr
+                                                                     : m_lock.CallOriginal(block);
+                                       }};
+  const CNote<&GlobalUnlock> m_unlock{m_events, "GlobalUnlock"};
+  const CNote<&GlobalFree> m_free{m_events, "GlobalFree"};
+  const CNote<&SearchPathW> m_search{m_events, "SearchPathW"};
+  const CNote<&WideCharToMultiByte> m_convert{m_events, "WideCharToMultiByte"};
+  const CNote<&FreeLibrary> m_freeLibrary{m_events, "FreeLibrary"};
 };
 
-TEST_F(UnzipBinding, RequestsAVerboseListingOfTheWholeArchive) {
+TEST_F(UnzipBinding, ListingIsVerboseAndOfTheWholeArchive) {
   EXPECT_TRUE(List(L"C:\\folder\\a.zip").has_value());
-  EXPECT_EQ(g_talk.calls, 1);
-  EXPECT_TRUE(g_talk.isWholeArchive);
   DCL expected;
   std::memset(&expected, 0, sizeof(expected));
   expected.nvflag = 1;
   expected.ndflag = 1;
-  expected.lpszZipFN = g_talk.options.lpszZipFN;  // what it points to is compared below
-  EXPECT_EQ(std::memcmp(&g_talk.options, &expected, sizeof(expected)), 0);
-  EXPECT_EQ(g_talk.archive, "C:\\folder\\a.zip");
+  expected.lpszZipFN = m_options.lpszZipFN;  // what it points to is compared below
+  EXPECT_EQ(std::memcmp(&m_options, &expected, sizeof(expected)), 0);
+  EXPECT_EQ(m_archive, "C:\\folder\\a.zip");
   ExpectFunctions(UnzipListEntry);
 }
 
-TEST_F(UnzipBinding, NamesArchiveAndEntryOfAnExtraction) {
+TEST_F(UnzipBinding, ExtractionNamesArchiveAndEntry) {
   Unzip(L"C:\\Gr\u00fc\u00df\\a.zip", L"folder/%s.txt");
-  EXPECT_EQ(g_talk.calls, 1);
-  EXPECT_EQ(g_talk.archive, "C:\\Gr\xFC\xDF\\a.zip");
-  EXPECT_EQ(g_talk.entry, "folder/%s.txt");
-  EXPECT_EQ(g_talk.buffer.strlength, 0u);
-  EXPECT_EQ(g_talk.buffer.strptr, nullptr);
+  EXPECT_EQ(m_archive, "C:\\Gr\xFC\xDF\\a.zip");
+  EXPECT_EQ(m_entry, "folder/%s.txt");
   ExpectFunctions(UnzipReportEntry);
 }
 
-// The heap check notices what the double writes there.
-TEST_F(UnzipBinding, LeavesRoomBehindTheBlocksForALaterVersion) {
-  List(L"a.zip");
-  Unzip(L"a.zip", L"a.txt");
-  EXPECT_EQ(g_talk.calls, 2);
-  EXPECT_TRUE(g_talk.hasZerosBehind);
-}
-
-TEST_F(UnzipBinding, FillsTheListOfTheCall) {
-  g_talk.listed = {"one", "Gr\xFC\xDF", "100%s"};
+TEST_F(UnzipBinding, NamesAreAppendedToTheListOfTheCall) {
+  // The list is registered in front of the two allocations.
+  const CImportSpy<&GlobalAlloc> alloc("kernel32.dll", "GlobalAlloc", [&](UINT flags, SIZE_T size) {
+    Tell(UnzipListEntry, "early");
+    return alloc.CallOriginal(flags, size);
+  });
+  m_told = {"one", "Gr\xFC\xDF", "100%s"};
   CSimpleArray<CStringW> names;
   names.Add(L"before");
   EXPECT_TRUE(ListZipEntries(L"a.zip", &names));
-  EXPECT_THAT(ToVector(names), ElementsAre(L"before", L"one", L"Gr\u00fc\u00df", L"100%s"));
-  ListName(g_talk.functions, "late");  // when no list is registered any more
-  EXPECT_EQ(names.GetSize(), 4);
+  Tell(m_functions.SendApplicationMessage, "late");  // when no list is registered any more
+  EXPECT_THAT(ToVector(names),
+              ElementsAre(L"before", L"early", L"early", L"one", L"Gr\u00fc\u00df", L"100%s"));
 }
 
 TEST_F(UnzipBinding, ResultsBelowTwoAreSuccess) {
-  char bytes[] = "bytes";
   for (const int result : {-1, 0, 1}) {
-    g_talk.result = result;
-    g_talk.answer = {5, bytes};
-    EXPECT_TRUE(List(L"a.zip").has_value()) << result;
-    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes") << result;
+    m_result = result;
+    for (const std::string& bytes : {std::string("with\0zeros\xFF", 11), std::string()}) {
+      std::string block = bytes;
+      SetAnswer(block);
+      EXPECT_TRUE(List(L"a.zip").has_value()) << result;
+      EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), bytes) << result;
+    }
   }
   EXPECT_EQ(m_output.Take(), "");
   EXPECT_TRUE(m_unzip.Release()) << "unloaded after each";
 }
 
 TEST_F(UnzipBinding, OtherResultsAreReportedAndLeaveTheLibraryLoaded) {
-  char bytes[] = "bytes";
-  g_talk.listed = {"one"};
-  g_talk.answer = {5, bytes};
+  std::string bytes = "bytes";
+  SetAnswer(bytes);
   for (const int result : {2, 9, 1000000}) {
-    g_talk.result = result;
+    m_result = result;
     const std::string problem = "Problem unzipping: " + std::to_string(result) + "\n";
     EXPECT_EQ(List(L"a.zip"), std::nullopt);
     EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
     EXPECT_EQ(m_output.Take(), problem + problem);
   }
-  EXPECT_EQ(g_talk.frees, 0) << "what a failure left in the buffer is ignored";
+  EXPECT_THAT(m_events, Not(Contains("free"))) << "what a failure left in the buffer is ignored";
   EXPECT_FALSE(m_unzip.Release());
 }
 
-TEST_F(UnzipBinding, CopiesTheBytesAndFreesTheBuffer) {
-  for (std::string bytes : {std::string("with\0zeros\xFF", 11), std::string()}) {
-    g_talk.frees = 0;
-    g_talk.answer = {static_cast<unsigned long>(bytes.size()), bytes.data()};
-    unsigned long size = 4711;
-    std::unique_ptr<char[]> data;
-    ASSERT_TRUE(UnzipEntryToMemory(L"a.zip", L"a.txt", &size, &data));
-    ASSERT_EQ(size, bytes.size());
-    EXPECT_EQ(std::string(data.get(), size), bytes);
-    EXPECT_NE(data.get(), bytes.data());
-    EXPECT_EQ(g_talk.frees, 1);
-  }
-}
-
 // The published library answers like this for most failures: 0 or 1, a size and no bytes.
-TEST_F(UnzipBinding, FailsWhenThereAreNoBytes) {
-  for (const int result : {0, 1}) {
-    g_talk.result = result;
-    for (const unsigned long length : {0ul, 5ul, 0xFFFFFFFFul}) {
-      g_talk.answer = {length, nullptr};
-      EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-    }
+TEST_F(UnzipBinding, ExtractionWithoutBytesFails) {
+  for (const unsigned long length : {0ul, 5ul, 0xFFFFFFFFul}) {
+    m_answer = {length, nullptr};
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
   }
   EXPECT_EQ(m_output.Take(), "");
   EXPECT_TRUE(m_unzip.Release());
+}
+
+// 64: filled with zeros, and fixed. 80 and 72 bytes of options and functions, with 128 behind them.
+TEST_F(UnzipBinding, ListingFreesItsBlocksAndOnSuccessTheLibrary) {
+  std::vector<std::string> expected = {
+      "GlobalAlloc 64 208",  "GlobalLock", "GlobalAlloc 64 200", "GlobalLock", "SearchPathW",
+      "WideCharToMultiByte", "list",       "GlobalUnlock",       "GlobalFree", "GlobalUnlock",
+      "GlobalFree"};
+  m_result = 9;
+  EXPECT_EQ(List(L"a.zip"), std::nullopt);
+  EXPECT_EQ(m_events, expected);
+  m_events.clear();
+  m_result = 0;
+  EXPECT_TRUE(List(L"a.zip").has_value());
+  expected.insert(std::ranges::find(expected, "list") + 1, "FreeLibrary");
+  EXPECT_EQ(m_events, expected);
+}
+
+TEST_F(UnzipBinding, ExtractionFreesItsBlockAndOnSuccessBufferAndLibrary) {
+  std::string bytes = "bytes";
+  SetAnswer(bytes);
+  std::vector<std::string> expected = {"SearchPathW",         "WideCharToMultiByte",
+                                       "WideCharToMultiByte", "GlobalAlloc 64 200",
+                                       "GlobalLock",          "unzip",
+                                       "GlobalUnlock",        "GlobalFree"};
+  m_result = 11;
+  EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
+  EXPECT_EQ(m_events, expected);
+  m_events.clear();
+  m_result = 0;
+  EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
+  const auto behind = std::ranges::find(expected, "unzip") + 1;
+  expected.insert(expected.insert(behind, "FreeLibrary"), "free");
+  EXPECT_EQ(m_events, expected);
+}
+
+TEST_F(UnzipBinding, FailedBlockFailsTheUse) {
+  for (int* const failing : {&m_failingAlloc, &m_failingLock}) {
+    for (const int place : {0, 1}) {
+      m_events.clear();
+      *failing = place;
+      EXPECT_EQ(List(L"a.zip"), std::nullopt);
+      EXPECT_THAT(m_events, Not(Contains("SearchPathW")));
+      EXPECT_EQ(std::ranges::count(m_events, "GlobalFree"), failing == &m_failingAlloc ? 1 : 2);
+    }
+    m_events.clear();
+    *failing = 0;
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
+    EXPECT_THAT(m_events, Not(Contains("unzip")));
+    EXPECT_THAT(m_events, Contains("FreeLibrary"));
+    *failing = -1;
+  }
+  EXPECT_EQ(m_output.Take(), "");
 }
 
 /// The allocation that fails. What is allocated meanwhile, by the C runtime itself, outlives the
@@ -230,48 +279,41 @@ void* __cdecl AllocateAllButThat(size_t size) {
   return size == g_failingSize ? nullptr : std::calloc(1, size);
 }
 
-TEST_F(UnzipBinding, FailsWithoutMemoryForTheCopy) {
+TEST_F(UnzipBinding, OutOfMemoryFailsTheUseWithoutAnException) {
+  constexpr int kNames = 1024;  // the list then grows to twice as many
   std::string bytes(123457, 'x');
-  g_failingSize = bytes.size();
-  g_talk.answer = {static_cast<unsigned long>(bytes.size()), bytes.data()};
-  {
-    const CImportPatch allocate("msvcrt.dll", "malloc", AllocateAllButThat);
-    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
-  }
-  EXPECT_EQ(g_talk.frees, 1) << "the library's block is freed";
-  EXPECT_TRUE(m_unzip.Release());
-}
-
-TEST_F(UnzipBinding, ListingFailsWithoutMemoryForAName) {
-  constexpr int kListedNames = 1024;  // the list then grows to twice as many
-  g_failingSize = 2 * kListedNames * sizeof(CStringW);
-  g_talk.listed.assign(kListedNames + 2, "name");
+  SetAnswer(bytes);
   {
     const CImportPatch patch("msvcrt.dll", "malloc", AllocateAllButThat);
+    g_failingSize = bytes.size();
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
+    EXPECT_THAT(m_events, Contains("free")) << "the library's block is freed";
+    m_told.assign(kNames + 2, "name");
+    g_failingSize = 2 * kNames * sizeof(CStringW);
     EXPECT_EQ(List(L"a.zip"), std::nullopt);
   }
   {
     const CImportSpy<&MultiByteToWideChar> convert("kernel32.dll", "MultiByteToWideChar",
                                                    [](auto...) -> int { throw std::bad_alloc(); });
     EXPECT_EQ(List(L"a.zip"), std::nullopt);
+    EXPECT_TRUE(Unzip(L"a.zip", L"a.txt").has_value()) << "only its report is missing";
   }
   EXPECT_TRUE(List(L"a.zip").has_value()) << "the next one has memory";
   EXPECT_TRUE(m_unzip.Release());
 }
 
 TEST_F(UnzipBinding, NullArgumentsFailBeforeAnythingElse) {
-  const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW");
   unsigned long size = 7;
   auto data = std::make_unique<char[]>(1);
   EXPECT_FALSE(ListZipEntries(L"a.zip", nullptr));
   EXPECT_FALSE(UnzipEntryToMemory(L"a.zip", L"a.txt", nullptr, &data));
   EXPECT_FALSE(UnzipEntryToMemory(L"a.zip", L"a.txt", &size, nullptr));
-  EXPECT_TRUE(search.Calls().empty());
+  EXPECT_TRUE(m_events.empty());
   EXPECT_EQ(size, 7u);
   EXPECT_NE(data, nullptr);
 }
 
-TEST_F(UnzipBinding, ConvertsToTheThreadsCodePageInABufferOnTheStack) {
+TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePage) {
   std::vector<std::wstring> texts;
   const CImportSpy<&WideCharToMultiByte> convert(
       "kernel32.dll", "WideCharToMultiByte",
@@ -280,30 +322,24 @@ TEST_F(UnzipBinding, ConvertsToTheThreadsCodePageInABufferOnTheStack) {
         EXPECT_EQ(codePage, static_cast<UINT>(CP_THREAD_ACP));
         EXPECT_EQ(flags, 0u);
         EXPECT_EQ(size, static_cast<int>(2 * texts.back().size() + 1));
-        // A little above this function's own frame is its callers'.
-        EXPECT_LT(reinterpret_cast<uintptr_t>(buffer) -
-                      reinterpret_cast<uintptr_t>(__builtin_frame_address(0)),
-                  uintptr_t{1} << 17);
         std::strcpy(buffer, "x");
         return 2;
       });
   List(L"C:\\a.zip");
-  EXPECT_EQ(g_talk.archive, "x");
+  EXPECT_EQ(m_archive, "x");
   Unzip(L"b.zip", L"c.txt");
   EXPECT_EQ(texts, (std::vector<std::wstring>{L"C:\\a.zip", L"b.zip", L"c.txt"}));
 }
 
-TEST_F(UnzipBinding, PassesAFailedConversionOnAsNull) {
-  const CImportSpy<&WideCharToMultiByte> convert("kernel32.dll", "WideCharToMultiByte",
-                                                 [](auto...) { return 0; });
-  g_talk.archive = "before";
-  List(L"a.zip");
-  EXPECT_EQ(g_talk.archive, std::nullopt);
-  g_talk.archive = g_talk.entry = "before";
-  Unzip(L"a.zip", L"a.txt");
-  EXPECT_EQ(g_talk.archive, std::nullopt);
-  EXPECT_EQ(g_talk.entry, std::nullopt);
-  EXPECT_EQ(g_talk.calls, 2);
+TEST_F(UnzipBinding, NameThatCannotBeConvertedIsPassedAsNull) {
+  const std::wstring longest(32768, L'x');
+  Unzip(L"a.zip", longest.c_str());
+  EXPECT_EQ(m_entry, std::string(32768, 'x'));
+  Unzip(L"a.zip", (longest + L"x").c_str());
+  EXPECT_EQ(m_entry, std::nullopt);
+  EXPECT_EQ(m_archive, "a.zip");
+  List((longest + L"x").c_str());
+  EXPECT_EQ(m_archive, std::nullopt);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <atlbase.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,130 +22,92 @@ using Names = std::vector<std::wstring>;
 constexpr DWORD kLongEnoughMs = 100;
 constexpr int kFailure = 9;  // the library then stays loaded
 
-void Report(USERFUNCTIONS* functions, const char* name) {
-  functions->SendApplicationMessage(1, 1, 0, 1, 2, 3, 4, 5, ' ', const_cast<char*>(name), nullptr,
-                                    0, ' ');
-}
-
-/// Two uses of the library: the first one waits, inside the library and at its release, for the
-/// second one, which must not come. One at a time.
-class CMeeting {
- public:
-  explicit CMeeting(int firstResult) : m_firstResult(firstResult) {
-    s_meeting = this;
-    m_unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
-      return s_meeting->Meet(functions);
-    };
-    m_unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
+class UnzipThreads : public testing::Test {
+ protected:
+  /// Has a listing and an extraction do this inside the library.
+  void WhileInUse(const std::function<int(USERFUNCTIONS& functions)>& use) {
+    m_unzip->list = [use](DCL&, USERFUNCTIONS& functions) { return use(functions); };
+    m_unzip->unzip = [use](LPCSTR, LPCSTR, USERFUNCTIONS& functions, UzpBuffer& buffer) {
       static char bytes[] = "bytes";
-      *buffer = {5, bytes};
-      return s_meeting->Meet(functions);
+      buffer = {5, bytes};
+      return use(functions);
     };
   }
-
-  /// Each use is a listing or an extraction.
-  void Run(bool isFirstListing, bool isSecondListing) {
-    const CParallel other([&] {
-      WaitForSingleObject(m_isFirstInside, INFINITE);
-      SetEvent(m_isSecondComing);
-      Use(isSecondListing);
-    });
-    Use(isFirstListing);
-  }
-
- private:
-  bool IsFirst() const { return GetCurrentThreadId() == m_firstThread; }
-  bool Fails() const { return IsFirst() && m_firstResult == kFailure; }
-
-  void Use(bool isListing) const {
-    if (isListing) {
-      const Names expected = IsFirst() ? Names{L"first"} : Names();
-      EXPECT_EQ(List(L"a.zip"), Fails() ? std::nullopt : std::optional(expected));
-    } else {
-      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), Fails() ? "" : "bytes");
-    }
-  }
-
-  /// Inside the library. Returns its result.
-  int Meet(USERFUNCTIONS* functions) {
-    if (!IsFirst()) {
-      return 0;
-    }
-    SetEvent(m_isFirstInside);
-    WaitForSingleObject(m_isSecondComing, INFINITE);
-    ExpectSecondOutside();
-    Report(functions, "first");
-    m_hasFirstLeft = m_firstResult == kFailure;
-    return m_firstResult;
-  }
-
-  void ExpectSecondOutside() const {
-    EXPECT_EQ(WaitForSingleObject(m_isSecondInside, kLongEnoughMs), DWORD{WAIT_TIMEOUT});
-  }
-
-  static inline CMeeting* s_meeting = nullptr;
-
-  const DWORD m_firstThread = GetCurrentThreadId();
-  const int m_firstResult;
-  const CHandle m_isFirstInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const CHandle m_isSecondComing{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const CHandle m_isSecondInside{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  std::atomic<bool> m_hasFirstLeft = false;
 
   CUnzipDouble m_unzip;
-  const CImportSpy<&SearchPathW> m_search{"kernel32.dll", "SearchPathW", [this](auto... arguments) {
-                                            if (!IsFirst()) {
-                                              EXPECT_TRUE(m_hasFirstLeft)
-                                                  << "the library is still used";
-                                              SetEvent(m_isSecondInside);
-                                            }
-                                            return m_search.CallOriginal(arguments...);
-                                          }};
-  const CImportSpy<&FreeLibrary> m_release{"kernel32.dll", "FreeLibrary", [this](HMODULE library) {
-                                             if (IsFirst()) {
-                                               ExpectSecondOutside();
-                                               m_hasFirstLeft = true;
-                                             }
-                                             return m_release.CallOriginal(library);
-                                           }};
+  CStdoutCapture m_output;
 };
 
-TEST(UnzipThreads, OneWaitsForTheOthersRelease) {
-  CStdoutCapture output;
+// The first use waits, inside the library and at its release, for the second one, which must not
+// come.
+TEST_F(UnzipThreads, OneWaitsForTheOthersRelease) {
+  const DWORD firstThread = GetCurrentThreadId();
+  const CHandle firstIsInside(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const CHandle secondComes(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  std::atomic<bool> isInUse = false;
+  int firstResult = 0;
+  const auto isFirst = [&] { return GetCurrentThreadId() == firstThread; };
+  WhileInUse([&](USERFUNCTIONS& functions) {
+    if (!isFirst()) {
+      return 0;
+    }
+    isInUse = true;
+    SetEvent(firstIsInside);
+    WaitForSingleObject(secondComes, INFINITE);
+    Sleep(kLongEnoughMs);
+    Tell(functions.SendApplicationMessage, "first");
+    isInUse = firstResult != kFailure;
+    return firstResult;
+  });
+  const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", [&](auto... arguments) {
+    EXPECT_TRUE(isFirst() || !isInUse) << "the library is still used";
+    return search.CallOriginal(arguments...);
+  });
+  const CImportSpy<&FreeLibrary> release("kernel32.dll", "FreeLibrary", [&](HMODULE library) {
+    if (isFirst()) {
+      Sleep(kLongEnoughMs);
+      isInUse = false;
+    }
+    return release.CallOriginal(library);
+  });
+  const auto use = [&](bool isListing) {
+    const bool fails = isFirst() && firstResult == kFailure;
+    if (isListing) {
+      const Names names = isFirst() ? Names{L"first"} : Names();
+      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(names));
+    } else {
+      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
+    }
+  };
   for (const bool isFirstListing : {true, false}) {
     for (const bool isSecondListing : {true, false}) {
-      for (const int firstResult : {0, kFailure}) {
-        CMeeting(firstResult).Run(isFirstListing, isSecondListing);
+      for (const int result : {0, kFailure}) {
+        firstResult = result;
+        const CParallel other([&] {
+          WaitForSingleObject(firstIsInside, INFINITE);
+          SetEvent(secondComes);
+          use(isSecondListing);
+        });
+        use(isFirstListing);
       }
     }
   }
 }
 
-/// As a library does that serves messages: another call comes while it is at work.
-int UseAgain(USERFUNCTIONS* functions) {
-  EXPECT_EQ(List(L"b.zip"), std::nullopt);
-  EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
-  Report(functions, "outer");
-  return 0;
-}
-
-TEST(UnzipThreads, UseInsideAnotherOfTheThreadFails) {
-  CUnzipDouble unzip;
-  CStdoutCapture output;
-  unzip->list = [](int, char**, int, char**, DCL*, USERFUNCTIONS* functions) {
-    return UseAgain(functions);
-  };
-  unzip->unzip = [](LPSTR, LPSTR, USERFUNCTIONS* functions, UzpBuffer* buffer) {
-    static char bytes[] = "outer";
-    *buffer = {5, bytes};
-    return UseAgain(functions);
-  };
+// As with a library that serves messages: another call comes while it is at work.
+TEST_F(UnzipThreads, UseInsideAnotherOfTheThreadFails) {
+  WhileInUse([](USERFUNCTIONS& functions) {
+    EXPECT_EQ(List(L"b.zip"), std::nullopt);
+    EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
+    Tell(functions.SendApplicationMessage, "outer");
+    return 0;
+  });
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(List(L"a.zip"), Names{L"outer"});
-    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "outer");
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
   }
   CParallel([] { EXPECT_EQ(List(L"a.zip"), Names{L"outer"}); }).Join();
-  EXPECT_TRUE(unzip.Release());
+  EXPECT_TRUE(m_unzip.Release());
 }
 
 }  // namespace

@@ -23,8 +23,6 @@ struct CZipProgressDialogPeer {
     return dialog.AddCollection(entry, CFilePath(folder), output);
   }
   void FinishPipeline(const TiXmlDocument& document) { dialog.FinishPipeline(document); }
-  void SetStatus(LPCWSTR title, LPCWSTR subtitle) { dialog.SetStatus(title, subtitle); }
-  void SetProgress(int percent) { dialog.SetProgress(percent); }
   void ShowError(LPCWSTR text) { dialog.ShowError(text); }
   void EndWithResult(int code) { dialog.EndWithResult(code); }
 

@@ -1,27 +1,34 @@
-// The dialog itself: its controls and its commands.
+// The dialog itself: its controls, its commands and its end.
 
 #include "collections/zip_progress_dialog.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <commctrl.h>
+#include <shlwapi.h>
+#include <tinyxml.h>
 
-#include <algorithm>
 #include <functional>
+#include <new>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
+#include "tests/collections/wininet_recorder.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/support/dialog_template.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/message_recorder.h"
 #include "tests/support/stored_zip.h"
 #include "tests/support/user.h"
 
 namespace {
 
+using testing::Contains;
 using Lines = CDialogTrace::Lines;
 
 constexpr int kTitle = 210;
@@ -47,7 +54,7 @@ class ZipProgressDialog : public CollectionTest {
                           [](HWND, UINT_PTR, UINT, TIMERPROC) { return UINT_PTR{1}; }};
 };
 
-TEST_F(ZipProgressDialog, StartsWithOnlyCancelToPress) {
+TEST_F(ZipProgressDialog, StartsWithOnlyCancelEnabled) {
   const INT_PTR result = Run([this](HWND window) {
     EXPECT_EQ(ChildText(window, kTitle), L"Downloading Folivo Collections...");
     EXPECT_EQ(ChildText(window, kSubtitle), L"");
@@ -68,12 +75,20 @@ TEST_F(ZipProgressDialog, StartsWithOnlyCancelToPress) {
     EXPECT_EQ(cancel.left, ok.right + 12) << "one row";
     EXPECT_EQ(ok.left, (client.right - (cancel.right - ok.left)) / 2) << "centred";
     EXPECT_EQ(ok.bottom, client.bottom - 12);
+
+    LRESULT leavesFocus = FALSE;
+    EXPECT_TRUE(m_dialog.ProcessWindowMessage(window, WM_INITDIALOG, 0, 0, leavesFocus, 0));
+    EXPECT_EQ(leavesFocus, TRUE);
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof(info);
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
     Click(window, IDCANCEL);
   });
   EXPECT_EQ(result, 2);
 }
 
-TEST_F(ZipProgressDialog, InitialisationIsInOrder) {
+TEST_F(ZipProgressDialog, InitialisationKeepsItsOrder) {
   std::vector<std::string> steps;
   const auto note = [&](const std::string& step) {
     if (steps.empty() || steps.back() != step) {
@@ -93,10 +108,8 @@ TEST_F(ZipProgressDialog, InitialisationIsInOrder) {
                           [&](auto...) { return static_cast<UINT_PTR>(note("timer")); });
     const CImportSpy<&MoveWindow> move("user32.dll", "MoveWindow",
                                        [&](auto...) { return note("button row"); });
-    const CImportSpy<&SendDlgItemMessageW> send(
-        "user32.dll", "SendDlgItemMessageW", [&](HWND, int, UINT message, WPARAM, LPARAM) {
-          return note(message == PBM_SETRANGE32 ? "range" : "other");
-        });
+    const CImportSpy<&SendDlgItemMessageW> send("user32.dll", "SendDlgItemMessageW",
+                                                [&](auto...) { return note("range"); });
     EXPECT_EQ(Run([](HWND window) { Click(window, IDCANCEL); }), 2);
   }
   EXPECT_EQ(steps, (std::vector<std::string>{"centre", "status", "disable 1", "enable 2", "timer",
@@ -105,83 +118,49 @@ TEST_F(ZipProgressDialog, InitialisationIsInOrder) {
 
 TEST_F(ZipProgressDialog, CommandEndsItAndKeepsTheArchive) {
   m_sandbox.Write(L"download.zip", "old");
-  EXPECT_EQ(Run([](HWND window) { Close(window); }), 2);
+  EXPECT_EQ(Run([](HWND window) {
+              // Other notifications and controls are not handled.
+              for (const int id : {IDOK, IDCANCEL, kTitle, kBar, 99}) {
+                SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 5), 0);
+              }
+              for (const int id : {kTitle, kSubtitle, kBar, 99}) {
+                SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 0), 0);
+              }
+              EXPECT_TRUE(IsWindowVisible(window));
+              Close(window);
+            }),
+            2);
   CZipProgressDialog other(L"", ZipPath().c_str(), L"");
   EXPECT_EQ(RunDialog(other, [](HWND window) { PostMessageW(window, WM_COMMAND, IDOK, 0); }), 1);
   EXPECT_EQ(ReadFileBytes(ZipPath()), "old");
 }
 
-TEST_F(ZipProgressDialog, OtherNotificationsAreNotHandled) {
-  const INT_PTR result = Run([](HWND window) {
-    for (const int id : {IDOK, IDCANCEL, kTitle, kBar, 99}) {
-      SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 5), 0);
-    }
-    for (const int id : {kTitle, kSubtitle, kBar, 99}) {
-      SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 0), 0);
-    }
-    SendMessageW(window, WM_USER + 1, 1, 0);
-    EXPECT_TRUE(IsWindowVisible(window));
-    Click(window, IDCANCEL);
-  });
-  EXPECT_EQ(result, 2);
-}
-
-TEST_F(ZipProgressDialog, InitialisationIsHandledAndLeavesTheDefaultFocus) {
-  Run([this](HWND window) {
-    LRESULT result = FALSE;
-    EXPECT_TRUE(m_dialog.ProcessWindowMessage(window, WM_INITDIALOG, 0, 0, result, 0));
-    EXPECT_EQ(result, TRUE);
-    GUITHREADINFO info = {};
-    info.cbSize = sizeof(info);
-    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
-    Click(window, IDCANCEL);
-  });
-}
-
-TEST_F(ZipProgressDialog, StatusAndProgressGoToTheirControls) {
-  COpenDialog dialog = Open();
-  CDialogTrace trace;
-  for (const auto& [percent, position] : {std::pair(-5, 0), {0, 0}, {50, 50}, {200, 100}}) {
-    dialog->SetProgress(percent);
-    // The control's own range begins at 1.
-    EXPECT_EQ(SendDlgItemMessageW(dialog.Window(), kBar, PBM_GETPOS, 0, 0), std::max(1, position));
-    EXPECT_EQ(trace.Take(), Lines{Bar(position)});
-  }
-  for (const auto& [title, subtitle] : {std::pair(L"one %s", L"two"), {L"three", L""}}) {
-    dialog->SetStatus(title, subtitle);
-    EXPECT_EQ(ChildText(dialog.Window(), kTitle), title);
-    EXPECT_EQ(ChildText(dialog.Window(), kSubtitle), subtitle);
-  }
-}
-
-CZipProgressDialogPeer* g_asking;
-
-/// Goes on where a manifest stage that succeeds would.
-void CALLBACK FinishNow(HWND, UINT, UINT_PTR timer, DWORD) {
-  KillTimer(nullptr, timer);
-  g_asking->Begin();
-  TiXmlDocument manifest;
-  manifest.Parse("<a><DownloadedFile Filename='a.qdc' Destination='x'/></a>");
-  g_asking->FinishPipeline(manifest);
-}
-
 TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
   const CUnzipSearchPath unzip(RealUnzipFolder());
   const std::string archive = CStoredZip().Add("a.qdc", "lesson").Bytes();
+  TiXmlDocument manifest;
+  manifest.Parse("<a><DownloadedFile Filename='a.qdc' Destination='x'/></a>");
   for (const int answer : {IDOK, IDCANCEL}) {
     m_sandbox.Write(L"download.zip", archive);
     DeleteFileW(Content(L"x\\a.qdc").c_str());
     CZipProgressDialog dialog(L"", ZipPath().c_str(), ContentFolder().c_str());
     CZipProgressDialogPeer peer{dialog};
-    g_asking = &peer;
-    m_timer.CallOriginal(nullptr, 0, 10, &FinishNow);
+    // At the end of its initialisation it goes on where a manifest stage that succeeds would.
+    const CImportSpy<&SendDlgItemMessageW> send(
+        "user32.dll", "SendDlgItemMessageW", [&](HWND window, int id, UINT message, auto... w) {
+          const LRESULT result = send.CallOriginal(window, id, message, w...);
+          if (message == PBM_SETRANGE32) {
+            peer.Begin();
+            peer.FinishPipeline(manifest);
+          }
+          return result;
+        });
     const INT_PTR result = RunDialog(dialog, [&](HWND window) {
-      WaitUntil("the question", [&] { return ChildText(window, IDCANCEL) == L"No"; });
       EXPECT_EQ(ChildText(window, kTitle), L"Completed Folivo Collections download.");
       EXPECT_EQ(ChildText(window, kSubtitle),
                 L"Would you like to view the downloaded collections?");
       EXPECT_EQ(ChildText(window, IDOK), L"Yes");
+      EXPECT_EQ(ChildText(window, IDCANCEL), L"No");
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDOK)));
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDCANCEL)));
       EXPECT_EQ(SendDlgItemMessageW(window, kBar, PBM_GETPOS, 0, 0), 100);
@@ -194,6 +173,165 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
     EXPECT_EQ(ReadFileBytes(Content(L"x\\a.qdc")), "lesson");
     EXPECT_EQ(ReadFileBytes(ZipPath()), archive);
   }
+}
+
+// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT; the controls are
+// visible children: the default push button, another, two texts, and a bar with a border.
+TEST(ZipProgressDialogTemplate, HasItsStyleFontAndControls) {
+  EXPECT_EQ(DescribeDialogTemplate(211),
+            L"80c800c0/0 0 0 252 90 menu '' class '' title 'MERLO Folivo Collection Download' "
+            L"font 'MS Shell Dlg' 8\n"
+            L"50010001/0 140 69 50 14 id 1 button 'OK'\n"
+            L"50010000/0 195 69 50 14 id 2 button 'Cancel'\n"
+            L"50020000/0 7 10 238 8 id 210 static 'Title'\n"
+            L"50020000/0 7 22 238 8 id 211 static 'Subtitle'\n"
+            L"50800000/0 7 38 238 14 id 212 msctls_progress32 ''\n");
+}
+
+// How the dialog ends: with a message, by a command, out of memory, or without its window.
+
+using ZipProgressDialogEnd = CollectionTest;
+
+/// Destroys the window as its owner's end does. The member keeps the handle: genuine ATL clears it
+/// only once the outermost message has returned.
+void DestroyOwner(COpenDialog& dialog, HWND window) {
+  DestroyWindow(window);
+  dialog->SetWindow(window);
+}
+
+TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialogWhichItEndsOnce) {
+  COpenDialog dialog = Open();
+  CDialogTrace trace;
+  CMessageRecorder messages;
+  dialog->ShowError(L"100%s");
+  dialog->EndWithResult(2);
+  EXPECT_EQ(trace.Take(), Lines{End(3)});
+  const auto shown = messages.Take();
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_EQ(shown[0].owner, dialog.Window());
+  EXPECT_EQ(shown[0].text, L"100%s");
+  EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
+  EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
+}
+
+TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  COpenDialog dialog = Open(TrustedUrl(path));
+  CDialogTrace trace;
+  ASSERT_TRUE(dialog->DownloadArchive());
+  const HINTERNET session = dialog->Session();
+  const HINTERNET request = dialog->Request();
+  const HANDLE file = dialog->File();
+  trace.Take();
+  {
+    const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
+      EXPECT_TRUE(handle != file || winInet.closed.empty()) << "the file is closed first";
+      return close.CallOriginal(handle);
+    });
+    dialog->EndWithResult(3);
+    EXPECT_THAT(close.Calls(), Contains(std::tuple(file)).Times(1));
+  }
+  EXPECT_EQ(winInet.closed, (std::vector{request, session}));
+  EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
+  EXPECT_FALSE(ArchiveExists());
+  // The members keep their values.
+  EXPECT_EQ(dialog->Session(), session);
+  EXPECT_EQ(dialog->Request(), request);
+  EXPECT_EQ(dialog->File(), file);
+}
+
+TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
+  const CWinInetRecorder winInet;
+  COpenDialog dialog = Open();
+  dialog->SetFile(INVALID_HANDLE_VALUE);
+  const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");
+  dialog->EndWithResult(2);
+  EXPECT_THAT(close.Calls(), testing::Not(Contains(std::tuple(INVALID_HANDLE_VALUE))));
+  EXPECT_TRUE(winInet.closed.empty());
+}
+
+TEST_F(ZipProgressDialogEnd, DestructorClosesTheHandlesOfADestroyedWindow) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  const CWinInetRecorder winInet;
+  const CDialogTrace trace;
+  {
+    COpenDialog dialog = Open(TrustedUrl(path));
+    ASSERT_TRUE(dialog->DownloadArchive());
+  }
+  EXPECT_EQ(winInet.closed.size(), 2u);
+  EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
+}
+
+TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheMessageIsNotEnded) {
+  CDialogTrace trace;
+  m_sandbox.Write(L"download.zip", "old");
+  COpenDialog dialog = Open();
+  const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW",
+                                         [&](HWND owner, LPCWSTR, LPCWSTR, UINT) {
+                                           DestroyOwner(dialog, owner);
+                                           return IDOK;
+                                         });
+  trace.Take();
+  dialog->ShowError(L"x");
+  EXPECT_EQ(trace.Take(), Lines{Delete(L"download.zip")}) << "there is no dialog to end";
+}
+
+// The error dialog of the system is where a user can wait, and the browser's window go.
+TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheErrorDialogStopsItWithoutAMessage) {
+  for (const DWORD answer : {DWORD{ERROR_SUCCESS}, DWORD{ERROR_INTERNET_FORCE_RETRY}}) {
+    const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+    const CWinInetRecorder winInet;
+    CDialogTrace trace;
+    COpenDialog dialog = Open(TrustedUrl(path));
+    const CImportSpy<&InternetErrorDlg> ask(
+        "wininet.dll", "InternetErrorDlg",
+        [&](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
+          DestroyOwner(dialog, owner);
+          return ask.Calls().size() == 1 ? answer : ERROR_SUCCESS;
+        });
+    EXPECT_FALSE(dialog->DownloadArchive());
+    EXPECT_TRUE(trace.Take(L"message").empty());
+    EXPECT_EQ(winInet.openings.size(), 1u);
+    EXPECT_TRUE(winInet.readSizes.empty()) << "nothing more is fetched";
+    EXPECT_EQ(winInet.closed.size(), 2u);
+    EXPECT_FALSE(ArchiveExists());
+  }
+}
+
+TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
+  CZipProgressDialog dialog((m_sandbox / L"missing").c_str(), ZipPath().c_str(), L"");
+  // What comes while the system's message box serves messages.
+  const CImportSpy<&MessageBoxW> message(
+      "user32.dll", "MessageBoxW", [](HWND window, LPCWSTR, LPCWSTR, UINT) {
+        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
+        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
+        SendMessageW(window, WM_TIMER, 0, 0);
+        EXPECT_TRUE(IsWindowVisible(window)) << "it has not been ended";
+        return IDOK;
+      });
+  EXPECT_EQ(dialog.DoModal(nullptr), 3);
+  EXPECT_EQ(message.Calls().size(), 1u);
+}
+
+TEST_F(ZipProgressDialogEnd, OutOfMemoryIsOneMessageOfTheStage) {
+  const auto expectMessage = [this](const wchar_t* message) {
+    m_sandbox.Write(L"download.zip", "old");
+    const std::wstring source = m_sandbox.Write(L"source.zip", "PK");
+    CZipProgressDialog dialog(source.c_str(), ZipPath().c_str(), L"");
+    CDialogTrace trace;
+    EXPECT_EQ(dialog.DoModal(nullptr), 3);
+    EXPECT_EQ(trace.Take(L"message"), Lines{message});
+  };
+  const auto fail = [](auto...) -> BOOL { throw std::bad_alloc(); };
+  {
+    const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", fail);
+    expectMessage(kCannotUnzip);
+    EXPECT_FALSE(ArchiveExists());
+  }
+  // The archive is looked for in the same way, so that it cannot be deleted.
+  const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", fail);
+  expectMessage(kUnavailable);
 }
 
 }  // namespace

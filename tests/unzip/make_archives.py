@@ -5,9 +5,7 @@ import io
 import pathlib
 import random
 import struct
-import subprocess
 import sys
-import tempfile
 import zipfile
 
 DATE = (2011, 12, 13, 14, 15, 16)
@@ -66,33 +64,9 @@ def patched(data, signature, offset, form, *values):
 LOCAL, CENTRAL, END = b"PK\3\4", b"PK\1\2", b"PK\5\6"
 
 
-def with_sizes(data, compressed, size):
-    """Has both headers of the only entry claim these sizes."""
-    data = patched(data, LOCAL, 18, "II", compressed, size)
-    return patched(data, CENTRAL, 20, "II", compressed, size)
-
-
-class Pipe(io.RawIOBase):
-    """What cannot be sought in: sizes then follow the data."""
-
-    def __init__(self):
-        super().__init__()
-        self.data = bytearray()
-
-    def writable(self):
-        return True
-
-    def write(self, data):
-        self.data += data
-        return len(data)
-
-
-def streamed():
-    pipe = Pipe()
-    with zipfile.ZipFile(pipe, "w") as target:
-        target.writestr(info("streamed.txt"), TEXT)
-        target.writestr(info("second.bin"), BINARY)
-    return bytes(pipe.data)
+def with_size(data, size):
+    """Has both headers of the only entry claim this size."""
+    return patched(patched(data, LOCAL, 22, "I", size), CENTRAL, 24, "I", size)
 
 
 def overlapping():
@@ -104,32 +78,14 @@ def overlapping():
     return patched(twice, END, 8, "HHI", 2, 2, 2 * len(header))
 
 
-def zip_tool(*arguments, **files):
-    """The bytes of an archive made by the zip program from files of these names."""
-    with tempfile.TemporaryDirectory() as folder:
-        for name, data in files.items():
-            pathlib.Path(folder, name).write_bytes(data)
-        subprocess.run(["/usr/bin/zip", "-q", "-X", *arguments, "made.zip", *files],
-                       cwd=folder, check=True)
-        return pathlib.Path(folder, "made.zip").read_bytes()
-
-
 def archives():
     stored = zipfile.ZIP_STORED
     yield "stored", archive((info("a.txt", stored), b"stored text"),
                             (info("folder/b.bin", stored), BINARY))
     yield "deflated", archive(
         (info("z first.txt"), TEXT), (info("folder/"), b""), (info("folder/inner/c.bin"), BINARY),
-        (info("collection.xml"), b"<collection/>"), (info("b.txt"), TEXT[:100]))
+        comment=b"100% %s")
     yield "empty", archive()
-    yield "empty_with_comment", archive(comment=b"nothing in here")
-    yield "with_comment", archive((info("a.txt"), TEXT), comment=b"100% %s")
-    yield "empty_entry", one("empty.txt", b"")
-    yield "streamed", streamed()
-    yield "zip64", zip_tool("-fz", **{"sixty-four.txt": TEXT})
-    yield "encrypted", zip_tool("-P", "secret", **{"locked.txt": TEXT})
-    many = [(info(f"part{i % 10}/entry{9999 - i:04}.txt", stored), b"%d" % i) for i in range(10000)]
-    yield "many", archive(*many)
     yield "noise", one("noise.bin", random.Random(1).randbytes(300000))
 
     yield "names_dos", one("Gr\u00fc\u00dfe.txt".encode("cp437"), TEXT, host=DOS)
@@ -137,30 +93,15 @@ def archives():
     yield "names_utf8", one("Gr\u00fc\u00dfe.txt", TEXT)
     yield "names_utf8_extra", one("Gr\u00fc\u00dfe.txt", TEXT, extra=NO_EXTRA)
     yield "names_malformed", one(b"\xff\xc3(.txt", TEXT, flags=NAME_IS_UTF8, extra=NO_EXTRA)
-    yield "names_percent", one("100%s%n%08x.txt", TEXT)
-    yield "names_long", archive((info("n" * 259), b"fits"), (info("m" * 5000), b"cut"))
-    yield "names_patterns", archive((info("a[1].txt"), b"brackets"), (info(b"back\\slash.txt"), b"b"),
-                                    (info("only.dat"), b"data"), (info("x1"), b"1"),
-                                    (info("x2"), b"2"))
-    yield "names_twice", archive((info("twice1.txt"), b"1"), (info("twice2.txt"), b"2"))\
-        .replace(b"twice2.txt", b"twice1.txt")
 
     good = one("bad.txt", TEXT)
+    yield "encrypted", patched(patched(good, LOCAL, 6, "H", 1), CENTRAL, 8, "H", 1)
     yield "bad_crc", patched(patched(good, LOCAL, 14, "I", 0x1234), CENTRAL, 16, "I", 0x1234)
-    yield "bad_data", patched(good, LOCAL, 30 + len("bad.txt"), "QQ", 2**64 - 1, 2**64 - 1)
     yield "cut_end", good[:-30]
-    yield "cut_front", archive((info("a.txt", stored), BINARY), (info("b.txt"), TEXT))[200:]
-    yield "wrong_count", patched(archive((info("a.txt"), TEXT), (info("b.txt"), TEXT)),
-                                 END, 8, "HH", 3, 3)
     yield "junk_front", b"#!/bin/sh\n" * 10 + good
-    yield "junk_behind", good + b"junk" * 10
-    yield "no_zip", TEXT
-    yield "zero_bytes", b""
-    yield "lying_size", with_sizes(good, struct.unpack_from("<I", good, 18)[0], 3 << 30)
-    yield "claims_4g", with_sizes(good, struct.unpack_from("<I", good, 18)[0], 2**32 - 1)
-    yield "wrong_stored", with_sizes(one("bad.txt", TEXT, method=stored), len(TEXT), 2 * len(TEXT))
+    yield "lying_size", with_size(good, 3 << 30)
+    yield "claims_4g", with_size(good, 2**32 - 1)
     yield "overlapping", overlapping()
-    yield "new_method", patched(patched(good, LOCAL, 8, "H", 14), CENTRAL, 10, "H", 14)
 
 
 def main():

@@ -12,26 +12,20 @@
 #include "collections/unzip_library.h"
 #include "tests/collections/stdout_capture.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
+#include "unzip/unzip_interface.h"
 
 /// One of the archives that make_archives.py makes.
 inline CStringW Archive(const wchar_t* name) {
   return (ProgramFolder() + L"\\archives\\" + name + L".zip").c_str();
 }
 
-/// What make_archives.py puts into text entries, and into binary ones.
+/// What make_archives.py puts into text entries.
 inline std::string ArchivedText() {
   std::string text;
   for (int i = 0; i < 400; ++i) {
     text += "A lesson about zip archives.\n";
   }
   return text;
-}
-inline std::string ArchivedBytes() {
-  std::string bytes;
-  for (unsigned i = 0; i < 5000; ++i) {
-    bytes += static_cast<char>(i * i + (i >> 3));
-  }
-  return bytes;
 }
 
 inline std::vector<std::wstring> ToVector(const CSimpleArray<CStringW>& names) {
@@ -62,4 +56,9 @@ inline std::optional<std::string> Unzip(const CStringW& archive, const CStringW&
   }
   EXPECT_NE(data, nullptr);
   return std::string(data.get(), size);
+}
+
+/// Has a callback of the library's told of an entry.
+inline void Tell(UnzipMessageFn message, std::string name) {
+  message(1, 1, 0, 1, 2, 3, 4, 5, ' ', name.data(), nullptr, 0, ' ');
 }

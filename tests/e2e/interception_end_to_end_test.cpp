@@ -10,17 +10,12 @@
 #include "tests/browser/install_information.h"
 #include "tests/e2e/browser_session.h"
 #include "tests/e2e/launcher_record.h"
-#include "tests/e2e/regsvr32.h"
+#include "tests/e2e/registered_plugin.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
-#include "tests/support/http_server.h"
-#include "tests/support/temp_sandbox.h"
 
 namespace {
 
-constexpr int kOpen = 6;
-constexpr int kSave = 7;
-constexpr int kCancel = 2;
 constexpr size_t kLength = 1000000;
 
 using Files = std::vector<std::wstring>;
@@ -28,11 +23,8 @@ using Files = std::vector<std::wstring>;
 HttpAnswer Lesson() { return HttpAnswer().Bytes("PK\x03\x04").Pattern(5, kLength); }
 std::string LessonBytes() { return "PK\x03\x04" + PatternBytes(5, 0, kLength); }
 
-class InterceptionEndToEnd : public testing::Test {
+class InterceptionEndToEnd : public CRegisteredPluginTest {
  protected:
-  static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(L"/s"), 0u); }
-  static void TearDownTestSuite() { EXPECT_EQ(RunRegsvr32(L"/s /u"), 0u); }
-
   /// The files in the folder for temporary files.
   Files TempFiles() const {
     Files names;
@@ -43,16 +35,14 @@ class InterceptionEndToEnd : public testing::Test {
     return names;
   }
 
-  const CTempSandbox m_sandbox;  // before the browser, which inherits its folders
   const CInstallInformation m_information;
-  const HttpTestServer m_server;
 };
 
-TEST_F(InterceptionEndToEnd, SavedLessonComesWithOneRequest) {
+TEST_F(InterceptionEndToEnd, SavedLessonTakesOneRequest) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"My%20Lesson.folivo"));
-  browser.Press(kPromptTitle, kSave);
+  browser.Press(kPromptTitle, kSaveButton);
   browser.SaveAs(m_sandbox / L"saved");
   EXPECT_TRUE(browser.WaitForEvent());
   EXPECT_EQ(ReadFileBytes(m_sandbox / L"saved.folivo"), LessonBytes());
@@ -66,10 +56,10 @@ TEST_F(InterceptionEndToEnd, OpenedLessonReachesTheLauncherUnquoted) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"My%20Lesson.folivo"));
-  browser.Press(kPromptTitle, kOpen);
+  browser.Press(kPromptTitle, kOpenButton);
   EXPECT_TRUE(browser.WaitForEvent());
   launcher.WaitForStart();
-  const std::wstring file = (m_sandbox / kTempFiles) + L"\\My Lesson.folivo";
+  const std::wstring file = (m_sandbox / kTempFiles) + L"My Lesson.folivo";
   EXPECT_EQ(launcher.Arguments(), Files{file});
   EXPECT_EQ(ReadFileBytes(file), LessonBytes());
   EXPECT_EQ(path.Requests().size(), 1u);
@@ -87,11 +77,11 @@ TEST_F(InterceptionEndToEnd, TwoInsertLinksLeaveTwoShortcuts) {
   }
   const Files arguments = launcher.Arguments();
   ASSERT_EQ(arguments.size(), 2u);
-  const std::wstring beginning = L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"\\File";
+  const std::wstring beginning = L"/insertinfolivo:" + (m_sandbox / kTempFiles) + L"File";
   EXPECT_EQ(arguments[0], beginning + L".url");
   EXPECT_EQ(arguments[1].substr(0, beginning.size() + 1), beginning + L"(");
   EXPECT_EQ(TempFiles().size(), 2u);
-  EXPECT_EQ(ReadFileBytes((m_sandbox / kTempFiles) + L"\\File.url"),
+  EXPECT_EQ(ReadFileBytes((m_sandbox / kTempFiles) + L"File.url"),
             "[InternetShortcut]\r\nURL=" + std::string(url.begin(), url.end()));
 }
 
@@ -99,13 +89,13 @@ TEST_F(InterceptionEndToEnd, CancelledPromptStoresNothing) {
   const ScriptedPath path(m_server, Lesson());
   CBrowserSession browser;
   browser.Navigate(path.Url(L"a.folivo"));
-  browser.Press(kPromptTitle, kCancel);
+  browser.Press(kPromptTitle, kCancelButton);
   EXPECT_TRUE(browser.WaitForEvent());
   EXPECT_EQ(TempFiles(), Files());
   EXPECT_FALSE(browser.HasDialog());
 }
 
-TEST_F(InterceptionEndToEnd, WhatIsNoLessonIsLeftToTheBrowser) {
+TEST_F(InterceptionEndToEnd, OtherContentIsLeftToTheBrowser) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("<html>Sign in</html>"));
   CBrowserSession browser;
   for (const LPCWSTR name : {L"page.html", L"item.qdi", L"get?f=a.folivo", L"disguised.folivo"}) {
@@ -137,7 +127,7 @@ TEST_F(InterceptionEndToEnd, BrowserQuitsDuringTheDownload) {
   path.AllowUpTo(2000);
   CBrowserSession browser;
   browser.Navigate(path.Url(L"a.folivo"));
-  browser.Press(kPromptTitle, kOpen);
+  browser.Press(kPromptTitle, kOpenButton);
   browser.WaitForDialog(kDownloadTitle);
   EXPECT_EQ(browser.CloseWindow(), 0u);
   EXPECT_EQ(TempFiles(), Files());
