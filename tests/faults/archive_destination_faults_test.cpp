@@ -36,13 +36,12 @@ TEST_F(ArchiveDestinationFaults, DevicesKeepNothing) {
 
 TEST_F(ArchiveDestinationFaults, OldArchiveDeletedBeforeItIsReadIsNoArchive) {
   // A local source leaves the archive of an earlier call, which is not held open.
-  const CImportSpy<&CopyFileW> copy(
-      "kernel32.dll", "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
-        const BOOL copied = copy.CallOriginal(source, target, failIfExists);
-        EXPECT_FALSE(copied);
-        EXPECT_TRUE(DeleteFileW(target));
-        return copied;
-      });
+  const CImportSpy<&CopyFileW> copy("kernel32.dll", "CopyFileW",
+                                    [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
+                                      EXPECT_FALSE(copy.CallOriginal(source, target, failIfExists));
+                                      EXPECT_TRUE(DeleteFileW(target));
+                                      return FALSE;
+                                    });
   Checks().Run([&] {
     const std::wstring source = m_sandbox.Write(L"source.zip", "PK");
     m_sandbox.Write(L"download.zip", "old");

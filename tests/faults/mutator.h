@@ -1,13 +1,21 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/run_seed.h"
 
-/// How many mutated inputs each test takes (FOLIVO_FAULTS_COUNT; 10,000 by default).
-int MutationCount();
+/// How many mutated inputs each test takes.
+inline int MutationCount() {
+  const char* const text = std::getenv("FOLIVO_FAULTS_COUNT");
+  return text != nullptr ? std::atoi(text) : 10000;
+}
 
 /// Makes odd inputs out of good ones. The same run's seed gives the same inputs.
 template <typename Char>
@@ -19,18 +27,20 @@ class CMutator {
   CMutator(std::vector<Text> seeds, std::vector<Text> parts)
       : m_random(RunSeed()), m_seeds(std::move(seeds)), m_parts(std::move(parts)) {}
 
-  /// The next input: a good one with up to five changes.
-  Text Next() {
-    Text text = m_seeds[Below(m_seeds.size())];
-    for (size_t changes = Below(6); changes > 0; --changes) {
-      Change(text);
+  /// Calls `check` for each input, a good one with up to five changes, until it fails.
+  void ForEach(const std::function<void(const Text& text)>& check) {
+    for (int i = 0; i < MutationCount() && !testing::Test::HasFailure(); ++i) {
+      Text text = m_seeds[Below(m_seeds.size())];
+      for (size_t changes = Below(6); changes > 0; --changes) {
+        Change(text);
+      }
+      check(text);
     }
-    return text;
   }
 
+ private:
   size_t Below(size_t limit) { return m_random() % limit; }
 
- private:
   Char AnyChar() {
     // Mostly of the first 256: there lies what means something.
     const auto wide = static_cast<Char>(m_random());

@@ -1,11 +1,15 @@
 // Answers of every status, length and size that a server may give, and bodies that are not what was
 // asked for.
 
+#include <initializer_list>
+
 #include "tests/faults/dialog_faults.h"
 
 namespace {
 
 constexpr size_t kSize = 5000;
+
+class TransferAnswerFaults : public TransferFaults {};
 
 /// The server claims these lengths and hangs up behind the body.
 HttpAnswer Claiming(HttpAnswer body, const std::vector<std::string>& lengths) {
@@ -16,61 +20,58 @@ HttpAnswer Claiming(HttpAnswer body, const std::vector<std::string>& lengths) {
   return body;
 }
 
-TEST_F(TransferFaults, RefusedStatusIsUnavailable) {
+TEST_F(TransferAnswerFaults, RefusedStatusIsUnavailable) {
   std::vector<CTransferFault> faults;
   for (const int status : {204, 403, 404, 410, 500}) {
-    const std::string name = std::to_string(status);
     HttpAnswer answer = status == 204 ? HttpAnswer() : Body(kSize);
-    faults.push_back({name, answer.Status(status), TransferEnd::kUnavailable});
-    faults.push_back({name + " of an odd reason", answer.Status(status, "Fine, take it"),
-                      TransferEnd::kUnavailable});
+    for (const char* reason : {"", "Fine, take it"}) {
+      faults.push_back({std::to_string(status) + " " + reason, answer.Status(status, reason),
+                        TransferEnd::kUnavailable});
+    }
   }
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, OtherStatusLeavesItToTheBody) {
-  std::vector<CTransferFault> faults = {
-      {"304", HttpAnswer().Status(304), TransferEnd::kBody},
-  };
+TEST_F(TransferAnswerFaults, OtherStatusLeavesItToTheBody) {
+  std::vector<CTransferFault> faults = {{"304", HttpAnswer().Status(304), TransferEnd::kBody}};
   for (const int status : {200, 201, 206, 400, 401, 407, 429, 501, 502, 503, 504, 599}) {
-    const std::string name = std::to_string(status);
-    faults.push_back({name, Body(kSize).Status(status), TransferEnd::kBody, BodyBytes(kSize)});
-    faults.push_back({name + " with a page", HttpAnswer().Status(status).Bytes(kPage),
-                      TransferEnd::kBody, kPage});
-    faults.push_back({name + " without a body", HttpAnswer().Status(status), TransferEnd::kBody});
+    for (const std::string& bytes : {BodyBytes(kSize), std::string(kPage), std::string()}) {
+      faults.push_back({std::to_string(status) + ", " + std::to_string(bytes.size()) + " bytes",
+                        HttpAnswer().Status(status).Bytes(bytes), TransferEnd::kBody, bytes});
+    }
   }
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, BodyOfAnySizeIsWhole) {
+TEST_F(TransferAnswerFaults, BodyOfAnySizeIsWhole) {
   std::vector<CTransferFault> faults;
-  for (const size_t size : {size_t{0},
-                            size_t{1},
-                            size_t{7},
-                            size_t{8},
-                            size_t{59},
-                            size_t{60},
-                            kPeekBuffer - 1,
-                            kPeekBuffer,
-                            kPeekBuffer + 1,
-                            2 * kPeekBuffer,
-                            kBuffer - 1,
-                            kBuffer,
-                            kBuffer + 1,
-                            kBuffer + kPeekBuffer - 1,
-                            kBuffer + kPeekBuffer,
-                            kBuffer + kPeekBuffer + 1,
-                            2 * kBuffer - 1,
-                            2 * kBuffer,
-                            2 * kBuffer + 1,
-                            5 * kBuffer}) {
+  for (const size_t size : std::initializer_list<size_t>{0,
+                                                         1,
+                                                         7,
+                                                         8,
+                                                         59,
+                                                         60,
+                                                         kPeekBuffer - 1,
+                                                         kPeekBuffer,
+                                                         kPeekBuffer + 1,
+                                                         2 * kPeekBuffer,
+                                                         kBuffer - 1,
+                                                         kBuffer,
+                                                         kBuffer + 1,
+                                                         kBuffer + kPeekBuffer - 1,
+                                                         kBuffer + kPeekBuffer,
+                                                         kBuffer + kPeekBuffer + 1,
+                                                         2 * kBuffer - 1,
+                                                         2 * kBuffer,
+                                                         2 * kBuffer + 1,
+                                                         5 * kBuffer}) {
     faults.push_back(
         {std::to_string(size) + " bytes", Body(size), TransferEnd::kBody, BodyBytes(size)});
   }
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, BodyIsWholeWhateverLengthIsClaimed) {
+TEST_F(TransferAnswerFaults, BodyIsWholeWhateverLengthIsClaimed) {
   constexpr size_t kLong = kBuffer + 9000;
   const std::string exact = std::to_string(kLong);
   const std::string more = std::to_string(kLong + 50000);
@@ -102,7 +103,7 @@ TEST_F(TransferFaults, BodyIsWholeWhateverLengthIsClaimed) {
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, HeadThatIsNoneIsSurvived) {
+TEST_F(TransferAnswerFaults, HeadThatIsNoneIsSurvived) {
   const auto body = [](const char* name, const HttpAnswer& answer) {
     return CTransferFault{name, answer, TransferEnd::kBody, BodyBytes(kSize)};
   };

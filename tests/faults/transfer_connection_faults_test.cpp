@@ -14,7 +14,7 @@ constexpr wchar_t kHost[] = L"folivo-collections.example";
 constexpr wchar_t kHost[] = L"127.0.0.1";
 #endif
 
-class ConnectionFaults : public TransferFaults {
+class TransferConnectionFaults : public TransferFaults {
  protected:
   static constexpr size_t kSize = 2 * kBuffer + kBuffer / 2;
 
@@ -39,7 +39,7 @@ class ConnectionFaults : public TransferFaults {
   }
 };
 
-TEST_F(ConnectionFaults, CutBodyIsTakenForAllOfIt) {
+TEST_F(TransferConnectionFaults, CutBodyIsTakenForAllOfIt) {
   // The system reports the end of the connection as a normal end.
   std::vector<CTransferFault> faults;
   for (const CPlace& place : kPlaces) {
@@ -49,7 +49,7 @@ TEST_F(ConnectionFaults, CutBodyIsTakenForAllOfIt) {
   RunAll(faults);
 }
 
-TEST_F(ConnectionFaults, ResetIsReportedOrTakenForTheEnd) {
+TEST_F(TransferConnectionFaults, ResetIsReportedOrTakenForTheEnd) {
   std::vector<CTransferFault> faults;
   for (const CPlace& place : kPlaces) {
     if (place.offset != 1) {  // a lesson's dialog has either of two messages there
@@ -59,7 +59,7 @@ TEST_F(ConnectionFaults, ResetIsReportedOrTakenForTheEnd) {
   RunAll(faults);
 }
 
-TEST_F(ConnectionFaults, StalledServerThatGivesUpIsTheEnd) {
+TEST_F(TransferConnectionFaults, StalledServerThatGivesUpIsTheEnd) {
   std::vector<CTransferFault> faults;
   for (const CPlace& place : kPlaces) {
     for (const HttpCut how : {HttpCut::kGraceful, HttpCut::kReset}) {
@@ -78,7 +78,7 @@ TEST_F(ConnectionFaults, StalledServerThatGivesUpIsTheEnd) {
   RunAll(faults);
 }
 
-TEST_F(ConnectionFaults, DrippingServerIsWaitedFor) {
+TEST_F(TransferConnectionFaults, DrippingServerIsWaitedFor) {
   std::vector<CTransferFault> faults;
   for (const CPlace& place : kPlaces) {
     const auto drip = [from = place.offset](const ScriptedPath& path) {
@@ -96,7 +96,7 @@ TEST_F(ConnectionFaults, DrippingServerIsWaitedFor) {
   RunAll(faults);
 }
 
-TEST_F(ConnectionFaults, ServerThatIsNotThereIsUnavailable) {
+TEST_F(TransferConnectionFaults, ServerThatIsNotThereIsUnavailable) {
   const std::wstring server = std::wstring(L"http://") + kHost;
   // What follows a trusted name is not looked at.
   for (const std::wstring& url : {server + L":1/a.qdk", server + L".invalid/a.qdk"}) {
@@ -104,7 +104,7 @@ TEST_F(ConnectionFaults, ServerThatIsNotThereIsUnavailable) {
   }
 }
 
-TEST_F(ConnectionFaults, RedirectIsFollowed) {
+TEST_F(TransferConnectionFaults, RedirectIsFollowed) {
   const ScriptedPath target(m_server, Body(kSmall));
   const ScriptedPath missing(m_server, HttpAnswer().Status(404));
   const std::wstring local = UrlOf(target);
@@ -128,7 +128,7 @@ TEST_F(ConnectionFaults, RedirectIsFollowed) {
   RunAll(faults);
 }
 
-TEST_F(ConnectionFaults, RedirectsAreFollowedToTheirEnd) {
+TEST_F(TransferConnectionFaults, RedirectsAreFollowedToTheirEnd) {
   // Windows gives up by itself; here the server has to end a circle.
   const auto chain = [](int count, const HttpAnswer& end, int status) {
     PathScript script;
