@@ -17,7 +17,7 @@ class ArchiveCancelFaults : public ArchiveFaults {
     const CHeldTransfer transfer(moment, path, kSize);
     const CParallel user([&] {
       transfer.WaitUntilHeld();
-      way.Cancel(FindWindowW(L"#32770", kCollectionTitle));  // hidden in the end
+      way.Cancel(FindWindowW(L"#32770", kCollectionTitle));
       transfer.LetGo();
     });
     const COutcome outcome = DownloadTo(TrustedUrl(path), L"download.zip");
@@ -28,10 +28,7 @@ class ArchiveCancelFaults : public ArchiveFaults {
 };
 
 TEST_F(ArchiveCancelFaults, CancelComesTooLateOnceItHasBegun) {
-  std::vector<CMoment> moments = Moments(kSize);
-  moments.push_back({"under the message", "", Place::kMessageShown});
-  moments.push_back({"behind the end", "", Place::kDialogEnding});
-  for (const CMoment& moment : QuickCut(moments)) {
+  for (const CMoment& moment : QuickCut(Moments(kSize))) {
     for (const CWay& way : kWays) {
       SCOPED_TRACE(std::string(moment.name) + ", " + way.name);
       Checks().Run([&] { Run(moment, way); });

@@ -1,10 +1,7 @@
 // Memory that runs out anywhere in a collection's way from the page's call to the dialog's end.
 
-#include <process.h>
-
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +10,6 @@
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
 
 namespace {
@@ -22,7 +18,6 @@ using Mode = CFailingAllocations::Mode;
 
 constexpr size_t kSize = 45000;
 constexpr wchar_t kArchiveFile[] = L"ZDH\\download.zip";
-constexpr wchar_t kSourceFile[] = L"source.zip";
 const char kManifest[] =
     "<Collections>"
     "<DownloadedFile Filename='a.qdc' Destination='x'/>"
@@ -48,15 +43,20 @@ class ArchiveMemoryFaults : public CollectionTest {
         .Bytes();
   }
 
-  /// Makes a control and has it download from `source`; all of it with memory that runs out.
-  void RunDownload(Mode mode, const std::function<std::wstring()>& makeSource,
-                   const std::vector<std::wstring>& kept, int quickStep) {
+  /// Makes a control and has it download; all of it with memory that runs out.
+  void RunDownload(Mode mode, bool isLocal) {
     const CDocumentsFolder documents(m_sandbox / L"Documents");
+    const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
     const auto cell = [&](const Fail& fail) {
-      const CComBSTR source(makeSource().c_str());
+      std::wstring source = TrustedUrl(path);
+      if (isLocal) {
+        m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
+        source = m_sandbox.Write(L"source.zip", "never read");
+      }
       g_messages = 0;
       HRESULT result = E_UNEXPECTED;
-      const bool failed = fail([&] { result = Download(source); });
+      const CComBSTR text(source.c_str());
+      const bool failed = fail([&] { result = Download(text); });
       EXPECT_TRUE(result == S_OK || (failed && (result == E_OUTOFMEMORY || result == E_FAIL)))
           << std::hex << result;
       EXPECT_LE(g_messages, 1);
@@ -66,23 +66,10 @@ class ArchiveMemoryFaults : public CollectionTest {
         EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
         DeleteFileW((m_sandbox / kArchiveFile).c_str());
       }
-      EXPECT_EQ(m_sandbox.Files(), kept);
+      EXPECT_EQ(m_sandbox.Files().size(), isLocal ? 1u : 0u);
       return failed;
     };
-    RunOutOfMemory(m_checks, mode, cell, quickStep);
-  }
-
-  void RunNetwork(Mode mode) {
-    const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
-    RunDownload(mode, [&] { return TrustedUrl(path); }, {}, 17);
-  }
-
-  void RunLocal(Mode mode) {
-    const auto makeSource = [&] {
-      m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
-      return m_sandbox.Write(kSourceFile, "never read");
-    };
-    RunDownload(mode, makeSource, {kSourceFile}, 37);
+    RunOutOfMemory(m_checks, mode, cell, isLocal ? 37 : 17);
   }
 
   CRunChecks m_checks;
@@ -126,13 +113,21 @@ class ArchiveMemoryFaults : public CollectionTest {
   const CUnzipSearchPath m_unzip{RealUnzipFolder()};
 };
 
-TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForANetworkArchive) { RunNetwork(Mode::kOnce); }
+TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForANetworkArchive) {
+  RunDownload(Mode::kOnce, false);
+}
 
-TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForALocalArchive) { RunLocal(Mode::kOnce); }
+TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForALocalArchive) {
+  RunDownload(Mode::kOnce, true);
+}
 
-TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForANetworkArchive) { RunNetwork(Mode::kForGood); }
+TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForANetworkArchive) {
+  RunDownload(Mode::kForGood, false);
+}
 
-TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForALocalArchive) { RunLocal(Mode::kForGood); }
+TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForALocalArchive) {
+  RunDownload(Mode::kForGood, true);
+}
 
 TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
@@ -161,16 +156,6 @@ TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
       return failed;
     });
   }
-}
-
-TEST_F(ArchiveMemoryFaults, NoThreadIsStarted) {
-  const CImportSpy<&_beginthreadex> begin("msvcrt.dll", "_beginthreadex");
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
-  CControlObject control(m_sandbox);
-  g_messages = 0;
-  EXPECT_EQ(control->DownloadFile(CComBSTR(TrustedUrl(path).c_str())), S_OK);
-  EXPECT_EQ(begin.Calls().size(), 0u);
-  EXPECT_EQ(g_messages, 1);
 }
 
 }  // namespace

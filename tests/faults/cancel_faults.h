@@ -31,7 +31,7 @@ inline std::vector<CMoment> Moments(size_t size) {
 }
 
 /// How the user cancels. The first act may end the dialog before the others come.
-enum class Act { kButton, kEscape, kCloseBox };
+using Act = void (*)(HWND window, HWND button);
 struct CWay {
   const char* name;
   std::vector<Act> acts;
@@ -39,24 +39,17 @@ struct CWay {
   void Cancel(HWND window) const {
     const HWND button = GetDlgItem(window, IDCANCEL);
     for (const Act act : acts) {
-      switch (act) {
-        case Act::kButton:
-          PostMessageW(button, BM_CLICK, 0, 0);
-          break;
-        case Act::kEscape:
-          PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1);
-          break;
-        case Act::kCloseBox:
-          Close(window);
-          break;
-      }
+      act(window, button);
     }
   }
 };
+inline void PressButton(HWND, HWND button) { PostMessageW(button, BM_CLICK, 0, 0); }
+inline void PressEscape(HWND window, HWND) { PostMessageW(window, WM_KEYDOWN, VK_ESCAPE, 1); }
+inline void PressCloseBox(HWND window, HWND) { Close(window); }
 inline const CWay kWays[] = {
-    {"Cancel", {Act::kButton}},
-    {"Cancel twice", {Act::kButton, Act::kButton}},
-    {"close box, Escape, Cancel", {Act::kCloseBox, Act::kEscape, Act::kButton}},
+    {"Cancel", {&PressButton}},
+    {"Cancel twice", {&PressButton, &PressButton}},
+    {"close box, Escape, Cancel", {&PressCloseBox, &PressEscape, &PressButton}},
 };
 
 /// Keeps a transfer at a moment, from the moment on until it is let go.

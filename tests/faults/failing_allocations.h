@@ -19,8 +19,6 @@ class CFailingAllocations {
   };
 
   CFailingAllocations();
-  CFailingAllocations(const CFailingAllocations&) = delete;
-  CFailingAllocations& operator=(const CFailingAllocations&) = delete;
 
   /// Runs `action` with the n-th allocation failing that this thread makes in it, or a thread that
   /// is begun in it; 1 is the first. False when there were fewer than n.

@@ -1,7 +1,5 @@
 // Cancelling a lesson's download at every place of it, once and again and again.
 
-#include <utility>
-
 #include "download/content_check.h"
 #include "tests/browser/browser_frame.h"
 #include "tests/faults/cancel_faults.h"
@@ -13,6 +11,24 @@ namespace {
 
 constexpr size_t kSize = 300000;
 constexpr ULONGLONG kAtOnceMs = 10000;
+
+/// Serves what other threads send to this one's windows until the event is signalled.
+void ServeSentMessagesUntil(HANDLE event) {
+  while (MsgWaitForMultipleObjects(1, &event, FALSE, kUserPatienceMs, QS_SENDMESSAGE) ==
+         WAIT_OBJECT_0 + 1) {
+    MSG message = {};
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+  }
+}
+
+/// The worker's result lies in the dialog's queue when the user cancels.
+struct CLateCell {
+  const char* name;
+  HttpAnswer answer;
+  int clicksBefore;  // that the dialog meets before the result
+  int clicksBehind;
+  INT_PTR result;
+};
 
 class LessonCancelFaults : public LessonFaults {
  protected:
@@ -27,11 +43,11 @@ class LessonCancelFaults : public LessonFaults {
   void Run(const CMoment& moment, const CWay& way, bool peeks) {
     // Once the end is shown the button reads "Close".
     const bool isComplete = moment.place == Place::kEndShown;
-    std::optional<ScriptedPath> path(std::in_place, m_server, moment.Answer(Body(kSize)));
-    CProgressDialog::Ptr dialog = Make(path->Url(L"a.qdk"));
+    const ScriptedPath path(m_server, moment.Answer(Body(kSize)));
+    CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
     ASSERT_TRUE(!peeks || dialog->PeekContent(L".qdk"));
     // The pre-check has written the head.
-    const CHeldTransfer transfer(moment, *path, peeks ? kSize - kContentHeadSize : kSize);
+    const CHeldTransfer transfer(moment, path, peeks ? kSize - kContentHeadSize : kSize);
     ULONGLONG cancelled = 0;
     CParallel user([&] {
       const HWND window = WaitForDialog(kDownloadTitle);
@@ -48,84 +64,56 @@ class LessonCancelFaults : public LessonFaults {
     user.Join();
     dialog.reset();
     transfer.LetGo();
-    EXPECT_EQ(path->Requests().size(), moment.place == Place::kBeforeOpen ? 0u : 1u);
-    path.reset();
+    EXPECT_EQ(path.Requests().size(), moment.place == Place::kBeforeOpen ? 0u : 1u);
     // Its worker comes back only now, and closes and deletes what is left.
     EXPECT_TRUE(WaitUntil("the worker's end", [&] { return LocksTaken() == 0; }));
     EXPECT_TRUE(TakeMessages().empty());
     ExpectEnd(result, isComplete ? kDownloadDelivered : kDownloadCancelled);
   }
 
-  /// The worker's result lies in the dialog's queue when the user cancels.
-  struct CLateCell {
-    const char* name;
-    HttpAnswer answer;
-    int clicksBefore;  // that the dialog meets before the result
-    int clicksBehind;
-    INT_PTR result;
-  };
-  void RunLate(const CLateCell& cell);
+  void RunLate(const CLateCell& cell) {
+    const CBrowserFrame frame;
+    const ScriptedPath path(m_server, HttpAnswer(cell.answer).Hold(http_point::BodyByte(0)));
+    CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
+    const CHandle posted(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const CPlaceHook hook(Place::kResultPosted, kSize, [&] { SetEvent(posted); });
+    CParallel user([&] {
+      const HWND window = WaitForDialog(kDownloadTitle);
+      // The browser's thread is busy while the download comes to its end.
+      frame.Run([&] {
+        path.AllowAll();
+        ServeSentMessagesUntil(posted);
+        for (int i = 0; i < cell.clicksBefore; ++i) {
+          SendMessageW(window, WM_COMMAND, IDCANCEL, 0);
+        }
+        for (int i = 0; i < cell.clicksBehind; ++i) {
+          Click(window, IDCANCEL);
+        }
+      });
+    });
+    const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
+    user.Join();
+    EXPECT_TRUE(hook.WasReached());
+    dialog.reset();
+    EXPECT_EQ(TakeMessages().size(), cell.result == kDownloadDelivered ? 0u : 1u);
+    ExpectEnd(result, cell.result);
+  }
 };
 
 TEST_F(LessonCancelFaults, CancelEndsTheDownloadWhereverItIs) {
-  struct CCell {
-    CMoment moment;
-    CWay way;
-    bool peeks;
-  };
-  std::vector<CCell> cells;
   std::vector<CMoment> moments = Moments(kSize);
+  const size_t first = 4;  // that may be met after the pre-check, too
   moments.push_back({"while the end is shown", "", Place::kEndShown});
-  for (size_t i = 0; i < moments.size(); ++i) {
-    for (const CWay& way : kWays) {
-      cells.push_back({moments[i], way, false});
-      if (i > 3) {  // not over after the pre-check
-        cells.push_back({moments[i], way, true});
-      }
-    }
-  }
-  for (const auto& [moment, way, peeks] : QuickCut(cells)) {
+  const size_t count = moments.size() + moments.size() - first;
+  for (const size_t cell : RunIndices(count * std::size(kWays))) {
+    const size_t index = cell / std::size(kWays);
+    const bool peeks = index >= moments.size();
+    const CMoment& moment = moments[peeks ? index - moments.size() + first : index];
+    const CWay& way = kWays[cell % std::size(kWays)];
     SCOPED_TRACE(std::string(moment.name) + ", " + way.name +
                  (peeks ? ", pre-check" : ", dialog alone"));
     Checks().Run([&] { Run(moment, way, peeks); });
   }
-}
-
-/// Serves what other threads send to this one's windows until the event is signalled.
-void ServeSentMessagesUntil(HANDLE event) {
-  while (MsgWaitForMultipleObjects(1, &event, FALSE, kUserPatienceMs, QS_SENDMESSAGE) ==
-         WAIT_OBJECT_0 + 1) {
-    MSG message = {};
-    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-  }
-}
-
-void LessonCancelFaults::RunLate(const CLateCell& cell) {
-  const CBrowserFrame frame;
-  const ScriptedPath path(m_server, HttpAnswer(cell.answer).Hold(http_point::BodyByte(0)));
-  CProgressDialog::Ptr dialog = Make(path.Url(L"a.qdk"));
-  const CHandle posted(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const CPlaceHook hook(Place::kResultPosted, kSize, [&] { SetEvent(posted); });
-  CParallel user([&] {
-    const HWND window = WaitForDialog(kDownloadTitle);
-    // The browser's thread is busy while the download comes to its end.
-    frame.Run([&] {
-      path.AllowAll();
-      ServeSentMessagesUntil(posted);
-      for (int i = 0; i < cell.clicksBefore; ++i) {
-        SendMessageW(window, WM_COMMAND, IDCANCEL, 0);
-      }
-      for (int i = 0; i < cell.clicksBehind; ++i) {
-        Click(window, IDCANCEL);
-      }
-    });
-  });
-  const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
-  user.Join();
-  EXPECT_TRUE(hook.WasReached());
-  dialog.reset();
-  EXPECT_EQ(TakeMessages().size(), cell.result == kDownloadDelivered ? 0u : 1u);
-  ExpectEnd(result, cell.result);
 }
 
 TEST_F(LessonCancelFaults, CancelAfterTheResultWasPosted) {

@@ -20,11 +20,6 @@ bool Peek(CProgressDialog& dialog, const CTransferFault& fault) {
 
 }  // namespace
 
-std::string LessonFaults::BodyBytes(size_t size) {
-  const std::string head = kLessonHead;
-  return size < head.size() ? head.substr(0, size) : LessonBytes(size - head.size());
-}
-
 HttpAnswer LessonFaults::Body(size_t size) {
   const size_t head = sizeof(kLessonHead) - 1;
   return size < head ? HttpAnswer().Bytes(BodyBytes(size)) : Lesson(size - head);
@@ -71,7 +66,6 @@ LessonFaults::COutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
 
 std::string LessonFaults::TakeDelivered() const {
   const std::string bytes = ReadFileBytes(DestPath());
-  SetFileAttributesW(DestPath().c_str(), FILE_ATTRIBUTE_NORMAL);
   EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
   return bytes;
 }

@@ -2,11 +2,9 @@
 // object, navigates again, or takes windows away.
 
 #include <commdlg.h>
-#include <wininet.h>
 
 #include <functional>
 #include <optional>
-#include <utility>
 
 #include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
@@ -14,7 +12,6 @@
 #include "tests/faults/place_hook.h"
 #include "tests/faults/quick_cut.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
@@ -80,18 +77,7 @@ class LessonLifetimeFaults : public EventFaults {
     bool Ends() const { return act >= Act::kLoopLeft; }
   };
 
-  /// The browser's thread leaves its loop while the pre-check, which has no dialog to cancel, is at
-  /// a point of the answer.
-  struct CQuitCell {
-    const char* name;
-    std::string point;  // empty: before anything
-    size_t requests;
-    bool cancelled;
-    bool inRead = false;  // when the head is just read, and not at a point
-  };
-
   void Run(Stage stage, Act act);
-  void RunQuit(const CQuitCell& cell, int times) const;
 
  private:
   void DoAct(CRun& run, HWND dialog) const;
@@ -243,64 +229,6 @@ void LessonLifetimeFaults::Run(Stage stage, Act act) {
   EXPECT_EQ(m_sandbox.Files(), isDelivered ? Files{name} : Files());
   EXPECT_TRUE(!isDelivered || ReadFileBytes(m_sandbox / name) == LessonBytes());
   DeleteFileW((m_sandbox / name).c_str());
-}
-
-void LessonLifetimeFaults::RunQuit(const CQuitCell& cell, int times) const {
-  HttpAnswer answer = Lesson();
-  const ScriptedPath path(m_server, cell.point.empty() ? answer : answer.Hold(cell.point));
-  const CBrowserParty browser;
-  CNavigationEvent event(path.Url(L"a.qdk"));
-  const DWORD thread = GetCurrentThreadId();
-  const auto quit = [&] {
-    for (int i = 0; i < times; ++i) {
-      PostThreadMessageW(thread, WM_QUIT, 0, 0);
-      ClickInto(browser.frame);
-    }
-  };
-  bool quitsInRead = cell.inRead;
-  const CImportSpy<&InternetReadFile> reads("wininet.dll", "InternetReadFile", [&](auto... others) {
-    if (std::exchange(quitsInRead, false)) {
-      quit();
-    }
-    return reads.CallOriginal(others...);
-  });
-  std::optional<CParallel> user;
-  if (!cell.point.empty()) {
-    user.emplace([&] {
-      EXPECT_TRUE(path.WaitForHeld(cell.point));
-      quit();
-      path.AllowAll();
-    });
-  } else if (!cell.inRead) {
-    quit();
-  }
-  CallGuardedDialog([&] { return browser.helper.Fire(DISPID_BEFORENAVIGATE2, event.Params()); });
-  EXPECT_EQ(event.Cancelled(), cell.cancelled);
-  EXPECT_EQ(path.Requests().size(), cell.requests);
-  EXPECT_EQ(m_sandbox.Files(), Files());
-  MSG message = {};
-  int left = 0;
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    left += message.message == WM_QUIT ? 1 : 0;
-    DispatchMessageW(&message);
-  }
-  EXPECT_GE(left, 1) << "the browser's own loop gets it";
-}
-
-TEST_F(LessonLifetimeFaults, LoopThatIsLeftEndsThePreCheck) {
-  const CQuitCell cells[] = {
-      {"before the open", "", 0, false},
-      {"during the open", std::string(http_point::kBeforeHeaders), 1, false},
-      {"in the answer's head", http_point::HeadByte(9), 1, false},
-      // The head is judged all the same, and the question is what ends.
-      {"in the read", "", 1, true, true},
-  };
-  for (const CQuitCell& cell : cells) {
-    for (const int times : {1, 2}) {
-      SCOPED_TRACE(cell.name);
-      Checks().Run([&] { RunQuit(cell, times); });
-    }
-  }
 }
 
 TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {

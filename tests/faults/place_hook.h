@@ -19,8 +19,6 @@ enum class Place {
   kLastWrite,      // it is about to write the body's last bytes
   kEndShown,       // a worker is showing that the body is complete
   kResultPosted,   // a worker has posted its result to the dialog
-  kMessageShown,   // it shows a message, which is answered when the action returns
-  kDialogEnding,   // it has told its dialog to end
 };
 
 /// Runs an action, once, when a transfer of this program comes to a place, on the thread that does.
@@ -81,15 +79,6 @@ class CPlaceHook {
         ReachIf(IsWorker() && message == WM_USER, Place::kResultPosted);
         return posted;
       }};
-  const CImportSpy<&MessageBoxW> m_message{"user32.dll", "MessageBoxW", [this](auto... arguments) {
-                                             ReachIf(true, Place::kMessageShown);
-                                             return m_message.CallOriginal(arguments...);
-                                           }};
-  const CImportSpy<&EndDialog> m_end{"user32.dll", "EndDialog", [this](auto... arguments) {
-                                       const BOOL ended = m_end.CallOriginal(arguments...);
-                                       ReachIf(true, Place::kDialogEnding);
-                                       return ended;
-                                     }};
 };
 
 /// Holds a thread where it is until it is let go; after a minute the test fails and it goes on.

@@ -30,8 +30,6 @@ class CStartedThreads {
               return thread;
             },
             importer) {}
-  CStartedThreads(const CStartedThreads&) = delete;
-  CStartedThreads& operator=(const CStartedThreads&) = delete;
 
   /// Waits until all of them have ended, and forgets them. False when one has not in time.
   [[nodiscard]] bool WaitForEnds() {

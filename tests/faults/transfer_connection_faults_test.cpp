@@ -29,50 +29,41 @@ class TransferConnectionFaults : public TransferFaults {
       {"in the second buffer", kBuffer + 5000},
       {"at the last byte", kSize - 1},
   };
-
-  /// The row of a break at a place: what came before is what is seen.
-  static CTransferFault Broken(const CPlace& place, const std::string& what, HttpAnswer answer,
-                               HttpCut how) {
-    return {what + place.name, answer.Cut(http_point::BodyByte(place.offset), how),
-            how == HttpCut::kReset ? TransferEnd::kTornOrUnavailable : TransferEnd::kBody,
-            BodyBytes(place.offset)};
-  }
 };
 
-TEST_F(TransferConnectionFaults, CutBodyIsTakenForAllOfIt) {
-  // The system reports the end of the connection as a normal end.
+TEST_F(TransferConnectionFaults, BrokenBodyIsReportedOrTakenForTheWhole) {
+  // The system reports the end of a connection as a normal end: what came before is what is seen.
+  struct {
+    const char* name;
+    HttpAnswer answer;
+    HttpCut how;
+    bool isHeld = false;  // the server stalls before it gives up
+  } const breaks[] = {
+      {"closed ", Body(kSize), HttpCut::kGraceful},
+      {"closed in chunks ", Body(kSize).Chunked(1000), HttpCut::kGraceful},
+      {"stalled, then closed ", Body(kSize), HttpCut::kGraceful, true},
+      {"reset ", Body(kSize), HttpCut::kReset},
+      {"stalled, then reset ", Body(kSize), HttpCut::kReset, true},
+  };
   std::vector<CTransferFault> faults;
   for (const CPlace& place : kPlaces) {
-    faults.push_back(Broken(place, "", Body(kSize), HttpCut::kGraceful));
-    faults.push_back(Broken(place, "in chunks, ", Body(kSize).Chunked(1000), HttpCut::kGraceful));
-  }
-  RunAll(faults);
-}
-
-TEST_F(TransferConnectionFaults, ResetIsReportedOrTakenForTheEnd) {
-  std::vector<CTransferFault> faults;
-  for (const CPlace& place : kPlaces) {
-    if (place.offset != 1) {  // a lesson's dialog has either of two messages there
-      faults.push_back(Broken(place, "", Body(kSize), HttpCut::kReset));
-    }
-  }
-  RunAll(faults);
-}
-
-TEST_F(TransferConnectionFaults, StalledServerThatGivesUpIsTheEnd) {
-  std::vector<CTransferFault> faults;
-  for (const CPlace& place : kPlaces) {
-    for (const HttpCut how : {HttpCut::kGraceful, HttpCut::kReset}) {
-      if (how == HttpCut::kReset && place.offset == 1) {
-        continue;
+    const std::string point = http_point::BodyByte(place.offset);
+    for (const auto& [name, body, how, isHeld] : breaks) {
+      const bool isReset = how == HttpCut::kReset;
+      if (isReset && place.offset == 1) {
+        continue;  // A lesson's dialog has either of two messages there.
       }
-      const std::string point = http_point::BodyByte(place.offset);
-      faults.push_back(Broken(place, how == HttpCut::kReset ? "reset " : "closed ",
-                              Body(kSize).Hold(point), how));
-      faults.back().server = [point](const ScriptedPath& path) {
-        EXPECT_TRUE(path.WaitForHeld(point));
-        path.AllowAll();
-      };
+      HttpAnswer answer = body;
+      faults.push_back({std::string(name) + place.name, answer.Cut(point, how),
+                        isReset ? TransferEnd::kTornOrUnavailable : TransferEnd::kBody,
+                        BodyBytes(place.offset)});
+      if (isHeld) {
+        faults.back().script = answer.Hold(point);
+        faults.back().server = [point](const ScriptedPath& path) {
+          EXPECT_TRUE(path.WaitForHeld(point));
+          path.AllowAll();
+        };
+      }
     }
   }
   RunAll(faults);
@@ -97,11 +88,17 @@ TEST_F(TransferConnectionFaults, DrippingServerIsWaitedFor) {
 }
 
 TEST_F(TransferConnectionFaults, ServerThatIsNotThereIsUnavailable) {
-  const std::wstring server = std::wstring(L"http://") + kHost;
+  const auto fault = [](const char* name, const std::wstring& rest) {
+    return CTransferFault{name,
+                          HttpAnswer(),
+                          TransferEnd::kUnavailable,
+                          "",
+                          L".qdk",
+                          nullptr,
+                          std::wstring(L"http://") + kHost + rest};
+  };
   // What follows a trusted name is not looked at.
-  for (const std::wstring& url : {server + L":1/a.qdk", server + L".invalid/a.qdk"}) {
-    RunAddress(url, {testing::PrintToString(url), {}, TransferEnd::kUnavailable});
-  }
+  RunAll({fault("refused port", L":1/a.qdk"), fault("unknown host", L".invalid/a.qdk")});
 }
 
 TEST_F(TransferConnectionFaults, RedirectIsFollowed) {
@@ -124,24 +121,6 @@ TEST_F(TransferConnectionFaults, RedirectIsFollowed) {
     faults.push_back({name + " to nothing", to(UrlOf(missing)), TransferEnd::kUnavailable});
     faults.push_back({name + " without a target", Body(kSmall).Status(status), TransferEnd::kBody,
                       BodyBytes(kSmall)});
-  }
-  RunAll(faults);
-}
-
-TEST_F(TransferConnectionFaults, RedirectsAreFollowedToTheirEnd) {
-  // Windows gives up by itself; here the server has to end a circle.
-  const auto chain = [](int count, const HttpAnswer& end, int status) {
-    PathScript script;
-    for (int i = 0; i < count; ++i) {
-      script.Then(HttpAnswer().Redirect(L"next.qdk").Status(status));
-    }
-    return script.Then(end);
-  };
-  std::vector<CTransferFault> faults = {
-      {"ten", chain(10, Body(kSmall), 302), TransferEnd::kBody, BodyBytes(kSmall)}};
-  for (const int status : {301, 302, 307}) {
-    faults.push_back({"circle of " + std::to_string(status),
-                      chain(50, HttpAnswer().Status(404), status), TransferEnd::kUnavailable});
   }
   RunAll(faults);
 }
