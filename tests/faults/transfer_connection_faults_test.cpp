@@ -76,7 +76,7 @@ TEST_F(TransferConnectionFaults, DrippingServerIsWaitedFor) {
       path.AllowUpTo(from);
       for (size_t sent = from + 1; sent < from + 3; ++sent) {
         EXPECT_TRUE(path.WaitForBytesSent(std::min(sent - 1, kSize)));
-        Sleep(300);  // the server is slow: this is what is tested
+        Sleep(150);  // the server is slow: this is what is tested
         path.AllowUpTo(sent);
       }
       path.AllowAll();
