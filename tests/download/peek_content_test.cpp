@@ -164,6 +164,14 @@ TEST_F(PeekContentWait, InputDispatchesOneMessage) {
   EXPECT_TRUE(PeekMessageW(&left, nullptr, WM_APP + 1, WM_APP + 1, PM_REMOVE));
 }
 
+TEST_F(PeekContentWait, QuitMessageEndsItAndIsPutBack) {
+  PostQuitMessage(17);
+  EXPECT_FALSE(Peek({kInput}));
+  MSG message = {};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 17u);
+}
+
 TEST_F(PeekContentWait, LooksForTimerEventAndClicksWithoutBlocking) {
   HANDLE event = nullptr;
   HANDLE timer = nullptr;

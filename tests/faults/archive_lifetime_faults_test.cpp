@@ -39,40 +39,31 @@ class ArchiveLifetimeFaults : public ArchiveFaults {
   Action m_act;
   // The action serves messages in the place of the system's boxes.
   const CImportSpy<&InternetErrorDlg> m_errorDialog{"wininet.dll", "InternetErrorDlg",
-                                                    [this](HWND, HINTERNET, DWORD, DWORD, LPVOID*) {
+                                                    [this](auto...) {
                                                       Come(Moment::kUnderTheErrorDialog);
                                                       return DWORD{ERROR_SUCCESS};
                                                     }};
-  const CImportSpy<&MessageBoxW> m_message{
-      "user32.dll", "MessageBoxW", [this](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-        const int answer = m_message.CallOriginal(owner, text, caption, style);
-        Come(Moment::kUnderTheMessage);
-        return answer;
-      }};
+  const CImportSpy<&MessageBoxW> m_message{"user32.dll", "MessageBoxW", [this](auto... arguments) {
+                                             Come(Moment::kUnderTheMessage);
+                                             return m_message.CallOriginal(arguments...);
+                                           }};
 };
 
 void ArchiveLifetimeFaults::Do(Act act, CControlObject& control, const std::wstring& secondUrl) {
   CComPtr<IOleObject> object;
   EXPECT_EQ(control->QueryInterface(IID_PPV_ARGS(&object)), S_OK);
-  switch (act) {
-    case Act::kReleased:
-      control.Release();
-      break;
-    case Act::kClosed:
-      EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
-      break;
-    case Act::kSiteTaken:
-      EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
-      break;
-    case Act::kSecondDownload:
-      EXPECT_EQ(control->DownloadFile(CComBSTR(secondUrl.c_str())), S_OK);
-      break;
-    case Act::kLoopLeft:
-      PostQuitMessage(0);
-      break;
-    case Act::kDialogDestroyed:
-      EXPECT_NE(DestroyWindow(FindWindowW(L"#32770", kCollectionTitle)), FALSE);
-      break;
+  if (act == Act::kReleased) {
+    control.Release();
+  } else if (act == Act::kClosed) {
+    EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+  } else if (act == Act::kSiteTaken) {
+    EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
+  } else if (act == Act::kSecondDownload) {
+    EXPECT_EQ(control->DownloadFile(CComBSTR(secondUrl.c_str())), S_OK);
+  } else if (act == Act::kLoopLeft) {
+    PostQuitMessage(0);
+  } else if (act == Act::kDialogDestroyed) {
+    EXPECT_NE(DestroyWindow(FindWindowW(L"#32770", kCollectionTitle)), FALSE);
   }
 }
 
@@ -81,11 +72,10 @@ void ArchiveLifetimeFaults::Run(Moment when, Act act) {
   const ScriptedPath second(m_server, Body(15000));
   CBrowserFrame frame;
   CControlObject control(m_sandbox);
-  const Action action = [&] { Do(act, control, TrustedUrl(second)); };
   m_when = when;
-  m_act = action;
+  m_act = [&] { Do(act, control, TrustedUrl(second)); };
   if (when == Moment::kBeforeTheFirstTick) {
-    frame.Begin(action);  // what is posted comes before any tick
+    frame.Begin(m_act);  // what is posted comes before any tick
   }
   CComObject<CQDCDownload>* const object = control.operator->();
   EXPECT_EQ(

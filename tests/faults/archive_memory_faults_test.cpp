@@ -1,10 +1,7 @@
 // Memory that runs out anywhere in a collection's way from the page's call to the dialog's end.
 
-#include <process.h>
-
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,9 +9,7 @@
 #include "tests/collections/control_object.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/faults/run_checks.h"
 #include "tests/support/import_patch.h"
-#include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
 
 namespace {
@@ -23,46 +18,19 @@ using Mode = CFailingAllocations::Mode;
 
 constexpr size_t kSize = 45000;
 constexpr wchar_t kArchiveFile[] = L"ZDH\\download.zip";
-constexpr wchar_t kSourceFile[] = L"source.zip";
 const char kManifest[] =
     "<Collections>"
     "<DownloadedFile Filename='a.qdc' Destination='x'/>"
     "<DownloadedFile Filename='b.qdc' Destination='y/z'/>"
     "</Collections>";
 
-// What stands in for the system takes no memory: it may be out.
-
 std::atomic<int> g_messages;
 decltype(&Sleep) g_sleep;
 decltype(&InternetOpenUrlW) g_openUrl;
 
-int WINAPI CountMessage(HWND, LPCWSTR, LPCWSTR, UINT) {
-  ++g_messages;
-  return IDOK;
-}
-
-void WINAPI Pass(DWORD milliseconds) {
-  if (milliseconds != 100 && milliseconds != 700) {  // the pauses for readers
-    g_sleep(milliseconds);
-  }
-}
-
-/// A success leaves no last error, as on Windows.
-HINTERNET WINAPI OpenUrl(HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length, DWORD flags,
-                         DWORD_PTR context) {
-  const HINTERNET request = g_openUrl(session, url, headers, length, flags, context);
-  if (request != nullptr) {
-    SetLastError(ERROR_SUCCESS);
-  }
-  return request;
-}
-
 class ArchiveMemoryFaults : public CollectionTest {
  protected:
-  ArchiveMemoryFaults()
-      : m_message("user32.dll", "MessageBoxW", &CountMessage),
-        m_sleep("kernel32.dll", "Sleep", &Pass),
-        m_openUrl("wininet.dll", "InternetOpenUrlW", &OpenUrl) {
+  ArchiveMemoryFaults() {
     g_sleep = m_sleep.Original<decltype(Sleep)>();
     g_openUrl = m_openUrl.Original<decltype(InternetOpenUrlW)>();
   }
@@ -75,29 +43,33 @@ class ArchiveMemoryFaults : public CollectionTest {
         .Bytes();
   }
 
-  /// Makes a control and has it download from `source`; all of it with memory that runs out.
-  void RunDownload(const std::function<std::wstring()>& makeSource,
-                   const std::vector<std::wstring>& kept) {
+  /// Makes a control and has it download; all of it with memory that runs out.
+  void RunDownload(Mode mode, bool isLocal) {
     const CDocumentsFolder documents(m_sandbox / L"Documents");
-    for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-      RunOutOfMemory(m_checks, mode, [&](const Fail& fail) {
-        const CComBSTR source(makeSource().c_str());
-        g_messages = 0;
-        HRESULT result = E_UNEXPECTED;
-        const bool failed = fail([&] { result = Download(source); });
-        EXPECT_TRUE(result == S_OK || (failed && (result == E_OUTOFMEMORY || result == E_FAIL)))
-            << std::hex << result;
-        EXPECT_LE(g_messages, 1);
-        EXPECT_TRUE(result != S_OK || g_messages == 1) << "the dialog never ends in silence";
-        if (result != S_OK && Exists(m_sandbox / kArchiveFile)) {
-          // There was no dialog: the archive of the earlier call is as it was.
-          EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
-          DeleteFileW((m_sandbox / kArchiveFile).c_str());
-        }
-        EXPECT_EQ(m_sandbox.Files(), kept);
-        return failed;
-      });
-    }
+    const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
+    const auto cell = [&](const Fail& fail) {
+      std::wstring source = TrustedUrl(path);
+      if (isLocal) {
+        m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
+        source = m_sandbox.Write(L"source.zip", "never read");
+      }
+      g_messages = 0;
+      HRESULT result = E_UNEXPECTED;
+      const CComBSTR text(source.c_str());
+      const bool failed = fail([&] { result = Download(text); });
+      EXPECT_TRUE(result == S_OK || (failed && (result == E_OUTOFMEMORY || result == E_FAIL)))
+          << std::hex << result;
+      EXPECT_LE(g_messages, 1);
+      EXPECT_TRUE(result != S_OK || g_messages == 1) << "the dialog never ends in silence";
+      if (result != S_OK && Exists(m_sandbox / kArchiveFile)) {
+        // There was no dialog: the archive of the earlier call is as it was.
+        EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
+        DeleteFileW((m_sandbox / kArchiveFile).c_str());
+      }
+      EXPECT_EQ(m_sandbox.Files().size(), isLocal ? 1u : 0u);
+      return failed;
+    };
+    RunOutOfMemory(m_checks, mode, cell, isLocal ? 37 : 17);
   }
 
   CRunChecks m_checks;
@@ -117,24 +89,44 @@ class ArchiveMemoryFaults : public CollectionTest {
     }
   }
 
-  const CImportPatch m_message;
-  const CImportPatch m_sleep;
-  const CImportPatch m_openUrl;
+  // What stands in for the system takes no memory: it may be out.
+  const CImportPatch m_message{"user32.dll", "MessageBoxW", +[](HWND, LPCWSTR, LPCWSTR, UINT) {
+                                 ++g_messages;
+                                 return int{IDOK};
+                               }};
+  const CImportPatch m_sleep{"kernel32.dll", "Sleep", +[](DWORD milliseconds) {
+                               if (milliseconds != 100 && milliseconds != 700) {  // for readers
+                                 g_sleep(milliseconds);
+                               }
+                             }};
+  // A success leaves no last error, as on Windows.
+  const CImportPatch m_openUrl{"wininet.dll", "InternetOpenUrlW",
+                               +[](HINTERNET session, LPCWSTR url, LPCWSTR headers, DWORD length,
+                                   DWORD flags, DWORD_PTR context) {
+                                 const HINTERNET request =
+                                     g_openUrl(session, url, headers, length, flags, context);
+                                 if (request != nullptr) {
+                                   SetLastError(ERROR_SUCCESS);
+                                 }
+                                 return request;
+                               }};
   const CUnzipSearchPath m_unzip{RealUnzipFolder()};
 };
 
-TEST_F(ArchiveMemoryFaults, NetworkArchive) {
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
-  RunDownload([&] { return TrustedUrl(path); }, {});
+TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForANetworkArchive) {
+  RunDownload(Mode::kOnce, false);
 }
 
-TEST_F(ArchiveMemoryFaults, LocalArchiveWithItsManifest) {
-  RunDownload(
-      [&] {
-        m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
-        return m_sandbox.Write(kSourceFile, "never read");
-      },
-      {kSourceFile});
+TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForALocalArchive) {
+  RunDownload(Mode::kOnce, true);
+}
+
+TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForANetworkArchive) {
+  RunDownload(Mode::kForGood, false);
+}
+
+TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForALocalArchive) {
+  RunDownload(Mode::kForGood, true);
 }
 
 TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
@@ -164,16 +156,6 @@ TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
       return failed;
     });
   }
-}
-
-TEST_F(ArchiveMemoryFaults, NoThreadIsStarted) {
-  const CImportSpy<&_beginthreadex> begin("msvcrt.dll", "_beginthreadex");
-  const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
-  CControlObject control(m_sandbox);
-  g_messages = 0;
-  EXPECT_EQ(control->DownloadFile(CComBSTR(TrustedUrl(path).c_str())), S_OK);
-  EXPECT_EQ(begin.Calls().size(), 0u);
-  EXPECT_EQ(g_messages, 1);
 }
 
 }  // namespace

@@ -3,28 +3,34 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
+#include "download/temp_files.h"
 #include "tests/browser/install_information.h"
+#include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/run_checks.h"
 #include "tests/support/dialogs.h"
+#include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
+
+using Files = std::vector<std::wstring>;
 
 /// What the browser's events meet. For tables of cells: each runs inside Checks(), which asserts
 /// that nothing of it lives on.
 class EventFaults : public testing::Test {
  protected:
-  ~EventFaults() override;
+  ~EventFaults() override { SetTempBaseFolder(CStringW()); }
 
   CRunChecks& Checks() { return m_checks; }
   std::wstring Temporary(const std::wstring& name) const { return m_sandbox / (kTempFiles + name); }
 
   /// A lesson (".qdk") as its server answers it, and its bytes.
-  static HttpAnswer Lesson();
-  static std::string LessonBytes();
+  static HttpAnswer Lesson() { return HttpAnswer().Bytes(kOldLessonHead).Pattern(kSeed, kLength); }
+  static std::string LessonBytes() { return kOldLessonHead + PatternBytes(kSeed, 0, kLength); }
 
   const CTempSandbox m_sandbox;
   const CInstallInformation m_information;
@@ -32,5 +38,8 @@ class EventFaults : public testing::Test {
   const HttpTestServer m_server;
 
  private:
+  static constexpr uint64_t kSeed = 40;
+  static constexpr size_t kLength = 300000;
+
   CRunChecks m_checks;
 };

@@ -27,10 +27,6 @@ std::atomic<size_t> g_threadCount;
 std::atomic<DWORD> g_uncounted;
 
 decltype(&_beginthreadex) g_begin;
-// Named here, so that every program has these imports to be replaced.
-decltype(&HeapAlloc) g_heapAlloc = &HeapAlloc;
-decltype(&GlobalAlloc) g_globalAlloc = &GlobalAlloc;
-decltype(&SysAllocString) g_allocString = &SysAllocString;
 
 struct CStart {
   _beginthreadex_proc_type function;
@@ -68,19 +64,17 @@ void* Allocate(size_t size) {
   return AllocateReally(size);
 }
 
-void* WINAPI AllocateFromHeap(HANDLE heap, DWORD flags, SIZE_T size) {
-  return Fails() ? nullptr : g_heapAlloc(heap, flags, size);
-}
-
-HGLOBAL WINAPI AllocateGlobal(UINT flags, SIZE_T size) {
-  if (Fails()) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
+/// Stands in for one of the system's functions for that. Names it, so that every program has this
+/// import to be replaced.
+template <auto function>
+struct CAllocator;
+template <typename Block, typename... Arguments, Block(WINAPI* function)(Arguments...)>
+struct CAllocator<function> {
+  static inline Block(WINAPI* original)(Arguments...) = function;
+  static Block WINAPI Allocate(Arguments... arguments) {
+    return Fails() ? nullptr : original(arguments...);
   }
-  return g_globalAlloc(flags, size);
-}
-
-BSTR WINAPI AllocateString(const OLECHAR* text) { return Fails() ? nullptr : g_allocString(text); }
+};
 
 unsigned __stdcall StartCounted(void* start) {
   const size_t place = g_threadCount++;
@@ -94,10 +88,13 @@ uintptr_t Begin(void* security, unsigned stack, _beginthreadex_proc_type functio
   if (!g_isArmed || !IsCounted()) {
     return g_begin(security, stack, function, argument, flags, id);
   }
-  const CUncountedAllocations uncounted;
+  // The test's own bookkeeping and the language's runtime need memory here.
+  g_uncounted = GetCurrentThreadId();
   CStart& start = g_starts[g_threadCount];
   start = {function, argument};
-  return g_begin(security, stack, &StartCounted, &start, flags, id);
+  const uintptr_t thread = g_begin(security, stack, &StartCounted, &start, flags, id);
+  g_uncounted = 0;
+  return thread;
 }
 
 }  // namespace
@@ -115,17 +112,15 @@ void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 CFailingAllocations::CFailingAllocations()
     : m_malloc("msvcrt.dll", "malloc", &Allocate),
-      m_heap("kernel32.dll", "HeapAlloc", &AllocateFromHeap),
-      m_global("kernel32.dll", "GlobalAlloc", &AllocateGlobal),
-      m_string("oleaut32.dll", "SysAllocString", &AllocateString),
+      m_heap("kernel32.dll", "HeapAlloc", &CAllocator<&HeapAlloc>::Allocate),
+      m_global("kernel32.dll", "GlobalAlloc", &CAllocator<&GlobalAlloc>::Allocate),
+      m_string("oleaut32.dll", "SysAllocString", &CAllocator<&SysAllocString>::Allocate),
       m_thread("msvcrt.dll", "_beginthreadex", &Begin) {
-  g_heapAlloc = m_heap.Original<decltype(HeapAlloc)>();
-  g_globalAlloc = m_global.Original<decltype(GlobalAlloc)>();
-  g_allocString = m_string.Original<decltype(SysAllocString)>();
+  CAllocator<&HeapAlloc>::original = m_heap.Original<decltype(HeapAlloc)>();
+  CAllocator<&GlobalAlloc>::original = m_global.Original<decltype(GlobalAlloc)>();
+  CAllocator<&SysAllocString>::original = m_string.Original<decltype(SysAllocString)>();
   g_begin = m_thread.Original<decltype(_beginthreadex)>();
 }
-
-CFailingAllocations::~CFailingAllocations() = default;
 
 bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& action) const {
   g_threads[0] = GetCurrentThreadId();
@@ -159,8 +154,3 @@ void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
   }
   std::printf("fewer than %d allocations\n", n);
 }
-
-CUncountedAllocations::CUncountedAllocations()
-    : m_previous(g_uncounted.exchange(GetCurrentThreadId())) {}
-
-CUncountedAllocations::~CUncountedAllocations() { g_uncounted = m_previous; }

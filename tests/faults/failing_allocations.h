@@ -19,9 +19,6 @@ class CFailingAllocations {
   };
 
   CFailingAllocations();
-  ~CFailingAllocations();
-  CFailingAllocations(const CFailingAllocations&) = delete;
-  CFailingAllocations& operator=(const CFailingAllocations&) = delete;
 
   /// Runs `action` with the n-th allocation failing that this thread makes in it, or a thread that
   /// is begun in it; 1 is the first. False when there were fewer than n.
@@ -41,15 +38,3 @@ class CFailingAllocations {
 using Fail = std::function<bool(const std::function<void()>& action)>;
 void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
                     const std::function<bool(const Fail& fail)>& cell, int quickStep = 17);
-
-/// For what stands in for the system inside `Run`: its own allocations succeed and do not count.
-class CUncountedAllocations {
- public:
-  CUncountedAllocations();
-  ~CUncountedAllocations();
-  CUncountedAllocations(const CUncountedAllocations&) = delete;
-  CUncountedAllocations& operator=(const CUncountedAllocations&) = delete;
-
- private:
-  const DWORD m_previous;
-};

@@ -1,60 +1,28 @@
 #include "tests/faults/lesson_faults.h"
 
-#include <optional>
 #include <utility>
 
 #include "tests/support/import_spy.h"
 
 namespace {
 
-/// What the content of each extension begins with.
-const std::pair<const wchar_t*, std::string> kHeads[] = {
-    {L".qdk", kLessonHead},
-    {L".qdk", R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><qdk )"},
-    {L".qdc", kLessonHead},
-    {L".qdc", R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><col>)"},
-    {L".fvk", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"},
-    {L".folivo", "PK\x03\x04"},
-};
-
 bool Peek(CProgressDialog& dialog, const CTransferFault& fault) {
   // Where there may be nothing to judge, the pre-check waits for its time limit: here 300 ms.
   const bool isShort = fault.bytes.empty() || fault.end != TransferEnd::kBody;
   const CImportSpy<&SetWaitableTimer> timer(
       "kernel32.dll", "SetWaitableTimer",
-      [&](HANDLE handle, const LARGE_INTEGER* due, LONG period, PTIMERAPCROUTINE routine,
-          LPVOID argument, BOOL resume) {
+      [&](HANDLE handle, const LARGE_INTEGER* due, auto... others) {
         const LARGE_INTEGER soon = {.QuadPart = -3000000};
-        return timer.CallOriginal(handle, isShort ? &soon : due, period, routine, argument, resume);
+        return timer.CallOriginal(handle, isShort ? &soon : due, others...);
       });
   return dialog.PeekContent(fault.extension.c_str());
 }
 
 }  // namespace
 
-std::string LessonFaults::BodyBytes(size_t size) {
-  const std::string head = kLessonHead;
-  return size < head.size() ? head.substr(0, size) : LessonBytes(size - head.size());
-}
-
 HttpAnswer LessonFaults::Body(size_t size) {
   const size_t head = sizeof(kLessonHead) - 1;
   return size < head ? HttpAnswer().Bytes(BodyBytes(size)) : Lesson(size - head);
-}
-
-bool LessonFaults::IsRight(const CTransferFault& fault) const {
-  return fault.bytes.empty() || std::ranges::any_of(kHeads, [&](const auto& head) {
-           return fault.extension == head.first && fault.bytes.starts_with(head.second);
-         });
-}
-
-std::wstring LessonFaults::WrongMessage(const std::wstring& url) const {
-  return L"The file " + url +
-         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
-}
-
-std::wstring LessonFaults::UnavailableMessage(const std::wstring& url) const {
-  return NotAvailable(url);
 }
 
 LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& url,
@@ -63,7 +31,7 @@ LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& ur
   COutcome outcome;
   if (peeks && !Peek(*dialog, fault)) {
     dialog.reset();
-    const std::vector<std::wstring> messages = TakeMessages();
+    const Files messages = TakeMessages();
     EXPECT_LE(messages.size(), 1u);
     EXPECT_TRUE(TakePostedResults().empty());
     outcome = {true, messages.empty() ? L"" : messages[0], ""};
@@ -71,7 +39,7 @@ LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& ur
     CProgressDialogPeer{*dialog}.SetExtension(fault.extension.c_str());
     outcome = RunAndTake(std::move(dialog));
   }
-  EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+  EXPECT_EQ(m_sandbox.Files(), Files());
   return outcome;
 }
 
@@ -86,7 +54,7 @@ LessonFaults::COutcome LessonFaults::DownloadTo(const std::wstring& url, const s
 LessonFaults::COutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
   const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
   dialog.reset();
-  const std::vector<std::wstring> messages = TakeMessages();
+  const Files messages = TakeMessages();
   if (result == kDownloadDelivered) {
     EXPECT_TRUE(messages.empty());
     return {false, L"", TakeDelivered()};
@@ -98,7 +66,6 @@ LessonFaults::COutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
 
 std::string LessonFaults::TakeDelivered() const {
   const std::string bytes = ReadFileBytes(DestPath());
-  SetFileAttributesW(DestPath().c_str(), FILE_ATTRIBUTE_NORMAL);
   EXPECT_TRUE(DeleteFileW(DestPath().c_str()));
   return bytes;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "download/content_check.h"
 #include "tests/download/download_test.h"
 #include "tests/faults/transfer_faults.h"
 #include "tests/support/deferred_close.h"
@@ -15,14 +17,14 @@ class LessonFaults : public DownloadTest, protected CTransferFaults {
   static constexpr size_t kPeekBuffer = 800;
 
   /// A whole body of this many bytes.
-  static std::string BodyBytes(size_t size);
+  static std::string BodyBytes(size_t size) { return LessonBytes(size).substr(0, size); }
   static HttpAnswer Body(size_t size);
   std::wstring UrlOf(const ScriptedPath& path) const override { return path.Url(L"a.qdk"); }
 
   /// Runs the dialog, whose first file is `file` below the sandbox, and releases it.
   COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
   COutcome RunAndTake(CProgressDialog::Ptr dialog);
-  std::vector<std::wstring> TakeMessages() { return m_messages.TakeTexts(); }
+  Files TakeMessages() { return m_messages.TakeTexts(); }
   /// The delivered file's bytes, and nothing else is left; it goes too.
   std::string TakeDelivered() const;
 
@@ -30,9 +32,15 @@ class LessonFaults : public DownloadTest, protected CTransferFaults {
   const HttpTestServer& Server() const override { return m_server; }
   bool HasPreCheck() const override { return true; }
   COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
-  bool IsRight(const CTransferFault& fault) const override;
-  std::wstring WrongMessage(const std::wstring& url) const override;
-  std::wstring UnavailableMessage(const std::wstring& url) const override;
+  bool IsRight(const CTransferFault& fault) const override {
+    const std::vector<std::uint8_t> bytes(fault.bytes.begin(), fault.bytes.end());
+    return bytes.empty() || IsValidContent(bytes.data(), static_cast<std::int32_t>(bytes.size()),
+                                           fault.extension.c_str());
+  }
+  std::wstring WrongMessage(const std::wstring& url) const override { return NotAFolivoFile(url); }
+  std::wstring UnavailableMessage(const std::wstring& url) const override {
+    return NotAvailable(url);
+  }
 
   const CDeferredClose m_deferredClose;
   CMessageRecorder m_messages;

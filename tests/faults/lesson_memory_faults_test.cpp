@@ -13,7 +13,6 @@
 #include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/parallel.h"
@@ -25,55 +24,13 @@ using Mode = CFailingAllocations::Mode;
 
 constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
-// What stands in for the system takes no memory: it may be out.
-
 std::atomic<int> g_messages;
 std::atomic<int> g_launches;
 wchar_t g_savePath[MAX_PATH];
 
-int WINAPI CountMessage(HWND, LPCWSTR, LPCWSTR, UINT) {
-  ++g_messages;
-  return IDOK;
-}
-
-BOOL WINAPI CountLaunch(SHELLEXECUTEINFOW*) {
-  ++g_launches;
-  return TRUE;
-}
-
-BOOL WINAPI ChoosePath(OPENFILENAMEW* dialog) {
-  lstrcpynW(dialog->lpstrFile, g_savePath, static_cast<int>(dialog->nMaxFile));
-  return TRUE;
-}
-
-/// Presses a button of the question, if that comes, until told to end.
-class CAnsweringUser {
- public:
-  explicit CAnsweringUser(int button)
-      : m_ended(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, button] {
-          while (WaitForSingleObject(m_ended, 10) == WAIT_TIMEOUT) {
-            if (const HWND question = FindDialog(kPromptTitle)) {
-              PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(button), 0);
-            }
-          }
-        }) {}
-  ~CAnsweringUser() { SetEvent(m_ended); }
-  CAnsweringUser(const CAnsweringUser&) = delete;
-  CAnsweringUser& operator=(const CAnsweringUser&) = delete;
-
- private:
-  const CHandle m_ended;
-  const CParallel m_thread;
-};
-
 class LessonMemoryFaults : public EventFaults {
  protected:
-  LessonMemoryFaults()
-      : m_message("user32.dll", "MessageBoxW", &CountMessage),
-        m_launch("shell32.dll", "ShellExecuteExW", &CountLaunch),
-        m_saveDialog("GetSaveFileNameW", &ChoosePath) {
-    lstrcpynW(g_savePath, (m_sandbox / kSavedFile).c_str(), MAX_PATH);
-  }
+  LessonMemoryFaults() { lstrcpynW(g_savePath, (m_sandbox / kSavedFile).c_str(), MAX_PATH); }
 
   using Invoke = std::function<void(const std::function<void()>& navigate)>;
 
@@ -83,8 +40,15 @@ class LessonMemoryFaults : public EventFaults {
     const ScriptedPath path(m_server, Lesson());
     const CBrowserParty browser;
     CNavigationEvent event(path.Url(L"a.qdk"));
-    const CAnsweringUser user(button);
     HRESULT result = E_FAIL;
+    const CHandle ended(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    CParallel user([&] {  // The question may not come.
+      while (WaitForSingleObject(ended, 10) == WAIT_TIMEOUT) {
+        if (const HWND question = FindDialog(kPromptTitle)) {
+          PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(button), 0);
+        }
+      }
+    });
     invoke([&] {
       try {
         result = browser.helper.Fire(DISPID_BEFORENAVIGATE2, event.Params());
@@ -92,6 +56,7 @@ class LessonMemoryFaults : public EventFaults {
         result = E_UNEXPECTED;
       }
     });
+    SetEvent(ended);
     EXPECT_EQ(result, S_OK) << "nothing is thrown out of the event";
     EXPECT_TRUE(event.FlagIntact());
     return event.Cancelled();
@@ -100,7 +65,7 @@ class LessonMemoryFaults : public EventFaults {
   /// What is left is the whole lesson, where it was to be put, or nothing; it goes too. True when
   /// the lesson is there.
   bool ExpectAllOrNothing(int button) const {
-    const std::vector<std::wstring> files = m_sandbox.Files();
+    const Files files = m_sandbox.Files();
     EXPECT_LE(files.size(), 1u);
     for (const std::wstring& file : files) {
       EXPECT_TRUE(button == kSaveButton ? file == kSavedFile : file.ends_with(L"\\a.qdk")) << file;
@@ -125,9 +90,20 @@ class LessonMemoryFaults : public EventFaults {
   }
 
  private:
-  const CImportPatch m_message;
-  const CImportPatch m_launch;
-  const CLookupPatch m_saveDialog;
+  // What stands in for the system takes no memory: it may be out.
+  const CImportPatch m_message{"user32.dll", "MessageBoxW", +[](HWND, LPCWSTR, LPCWSTR, UINT) {
+                                 ++g_messages;
+                                 return int{IDOK};
+                               }};
+  const CImportPatch m_launch{"shell32.dll", "ShellExecuteExW", +[](SHELLEXECUTEINFOW*) -> BOOL {
+                                ++g_launches;
+                                return TRUE;
+                              }};
+  const CLookupPatch m_saveDialog{"GetSaveFileNameW", +[](OPENFILENAMEW* dialog) -> BOOL {
+                                    lstrcpynW(dialog->lpstrFile, g_savePath,
+                                              static_cast<int>(dialog->nMaxFile));
+                                    return TRUE;
+                                  }};
 };
 
 TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {
@@ -149,38 +125,33 @@ TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
 TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
   for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    RunOutOfMemory(
-        Checks(), mode,
-        [&](const Fail& fail) {
-          g_messages = 0;
-          const ScriptedPath path(m_server, Lesson());
-          CProgressDialog::Ptr dialog = CProgressDialog::Create(
-              path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
-          EXPECT_TRUE(dialog->PeekContent(L".qdk"));
-          dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
-          INT_PTR result = 0;
-          const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
-          dialog.reset();
-          failures += result == kDownloadFailed;
-          EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
-          EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-          EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
-          return failed;
-        },
-        1);
+    const auto cell = [&](const Fail& fail) {
+      g_messages = 0;
+      const ScriptedPath path(m_server, Lesson());
+      CProgressDialog::Ptr dialog = CProgressDialog::Create(
+          path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
+      EXPECT_TRUE(dialog->PeekContent(L".qdk"));
+      dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
+      INT_PTR result = 0;
+      const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
+      dialog.reset();
+      failures += result == kDownloadFailed;
+      EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
+      EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
+      EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
+      return failed;
+    };
+    RunOutOfMemory(Checks(), mode, cell, 1);
   }
   EXPECT_GT(failures, 0);
 }
 
 TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing) {
   bool isOut = false;
-  const CImportSpy<&_beginthreadex> begin(
-      "msvcrt.dll", "_beginthreadex",
-      [&](void* security, unsigned stack, _beginthreadex_proc_type function, void* argument,
-          unsigned flags, unsigned* id) {
-        errno = EAGAIN;
-        return isOut ? 0 : begin.CallOriginal(security, stack, function, argument, flags, id);
-      });
+  const CImportSpy<&_beginthreadex> begin("msvcrt.dll", "_beginthreadex", [&](auto... arguments) {
+    errno = EAGAIN;
+    return isOut ? 0 : begin.CallOriginal(arguments...);
+  });
   for (const int button : {kOpenButton, kSaveButton}) {
     Checks().Run([&] {
       // The pre-check needs none: the question comes all the same.
@@ -191,7 +162,7 @@ TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing)
       }));
       EXPECT_EQ(g_messages, 1);
       EXPECT_EQ(g_launches, 0);
-      EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+      EXPECT_EQ(m_sandbox.Files(), Files());
     });
   }
 }

@@ -1,46 +1,38 @@
 #include "tests/faults/navigation_faults.h"
 
-namespace {
-
-/// Fires the event; an exception is what the browser would see as one.
-HRESULT Fire(const CHelperObject& helper, CNavigationEvent& event) {
-  try {
-    return helper.Fire(DISPID_BEFORENAVIGATE2, event.Params());
-  } catch (const CAtlException& error) {
-    return error.m_hr;
-  }
-}
-
-}  // namespace
-
-NavigationFaults::NavigationFaults(int answer) : m_prompt(answer) { m_helper->SetSite(&m_browser); }
-
-CNavigationResult NavigationFaults::Navigate(CNavigationEvent& event) {
-  const int prompts = m_prompt.Count();
+CSeen NavigationFaults::Navigate(CNavigationEvent& event) {
   const int stops = m_browser.stops;
+  const int prompts = m_prompt.Count();
   const size_t launches = m_launches.Launches().size();
-  CNavigationResult outcome;
-  outcome.result =
-      static_cast<HRESULT>(CallGuardedDialog([&] { return INT_PTR{Fire(m_helper, event)}; }));
-  outcome.cancelled = event.Cancelled();
-  outcome.prompts = m_prompt.Count() - prompts;
-  outcome.stops = m_browser.stops - stops;
-  outcome.messages = m_messages.TakeTexts();
-  outcome.launches.assign(m_launches.Launches().begin() + static_cast<ptrdiff_t>(launches),
-                          m_launches.Launches().end());
+  HRESULT result = S_OK;
+  CallGuardedDialog([&] {
+    try {
+      result = m_helper.Fire(DISPID_BEFORENAVIGATE2, event.Params());
+    } catch (const CAtlException& error) {
+      result = error.m_hr;
+    }
+    return 0;
+  });
+  CSeen seen(static_cast<size_t>(m_prompt.Count() - prompts), L"asked");
+  for (const std::wstring& text : m_messages.TakeTexts()) {
+    seen.push_back(L"message " + text);
+  }
+  for (size_t i = launches; i < m_launches.Launches().size(); ++i) {
+    const CLaunch& launch = m_launches.Launches()[i];
+    seen.push_back(L"run " + launch.file + (launch.hasParameters ? L" " + launch.parameters : L""));
+  }
+  seen.insert(seen.end(), static_cast<size_t>(m_browser.stops - stops), L"stopped");
+  if (event.Cancelled()) {
+    seen.push_back(L"cancelled");
+  }
+  if (result != S_OK) {
+    seen.push_back(L"failed " + std::to_wstring(result));
+  }
   EXPECT_TRUE(event.FlagIntact());
-  return outcome;
+  return seen;
 }
 
-CNavigationResult NavigationFaults::Navigate(const std::wstring& url) {
+CSeen NavigationFaults::Navigate(const std::wstring& url) {
   CNavigationEvent event(url);
   return Navigate(event);
-}
-
-std::wstring NavigationFaults::WriteLauncher(const std::wstring& folder) const {
-  return m_sandbox.Write(folder + L"\\LaunchFolivo.exe", "not run");
-}
-
-std::wstring NavigationFaults::CannotCreate(const std::wstring& path) {
-  return L"Unable to create the destination file " + path + L".";
 }

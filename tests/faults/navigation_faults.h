@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,38 +9,31 @@
 #include "tests/browser/prompt_answer.h"
 #include "tests/faults/event_faults.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
 
-/// Everything that a navigation came to.
-struct CNavigationResult {
-  HRESULT result = S_OK;   // of Invoke, or of the exception that left it
-  bool cancelled = false;  // the flag that is sent by reference
-  int prompts = 0;
-  int stops = 0;  // of the browser
-  std::vector<std::wstring> messages = {};
-  std::vector<CLaunch> launches = {};
-};
+/// What a navigation came to, in this order: "asked" for each question, "message TEXT" and "run
+/// FILE PARAMETERS" for each of those, "stopped", "cancelled", and "failed RESULT" when Invoke
+/// fails or throws. Empty: the browser does it all.
+using CSeen = std::vector<std::wstring>;
 
 /// Navigations of a browser with its helper object, through the browser's own event. The question
 /// is answered at once, and nothing is run; the download and its dialog are real.
 class NavigationFaults : public EventFaults {
  protected:
   /// `answer`: to the question.
-  explicit NavigationFaults(int answer);
+  explicit NavigationFaults(int answer) : m_prompt(answer) { m_helper->SetSite(&m_browser); }
 
   /// Fires BeforeNavigate2.
-  CNavigationResult Navigate(CNavigationEvent& event);
-  CNavigationResult Navigate(const std::wstring& url);
+  CSeen Navigate(CNavigationEvent& event);
+  CSeen Navigate(const std::wstring& url);
 
   /// What is to happen while the question is open.
   void WhileAsked(std::function<void()> action) const { m_prompt.WhileOpen(std::move(action)); }
 
-  /// Puts a launcher into this folder of the sandbox, of which the registry says nothing.
-  std::wstring WriteLauncher(const std::wstring& folder = L"App") const;
-
-  static std::wstring CannotCreate(const std::wstring& path);
+  static std::wstring CannotCreate(const std::wstring& path) {
+    return L"message Unable to create the destination file " + path + L".";
+  }
 
   const CLaunchRecorder m_launches;
   CFakeBrowser m_browser;

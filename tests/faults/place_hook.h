@@ -1,12 +1,16 @@
 #pragma once
 
+#include <atlbase.h>
+#include <gtest/gtest.h>
 #include <windows.h>
 #include <wininet.h>
 
 #include <atomic>
 #include <functional>
+#include <utility>
 
 #include "tests/support/import_spy.h"
+#include "tests/support/user.h"
 
 /// A place in the product's transfer at which something else is to happen.
 enum class Place {
@@ -15,16 +19,15 @@ enum class Place {
   kLastWrite,      // it is about to write the body's last bytes
   kEndShown,       // a worker is showing that the body is complete
   kResultPosted,   // a worker has posted its result to the dialog
-  kMessageShown,   // it shows a message, which is answered when the action returns
-  kDialogEnding,   // it has told its dialog to end
 };
 
 /// Runs an action, once, when a transfer of this program comes to a place, on the thread that does.
 class CPlaceHook {
  public:
   /// `bodySize`: of the one transfer that is made while the hook lives.
-  CPlaceHook(Place place, size_t bodySize, std::function<void()> action);
-  ~CPlaceHook();
+  CPlaceHook(Place place, size_t bodySize, std::function<void()> action)
+      : m_place(place), m_bodySize(bodySize), m_action(std::move(action)) {}
+  ~CPlaceHook() { m_isArmed = false; }
   CPlaceHook(const CPlaceHook&) = delete;
   CPlaceHook& operator=(const CPlaceHook&) = delete;
 
@@ -32,7 +35,11 @@ class CPlaceHook {
   bool WasReached() const { return !m_isArmed; }
 
  private:
-  void ReachIf(bool isThere, Place place);
+  void ReachIf(bool isThere, Place place) {
+    if (isThere && m_place == place && m_isArmed.exchange(false)) {
+      m_action();
+    }
+  }
   bool IsWorker() const { return GetCurrentThreadId() != m_dialogThread; }
 
   const Place m_place;
@@ -42,30 +49,53 @@ class CPlaceHook {
   std::atomic<bool> m_isArmed = true;
   std::atomic<size_t> m_written = 0;
 
-  const CImportSpy<&InternetOpenW> m_open;
-  const CImportSpy<&Sleep> m_sleep;
-  const CImportSpy<&WriteFile> m_write;
-  const CImportSpy<&EnableWindow> m_enable;
-  const CImportSpy<&PostMessageW> m_post;
-  const CImportSpy<&MessageBoxW> m_message;
-  const CImportSpy<&EndDialog> m_end;
+  const CImportSpy<&InternetOpenW> m_open{"wininet.dll", "InternetOpenW",
+                                          [this](auto... arguments) {
+                                            ReachIf(true, Place::kBeforeOpen);
+                                            return m_open.CallOriginal(arguments...);
+                                          }};
+  const CImportSpy<&Sleep> m_sleep{"kernel32.dll", "Sleep", [this](DWORD milliseconds) {
+                                     // After a lesson's chunk, or before an archive's.
+                                     const bool isPause = milliseconds == 0 || milliseconds == 100;
+                                     ReachIf(isPause && m_written != 0 && m_written < m_bodySize,
+                                             Place::kBetweenChunks);
+                                     m_sleep.CallOriginal(milliseconds);
+                                   }};
+  const CImportSpy<&WriteFile> m_write{
+      "kernel32.dll", "WriteFile", [this](HANDLE file, LPCVOID data, DWORD size, auto... others) {
+        ReachIf(m_written + size == m_bodySize, Place::kLastWrite);
+        const BOOL succeeded = m_write.CallOriginal(file, data, size, others...);
+        m_written += size;
+        return succeeded;
+      }};
+  const CImportSpy<&EnableWindow> m_enable{"user32.dll", "EnableWindow",
+                                           [this](HWND window, BOOL enable) {
+                                             ReachIf(IsWorker() && enable, Place::kEndShown);
+                                             return m_enable.CallOriginal(window, enable);
+                                           }};
+  const CImportSpy<&PostMessageW> m_post{
+      "user32.dll", "PostMessageW", [this](HWND window, UINT message, auto... parameters) {
+        const BOOL posted = m_post.CallOriginal(window, message, parameters...);
+        ReachIf(IsWorker() && message == WM_USER, Place::kResultPosted);
+        return posted;
+      }};
 };
 
 /// Holds a thread where it is until it is let go; after a minute the test fails and it goes on.
 class CHeldThread {
  public:
-  CHeldThread();
-  ~CHeldThread();
-  CHeldThread(const CHeldThread&) = delete;
-  CHeldThread& operator=(const CHeldThread&) = delete;
-
   /// On the thread to hold.
-  void Hold() const;
+  void Hold() const {
+    SetEvent(m_held);
+    EXPECT_EQ(WaitForSingleObject(m_letGo, kUserPatienceMs), WAIT_OBJECT_0) << "never let go";
+  }
   /// On another one.
-  void WaitUntilHeld() const;
+  void WaitUntilHeld() const {
+    EXPECT_EQ(WaitForSingleObject(m_held, kUserPatienceMs), WAIT_OBJECT_0) << "not reached";
+  }
   void LetGo() const { SetEvent(m_letGo); }
 
  private:
-  const HANDLE m_held;
-  const HANDLE m_letGo;
+  const CHandle m_held{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const CHandle m_letGo{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };

@@ -16,6 +16,6 @@ class CRunChecks {
   CStartedThreads m_threads;
 };
 
-/// Calls a function that is inside a modal dialog; gives its result. A dialog that does not end
-/// within half a minute is cancelled, and the test fails; after another one, the program ends.
+/// Calls a function that is inside a modal dialog; gives its result. When the dialog does not end
+/// within two minutes, the test fails and the program ends.
 INT_PTR CallGuardedDialog(const std::function<INT_PTR()>& modal);

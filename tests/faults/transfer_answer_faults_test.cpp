@@ -7,6 +7,8 @@ namespace {
 
 constexpr size_t kSize = 5000;
 
+class TransferAnswerFaults : public TransferFaults {};
+
 /// The server claims these lengths and hangs up behind the body.
 HttpAnswer Claiming(HttpAnswer body, const std::vector<std::string>& lengths) {
   body.Close();
@@ -16,61 +18,45 @@ HttpAnswer Claiming(HttpAnswer body, const std::vector<std::string>& lengths) {
   return body;
 }
 
-TEST_F(TransferFaults, RefusedStatusIsUnavailable) {
-  std::vector<CTransferFault> faults;
-  for (const int status : {204, 403, 404, 410, 500}) {
-    const std::string name = std::to_string(status);
-    HttpAnswer answer = status == 204 ? HttpAnswer() : Body(kSize);
-    faults.push_back({name, answer.Status(status), TransferEnd::kUnavailable});
-    faults.push_back({name + " of an odd reason", answer.Status(status, "Fine, take it"),
-                      TransferEnd::kUnavailable});
-  }
-  RunAll(faults);
-}
-
-TEST_F(TransferFaults, OtherStatusLeavesItToTheBody) {
+TEST_F(TransferAnswerFaults, RefusedStatusIsUnavailableAndAnyOtherLeavesItToTheBody) {
   std::vector<CTransferFault> faults = {
-      {"304", HttpAnswer().Status(304), TransferEnd::kBody},
-  };
-  for (const int status : {200, 201, 206, 400, 401, 407, 429, 501, 502, 503, 504, 599}) {
-    const std::string name = std::to_string(status);
-    faults.push_back({name, Body(kSize).Status(status), TransferEnd::kBody, BodyBytes(kSize)});
-    faults.push_back({name + " with a page", HttpAnswer().Status(status).Bytes(kPage),
-                      TransferEnd::kBody, kPage});
-    faults.push_back({name + " without a body", HttpAnswer().Status(status), TransferEnd::kBody});
+      {"204", HttpAnswer().Status(204), TransferEnd::kUnavailable},
+      {"304", HttpAnswer().Status(304), TransferEnd::kBody}};
+  for (const int status : {403, 404, 410, 500}) {
+    for (const char* reason : {"", "Fine, take it"}) {
+      faults.push_back({std::to_string(status) + " " + reason, Body(kSize).Status(status, reason),
+                        TransferEnd::kUnavailable});
+    }
+  }
+  for (const int status : {206, 401, 407, 429, 503}) {
+    for (const std::string& bytes : {BodyBytes(kSize), std::string(kPage), std::string()}) {
+      faults.push_back({std::to_string(status) + ", " + std::to_string(bytes.size()) + " bytes",
+                        HttpAnswer().Status(status).Bytes(bytes), TransferEnd::kBody, bytes});
+    }
   }
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, BodyOfAnySizeIsWhole) {
+TEST_F(TransferAnswerFaults, BodyIsJudgedByItsExtension) {
+  const std::string body = "PK\x03\x04 and more";
+  RunAll({{"its own", HttpAnswer().Bytes(body), TransferEnd::kBody, body, L".folivo"},
+          {"another", HttpAnswer().Bytes(body), TransferEnd::kBody, body, L".fvk"},
+          {"none", HttpAnswer().Bytes(body), TransferEnd::kBody, body, L""}});
+}
+
+TEST_F(TransferAnswerFaults, BodyOfAnySizeIsWhole) {
   std::vector<CTransferFault> faults;
-  for (const size_t size : {size_t{0},
-                            size_t{1},
-                            size_t{7},
-                            size_t{8},
-                            size_t{59},
-                            size_t{60},
-                            kPeekBuffer - 1,
-                            kPeekBuffer,
-                            kPeekBuffer + 1,
-                            2 * kPeekBuffer,
-                            kBuffer - 1,
-                            kBuffer,
-                            kBuffer + 1,
-                            kBuffer + kPeekBuffer - 1,
-                            kBuffer + kPeekBuffer,
-                            kBuffer + kPeekBuffer + 1,
-                            2 * kBuffer - 1,
-                            2 * kBuffer,
-                            2 * kBuffer + 1,
-                            5 * kBuffer}) {
-    faults.push_back(
-        {std::to_string(size) + " bytes", Body(size), TransferEnd::kBody, BodyBytes(size)});
+  for (const size_t middle : {size_t{1}, size_t{8}, size_t{60}, kPeekBuffer, kBuffer,
+                              kBuffer + kPeekBuffer, 2 * kBuffer, 5 * kBuffer}) {
+    for (const size_t size : {middle - 1, middle, middle + 1}) {
+      faults.push_back(
+          {std::to_string(size) + " bytes", Body(size), TransferEnd::kBody, BodyBytes(size)});
+    }
   }
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, BodyIsWholeWhateverLengthIsClaimed) {
+TEST_F(TransferAnswerFaults, BodyIsWholeWhateverLengthIsClaimed) {
   constexpr size_t kLong = kBuffer + 9000;
   const std::string exact = std::to_string(kLong);
   const std::string more = std::to_string(kLong + 50000);
@@ -102,7 +88,7 @@ TEST_F(TransferFaults, BodyIsWholeWhateverLengthIsClaimed) {
   RunAll(faults);
 }
 
-TEST_F(TransferFaults, HeadThatIsNoneIsSurvived) {
+TEST_F(TransferAnswerFaults, HeadThatIsNoneIsSurvived) {
   const auto body = [](const char* name, const HttpAnswer& answer) {
     return CTransferFault{name, answer, TransferEnd::kBody, BodyBytes(kSize)};
   };

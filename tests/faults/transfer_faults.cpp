@@ -2,32 +2,25 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "tests/faults/quick_cut.h"
 #include "tests/support/parallel.h"
 
 void CTransferFaults::RunAll(const std::vector<CTransferFault>& faults) {
   for (const CTransferFault& fault : QuickCut(faults)) {
-    for (const bool peeks : {HasPreCheck(), false}) {
+    for (const bool peeks : {true, false}) {
+      if (peeks && !HasPreCheck()) {
+        continue;
+      }
       m_checks.Run([&] {
         const ScriptedPath path(Server(), fault.script);
-        std::optional<CParallel> server;
-        if (fault.server) {
-          server.emplace([&] { fault.server(path); });
-        }
-        RunOnce(peeks, UrlOf(path), fault);
+        const CParallel server([&] {
+          if (fault.server) {
+            fault.server(path);
+          }
+        });
+        RunOnce(peeks, fault.url.empty() ? UrlOf(path) : fault.url, fault);
       });
-      if (!peeks) {
-        break;
-      }
     }
-  }
-}
-
-void CTransferFaults::RunAddress(const std::wstring& url, const CTransferFault& fault) {
-  for (const bool peeks : {HasPreCheck(), false}) {
-    m_checks.Run([&] { RunOnce(peeks, url, fault); });
   }
 }
 

@@ -26,6 +26,7 @@ struct CTransferFault {
   std::wstring extension = L".qdk";  // of a lesson
   /// Plays the server's part beside the download.
   std::function<void(const ScriptedPath&)> server = nullptr;
+  std::wstring url = {};  // in place of the script's
 };
 
 /// Runs tables of faults through a dialog, with and without a pre-check where there is one, and
@@ -48,8 +49,6 @@ class CTransferFaults {
   ~CTransferFaults() = default;
 
   void RunAll(const std::vector<CTransferFault>& faults);
-  /// The same for an address that is not of a script.
-  void RunAddress(const std::wstring& url, const CTransferFault& fault);
 
   CRunChecks& Checks() { return m_checks; }
 
