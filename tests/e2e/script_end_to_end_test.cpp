@@ -168,10 +168,10 @@ function submit() {
 
 TEST_F(ScriptEndToEnd, SamplePageShowsTheVersionAndTheEndOfADownload) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes(Archive()));
-  CScriptRun script(m_sandbox.Path(), SamplePage() + "start(createControl); submit();",
-                    Under(L"folivo-schools.example", path.Url(L"c.zip")));
+  Start(SamplePage() + "start(createControl); submit();",
+        Under(L"folivo-schools.example", path.Url(L"c.zip")));
   EXPECT_EQ(Dismiss(), kCannotUnzip);
-  const Lines printed = script.Finish();
+  const Lines printed = Finish();
   for (const LPCSTR line :
        {"Folivo add-on " FOLIVO_VERSION " is installed.",
         "Collections can be downloaded. Button: on",
@@ -183,7 +183,7 @@ TEST_F(ScriptEndToEnd, SamplePageShowsTheVersionAndTheEndOfADownload) {
 
 TEST_F(ScriptEndToEnd, SamplePageHasATextForEachError) {
   // Real errors of the control and of the script engine; those that cannot be had here are thrown.
-  CScriptRun script(m_sandbox.Path(), SamplePage() + R"(
+  Start(SamplePage() + R"(
 var control = createControl(COLLECTION_CONTROL);
 function show(call) {
   try { call(); } catch (e) { WScript.Echo(e.number + " " + errorText(e, "").substr(0, 40)); }
@@ -198,8 +198,8 @@ show(function () { throw { number: -1 }; });
 show(function () { throw {}; });
 start(function () { throw { number: -2147467259 }; });
 )",
-                    std::wstring(1001, L'a'));
-  EXPECT_EQ(script.Finish(),
+        std::wstring(1001, L'a'));
+  EXPECT_EQ(Finish(),
             (Lines{"-2147024809 The address of the archive is longer tha",
                    "-2147352571 The address of the archive is not a text",
                    "-2147352562 This page calls the Folivo add-on in a w",
@@ -218,9 +218,9 @@ start(function () { throw { number: -2147467259 }; });
 TEST_F(ScriptEndToEnd, SamplePageSaysMoreAfterTheMessageThatNothingCanBeDownloaded) {
   // Restored with the sandbox.
   SetEnvironmentVariableW(L"TMP", m_sandbox.Write(L"file", "no folder").c_str());
-  CScriptRun script(m_sandbox.Path(), SamplePage() + "start(createControl); submit();", L"c.zip");
+  Start(SamplePage() + "start(createControl); submit();", L"c.zip");
   EXPECT_EQ(Dismiss(), kNotReady);
-  EXPECT_EQ(script.Finish().back(),
+  EXPECT_EQ(Finish().back(),
             "Collections cannot be downloaded on this computer at the moment. Ask your "
             "administrator whether you have a Documents folder and may write to the temporary "
             "folder.");
