@@ -44,7 +44,7 @@ check_includes() { /usr/bin/python3 tools/lint/include_direction.py; }
 check_quirks() { /usr/bin/python3 tools/lint/quirks.py; }
 
 # shellcheck disable=SC2317
-check_tests() { /usr/bin/python3 tools/lint/test_table.py; }
+check_tests() { /usr/bin/python3 tools/lint/test_table.py --suites; }
 
 # shellcheck disable=SC2317
 check_shell() {

@@ -11,7 +11,7 @@ programs=(
   build:x86_64-w64-mingw32-windres:binutils-mingw-w64-x86-64
   build:x86_64-w64-mingw32-widl:mingw-w64-tools
   wine:/usr/lib/wine/wine64:wine64 wine:/usr/lib/wine/wineserver64:wine64 wine:Xvfb:xvfb
-  wine:import:imagemagick-6.q16 test:zip:zip bench:curl:curl lint:clang-format-19:clang-format-19
+  wine:import:imagemagick-6.q16 bench:curl:curl lint:clang-format-19:clang-format-19
   lint:clang-tidy-19:clang-tidy-19 lint:clang-cl-19:clang-tools-19 lint:llvm-rc-19:llvm-19
   lint:shellcheck:shellcheck ubsan:clang++-19:clang-19
   ubsan:lld-19:lld-19 test:ld.lld-19:lld-19 package:wixl:wixl package:msibuild:msitools

@@ -76,7 +76,7 @@ TEST(ComPtr, ReleaseMayBeCalledByTheObjectThatItReleases) {
   EXPECT_EQ(0U, object.References());
 }
 
-TEST(ComQiPtr, QueriesForItsInterface) {
+TEST(ComPtrQuery, QueriesForItsInterface) {
   CCountedObject object;
   const CComQIPtr<IStream> stream(static_cast<IPersist*>(&object));
   EXPECT_EQ(nullptr, stream.p);
