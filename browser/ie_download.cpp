@@ -178,7 +178,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
   if (HasInsertMarker(path) || HasInsertMarker(query)) {
     CFilePath shortcut;
     if (SUCCEEDED(WriteInternetShortcut(url, shortcut))) {
-      // Quirk 7: cancels the navigation only when it starts the launcher.
+      // Quirk 7: cancels the navigation only when there is a launcher.
       LaunchInsert(GetDialogOwner(), [this] { return m_browser; }, shortcut, params);
       return;
     }

@@ -73,7 +73,7 @@ TEST(ManifestParser, DepthIsTheOnlyLimit) {
 }
 
 // The browser's threads have a megabyte, and are some way down it when they call.
-TEST(ManifestParser, LittleStackIsEnough) {
+TEST(ManifestParser, DeepNestingParsesOnASmallStack) {
   constexpr unsigned kStackSize = 512 * 1024;
   const auto parse = [](void*) -> unsigned {
     return Parse(Repeat("<a b='1'>text", 1000000)) == -1 && Parse(Nest("", kDeepest)) == kDeepest;

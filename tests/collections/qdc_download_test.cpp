@@ -105,7 +105,7 @@ TEST_F(QdcDownload, ComIsInitialisedForGood) {
 
 // A control that is not ready.
 
-TEST_F(QdcDownload, NotReadyIsAMessageAtEachCall) {
+TEST_F(QdcDownload, NotReadyShowsAMessageAndFailsAtEachCall) {
   const CControlObject control(kNoDocuments);
   const CDialogResult dialog(1);
   for (const size_t length : {10, 1001}) {

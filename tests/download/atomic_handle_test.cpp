@@ -80,7 +80,7 @@ TEST_F(AtomicHandle, ConcurrentClosersCloseOnce) {
   EXPECT_EQ(g_closes, kRounds);
 }
 
-TEST_F(AtomicHandle, EmptyValuesAreTheSystems) {
+TEST_F(AtomicHandle, EmptyFileIsInvalidHandleValueAndEmptyRequestIsNull) {
   EXPECT_EQ(CAtomicFile().Get(), INVALID_HANDLE_VALUE);
   EXPECT_EQ(CAtomicInternetHandle().Get(), nullptr);
 }

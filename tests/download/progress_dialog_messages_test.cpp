@@ -93,7 +93,7 @@ TEST_F(ProgressDialogMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileBack
 int g_looks;  // at the clock
 const CInterruption* g_worker;
 
-TEST_F(ProgressDialogMessages, ResultIsDeliveredOnlyIfTheFileWasWhenAWriteTakesLong) {
+TEST_F(ProgressDialogMessages, WriteThatOutlastsTheWaitSaysDeliveredOnlyIfTheFileWas) {
   // The wait is over at the second look. From there on the worker may put the file back.
   const CImportPatch clock(
       "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {

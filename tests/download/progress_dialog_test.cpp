@@ -234,7 +234,7 @@ TEST_F(ProgressDialog, OkEndsWithOneAndDoesNothingElse) {
   path.AllowAll();
 }
 
-TEST_F(ProgressDialog, JoinServesAWorkerThatMovesTheBar) {
+TEST_F(ProgressDialog, JoinDispatchesMessagesOfAWorkerThatMovesTheBar) {
   const CLaunchRecorder shell;
   const DWORD dialogThread = GetCurrentThreadId();
   const CTestEvent joining;

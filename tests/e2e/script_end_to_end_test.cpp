@@ -121,7 +121,7 @@ TEST_F(ScriptEndToEnd, DownloadedArchiveIsStillOpenAndCannotBeUnzipped) {
   EXPECT_FALSE(HasArchive());
 }
 
-TEST_F(ScriptEndToEnd, ArchiveOfAnEarlierCallFailsAtItsManifest) {
+TEST_F(ScriptEndToEnd, LocalCallUsesTheArchiveLeftByAnEarlierCall) {
   m_sandbox.Write(L"ZDH\\download.zip", Archive());
   Start(kDownload, m_sandbox.Write(L"source.zip", "any file"));
   EXPECT_EQ(Dismiss(), kCannotUnzip);
@@ -215,7 +215,7 @@ start(function () { throw { number: -2147467259 }; });
                    "Button: off"}));
 }
 
-TEST_F(ScriptEndToEnd, SamplePageSaysMoreAfterTheMessageThatNothingCanBeDownloaded) {
+TEST_F(ScriptEndToEnd, SamplePageSaysWhomToAskWhenNothingCanBeDownloaded) {
   // Restored with the sandbox.
   SetEnvironmentVariableW(L"TMP", m_sandbox.Write(L"file", "no folder").c_str());
   Start(SamplePage() + "start(createControl); submit();", L"c.zip");

@@ -36,7 +36,7 @@ TEST_F(ArchiveCancelFaults, CancelComesTooLateOnceItHasBegun) {
   }
 }
 
-TEST_F(ArchiveCancelFaults, CancelBeforeItHasBegunAsksNobody) {
+TEST_F(ArchiveCancelFaults, CancelBeforeTheFirstStepSendsNoRequest) {
   const ScriptedPath path(m_server, Body(kSize));
   for (const CWay& way : kWays) {
     SCOPED_TRACE(way.name);

@@ -113,19 +113,19 @@ class ArchiveMemoryFaults : public CollectionTest {
   const CUnzipSearchPath m_unzip{RealUnzipFolder()};
 };
 
-TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForANetworkArchive) {
+TEST_F(ArchiveMemoryFaults, NetworkArchiveWithOneFailingAllocationLeavesNothing) {
   RunDownload(Mode::kOnce, false);
 }
 
-TEST_F(ArchiveMemoryFaults, OneAllocationThatFailsForALocalArchive) {
+TEST_F(ArchiveMemoryFaults, LocalArchiveWithOneFailingAllocationLeavesNothing) {
   RunDownload(Mode::kOnce, true);
 }
 
-TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForANetworkArchive) {
+TEST_F(ArchiveMemoryFaults, NetworkArchiveWithoutMemoryLeavesNothing) {
   RunDownload(Mode::kForGood, false);
 }
 
-TEST_F(ArchiveMemoryFaults, MemoryThatStaysOutForALocalArchive) {
+TEST_F(ArchiveMemoryFaults, LocalArchiveWithoutMemoryLeavesNothing) {
   RunDownload(Mode::kForGood, true);
 }
 

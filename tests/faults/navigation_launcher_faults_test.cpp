@@ -36,8 +36,8 @@ class NavigationLauncherFaults : public NavigationFaults {
 };
 
 TEST_F(NavigationLauncherFaults, RegistryValueInWrongFormGivesNoFolder) {
-  // A text with its terminator, in which "@" is the launcher's folder. Beyond the table of
-  // InstallFolder. The system adds a terminator that lies behind the bytes.
+  // A text with its terminator, in which "@" is the launcher's folder. Further values
+  // are in application_handoff_test.cpp. The system adds a terminator that lies behind the bytes.
   struct {
     const char* name;
     Start start;

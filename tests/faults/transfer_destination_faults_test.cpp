@@ -36,7 +36,7 @@ TEST_F(TransferDestinationFaults, NameThatNoFileMayHaveIsReported) {
   }
 }
 
-TEST_F(TransferDestinationFaults, FolderOrFileInUseStays) {
+TEST_F(TransferDestinationFaults, FolderOrFileInUseIsLeftUntouched) {
   Checks().Run([&] {
     m_sandbox.Write(L"folder.qdk\\mine", "mine");
     Expect(L"folder.qdk", false, {L"folder.qdk\\mine"});

@@ -36,7 +36,7 @@ def setUpModule():
 def rows(file, table):
     """The table's rows as dictionaries, as msiinfo reads them."""
     text = subprocess.run(["msiinfo", "export", file, table], capture_output=True, check=True,
-                          encoding="ascii").stdout
+                          encoding="ascii", cwd=work).stdout  # which gets the tables' streams
     names, _, _, *lines = text.replace("\r", "").splitlines()
     return [dict(zip(names.split("\t"), line.split("\t"))) for line in lines]
 

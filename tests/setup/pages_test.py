@@ -46,7 +46,7 @@ class AdministratorsPageTest(unittest.TestCase):
         branch = re.findall(r"NoRemove '?([\w ]+)'?$", text("resources/folivo_plugin.rgs"), re.M)
         self.assertEqual(keys("HKLM"), {"\\".join([*branch, helper]), policy})
 
-    def test_other_identifiers_and_the_keys_that_are_read_are_ours(self):
+    def test_identifiers_on_the_page_are_in_the_sources_and_keys_that_are_read_are_on_the_page(self):
         source = text("com/class_registration.h", "browser/application_handoff.cpp")
         known = set(re.findall(GUID, SCRIPTS + INTERFACES + PACKAGE + source))
         self.assertEqual(set(re.findall(GUID, PAGE)) - known, set())

@@ -5,7 +5,7 @@ import difflib
 import hashlib
 
 
-# Stands for the condition in a guard's texts.
+# In a guard's texts, replaced by the condition that turns the fault on.
 PLANTED = "\0"
 
 

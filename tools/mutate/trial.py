@@ -145,7 +145,7 @@ class Trials:
         likely = self.history.cases(result.mutant.path, program.name)
         if likely and self.baseline.seconds.get(program.name, 0) > SHORT_SECONDS:
             first = self.run_once(program, likely)
-        # A failure without a case may be that there are no such cases any more.
+        # A failure that names no case may mean that the remembered cases are gone.
         if not first or first.outcome == "passed" or not first.case:
             first = self.run_once(program)
         if first.outcome == "passed":
