@@ -120,6 +120,10 @@ class InstallerTablesTest(unittest.TestCase):
                 ("Feature", {"Feature": "ElevationPolicy", "Level": "1000"}),
                 ("File", {"File": "FolivoPlugin.dll", "Version": VERSION}),
                 ("Property", {"Property": "ALLUSERS", "Value": "1"}),
+                ("Property", {"Property": "MSIRESTARTMANAGERCONTROL", "Value": "Disable"}),
+                ("Component", {"Component": "ElevationPolicy", "Condition": "LAUNCHERFOLDER"}),
+                ("InstallExecuteSequence", {"Action": "MigrateFeatureStates",
+                                            "Condition": "NOT ELEVATIONPOLICY"}),
                 ("Property", {"Property": "ARPPRODUCTICON", "Value": "folivo.ico"}),
                 ("Icon", {"Name": "folivo.ico"}),
                 ("_SummaryInformation", {"PropertyId": "7", "Value": "x64;1033"})]:
@@ -220,7 +224,16 @@ class BillOfMaterialsTest(unittest.TestCase):
                 self.assertRegex(checksum["checksumValue"], f"^[0-9a-f]{{{length}}}$")
         for item in document["packages"]:
             self.assertTrue(item["name"] and item["downloadLocation"] and item["versionInfo"])
-            self.assertIs(item["filesAnalyzed"], False)
+        # A package that contains files is analysed, and has the code that follows from them.
+        contents = hashlib.sha1("".join(sorted(
+            checksum["checksumValue"] for item in document["files"]
+            for checksum in item["checksums"] if checksum["algorithm"] == "SHA1")).encode())
+        for item in document["packages"]:
+            is_product = item["name"] == "FolivoPlugin"
+            self.assertIs(item["filesAnalyzed"], is_product)
+            self.assertEqual(item.get("packageVerificationCode"),
+                             {"packageVerificationCodeValue": contents.hexdigest()}
+                             if is_product else None)
         for item in document["files"]:
             self.assertRegex(item["fileName"], r"^\./")
             self.assertIn("SHA1", {checksum["algorithm"] for checksum in item["checksums"]})

@@ -107,6 +107,7 @@ class SigningTest(unittest.TestCase):
                 ({"CERTIFICATE": work / "cert.pem"}, "FOLIVO_SIGN_KEY"),
                 ({"PKCS11_MODULE": TOKEN_DRIVER}, "FOLIVO_SIGN_KEY"),
                 ({"PKCS11_MODULE": TOKEN_DRIVER, "KEY": "x", "CERTIFICATE": None}, "Neither"),
+                ({"PKCS11_MODULE": TOKEN_DRIVER, "KEY": "pkcs11:object=sign?PIN-value=1"}, "pin-value"),
                 ({"CA_FILE": work / "none.pem"}, "CA_FILE: there is no file")]:
             with self.subTest(reason), self.assertRaisesRegex(SigningError, reason):
                 Signer(settings(**changes))
@@ -122,7 +123,9 @@ class SigningTest(unittest.TestCase):
                           PKCS11_CERTIFICATE="pkcs11:object=cert")
         command = Signer(inside).command(work / "a", work / "b")
         self.assertEqual(command[command.index("-pkcs11cert") + 1], "pkcs11:object=cert")
-        command = Signer(settings(TIMESTAMP_URL="http://127.0.0.1:1")).command(work / "a", work / "b")
+        stamping = Signer(settings(TIMESTAMP_URL="http://127.0.0.1:1"))
+        self.assertIn("-TSA-CAfile", stamping.verification(work / "b"))
+        command = stamping.command(work / "a", work / "b")
         self.assertEqual(command[command.index("-ts") + 1], "http://127.0.0.1:1")
 
     def test_package_without_certificate_fails_and_leaves_nothing_under_the_names(self):

@@ -188,6 +188,13 @@ def make(root: Path, shipped: list[Shipped], version: str, epoch: int) -> str:
             raise BillError(f"{item.map} names no archive")
         for name in sorted(linked):
             relations.append((described["SPDXID"], "STATIC_LINK", component(name)))
+    hashes = sorted(item["checksums"][0]["checksumValue"] for item in files)
+    code = hashlib.sha1("".join(hashes).encode()).hexdigest()
+    product |= {
+        "filesAnalyzed": True,
+        "packageVerificationCode": {"packageVerificationCodeValue": code},
+        "licenseInfoFromFiles": [_UNKNOWN],
+    }
     for tool in sorted(set(tools) - set(components)):
         components[tool] = _debian_binary(tool, _UNKNOWN)
     for tool in sorted(tools):

@@ -60,6 +60,9 @@ fi
 
 lock_checkout
 work=$build_dir/package
+# Nothing half made, or unsigned, stays under the names of what is handed out.
+remove_work() { rm -rf "$work"; }
+at_exit remove_work
 # package_step NAME TEXT
 package_step() {
   step "package-$1" "$2" "Nothing was made; build/dist is empty." \
@@ -75,6 +78,5 @@ package_step archive "Making the archive"
 package_step checksums "Checksums"
 # In one go, so that what lies there is whole.
 mv "$work/dist" "$dist"
-rm -rf "$work"
 say "build/dist${signed:+ (signed)}:"
 (cd "$dist" && stat --printf '  %-36n %9s bytes\n' -- *)

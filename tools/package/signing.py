@@ -52,6 +52,11 @@ class Signer:
     def _token(module: str, engine: str, inside: str, certificate: str, key: str) -> list[str]:
         if not key:
             raise SigningError(f"{_PREFIX}KEY, the PKCS#11 URI of the key, is not set.")
+        if "pin-value=" in f"{key} {inside}".lower():
+            raise SigningError(
+                f"A URI has the PIN in it (pin-value), which would be part of a command line: put "
+                f"it into {_PREFIX}PASSWORD."
+            )
         if not inside and not certificate:
             raise SigningError(
                 f"Neither {_PREFIX}PKCS11_CERTIFICATE nor {_PREFIX}CERTIFICATE is set."
@@ -73,6 +78,11 @@ class Signer:
             "-h", "sha256", "-n", _DESCRIPTION, *stamp, "-in", str(source), "-out", str(target),
         ]  # fmt: skip
 
+    def verification(self, file: Path) -> list[str]:
+        """The command that verifies a signature, and its time stamp if one was asked for."""
+        stamp = ["-TSA-CAfile", self._roots] if self._timestamp else []
+        return ["osslsigncode", "verify", "-CAfile", self._roots, *stamp, "-in", str(file)]
+
     def sign(self, file: Path) -> None:
         """Puts the signed file into the place of the unsigned one, once it is verified."""
         signed = file.with_name(file.name + ".signed")
@@ -81,7 +91,7 @@ class Signer:
             self._run("signing", file, self.command(file, signed), self._password)
             self._run(
                 "verifying the signature", file,
-                ["osslsigncode", "verify", "-CAfile", self._roots, "-in", str(signed)], ""
+                self.verification(signed), ""
             )
             os.replace(signed, file)
         finally:

@@ -17,7 +17,7 @@ _POLICY_KEY = (
     r"SOFTWARE\Microsoft\Internet Explorer\Low Rights\ElevationPolicy"
     r"\{8E0C5C1B-9C55-4C3C-9C0B-5A5E3D0B6B47}"
 )
-# Medium integrity, without a question of the browser: the add-on has asked already.
+# Medium integrity, without a question of the browser: docs/administrators.md warns of it.
 _POLICY_SILENT = "#3"
 
 _REGISTRY_KEY_PATH = 4
@@ -108,8 +108,9 @@ def _registry(root: Path) -> tuple[Table, Table, str]:
 
 # Searches: property, key, name, type. The application is a 32-bit program.
 _SEARCHES = (
-    ("FORMERFOLDER", "FormerFolder", 0,
-     r"CLSID\{69402495-68F6-4342-B726-0659FADD1883}\InprocServer32", None,
+    # The machine's key, not HKCR: there a user's own registration would come first.
+    ("FORMERFOLDER", "FormerFolder", LOCAL_MACHINE,
+     r"SOFTWARE\Classes\CLSID\{69402495-68F6-4342-B726-0659FADD1883}\InprocServer32", None,
      _FILE_VALUE | _64_BIT_VIEW),
     ("FOLIVOFOLDER", "FolivoFolder", LOCAL_MACHINE,
      r"Software\MERLO Technologies\Folivo Software\Install Information", "FolivoExePath",
@@ -121,25 +122,36 @@ _SEARCHES = (
      _RAW_VALUE | _64_BIT_VIEW),
 )
 
-# Actions that give a property another's value: name, property, value, condition.
+def _launcher(name: str, source: str) -> tuple[str, str, str, str]:
+    # "#" begins what is no plain text, such as "#%" an expandable one.
+    return (name, "LAUNCHERFOLDER", f"[{source}]",
+            f'{source} AND NOT ({source}<<"#") AND NOT LAUNCHERFOLDER')
+
+
+# Actions that give a property another's value: name, property, value, condition. What an
+# administrator has chosen, the policy of an earlier installation holds.
 _ASSIGNMENTS = (
     ("KeepFormerFolder", "INSTALLFOLDER", "[FORMERFOLDER]",
      "OLDERFOUND AND FORMERFOLDER AND NOT INSTALLFOLDER"),
-    ("LauncherOfFolivo", "LAUNCHERFOLDER", "[FOLIVOFOLDER]", "FOLIVOFOLDER AND NOT LAUNCHERFOLDER"),
-    ("LauncherOfDrivers", "LAUNCHERFOLDER", "[DRIVERSFOLDER]",
-     "DRIVERSFOLDER AND NOT LAUNCHERFOLDER"),
-    ("LauncherOfPolicy", "LAUNCHERFOLDER", "[POLICYFOLDER]", "POLICYFOLDER AND NOT LAUNCHERFOLDER"),
+    _launcher("LauncherOfPolicy", "POLICYFOLDER"),
+    _launcher("LauncherOfFolivo", "FOLIVOFOLDER"),
+    _launcher("LauncherOfDrivers", "DRIVERSFOLDER"),
 )
 _TELL_FOLDER = ("TellInstallFolder", "ARPINSTALLLOCATION", "[INSTALLFOLDER]")
 
-_WANTS_POLICY = 'ELEVATIONPOLICY="1" OR ADDLOCAL><"ElevationPolicy" OR ADDLOCAL="ALL"'
+_NAMES_POLICY = 'ADDLOCAL><"ElevationPolicy" OR ADDLOCAL~="ALL"'
 _CONDITIONS = (
     ("VersionNT64", "[ProductName] needs a 64-bit Windows."),
     ("ALLUSERS=1", "[ProductName] is installed for all users of the machine only: leave ALLUSERS "
      "and MSIINSTALLPERUSER as they are."),
     ("Installed OR NOT NEWERFOUND", "A newer version of [ProductName] is installed. To go back to "
      "version [ProductVersion], remove that one first."),
-    (f"Installed OR LAUNCHERFOLDER OR NOT ({_WANTS_POLICY})",
+    # The installer does not look at conditions of features then.
+    (f'NOT ELEVATIONPOLICY="1" OR NOT (Installed OR ADDLOCAL) OR POLICYFOLDER OR REMOVE OR REINSTALL '
+     f"OR {_NAMES_POLICY}",
+     "ELEVATIONPOLICY=1 has no effect where this version is installed, or beside ADDLOCAL: name "
+     "ElevationPolicy in ADDLOCAL."),
+    (f'LAUNCHERFOLDER OR REMOVE OR NOT (ELEVATIONPOLICY="1" OR {_NAMES_POLICY})',
      "The elevation policy needs the desktop application: install it first, or name its folder "
      "with LAUNCHERFOLDER."),
 )
@@ -154,11 +166,13 @@ _BEFORE_COSTS = (
     ("FileCost", None),
     ("CostFinalize", None),
 )
-_UI_SEQUENCE = (*_BEFORE_COSTS, ("MigrateFeatureStates", None), ("ExecuteAction", None))
+# With the policy asked for, not the features of the older version, which may lack it.
+_MIGRATE = ("MigrateFeatureStates", "NOT ELEVATIONPOLICY")
+_UI_SEQUENCE = (*_BEFORE_COSTS, _MIGRATE, ("ExecuteAction", None))
 _EXECUTE_SEQUENCE = (
     *_BEFORE_COSTS,
+    _MIGRATE,
     (_TELL_FOLDER[0], None),
-    ("MigrateFeatureStates", None),
     ("InstallValidate", None),
     ("InstallInitialize", None),
     # Within the transaction: when the rest fails, the older version comes back.
@@ -243,6 +257,9 @@ def make(root: Path, version: str, upgrade_code: str) -> tuple[list[Table], list
     ):
         changes.append(f"UPDATE `Component` SET `Attributes` = {attributes}, `KeyPath` = '{path}' "
                        f"WHERE `Component` = '{component}'")
+    # Never a policy without a folder, whichever way the feature was chosen.
+    changes.append("UPDATE `Component` SET `Condition` = 'LAUNCHERFOLDER' "
+                   "WHERE `Component` = 'ElevationPolicy'")
     for place, names in _SHORT_NAMES.items():
         table, column, key = place.split(".")
         changes += [f"UPDATE `{table}` SET `{column}` = '{text}' WHERE `{key}` = '{name}'"
