@@ -9,6 +9,7 @@ What Wine's installer cannot show, so that it is looked at on Windows before a r
 - A feature brings the one above it: here both are named.
 - Features chosen earlier are kept at an upgrade: Wine has no MigrateFeatureStates.
 - The folder chosen earlier is found by itself at repair and removal: here INSTALLFOLDER names it.
+- The Condition table is not read beside ADDLOCAL; 32-bit Windows answers 1633; who may write where.
 - Another package of the same version is refused (1638).
 - msiexec /f: here its long form, msiexec /i with REINSTALL.
 - Removal takes the separator out of PATH, too, and the maker's empty folder away: Wine leaves both.
@@ -289,18 +290,31 @@ class InstallerTest(unittest.TestCase):
 
     def test_elevation_policy_names_the_launchers_folder(self):
         before = everything()
-        for wish in ("ELEVATIONPOLICY=1", "ADDLOCAL=ALL"):  # without the application
+
+        def policies():
+            return [values for key, values in difference(registry(), before[0]).items()
+                    if POLICIES.lower() in key]
+
+        self.addCleanup(wine.run, "reg", "delete", MAKERS_KEY, "/f")
+        for wish in ("ELEVATIONPOLICY=1", "ADDLOCAL=all"):  # without the application
             self.assertEqual(msiexec("/i", older, wish), FATAL)
             self.assert_same(before)
-        self.addCleanup(wine.run, "reg", "delete", MAKERS_KEY, "/f")
+        self.install(older)
+        self.assertEqual(msiexec("/i", older, "ADDLOCAL=ElevationPolicy"), FATAL)
         wine.set_registry_text(INSTALL_INFORMATION, "FolivoExePath", r"C:\Folivo")
+        # The installer would not look at it.
+        self.assertEqual(msiexec("/i", older, "ELEVATIONPOLICY=1"), FATAL)
+        self.assertEqual(policies(), [])
+        self.assertEqual(msiexec("/i", older, "ADDLOCAL=ElevationPolicy"), DONE)
+        self.assertEqual(len(policies()), 1)
+        self.assertEqual(msiexec("/i", older, "ELEVATIONPOLICY=1"), DONE)  # as it is already
+        self.assertEqual(msiexec("/x", older), DONE)
+        self.assertEqual(policies(), [])
         for properties, folder in [((), None), (("ELEVATIONPOLICY=1",), r"C:\Folivo"),
                                    (("ELEVATIONPOLICY=1", r"LAUNCHERFOLDER=D:\F"), r"D:\F")]:
             with self.subTest(properties):
                 self.install(older, *properties)
-                policies = [values for key, values in difference(registry(), before[0]).items()
-                            if POLICIES.lower() in key]
-                self.assertEqual(policies, [] if not folder else [{
+                self.assertEqual(policies(), [] if not folder else [{
                     '"AppName"="LaunchFolivo.exe"', '"Policy"=dword:00000003',
                     '"AppPath"="{}"'.format(folder.replace("\\", "\\\\"))}])
                 self.assertEqual(msiexec("/x", older), DONE)

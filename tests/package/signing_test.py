@@ -9,12 +9,14 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 BUILD = pathlib.Path(sys.argv.pop()).resolve()
 
 import packages  # noqa: E402
 from packages import ROOT  # noqa: E402
 
+import package  # noqa: E402
 from signing import Signer, SigningError  # noqa: E402
 
 PASSWORD = "correct horse"
@@ -85,6 +87,21 @@ class SigningTest(unittest.TestCase):
         data[len(data) // 2] ^= 1
         file.write_bytes(data)
         self.assertRaises(subprocess.CalledProcessError, self.assert_signed, file)
+
+    def test_package_signs_what_it_packs_and_the_installer(self):
+        with unittest.mock.patch.dict(os.environ, settings()):
+            steps = package.Package(BUILD, work / "whole", "1.0.0.0")
+            for step in (steps.collect, steps.sign_dlls, steps.installer, steps.sign_installer,
+                         steps.archive):
+                step()
+        self.assert_signed(*(work / "whole/dist").glob("*.msi"))
+        run("msiextract", "-C", work / "installed", *(work / "whole/dist").glob("*.msi"))
+        shutil.unpack_archive(*(work / "whole/dist").glob("*.zip"), work / "archive")
+        for folder in ("installed", "archive"):
+            libraries = [file for file in (work / folder).rglob("*") if file.suffix.lower() == ".dll"]
+            self.assertEqual(len(libraries), 2)
+            for library in libraries:
+                self.assert_signed(library)
 
     def test_what_cannot_be_signed_or_verified_stays_as_it_was(self):
         run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other",
