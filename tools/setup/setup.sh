@@ -15,8 +15,7 @@ programs=(
   lint:clang-tidy-19:clang-tidy-19 lint:clang-cl-19:clang-tools-19 lint:llvm-rc-19:llvm-19
   lint:shellcheck:shellcheck ubsan:clang++-19:clang-19
   ubsan:lld-19:lld-19 test:ld.lld-19:lld-19 package:wixl:wixl package:msibuild:msitools
-  package:osslsigncode:osslsigncode package:/etc/ssl/certs/ca-certificates.crt:ca-certificates
-  test:msibuild:msitools test:softhsm2-util:softhsm2)
+  package:osslsigncode:osslsigncode test:msibuild:msitools test:softhsm2-util:softhsm2)
 
 # wanted_packages PURPOSE...
 wanted_packages() {
