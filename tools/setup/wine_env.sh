@@ -98,7 +98,8 @@ wine_env_make_template() {
 # nobody writes to, are linked.
 wine_env_copy_template() {
   local template=$build_dir/wine/template
-  cp -al "$template" "$1"
+  # Some file systems have no links.
+  cp -al "$template" "$1" 2> /dev/null || { rm -rf "$1" && cp -a "$template" "$1" && return; } || return
   (
     cd "$template" || return
     find . -type f -not \( -path './drive_c/windows/*' -regex '.*\.\(dll\|exe\|drv\|sys\|ocx\|tlb\)' \) \
