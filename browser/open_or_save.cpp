@@ -14,7 +14,7 @@
 #include "download/ie_frame_library.h"
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
-#include "ui/message_box.h"
+#include "ui/question_box.h"
 #include "ui/notice.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <atlstr.h>
 
 #include "download/progress_dialog.h"
-#include "ui/message_box.h"
+#include "ui/question_box.h"
 
 /// Answers of `AskOpenOrSave`. Every other answer means Cancel: no file is opened or saved, but the
 /// browser's navigation is still cancelled, as for Open and Save. Only kAnswerNotAsked leaves the

@@ -15,7 +15,7 @@ def text(*paths):
 
 
 SCRIPTS = text(*(path.relative_to(ROOT) for path in (ROOT / "resources").glob("*.rgs")))
-INTERFACES = text("plugin/folivo_plugin.idl")
+INTERFACES = text("interfaces/folivo_plugin.idl")
 PACKAGE = text("tools/package/tables.py", "tools/package/folivo_plugin.wxs")
 PAGE = text("docs/administrators.md")
 SAMPLE = text("docs/sample-page.html")

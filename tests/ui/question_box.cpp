@@ -2,7 +2,7 @@
 
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
-#include "ui/message_box.h"
+#include "ui/question_box.h"
 
 int Show(const CQuestion& question) {
   return ShowCustomMessageBox(question.owner, question.title, question.text, question.iconId,

@@ -1,4 +1,4 @@
-#include "ui/message_box.h"
+#include "ui/question_box.h"
 
 #include <gtest/gtest.h>
 

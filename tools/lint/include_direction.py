@@ -29,7 +29,7 @@ ALLOWED = {
     "unzip": set(),
 }
 FOLDERS = set(ALLOWED) | {"bench", "tests", "tools"}
-# What the build makes of plugin/folivo_plugin.idl: a layer of its own, below all that include it.
+# What the build makes of interfaces/folivo_plugin.idl: a layer of its own, below all that include it.
 GENERATED = {"folivo_plugin_h.h": "interfaces"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
 SUFFIXES = {".h", ".cpp", ".rc", ".idl"}

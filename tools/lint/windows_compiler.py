@@ -99,7 +99,7 @@ def make_libraries(product):
             f"add_library({target} INTERFACE IMPORTED)\n{more}")
     make_tinyxml()
     midl = WORK / "midl"
-    midl.write_text('#!/bin/sh\ncd "%s/plugin" && cp folivo_plugin.tlb folivo_plugin_h.h '
+    midl.write_text('#!/bin/sh\ncd "%s/interfaces" && cp folivo_plugin.tlb folivo_plugin_h.h '
                     'folivo_plugin_i.c "$OLDPWD"\n' % product)
     midl.chmod(0o755)
 

@@ -150,7 +150,7 @@ class TypeLibrary:
     """The type library's identifiers and names."""
 
     def __init__(self, root: Path):
-        source = (root / "plugin/folivo_plugin.idl").read_text(encoding="utf-8")
+        source = (root / "interfaces/folivo_plugin.idl").read_text(encoding="utf-8")
         source = re.sub(r"//.*", "", source)
         declarations = re.findall(
             r"\[([^\[\]]*uuid\([^\[\]]*)\]\s*(library|interface|coclass)\s+(\w+)", source
