@@ -6,7 +6,7 @@
 
 /// Calls `function` and converts an exception that it throws to an HRESULT. Used wherever code that
 /// does not support exceptions calls this module: COM, window and dialog procedures, thread starts.
-/// The ATL subset has another for its own boundaries, as ATL offers none.
+/// atl/ has its own (detail::CallGuarded): genuine ATL has none that product code could call.
 template <typename Function>
 HRESULT CallGuarded(Function function) {
   try {

@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cstdlib>
 
+#include "base/srw_lock.h"
+
 namespace __cxxabiv1 {
 
 // As the C++ ABI has it.
@@ -22,28 +24,20 @@ namespace {
 
 using abi::__cxa_eh_globals;
 
-/// What one thread has. A thread that ends leaves it as new, so the next thread with the same
-/// identifier can go on with it.
+/// One thread's exception state. A thread that ends leaves it as new, so the next thread with the
+/// same identifier can use it.
 struct CPlace {
   std::atomic<DWORD> thread{0};  // identifier; 0: free
   __cxa_eh_globals globals{};
 };
 static_assert(std::atomic<DWORD>::is_always_lock_free);
 
-// More than there are threads at a time in which this module has ever thrown: one for each browser
-// window and each download.
+// Upper bound of the threads alive at once in which this module has thrown: there is one for each
+// browser window and one for each download.
 constinit std::array<CPlace, 256> g_places;
 
-// Held while a place changes its thread. Its wait allocates nothing.
+// Held while a place changes its thread.
 SRWLOCK g_lock = SRWLOCK_INIT;
-
-class CLock {
- public:
-  CLock() { AcquireSRWLockExclusive(&g_lock); }
-  ~CLock() { ReleaseSRWLockExclusive(&g_lock); }
-  CLock(const CLock&) = delete;
-  CLock& operator=(const CLock&) = delete;
-};
 
 bool HasEnded(DWORD thread) {
   const HANDLE handle = OpenThread(SYNCHRONIZE, FALSE, thread);
@@ -84,7 +78,7 @@ bool FreePlace(CPlace& place) {
 
 /// Returns a place for a thread that found none without the lock.
 CPlace* ClaimPlace(DWORD thread) {
-  const CLock lock;
+  const CSrwLock lock(g_lock);
   CPlace* place = FindPlace(thread);
   if (place == nullptr) {
     place = FindPlace(0);

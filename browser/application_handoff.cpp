@@ -3,9 +3,8 @@
 #include <shellapi.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <utility>
 
+#include "base/code_pages.h"
 #include "base/product_texts.h"
 #include "browser/navigation_arguments.h"
 #include "download/file_operations.h"
@@ -52,25 +51,6 @@ bool StartLauncher(HWND owner, const CFilePath& folder, LPCWSTR parameters) {
   return true;
 }
 
-/// Empty when the conversion fails.
-CStringA ToUtf8(const CStringW& text) {
-  const int length =
-      WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(), nullptr, 0, nullptr, nullptr);
-  CStringA utf8;
-  if (length > 0) {  // With a size of 0 the call below would only return the length.
-    const int written = WideCharToMultiByte(CP_UTF8, 0, text, text.GetLength(),
-                                            utf8.GetBuffer(length), length, nullptr, nullptr);
-    utf8.ReleaseBuffer(written);
-  }
-  return utf8;
-}
-
-bool WriteAndClose(CFileStream stream, const CStringA& text) {
-  const auto length = static_cast<size_t>(text.GetLength());
-  const bool written = fwrite(text.GetString(), 1, length, stream.get()) == length;
-  return fclose(stream.release()) == 0 && written;
-}
-
 }  // namespace
 
 bool GetInstallFolder(CFilePath& folder) {
@@ -113,12 +93,7 @@ HRESULT WriteInternetShortcut(const CStringW& url, CFilePath& shortcutPath) {
   if (PathExists(path)) {
     return E_FAIL;
   }
-  CFileStream stream = OpenFileNoInherit(path, L"wt");
-  if (!stream) {
-    return E_FAIL;
-  }
-  if (!WriteAndClose(std::move(stream), text)) {
-    DeleteFileForced(path);
+  if (!WriteWholeFile(path, L"wt", text.GetString(), static_cast<size_t>(text.GetLength()))) {
     return E_FAIL;
   }
   // Quirk 10: nothing deletes the file; the launcher reads it at a time of its own choosing.

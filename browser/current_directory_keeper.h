@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "base/srw_lock.h"
+
 /// Restores the process's current directory at scope end. All threads share that directory, and
 /// each browser window has its own thread: of scopes that overlap, the first one saves the
 /// directory, and each one restores it at its end, or changes to the system directory when that
@@ -9,14 +11,14 @@
 class CCurrentDirectoryKeeper {
  public:
   CCurrentDirectoryKeeper() {
-    const CLock lock;
+    const CSrwLock lock(s_lock);
     if (s_scopes++ == 0) {
       const DWORD length = GetCurrentDirectoryW(MAX_PATH, s_directory);
       s_isKnown = length > 0 && length < MAX_PATH;
     }
   }
   ~CCurrentDirectoryKeeper() {
-    const CLock lock;
+    const CSrwLock lock(s_lock);
     --s_scopes;
     if (!s_isKnown || !SetCurrentDirectoryW(s_directory)) {
       MoveToSystemDirectory();
@@ -26,14 +28,6 @@ class CCurrentDirectoryKeeper {
   CCurrentDirectoryKeeper& operator=(const CCurrentDirectoryKeeper&) = delete;
 
  private:
-  class CLock {
-   public:
-    CLock() { AcquireSRWLockExclusive(&s_lock); }
-    ~CLock() { ReleaseSRWLockExclusive(&s_lock); }
-    CLock(const CLock&) = delete;
-    CLock& operator=(const CLock&) = delete;
-  };
-
   static void MoveToSystemDirectory() {
     const UINT length = GetSystemDirectoryW(s_directory, MAX_PATH);
     if (length > 0 && length < MAX_PATH) {

@@ -31,6 +31,7 @@ constexpr wchar_t kTempBaseName[] = L"iedownload";
 constexpr int kClassNameLength = 260;
 constexpr const wchar_t* kFrameClasses[] = {L"CabinetWClass", L"IEFrame"};
 
+/// Quirk 96: in this case only.
 bool HasInsertMarker(std::wstring_view text) {
   return text.find(kInsertMarker) != std::wstring_view::npos;
 }

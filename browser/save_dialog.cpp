@@ -54,6 +54,7 @@ CStringW GetPatterns(FileKind kind) {
   }
 }
 
+/// Quirk 95: the structure of the oldest systems, where GetVersionEx says that this is one.
 DWORD OpenFileNameSize() {
   OSVERSIONINFOW version = {};
   version.dwOSVersionInfoSize = sizeof(version);

@@ -1,6 +1,7 @@
 #pragma once
 
-// All texts that the collection control and its dialog show.
+// The texts that the collection control and its dialog show, besides those about the archive's
+// file, which are a lesson's (download/download_texts.h).
 
 inline constexpr wchar_t kNotReadyText[] =
     L"Unable to download Folivo Collection files at this time.";
@@ -27,8 +28,6 @@ inline constexpr wchar_t kUnavailableText[] =
 // Quirk 52: without a full stop.
 inline constexpr wchar_t kNotValidText[] =
     L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
-inline constexpr wchar_t kCannotCreateArchiveText[] = L"Unable to create the destination file %s.";
-inline constexpr wchar_t kCannotWriteArchiveText[] = L"Unable to write to the destination file %s.";
 inline constexpr wchar_t kCannotUnzipText[] = L"Could not unzip the Folivo Collections file.";
 inline constexpr wchar_t kCannotAddText[] =
     L"Could not save the Folivo Collections file to the Folivo Content directory.";

@@ -6,7 +6,7 @@
 #include <climits>
 #include <string_view>
 
-#include "collections/code_pages.h"
+#include "base/code_pages.h"
 
 // The released TinyXML recurses for each level of nesting, without a limit, on the browser's stack.
 #ifndef TIXML_DEEPEST_ELEMENT

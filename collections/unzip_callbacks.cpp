@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cwchar>
 
+#include "base/code_pages.h"
 #include "base/exception_boundary.h"
-#include "collections/code_pages.h"
 
 namespace {
 

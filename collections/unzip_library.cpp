@@ -5,8 +5,8 @@
 #include <cwchar>
 #include <memory>
 
+#include "base/code_pages.h"
 #include "base/exception_boundary.h"
-#include "collections/code_pages.h"
 #include "collections/global_block.h"
 #include "collections/unzip_callbacks.h"
 #include "ui/bind_function.h"

@@ -5,11 +5,10 @@
 #include <shlwapi.h>
 #include <tinyxml.h>
 
-#include <cstdio>
 #include <memory>
 #include <string_view>
 
-#include "collections/code_pages.h"
+#include "base/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/containment.h"
 #include "collections/manifest_parser.h"
@@ -34,19 +33,6 @@ CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPr
     *isPresent = value != nullptr;
   }
   return FromSystemCodePage(value);
-}
-
-bool WriteWholeFile(const CFilePath& path, const char* data, unsigned long size) {
-  CFileStream stream = OpenFileNoInherit(path, L"wb");
-  if (!stream) {
-    return false;
-  }
-  const bool written = fwrite(data, 1, size, stream.get()) == size;
-  if (fclose(stream.release()) == 0 && written) {
-    return true;
-  }
-  DeleteFileForced(path);
-  return false;
 }
 
 }  // namespace
@@ -118,7 +104,7 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
   unsigned long size = 0;
   std::unique_ptr<char[]> data;
   if (!UnzipEntryToMemory(m_zipPath.GetText(), entryName, &size, &data) ||
-      !WriteWholeFile(path, data.get(), size)) {
+      !WriteWholeFile(path, L"wb", data.get(), size)) {
     return E_FAIL;
   }
   if (!m_addedFiles.Add(path.GetText())) {

@@ -9,10 +9,11 @@
 #include <cstdint>
 #include <optional>
 
-#include "collections/code_pages.h"
+#include "base/code_pages.h"
 #include "collections/collection_texts.h"
 #include "collections/pause.h"
 #include "collections/trusted_hosts.h"
+#include "download/download_texts.h"
 #include "download/file_operations.h"
 #include "download/progress_arithmetic.h"
 #include "download/transfer_request.h"
@@ -70,7 +71,7 @@ bool CZipProgressDialog::CopyLocalArchive() {
     SetProgress(100);
     return true;
   }
-  ShowArchiveError(kCannotWriteArchiveText);
+  ShowArchiveError(kCannotWriteText);
   return false;
 }
 
@@ -86,7 +87,7 @@ bool CZipProgressDialog::OpenTransfer() {
   m_hFile = CreateFileW(m_zipPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
                         nullptr);
   if (m_hFile == INVALID_HANDLE_VALUE) {
-    ShowArchiveError(kCannotCreateArchiveText);
+    ShowArchiveError(kCannotCreateText);
     return false;
   }
   return true;
@@ -150,7 +151,7 @@ bool CZipProgressDialog::WriteChunk(const void* data, DWORD size) {
   DWORD written = 0;
   // A part of a chunk would leave a gap in the archive.
   if (!WriteFile(m_hFile, data, size, &written, nullptr) || written != size) {
-    ShowArchiveError(kCannotWriteArchiveText);
+    ShowArchiveError(kCannotWriteText);
     return false;
   }
   // Quirk 57: an assumed size is not raised when more arrives.

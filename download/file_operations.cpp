@@ -3,6 +3,7 @@
 #include <io.h>
 #include <shlwapi.h>
 
+#include <cstddef>
 #include <cstdio>
 
 #include "download/file_path.h"
@@ -44,6 +45,19 @@ CFileStream OpenFileNoInherit(const CFilePath& path, LPCWSTR mode) {
     SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0);
   }
   return stream;
+}
+
+bool WriteWholeFile(const CFilePath& path, LPCWSTR mode, const void* data, size_t size) {
+  CFileStream stream = OpenFileNoInherit(path, mode);
+  if (!stream) {
+    return false;
+  }
+  const bool written = fwrite(data, 1, size, stream.get()) == size;
+  if (fclose(stream.release()) == 0 && written) {
+    return true;
+  }
+  DeleteFileForced(path);
+  return false;
 }
 
 int GetFileSize32(const CFilePath& path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 
@@ -30,6 +31,10 @@ bool CopyFileTo(const CFilePath& source, const CFilePath& target, bool failIfExi
 /// Opens a C stream whose handle child processes do not inherit; null on failure.
 CFileStream OpenFileNoInherit(const CFilePath& path, LPCWSTR mode);
 
-/// Returns the file's size in bytes, as a signed 32-bit value; -1 for a folder and for a file that
-/// is missing or cannot be read.
+/// Creates or replaces a file with these bytes; `mode` as for fopen. Returns true on success.
+/// Deletes the file after a failed write.
+bool WriteWholeFile(const CFilePath& path, LPCWSTR mode, const void* data, size_t size);
+
+/// Part of the fixed interface; this module does not call it. Returns the file's size in bytes, as
+/// a signed 32-bit value; -1 for a folder and for a file that is missing or cannot be read.
 int GetFileSize32(const CFilePath& path);

@@ -16,13 +16,14 @@ class CFilePath {
  public:
   CFilePath() = default;
   /// Normalises the text. Accepts any text.
-  CFilePath(const CStringW& text);  // NOLINT(google-explicit-constructor)
-  CFilePath(LPCWSTR text);          // NOLINT(google-explicit-constructor)
+  CFilePath(const CStringW& text);  // NOLINT(google-explicit-constructor): a path from any text
+  CFilePath(LPCWSTR text);          // NOLINT(google-explicit-constructor): a path from any text
 
   /// The text in normal form.
   const CStringW& GetText() const { return m_text; }
   /// The same, for system calls. Valid until this object changes.
-  operator LPCWSTR() const { return m_text; }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): an argument of system calls
+  operator LPCWSTR() const { return m_text; }
   /// Whether this stands for no path.
   bool IsEmpty() const { return m_text.IsEmpty(); }
 

@@ -113,6 +113,7 @@ void CProgressDialog::ShowInitialState() {
 }
 
 LRESULT CProgressDialog::OnOk(WORD, WORD, HWND, BOOL&) {
+  ATLASSERT(m_dialogThread.MayCall());
   EndDialog(kDownloadDelivered);
   return 0;
 }
@@ -210,6 +211,7 @@ LRESULT CProgressDialog::OnOpenFolder(WORD, WORD, HWND, BOOL&) {
 }
 
 void CProgressDialog::ShellOpen(const CFilePath& path) {
+  ATLASSERT(m_dialogThread.MayCall());
   OpenInShell(nullptr, path, nullptr);
   m_finished = 1;
   PostMessage(WM_USER, kDownloadDelivered);
@@ -271,10 +273,10 @@ bool CProgressDialog::ServeMessagesUntilEnded(boost::thread& worker) {
 /// handle value; after that the worker closes and deletes the file. Empty when there is no file, or
 /// when it is left to the worker.
 CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
-  // Clears only the flag before the wait, and stops the gate after it: a worker that the gate
-  // leaves behind deletes the file, and a worker whose call returns in time need not be left
-  // behind. Later calls do not wait: the handle has been taken, or the worker closes and deletes
-  // what it has opened since.
+  // Clears m_running first and stops the gate last: a worker that the gate leaves behind deletes
+  // the file, and a worker whose call returns within kDiskWaitMs need not be left behind. Later
+  // calls do not wait: the handle has been taken, or the worker closes and deletes what it has
+  // opened since.
   m_running = false;
   if (m_tempFile.IsLeftToWorker() || m_gate.IsLeftBehind()) {
     return {};
@@ -288,12 +290,12 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
     file = m_hFile.Take();
   }
   if (file == CFileTraits::Empty()) {
-    file = m_hFile.Take();  // The worker may have put it back before the flag was read,
+    file = m_hFile.Take();  // The worker may have returned it before m_fileInUse was read.
   }
   m_gate.Stop();
   const bool isInUse = m_fileInUse;
   if (file == CFileTraits::Empty()) {
-    file = m_hFile.Take();  // or before the gate was stopped.
+    file = m_hFile.Take();  // The worker may have returned it before the gate was stopped.
   }
   if (file != CFileTraits::Empty()) {
     m_tempFile.TakeFromSteps();

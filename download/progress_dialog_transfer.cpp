@@ -251,7 +251,7 @@ bool CProgressDialog::CreateTempFile() {
     if (!call) {
       return false;  // Another download may use the same name by now.
     }
-    const CFlagScope using_(m_fileInUse);
+    const CFlagScope fileInUse(m_fileInUse);
     // Without sharing: no other program may open the file before it is delivered.
     const HANDLE file = CreateFileW(m_tempPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -277,10 +277,10 @@ bool CProgressDialog::TransferChunk(void* buffer, DWORD size) {
       // Takes the handle out, so that the dialog cannot close and deliver the file meanwhile.
       // Quirk 29: the deletion has no effect, as the file is still open without sharing; the dialog
       // deletes it when it ends.
-      const CFlagScope using_(m_fileInUse);
+      const CFlagScope fileInUse(m_fileInUse);
       const HANDLE file = m_hFile.Take();
-      // Without a handle only while m_running is set: the dialog clears it before it takes the
-      // file.
+      // If the handle is gone, another thread has it. Deletes the file only while m_running is
+      // set: StopWorker clears that before it takes the handle.
       if (file != CFileTraits::Empty() || m_running) {
         m_tempFile.Delete();
       }
@@ -340,7 +340,7 @@ bool CProgressDialog::WriteChunk(const void* data, DWORD size) {
     }
     // Taken out during the write: otherwise the dialog thread could close the handle, and the
     // system could reuse its value for another file.
-    const CFlagScope using_(m_fileInUse);
+    const CFlagScope fileInUse(m_fileInUse);
     const HANDLE file = m_hFile.Take();
     if (file == CFileTraits::Empty()) {
       return false;

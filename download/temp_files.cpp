@@ -4,6 +4,7 @@
 
 #include "base/edition.h"
 #include "base/product_texts.h"
+#include "base/srw_lock.h"
 #include "download/file_operations.h"
 #include "download/file_path.h"
 
@@ -14,17 +15,9 @@ constexpr wchar_t kTempFilesFolder[] = L"TempFiles";
 constexpr wchar_t kDefaultTempName[] = L"FVK-%d-%x";
 constexpr DWORD kTempPathLength = 260;
 
-// Each browser window has a thread of its own. An SRW lock needs no initialisation that could fail.
+// Each browser window has a thread of its own.
 SRWLOCK g_tempBaseFolderLock = SRWLOCK_INIT;
 CFilePath g_tempBaseFolder;
-
-class CTempBaseFolderLock {
- public:
-  CTempBaseFolderLock() { AcquireSRWLockExclusive(&g_tempBaseFolderLock); }
-  ~CTempBaseFolderLock() { ReleaseSRWLockExclusive(&g_tempBaseFolderLock); }
-  CTempBaseFolderLock(const CTempBaseFolderLock&) = delete;
-  CTempBaseFolderLock& operator=(const CTempBaseFolderLock&) = delete;
-};
 
 }  // namespace
 
@@ -61,14 +54,14 @@ CFilePath MakeTempFilePath(const CStringW& extension, const CStringW& baseName) 
 }
 
 void SetTempBaseFolder(const CFilePath& folder) {
-  const CTempBaseFolderLock lock;
+  const CSrwLock lock(g_tempBaseFolderLock);
   g_tempBaseFolder = folder;
 }
 
 CFilePath GetTempBaseFolder() {
   CFilePath folder;
   {
-    const CTempBaseFolderLock lock;
+    const CSrwLock lock(g_tempBaseFolderLock);
     folder = g_tempBaseFolder;
   }
   return folder.IsEmpty() ? GetSystemTempFolder() : folder;

@@ -7,7 +7,8 @@
 CFilePath MakeUniqueFilePath(const CFilePath& folder, const CStringW& baseName,
                              const CStringW& extension);
 
-/// Returns a path in `parent` where no file or folder exists: the plain name, else name1, name2 ...
+/// Part of the fixed interface; this module does not call it. Returns a path in `parent` where no
+/// file or folder exists: the plain name, else name1, name2 ...
 CFilePath MakeUniqueFolderPath(const CFilePath& parent, const CStringW& name);
 
 /// Returns a path in the temporary base folder where no file exists. An empty base name is replaced

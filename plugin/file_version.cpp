@@ -2,8 +2,9 @@
 
 #include <cstring>
 #include <optional>
-#include <string>
 #include <vector>
+
+#include "base/code_pages.h"
 
 namespace {
 
@@ -32,17 +33,6 @@ bool QueryRoot(LPCSTR, const std::vector<BYTE>& info, void** block, UINT* size) 
   return VerQueryValueA(info.data(), "\\", block, size) != FALSE;
 }
 
-/// Converts the path to the system's ANSI code page; empty on failure.
-std::string ToAnsi(LPCWSTR path) {
-  const int size = WideCharToMultiByte(CP_ACP, 0, path, -1, nullptr, 0, nullptr, nullptr);
-  if (size <= 0) {
-    return {};
-  }
-  std::string narrow(static_cast<size_t>(size), '\0');
-  WideCharToMultiByte(CP_ACP, 0, path, -1, narrow.data(), size, nullptr, nullptr);
-  return narrow;
-}
-
 /// Reads the version resource, whose size is `infoSize`.
 template <typename Path>
 std::optional<VS_FIXEDFILEINFO> ReadInfo(Path path, DWORD infoSize) {
@@ -60,8 +50,9 @@ std::optional<VS_FIXEDFILEINFO> ReadInfo(Path path, DWORD infoSize) {
 std::optional<VS_FIXEDFILEINFO> ReadFileVersion(const CStringW& path) {
   const DWORD size = GetInfoSize(path.GetString());
   if (size == 0 && GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) {
-    const std::string narrow = ToAnsi(path);
-    return ReadInfo(narrow.c_str(), GetInfoSize(narrow.c_str()));
+    // Quirk 93: a system without the wide functions is asked by the narrow ones.
+    const CStringA narrow = ToSystemCodePage(path);
+    return ReadInfo(narrow.GetString(), GetInfoSize(narrow.GetString()));
   }
   return ReadInfo(path.GetString(), size);
 }

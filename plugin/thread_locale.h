@@ -2,8 +2,7 @@
 
 #include <windows.h>
 
-/// Switches the calling thread to another locale for its scope. The ATL subset has another, as ATL
-/// does not offer other code what it uses for its own part of the registration.
+/// Switches the calling thread to another locale until scope end.
 class CThreadLocaleScope {
  public:
   explicit CThreadLocaleScope(LCID locale) : m_previous(GetThreadLocale()) {

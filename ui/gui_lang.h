@@ -33,6 +33,7 @@ class CGenericGUILang : public IGUILang {
 /// Returns the current language; a CGenericGUILang when none was set. User-interface thread only.
 IGUILang& GetGUILang();
 
-/// Makes `language` the current one; null for the default. The caller keeps ownership, and the
-/// object must exist as long as it is the current one. User-interface thread only.
+/// Part of the fixed interface; this module does not call it. Makes `language` the current one;
+/// null for the default. The caller keeps ownership, and the object must exist as long as it is the
+/// current one. User-interface thread only.
 void SetGUILang(IGUILang* language);

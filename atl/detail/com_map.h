@@ -24,7 +24,7 @@ struct _ATL_CHAINDATA {
 /// In place of a function: the interface is `dw` bytes into the object.
 #define _ATL_SIMPLEMAPENTRY (reinterpret_cast<ATL::_ATL_CREATORARGFUNC*>(1))
 
-// Any address that is aligned for every class, but not null, which static_cast does not change.
+// The address of an object that does not exist. Not null, which static_cast would leave unchanged.
 #define _ATL_PACKING 0x1000
 /// Distance of the base class from the start of an object of the derived class.
 #define offsetofclass(base, derived)                                                           \

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "collections/code_pages.h"
+#include "base/code_pages.h"
 #include "tests/unzip/unzip_test.h"
 #include "ui/bind_function.h"
 #include "unzip/unzip_interface.h"

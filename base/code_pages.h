@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-// Conversions between wide and narrow text, by two code pages that differ only when the host has
+// Conversions between wide and narrow text. Two of the code pages differ only when the host has
 // changed the locale of its thread:
 //
 // The system code page (CP_ACP) is that of files: archives and manifests are written by programs
@@ -16,6 +16,8 @@
 //
 // So a name in a manifest is decoded by the first and, to extract its entry, encoded by the second.
 // In a thread with another code page, such a name with letters outside ASCII finds no entry.
+//
+// UTF-8 is for the desktop application.
 
 /// Converts `size` bytes in the system code page. Throws CAtlException (E_OUTOFMEMORY).
 CStringW FromSystemCodePage(const char* bytes, int size);
@@ -23,9 +25,12 @@ CStringW FromSystemCodePage(const char* bytes, int size);
 /// Converts a zero-terminated string in the system code page; null is an empty one.
 CStringW FromSystemCodePage(const char* text);
 
-/// Converts the whole text to the system code page, including any zero characters in it. Throws
-/// CAtlException (E_OUTOFMEMORY).
+/// Converts the whole text to the system code page, including any zero characters in it; empty on
+/// failure. Throws CAtlException (E_OUTOFMEMORY).
 CStringA ToSystemCodePage(const CStringW& text);
+
+/// Converts the whole text to UTF-8; empty on failure. Throws CAtlException (E_OUTOFMEMORY).
+CStringA ToUtf8(const CStringW& text);
 
 /// Converts a zero-terminated string in the thread's code page; empty on failure. Throws
 /// CAtlException (E_OUTOFMEMORY).
