@@ -39,25 +39,25 @@ TEST(MingwExceptionGlobals, ThreadHasItsOwn) {
 }
 
 TEST(MingwExceptionGlobals, PlacesOfEndedThreadsAreUsedAgain) {
-  // More threads than there are places; their handles stay open, so each has an identifier of its
-  // own.
-  std::vector<CHandle> ended(600);
-  for (CHandle& thread : ended) {
-    thread.Attach(CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-          SetLastError(ERROR_INVALID_DATA);
-          try {
-            throw std::bad_alloc();
-          } catch (const std::bad_alloc&) {
-            return GetLastError();
-          }
-        },
-        nullptr, 0, nullptr));
-    ASSERT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    DWORD lastError = 0;
-    GetExitCodeThread(thread, &lastError);
-    ASSERT_EQ(lastError, DWORD{ERROR_INVALID_DATA});
+  const auto throwOnce = [](void*) -> DWORD {
+    SetLastError(ERROR_INVALID_DATA);
+    try {
+      throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+      return GetLastError();
+    }
+  };
+  // Each has more threads than there are places; their handles stay open, so each thread has an
+  // identifier of its own. For the second, those of the first stand for no thread.
+  for ([[maybe_unused]] const int round : {1, 2}) {
+    std::vector<CHandle> ended(300);
+    for (CHandle& thread : ended) {
+      thread.Attach(CreateThread(nullptr, 0, throwOnce, nullptr, 0, nullptr));
+      ASSERT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+      DWORD lastError = 0;
+      GetExitCodeThread(thread, &lastError);
+      ASSERT_EQ(lastError, DWORD{ERROR_INVALID_DATA});
+    }
   }
 }
 
