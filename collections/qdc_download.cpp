@@ -59,10 +59,8 @@ bool CQDCDownload::PrepareContentFolder() {
   for (const wchar_t* level : kContentFolderLevels) {
     folder.AppendComponent(level);
   }
-  m_contentFolder = folder.GetText();
-  if (!PathExists(folder)) {
-    CreateFolderTree(folder);
-  }
+  m_contentFolder = folder;
+  CreateFolderTree(folder);
   return true;
 }
 
@@ -74,7 +72,7 @@ bool CQDCDownload::PrepareTempFolder() {
   }
   CFilePath folder(temp);
   folder.AppendComponent(kTempFolderName);
-  m_tempFolder = folder.GetText();
+  m_tempFolder = folder;
   return CreateFolderTree(folder);
 }
 
@@ -99,7 +97,7 @@ HRESULT CQDCDownload::RunDownload(BSTR sourceUrl) {
   // Registers the progress bar's window class, which some hosts lack and the dialog needs.
   const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_PROGRESS_CLASS};
   InitCommonControlsEx(&controls);
-  CZipProgressDialog dialog(url, archive.GetText(), m_contentFolder);
+  CZipProgressDialog dialog(url, archive, m_contentFolder);
   const INT_PTR answer = dialog.DoModal(GetActiveWindow());
   const CSimpleArray<CStringW>& added = dialog.GetAddedFiles();
   if (answer == kCollectionYes && added.GetSize() > 0) {

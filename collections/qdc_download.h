@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atlbase.h>
-#include <atlstr.h>
 
 #include "com/scriptable_control.h"
+#include "download/file_path.h"
 
 /// The control with which a page downloads an archive of collections and adds them to the user's
 /// content folder.
@@ -53,7 +53,7 @@ class CQDCDownload : public CScriptableControl<CQDCDownload, &CLSID_CQDCDownload
   void ShowNotReady();
   HWND FindOwnerWindow();
 
-  CStringW m_contentFolder;  // where collections are added; empty without a Documents folder
-  CStringW m_tempFolder;     // where the archive is written
+  CFilePath m_contentFolder;  // where collections are added; empty without a Documents folder
+  CFilePath m_tempFolder;     // where the archive is written
   bool m_ready = true;
 };

@@ -24,8 +24,8 @@ constexpr UINT kStartDelayMs = 100;
 
 }  // namespace
 
-CZipProgressDialog::CZipProgressDialog(const CStringW& sourceUrl, const CStringW& zipPath,
-                                       const CStringW& contentFolder)
+CZipProgressDialog::CZipProgressDialog(const CStringW& sourceUrl, const CFilePath& zipPath,
+                                       const CFilePath& contentFolder)
     : m_zipPath(zipPath), m_sourceUrl(sourceUrl), m_contentFolder(contentFolder) {}
 
 CZipProgressDialog::~CZipProgressDialog() {

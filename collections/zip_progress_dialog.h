@@ -37,8 +37,8 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
 
   /// `sourceUrl`: address or path of the archive. `zipPath`: the file that it is downloaded to.
   /// `contentFolder`: the folder in which collections are added.
-  CZipProgressDialog(const CStringW& sourceUrl, const CStringW& zipPath,
-                     const CStringW& contentFolder);
+  CZipProgressDialog(const CStringW& sourceUrl, const CFilePath& zipPath,
+                     const CFilePath& contentFolder);
   // NOLINTNEXTLINE(modernize-use-override): not every ATL gives the base a virtual destructor
   virtual ~CZipProgressDialog();
   CZipProgressDialog(const CZipProgressDialog&) = delete;
@@ -97,7 +97,7 @@ class CZipProgressDialog : public ATL::CAxDialogImpl<CZipProgressDialog, ATL::CW
 
   CFilePath m_zipPath;
   CStringW m_sourceUrl;
-  CStringW m_contentFolder;
+  CFilePath m_contentFolder;
   CSimpleArray<CStringW> m_addedFiles;
   CSimpleArray<CStringW> m_entries;
   bool m_done = false;       // the whole archive has been read

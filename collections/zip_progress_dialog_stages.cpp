@@ -74,7 +74,7 @@ HRESULT CZipProgressDialog::AddCollections(const TiXmlDocument& document) {
     const CStringW destination = ReadAttribute(*element, kDestinationAttribute, &hasDestination);
     // Without a destination a collection goes into the content folder itself.
     const CFilePath folder =
-        hasDestination ? JoinPath(m_contentFolder, destination) : CFilePath(m_contentFolder);
+        hasDestination ? JoinPath(m_contentFolder, destination) : m_contentFolder;
     CFilePath added;
     if (SUCCEEDED(AddCollection(ReadAttribute(*element, kFileNameAttribute), folder, added))) {
       SetStatus(kAddingStage, added);
@@ -92,13 +92,10 @@ HRESULT CZipProgressDialog::AddCollection(const CStringW& entryName, const CFile
   if (entryName.IsEmpty() || targetFolder.IsEmpty()) {
     return E_INVALIDARG;
   }
-  const CFilePath contentFolder(m_contentFolder);
-  if (!IsPlainFileName(entryName) || !IsFolderWithin(targetFolder, contentFolder)) {
+  if (!IsPlainFileName(entryName) || !IsFolderWithin(targetFolder, m_contentFolder)) {
     return E_FAIL;
   }
-  if (!PathExists(targetFolder)) {
-    CreateFolderTree(targetFolder);
-  }
+  CreateFolderTree(targetFolder);  // writing fails without it
   const CFilePath path =
       MakeUniqueFilePath(targetFolder, RemoveExtension(entryName), PathFindExtensionW(entryName));
   unsigned long size = 0;

@@ -51,8 +51,8 @@ class CDocumentsFolder {
 struct CQDCDownloadPeer {
   const CQDCDownload& control;
 
-  const CStringW& ContentFolder() const { return control.m_contentFolder; }
-  const CStringW& TempFolder() const { return control.m_tempFolder; }
+  const CStringW& ContentFolder() const { return control.m_contentFolder.GetText(); }
+  const CStringW& TempFolder() const { return control.m_tempFolder.GetText(); }
   bool IsReady() const { return control.m_ready; }
 };
 

@@ -28,7 +28,7 @@ struct CZipProgressDialogPeer {
 
   CStringW ZipPath() const { return dialog.m_zipPath.GetText(); }
   CStringW SourceUrl() const { return dialog.m_sourceUrl; }
-  CStringW ContentFolder() const { return dialog.m_contentFolder; }
+  CStringW ContentFolder() const { return dialog.m_contentFolder.GetText(); }
   HINTERNET Session() const { return dialog.m_hSession; }
   HINTERNET Request() const { return dialog.m_hRequest; }
   HANDLE File() const { return dialog.m_hFile; }
