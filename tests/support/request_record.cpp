@@ -20,8 +20,6 @@ void SetField(RequestRecord& record, std::string_view name, const std::string& v
     record.method = value;
   } else if (name == "path") {
     record.path = value;
-  } else if (name == "query") {
-    record.query = value;
   } else if (name == "status") {
     record.status = std::stoi(value);
   } else if (name == "auth") {

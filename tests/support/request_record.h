@@ -10,7 +10,7 @@
 struct RequestRecord {
   enum class Auth { kNotAsked, kMissing, kWrong, kRight };
 
-  // Reads one line of the server's log. Throws std::runtime_error if it makes no sense.
+  // Reads one line of the server's log.
   static RequestRecord Parse(std::string_view line);
 
   // The first value of a header, names compared without case; empty if there is none.
@@ -18,7 +18,6 @@ struct RequestRecord {
 
   std::string method;
   std::string path;
-  std::string query;
   std::vector<std::pair<std::string, std::string>> headers;
   int status = 0;
   Auth auth = Auth::kNotAsked;

@@ -27,10 +27,6 @@ std::string UniqueFolder() {
          "-" + std::to_string(++counter) + "/";
 }
 
-std::string EventAndCount(std::string_view event, int count) {
-  return std::string(event) + "&count=" + std::to_string(count);
-}
-
 }  // namespace
 
 ScriptedPath::ScriptedPath(const HttpTestServer& server, const PathScript& script)
@@ -56,25 +52,12 @@ std::vector<RequestRecord> ScriptedPath::Requests() const {
   return LogLines(m_server.Command("GET", Target("log") + "&format=lines")).requests;
 }
 
-bool ScriptedPath::WaitForRequest(int count, std::chrono::milliseconds timeout) const {
-  return Wait(EventAndCount("request", count), timeout);
-}
-
 bool ScriptedPath::WaitForBytesSent(uint64_t bytes, std::chrono::milliseconds timeout) const {
   return Wait("bytes&bytes=" + std::to_string(bytes), timeout);
 }
 
-bool ScriptedPath::WaitForHeld(std::string_view point, int count,
-                               std::chrono::milliseconds timeout) const {
-  std::string event = EventAndCount("held", count);
-  if (!point.empty()) {
-    event += "&point=" + std::string(point);
-  }
-  return Wait(event, timeout);
-}
-
-bool ScriptedPath::WaitForEnd(int count, std::chrono::milliseconds timeout) const {
-  return Wait(EventAndCount("ended", count), timeout);
+bool ScriptedPath::WaitForHeld(std::string_view point, std::chrono::milliseconds timeout) const {
+  return Wait(point.empty() ? "held" : "held&point=" + std::string(point), timeout);
 }
 
 void ScriptedPath::AllowUpTo(uint64_t bytes) const {

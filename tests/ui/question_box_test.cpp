@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/atl/base/failing_malloc.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/user.h"
 #include "tests/ui/question_box.h"
