@@ -113,6 +113,24 @@ TEST_F(FolivoPlugin, FreesTheSystemsLibraryWhenItIsUnloaded) {
   EXPECT_THAT(g_freed, testing::Contains(GetModuleHandleW(L"advapi32.dll")));
 }
 
+int g_violations = 0;
+
+/// The system ignores access violations while it unloads a library.
+LONG CALLBACK CountAccessViolation(EXCEPTION_POINTERS* exception) {
+  g_violations += exception->ExceptionRecord->ExceptionCode == EXCEPTION_ACCESS_VIOLATION;
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST_F(FolivoPlugin, UnloadsWhileAClassFactoryIsHeld) {
+  void* factory = nullptr;  // not released: its code is gone
+  ASSERT_EQ(m_library.GetClassObject(CLSID_CIEDownload, IID_IClassFactory, &factory), S_OK);
+  void* const handler = AddVectoredExceptionHandler(TRUE, &CountAccessViolation);
+  m_library.Free();
+  RemoveVectoredExceptionHandler(handler);
+  EXPECT_EQ(g_violations, 0);
+  EXPECT_EQ(GetModuleHandleW(L"FolivoPlugin.dll"), nullptr);
+}
+
 TEST_F(FolivoPlugin, AcceptsEveryNotificationOfThreads) {
   const DWORD entry = m_image.Headers().OptionalHeader.AddressOfEntryPoint;
   auto* const notify = reinterpret_cast<BOOL(WINAPI*)(HINSTANCE, DWORD, LPVOID)>(

@@ -128,6 +128,22 @@ TEST_F(Module, GetClassObjectFailureClearsResult) {
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, FailToGet(kFirstClass)) << "success without an interface";
 }
 
+TEST_F(Module, ClassFactoryCreatesObjects) {
+  CComPtr<IClassFactory> factory;
+  ASSERT_EQ(S_OK, m_com.GetClassObject(kSecondClass, IID_IClassFactory,
+                                       reinterpret_cast<void**>(&factory)));
+  CComPtr<IColour> object;
+  EXPECT_EQ(S_OK,
+            factory->CreateInstance(nullptr, __uuidof(IColour), reinterpret_cast<void**>(&object)));
+  EXPECT_EQ(7, object->Colour());
+  EXPECT_EQ(2, LocksGained()) << "of the factory and the object";
+  EXPECT_EQ(E_POINTER, factory->CreateInstance(nullptr, __uuidof(IColour), nullptr));
+  CStackObject<IUnknown> outer;
+  void* p = Garbage();
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, __uuidof(INumber), &p));
+  EXPECT_EQ(nullptr, p);
+}
+
 TEST_F(Module, FailedCriticalSectionFailsDllMain) {
   EXPECT_TRUE(g_module.DllMain(DLL_PROCESS_ATTACH, nullptr));
   {
