@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <sstream>
 
 #include "tests/support/http_encoding.h"
 
@@ -28,21 +29,14 @@ void SetField(RequestRecord& record, std::string_view name, const std::string& v
   }
 }
 
-// Takes what lies before the separator, or everything, off the front of a text.
-std::string_view TakeUpTo(std::string_view& text, char separator) {
-  const std::string_view part = text.substr(0, text.find(separator));
-  text.remove_prefix(std::min(text.size(), part.size() + 1));
-  return part;
-}
-
 }  // namespace
 
-RequestRecord RequestRecord::Parse(std::string_view line) {
+RequestRecord RequestRecord::Parse(const std::string& line) {
   RequestRecord record;
-  while (!line.empty()) {
-    std::string_view value = TakeUpTo(line, '\t');
-    const std::string_view name = TakeUpTo(value, '=');
-    SetField(record, name, PercentDecode(value));
+  std::istringstream fields(line);
+  for (std::string field; std::getline(fields, field, '\t');) {
+    const size_t equals = field.find('=');
+    SetField(record, field.substr(0, equals), PercentDecode(field.substr(equals + 1)));
   }
   return record;
 }
@@ -53,15 +47,4 @@ std::string RequestRecord::Header(std::string_view name) const {
     return _stricmp(entry.first.c_str(), wanted.c_str()) == 0;
   });
   return header == headers.end() ? std::string() : header->second;
-}
-
-LogLines::LogLines(std::string_view text) {
-  while (!text.empty()) {
-    const std::string_view line = TakeUpTo(text, '\n');
-    if (line.starts_with("met=")) {
-      met = line == "met=1";
-    } else {
-      requests.push_back(RequestRecord::Parse(line));
-    }
-  }
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <sstream>
 
 #include "tests/support/http_server.h"
 
@@ -49,7 +50,12 @@ std::wstring ScriptedPath::Url(std::wstring_view name) const {
 }
 
 std::vector<RequestRecord> ScriptedPath::Requests() const {
-  return LogLines(m_server.Command("GET", Target("log") + "&format=lines")).requests;
+  std::vector<RequestRecord> requests;
+  std::istringstream lines(m_server.Command("GET", Target("log") + "&format=lines"));
+  for (std::string line; std::getline(lines, line);) {
+    requests.push_back(RequestRecord::Parse(line));
+  }
+  return requests;
 }
 
 bool ScriptedPath::WaitForBytesSent(uint64_t bytes, std::chrono::milliseconds timeout) const {
@@ -73,5 +79,5 @@ std::string ScriptedPath::Target(std::string_view command) const {
 bool ScriptedPath::Wait(const std::string& event, std::chrono::milliseconds timeout) const {
   const std::string target = Target("wait") + "&format=lines&event=" + event +
                              "&timeout_ms=" + std::to_string(timeout.count());
-  return LogLines(m_server.Command("GET", target, {}, timeout + kAnswerTime)).met;
+  return m_server.Command("GET", target, {}, timeout + kAnswerTime).starts_with("met=1\n");
 }
