@@ -5,8 +5,6 @@
 #include <iterator>
 #include <sstream>
 
-#include "tests/support/http_encoding.h"
-
 namespace {
 
 // What the server calls the values of RequestRecord::Auth, in their order.
@@ -21,12 +19,23 @@ void SetField(RequestRecord& record, std::string_view name, const std::string& v
     record.method = value;
   } else if (name == "path") {
     record.path = value;
-  } else if (name == "status") {
-    record.status = std::stoi(value);
   } else if (name == "auth") {
     const auto* const found = std::find(std::begin(kAuthNames), std::end(kAuthNames), value);
     record.auth = static_cast<RequestRecord::Auth>(found - std::begin(kAuthNames));
   }
+}
+
+std::string PercentDecode(std::string_view text) {
+  std::string bytes;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%') {
+      bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+      i += 2;
+    } else {
+      bytes += text[i];
+    }
+  }
+  return bytes;
 }
 
 }  // namespace

@@ -19,6 +19,5 @@ struct RequestRecord {
   std::string method;
   std::string path;
   std::vector<std::pair<std::string, std::string>> headers;
-  int status = 0;
   Auth auth = Auth::kNotAsked;
 };
