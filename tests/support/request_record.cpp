@@ -19,6 +19,8 @@ void SetField(RequestRecord& record, std::string_view name, const std::string& v
     record.method = value;
   } else if (name == "path") {
     record.path = value;
+  } else if (name == "query") {
+    record.query = value;
   } else if (name == "auth") {
     const auto* const found = std::find(std::begin(kAuthNames), std::end(kAuthNames), value);
     record.auth = static_cast<RequestRecord::Auth>(found - std::begin(kAuthNames));

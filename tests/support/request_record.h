@@ -18,6 +18,7 @@ struct RequestRecord {
 
   std::string method;
   std::string path;
+  std::string query;
   std::vector<std::pair<std::string, std::string>> headers;
   Auth auth = Auth::kNotAsked;
 };
