@@ -11,11 +11,11 @@
 #include <utility>
 
 #include "download/file_operations.h"
-#include "tests/atl/base/failing_malloc.h"
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/support/dialogs.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "browser/current_directory_keeper.h"
-#include "tests/atl/base/failing_malloc.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/temp_sandbox.h"

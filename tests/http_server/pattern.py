@@ -5,7 +5,7 @@ The stream is made of 64 KiB blocks. Block k is the seed's noise block rotated l
 own, and a block or page that a client loses, repeats or swaps shows up. Rotating costs no
 arithmetic per byte: the noise is kept twice in a row and a block is a slice of it.
 
-tests/support/http_pattern.cpp holds the same generator; http_server_test.cpp compares the two.
+tests/support/http_pattern.cpp holds the same generator.
 """
 
 import functools

@@ -1,4 +1,4 @@
-// The two controls that pages script, made by the built DLL.
+// The two controls that pages script, and the helper object, made by the built DLL.
 
 #include <atlbase.h>
 #include <atlcom.h>
@@ -7,7 +7,6 @@
 #include <objsafe.h>
 #include <ocidl.h>
 
-#include <string>
 #include <vector>
 
 #include "folivo_plugin_h.h"
@@ -18,18 +17,41 @@ namespace {
 
 constexpr DWORD kSafe = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA;
 
-struct CControlClass {
-  const char* name;
+const std::vector<IID> kControlInterfaces = {IID_IDispatch,
+                                             IID_IProvideClassInfo,
+                                             IID_IProvideClassInfo2,
+                                             IID_IObjectSafety,
+                                             IID_IPersist,
+                                             IID_IPersistStreamInit,
+                                             IID_IPersistStorage,
+                                             IID_IOleControl,
+                                             IID_IOleObject,
+                                             IID_IOleInPlaceActiveObject,
+                                             IID_IViewObject,
+                                             IID_IViewObject2,
+                                             IID_IViewObjectEx,
+                                             IID_IOleWindow,
+                                             IID_IOleInPlaceObject,
+                                             IID_IOleInPlaceObjectWindowless,
+                                             IID_IQuickActivate,
+                                             IID_IDataObject,
+                                             IID_ISpecifyPropertyPages};
+
+const struct {
   GUID clsid;
-  GUID interfaceId;
+  GUID own;  // the interface of its own
+  std::vector<IID> others;
+  GUID missing;
+} kClasses[] = {
+    {CLSID_CIEDownload,
+     IID_IIEDownload,
+     {IID_IDispatch, IID_IObjectWithSite, IID_IProvideClassInfo},
+     IID_IOleObject},
+    {CLSID_CFolivoPluginVersion, IID_IFolivoPluginVersion, kControlInterfaces, IID_IObjectWithSite},
+    {CLSID_CQDCDownload, IID_IQDCDownload, kControlInterfaces, IID_IObjectWithSite},
 };
 
-const CControlClass kControls[] = {
-    {"Version", CLSID_CFolivoPluginVersion, IID_IFolivoPluginVersion},
-    {"Collections", CLSID_CQDCDownload, IID_IQDCDownload},
-};
-
-class Controls : public testing::TestWithParam<CControlClass> {
+class Controls : public testing::Test {
  protected:
   Controls() { CoInitialize(nullptr); }
   ~Controls() override {
@@ -37,80 +59,58 @@ class Controls : public testing::TestWithParam<CControlClass> {
     CoUninitialize();
   }
 
-  CComPtr<IUnknown> Create(IUnknown* outer = nullptr) const {
-    return m_library.Create<IUnknown>(GetParam().clsid, outer);
-  }
-
   const CPluginLibrary m_library;
-  const std::vector<IID> m_interfaces = {GetParam().interfaceId,
-                                         IID_IDispatch,
-                                         IID_IProvideClassInfo,
-                                         IID_IProvideClassInfo2,
-                                         IID_IObjectSafety,
-                                         IID_IPersist,
-                                         IID_IPersistStreamInit,
-                                         IID_IPersistStorage,
-                                         IID_IOleControl,
-                                         IID_IOleObject,
-                                         IID_IOleInPlaceActiveObject,
-                                         IID_IViewObject,
-                                         IID_IViewObject2,
-                                         IID_IViewObjectEx,
-                                         IID_IOleWindow,
-                                         IID_IOleInPlaceObject,
-                                         IID_IOleInPlaceObjectWindowless,
-                                         IID_IQuickActivate,
-                                         IID_IDataObject,
-                                         IID_ISpecifyPropertyPages};
 };
 
-TEST_P(Controls, HaveAllTheirInterfacesAloneAndAggregated) {
+TEST_F(Controls, AndHelperObjectHaveAllTheirInterfacesAloneAndAggregated) {
   CFakeSite outer(nullptr);
-  for (IUnknown* const controlling :
-       {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(&outer)}) {
-    const CComPtr<IUnknown> object = Create(controlling);
-    const CComPtr<IUnknown> identity(controlling != nullptr ? controlling : object.p);
-    for (const IID& iid : m_interfaces) {
-      CComPtr<IUnknown> found;
-      ASSERT_EQ(object->QueryInterface(iid, reinterpret_cast<void**>(&found)), S_OK) << iid.Data1;
-      EXPECT_TRUE(found.IsEqualObject(identity));
+  for (const auto& row : kClasses) {
+    for (IUnknown* const controlling :
+         {static_cast<IUnknown*>(nullptr), static_cast<IUnknown*>(&outer)}) {
+      const auto object = m_library.Create<IUnknown>(row.clsid, controlling);
+      IUnknown* const identity = controlling != nullptr ? controlling : object.p;
+      const auto query = [&](REFIID iid) {
+        CComPtr<IUnknown> found;
+        const HRESULT result = object->QueryInterface(iid, reinterpret_cast<void**>(&found));
+        EXPECT_TRUE(FAILED(result) || found.IsEqualObject(identity)) << iid.Data1;
+        return result;
+      };
+      EXPECT_EQ(query(row.own), S_OK);
+      for (const IID& iid : row.others) {
+        EXPECT_EQ(query(iid), S_OK) << iid.Data1;
+      }
+      EXPECT_EQ(query(row.missing), E_NOINTERFACE);
     }
-    CComPtr<IUnknown> none;
-    EXPECT_EQ(object->QueryInterface(IID_IObjectWithSite, reinterpret_cast<void**>(&none)),
-              E_NOINTERFACE);
   }
 }
 
-TEST_P(Controls, AreSafeForScriptsAndPages) {
-  const CComQIPtr<IObjectSafety> safety(Create());
-  ASSERT_NE(safety.p, nullptr);
-  DWORD supported = 0;
-  DWORD enabled = 0;
-  for (const IID& iid : m_interfaces) {
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(iid, kSafe, kSafe), S_OK);
-    EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
-    EXPECT_EQ(supported, kSafe);
-    EXPECT_EQ(enabled, kSafe);
+TEST_F(Controls, AreSafeForScriptsAndPagesAndHaveTheirStatusAndClass) {
+  for (const auto& row : kClasses) {
+    if (row.clsid == CLSID_CIEDownload) {
+      continue;
+    }
+    const auto control = m_library.Create<IUnknown>(row.clsid);
+    const CComQIPtr<IObjectSafety> safety(control);
+    ASSERT_NE(safety.p, nullptr);
+    DWORD supported = 0;
+    DWORD enabled = 0;
+    for (const IID& iid : {row.own, IID_IDispatch, IID_IPersistStreamInit}) {
+      EXPECT_EQ(safety->SetInterfaceSafetyOptions(iid, kSafe, kSafe), S_OK);
+      EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
+      EXPECT_EQ(supported, kSafe);
+      EXPECT_EQ(enabled, kSafe);
+    }
+    DWORD status = 0;
+    EXPECT_EQ(CComQIPtr<IViewObjectEx>(control)->GetViewStatus(&status), S_OK);
+    EXPECT_EQ(status, static_cast<DWORD>(VIEWSTATUS_OPAQUE | VIEWSTATUS_SOLIDBKGND));
+    EXPECT_EQ(CComQIPtr<IOleObject>(control)->GetMiscStatus(DVASPECT_CONTENT, &status), S_OK);
+    EXPECT_EQ(status, static_cast<DWORD>(OLEMISC_RECOMPOSEONRESIZE | OLEMISC_CANTLINKINSIDE |
+                                         OLEMISC_INSIDEOUT | OLEMISC_ACTIVATEWHENVISIBLE |
+                                         OLEMISC_SETCLIENTSITEFIRST));
+    CLSID clsid = GUID_NULL;
+    EXPECT_EQ(CComQIPtr<IPersist>(control)->GetClassID(&clsid), S_OK);
+    EXPECT_EQ(clsid, row.clsid);
   }
-  EXPECT_TRUE(FAILED(safety->SetInterfaceSafetyOptions(IID_IDispatch, 7, 7)));
-  EXPECT_TRUE(FAILED(safety->GetInterfaceSafetyOptions(IID_IObjectWithSite, &supported, &enabled)));
 }
-
-TEST_P(Controls, HaveTheirStatusAndClass) {
-  const CComPtr<IUnknown> control = Create();
-  DWORD status = 0;
-  EXPECT_EQ(CComQIPtr<IViewObjectEx>(control)->GetViewStatus(&status), S_OK);
-  EXPECT_EQ(status, static_cast<DWORD>(VIEWSTATUS_OPAQUE | VIEWSTATUS_SOLIDBKGND));
-  EXPECT_EQ(CComQIPtr<IOleObject>(control)->GetMiscStatus(DVASPECT_CONTENT, &status), S_OK);
-  EXPECT_EQ(status, static_cast<DWORD>(OLEMISC_RECOMPOSEONRESIZE | OLEMISC_CANTLINKINSIDE |
-                                       OLEMISC_INSIDEOUT | OLEMISC_ACTIVATEWHENVISIBLE |
-                                       OLEMISC_SETCLIENTSITEFIRST));
-  CLSID clsid = GUID_NULL;
-  EXPECT_EQ(CComQIPtr<IPersist>(control)->GetClassID(&clsid), S_OK);
-  EXPECT_EQ(clsid, GetParam().clsid);
-}
-
-INSTANTIATE_TEST_SUITE_P(Plugin, Controls, testing::ValuesIn(kControls),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "plugin/host_process.h"
 
-#include <atlbase.h>
 #include <gtest/gtest.h>
+#include <process.h>
 
 #include <filesystem>
 #include <string>
@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr DWORD kHostLimitMs = 60000;
-
 /// The error with which the DLL loads into a copy of the host program under this name.
 DWORD LoadErrorIn(const std::wstring& hostName) {
   wchar_t built[1024] = {};
@@ -23,21 +21,8 @@ DWORD LoadErrorIn(const std::wstring& hostName) {
   const std::filesystem::path host = sandbox / hostName;
   std::filesystem::create_directories(host.parent_path());
   std::filesystem::copy_file(built, host);
-  std::wstring commandLine =
-      L"\"" + host.wstring() + L"\" \"" + CPluginLibrary::BuiltPath() + L"\"";
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION started = {};
-  EXPECT_TRUE(CreateProcessW(host.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                             nullptr, &startup, &started));
-  const CHandle process(started.hProcess);
-  const CHandle thread(started.hThread);
-  if (WaitForSingleObject(process, kHostLimitMs) != WAIT_OBJECT_0) {
-    TerminateProcess(process, STILL_ACTIVE);
-  }
-  DWORD error = STILL_ACTIVE;
-  GetExitCodeProcess(process, &error);
-  return error;
+  const std::wstring library = L"\"" + CPluginLibrary::BuiltPath() + L"\"";
+  return static_cast<DWORD>(_wspawnl(_P_WAIT, host.c_str(), L"host", library.c_str(), nullptr));
 }
 
 TEST(HostProcess, ShellIsRefusedAnywhereInThePathInAnyCase) {

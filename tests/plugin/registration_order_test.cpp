@@ -10,8 +10,8 @@
 
 #include "plugin/thread_locale.h"
 #include "tests/plugin/plugin_library.h"
-#include "tests/plugin/scratch_registry.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/scratch_registry.h"
 
 namespace {
 

@@ -12,12 +12,12 @@
 
 #include "folivo_plugin_h.h"
 #include "tests/plugin/plugin_library.h"
-#include "tests/plugin/scratch_registry.h"
+#include "tests/support/scratch_registry.h"
 #include "tests/support/temp_sandbox.h"
 
 namespace {
 
-using Lines = std::vector<std::wstring>;
+using Lines = CScratchRegistry::Lines;
 
 constexpr wchar_t kApplicationId[] = L"{D1728953-607F-4348-A009-03FDA01E39C2}";
 constexpr wchar_t kHelperObjects[] =

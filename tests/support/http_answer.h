@@ -7,6 +7,9 @@
 #include <string_view>
 #include <vector>
 
+// A JSON string literal, quotes included, with one character U+0000..U+00FF for each byte.
+std::string JsonString(std::string_view bytes);
+
 // Points of an answer at which the server can wait (HttpAnswer::Hold) or break off
 // (HttpAnswer::Cut), in the order in which an answer passes them. HeadByte and BodyByte: that many
 // bytes of head (status line and headers) or body have been sent.

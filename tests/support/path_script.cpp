@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "tests/support/http_encoding.h"
-
 PathScript::PathScript(HttpAnswer answer) { Then(std::move(answer)); }
 
 PathScript& PathScript::Then(HttpAnswer answer) {

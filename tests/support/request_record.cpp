@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-
-#include "tests/support/http_encoding.h"
+#include <sstream>
 
 namespace {
 
@@ -22,29 +21,33 @@ void SetField(RequestRecord& record, std::string_view name, const std::string& v
     record.path = value;
   } else if (name == "query") {
     record.query = value;
-  } else if (name == "status") {
-    record.status = std::stoi(value);
   } else if (name == "auth") {
     const auto* const found = std::find(std::begin(kAuthNames), std::end(kAuthNames), value);
     record.auth = static_cast<RequestRecord::Auth>(found - std::begin(kAuthNames));
   }
 }
 
-// Takes what lies before the separator, or everything, off the front of a text.
-std::string_view TakeUpTo(std::string_view& text, char separator) {
-  const std::string_view part = text.substr(0, text.find(separator));
-  text.remove_prefix(std::min(text.size(), part.size() + 1));
-  return part;
+std::string PercentDecode(std::string_view text) {
+  std::string bytes;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%') {
+      bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+      i += 2;
+    } else {
+      bytes += text[i];
+    }
+  }
+  return bytes;
 }
 
 }  // namespace
 
-RequestRecord RequestRecord::Parse(std::string_view line) {
+RequestRecord RequestRecord::Parse(const std::string& line) {
   RequestRecord record;
-  while (!line.empty()) {
-    std::string_view value = TakeUpTo(line, '\t');
-    const std::string_view name = TakeUpTo(value, '=');
-    SetField(record, name, PercentDecode(value));
+  std::istringstream fields(line);
+  for (std::string field; std::getline(fields, field, '\t');) {
+    const size_t equals = field.find('=');
+    SetField(record, field.substr(0, equals), PercentDecode(field.substr(equals + 1)));
   }
   return record;
 }
@@ -55,15 +58,4 @@ std::string RequestRecord::Header(std::string_view name) const {
     return _stricmp(entry.first.c_str(), wanted.c_str()) == 0;
   });
   return header == headers.end() ? std::string() : header->second;
-}
-
-LogLines::LogLines(std::string_view text) {
-  while (!text.empty()) {
-    const std::string_view line = TakeUpTo(text, '\n');
-    if (line.starts_with("met=")) {
-      met = line == "met=1";
-    } else {
-      requests.push_back(RequestRecord::Parse(line));
-    }
-  }
 }

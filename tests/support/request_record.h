@@ -10,8 +10,8 @@
 struct RequestRecord {
   enum class Auth { kNotAsked, kMissing, kWrong, kRight };
 
-  // Reads one line of the server's log. Throws std::runtime_error if it makes no sense.
-  static RequestRecord Parse(std::string_view line);
+  // Reads one line of the server's log.
+  static RequestRecord Parse(const std::string& line);
 
   // The first value of a header, names compared without case; empty if there is none.
   std::string Header(std::string_view name) const;
@@ -20,14 +20,5 @@ struct RequestRecord {
   std::string path;
   std::string query;
   std::vector<std::pair<std::string, std::string>> headers;
-  int status = 0;
   Auth auth = Auth::kNotAsked;
-};
-
-// An answer of the server's control interface in its line format.
-struct LogLines {
-  explicit LogLines(std::string_view text);
-
-  bool met = false;  // of a wait: whether the event came
-  std::vector<RequestRecord> requests;
 };

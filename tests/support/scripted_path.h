@@ -34,18 +34,14 @@ class ScriptedPath {
   std::vector<RequestRecord> Requests() const;
 
   // Each waits until the event has happened, at once if that was before, and returns false if it
-  // does not happen within the time-out. `count` is the number of requests for which it must have.
-  [[nodiscard]] bool WaitForRequest(int count = 1,
-                                    std::chrono::milliseconds timeout = kPatience) const;
+  // does not happen within the time-out.
   // At least `bytes` body bytes of one answer have been handed to the network.
   [[nodiscard]] bool WaitForBytesSent(uint64_t bytes,
                                       std::chrono::milliseconds timeout = kPatience) const;
   // An answer waits at a point (see http_point); empty: at any. The first wait of a gated answer is
   // at BodyByte(0).
-  [[nodiscard]] bool WaitForHeld(std::string_view point = {}, int count = 1,
+  [[nodiscard]] bool WaitForHeld(std::string_view point = {},
                                  std::chrono::milliseconds timeout = kPatience) const;
-  // An answer has been sent, or was cut, or the client has left.
-  [[nodiscard]] bool WaitForEnd(int count = 1, std::chrono::milliseconds timeout = kPatience) const;
 
   // Lets that many body bytes of each gated answer pass in all, and held body points before them.
   void AllowUpTo(uint64_t bytes) const;

@@ -91,17 +91,6 @@ std::wstring ChildText(HWND dialog, int id) { return TextOf(GetDlgItem(dialog, i
 
 std::wstring MessageText(HWND box) { return ChildText(box, kMessageTextId); }
 
-std::wstring DismissMessage(const std::wstring& caption) {
-  const HWND box = WaitForDialog(caption);
-  if (box == nullptr) {
-    return {};
-  }
-  std::wstring text = MessageText(box);
-  Click(box, IDOK);
-  WaitUntilGone(box);
-  return text;
-}
-
 void SaveAs(const std::wstring& path) {
   const HWND dialog = WaitForDialog(kSaveTitle);
   if (!path.empty()) {

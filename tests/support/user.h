@@ -5,7 +5,6 @@
 #include <functional>
 #include <string>
 #include <vector>
-#include "tests/support/dialogs.h"
 
 // What a person does with the dialogs of this process: waits for them, reads them, clicks. Called
 // from a thread beside the one that is inside the modal dialog (CParallel). Waits poll, as another
@@ -41,9 +40,6 @@ std::wstring ChildText(HWND dialog, int id);
 
 /// Text of a system message box.
 std::wstring MessageText(HWND box);
-
-/// Waits for a message box with this caption, clicks OK and gives its text.
-std::wstring DismissMessage(const std::wstring& caption = kMessageTitle);
 
 /// Waits for the system's save dialog, types `path` (nothing when empty) and presses Save.
 void SaveAs(const std::wstring& path);

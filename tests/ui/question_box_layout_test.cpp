@@ -17,9 +17,6 @@
 
 namespace {
 
-constexpr wchar_t kCheckLabel[] =
-    L"A check box whose label is long enough to need more than one line in the width that it has";
-
 /// Height in pixels of a text wrapped to a width, in the system's dialog font.
 int TextHeight(const std::wstring& text, int width) {
   const HDC dc = GetDC(nullptr);
@@ -46,8 +43,8 @@ CBounds ChildBounds(HWND child) {
   return {bounds.left, bounds.top, bounds.right, bounds.bottom};
 }
 
-/// Class, style, bounds in the box and identifier of a child as the box created it.
-using CChild = std::tuple<std::wstring, DWORD, CBounds, int>;
+/// Class, text, style, bounds in the box and identifier of a child as the box created it.
+using CChild = std::tuple<std::wstring, std::wstring, DWORD, CBounds, int>;
 
 /// The children of a box for this question, in the order in which they were created. `look` gets
 /// the finished box.
@@ -59,7 +56,7 @@ std::vector<CChild> ChildrenOf(const CQuestion& question, Look look) {
       [&](DWORD extendedStyle, LPCWSTR className, LPCWSTR name, DWORD style, int x, int y,
           int width, int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter) {
         EXPECT_EQ(instance, GetModuleHandleW(nullptr));
-        children.emplace_back(className, style, CBounds{x, y, x + width, y + height},
+        children.emplace_back(className, name, style, CBounds{x, y, x + width, y + height},
                               static_cast<int>(reinterpret_cast<INT_PTR>(menu)));
         return create.CallOriginal(extendedStyle, className, name, style, x, y, width, height,
                                    parent, menu, instance, parameter);
@@ -68,34 +65,38 @@ std::vector<CChild> ChildrenOf(const CQuestion& question, Look look) {
   return children;
 }
 
-TEST(QuestionBoxLayout, BoxIsAsHighAsIconTextAndCheckBoxNeed) {
-  std::wstring lines = L"line";
-  std::wstring words;
-  for (int i = 1; i < 20; ++i) {
-    lines += L"\nline";
-    words += L"words and words and words ";
+/// Words that need more lines in a check box's width than in a text's.
+std::wstring WordsWhoseWidthMatters() {
+  std::wstring words = L"words";
+  while (TextHeight(words, 374) == TextHeight(words, 386) || TextHeight(words, 386) < 4 * 32) {
+    words += L" and words";
   }
-  const int checkHeight = TextHeight(kCheckLabel, 374) + 24;
-  ASSERT_GE(checkHeight - 24, 2 * TextHeight(L"line", 386)) << "the label is to wrap";
-  ASSERT_GT(TextHeight(words, 386), 3 * 32);
-  for (const std::wstring& text : {std::wstring(), std::wstring(L"Short"), lines, words}) {
-    for (const LPCWSTR checkLabel : {L"", kCheckLabel}) {
-      const bool hasCheckBox = *checkLabel != L'\0';
+  return words;
+}
+
+TEST(QuestionBoxLayout, BoxIsAsHighAsIconTextAndCheckBoxNeed) {
+  const std::wstring words = WordsWhoseWidthMatters();
+  const int checkHeight = TextHeight(words, 374) + 24;
+  for (const std::wstring& text : {std::wstring(), std::wstring(L"%s%n & 50%"), words}) {
+    for (const std::wstring& checkLabel : {std::wstring(), words}) {
+      const bool hasCheckBox = !checkLabel.empty();
       const int height = TextHeight(text, 386);
       const int above = std::max(height, 32);
-      const auto children =
-          ChildrenOf({.text = text.c_str(), .checkLabel = checkLabel}, [&](HWND box) {
+      // In the other edition this title gets a suffix.
+      const auto children = ChildrenOf(
+          {.title = L"MERLO Folivo", .text = text.c_str(), .checkLabel = checkLabel.c_str()},
+          [&](HWND box) {
             const int content = height + (hasCheckBox ? checkHeight : 0);
             const auto [left, top, right, bottom] = ScreenBounds(box);
             EXPECT_EQ(right - left, 450);
             EXPECT_EQ(bottom - top, std::max(content, 32) + GetSystemMetrics(SM_CYCAPTION) + 60);
           });
       ASSERT_GE(children.size(), 3u);
-      EXPECT_EQ(children[0], CChild(L"static", 0x50000003, {10, 10, 42, 42}, 0));
+      EXPECT_EQ(children[0], CChild(L"static", L"", 0x50000003, {10, 10, 42, 42}, 0));
       const int top = height < 32 ? (32 - height) / 2 + 10 : 10;
-      EXPECT_EQ(children[1], CChild(L"static", 0x50000000, {52, top, 438, above + 10}, 0));
+      EXPECT_EQ(children[1], CChild(L"static", text, 0x50000000, {52, top, 438, above + 10}, 0));
       EXPECT_TRUE(!hasCheckBox ||
-                  children[2] == CChild(L"button", 0x50032003,
+                  children[2] == CChild(L"button", words, 0x50032003,
                                         {52, above + 22, 438, above + checkHeight + 10}, 0));
     }
   }
@@ -104,36 +105,40 @@ TEST(QuestionBoxLayout, BoxIsAsHighAsIconTextAndCheckBoxNeed) {
 TEST(QuestionBoxLayout, ButtonStylesAndPlacesFollowTheirNeighbours) {
   constexpr DWORD kDefault = 0x50032001;
   constexpr DWORD kPlain = 0x50012000;
-  struct {
+  const struct {
     std::array<LPCWSTR, 4> labels;
-    int places;                                        // a missing first button keeps its own
-    std::vector<std::tuple<int, DWORD, int>> buttons;  // identifier, style, place
-  } const cases[] = {
-      {{L"A", L"B", L"C", L"D"},
-       4,
-       {{6, kDefault, 0}, {7, kPlain, 1}, {2, kPlain, 2}, {3, kPlain, 3}}},
-      {{L"", L"B", L"C", L""}, 3, {{7, kDefault, 1}, {2, kPlain, 2}}},
-      {{L"", L"", L"C", L"D"}, 3, {{2, kDefault, 1}, {3, kDefault, 2}}},
-      {{L"", L"", L"", L"D"}, 2, {{3, kDefault, 1}}},
-      {{L"A", L"", L"C", L""}, 2, {{6, kDefault, 0}, {2, kDefault, 1}}},
-      {{L"A", L"", L"C", L"D"}, 3, {{6, kDefault, 0}, {2, kDefault, 1}, {3, kDefault, 2}}},
-      {{L"A", L"B", L"", L"D"}, 3, {{6, kDefault, 0}, {7, kPlain, 1}, {3, kPlain, 2}}},
+    int places;                                  // a missing first button keeps its own
+    std::vector<std::pair<int, DWORD>> buttons;  // index and style
+  } cases[] = {
+      {{L"A", L"S&ave", L"C", L"%d"}, 4, {{0, kDefault}, {1, kPlain}, {2, kPlain}, {3, kPlain}}},
+      {{L"", L"B", L"C", L""}, 3, {{1, kDefault}, {2, kPlain}}},
+      {{L"", L"", L"C", L"D"}, 3, {{2, kDefault}, {3, kDefault}}},
+      {{L"", L"", L"", L"D"}, 2, {{3, kDefault}}},
+      {{L"A", L"", L"C", L""}, 2, {{0, kDefault}, {2, kDefault}}},
+      {{L"A", L"", L"C", L"D"}, 3, {{0, kDefault}, {2, kDefault}, {3, kDefault}}},
+      {{L"A", L"B", L"", L"D"}, 3, {{0, kDefault}, {1, kPlain}, {3, kPlain}}},
   };
-  for (const auto& [labels, places, buttons] : cases) {
+  constexpr int kIds[] = {6, 7, 2, 3};
+  for (const auto& row : cases) {
     std::vector<CChild> expected;
-    for (const auto& [id, style, place] : buttons) {
-      expected.emplace_back(L"button", style, CBounds{0, 0, 50, 14}, id);
+    for (const auto& [button, style] : row.buttons) {
+      expected.emplace_back(L"button", row.labels[button], style, CBounds{0, 0, 50, 14},
+                            kIds[button]);
     }
     auto children =
-        ChildrenOf({.labels = {labels[0], labels[1], labels[2], labels[3]}},
-                   [places = places, &buttons = buttons](HWND box) {
+        ChildrenOf({.title = nullptr,
+                    .text = nullptr,
+                    .labels = {row.labels[0], row.labels[1], row.labels[2], row.labels[3]}},
+                   [&](HWND box) {
                      RECT client = {};
                      GetClientRect(box, &client);
-                     for (const auto& [id, style, place] : buttons) {
-                       const LONG x = (client.right - (places * 72 - 12)) / 2 + place * 72;
-                       EXPECT_EQ(ChildBounds(GetDlgItem(box, id)),
+                     const int missing = row.places - static_cast<int>(row.buttons.size());
+                     LONG x = (client.right - (row.places * 72 - 12)) / 2 + missing * 72;
+                     for (const auto& [button, style] : row.buttons) {
+                       EXPECT_EQ(ChildBounds(GetDlgItem(box, kIds[button])),
                                  (CBounds{x, client.bottom - 36, x + 60, client.bottom - 12}))
-                           << id;
+                           << button;
+                       x += 72;
                      }
                    });
     children.erase(children.begin(), children.begin() + 2);  // icon and text
@@ -153,19 +158,6 @@ TEST(QuestionBoxLayout, ControlsHaveTheDialogFontAndTheIconAskedFor) {
       }
     });
   }
-}
-
-TEST(QuestionBoxLayout, TextAndCheckBoxAreMeasuredInTheirOwnWidths) {
-  using CSize = std::tuple<std::wstring, LONG, LONG>;  // text, width, height
-  std::vector<CSize> sizes;
-  const CImportSpy<&DrawTextW> draw(
-      "user32.dll", "DrawTextW", [&](HDC dc, LPCWSTR text, int length, LPRECT bounds, UINT flags) {
-        sizes.emplace_back(text, bounds->right - bounds->left, bounds->bottom - bounds->top);
-        return draw.CallOriginal(dc, text, length, bounds, flags);
-      });
-  ShowTo({.checkLabel = kCheckLabel}, [](HWND) {});
-  sizes.resize(2);  // not those of the buttons
-  EXPECT_EQ(sizes, (std::vector<CSize>{{L"Shall we?", 386, 10000}, {kCheckLabel, 374, 10000}}));
 }
 
 TEST(QuestionBoxLayout, WindowIsHiddenMovedCentredAndShownTopmostLast) {
@@ -238,31 +230,24 @@ TEST(QuestionBoxLayout, CommandDestroysTheChildrenAndForgetsThem) {
   }
 }
 
-/// The template that the box passes to the system.
-DLGTEMPLATE TemplateFor(HWND owner, HINSTANCE host = GetModuleHandleW(nullptr)) {
-  DLGTEMPLATE header = {};
+/// The extended style of the template that the box passes to the system; the rest is fixed.
+DWORD ExtendedStyleFor(HWND owner, HINSTANCE host = GetModuleHandleW(nullptr)) {
+  DWORD extendedStyle = 0;
   const CImportSpy<&DialogBoxIndirectParamW> dialog(
       "user32.dll", "DialogBoxIndirectParamW",
       [&](HINSTANCE instance, LPCDLGTEMPLATEW source, HWND given, DLGPROC, LPARAM) -> INT_PTR {
         EXPECT_EQ(instance, host);
         EXPECT_EQ(given, owner);
-        header = *source;
+        EXPECT_EQ(source->style, 0x90C80080u);
+        EXPECT_EQ(std::tuple(source->x, source->y, source->cx, source->cy),
+                  std::tuple(50, 50, 4000, 400));
         const auto* const words = reinterpret_cast<const WORD*>(source + 1);
-        EXPECT_EQ(words[0] | words[1] | words[2], 0) << "no menu, class or title";
+        EXPECT_EQ(source->cdit | words[0] | words[1] | words[2], 0) << "no menu, class or title";
+        extendedStyle = source->dwExtendedStyle;
         return 0x123456789;
       });
   EXPECT_EQ(Show({.owner = owner}), 0x23456789) << "the result has 32 bits";
-  return header;
-}
-
-TEST(QuestionBoxLayout, TemplateHasTheFixedFieldsAndNothingElse) {
-  const DLGTEMPLATE header = TemplateFor(nullptr);
-  EXPECT_EQ(header.style, 0x90C80080u);
-  EXPECT_EQ(header.cdit, 0);
-  EXPECT_EQ(header.x, 50);
-  EXPECT_EQ(header.y, 50);
-  EXPECT_EQ(header.cx, 4000);
-  EXPECT_EQ(header.cy, 400);
+  return extendedStyle;
 }
 
 TEST(QuestionBoxLayout, IsShownInTheNameOfTheHostProgram) {
@@ -271,7 +256,7 @@ TEST(QuestionBoxLayout, IsShownInTheNameOfTheHostProgram) {
     EXPECT_EQ(name, nullptr);
     return host;
   });
-  TemplateFor(nullptr, host);
+  ExtendedStyleFor(nullptr, host);
 }
 
 class CMirroredLang : public CGenericGUILang {
@@ -283,9 +268,9 @@ TEST(QuestionBoxLayout, IsTopmostWithoutAVisibleOwnerAndMirroredByTheLanguage) {
   CMirroredLang mirrored;
   for (const DWORD mirroring : {0U, 0x400000U}) {
     SetGUILang(mirroring != 0 ? &mirrored : nullptr);
-    EXPECT_EQ(TemplateFor(COwnerWindow(true)).dwExtendedStyle, mirroring);
-    EXPECT_EQ(TemplateFor(COwnerWindow(false)).dwExtendedStyle, mirroring | 8);
-    EXPECT_EQ(TemplateFor(nullptr).dwExtendedStyle, mirroring | 8);
+    EXPECT_EQ(ExtendedStyleFor(COwnerWindow(true)), mirroring);
+    EXPECT_EQ(ExtendedStyleFor(COwnerWindow(false)), mirroring | 8);
+    EXPECT_EQ(ExtendedStyleFor(nullptr), mirroring | 8);
   }
   ShowTo({}, [](HWND box) {
     EXPECT_GT(ScreenBounds(GetDlgItem(box, 6))[0], ScreenBounds(GetDlgItem(box, 7))[0]);

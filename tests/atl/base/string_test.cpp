@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "failing_malloc.h"
+#include "tests/support/failing_malloc.h"
 
 namespace {
 

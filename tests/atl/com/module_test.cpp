@@ -5,11 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "registry_sandbox.h"
 #include "test_objects.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/scratch_registry.h"
 
 namespace {
+
+using Lines = CScratchRegistry::Lines;
 
 constexpr CLSID kFirstClass = {
     0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x51}};
@@ -126,6 +128,22 @@ TEST_F(Module, GetClassObjectFailureClearsResult) {
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, FailToGet(kFirstClass)) << "success without an interface";
 }
 
+TEST_F(Module, ClassFactoryCreatesObjects) {
+  CComPtr<IClassFactory> factory;
+  ASSERT_EQ(S_OK, m_com.GetClassObject(kSecondClass, IID_IClassFactory,
+                                       reinterpret_cast<void**>(&factory)));
+  CComPtr<IColour> object;
+  EXPECT_EQ(S_OK,
+            factory->CreateInstance(nullptr, __uuidof(IColour), reinterpret_cast<void**>(&object)));
+  EXPECT_EQ(7, object->Colour());
+  EXPECT_EQ(2, LocksGained()) << "of the factory and the object";
+  EXPECT_EQ(E_POINTER, factory->CreateInstance(nullptr, __uuidof(IColour), nullptr));
+  CStackObject<IUnknown> outer;
+  void* p = Garbage();
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, __uuidof(INumber), &p));
+  EXPECT_EQ(nullptr, p);
+}
+
 TEST_F(Module, FailedCriticalSectionFailsDllMain) {
   EXPECT_TRUE(g_module.DllMain(DLL_PROCESS_ATTACH, nullptr));
   {
@@ -144,27 +162,24 @@ TEST_F(Module, FailedCriticalSectionFailsDllMain) {
 }
 
 TEST_F(Module, RegistersTheClassesInOrderWithTheirCategories) {
-  const CRegistrySandbox sandbox;
-  const std::wstring key = L"CLSID\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}";
+  const CScratchRegistry registry;
+  const std::wstring first = L"{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}";
+  const std::wstring key = L"CLSID\\" + first;
   const std::wstring implemented = key + L"\\Implemented Categories";
   const std::wstring required = key + L"\\Required Categories";
-  CRegistrySandbox::Put(HKEY_CLASSES_ROOT, (required + L"\\{other}").c_str());
+  registry.Add(L"HKCR\\" + required + L"\\{other}");
   EXPECT_EQ(S_OK, m_com.RegisterServer(FALSE));
-  const std::wstring others =
-      Lines({required, required + L"\\{other}", required + L"\\{other} = s:"});
-  EXPECT_EQ(
-      Lines({L"CLSID", key, implemented, implemented + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}",
-             implemented + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E53}", required,
-             required + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E51}", required + L"\\{other}",
-             required + L"\\{other} = s:"}),
-      CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
+  EXPECT_EQ((Lines{L"CLSID", key, implemented, implemented + L"\\" + first,
+                   implemented + L"\\{7C2C1C53-2B3E-4B7B-9E5C-0D6F0B6B5E53}", required,
+                   required + L"\\" + first, required + L"\\{other}"}),
+            registry.Dump(L"HKCR"));
   EXPECT_EQ(S_OK, m_com.UnregisterServer(FALSE));
   EXPECT_THAT(g_calls, testing::ElementsAre("first +", "second +", "first -", "second -"));
-  EXPECT_EQ(Lines({L"CLSID", key}) + others, CRegistrySandbox::Dump(HKEY_CLASSES_ROOT));
+  EXPECT_EQ((Lines{L"CLSID", key, required, required + L"\\{other}"}), registry.Dump(L"HKCR"));
 }
 
 TEST_F(Module, ScriptsGetModulePathAndReplacements) {
-  const CRegistrySandbox sandbox;
+  const CScratchRegistry registry;
   const std::wstring path = L"C:\\it's\\module.exe";
   const CImportSpy<&GetModuleFileNameW> name(
       "kernel32.dll", "GetModuleFileNameW", [&](HMODULE, LPWSTR buffer, DWORD size) {
@@ -183,12 +198,11 @@ TEST_F(Module, ScriptsGetModulePathAndReplacements) {
   };
   EXPECT_EQ(S_OK, update(TRUE, L"more"));
   // This module is the program, so its path is a command line.
-  EXPECT_EQ(Lines({L"TestModule", L"TestModule [appid] = s:",
-                   L"TestModule [module] = s:\"" + path + L"\"", L"TestModule [more] = s:more",
-                   L"TestModule [raw] = s:" + path}),
-            CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
+  EXPECT_EQ((Lines{L"TestModule", L"TestModule|appid=", L"TestModule|module=\"" + path + L"\"",
+                   L"TestModule|more=more", L"TestModule|raw=" + path}),
+            registry.Dump(L"HKLM"));
   EXPECT_EQ(S_OK, update(FALSE, L"more"));
-  EXPECT_EQ(L"", CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE));
+  EXPECT_THAT(registry.Dump(L"HKLM"), testing::IsEmpty());
   EXPECT_EQ(E_INVALIDARG, update(TRUE, nullptr));
   EXPECT_EQ(DISP_E_EXCEPTION, g_module.UpdateRegistryFromResource(200, TRUE)) << "%MORE%";
 }

@@ -1,4 +1,4 @@
-// Reference counts, QueryInterface and the life of an object that stands alone.
+// Reference counts, QueryInterface and the life of an object, alone or aggregated.
 
 #include <atomic>
 #include <new>
@@ -39,6 +39,81 @@ TEST_F(ObjectRoot, QueryInterfaceKeepsOneIdentity) {
   EXPECT_EQ(nullptr, p);
   EXPECT_EQ(E_POINTER, number->QueryInterface(IID_IUnknown, nullptr));
   EXPECT_EQ(2U, References(number));
+}
+
+constexpr IID kIidOther = {
+    0x7C2C1C53, 0x2B3E, 0x4B7B, {0x9E, 0x5C, 0x0D, 0x6F, 0x0B, 0x6B, 0x5E, 0x31}};
+
+struct IFirst : INumber {};
+struct ISecond : INumber {};
+
+/// Its base class has a map of its own.
+class CMapped : public IFirst, public ISecond, public CTestObject {
+ public:
+  BEGIN_COM_MAP(CMapped)
+  COM_INTERFACE_ENTRY_IID(kIidOther, IFirst)
+  COM_INTERFACE_ENTRY2(INumber, ISecond)
+  COM_INTERFACE_ENTRY_CHAIN(CTestObject)
+  END_COM_MAP()
+
+  STDMETHOD_(int, Number)() override { return 1; }
+};
+
+TEST_F(ObjectRoot, EntriesOfTheComMapLeadToTheirBaseClasses) {
+  CComObject<CMapped>* object = nullptr;
+  ASSERT_EQ(S_OK, CComObject<CMapped>::CreateInstance(&object));
+  const CComPtr<IUnknown> holder(object->GetUnknown());
+  const auto query = [&](REFIID iid) {
+    CComPtr<IUnknown> found;
+    const HRESULT hr = holder->QueryInterface(iid, reinterpret_cast<void**>(&found));
+    EXPECT_EQ(found != nullptr ? S_OK : E_NOINTERFACE, hr);
+    return found.p;
+  };
+  EXPECT_EQ(static_cast<IFirst*>(object), query(kIidOther));
+  EXPECT_EQ(static_cast<IFirst*>(object), query(IID_IUnknown));
+  EXPECT_EQ(static_cast<ISecond*>(object), query(__uuidof(INumber)));
+  EXPECT_EQ(static_cast<IColour*>(object), query(__uuidof(IColour)));
+  EXPECT_EQ(nullptr, query(IID_IDispatch));
+  EXPECT_EQ(1U, References(holder));
+}
+
+/// Has every interface of the inner object, but its own identity.
+class COuter final : public CStackObject<IUnknown> {
+ public:
+  STDMETHOD(QueryInterface)(REFIID iid, void** ppv) override {
+    return iid == IID_IUnknown ? CStackObject::QueryInterface(iid, ppv)
+                               : m_inner->QueryInterface(iid, ppv);
+  }
+
+  CComPtr<IUnknown> m_inner;
+};
+
+TEST_F(ObjectRoot, AggregatedObjectHasIdentityOfOuterObject) {
+  COuter outer;
+  ASSERT_EQ(S_OK, CreateObject<CTestObject>(outer.m_inner, &outer));
+  EXPECT_EQ(1, LocksGained());
+  EXPECT_EQ(0U, outer.References()) << "the inner object must not own the outer one";
+  EXPECT_EQ(outer.m_inner.p, Peek<IUnknown>(outer.m_inner)) << "its own, for the owner only";
+
+  CComPtr<INumber> number;
+  ASSERT_EQ(S_OK, outer.QueryInterface(__uuidof(INumber), reinterpret_cast<void**>(&number)));
+  EXPECT_EQ(42, number->Number());
+  EXPECT_EQ(1U, outer.References());
+  EXPECT_EQ(1U, References(outer.m_inner));
+  EXPECT_EQ(static_cast<IUnknown*>(&outer), Peek<IUnknown>(number));
+  EXPECT_EQ(7, Peek<IColour>(number)->Colour());
+  number.Release();
+  EXPECT_EQ(0U, outer.References());
+
+  void* p = Garbage();
+  EXPECT_EQ(E_NOINTERFACE, outer.m_inner->QueryInterface(IID_IDispatch, &p));
+  EXPECT_EQ(nullptr, p);
+  EXPECT_EQ(E_POINTER, outer.m_inner->QueryInterface(IID_IUnknown, nullptr));
+
+  outer.m_inner.Release();
+  EXPECT_EQ(1, g_log.finalConstructed);
+  EXPECT_EQ(1, g_log.finalReleased);
+  EXPECT_EQ(1, g_log.destroyed);
 }
 
 TEST_F(ObjectRoot, FailedCreationLeavesNothing) {

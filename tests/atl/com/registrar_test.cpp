@@ -4,17 +4,17 @@
 
 #include <string>
 
-#include "registry_sandbox.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/scratch_registry.h"
 
 namespace {
+
+using Lines = CScratchRegistry::Lines;
 
 /// Every test starts with an empty registry and a new registrar.
 class Registrar : public testing::Test {
  protected:
-  static std::wstring Classes() { return CRegistrySandbox::Dump(HKEY_CLASSES_ROOT); }
-  static std::wstring Machine() { return CRegistrySandbox::Dump(HKEY_LOCAL_MACHINE); }
-  static std::wstring User() { return CRegistrySandbox::Dump(HKEY_CURRENT_USER); }
+  Lines Machine() const { return m_registry.Dump(L"HKLM"); }
 
   HRESULT Register(const std::wstring& script) {
     return m_registrar.StringRegister(script.c_str());
@@ -23,17 +23,17 @@ class Registrar : public testing::Test {
     return m_registrar.StringUnregister(script.c_str());
   }
 
-  CRegistrySandbox m_sandbox;
+  const CScratchRegistry m_registry;
   CRegObject m_registrar;
 };
 
 TEST_F(Registrar, KeywordsIgnoreCaseAndQuotedOnesAreNames) {
   EXPECT_EQ(S_OK, Register(L"hkcr { noremove 'a key' = S '  it''s \"here\" { = } ' { VAL v = s x }"
                            L" 'val' 'Delete' '{' FORCEREMOVE 'NoRemove' q = s '''' } HKLM { m }"));
-  EXPECT_EQ(Lines({L"Delete", L"NoRemove", L"a key", L"a key = s:  it's \"here\" { = } ",
-                   L"a key [v] = s:x", L"q", L"q = s:'", L"val", L"{"}),
-            Classes());
-  EXPECT_EQ(Lines({L"m"}), Machine());
+  EXPECT_EQ((Lines{L"HKCR", L"HKCR\\Delete", L"HKCR\\NoRemove", L"HKCR\\a key",
+                   L"HKCR\\a key|=  it's \"here\" { = } ", L"HKCR\\a key|v=x", L"HKCR\\q",
+                   L"HKCR\\q|='", L"HKCR\\val", L"HKCR\\{", L"HKCU", L"HKLM", L"HKLM\\m"}),
+            m_registry.Dump());
 }
 
 TEST_F(Registrar, ReplacementsIgnoreCaseAndAreScriptText) {
@@ -43,22 +43,20 @@ TEST_F(Registrar, ReplacementsIgnoreCaseAndAreScriptText) {
   EXPECT_EQ(S_OK, m_registrar.AddReplacement(L"Empty", L""));
   EXPECT_EQ(S_OK, m_registrar.AddReplacement(L"Body", L"a = s 'x' { b }"));
   EXPECT_EQ(S_OK, Register(L"HKLM { k%name% = s '%PATH%' { val %Name% = s '%empty%' } %BODY% }"));
-  EXPECT_EQ(Lines({L"a", L"a = s:x", L"a\\b", L"klast", L"klast = s:C:\\it's\\100%\\x.dll",
-                   L"klast [last] = s:"}),
-            Machine());
+  EXPECT_EQ(
+      (Lines{L"a", L"a\\b", L"a|=x", L"klast", L"klast|=C:\\it's\\100%\\x.dll", L"klast|last="}),
+      Machine());
 }
 
 TEST_F(Registrar, ForceRemoveDeletesSubkeysOfOthers) {
-  CRegistrySandbox::Put(HKEY_LOCAL_MACHINE, L"forced\\stray\\deep", L"x");
-  CRegistrySandbox::Put(HKEY_LOCAL_MACHINE, L"kept\\stray", L"x");
+  m_registry.Add(L"HKLM\\forced\\stray\\deep");
+  m_registry.Add(L"HKLM\\kept\\stray");
   const wchar_t kScript[] = L"HKLM { ForceRemove forced { a } kept { a } }";
   EXPECT_EQ(S_OK, Register(kScript));
-  EXPECT_EQ(
-      Lines({L"forced", L"forced\\a", L"kept", L"kept\\a", L"kept\\stray", L"kept\\stray = s:x"}),
-      Machine());
-  CRegistrySandbox::Put(HKEY_LOCAL_MACHINE, L"forced\\stray", L"x");
+  EXPECT_EQ((Lines{L"forced", L"forced\\a", L"kept", L"kept\\a", L"kept\\stray"}), Machine());
+  m_registry.Add(L"HKLM\\forced\\stray");
   EXPECT_EQ(S_OK, Unregister(kScript));
-  EXPECT_EQ(Lines({L"kept", L"kept\\stray", L"kept\\stray = s:x"}), Machine());
+  EXPECT_EQ((Lines{L"kept", L"kept\\stray"}), Machine());
 }
 
 TEST_F(Registrar, NoRemoveKeyStaysWithValuesAndParents) {
@@ -66,8 +64,7 @@ TEST_F(Registrar, NoRemoveKeyStaysWithValuesAndParents) {
       L"HKLM { NoRemove a = s 'mine' { val v = s 'x' b = s 'y' { NoRemove c { d } } e } }";
   EXPECT_EQ(S_OK, Register(kScript));
   EXPECT_EQ(S_OK, Unregister(kScript));
-  EXPECT_EQ(Lines({L"a", L"a = s:mine", L"a [v] = s:x", L"a\\b", L"a\\b = s:y", L"a\\b\\c"}),
-            Machine());
+  EXPECT_EQ((Lines{L"a", L"a\\b", L"a\\b\\c", L"a\\b|=y", L"a|=mine", L"a|v=x"}), Machine());
 }
 
 TEST_F(Registrar, ErrorInScriptChangesNothing) {
@@ -89,12 +86,12 @@ TEST_F(Registrar, ErrorInScriptChangesNothing) {
       L"HKCR { ForceRemove clsid { a } }", L"HKLM { ForceRemove SOFTWARE }",
       // replacements
       L"HKLM { %UNKNOWN% }", L"HKLM { a = s '100%' }"};
+  m_registry.Add(L"HKLM\\kept\\stray");
   for (const std::wstring& wrong : scripts) {
     const std::wstring script = L"HKLM { good = s 'x' ForceRemove kept } " + wrong;
-    CRegistrySandbox::Put(HKEY_LOCAL_MACHINE, L"kept", L"x");
     EXPECT_EQ(DISP_E_EXCEPTION, Register(script)) << wrong.substr(0, 40);
     EXPECT_EQ(DISP_E_EXCEPTION, Unregister(script)) << wrong.substr(0, 40);
-    EXPECT_EQ(Lines({L"kept", L"kept = s:x"}), Machine()) << wrong.substr(0, 40);
+    EXPECT_EQ((Lines{L"kept", L"kept\\stray"}), Machine()) << wrong.substr(0, 40);
   }
 }
 
@@ -125,15 +122,14 @@ TEST_F(Registrar, PerUserModeWritesClassesOfTheUser) {
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(true));
   const wchar_t kScript[] = L"HKCR { Foo.1 = s 'x' } HKLM { m } HKCR { NoRemove n }";
   EXPECT_EQ(S_OK, Register(kScript));
-  EXPECT_EQ(L"", Classes());
-  EXPECT_EQ(Lines({L"m"}), Machine());
-  EXPECT_EQ(Lines({L"Software", L"Software\\Classes", L"Software\\Classes\\Foo.1",
-                   L"Software\\Classes\\Foo.1 = s:x", L"Software\\Classes\\n"}),
-            User());
+  const std::wstring classes = L"HKCU\\Software\\Classes";
+  EXPECT_EQ((Lines{L"HKCR", L"HKCU", L"HKCU\\Software", classes, classes + L"\\Foo.1",
+                   classes + L"\\Foo.1|=x", classes + L"\\n", L"HKLM", L"HKLM\\m"}),
+            m_registry.Dump());
   EXPECT_EQ(S_OK, Unregister(kScript));
   ASSERT_EQ(S_OK, AtlSetPerUserRegistration(false));
-  EXPECT_EQ(L"", Machine());
-  EXPECT_EQ(Lines({L"Software", L"Software\\Classes", L"Software\\Classes\\n"}), User());
+  EXPECT_EQ((Lines{L"HKCR", L"HKCU", L"HKCU\\Software", classes, classes + L"\\n", L"HKLM"}),
+            m_registry.Dump());
 }
 
 /// Replaces the registry functions: one call fails, and the open keys are counted.
@@ -183,7 +179,7 @@ TEST_F(Registrar, FailureOfEachCallIsReturnedAndNextRunCompletes) {
       L"HKLM { NoRemove Kept { ForceRemove Class = s 'name' { Server = s 'path' {"
       L" val Model = s 'apartment' } val AppID = s 'id' } } Other = s 'text' }";
   ASSERT_EQ(S_OK, Register(kScript));
-  const std::wstring registered = Machine();
+  const Lines registered = Machine();
   for (const bool registers : {true, false}) {
     const auto run = [&] { return registers ? Register(kScript) : Unregister(kScript); };
     bool hasFailed = true;
@@ -196,7 +192,7 @@ TEST_F(Registrar, FailureOfEachCallIsReturnedAndNextRunCompletes) {
         EXPECT_EQ(hasFailed ? HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED) : S_OK, hr) << call;
       }
       EXPECT_EQ(S_OK, run());
-      EXPECT_EQ(registers ? registered : Lines({L"Kept"}), Machine()) << call;
+      EXPECT_EQ(registers ? registered : Lines{L"Kept"}, Machine()) << call;
       EXPECT_TRUE(call > 4 || hasFailed);
     }
   }

@@ -1,4 +1,4 @@
-#include "failing_malloc.h"
+#include "tests/support/failing_malloc.h"
 
 #include <windows.h>
 

@@ -21,7 +21,7 @@ namespace {
 constexpr wchar_t kHostVersion[] = L"9.8.7.65535";
 
 /// The control of the DLL under its own name.
-class PluginVersion : public testing::Test {
+class FolivoPluginVersion : public testing::Test {
  protected:
   void ExpectFailure(const char* failing) const {
     const CComBSTR before(L"something");
@@ -35,7 +35,7 @@ class PluginVersion : public testing::Test {
       m_library.Create<IFolivoPluginVersion>(CLSID_CFolivoPluginVersion);
 };
 
-TEST_F(PluginVersion, IsReadAnewByEachCall) {
+TEST_F(FolivoPluginVersion, IsReadAnewByEachCall) {
   const CImportSpy<&GetModuleFileNameW> path("kernel32.dll", "GetModuleFileNameW", nullptr,
                                              m_library.Module());
   const CImportSpy<&GetFileVersionInfoSizeW> size("version.dll", "GetFileVersionInfoSizeW", nullptr,
@@ -52,7 +52,7 @@ TEST_F(PluginVersion, IsReadAnewByEachCall) {
   EXPECT_EQ(size.Calls().size(), 2u);
 }
 
-TEST_F(PluginVersion, FailingCallReturnsEFail) {
+TEST_F(FolivoPluginVersion, FailingCallReturnsEFail) {
   const auto fail = +[]() -> ULONG_PTR { return 0; };
   for (const auto& [dll, name] : {std::pair("kernel32.dll", "GetModuleFileNameW"),
                                   {"version.dll", "GetFileVersionInfoSizeW"},
@@ -76,7 +76,7 @@ TEST_F(PluginVersion, FailingCallReturnsEFail) {
 int g_allocationsLeft = 0;
 void* AllocateSome(size_t size) { return --g_allocationsLeft == 0 ? nullptr : std::malloc(size); }
 
-TEST_F(PluginVersion, OutOfMemoryReturnsEFail) {
+TEST_F(FolivoPluginVersion, OutOfMemoryReturnsEFail) {
   const CImportPatch patch("msvcrt.dll", "malloc", &AllocateSome, m_library.Module());
   HRESULT result = E_FAIL;
   int failing = 0;
@@ -91,7 +91,7 @@ TEST_F(PluginVersion, OutOfMemoryReturnsEFail) {
   EXPECT_GT(failing, 2) << "it needs at least a path and a block of information";
 }
 
-TEST(PluginVersionOfARenamedDll, IsThatOfTheModuleOfTheFixedNameOrElseTheHosts) {
+TEST(FolivoPluginVersionOfARenamedDll, IsThatOfTheModuleOfTheFixedNameOrElseTheHosts) {
   const CTempSandbox sandbox;
   const std::wstring path = sandbox / L"Renamed.dll";
   std::filesystem::copy_file(CPluginLibrary::BuiltPath(), path);

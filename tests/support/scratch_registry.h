@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,8 @@
 /// writes comes here. One at a time.
 class CScratchRegistry {
  public:
+  using Lines = std::vector<std::wstring>;
+
   CScratchRegistry() {
     EXPECT_EQ(m_key.Create(HKEY_CURRENT_USER, m_path.c_str()), ERROR_SUCCESS);
     for (const auto& [root, name] : kRoots) {
@@ -44,21 +47,21 @@ class CScratchRegistry {
     }
   }
 
-  /// All keys ("path") and values ("path|name=text", without a name the key's own), sorted.
-  std::vector<std::wstring> Dump() const {
-    std::vector<std::wstring> lines;
-    for (const auto& root : kRoots) {
-      AddTree(root.second, lines);
-    }
+  /// All keys ("path") and values ("path|name=text", without a name the key's own), sorted: those
+  /// below one root, by their paths from there, or those of all roots.
+  Lines Dump(const std::wstring& root = L"") const {
+    Lines lines;
+    AddTree(m_key, root, L"", lines);
     std::sort(lines.begin(), lines.end());
     return lines;
   }
 
  private:
-  void AddTree(const std::wstring& path, std::vector<std::wstring>& lines) const {
-    lines.push_back(path);
+  /// Adds the lines of a key's child, for which `path` stands, and of all below it.
+  static void AddTree(HKEY parent, const std::wstring& child, const std::wstring& path,
+                      Lines& lines) {
     CRegKey key;
-    EXPECT_EQ(key.Open(m_key, path.c_str(), KEY_READ), ERROR_SUCCESS);
+    EXPECT_EQ(key.Open(parent, child.c_str(), KEY_READ), ERROR_SUCCESS);
     wchar_t name[256];
     wchar_t text[1024];
     const auto next = [&](DWORD index) {
@@ -67,14 +70,20 @@ class CScratchRegistry {
       DWORD size = sizeof(text);
       const LSTATUS result = RegEnumValueW(key, index, name, &nameLength, nullptr, &type,
                                            reinterpret_cast<BYTE*>(text), &size);
-      EXPECT_TRUE(result == ERROR_NO_MORE_ITEMS || type == REG_SZ);
-      return result == ERROR_SUCCESS;
+      if (result != ERROR_SUCCESS) {
+        return false;
+      }
+      EXPECT_EQ(type, DWORD{REG_SZ});
+      EXPECT_EQ(size, (std::wcslen(text) + 1) * sizeof(wchar_t)) << "exactly one terminator";
+      return true;
     };
     for (DWORD i = 0; next(i); ++i) {
       lines.push_back(path + L"|" + name + L"=" + text);
     }
     for (DWORD i = 0; RegEnumKeyW(key, i, name, ARRAYSIZE(name)) == ERROR_SUCCESS; ++i) {
-      AddTree(path + L"\\" + name, lines);
+      const std::wstring below = path.empty() ? name : path + L"\\" + name;
+      lines.push_back(below);
+      AddTree(key, name, below, lines);
     }
   }
 
