@@ -5,10 +5,10 @@
 
 #include <string>
 
+#include "tests/e2e/tool_process.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_sandbox.h"
-#include "tests/tools/tool_process.h"
 
 /// The built DLL, registered by the system's regsvr32 while a suite's tests run.
 class CRegisteredPluginTest : public testing::Test {
