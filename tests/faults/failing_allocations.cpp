@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <string>
 
 #include "tests/faults/quick_cut.h"
 
@@ -122,10 +123,10 @@ CFailingAllocations::CFailingAllocations()
   g_begin = m_thread.Original<decltype(_beginthreadex)>();
 }
 
-bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& action) const {
+bool CFailingAllocations::Run(int n, bool isForGood, const std::function<void()>& action) const {
   g_threads[0] = GetCurrentThreadId();
   g_threadCount = 1;
-  g_failsForGood = mode == Mode::kForGood;
+  g_failsForGood = isForGood;
   g_countdown = n;
   g_isArmed = true;
   action();
@@ -133,24 +134,26 @@ bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& act
   return g_countdown <= 0;
 }
 
-void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
-                    const std::function<bool(const Fail& fail)>& cell, int quickStep) {
+void RunOutOfMemory(CRunChecks& checks, const std::function<bool(const Fail& fail)>& cell,
+                    int quickStep) {
   const CFailingAllocations allocations;
   const CRunSteps steps = RunSteps(quickStep);
-  bool failed = true;
-  int n = steps.first;
-  for (; failed && !testing::Test::HasFailure(); n += steps.step) {
-    SCOPED_TRACE(n);
-    checks.Run([&] {
-      failed = cell([&](const std::function<void()>& action) {
-        bool result = false;
-        CallGuardedDialog([&] {
-          result = allocations.Run(mode, n, action);
-          return 0;
+  for (const bool isForGood : {false, true}) {
+    bool failed = true;
+    int n = steps.first;
+    for (; failed && !testing::Test::HasFailure(); n += steps.step) {
+      SCOPED_TRACE(std::to_string(n) + (isForGood ? " and on" : ""));
+      checks.Run([&] {
+        failed = cell([&](const std::function<void()>& action) {
+          bool result = false;
+          CallGuardedDialog([&] {
+            result = allocations.Run(n, isForGood, action);
+            return 0;
+          });
+          return result;
         });
-        return result;
       });
-    });
+    }
+    std::printf("fewer than %d allocations\n", n);
   }
-  std::printf("fewer than %d allocations\n", n);
 }
