@@ -152,6 +152,10 @@ TEST_F(OpenOrSaveDownload, OpenGoesToATemporaryFileOfTheDownloadsName) {
   const std::pair<LPCWSTR, std::wstring> rows[] = {{L"files/a%20b.qdk", L"a b.qdk"},
                                                    {L"a.qdk?name=other.exe", L"other.qdk"},
                                                    {L"taken.qdk", L"taken("},
+                                                   {L"TAKEN.qdk", L"TAKEN("},
+                                                   {L"NUL.qdk", L"NUL("},
+                                                   {L"con.qdk", L"con("},
+                                                   {L"LPT9.qdk", L"LPT9("},
                                                    {L"a.qdk?x=", generated},
                                                    {L"a.qdk?x=.hidden", generated}};
   for (const auto& [name, beginning] : rows) {
