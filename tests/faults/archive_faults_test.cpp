@@ -27,7 +27,7 @@ class ArchiveFaultsCancel : public ArchiveFaults {
       way.Cancel(FindWindowW(L"#32770", kCollectionTitle));
       transfer.LetGo();
     });
-    const COutcome outcome = DownloadTo(TrustedUrl(path), L"download.zip");
+    const CTransferOutcome outcome = DownloadTo(TrustedUrl(path), L"download.zip");
     EXPECT_EQ(outcome.message, L"");
     EXPECT_TRUE(outcome.bytes == BodyBytes(kSize));
     EXPECT_TRUE(m_sandbox.Files().empty());
@@ -38,7 +38,7 @@ TEST_F(ArchiveFaultsCancel, CancelComesTooLateOnceItHasBegun) {
   for (const CMoment& moment : QuickCut(Moments(kSize))) {
     for (const CWay& way : kWays) {
       SCOPED_TRACE(std::string(moment.name) + ", " + way.name);
-      Checks().Run([&] { Run(moment, way); });
+      m_checks.Run([&] { Run(moment, way); });
     }
   }
 }
@@ -52,7 +52,7 @@ TEST_F(ArchiveFaultsCancel, CancelBeforeTheFirstStepSendsNoRequest) {
       way.Cancel(window);
       return timer.CallOriginal(window, others...);
     });
-    Checks().Run([&] {
+    m_checks.Run([&] {
       CZipProgressDialog dialog(TrustedUrl(path).c_str(), ZipPath().c_str(),
                                 ContentFolder().c_str());
       EXPECT_EQ(CallGuardedDialog([&] { return dialog.DoModal(nullptr); }), kCollectionNo);
@@ -155,7 +155,7 @@ TEST_F(ArchiveFaultsLifetime, PageMayDoAnythingMeanwhile) {
     const size_t when = cell / std::size(kActs);
     const size_t act = cell % std::size(kActs);
     SCOPED_TRACE(std::string(kPoints[when]) + ": " + kActs[act]);
-    Checks().Run([&] { Run(static_cast<Point>(when), static_cast<PageAct>(act)); });
+    m_checks.Run([&] { Run(static_cast<Point>(when), static_cast<PageAct>(act)); });
   }
 }
 

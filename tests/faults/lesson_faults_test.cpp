@@ -119,7 +119,7 @@ TEST_F(LessonFaultsCancel, CancelEndsTheDownloadWhereverItIs) {
     const CWay& way = kWays[cell % std::size(kWays)];
     SCOPED_TRACE(std::string(moment.name) + ", " + way.name +
                  (peeks ? ", pre-check" : ", dialog alone"));
-    Checks().Run([&] { Run(moment, way, peeks); });
+    m_checks.Run([&] { Run(moment, way, peeks); });
   }
 }
 
@@ -135,7 +135,7 @@ TEST_F(LessonFaultsCancel, CancelAfterTheResultWasPosted) {
   };
   for (const CLateCell& cell : QuickCut(cells)) {
     SCOPED_TRACE(cell.name);
-    Checks().Run([&] { RunLate(cell); });
+    m_checks.Run([&] { RunLate(cell); });
   }
 }
 
@@ -198,19 +198,19 @@ TEST_F(LessonFaultsDelivery, FinalNameThatNoFileMayHaveIsNotReported) {
                                 L"LPT9"};
   for (const std::wstring& name : QuickCut(names)) {
     SCOPED_TRACE(testing::PrintToString(name));
-    Checks().Run([&] { Run(name, {}); });
+    m_checks.Run([&] { Run(name, {}); });
   }
 }
 
 TEST_F(LessonFaultsDelivery, FinalFileThatCannotBeReplacedStays) {
-  Checks().Run([&] {
+  m_checks.Run([&] {
     CHandle user(CreateFileW(m_sandbox.Write(kFinal, "old").c_str(), GENERIC_READ, 0, nullptr,
                              OPEN_EXISTING, 0, nullptr));
     Run(kFinal, {kFinal});
     user.Close();
     EXPECT_TRUE(TakeDelivered() == "old");
   });
-  Checks().Run([&] {
+  m_checks.Run([&] {
     CreateDirectoryW(DestPath().c_str(), nullptr);
     Run(kFinal, {});
     EXPECT_TRUE(RemoveDirectoryW(DestPath().c_str()));
@@ -218,14 +218,14 @@ TEST_F(LessonFaultsDelivery, FinalFileThatCannotBeReplacedStays) {
 }
 
 TEST_F(LessonFaultsDelivery, FinalFileMadeMeanwhileIsReplaced) {
-  Checks().Run([&] {
+  m_checks.Run([&] {
     Run(kFinal, {kFinal}, [&] { m_sandbox.Write(kFinal, std::string(900000, 'o')); });
     EXPECT_TRUE(TakeDelivered() == LessonBytes(kPattern));
   });
 }
 
 TEST_F(LessonFaultsDelivery, TemporaryFileDeletedBeforeItsDeliveryIsNotReported) {
-  Checks().Run([&] {
+  m_checks.Run([&] {
     m_sandbox.Write(kFinal, "old");
     Run(kFinal, {kFinal}, nullptr, [&] { EXPECT_TRUE(DeleteFileW(TempPath().c_str())); });
     EXPECT_TRUE(TakeDelivered() == "old");
@@ -236,7 +236,7 @@ TEST_F(LessonFaultsDelivery, FolderDeletedMeanwhileIsNotMadeAgain) {
   const std::wstring folder = m_sandbox / L"folder";
   const Action remove = [&] { EXPECT_TRUE(RemoveDirectoryW(folder.c_str())); };
   for (const bool isLate : {false, true}) {
-    Checks().Run([&] {
+    m_checks.Run([&] {
       CreateDirectoryW(folder.c_str(), nullptr);
       Run(L"folder\\Lesson.qdk", {}, isLate ? nullptr : remove, isLate ? remove : nullptr);
       EXPECT_EQ(GetFileAttributesW(folder.c_str()), INVALID_FILE_ATTRIBUTES);

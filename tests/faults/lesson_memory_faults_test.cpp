@@ -10,7 +10,6 @@
 #include <functional>
 
 #include "download/progress_dialog.h"
-#include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/import_spy.h"

@@ -9,11 +9,11 @@
 #include "tests/support/import_spy.h"
 #ifdef FOLIVO_ARCHIVE_FAULTS
 #include "tests/faults/archive_faults.h"
-using TransferFaults = ArchiveFaults;
+using TransferFaults = CTransferFaults<ArchiveFaults>;
 constexpr wchar_t kHost[] = L"folivo-collections.example";
 #else
 #include "tests/faults/lesson_faults.h"
-using TransferFaults = LessonFaults;
+using TransferFaults = CTransferFaults<LessonFaults>;
 constexpr wchar_t kHost[] = L"127.0.0.1";
 #endif
 
@@ -249,7 +249,7 @@ class TransferFaultsDestination : public TransferFaults {
   void Expect(const std::wstring& file, bool canBeMade, const Files& kept = {}) {
     SCOPED_TRACE(testing::PrintToString(file));
     const ScriptedPath path(m_server, Body(kSize));
-    const COutcome outcome = DownloadTo(UrlOf(path), file);
+    const CTransferOutcome outcome = DownloadTo(UrlOf(path), file);
     const std::wstring full = m_sandbox / file;
     EXPECT_EQ(outcome.message,
               canBeMade ? L"" : L"Unable to create the destination file " + full + L".");
@@ -262,17 +262,17 @@ TEST_F(TransferFaultsDestination, NameThatNoFileMayHaveIsReported) {
   for (const std::wstring& file :
        {std::wstring(L"missing\\a.qdk"), std::wstring(300, L'n') + L".qdk", std::wstring(L"a?.qdk"),
         std::wstring(L"a|b.qdk")}) {
-    Checks().Run([&] { Expect(file, false); });
+    m_checks.Run([&] { Expect(file, false); });
   }
 }
 
 TEST_F(TransferFaultsDestination, FolderOrFileInUseIsLeftUntouched) {
-  Checks().Run([&] {
+  m_checks.Run([&] {
     m_sandbox.Write(L"folder.qdk\\mine", "mine");
     Expect(L"folder.qdk", false, {L"folder.qdk\\mine"});
     DeleteFileW((m_sandbox / L"folder.qdk\\mine").c_str());
   });
-  Checks().Run([&] {
+  m_checks.Run([&] {
     CHandle user(CreateFileW(m_sandbox.Write(kFile, "old").c_str(), GENERIC_READ, 0, nullptr,
                              OPEN_EXISTING, 0, nullptr));
     Expect(kFile, false, {kFile});
@@ -283,7 +283,7 @@ TEST_F(TransferFaultsDestination, FolderOrFileInUseIsLeftUntouched) {
 }
 
 TEST_F(TransferFaultsDestination, FileThatIsThereIsReplaced) {
-  Checks().Run([&] {
+  m_checks.Run([&] {
     m_sandbox.Write(kFile, std::string(900000, 'o'));
     Expect(kFile, true);
   });
@@ -292,7 +292,7 @@ TEST_F(TransferFaultsDestination, FileThatIsThereIsReplaced) {
 TEST_F(TransferFaultsDestination, DiskThatFillsUpLeavesNothing) {
   for (int failing = 1; failing <= 4; ++failing) {
     SCOPED_TRACE(failing);
-    Checks().Run([&] {
+    m_checks.Run([&] {
       const CFullDisk disk(failing);
       const ScriptedPath path(m_server, Body(kSize));
       EXPECT_EQ(DownloadTo(UrlOf(path), kFile).message,
@@ -311,7 +311,7 @@ TEST_F(TransferFaultsDestination, OldArchiveDeletedBeforeItIsReadIsNoArchive) {
     EXPECT_TRUE(DeleteFileW((m_sandbox / L"download.zip").c_str()));
     return FALSE;
   });
-  Checks().Run([&] {
+  m_checks.Run([&] {
     const std::wstring source = m_sandbox.Write(L"source.zip", "PK");
     m_sandbox.Write(L"download.zip", "old");
     EXPECT_EQ(DownloadTo(source, L"download.zip").message, L"");
