@@ -8,26 +8,6 @@
 #include "tests/faults/run_checks.h"
 #include "tests/support/import_patch.h"
 
-/// Lets allocations of this program fail: `new`, malloc and what the product imports of the system
-/// for it. The system's own allocations are none of its business, nor is what the language's
-/// runtime keeps for each thread: it ends the program when there is no memory for that. One at a
-/// time.
-class CFailingAllocations {
- public:
-  CFailingAllocations();
-
-  /// Runs `action` with the n-th allocation failing that this thread makes in it, or a thread that
-  /// is begun in it, or with all from the n-th on; 1 is the first. False when there were fewer.
-  bool Run(int n, bool isForGood, const std::function<void()>& action) const;
-
- private:
-  CImportPatch m_malloc;
-  CImportPatch m_heap;
-  CImportPatch m_global;
-  CImportPatch m_string;
-  CImportPatch m_thread;
-};
-
 /// Counts this program's messages in place of showing them, without memory. One at a time.
 class CMessageCount {
  public:
@@ -43,9 +23,14 @@ class CMessageCount {
                                }};
 };
 
-/// Runs a cell for the first allocation, the second and so on until there were fewer, or in a quick
-/// run for every `quickStep`th: with that one failing, and with all from it on. The cell calls
-/// `Fail` once with what is to run out of memory, and gives its answer: whether it did.
+/// Calls what is to run out of memory; gives whether it did.
 using Fail = std::function<bool(const std::function<void()>& action)>;
+
+/// Runs a cell with its first allocation failing, then the second and so on until there were fewer,
+/// or in a quick run with every `quickStep`th; and once more with all from that one on. The cell
+/// calls `Fail` once, and gives its answer. Allocations are those of its thread in `Fail`, and of
+/// threads that are begun there: `new`, malloc and what the product imports of the system for it.
+/// The system's own are none of its business, nor is what the language's runtime keeps for each
+/// thread: it ends the program when there is no memory for that.
 void RunOutOfMemory(CRunChecks& checks, const std::function<bool(const Fail& fail)>& cell,
                     int quickStep = 17);
