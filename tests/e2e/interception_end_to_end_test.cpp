@@ -16,7 +16,6 @@
 #include "tests/e2e/tool_process.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
-#include "tools/dialog_driver/polling.h"
 #include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"
 #include "tools/support/utf8.h"
@@ -24,7 +23,6 @@
 namespace {
 
 constexpr size_t kLength = 1000000;
-constexpr wchar_t kDialogClass[] = L"#32770";
 
 using Files = std::vector<std::wstring>;
 
@@ -61,29 +59,21 @@ class CBrowserSession {
     return m_process.WaitForExit();
   }
 
-  HWND WaitForDialog(const std::wstring& title) const {
-    HWND dialog = nullptr;
-    EXPECT_TRUE(PollUntil(kToolTimeout, [&] {
-      dialog = FindVisibleWindow({title, kDialogClass, m_process.ProcessId()});
-      return dialog != nullptr;
-    })) << ToUtf8(title);
-    return dialog;
-  }
   /// Answers the question, and waits until it has gone.
-  void Press(int button) const {
+  static void Press(int button) {
     const HWND window = WaitForDialog(kPromptTitle);
     EXPECT_EQ(Click(window, button, kToolTimeout), ActionResult::kDone);
     EXPECT_EQ(WaitGone(window, kToolTimeout), ActionResult::kDone);
   }
   /// Deals with the save dialog.
-  void SaveAs(const std::wstring& path) const {
+  static void SaveAs(const std::wstring& path) {
     constexpr int kNameField = 0x47C;
     const HWND dialog = WaitForDialog(kSaveTitle);
     EXPECT_EQ(SetControlText(dialog, kNameField, path, kToolTimeout), ActionResult::kDone);
     EXPECT_EQ(SendCommand(dialog, IDOK), ActionResult::kDone);
   }
   bool HasDialog() const {
-    return FindVisibleWindow({std::nullopt, kDialogClass, m_process.ProcessId()}) != nullptr;
+    return FindVisibleWindow({std::nullopt, L"#32770", m_process.ProcessId()}) != nullptr;
   }
 
  private:
@@ -186,7 +176,7 @@ TEST_F(InterceptionEndToEnd, BrowserMayQuitDuringTheQuestionAndTheDownload) {
     if (isAnswered) {
       browser.Press(kOpenButton);
     }
-    browser.WaitForDialog(isAnswered ? kDownloadTitle : kPromptTitle);
+    WaitForDialog(isAnswered ? kDownloadTitle : kPromptTitle);
     EXPECT_EQ(browser.CloseWindow(), 0u);
     EXPECT_EQ(TempFiles(), Files());
   }

@@ -14,10 +14,8 @@
 #include "tests/support/dialogs.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/stored_zip.h"
-#include "tools/dialog_driver/polling.h"
 #include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"
-#include "tools/support/utf8.h"
 
 namespace {
 
@@ -28,19 +26,9 @@ constexpr int kMessageText = 0xFFFF;
 
 using Lines = std::vector<std::string>;
 
-/// Waits for a dialog of whatever process with this title.
-HWND WaitForTitle(const std::wstring& title) {
-  HWND window = nullptr;
-  EXPECT_TRUE(PollUntil(kToolTimeout, [&] {
-    window = FindVisibleWindow({title, L"#32770", 0});
-    return window != nullptr;
-  })) << ToUtf8(title);
-  return window;
-}
-
 /// Waits for the plug-in's message, presses OK and gives its text.
 std::wstring Dismiss() {
-  const HWND message = WaitForTitle(kMessageTitle);
+  const HWND message = WaitForDialog(kMessageTitle);
   const std::wstring text = WindowText(GetDlgItem(message, kMessageText));
   EXPECT_EQ(Click(message, IDOK, kToolTimeout), ActionResult::kDone);
   return text;
@@ -116,7 +104,7 @@ TEST_F(ScriptEndToEnd, SamplePageShowsTheVersionAndTheEndOfADownload) {
     m_sandbox.Write(kArchiveFile, Archive());  // left by an earlier call
     Start(SamplePage() + "start(createControl); submit();",
           isLocal ? local : Under(L"folivo-schools.example", path.Url(L"c.zip")));
-    WaitForTitle(kCollectionTitle);
+    WaitForDialog(kCollectionTitle);
     EXPECT_EQ(Dismiss(), kCannotUnzip);
     const Lines printed = Finish();
     for (const LPCSTR line :
