@@ -1,5 +1,5 @@
 // What the helper object does with a navigation. The question box is answered by CPromptAnswer, and
-// nothing is shown or run; the real dialogs are in interception_dialogs_test.cpp.
+// nothing is shown or run.
 
 #include <exdispid.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The steps after the user's choice. The download dialog and the save dialog answer at once here,
-// and nothing is run; they are shown in interception_dialogs_test.cpp.
+// The question, and the steps after the user's choice. The download dialog and the save dialog
+// answer at once here, and nothing is run; tests/e2e shows them.
 
 #include "browser/open_or_save.h"
 
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "download/temp_files.h"
+#include "tests/browser/browser_frame.h"
 #include "tests/browser/common_dialog.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/lesson_bytes.h"
@@ -23,12 +24,38 @@
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
+#include "tests/support/user.h"
 
 namespace {
 
 const HWND kOwner = GetDesktopWindow();
 const HANDLE kState = GetCurrentThread();  // any value: only handed on
+
+TEST(OpenOrSaveQuestion, HasIconTextAndThreeButtonsAndDisablesTheBrowser) {
+  const CBrowserFrame browser;
+  const CParallel user([&] {
+    const HWND question = WaitForDialog(kPromptTitle);
+    std::vector<std::wstring> texts;
+    for (HWND child = GetWindow(question, GW_CHILD); child != nullptr;
+         child = GetWindow(child, GW_HWNDNEXT)) {
+      texts.push_back(TextOf(child));
+    }
+    ASSERT_EQ(texts.size(), 5u) << "no check box";
+    EXPECT_EQ(SendMessageW(GetWindow(question, GW_CHILD), STM_GETICON, 0, 0),
+              reinterpret_cast<LRESULT>(LoadIconW(nullptr, MAKEINTRESOURCEW(32514))))
+        << "a question mark";
+    EXPECT_EQ(texts[1], L"Would you like to open or save this Folivo file?");
+    EXPECT_EQ(ChildText(question, kOpenButton), L"Open");
+    EXPECT_EQ(ChildText(question, kSaveButton), L"Save");
+    EXPECT_EQ(ChildText(question, kCancelButton), L"Cancel");
+    EXPECT_EQ(GetWindow(question, GW_OWNER), browser);
+    EXPECT_FALSE(IsWindowEnabled(browser));
+    Click(question, kSaveButton);
+  });
+  EXPECT_EQ(AskOpenOrSave(browser), kAnswerSave);
+}
 
 class OpenOrSave : public testing::Test {
  protected:
@@ -125,6 +152,10 @@ TEST_F(OpenOrSaveDownload, OpenGoesToATemporaryFileOfTheDownloadsName) {
   const std::pair<LPCWSTR, std::wstring> rows[] = {{L"files/a%20b.qdk", L"a b.qdk"},
                                                    {L"a.qdk?name=other.exe", L"other.qdk"},
                                                    {L"taken.qdk", L"taken("},
+                                                   {L"TAKEN.qdk", L"TAKEN("},
+                                                   {L"NUL.qdk", L"NUL("},
+                                                   {L"con.qdk", L"con("},
+                                                   {L"LPT9.qdk", L"LPT9("},
                                                    {L"a.qdk?x=", generated},
                                                    {L"a.qdk?x=.hidden", generated}};
   for (const auto& [name, beginning] : rows) {

@@ -5,10 +5,23 @@
 
 #include <string>
 
+#include "tests/e2e/tool_process.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_sandbox.h"
-#include "tests/tools/tool_process.h"
+#include "tools/dialog_driver/polling.h"
+#include "tools/dialog_driver/window_query.h"
+#include "tools/support/utf8.h"
+
+/// Waits for a dialog of whatever process with this title.
+inline HWND WaitForDialog(const std::wstring& title) {
+  HWND dialog = nullptr;
+  EXPECT_TRUE(PollUntil(kToolTimeout, [&] {
+    dialog = FindVisibleWindow({title, L"#32770", 0});
+    return dialog != nullptr;
+  })) << ToUtf8(title);
+  return dialog;
+}
 
 /// The built DLL, registered by the system's regsvr32 while a suite's tests run.
 class CRegisteredPluginTest : public testing::Test {

@@ -12,15 +12,13 @@ std::string ArchiveFaults::BodyBytes(size_t size) { return PatternBytes(kSeed, 0
 
 HttpAnswer ArchiveFaults::Body(size_t size) { return HttpAnswer().Pattern(kSeed, size); }
 
-ArchiveFaults::COutcome ArchiveFaults::Download(bool, const std::wstring& url,
-                                                const CTransferFault&) {
-  COutcome outcome = DownloadTo(url, L"download.zip");
+CTransferOutcome ArchiveFaults::Download(bool, const std::wstring& url, const CTransferFault&) {
+  CTransferOutcome outcome = DownloadTo(url, L"download.zip");
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
   return outcome;
 }
 
-ArchiveFaults::COutcome ArchiveFaults::DownloadTo(const std::wstring& url,
-                                                  const std::wstring& file) {
+CTransferOutcome ArchiveFaults::DownloadTo(const std::wstring& url, const std::wstring& file) {
   m_winInet.errorDialogAnswers = {ERROR_SUCCESS};  // as when the user cancels it
   m_deleted.reset();
   CZipProgressDialog dialog(url.c_str(), (m_sandbox / file).c_str(), ContentFolder().c_str());

@@ -6,34 +6,35 @@
 #include "tests/collections/collection_test.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/collections/wininet_recorder.h"
+#include "tests/faults/run_checks.h"
 #include "tests/faults/transfer_faults.h"
 #include "tests/support/import_spy.h"
 
 /// Faults of an archive's download. The dialog itself ends with 3 and one message in each case: an
 /// archive that has come is still held open when it is to be read.
-class ArchiveFaults : public CollectionTest, protected CTransferFaults {
+class ArchiveFaults : public CollectionTest {
  protected:
   static constexpr size_t kBuffer = 10000;  // of the transfer
   static constexpr size_t kPeekBuffer = 800;
+  static constexpr bool kHasPreCheck = false;
 
   /// A whole body of this many bytes.
   static std::string BodyBytes(size_t size);
   static HttpAnswer Body(size_t size);
-  std::wstring UrlOf(const ScriptedPath& path) const override { return TrustedUrl(path); }
+  static std::wstring UrlOf(const ScriptedPath& path) { return TrustedUrl(path); }
 
+  CTransferOutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault);
   /// Runs the dialog, whose archive is `file` below the sandbox; it adds nothing.
-  COutcome DownloadTo(const std::wstring& url, const std::wstring& file);
+  CTransferOutcome DownloadTo(const std::wstring& url, const std::wstring& file);
+  static bool IsRight(const CTransferFault& fault) { return fault.bytes != kPage; }
+  static std::wstring WrongMessage(const std::wstring&) { return kNotValid; }
+  static std::wstring UnavailableMessage(const std::wstring&) { return kUnavailable; }
   /// The messages so far; forgets them.
   CDialogTrace::Lines TakeMessages() { return m_trace.Take(L"message"); }
 
- private:
-  const HttpTestServer& Server() const override { return m_server; }
-  bool HasPreCheck() const override { return false; }
-  COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) override;
-  bool IsRight(const CTransferFault& fault) const override { return fault.bytes != kPage; }
-  std::wstring WrongMessage(const std::wstring&) const override { return kNotValid; }
-  std::wstring UnavailableMessage(const std::wstring&) const override { return kUnavailable; }
+  CRunChecks m_checks;
 
+ private:
   CWinInetRecorder m_winInet;
   CDialogTrace m_trace;
   std::optional<std::string> m_deleted;

@@ -1,7 +1,6 @@
 // Memory that runs out anywhere in a collection's way from the page's call to the dialog's end.
 
 #include <algorithm>
-#include <atomic>
 #include <string>
 #include <vector>
 
@@ -14,8 +13,6 @@
 
 namespace {
 
-using Mode = CFailingAllocations::Mode;
-
 constexpr size_t kSize = 45000;
 constexpr wchar_t kArchiveFile[] = L"ZDH\\download.zip";
 const char kManifest[] =
@@ -24,7 +21,6 @@ const char kManifest[] =
     "<DownloadedFile Filename='b.qdc' Destination='y/z'/>"
     "</Collections>";
 
-std::atomic<int> g_messages;
 decltype(&Sleep) g_sleep;
 decltype(&InternetOpenUrlW) g_openUrl;
 
@@ -44,7 +40,7 @@ class ArchiveMemoryFaults : public CollectionTest {
   }
 
   /// Makes a control and has it download; all of it with memory that runs out.
-  void RunDownload(Mode mode, bool isLocal) {
+  void RunDownload(bool isLocal) {
     const CDocumentsFolder documents(m_sandbox / L"Documents");
     const ScriptedPath path(m_server, HttpAnswer().Pattern(1, kSize));
     const auto cell = [&](const Fail& fail) {
@@ -53,14 +49,14 @@ class ArchiveMemoryFaults : public CollectionTest {
         m_sandbox.Write(kArchiveFile, Archive());  // of an earlier call
         source = m_sandbox.Write(L"source.zip", "never read");
       }
-      g_messages = 0;
       HRESULT result = E_UNEXPECTED;
       const CComBSTR text(source.c_str());
       const bool failed = fail([&] { result = Download(text); });
       EXPECT_TRUE(result == S_OK || (failed && (result == E_OUTOFMEMORY || result == E_FAIL)))
           << std::hex << result;
-      EXPECT_LE(g_messages, 1);
-      EXPECT_TRUE(result != S_OK || g_messages == 1) << "the dialog never ends in silence";
+      const int messages = CMessageCount::Take();
+      EXPECT_LE(messages, 1);
+      EXPECT_TRUE(result != S_OK || messages == 1) << "the dialog never ends in silence";
       if (result != S_OK && Exists(m_sandbox / kArchiveFile)) {
         // There was no dialog: the archive of the earlier call is as it was.
         EXPECT_TRUE(ReadFileBytes(m_sandbox / kArchiveFile) == Archive());
@@ -69,7 +65,7 @@ class ArchiveMemoryFaults : public CollectionTest {
       EXPECT_EQ(m_sandbox.Files().size(), isLocal ? 1u : 0u);
       return failed;
     };
-    RunOutOfMemory(m_checks, mode, cell, isLocal ? 37 : 17);
+    RunOutOfMemory(m_checks, cell, isLocal ? 37 : 17);
   }
 
   CRunChecks m_checks;
@@ -90,10 +86,7 @@ class ArchiveMemoryFaults : public CollectionTest {
   }
 
   // What stands in for the system takes no memory: it may be out.
-  const CImportPatch m_message{"user32.dll", "MessageBoxW", +[](HWND, LPCWSTR, LPCWSTR, UINT) {
-                                 ++g_messages;
-                                 return int{IDOK};
-                               }};
+  const CMessageCount m_messages;
   const CImportPatch m_sleep{"kernel32.dll", "Sleep", +[](DWORD milliseconds) {
                                if (milliseconds != 100 && milliseconds != 700) {  // for readers
                                  g_sleep(milliseconds);
@@ -113,49 +106,37 @@ class ArchiveMemoryFaults : public CollectionTest {
   const CUnzipSearchPath m_unzip{RealUnzipFolder()};
 };
 
-TEST_F(ArchiveMemoryFaults, NetworkArchiveWithOneFailingAllocationLeavesNothing) {
-  RunDownload(Mode::kOnce, false);
-}
-
-TEST_F(ArchiveMemoryFaults, LocalArchiveWithOneFailingAllocationLeavesNothing) {
-  RunDownload(Mode::kOnce, true);
-}
-
-TEST_F(ArchiveMemoryFaults, NetworkArchiveWithoutMemoryLeavesNothing) {
-  RunDownload(Mode::kForGood, false);
-}
-
-TEST_F(ArchiveMemoryFaults, LocalArchiveWithoutMemoryLeavesNothing) {
-  RunDownload(Mode::kForGood, true);
+TEST_F(ArchiveMemoryFaults, DownloadLeavesNothing) {
+  for (const bool isLocal : {false, true}) {
+    RunDownload(isLocal);
+  }
 }
 
 TEST_F(ArchiveMemoryFaults, AddedCollectionsAreWholeOrAbsent) {
-  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    RunOutOfMemory(m_checks, mode, [&](const Fail& fail) {
-      m_sandbox.Write(L"download.zip", Archive());
-      COpenDialog dialog(L"", ZipPath(), ContentFolder());
-      TiXmlDocument document;
-      document.Parse(kManifest);
-      const bool failed = fail([&] {
-        try {
-          dialog->AddCollections(document);
-        } catch (const std::bad_alloc&) {  // The pipeline's guard takes both.
-        } catch (const CAtlException&) {
-        }
-      });
-      const std::vector<std::wstring> added = dialog->AddedFiles();
-      for (const auto& [file, bytes] : {std::pair(Content(L"x\\a.qdc"), "first"),
-                                        std::pair(Content(L"y\\z\\b.qdc"), "second")}) {
-        EXPECT_TRUE(!Exists(file) || ReadFileBytes(file) == bytes);
-        EXPECT_TRUE(failed || Exists(file));
-        EXPECT_EQ(std::count(added.begin(), added.end(), file), Exists(file) ? 1 : 0);
-        DeleteFileW(file.c_str());
+  RunOutOfMemory(m_checks, [&](const Fail& fail) {
+    m_sandbox.Write(L"download.zip", Archive());
+    COpenDialog dialog(L"", ZipPath(), ContentFolder());
+    TiXmlDocument document;
+    document.Parse(kManifest);
+    const bool failed = fail([&] {
+      try {
+        dialog->AddCollections(document);
+      } catch (const std::bad_alloc&) {  // The pipeline's guard takes both.
+      } catch (const CAtlException&) {
       }
-      DeleteFileW(ZipPath().c_str());
-      EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
-      return failed;
     });
-  }
+    const std::vector<std::wstring> added = dialog->AddedFiles();
+    for (const auto& [file, bytes] :
+         {std::pair(Content(L"x\\a.qdc"), "first"), std::pair(Content(L"y\\z\\b.qdc"), "second")}) {
+      EXPECT_TRUE(!Exists(file) || ReadFileBytes(file) == bytes);
+      EXPECT_TRUE(failed || Exists(file));
+      EXPECT_EQ(std::count(added.begin(), added.end(), file), Exists(file) ? 1 : 0);
+      DeleteFileW(file.c_str());
+    }
+    DeleteFileW(ZipPath().c_str());
+    EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
+    return failed;
+  });
 }
 
 }  // namespace

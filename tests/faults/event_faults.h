@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "download/temp_files.h"
+#include "tests/browser/browser_frame.h"
+#include "tests/browser/fake_browser.h"
+#include "tests/browser/helper_object.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/lesson_bytes.h"
 #include "tests/browser/navigation_event.h"
@@ -18,6 +21,20 @@
 #include "tests/support/temp_sandbox.h"
 
 using Files = std::vector<std::wstring>;
+
+/// A browser with one window, which clicks find, and its helper object; all of one thread.
+class CBrowserParty {
+ public:
+  CBrowserParty() {
+    browser.window = frame;
+    SetWindowPos(frame, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    helper->SetSite(&browser);
+  }
+
+  CFakeBrowser browser;
+  CBrowserFrame frame;
+  CHelperObject helper;
+};
 
 /// What the browser's events meet. For tables of cells: each runs inside Checks(), which asserts
 /// that nothing of it lives on.

@@ -12,8 +12,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <string>
+#include <type_traits>
 
 #include "tests/faults/quick_cut.h"
+#include "tests/support/import_patch.h"
 
 namespace {
 
@@ -64,16 +67,25 @@ void* Allocate(size_t size) {
   return AllocateReally(size);
 }
 
-/// Stands in for one of the system's functions for that. Names it, so that every program has this
-/// import to be replaced.
+/// Replaces one of the system's functions for that. Names it, so that every program has this import
+/// to be replaced.
 template <auto function>
-struct CAllocator;
+class CAllocator;
 template <typename Block, typename... Arguments, Block(WINAPI* function)(Arguments...)>
-struct CAllocator<function> {
-  static inline Block(WINAPI* original)(Arguments...) = function;
-  static Block WINAPI Allocate(Arguments... arguments) {
-    return Fails() ? nullptr : original(arguments...);
+class CAllocator<function> {
+ public:
+  CAllocator(LPCSTR dll, LPCSTR name) : m_patch(dll, name, &AllocateOrFail) {
+    s_original = m_patch.Original<std::remove_pointer_t<decltype(function)>>();
   }
+
+ private:
+  static Block WINAPI AllocateOrFail(Arguments... arguments) {
+    return Fails() ? nullptr : s_original(arguments...);
+  }
+
+  static inline Block(WINAPI* s_original)(Arguments...) = function;
+
+  const CImportPatch m_patch;
 };
 
 unsigned __stdcall StartCounted(void* start) {
@@ -97,6 +109,19 @@ uintptr_t Begin(void* security, unsigned stack, _beginthreadex_proc_type functio
   return thread;
 }
 
+/// Runs `action` with the n-th allocation failing, 1 is the first, or with all from it on. False
+/// when there were fewer.
+bool RunFailing(int n, bool isForGood, const std::function<void()>& action) {
+  g_threads[0] = GetCurrentThreadId();
+  g_threadCount = 1;
+  g_failsForGood = isForGood;
+  g_countdown = n;
+  g_isArmed = true;
+  action();
+  g_isArmed = false;
+  return g_countdown <= 0;
+}
+
 }  // namespace
 
 void* operator new(size_t size) {
@@ -110,47 +135,31 @@ void* operator new(size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 
-CFailingAllocations::CFailingAllocations()
-    : m_malloc("msvcrt.dll", "malloc", &Allocate),
-      m_heap("kernel32.dll", "HeapAlloc", &CAllocator<&HeapAlloc>::Allocate),
-      m_global("kernel32.dll", "GlobalAlloc", &CAllocator<&GlobalAlloc>::Allocate),
-      m_string("oleaut32.dll", "SysAllocString", &CAllocator<&SysAllocString>::Allocate),
-      m_thread("msvcrt.dll", "_beginthreadex", &Begin) {
-  CAllocator<&HeapAlloc>::original = m_heap.Original<decltype(HeapAlloc)>();
-  CAllocator<&GlobalAlloc>::original = m_global.Original<decltype(GlobalAlloc)>();
-  CAllocator<&SysAllocString>::original = m_string.Original<decltype(SysAllocString)>();
-  g_begin = m_thread.Original<decltype(_beginthreadex)>();
-}
-
-bool CFailingAllocations::Run(Mode mode, int n, const std::function<void()>& action) const {
-  g_threads[0] = GetCurrentThreadId();
-  g_threadCount = 1;
-  g_failsForGood = mode == Mode::kForGood;
-  g_countdown = n;
-  g_isArmed = true;
-  action();
-  g_isArmed = false;
-  return g_countdown <= 0;
-}
-
-void RunOutOfMemory(CRunChecks& checks, CFailingAllocations::Mode mode,
-                    const std::function<bool(const Fail& fail)>& cell, int quickStep) {
-  const CFailingAllocations allocations;
+void RunOutOfMemory(CRunChecks& checks, const std::function<bool(const Fail& fail)>& cell,
+                    int quickStep) {
+  const CImportPatch malloc("msvcrt.dll", "malloc", &Allocate);
+  const CAllocator<&HeapAlloc> heap("kernel32.dll", "HeapAlloc");
+  const CAllocator<&GlobalAlloc> global("kernel32.dll", "GlobalAlloc");
+  const CAllocator<&SysAllocString> string("oleaut32.dll", "SysAllocString");
+  const CImportPatch thread("msvcrt.dll", "_beginthreadex", &Begin);
+  g_begin = thread.Original<decltype(_beginthreadex)>();
   const CRunSteps steps = RunSteps(quickStep);
-  bool failed = true;
-  int n = steps.first;
-  for (; failed && !testing::Test::HasFailure(); n += steps.step) {
-    SCOPED_TRACE(n);
-    checks.Run([&] {
-      failed = cell([&](const std::function<void()>& action) {
-        bool result = false;
-        CallGuardedDialog([&] {
-          result = allocations.Run(mode, n, action);
-          return 0;
+  for (const bool isForGood : {false, true}) {
+    bool failed = true;
+    int n = steps.first;
+    for (; failed && !testing::Test::HasFailure(); n += steps.step) {
+      SCOPED_TRACE(std::to_string(n) + (isForGood ? " and on" : ""));
+      checks.Run([&] {
+        failed = cell([&](const std::function<void()>& action) {
+          bool result = false;
+          CallGuardedDialog([&] {
+            result = RunFailing(n, isForGood, action);
+            return 0;
+          });
+          return result;
         });
-        return result;
       });
-    });
+    }
+    std::printf("fewer than %d allocations\n", n);
   }
-  std::printf("fewer than %d allocations\n", n);
 }

@@ -25,10 +25,10 @@ HttpAnswer LessonFaults::Body(size_t size) {
   return size < head ? HttpAnswer().Bytes(BodyBytes(size)) : Lesson(size - head);
 }
 
-LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& url,
-                                              const CTransferFault& fault) {
+CTransferOutcome LessonFaults::Download(bool peeks, const std::wstring& url,
+                                        const CTransferFault& fault) {
   CProgressDialog::Ptr dialog = Make(url);
-  COutcome outcome;
+  CTransferOutcome outcome;
   if (peeks && !Peek(*dialog, fault)) {
     dialog.reset();
     const Files messages = TakeMessages();
@@ -43,7 +43,7 @@ LessonFaults::COutcome LessonFaults::Download(bool peeks, const std::wstring& ur
   return outcome;
 }
 
-LessonFaults::COutcome LessonFaults::DownloadTo(const std::wstring& url, const std::wstring& file) {
+CTransferOutcome LessonFaults::DownloadTo(const std::wstring& url, const std::wstring& file) {
   CProgressDialog::Ptr dialog =
       CProgressDialog::Create(url.c_str(), (m_sandbox / file).c_str(), nullptr);
   dialog->SetTarget(CFilePath(DestPath().c_str()), nullptr);
@@ -51,7 +51,7 @@ LessonFaults::COutcome LessonFaults::DownloadTo(const std::wstring& url, const s
   return RunAndTake(std::move(dialog));
 }
 
-LessonFaults::COutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
+CTransferOutcome LessonFaults::RunAndTake(CProgressDialog::Ptr dialog) {
   const INT_PTR result = CallGuardedDialog([&] { return dialog->DoModal(nullptr); });
   dialog.reset();
   const Files messages = TakeMessages();

@@ -6,7 +6,6 @@
 #include <functional>
 #include <optional>
 
-#include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
 #include "tests/faults/full_disk.h"
 #include "tests/faults/place_hook.h"

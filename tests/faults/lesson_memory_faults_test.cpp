@@ -10,7 +10,6 @@
 #include <functional>
 
 #include "download/progress_dialog.h"
-#include "tests/faults/browser_party.h"
 #include "tests/faults/event_faults.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/import_spy.h"
@@ -20,11 +19,8 @@
 
 namespace {
 
-using Mode = CFailingAllocations::Mode;
-
 constexpr wchar_t kSavedFile[] = L"saved.qdk";
 
-std::atomic<int> g_messages;
 std::atomic<int> g_launches;
 wchar_t g_savePath[MAX_PATH];
 
@@ -36,7 +32,7 @@ class LessonMemoryFaults : public EventFaults {
 
   /// One navigation to a lesson, with `invoke` around the event. True when it was cancelled.
   bool Navigate(int button, const Invoke& invoke) const {
-    g_messages = g_launches = 0;
+    g_launches = 0;
     const ScriptedPath path(m_server, Lesson());
     const CBrowserParty browser;
     CNavigationEvent event(path.Url(L"a.qdk"));
@@ -72,29 +68,12 @@ class LessonMemoryFaults : public EventFaults {
       EXPECT_TRUE(ReadFileBytes(m_sandbox / file) == LessonBytes());
       DeleteFileW((m_sandbox / file).c_str());
     }
-    EXPECT_LE(g_messages, 1);
     return !files.empty();
-  }
-
-  void RunEvent(Mode mode, int button) {
-    RunOutOfMemory(Checks(), mode, [&](const Fail& fail) {
-      bool failed = false;
-      const bool cancelled =
-          Navigate(button, [&](const auto& navigate) { failed = fail(navigate); });
-      const bool isThere = ExpectAllOrNothing(button);
-      EXPECT_TRUE(cancelled || !isThere);
-      EXPECT_LE(g_launches, button == kOpenButton && isThere ? 1 : 0);
-      EXPECT_TRUE(failed || (isThere && g_messages == 0)) << "with enough memory";
-      return failed;
-    });
   }
 
  private:
   // What stands in for the system takes no memory: it may be out.
-  const CImportPatch m_message{"user32.dll", "MessageBoxW", +[](HWND, LPCWSTR, LPCWSTR, UINT) {
-                                 ++g_messages;
-                                 return int{IDOK};
-                               }};
+  const CMessageCount m_messages;
   const CImportPatch m_launch{"shell32.dll", "ShellExecuteExW", +[](SHELLEXECUTEINFOW*) -> BOOL {
                                 ++g_launches;
                                 return TRUE;
@@ -106,43 +85,41 @@ class LessonMemoryFaults : public EventFaults {
                                   }};
 };
 
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToOpen) {
-  RunEvent(Mode::kOnce, kOpenButton);
-}
-
-TEST_F(LessonMemoryFaults, OneAllocationThatFailsOnTheWayToSave) {
-  RunEvent(Mode::kOnce, kSaveButton);
-}
-
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToOpen) {
-  RunEvent(Mode::kForGood, kOpenButton);
-}
-
-TEST_F(LessonMemoryFaults, MemoryThatStaysOutOnTheWayToSave) {
-  RunEvent(Mode::kForGood, kSaveButton);
+TEST_F(LessonMemoryFaults, EventDeliversTheWholeLessonOrNothing) {
+  for (const int button : {kOpenButton, kSaveButton}) {
+    RunOutOfMemory(Checks(), [&](const Fail& fail) {
+      bool failed = false;
+      const bool cancelled =
+          Navigate(button, [&](const auto& navigate) { failed = fail(navigate); });
+      const bool isThere = ExpectAllOrNothing(button);
+      const int messages = CMessageCount::Take();
+      EXPECT_LE(messages, 1);
+      EXPECT_TRUE(cancelled || !isThere);
+      EXPECT_LE(g_launches, button == kOpenButton && isThere ? 1 : 0);
+      EXPECT_TRUE(failed || (isThere && messages == 0)) << "with enough memory";
+      return failed;
+    });
+  }
 }
 
 TEST_F(LessonMemoryFaults, DialogWithoutMemoryFailsWithOneMessage) {
   int failures = 0;
-  for (const Mode mode : {Mode::kOnce, Mode::kForGood}) {
-    const auto cell = [&](const Fail& fail) {
-      g_messages = 0;
-      const ScriptedPath path(m_server, Lesson());
-      CProgressDialog::Ptr dialog = CProgressDialog::Create(
-          path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
-      EXPECT_TRUE(dialog->PeekContent(L".qdk"));
-      dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
-      INT_PTR result = 0;
-      const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
-      dialog.reset();
-      failures += result == kDownloadFailed;
-      EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
-      EXPECT_EQ(g_messages, result == kDownloadFailed ? 1 : 0);
-      EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
-      return failed;
-    };
-    RunOutOfMemory(Checks(), mode, cell, 1);
-  }
+  const auto cell = [&](const Fail& fail) {
+    const ScriptedPath path(m_server, Lesson());
+    CProgressDialog::Ptr dialog = CProgressDialog::Create(
+        path.Url(L"a.qdk").c_str(), (m_sandbox / L"temporary.qdk").c_str(), nullptr);
+    EXPECT_TRUE(dialog->PeekContent(L".qdk"));
+    dialog->SetTarget(CFilePath((m_sandbox / kSavedFile).c_str()), nullptr);
+    INT_PTR result = 0;
+    const bool failed = fail([&] { result = dialog->DoModal(nullptr); });
+    dialog.reset();
+    failures += result == kDownloadFailed;
+    EXPECT_TRUE(result == kDownloadFailed || result == kDownloadDelivered) << result;
+    EXPECT_EQ(CMessageCount::Take(), result == kDownloadFailed ? 1 : 0);
+    EXPECT_EQ(ExpectAllOrNothing(kSaveButton), result == kDownloadDelivered);
+    return failed;
+  };
+  RunOutOfMemory(Checks(), cell, 1);
   EXPECT_GT(failures, 0);
 }
 
@@ -160,7 +137,7 @@ TEST_F(LessonMemoryFaults, ThreadThatCannotStartGivesOneMessageAndLeavesNothing)
         navigate();
         isOut = false;
       }));
-      EXPECT_EQ(g_messages, 1);
+      EXPECT_EQ(CMessageCount::Take(), 1);
       EXPECT_EQ(g_launches, 0);
       EXPECT_EQ(m_sandbox.Files(), Files());
     });

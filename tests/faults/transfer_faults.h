@@ -1,11 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "tests/faults/run_checks.h"
-#include "tests/support/http_server.h"
+#include "tests/faults/quick_cut.h"
+#include "tests/support/parallel.h"
 #include "tests/support/path_script.h"
 #include "tests/support/scripted_path.h"
 
@@ -29,44 +31,63 @@ struct CTransferFault {
   std::wstring url = {};  // in place of the script's
 };
 
-/// Runs tables of faults through a dialog, with and without a pre-check where there is one, and
-/// asserts of each row what its `end` says, that no file is left, and that nothing of the run lives
-/// on (`CRunChecks`). A quick run takes a part of each table.
-class CTransferFaults {
- public:
-  CTransferFaults(const CTransferFaults&) = delete;
-  CTransferFaults& operator=(const CTransferFaults&) = delete;
-
- protected:
-  /// What one run came to.
-  struct COutcome {
-    bool isLeft = false;        // the pre-check left it to the browser
-    std::wstring message = {};  // none: the body arrived
-    std::string bytes = {};     // of it, whatever became of it then
-  };
-
-  CTransferFaults() = default;
-  ~CTransferFaults() = default;
-
-  void RunAll(const std::vector<CTransferFault>& faults);
-
-  CRunChecks& Checks() { return m_checks; }
-
- private:
-  void RunOnce(bool peeks, const std::wstring& url, const CTransferFault& fault);
-
-  virtual const HttpTestServer& Server() const = 0;
-  virtual std::wstring UrlOf(const ScriptedPath& path) const = 0;
-  /// Whether there are runs with a pre-check in front of the dialog.
-  virtual bool HasPreCheck() const = 0;
-  virtual COutcome Download(bool peeks, const std::wstring& url, const CTransferFault& fault) = 0;
-  /// Whether a body is what its extension promises, and the message about one that is not.
-  virtual bool IsRight(const CTransferFault& fault) const = 0;
-  virtual std::wstring WrongMessage(const std::wstring& url) const = 0;
-  virtual std::wstring UnavailableMessage(const std::wstring& url) const = 0;
-
-  CRunChecks m_checks;
+/// What one run came to.
+struct CTransferOutcome {
+  bool isLeft = false;        // the pre-check left it to the browser
+  std::wstring message = {};  // none: the body arrived
+  std::string bytes = {};     // of it, whatever became of it then
 };
 
 /// A page, as a server sends it in place of what is missing.
 inline constexpr char kPage[] = "<html><body>Not here</body></html>";
+
+/// Runs tables of faults through a dialog (`LessonFaults`, `ArchiveFaults`), with and without a
+/// pre-check where there is one, and asserts of each row what its `end` says, that no file is left,
+/// and that nothing of the run lives on (`CRunChecks`). A quick run takes a part of each table.
+template <typename Dialog>
+class CTransferFaults : public Dialog {
+ protected:
+  void RunAll(const std::vector<CTransferFault>& faults) {
+    for (const CTransferFault& fault : QuickCut(faults)) {
+      for (const bool peeks : {true, false}) {
+        if (!peeks || Dialog::kHasPreCheck) {
+          this->m_checks.Run([&] {
+            const ScriptedPath path(this->m_server, fault.script);
+            const CParallel server([&] {
+              if (fault.server) {
+                fault.server(path);
+              }
+            });
+            RunOnce(peeks, fault.url.empty() ? this->UrlOf(path) : fault.url, fault);
+          });
+        }
+      }
+    }
+  }
+
+ private:
+  void RunOnce(bool peeks, const std::wstring& url, const CTransferFault& fault) {
+    SCOPED_TRACE(fault.name + (peeks ? ", pre-check" : ", dialog alone"));
+    const auto [isLeft, message, bytes] = this->Download(peeks, url, fault);
+    const std::wstring unavailable = this->UnavailableMessage(url);
+    const bool isRight = this->IsRight(fault);
+    EXPECT_TRUE(fault.bytes.starts_with(bytes)) << "other bytes";
+    switch (fault.end) {
+      case TransferEnd::kBody:
+        EXPECT_EQ(isLeft, peeks && (fault.bytes.empty() || !isRight));
+        EXPECT_EQ(message, isRight || isLeft ? L"" : this->WrongMessage(url));
+        EXPECT_TRUE(!isRight || bytes.size() == fault.bytes.size()) << bytes.size();
+        break;
+      case TransferEnd::kTorn:
+        EXPECT_EQ(message, L"");
+        break;
+      case TransferEnd::kUnavailable:
+        EXPECT_EQ(isLeft, peeks);
+        EXPECT_EQ(message, unavailable);
+        break;
+      case TransferEnd::kTornOrUnavailable:
+        EXPECT_TRUE(message.empty() || message == unavailable) << message;
+        break;
+    }
+  }
+};

@@ -38,7 +38,6 @@ __declspec(dllexport) CIeFrameRecord* ResetIeFrameRecord() {
 }
 
 __declspec(dllexport) HRESULT STDAPICALLTYPE IEIsProtectedModeProcess(BOOL* result) {
-  ++g_record.protectedModeCalls;
   *result = g_record.isProtectedMode;
   return g_record.protectedModeResult;
 }

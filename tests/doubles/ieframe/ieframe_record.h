@@ -15,8 +15,6 @@ struct CIeFrameRecord {
   HRESULT saveResult;
 
   // The calls so far, and what the last one of each function was given.
-  int protectedModeCalls;
-
   int saveDialogCalls;
   HWND saveDialogOwner;
   wchar_t saveDialogFileName[1024];
