@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/collections/collection_test.h"
+#include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/collections/wininet_recorder.h"
+#include "tests/download/wininet_recorder.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/import_spy.h"
@@ -22,7 +22,7 @@ namespace {
 using Lines = CDialogTrace::Lines;
 using Paths = std::vector<std::wstring>;
 
-class ZipProgressDialogStages : public CollectionTest {
+class ZipProgressDialogStages : public CollectionFixture {
  protected:
   /// Runs the manifest's stage over an archive with these entries, which the dialog knows already.
   /// Returns the manifest's root; empty when none was parsed.
@@ -253,7 +253,7 @@ TEST_F(ZipProgressDialogStages, NothingLeavesTheContentFolder) {
 }
 
 /// Whole runs of the dialog, from its first timer tick to its end.
-class ZipProgressDialogStagesRun : public CollectionTest {
+class ZipProgressDialogStagesRun : public CollectionFixture {
  protected:
   static std::string Archive() {
     return CStoredZip()

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 
@@ -27,7 +27,7 @@ constexpr ULONGLONG kLimitMs = 300;
 // How far GetTickCount64 may lag behind a timer.
 constexpr ULONGLONG kTickMs = 20;
 
-class PeekContent : public SteppedDownloadTest {};
+class PeekContent : public SteppedDownloadFixture {};
 
 /// Makes the time limit 300 ms instead of 25 s.
 class CShortLimit {
@@ -69,7 +69,6 @@ TEST_F(PeekContent, OtherContentIsLeftToTheBrowserAndAFailureGivesOneMessageAtOn
 }
 
 TEST_F(PeekContent, MessageIsOwnedByTheBrowsersWindowAndShownBeforeTheEventIsSignalled) {
-  const CForeignForeground foreground;
   const HWND browser = CreateWindowExW(0, L"static", L"Browser", WS_POPUP, 0, 0, 10, 10, nullptr,
                                        nullptr, nullptr, nullptr);
   const auto expectOwner = [&](HWND browserWindow, HWND owner) {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
@@ -20,7 +20,7 @@ namespace {
 
 using Ends = std::vector<INT_PTR>;
 
-class ProgressDialogMessages : public SteppedDownloadTest {
+class ProgressDialogMessages : public SteppedDownloadFixture {
  protected:
   ProgressDialogMessages() { m_dialog->m_hWnd = m_window; }
   ~ProgressDialogMessages() override {

@@ -12,8 +12,7 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/download/failing_read.h"
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
@@ -22,7 +21,7 @@
 
 namespace {
 
-class ProgressDialogStop : public SteppedDownloadTest {
+class ProgressDialogStop : public SteppedDownloadFixture {
  protected:
   static void ExpectClosed(const CProgressDialogPeer& peer) {
     EXPECT_FALSE(peer.IsRunning());
@@ -172,7 +171,7 @@ TEST_F(ProgressDialogStop, DiskThatNeverAnswersIsLeftToTheWorker) {
   EXPECT_TRUE(Messages().empty());
 }
 
-TEST_F(ProgressDialogStop, WorkerWhoseDialogHasGoneReportsNothing) {
+TEST_F(ProgressDialogStop, OkOnlyEndsTheDialogAndItsWorkerReportsNothing) {
   const CFailingRead read;
   const ScriptedPath path(m_server, Lesson(1000000));
   const auto dialog = Make(path.Url(L"a.qdk"), GetDesktopWindow());
@@ -181,6 +180,10 @@ TEST_F(ProgressDialogStop, WorkerWhoseDialogHasGoneReportsNothing) {
     PostMessageW(window, WM_COMMAND, IDOK, 0);
   });
   EXPECT_EQ(result, 1);
+  const CProgressDialogPeer peer{*dialog};
+  EXPECT_TRUE(peer.HasThread());
+  EXPECT_NE(peer.File(), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
   read.FailAndWaitForTheWorker();
   EXPECT_TRUE(Messages().empty());
 }

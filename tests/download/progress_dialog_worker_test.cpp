@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 
@@ -23,7 +23,7 @@ using Results = std::vector<WPARAM>;
 using WriteSpy = CImportSpy<&WriteFile>;
 using ReadSpy = CImportSpy<&InternetReadFile>;
 
-class ProgressDialogWorkerBar : public SteppedDownloadTest {
+class ProgressDialogWorkerBar : public SteppedDownloadFixture {
  protected:
   /// The positions of the bar since the last call.
   Positions TakePositions() const { return std::exchange(m_positions, {}); }
@@ -89,7 +89,7 @@ TEST_F(ProgressDialogWorkerBar, StoppedTransferDoesNotMoveIt) {
   EXPECT_EQ(TakePositions(), Positions());
 }
 
-class ProgressDialogWorker : public SteppedDownloadTest {};
+class ProgressDialogWorker : public SteppedDownloadFixture {};
 
 TEST_F(ProgressDialogWorker, NamedThreadReadsAllAndPostsOne) {
   const CImportSpy<&Sleep> sleep("kernel32.dll", "Sleep");

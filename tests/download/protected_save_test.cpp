@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "tests/doubles/ieframe/ieframe_double.h"
-#include "tests/download/failing_read.h"
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
@@ -19,7 +18,7 @@ namespace {
 
 const HANDLE kState = GetCurrentProcess();  // any value: only handed on
 
-class ProtectedSave : public SteppedDownloadTest {
+class ProtectedSave : public SteppedDownloadFixture {
  protected:
   CProgressDialog::Ptr MakeProtected(const std::wstring& url) const {
     auto dialog = Make(url);

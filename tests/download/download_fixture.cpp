@@ -1,4 +1,4 @@
-#include "tests/download/download_test.h"
+#include "tests/download/download_fixture.h"
 
 #include <vector>
 
@@ -61,20 +61,20 @@ INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)
   return dialog.DoModal(nullptr);
 }
 
-DownloadTest::DownloadTest() : m_locksBefore(g_module.GetLockCount()) {}
+DownloadFixture::DownloadFixture() : m_locksBefore(g_module.GetLockCount()) {}
 
-DownloadTest::~DownloadTest() {
+DownloadFixture::~DownloadFixture() {
   EXPECT_TRUE(VisibleDialogs().empty());
   AwaitWorkers();
 }
 
-void DownloadTest::AwaitWorkers() const {
+void DownloadFixture::AwaitWorkers() const {
   WaitUntil("the workers' ends", [this] { return LocksTaken() == 0; });
 }
 
-LONG DownloadTest::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }
+LONG DownloadFixture::LocksTaken() const { return g_module.GetLockCount() - m_locksBefore; }
 
-CProgressDialog::Ptr DownloadTest::Make(const std::wstring& url, HWND browserWindow) const {
+CProgressDialog::Ptr DownloadFixture::Make(const std::wstring& url, HWND browserWindow) const {
   CProgressDialog::Ptr dialog =
       CProgressDialog::Create(url.c_str(), TempPath().c_str(), browserWindow);
   dialog->SetTarget(CFilePath(DestPath().c_str()), nullptr);

@@ -1,4 +1,4 @@
-#include "tests/collections/collection_test.h"
+#include "tests/collections/collection_fixture.h"
 
 #include "tests/support/dialogs.h"
 #include "tests/support/parallel.h"
@@ -26,7 +26,7 @@ INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND wind
   return dialog.DoModal(nullptr);
 }
 
-std::wstring CollectionTest::TrustedUrl(const ScriptedPath& path, const std::wstring& host) {
+std::wstring CollectionFixture::TrustedUrl(const ScriptedPath& path, const std::wstring& host) {
   std::wstring url = path.Url(L"collections.zip");
   const std::wstring address = L"127.0.0.1";
   return url.replace(url.find(address), address.size(), host);

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <wininet.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,7 +15,9 @@
 #include "tests/support/dialogs.h"
 #include "tests/support/http_answer.h"
 #include "tests/support/http_server.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/import_spy.h"
+#include "tests/support/message_recorder.h"
+#include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"
 
 /// The messages about a transfer that fails.
@@ -35,10 +39,10 @@ INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)
 
 /// Lessons of a test server, downloaded into a folder of the test's own. At the
 /// end of each test no dialog is left, and nothing keeps the module loaded.
-class DownloadTest : public testing::Test {
+class DownloadFixture : public testing::Test {
  protected:
-  DownloadTest();
-  ~DownloadTest() override;
+  DownloadFixture();
+  ~DownloadFixture() override;
 
   /// A dialog whose temporary and final files lie in the sandbox; content rule
   /// ".qdk".
@@ -59,6 +63,26 @@ class DownloadTest : public testing::Test {
   const LONG m_locksBefore;
 };
 
+/// The head of a lesson body, and a whole one: the head and `length` bytes of a
+/// pattern.
+inline constexpr char kLessonHead[] = "\x78\x9C";
+std::string LessonBytes(size_t length);
+/// The same as a server's answer.
+HttpAnswer Lesson(size_t length);
+
+/// A download of 5,002 bytes whose steps the test makes one by one, without a window.
+class SteppedDownloadFixture : public DownloadFixture {
+ protected:
+  /// The messages since the last call.
+  std::vector<std::wstring> Messages() { return m_messages.TakeTexts(); }
+
+  const ScriptedPath m_path{m_server, Lesson(5000)};
+  const std::wstring m_url = m_path.Url(L"a.qdk");
+  const CProgressDialog::Ptr m_dialog = Make(m_url);
+  CProgressDialogPeer m_peer{*m_dialog};
+  CMessageRecorder m_messages;
+};
+
 /// An event that stays signalled. `Wait` fails the test after 20 seconds.
 class CTestEvent {
  public:
@@ -70,21 +94,27 @@ class CTestEvent {
   const CHandle m_event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
-/// While it lives, a window that has nothing to do with the download is in the
-/// foreground.
-class CForeignForeground {
+/// Holds the worker of a running dialog inside its third read, which then fails.
+class CFailingRead {
  public:
-  CForeignForeground()
-      : m_patch("user32.dll", "GetForegroundWindow", +[]() -> HWND { return Window(); }) {}
-  static HWND Window() { return GetDesktopWindow(); }
+  void WaitUntilReached() const { m_reached.Wait(); }
+  void FailAndWaitForTheWorker() const {
+    m_fails.Set();
+    EXPECT_EQ(WaitForSingleObject(m_worker, 20000), WAIT_OBJECT_0);
+  }
 
  private:
-  CImportPatch m_patch;
+  CTestEvent m_reached;
+  CTestEvent m_fails;
+  mutable CHandle m_worker;
+  const CImportSpy<&InternetReadFile> m_read{
+      "wininet.dll", "InternetReadFile", [this](auto... arguments) {
+        if (m_read.Calls().size() != 3) {
+          return m_read.CallOriginal(arguments...);
+        }
+        m_worker.Attach(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
+        m_reached.Set();
+        m_fails.Wait();
+        return FALSE;
+      }};
 };
-
-/// The head of a lesson body, and a whole one: the head and `length` bytes of a
-/// pattern.
-inline constexpr char kLessonHead[] = "\x78\x9C";
-std::string LessonBytes(size_t length);
-/// The same as a server's answer.
-HttpAnswer Lesson(size_t length);

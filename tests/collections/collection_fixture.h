@@ -55,9 +55,9 @@ class COpenDialog {
 };
 
 /// An archive at a path of the test's own, and a content folder, which is not there yet.
-class CollectionTest : public testing::Test {
+class CollectionFixture : public testing::Test {
  protected:
-  ~CollectionTest() override { EXPECT_TRUE(VisibleDialogs().empty()); }
+  ~CollectionFixture() override { EXPECT_TRUE(VisibleDialogs().empty()); }
 
   std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
   std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
