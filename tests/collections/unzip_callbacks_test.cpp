@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/collections/stdout_capture.h"
+#include "tests/unzip/unzip_test.h"
 
 namespace {
 

@@ -23,6 +23,7 @@
 #include "tests/support/dialog_template.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/stored_zip.h"
 #include "tests/support/user.h"
 

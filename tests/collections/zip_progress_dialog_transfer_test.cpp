@@ -33,10 +33,6 @@ using testing::SizeIs;
 using testing::StrEq;
 using Lines = CDialogTrace::Lines;
 
-Lines Join(Lines lines, const Lines& more) {
-  lines.insert(lines.end(), more.begin(), more.end());
-  return lines;
-}
 const Lines kBegin = {Title(L"Downloading Folivo Collections..."), Subtitle(L""), Bar(0)};
 
 class ZipProgressDialogTransfer : public CollectionFixture {
@@ -99,14 +95,15 @@ TEST_F(ZipProgressDialogTransfer, LengthIsANumberReadAsAText) {
 
 TEST_F(ZipProgressDialogTransfer, UnknownLengthCountsAsTwoMillion) {
   constexpr size_t kSize = 2100000;
-  Lines expected = Join(kBegin, {Pause(100)});
+  Lines chunks;
   for (int chunk = 1; chunk <= 210; ++chunk) {
-    expected = Join(expected, {Bar(std::min(100, chunk / 2)), Pause(100)});
+    chunks.push_back(Pause(100));
+    chunks.push_back(Bar(std::min(100, chunk / 2)));
   }
   EXPECT_EQ(Fetch(HttpAnswer().Pattern(kSeed, kSize).CloseDelimited()),
             PatternBytes(kSeed, 0, kSize));
   EXPECT_EQ(m_total, 2000000);
-  EXPECT_EQ(m_trace.Take(), Join(expected, {Pause(700), Bar(100), End(2)}));
+  EXPECT_EQ(m_trace.Take(), Join({kBegin, chunks, {Pause(100), Pause(700), Bar(100), End(2)}}));
   EXPECT_THAT(m_winInet.reads.Calls(), AllOf(SizeIs(211), Each(FieldsAre(_, _, 10000u, _))));
 }
 
@@ -242,8 +239,9 @@ TEST_F(ZipProgressDialogTransferFailure, FailedReadDeletesTheArchiveAndIsReporte
   m_trace.Take();
   EXPECT_FALSE(dialog->DownloadArchive());
   // The first deletion fails, as the file is open.
-  EXPECT_EQ(m_trace.Take(), Join(kBegin, {Pause(100), Delete(L"download.zip"),
-                                          Message(kUnavailable), Delete(L"download.zip"), End(3)}));
+  EXPECT_EQ(m_trace.Take(), Join({kBegin,
+                                  {Pause(100), Delete(L"download.zip"), Message(kUnavailable),
+                                   Delete(L"download.zip"), End(3)}}));
   EXPECT_EQ(read.Calls().size(), 1u);
   EXPECT_FALSE(ArchiveExists());
 }
@@ -266,7 +264,7 @@ class ZipProgressDialogTransferLocal : public ZipProgressDialogTransfer {
     COpenDialog dialog = Open(source);
     m_trace.Take();
     EXPECT_EQ(dialog->DownloadArchive(), succeeds);
-    EXPECT_EQ(m_trace.Take(), Join(Join(kBegin, {Bar(50), Pause(700)}), end));
+    EXPECT_EQ(m_trace.Take(), Join({kBegin, {Bar(50), Pause(700)}, end}));
     EXPECT_TRUE(m_winInet.sessions.Calls().empty());
   }
 };

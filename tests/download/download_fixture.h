@@ -6,7 +6,6 @@
 
 #include <wininet.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,21 +20,25 @@
 #include "tests/support/temp_sandbox.h"
 
 /// The messages about a transfer that fails.
-std::wstring NotAvailable(const std::wstring& url);
-std::wstring NotAFolivoFile(const std::wstring& url);
-std::wstring CannotCreate(const std::wstring& path);
-std::wstring CannotWrite(const std::wstring& path);
+inline std::wstring NotAvailable(const std::wstring& url) {
+  return L"The file " + url + L" is not available for downloading.";
+}
+inline std::wstring NotAFolivoFile(const std::wstring& url) {
+  return L"The file " + url +
+         L" is not a valid Folivo file. Please ensure that the link to the Folivo file is valid.";
+}
+inline std::wstring CannotCreate(const std::wstring& path) {
+  return L"Unable to create the destination file " + path + L".";
+}
+inline std::wstring CannotWrite(const std::wstring& path) {
+  return L"Unable to write to the destination file " + path + L".";
+}
 
 using Files = std::vector<std::wstring>;
 
 /// The results that were posted to this thread, as by a dialog without a
 /// window.
 std::vector<WPARAM> TakePostedResults();
-
-/// Runs the dialog modally with a user: a thread that gets the window once it
-/// is visible. A dialog that the user leaves open and that does not end by
-/// itself is cancelled. Gives its result.
-INT_PTR RunDialog(CProgressDialog& dialog, const std::function<void(HWND window)>& user);
 
 /// Lessons of a test server, downloaded into a folder of the test's own. At the
 /// end of each test no dialog is left, and nothing keeps the module loaded.

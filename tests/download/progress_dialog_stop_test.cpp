@@ -17,6 +17,7 @@
 #include "tests/support/import_spy.h"
 #include "tests/support/interruption.h"
 #include "tests/support/launch_recorder.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/user.h"
 
 namespace {

@@ -26,6 +26,7 @@
 #include "tests/support/parallel.h"
 #include "tests/support/path_script.h"
 #include "tests/support/request_record.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
 

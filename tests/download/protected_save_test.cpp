@@ -13,6 +13,7 @@
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
+#include "tests/support/run_dialog.h"
 
 namespace {
 
@@ -59,14 +60,6 @@ TEST_F(ProtectedSave, SaveThatIsNotCompletedIsCancelledOnce) {
       {"cancelled", stalled, 2, command(IDCANCEL)},
       {"ended by OK", stalled, 1, command(IDOK)},
       {"never run", m_path, 0, [](CProgressDialog&) { return 0; }},
-      {"never run after its pre-check", m_path, TRUE,
-       [](CProgressDialog& dialog) { return dialog.PeekContent(L".qdk"); }},
-      {"without the file", m_path, TRUE,
-       [](CProgressDialog& dialog) {
-         const CImportPatch end("user32.dll", "EndDialog", +[](HWND, INT_PTR) { return TRUE; });
-         LRESULT result = 0;
-         return dialog.ProcessWindowMessage(nullptr, WM_USER, kDownloadDelivered, 0, result);
-       }},
       {"stopped twice", m_path, 0,
        [](CProgressDialog& dialog) {
          CProgressDialogPeer{dialog}.StopDownload();

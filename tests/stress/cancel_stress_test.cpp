@@ -16,6 +16,7 @@
 #include "tests/support/deferred_close.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/process_counts.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/run_seed.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
