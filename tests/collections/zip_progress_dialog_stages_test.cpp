@@ -204,20 +204,10 @@ TEST_F(ZipProgressDialogStages, NameIsChosenBeforeTheExtraction) {
 // A manifest comes with an archive from a page: whatever it says, nothing leaves the folder. The
 // containment tests have all the forms.
 TEST_F(ZipProgressDialogStages, NothingLeavesTheContentFolder) {
-  const std::wstring sandbox = m_sandbox.Path();
-  const std::string narrow(sandbox.begin(), sandbox.end());
-  CStoredZip zip = CStoredZip().Add("a", "a").Add("../a", "a").Add("a:b", "a");
-  std::string elements;
-  for (const std::string& destination :
-       {std::string(".."), std::string("../Downloaded Content2"), std::string("x\\..\\..\\y"),
-        std::string("x::$INDEX_ALLOCATION"), std::string("x. .\\y"), "x\\" + narrow + "\\y", narrow,
-        "file:///" + narrow, std::string(1000000, 'l')}) {
-    elements += Element("a", destination);
-  }
-  for (const char* name : {"../a", "a:b", "..", "\\a", "C:a"}) {
-    elements += Element(name, "x");
-  }
-  EXPECT_TRUE(Add(zip, elements).empty());
+  const CStoredZip zip = CStoredZip().Add("a", "a").Add("../a", "a").Add("a:b", "a");
+  EXPECT_TRUE(Add(zip, Element("a", "..") + Element("a", "x::$INDEX_ALLOCATION") +
+                           Element("../a", "x") + Element("a:b", "x"))
+                  .empty());
   EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
   EXPECT_FALSE(Exists(ContentFolder())) << "no folder is made either";
 }

@@ -49,18 +49,15 @@ TEST(FileTypes, TableHasExactlyTheseRows) {
   EXPECT_EQ(rows, expected);
 }
 
-TEST(FileTypes, ExtensionInAnyCaseGivesItsRow) {
+TEST(FileTypes, ExtensionInAnyCaseGivesItsRowAndAnythingElseNone) {
   for (const CFileType& type : GetFileTypes()) {
     wstring extension(type.extension);
-    EXPECT_EQ(FindFileType(extension), &type) << extension;
     for (wchar_t& letter : extension) {
-      letter = static_cast<wchar_t>(std::towupper(letter));
       EXPECT_EQ(FindFileType(extension), &type) << extension;
+      letter = static_cast<wchar_t>(std::towupper(letter));
     }
+    EXPECT_EQ(FindFileType(extension), &type) << extension;
   }
-}
-
-TEST(FileTypes, AnythingElseGivesNull) {
   for (const wchar_t* extension :
        {L"", L".", L"folivo", L"qdk", L".folivo ", L".folivo#part", L".b/file", L".html", L".zip",
         L".qdkx", L".qd", L".galleryitems"}) {

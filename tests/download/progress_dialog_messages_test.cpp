@@ -8,6 +8,7 @@
 #include <wininet.h>
 
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -165,23 +166,30 @@ TEST_F(ProgressDialogMessages, NothingElseIsHandled) {
   EXPECT_EQ(Results(), Ends());
 }
 
-TEST_F(ProgressDialogMessages, CancelSignalsStopsDeletesAndEndsInThisOrder) {
-  const CImportSpy<&InternetCloseHandle> stop("wininet.dll", "InternetCloseHandle",
-                                              [&](HINTERNET handle) {
-                                                EXPECT_TRUE(m_peer.IsPeekSignalled());
-                                                EXPECT_FALSE(m_sandbox.Files().empty());
-                                                return stop.CallOriginal(handle);
-                                              });
+TEST_F(ProgressDialogMessages, CancelSignalsClosesDeletesAndEndsInThisOrder) {
+  m_peer.BeginPeek();
+  ASSERT_TRUE(m_peer.Step());
+  const HANDLE openFile = m_peer.File();
+  const std::vector<std::tuple<HINTERNET>> expected = {{m_peer.Request()}, {m_peer.Session()}};
+  const CImportSpy<&CloseHandle> file("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
+    EXPECT_TRUE(m_peer.IsPeekSignalled());
+    EXPECT_FALSE(m_peer.IsRunning()) << "stopped before anything is closed";
+    return file.CallOriginal(handle);
+  });
+  const CImportSpy<&InternetCloseHandle> internet(
+      "wininet.dll", "InternetCloseHandle", [&](HINTERNET handle) {
+        EXPECT_EQ(file.Calls(), (std::vector<std::tuple<HANDLE>>{{openFile}}));
+        EXPECT_FALSE(m_sandbox.Files().empty());
+        return internet.CallOriginal(handle);
+      });
   const CImportSpy<&EndDialog> end("user32.dll", "EndDialog", [&](HWND, INT_PTR result) {
     EXPECT_EQ(result, 2);
-    EXPECT_FALSE(m_peer.IsRunning());
     EXPECT_TRUE(m_sandbox.Files().empty());
     return TRUE;
   });
-  m_peer.BeginPeek();
-  ASSERT_TRUE(m_peer.Step());
   EXPECT_TRUE(IsHandled(WM_COMMAND, IDCANCEL));
-  EXPECT_EQ(stop.Calls().size(), 2u);
+  m_peer.StopDownload();  // once more: nothing is left to close
+  EXPECT_EQ(internet.Calls(), expected);
   EXPECT_EQ(end.Calls().size(), 1u);
 }
 

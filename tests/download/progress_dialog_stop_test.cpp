@@ -60,26 +60,6 @@ TEST_F(ProgressDialogStop, ServerThatNeverAnswersHoldsNobodyUp) {
   EXPECT_TRUE(TakePostedResults().empty());
 }
 
-TEST_F(ProgressDialogStop, FileThenRequestThenSessionAreClosedOnce) {
-  ASSERT_TRUE(m_dialog->PeekContent(L".qdk"));
-  const std::vector<std::tuple<HINTERNET>> expected = {{m_peer.Request()}, {m_peer.Session()}};
-  const HANDLE openFile = m_peer.File();
-  const CImportSpy<&CloseHandle> file("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
-    EXPECT_FALSE(m_peer.IsRunning()) << "stopped before anything is closed";
-    return file.CallOriginal(handle);
-  });
-  const CImportSpy<&InternetCloseHandle> internet(
-      "wininet.dll", "InternetCloseHandle", [&](HINTERNET handle) {
-        EXPECT_EQ(file.Calls(), (std::vector<std::tuple<HANDLE>>{{openFile}}));
-        return internet.CallOriginal(handle);
-      });
-  for (int i = 0; i < 2; ++i) {
-    m_peer.StopDownload();
-    ExpectClosed(m_peer);
-  }
-  EXPECT_EQ(internet.Calls(), expected);
-}
-
 decltype(&CreateFileW) g_createFile;
 const CInterruption* g_dialogThread;
 bool g_isBeforeCreation;

@@ -269,13 +269,6 @@ TEST_F(ProgressDialog, JoinDispatchesMessagesOfAWorkerThatMovesTheBar) {
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
 }
 
-TEST_F(ProgressDialog, FileThatItHasNotCreatedIsNotDeleted) {
-  m_sandbox.Write(L"temporary.qdk", "another download");
-  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
-  EXPECT_FALSE(Make(missing.Url(L"a.qdk"))->PeekContent(L".qdk"));
-  EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
-}
-
 /// A result that comes early, while the worker fails: inside its read, or where it has come to the
 /// deletion behind that. The worker ends before the file is copied.
 TEST_F(ProgressDialog, EarlyResultDeliversWhereverTheWorkerIs) {
