@@ -19,7 +19,6 @@ namespace {
 using Texts = std::vector<std::wstring>;
 
 constexpr wchar_t kContent[] = L"Documents\\My Folivo Content\\My Content\\Downloaded Content";
-const std::wstring kNoDocuments;
 
 bool IsFolder(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
@@ -98,7 +97,7 @@ TEST_F(QdcDownload, ComIsInitialisedForGood) {
 // A control that is not ready.
 
 TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
-  const CControlObject control(kNoDocuments);
+  const CControlObject control(L"");
   EXPECT_FALSE(control.Peer().IsReady());
   EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
   EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH")) << "the rest is made";
@@ -117,7 +116,7 @@ TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
 }
 
 TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {
-  const CControlObject control(kNoDocuments);
+  const CControlObject control(L"");
   const auto owner = [&] {
     control->DownloadFile(CComBSTR(L"x"));
     return m_messages.Take().at(0).owner;

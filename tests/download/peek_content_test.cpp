@@ -29,20 +29,16 @@ constexpr ULONGLONG kTickMs = 20;
 
 class PeekContent : public SteppedDownloadFixture {};
 
-/// Makes the time limit 300 ms instead of 25 s.
-class CShortLimit {
- public:
-  size_t Starts() const { return m_timer.Calls().size(); }
-
- private:
-  const TimerSpy m_timer{
+/// With a time limit of 300 ms instead of 25 s.
+class PeekContentLimit : public PeekContent {
+ protected:
+  const TimerSpy m_limit{
       "kernel32.dll", "SetWaitableTimer",
       [this](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
         EXPECT_EQ(due->QuadPart, -250000000);
         EXPECT_EQ(period, 0);
-        LARGE_INTEGER soon = {};
-        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
-        return m_timer.CallOriginal(timer, &soon, period, others...);
+        const LARGE_INTEGER soon = {.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs)};
+        return m_limit.CallOriginal(timer, &soon, period, others...);
       }};
 };
 
@@ -96,21 +92,19 @@ TEST_F(PeekContent, WithoutATimeLimitNothingIsRequested) {
   EXPECT_TRUE(m_path.Requests().empty());
 }
 
-TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
-  const CShortLimit limit;
+TEST_F(PeekContentLimit, EmptyBodyWaitsForTheTimeLimit) {
   const CImportSpy<&Sleep> sleep("kernel32.dll", "Sleep");
   const ScriptedPath path(m_server, HttpAnswer());
   const ULONGLONG start = GetTickCount64();
   EXPECT_FALSE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_GE(GetTickCount64() - start, kLimitMs - kTickMs);
   EXPECT_THAT(sleep.Calls(), AllOf(Not(IsEmpty()), Each(FieldsAre(1u)))) << "yields the processor";
-  EXPECT_EQ(limit.Starts(), 1u);
+  EXPECT_EQ(m_limit.Calls().size(), 1u);
   EXPECT_EQ(Messages(), Texts());
   EXPECT_EQ(path.Requests().size(), 1u);
 }
 
-TEST_F(PeekContent, StalledServerIsGivenUpSilently) {
-  const CShortLimit limit;
+TEST_F(PeekContentLimit, StalledServerIsGivenUpSilently) {
   const ScriptedPath path(m_server, Lesson(5000).Hold(http_point::kBeforeHeaders));
   // The call that blocks returns only when the server answers; the body is not read any more.
   const CParallel server([&] {

@@ -299,10 +299,6 @@ TEST_F(ProgressDialogEndMessages, SecondResultChangesNothing) {
   EXPECT_EQ(Results(), (Ends{1, 1, 3, 1}));
 }
 
-TEST_F(ProgressDialogEndMessages, DestructionIsLeftToTheSystemWithAResultOfOne) {
-  EXPECT_EQ(Send(WM_DESTROY, 0, *m_dialog), std::pair(false, LRESULT{1}));
-}
-
 TEST_F(ProgressDialogEndMessages, NothingElseIsHandled) {
   const std::set<UINT> own = {WM_INITDIALOG, WM_COMMAND, WM_USER, WM_DESTROY};
   const std::set<UINT> commands = {IDOK, IDCANCEL, IDC_OPEN_FILE, IDC_OPEN_FOLDER};

@@ -60,12 +60,6 @@ TEST_F(ProtectedSave, SaveThatIsNotCompletedIsCancelledOnce) {
       {"cancelled", stalled, 2, command(IDCANCEL)},
       {"ended by OK", stalled, 1, command(IDOK)},
       {"never run", m_path, 0, [](CProgressDialog&) { return 0; }},
-      {"stopped twice", m_path, 0,
-       [](CProgressDialog& dialog) {
-         CProgressDialogPeer{dialog}.StopDownload();
-         CProgressDialogPeer{dialog}.StopDownload();
-         return 0;
-       }},
       {"without the function", m_path, 1,
        [&](CProgressDialog& dialog) {
          const CLookupPatch patch("IESaveFile",

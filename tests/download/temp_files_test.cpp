@@ -25,12 +25,6 @@ class TempFiles : public testing::Test {
 
 std::wstring Text(const CFilePath& path) { return path.GetText().GetString(); }
 
-TEST_F(TempFiles, UniqueFileIsTheNameItselfWhileItIsFree) {
-  EXPECT_EQ(Text(MakeUniqueFilePath(m_folder, L"a", L".folivo")), m_sandbox / L"a.folivo");
-  EXPECT_TRUE(m_sandbox.Files().empty()) << "nothing is created";
-  EXPECT_EQ(Text(MakeUniqueFilePath(L"C:/x", L"a", L"")), L"C:\\x\\a");
-}
-
 TEST_F(TempFiles, ClashesDrawTheUnseededSequenceOfTheThread) {
   const std::vector<std::wstring> expected = {L"%s.folivo", L"%s(41).folivo", L"%s(18467).folivo",
                                               L"%s(6334).folivo", L"%s(26500).folivo"};
