@@ -90,3 +90,12 @@ inline std::wstring Pause(DWORD milliseconds) { return L"pause " + std::to_wstri
 inline std::wstring Message(const std::wstring& text) { return L"message " + text; }
 inline std::wstring Delete(const std::wstring& name) { return L"delete " + name; }
 inline std::wstring End(INT_PTR result) { return L"end " + std::to_wstring(result); }
+
+/// The lines of all parts.
+inline CDialogTrace::Lines Join(const std::vector<CDialogTrace::Lines>& parts) {
+  CDialogTrace::Lines all;
+  for (const CDialogTrace::Lines& part : parts) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}

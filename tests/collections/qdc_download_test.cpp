@@ -19,7 +19,6 @@ namespace {
 using Texts = std::vector<std::wstring>;
 
 constexpr wchar_t kContent[] = L"Documents\\My Folivo Content\\My Content\\Downloaded Content";
-const std::wstring kNoDocuments;
 
 bool IsFolder(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
@@ -57,14 +56,6 @@ TEST_F(QdcDownload, FoldersAreMadeAndLeftWithWhatIsInThem) {
   }
   EXPECT_TRUE(CControlObject(m_sandbox).Peer().IsReady());
   EXPECT_EQ(m_sandbox.Files(), files);
-}
-
-TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReady) {
-  const CControlObject control(kNoDocuments);
-  EXPECT_EQ(control.DocumentsQueries(), 1);
-  EXPECT_FALSE(control.Peer().IsReady());
-  EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
-  EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH")) << "the rest is made";
 }
 
 TEST_F(QdcDownload, ContentFolderThatCannotBeMadeLeavesItReady) {
@@ -105,8 +96,11 @@ TEST_F(QdcDownload, ComIsInitialisedForGood) {
 
 // A control that is not ready.
 
-TEST_F(QdcDownload, NotReadyShowsAMessageAndFailsAtEachCall) {
-  const CControlObject control(kNoDocuments);
+TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
+  const CControlObject control(L"");
+  EXPECT_FALSE(control.Peer().IsReady());
+  EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
+  EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH")) << "the rest is made";
   const CDialogResult dialog(1);
   for (const size_t length : {10, 1001}) {
     EXPECT_EQ(control->DownloadFile(CComBSTR(std::wstring(length, L'a').c_str())), E_FAIL);
@@ -122,7 +116,7 @@ TEST_F(QdcDownload, NotReadyShowsAMessageAndFailsAtEachCall) {
 }
 
 TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {
-  const CControlObject control(kNoDocuments);
+  const CControlObject control(L"");
   const auto owner = [&] {
     control->DownloadFile(CComBSTR(L"x"));
     return m_messages.Take().at(0).owner;
@@ -146,19 +140,6 @@ TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {
 
 class QdcDownloadCall : public QdcDownload {
  protected:
-  /// Runs a download whose dialog adds these files and ends with `result`.
-  void RunWithAddedFiles(INT_PTR result, const Texts& files) {
-    const CDialogResult dialog(result);
-    dialog.WhileRunning([&] {
-      CZipProgressDialogPeer peer = RunningDialogPeer();
-      for (const std::wstring& file : files) {
-        peer.AddFile(file.c_str());
-      }
-    });
-    EXPECT_EQ(m_control->DownloadFile(CComBSTR(L"x")), S_OK);
-    EXPECT_TRUE(m_messages.Take().empty());
-  }
-
   CControlObject m_control{m_sandbox};
   const CLaunchRecorder m_launches;
 };
@@ -206,25 +187,38 @@ TEST_F(QdcDownloadCall, ThousandCharactersAreAcceptedAndOneMoreIsNot) {
 }
 
 TEST_F(QdcDownloadCall, YesOpensTheFirstAddedFileAndIgnoresAFailure) {
+  const struct {
+    INT_PTR result;
+    Texts added;
+    size_t launches;
+  } cases[] = {{1, {L"C:\\first one.gallery", L"C:\\second", L"C:\\third"}, 1},
+               {1, {}, 0},
+               {2, {L"C:\\a"}, 0},
+               {3, {L"C:\\a"}, 0},
+               {0, {L"C:\\a"}, 0},
+               {-1, {L"C:\\a"}, 0}};
   for (const BOOL answer : {TRUE, FALSE}) {
-    m_launches.SetAnswer(answer);
-    RunWithAddedFiles(1, {L"C:\\first one.gallery", L"C:\\second", L"C:\\third"});
+    for (const auto& [result, added, launches] : cases) {
+      CLaunchRecorder recorder;
+      recorder.SetAnswer(answer);
+      const CDialogResult dialog(result);
+      dialog.WhileRunning([&, files = &added] {
+        CZipProgressDialogPeer peer = RunningDialogPeer();
+        for (const std::wstring& file : *files) {
+          peer.AddFile(file.c_str());
+        }
+      });
+      EXPECT_EQ(m_control->DownloadFile(CComBSTR(L"x")), S_OK);
+      EXPECT_TRUE(m_messages.Take().empty());
+      ASSERT_EQ(recorder.Launches().size(), launches) << result;
+      for (const CLaunch& launch : recorder.Launches()) {
+        EXPECT_EQ(launch.file, added[0]);
+        EXPECT_EQ(launch.verb, L"open");
+        EXPECT_FALSE(launch.hasParameters || launch.hasFolder);
+        EXPECT_EQ(launch.owner, nullptr);
+      }
+    }
   }
-  ASSERT_EQ(m_launches.Launches().size(), 2u);
-  const CLaunch& launch = m_launches.Launches()[0];
-  EXPECT_EQ(launch.file, L"C:\\first one.gallery");
-  EXPECT_EQ(launch.verb, L"open");
-  EXPECT_FALSE(launch.hasParameters);
-  EXPECT_FALSE(launch.hasFolder);
-  EXPECT_EQ(launch.owner, nullptr);
-}
-
-TEST_F(QdcDownloadCall, OtherAnswersOpenNothing) {
-  for (const INT_PTR result : {2, 3, 0, -1}) {
-    RunWithAddedFiles(result, {L"C:\\a"});
-  }
-  RunWithAddedFiles(1, {});
-  EXPECT_TRUE(m_launches.Launches().empty());
 }
 
 TEST_F(QdcDownloadCall, ObjectOutlivesACallInWhichItsPageReleasesIt) {
@@ -246,12 +240,6 @@ constexpr DISPID kDownloadFile = 1;
 // The control's own implementation of IDispatch.
 class QdcDownloadDispatch : public testing::Test {
  protected:
-  HRESULT Names(std::vector<const wchar_t*> names, std::vector<DISPID>& ids) const {
-    ids.assign(names.size(), -77);
-    return m_dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names.data()),
-                                     static_cast<UINT>(names.size()), 0, ids.data());
-  }
-
   HRESULT Invoke(DISPID id, std::vector<VARIANT> arguments, VARIANT* result = nullptr,
                  EXCEPINFO* exception = nullptr, UINT* argument = nullptr) const {
     DISPPARAMS params = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
@@ -305,20 +293,24 @@ TEST_F(QdcDownloadDispatch, ModuleWithoutAUsableFileNameHasNoTypeInformation) {
   }
 }
 
-TEST_F(QdcDownloadDispatch, NamesAreFoundInAnyCaseAndPlace) {
-  std::vector<DISPID> ids;
-  EXPECT_EQ(Names({L"DownloadFile", L"SourceURL", L"sourceurl", L"DOWNLOADFILE"}, ids), S_OK);
-  EXPECT_EQ(ids, (std::vector<DISPID>{1, 0, 0, 1}));
-  EXPECT_EQ(Names({L"sourceurl"}, ids), S_OK);
-  EXPECT_EQ(ids, (std::vector<DISPID>{0}));
-  EXPECT_EQ(Names({}, ids), S_OK);
-}
-
-TEST_F(QdcDownloadDispatch, UnknownNameEndsTheSearchAtOnce) {
-  std::vector<DISPID> ids;
-  for (const wchar_t* unknown : {L"Download", static_cast<const wchar_t*>(nullptr)}) {
-    EXPECT_EQ(Names({L"DownloadFile", unknown, L"SourceURL"}, ids), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(ids, (std::vector<DISPID>{1, -77, -77}));
+TEST_F(QdcDownloadDispatch, NamesAreFoundInAnyCaseAndPlaceUntilAnUnknownOne) {
+  const struct {
+    std::vector<const wchar_t*> names;
+    HRESULT result;
+    std::vector<DISPID> ids;
+  } cases[] = {
+      {{L"DownloadFile", L"SourceURL", L"sourceurl", L"DOWNLOADFILE"}, S_OK, {1, 0, 0, 1}},
+      {{L"sourceurl"}, S_OK, {0}},
+      {{}, S_OK, {}},
+      {{L"DownloadFile", L"Download", L"SourceURL"}, DISP_E_UNKNOWNNAME, {1, -77, -77}},
+      {{L"DownloadFile", nullptr, L"SourceURL"}, DISP_E_UNKNOWNNAME, {1, -77, -77}},
+  };
+  for (const auto& c : cases) {
+    std::vector<DISPID> ids(c.names.size(), -77);
+    EXPECT_EQ(m_dispatch->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(c.names.data()),
+                                        static_cast<UINT>(ids.size()), 0, ids.data()),
+              c.result);
+    EXPECT_EQ(ids, c.ids);
   }
   auto* name = const_cast<LPOLESTR>(L"DownloadFile");
   DISPID id = 0;
@@ -351,6 +343,11 @@ TEST_F(QdcDownloadDispatch, ArgumentIsConvertedAndTheCallersStaysAsItIs) {
 
 TEST_F(QdcDownloadDispatch, ErrorsAreTestedInAFixedOrder) {
   const CComVariant text(L"x");
+  const auto ofType = [](VARTYPE type) {
+    VARIANT value = {};
+    value.vt = type;
+    return value;
+  };
   EXPECT_EQ(
       m_dispatch->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
       DISP_E_BADVARTYPE);
@@ -360,36 +357,30 @@ TEST_F(QdcDownloadDispatch, ErrorsAreTestedInAFixedOrder) {
     DISPID id;
     std::vector<VARIANT> arguments;
     HRESULT error;
-    VARTYPE result;
+    VARTYPE result = VT_EMPTY;
   } cases[] = {
       {99, {text, text}, DISP_E_BADPARAMCOUNT, VT_I4},
-      {0, {}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
-      {2, {text}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
-      {-3, {text}, DISP_E_MEMBERNOTFOUND, VT_EMPTY},
-      {kDownloadFile, {}, DISP_E_BADPARAMCOUNT, VT_EMPTY},
+      {0, {}, DISP_E_MEMBERNOTFOUND},
+      {2, {text}, DISP_E_MEMBERNOTFOUND},
+      {-3, {text}, DISP_E_MEMBERNOTFOUND},
+      {kDownloadFile, {}, DISP_E_BADPARAMCOUNT},
+      {kDownloadFile, {ofType(VT_UNKNOWN)}, DISP_E_TYPEMISMATCH},
+      {kDownloadFile, {ofType(VT_NULL)}, DISP_E_TYPEMISMATCH},
+      // The system refuses this one with DISP_E_BADVARTYPE; the caller gets the same code.
+      {kDownloadFile, {ofType(15)}, DISP_E_TYPEMISMATCH},
   };
   for (const auto& c : cases) {
     CComVariant result(77);
-    EXPECT_EQ(Invoke(c.id, c.arguments, &result), c.error) << c.id;
+    UINT argument = 77;
+    EXPECT_EQ(Invoke(c.id, c.arguments, &result, nullptr, &argument), c.error) << c.id;
     EXPECT_EQ(result.vt, c.result) << c.id;
+    EXPECT_EQ(argument, c.error == DISP_E_TYPEMISMATCH ? 0u : 77u);
+    EXPECT_EQ(Invoke(c.id, c.arguments), c.error);
   }
   DISPPARAMS none = {nullptr, nullptr, 1, 0};
   EXPECT_EQ(m_dispatch->Invoke(kDownloadFile, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr,
                                nullptr),
             DISP_E_BADPARAMCOUNT);
-  EXPECT_EQ(m_dialog.Count(), 0);
-}
-
-TEST_F(QdcDownloadDispatch, ArgumentThatIsNoTextIsATypeMismatch) {
-  // The system refuses the last one with DISP_E_BADVARTYPE; the caller gets the same code.
-  for (const VARTYPE type : {VARTYPE{VT_UNKNOWN}, VARTYPE{VT_NULL}, VARTYPE{15}}) {
-    VARIANT value = {};
-    value.vt = type;
-    UINT argument = 77;
-    EXPECT_EQ(Invoke(kDownloadFile, {value}, nullptr, nullptr, &argument), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(argument, 0u);
-    EXPECT_EQ(Invoke(kDownloadFile, {value}), DISP_E_TYPEMISMATCH);
-  }
   EXPECT_EQ(m_dialog.Count(), 0);
 }
 

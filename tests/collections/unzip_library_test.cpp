@@ -4,12 +4,18 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
+#include <atlbase.h>
+
+#include <atomic>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "collections/unzip_callbacks.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
 #include "tests/unzip/unzip_test.h"
 
@@ -93,6 +99,161 @@ TEST(UnzipLibrary, ListedNameFindsItsEntry) {
     EXPECT_EQ(Unzip(Archive(c.archive), c.listed), ArchivedText()) << c.archive;
   }
   EXPECT_FALSE(IsUnzipLoaded());
+}
+
+// Two browser windows, whose threads use the library at the same time, and one that uses it twice.
+
+constexpr DWORD kLongEnoughMs = 100;
+constexpr int kFailure = 9;  // the library then stays loaded
+
+class UnzipLibraryThreads : public testing::Test {
+ protected:
+  /// Has a listing and an extraction do this inside the library.
+  void WhileInUse(const std::function<int(USERFUNCTIONS& functions)>& use) {
+    m_unzip->list = [use](DCL&, USERFUNCTIONS& functions) { return use(functions); };
+    m_unzip->unzip = [use](LPCSTR, LPCSTR, USERFUNCTIONS& functions, UzpBuffer& buffer) {
+      static char bytes[] = "bytes";
+      buffer = {5, bytes};
+      return use(functions);
+    };
+  }
+
+  CUnzipDouble m_unzip;
+  CStdoutCapture m_output;
+};
+
+// The first use waits, inside the library and at its release, for the second one, which must not
+// come.
+TEST_F(UnzipLibraryThreads, OneWaitsForTheOthersRelease) {
+  const DWORD firstThread = GetCurrentThreadId();
+  const CHandle firstIsInside(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const CHandle secondComes(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  std::atomic<bool> isInUse = false;
+  int firstResult = 0;
+  const auto isFirst = [&] { return GetCurrentThreadId() == firstThread; };
+  WhileInUse([&](USERFUNCTIONS& functions) {
+    if (!isFirst()) {
+      return 0;
+    }
+    isInUse = true;
+    SetEvent(firstIsInside);
+    WaitForSingleObject(secondComes, INFINITE);
+    Sleep(kLongEnoughMs);
+    Tell(functions.SendApplicationMessage, "first");
+    isInUse = firstResult != kFailure;
+    return firstResult;
+  });
+  const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", [&](auto... arguments) {
+    EXPECT_TRUE(isFirst() || !isInUse) << "the library is still used";
+    return search.CallOriginal(arguments...);
+  });
+  const CImportSpy<&FreeLibrary> release("kernel32.dll", "FreeLibrary", [&](HMODULE library) {
+    if (isFirst()) {
+      Sleep(kLongEnoughMs);
+      isInUse = false;
+    }
+    return release.CallOriginal(library);
+  });
+  const auto use = [&](bool isListing) {
+    const bool fails = isFirst() && firstResult == kFailure;
+    if (isListing) {
+      const Names names = isFirst() ? Names{L"first"} : Names();
+      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(names));
+    } else {
+      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
+    }
+  };
+  for (const bool isFirstListing : {true, false}) {
+    for (const bool isSecondListing : {true, false}) {
+      for (const int result : {0, kFailure}) {
+        firstResult = result;
+        const CParallel other([&] {
+          WaitForSingleObject(firstIsInside, INFINITE);
+          SetEvent(secondComes);
+          use(isSecondListing);
+        });
+        use(isFirstListing);
+      }
+    }
+  }
+}
+
+// As with a library that serves messages: another call comes while it is at work.
+TEST_F(UnzipLibraryThreads, UseInsideAnotherOfTheThreadFails) {
+  WhileInUse([](USERFUNCTIONS& functions) {
+    EXPECT_EQ(List(L"b.zip"), std::nullopt);
+    EXPECT_EQ(Unzip(L"b.zip", L"b.txt"), std::nullopt);
+    Tell(functions.SendApplicationMessage, "outer");
+    return 0;
+  });
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(List(L"a.zip"), Names{L"outer"});
+    EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), "bytes");
+  }
+  CParallel([] { EXPECT_EQ(List(L"a.zip"), Names{L"outer"}); }).Join();
+  EXPECT_TRUE(m_unzip.Release());
+}
+
+// What the library calls.
+
+/// The library's texts are its own to change, so they come as such.
+LPSTR Text(const char* text) { return const_cast<LPSTR>(text); }
+
+TEST(UnzipLibraryCallbacks, PrintWritesTheTextAndReturnsItsLength) {
+  CStdoutCapture output;
+  EXPECT_EQ(UnzipPrint(Text("50% of %s, %n\n"), 14), 14);
+  EXPECT_EQ(output.Take(), "50% of %s, %n\n");
+  EXPECT_EQ(UnzipPrint(Text("\xFC\x80"), 1000), 1000) << "the length is the library's";
+  EXPECT_EQ(output.Take(), "\xFC\x80") << "bytes, whatever the code page";
+  EXPECT_EQ(UnzipPrint(nullptr, 5), 5);
+  EXPECT_EQ(output.Take(), "");
+}
+
+TEST(UnzipLibraryCallbacks, ReplaceAndPasswordReturnOne) {
+  EXPECT_EQ(UnzipReplace(Text("a.txt")), 1);
+  char password[] = "untouched";
+  EXPECT_EQ(UnzipPassword(password, sizeof(password), "Enter password: ", "a.txt"), 1);
+  EXPECT_STREQ(password, "untouched");
+}
+
+TEST(UnzipLibraryCallbacks, EntryWithoutANameIsNotListed) {
+  CSimpleArray<CStringW> names;
+  const CUnzipListingTarget target(names);
+  UnzipListEntry(1, 1, 0, 1, 2, 3, 4, 5, ' ', nullptr, nullptr, 0, ' ');
+  EXPECT_EQ(names.GetSize(), 0);
+}
+
+TEST(UnzipLibraryCallbacks, ReportIsOneLine) {
+  const std::string longName(1025, 'n');
+  const struct {
+    unsigned long size;
+    unsigned long compressedSize;
+    unsigned factor;
+    char flag;
+    const char* name;
+    std::string line;
+  } cases[] = {
+      {1234567, 678901, 45, '*', "folder/a.txt",
+       "1234567   678901  45%  01-02-03  04:05  *folder/a.txt\n"},
+      {4294967295, 4294967295, 9, 'x', "c", "4294967295  4294967295   9%  01-02-03  04:05  xc\n"},
+      // Growing: a sign. Not growing: a blank in its place.
+      {1, 2, 45, ' ', "a", "      1        2 -45%  01-02-03  04:05   a\n"},
+      {2, 2, 5, ' ', "a", "      2        2   5%  01-02-03  04:05   a\n"},
+      {1, 900, 200, ' ', "a", "      1      900 -200%  01-02-03  04:05   a\n"},
+      // A full one is a text of its own, with both signs, whichever way the sizes are.
+      {2, 1, 100, ' ', "a", "      2        1 100%%  01-02-03  04:05   a\n"},
+      {1, 2, 100, ' ', "a", "      1        2 100%%  01-02-03  04:05   a\n"},
+      {1, 1, 0, ' ', "%s%n%d 100%", "      1        1   0%  01-02-03  04:05   %s%n%d 100%\n"},
+      {1, 1, 0, ' ', nullptr, "      1        1   0%  01-02-03  04:05   \n"},
+      {1, 1, 0, ' ', longName.c_str(),
+       "      1        1   0%  01-02-03  04:05   " + std::string(1024, 'n') + "\n"},
+  };
+  for (const auto& c : cases) {
+    CStdoutCapture output;
+    UnzipReportEntry(c.size, c.compressedSize, c.factor, 1, 2, 3, 4, 5, c.flag, Text(c.name),
+                     nullptr, 0, ' ');
+    EXPECT_EQ(output.Take(), c.line);
+  }
 }
 
 }  // namespace

@@ -16,34 +16,35 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/collections/collection_test.h"
+#include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/collections/wininet_recorder.h"
-#include "tests/doubles/unzip/unzip_search_path.h"
+#include "tests/download/wininet_recorder.h"
 #include "tests/support/dialog_template.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
-#include "tests/support/stored_zip.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/user.h"
 
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::Not;
 using Lines = CDialogTrace::Lines;
 
 constexpr int kTitle = 210;
 constexpr int kSubtitle = 211;
 constexpr int kBar = 212;
 
-RECT ChildBounds(HWND window, int id) {
+RECT BoundsOf(HWND window) {
   RECT bounds = {};
-  GetWindowRect(GetDlgItem(window, id), &bounds);
-  MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
+  GetWindowRect(window, &bounds);
   return bounds;
 }
 
 /// A dialog whose timer never ticks, so that it stays in its initial state.
-class ZipProgressDialog : public CollectionTest {
+class ZipProgressDialog : public CollectionFixture {
  protected:
   using CSetTimer = CImportSpy<&SetTimer>;
 
@@ -68,21 +69,15 @@ TEST_F(ZipProgressDialog, StartsWithOnlyCancelEnabled) {
     EXPECT_EQ(range.iHigh, 100);
     EXPECT_EQ(m_timer.Calls(), (std::vector<CSetTimer::Call>{{window, 0, 100, nullptr}}));
 
-    RECT client = {};
-    GetClientRect(window, &client);
-    const RECT ok = ChildBounds(window, IDOK);
-    const RECT cancel = ChildBounds(window, IDCANCEL);
+    const RECT bounds = BoundsOf(window);
+    const RECT ok = BoundsOf(GetDlgItem(window, IDOK));
+    const RECT cancel = BoundsOf(GetDlgItem(window, IDCANCEL));
     EXPECT_EQ(cancel.left, ok.right + 12) << "one row";
-    EXPECT_EQ(ok.left, (client.right - (cancel.right - ok.left)) / 2) << "centred";
-    EXPECT_EQ(ok.bottom, client.bottom - 12);
+    EXPECT_NEAR(ok.left - bounds.left, bounds.right - cancel.right, 1) << "centred";
 
     LRESULT leavesFocus = FALSE;
     EXPECT_TRUE(m_dialog.ProcessWindowMessage(window, WM_INITDIALOG, 0, 0, leavesFocus, 0));
     EXPECT_EQ(leavesFocus, TRUE);
-    GUITHREADINFO info = {};
-    info.cbSize = sizeof(info);
-    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
-    EXPECT_EQ(GetDlgCtrlID(info.hwndFocus), IDCANCEL);
     Click(window, IDCANCEL);
   });
   EXPECT_EQ(result, 2);
@@ -90,41 +85,33 @@ TEST_F(ZipProgressDialog, StartsWithOnlyCancelEnabled) {
 
 TEST_F(ZipProgressDialog, InitialisationKeepsItsOrder) {
   std::vector<std::string> steps;
-  const auto note = [&](const std::string& step) {
-    if (steps.empty() || steps.back() != step) {
-      steps.push_back(step);
-    }
-    return TRUE;
+  const auto note = [&](const char* step) {
+    return [&steps, step](auto...) {
+      if (steps.empty() || steps.back() != step) {
+        steps.emplace_back(step);
+      }
+      return TRUE;
+    };
   };
   {
-    const CImportSpy<&SetWindowPos> place("user32.dll", "SetWindowPos",
-                                          [&](auto...) { return note("centre"); });
-    const CImportSpy<&SetDlgItemTextW> text("user32.dll", "SetDlgItemTextW",
-                                            [&](auto...) { return note("status"); });
-    const CImportSpy<&EnableWindow> enable("user32.dll", "EnableWindow", [&](HWND window, BOOL on) {
-      return note((on ? "enable " : "disable ") + std::to_string(GetDlgCtrlID(window)));
-    });
-    const CSetTimer timer("user32.dll", "SetTimer",
-                          [&](auto...) { return static_cast<UINT_PTR>(note("timer")); });
-    const CImportSpy<&MoveWindow> move("user32.dll", "MoveWindow",
-                                       [&](auto...) { return note("button row"); });
-    const CImportSpy<&SendDlgItemMessageW> send("user32.dll", "SendDlgItemMessageW",
-                                                [&](auto...) { return note("range"); });
+    const CImportSpy<&SetWindowPos> place("user32.dll", "SetWindowPos", note("centre"));
+    const CImportSpy<&SetDlgItemTextW> text("user32.dll", "SetDlgItemTextW", note("status"));
+    const CImportSpy<&EnableWindow> enable("user32.dll", "EnableWindow", note("buttons"));
+    const CSetTimer timer("user32.dll", "SetTimer", note("timer"));
+    const CImportSpy<&MoveWindow> move("user32.dll", "MoveWindow", note("button row"));
+    const CImportSpy<&SendDlgItemMessageW> send("user32.dll", "SendDlgItemMessageW", note("range"));
     EXPECT_EQ(Run([](HWND window) { Click(window, IDCANCEL); }), 2);
   }
-  EXPECT_EQ(steps, (std::vector<std::string>{"centre", "status", "disable 1", "enable 2", "timer",
-                                             "button row", "range"}));
+  EXPECT_EQ(steps, (std::vector<std::string>{"centre", "status", "buttons", "timer", "button row",
+                                             "range"}));
 }
 
 TEST_F(ZipProgressDialog, CommandEndsItAndKeepsTheArchive) {
   m_sandbox.Write(L"download.zip", "old");
   EXPECT_EQ(Run([](HWND window) {
               // Other notifications and controls are not handled.
-              for (const int id : {IDOK, IDCANCEL, kTitle, kBar, 99}) {
-                SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 5), 0);
-              }
-              for (const int id : {kTitle, kSubtitle, kBar, 99}) {
-                SendMessageW(window, WM_COMMAND, MAKEWPARAM(id, 0), 0);
+              for (const WPARAM other : {0x50001, 0x50002, kTitle, kSubtitle, kBar, 99}) {
+                SendMessageW(window, WM_COMMAND, other, 0);
               }
               EXPECT_TRUE(IsWindowVisible(window));
               Close(window);
@@ -136,13 +123,8 @@ TEST_F(ZipProgressDialog, CommandEndsItAndKeepsTheArchive) {
 }
 
 TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
-  const CUnzipSearchPath unzip(RealUnzipFolder());
-  const std::string archive = CStoredZip().Add("a.qdc", "lesson").Bytes();
-  TiXmlDocument manifest;
-  manifest.Parse("<a><DownloadedFile Filename='a.qdc' Destination='x'/></a>");
   for (const int answer : {IDOK, IDCANCEL}) {
-    m_sandbox.Write(L"download.zip", archive);
-    DeleteFileW(Content(L"x\\a.qdc").c_str());
+    m_sandbox.Write(L"download.zip", "archive");
     CZipProgressDialog dialog(L"", ZipPath().c_str(), ContentFolder().c_str());
     CZipProgressDialogPeer peer{dialog};
     // At the end of its initialisation it goes on where a manifest stage that succeeds would.
@@ -151,7 +133,7 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
           const LRESULT result = send.CallOriginal(window, id, message, w...);
           if (message == PBM_SETRANGE32) {
             peer.Begin();
-            peer.FinishPipeline(manifest);
+            peer.FinishPipeline(TiXmlDocument());
           }
           return result;
         });
@@ -169,9 +151,7 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
       Click(window, answer);
     });
     EXPECT_EQ(result, answer);
-    EXPECT_EQ(peer.AddedFiles(), std::vector{Content(L"x\\a.qdc")});
-    EXPECT_EQ(ReadFileBytes(Content(L"x\\a.qdc")), "lesson");
-    EXPECT_EQ(ReadFileBytes(ZipPath()), archive);
+    EXPECT_EQ(ReadFileBytes(ZipPath()), "archive");
   }
 }
 
@@ -190,17 +170,13 @@ TEST(ZipProgressDialogTemplate, HasItsStyleFontAndControls) {
 
 // How the dialog ends: with a message, by a command, out of memory, or without its window.
 
-using ZipProgressDialogEnd = CollectionTest;
-
-/// Destroys the window as its owner's end does. The member keeps the handle: genuine ATL clears it
-/// only once the outermost message has returned.
-void DestroyOwner(COpenDialog& dialog, HWND window) {
-  DestroyWindow(window);
-  dialog->SetWindow(window);
-}
+using ZipProgressDialogEnd = CollectionFixture;
 
 TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialogWhichItEndsOnce) {
   COpenDialog dialog = Open();
+  dialog->SetFile(INVALID_HANDLE_VALUE);
+  const CWinInetRecorder winInet;
+  const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");
   CDialogTrace trace;
   CMessageRecorder messages;
   dialog->ShowError(L"100%s");
@@ -212,11 +188,13 @@ TEST_F(ZipProgressDialogEnd, ErrorIsAStopMessageOverTheDialogWhichItEndsOnce) {
   EXPECT_EQ(shown[0].text, L"100%s");
   EXPECT_EQ(shown[0].caption, L"MERLO Folivo");
   EXPECT_EQ(shown[0].style, UINT{MB_ICONHAND});
+  EXPECT_THAT(close.Calls(), Not(Contains(std::tuple(INVALID_HANDLE_VALUE))));
+  EXPECT_TRUE(winInet.closings.Calls().empty()) << "there is nothing to close";
 }
 
 TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
-  CWinInetRecorder winInet;
+  const CWinInetRecorder winInet;
   COpenDialog dialog = Open(TrustedUrl(path));
   CDialogTrace trace;
   ASSERT_TRUE(dialog->DownloadArchive());
@@ -226,29 +204,19 @@ TEST_F(ZipProgressDialogEnd, EndClosesFileRequestSessionThenDeletes) {
   trace.Take();
   {
     const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle", [&](HANDLE handle) {
-      EXPECT_TRUE(handle != file || winInet.closed.empty()) << "the file is closed first";
+      EXPECT_TRUE(handle != file || winInet.closings.Calls().empty()) << "the file is closed first";
       return close.CallOriginal(handle);
     });
     dialog->EndWithResult(3);
     EXPECT_THAT(close.Calls(), Contains(std::tuple(file)).Times(1));
   }
-  EXPECT_EQ(winInet.closed, (std::vector{request, session}));
+  EXPECT_THAT(winInet.closings.Calls(), ElementsAre(FieldsAre(request), FieldsAre(session)));
   EXPECT_EQ(trace.Take(), (Lines{Delete(L"download.zip"), End(3)}));
   EXPECT_FALSE(ArchiveExists());
   // The members keep their values.
   EXPECT_EQ(dialog->Session(), session);
   EXPECT_EQ(dialog->Request(), request);
   EXPECT_EQ(dialog->File(), file);
-}
-
-TEST_F(ZipProgressDialogEnd, EndWithoutHandlesClosesNone) {
-  const CWinInetRecorder winInet;
-  COpenDialog dialog = Open();
-  dialog->SetFile(INVALID_HANDLE_VALUE);
-  const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");
-  dialog->EndWithResult(2);
-  EXPECT_THAT(close.Calls(), testing::Not(Contains(std::tuple(INVALID_HANDLE_VALUE))));
-  EXPECT_TRUE(winInet.closed.empty());
 }
 
 TEST_F(ZipProgressDialogEnd, DestructorClosesTheHandlesOfADestroyedWindow) {
@@ -259,22 +227,8 @@ TEST_F(ZipProgressDialogEnd, DestructorClosesTheHandlesOfADestroyedWindow) {
     COpenDialog dialog = Open(TrustedUrl(path));
     ASSERT_TRUE(dialog->DownloadArchive());
   }
-  EXPECT_EQ(winInet.closed.size(), 2u);
+  EXPECT_EQ(winInet.closings.Calls().size(), 2u);
   EXPECT_NE(DeleteFileW(ZipPath().c_str()), FALSE) << "the archive is closed";
-}
-
-TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheMessageIsNotEnded) {
-  CDialogTrace trace;
-  m_sandbox.Write(L"download.zip", "old");
-  COpenDialog dialog = Open();
-  const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW",
-                                         [&](HWND owner, LPCWSTR, LPCWSTR, UINT) {
-                                           DestroyOwner(dialog, owner);
-                                           return IDOK;
-                                         });
-  trace.Take();
-  dialog->ShowError(L"x");
-  EXPECT_EQ(trace.Take(), Lines{Delete(L"download.zip")}) << "there is no dialog to end";
 }
 
 // The error dialog of the system is where a user can wait, and the browser's window go.
@@ -285,16 +239,16 @@ TEST_F(ZipProgressDialogEnd, WindowDestroyedUnderTheErrorDialogStopsItWithoutAMe
     CDialogTrace trace;
     COpenDialog dialog = Open(TrustedUrl(path));
     const CImportSpy<&InternetErrorDlg> ask(
-        "wininet.dll", "InternetErrorDlg",
-        [&](HWND owner, HINTERNET, DWORD, DWORD, LPVOID*) -> DWORD {
-          DestroyOwner(dialog, owner);
+        "wininet.dll", "InternetErrorDlg", [&](HWND window, auto...) -> DWORD {
+          DestroyWindow(window);
+          dialog->SetWindow(window);  // genuine ATL clears it with the outermost message's end
           return ask.Calls().size() == 1 ? answer : ERROR_SUCCESS;
         });
     EXPECT_FALSE(dialog->DownloadArchive());
     EXPECT_TRUE(trace.Take(L"message").empty());
-    EXPECT_EQ(winInet.openings.size(), 1u);
-    EXPECT_TRUE(winInet.readSizes.empty()) << "nothing more is fetched";
-    EXPECT_EQ(winInet.closed.size(), 2u);
+    EXPECT_EQ(winInet.openings.Calls().size(), 1u);
+    EXPECT_TRUE(winInet.reads.Calls().empty()) << "nothing more is fetched";
+    EXPECT_EQ(winInet.closings.Calls().size(), 2u);
     EXPECT_FALSE(ArchiveExists());
   }
 }

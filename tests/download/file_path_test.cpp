@@ -63,12 +63,6 @@ TEST(FilePath, NameLosesTheNineIllegalCharacters) {
   EXPECT_STREQ(RemoveIllegalFileNameChars(L"?\x00e4\x4f60 |?b?"), L"\x00e4\x4f60 b");
 }
 
-TEST(FilePath, EmptyStandsForNoPath) {
-  EXPECT_TRUE(CFilePath().IsEmpty());
-  EXPECT_FALSE(CFilePath(L"a").IsEmpty());
-  EXPECT_TRUE(CFilePath(L"\\").IsEmpty());
-}
-
 TEST(FilePath, PartsEndAtTheLastBackslashAndTheLastDotBehindIt) {
   struct {
     LPCWSTR path;

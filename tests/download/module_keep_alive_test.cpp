@@ -12,52 +12,36 @@ namespace {
 
 CTestModule g_module;
 
-DWORD WINAPI WaitForEvent(void* event) { return WaitForSingleObject(event, INFINITE); }
-
-/// A thread that runs until `End`.
-class CWaitingThread {
- public:
-  ~CWaitingThread() { End(); }
-
-  /// Keeps the module for the thread. The caller's handle is closed at once.
-  void Keep() const {
-    HANDLE handle = nullptr;
-    DuplicateHandle(GetCurrentProcess(), m_thread, GetCurrentProcess(), &handle, 0, FALSE,
-                    DUPLICATE_SAME_ACCESS);
-    KeepModuleUntilThreadEnds(handle);
-    CloseHandle(handle);
-  }
-  void End() {
-    SetEvent(m_event);
-    WaitForSingleObject(m_thread, INFINITE);
-  }
-
- private:
-  const CHandle m_event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const CHandle m_thread{CreateThread(nullptr, 0, &WaitForEvent, m_event, 0, nullptr)};
-};
-
 class ModuleKeepAlive : public testing::Test {
  protected:
+  ~ModuleKeepAlive() override { EndThreads(); }
+
+  /// Keeps the module for a new thread, which runs until `EndThreads`.
+  void Keep() const {
+    const auto wait = [](void* event) { return WaitForSingleObject(event, INFINITE); };
+    const CHandle thread(CreateThread(nullptr, 0, wait, m_end, 0, nullptr));
+    KeepModuleUntilThreadEnds(thread);
+  }
+  void EndThreads() const { SetEvent(m_end); }
+
   LONG LocksTaken() const { return g_module.GetLockCount() - m_before; }
   void AwaitUnlock() const {
     WaitUntil("the lock count to come back", [this] { return LocksTaken() == 0; });
   }
 
+ private:
   const LONG m_before = g_module.GetLockCount();
+  const CHandle m_end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
 TEST_F(ModuleKeepAlive, ModuleIsKeptUntilEachThreadHasEnded) {
-  CWaitingThread threads[40];
-  for (const CWaitingThread& thread : threads) {
-    thread.Keep();
+  for (int i = 0; i < 40; ++i) {
+    Keep();
   }
   EXPECT_EQ(LocksTaken(), 40);
-  for (CWaitingThread& thread : threads) {
-    thread.End();
-  }
+  EndThreads();
   AwaitUnlock();
-  threads[0].Keep();  // for a thread that has ended
+  Keep();  // for a thread that ends at once
   AwaitUnlock();
 }
 
@@ -66,15 +50,14 @@ TEST_F(ModuleKeepAlive, FailureKeepsTheModuleForGood) {
                                                [](auto...) { return nullptr; });
   KeepModuleUntilThreadEnds(nullptr);
   EXPECT_EQ(LocksTaken(), 1);
-  const CWaitingThread thread;
   {
     const CImportSpy<&GetModuleHandleExW> reference("kernel32.dll", "GetModuleHandleExW",
                                                     [](auto...) { return FALSE; });
-    thread.Keep();
+    Keep();
   }
   EXPECT_EQ(LocksTaken(), 2);
   EXPECT_TRUE(wait.Calls().empty()) << "nothing would free the module behind it";
-  thread.Keep();
+  Keep();
   EXPECT_EQ(LocksTaken(), 3);
   EXPECT_EQ(wait.Calls().size(), 1u);
   while (LocksTaken() > 0) {
@@ -92,10 +75,9 @@ TEST_F(ModuleKeepAlive, ModuleObjectMayGoBeforeTheThread) {
     }
     return result;
   });
-  CWaitingThread thread;
   ATL::CAtlModule* const module = std::exchange(ATL::_pAtlModule, nullptr);
-  thread.Keep();
-  thread.End();
+  Keep();
+  EndThreads();
   EXPECT_EQ(WaitForSingleObject(ended, 20000), WAIT_OBJECT_0);
   ATL::_pAtlModule = module;
 }

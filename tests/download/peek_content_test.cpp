@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 
@@ -27,22 +27,18 @@ constexpr ULONGLONG kLimitMs = 300;
 // How far GetTickCount64 may lag behind a timer.
 constexpr ULONGLONG kTickMs = 20;
 
-class PeekContent : public SteppedDownloadTest {};
+class PeekContent : public SteppedDownloadFixture {};
 
-/// Makes the time limit 300 ms instead of 25 s.
-class CShortLimit {
- public:
-  size_t Starts() const { return m_timer.Calls().size(); }
-
- private:
-  const TimerSpy m_timer{
+/// With a time limit of 300 ms instead of 25 s.
+class PeekContentLimit : public PeekContent {
+ protected:
+  const TimerSpy m_limit{
       "kernel32.dll", "SetWaitableTimer",
       [this](HANDLE timer, const LARGE_INTEGER* due, LONG period, auto... others) {
         EXPECT_EQ(due->QuadPart, -250000000);
         EXPECT_EQ(period, 0);
-        LARGE_INTEGER soon = {};
-        soon.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs);
-        return m_timer.CallOriginal(timer, &soon, period, others...);
+        const LARGE_INTEGER soon = {.QuadPart = -10000 * static_cast<LONGLONG>(kLimitMs)};
+        return m_limit.CallOriginal(timer, &soon, period, others...);
       }};
 };
 
@@ -58,18 +54,19 @@ TEST_F(PeekContent, OtherContentIsLeftToTheBrowserAndAFailureGivesOneMessageAtOn
                {refused, {NotAvailable(refused)}},
                {nowhere, {NotAvailable(nowhere)}}};
   for (const auto& [url, messages] : cases) {
+    m_sandbox.Write(L"temporary.qdk", "another download");
     const ULONGLONG start = GetTickCount64();
     EXPECT_FALSE(Make(url)->PeekContent(L".qdk"));
     EXPECT_LT(GetTickCount64() - start, 10000u) << "not after the time limit";
     EXPECT_EQ(Messages(), messages);
-    EXPECT_TRUE(m_sandbox.Files().empty());
+    EXPECT_EQ(ReadFileBytes(TempPath()), messages.empty() ? "" : "another download")
+        << "only a file that it has created is deleted";
   }
   EXPECT_EQ(missing.Requests().size(), 1u);
   EXPECT_TRUE(TakePostedResults().empty());
 }
 
 TEST_F(PeekContent, MessageIsOwnedByTheBrowsersWindowAndShownBeforeTheEventIsSignalled) {
-  const CForeignForeground foreground;
   const HWND browser = CreateWindowExW(0, L"static", L"Browser", WS_POPUP, 0, 0, 10, 10, nullptr,
                                        nullptr, nullptr, nullptr);
   const auto expectOwner = [&](HWND browserWindow, HWND owner) {
@@ -95,21 +92,19 @@ TEST_F(PeekContent, WithoutATimeLimitNothingIsRequested) {
   EXPECT_TRUE(m_path.Requests().empty());
 }
 
-TEST_F(PeekContent, EmptyBodyWaitsForTheTimeLimit) {
-  const CShortLimit limit;
+TEST_F(PeekContentLimit, EmptyBodyWaitsForTheTimeLimit) {
   const CImportSpy<&Sleep> sleep("kernel32.dll", "Sleep");
   const ScriptedPath path(m_server, HttpAnswer());
   const ULONGLONG start = GetTickCount64();
   EXPECT_FALSE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
   EXPECT_GE(GetTickCount64() - start, kLimitMs - kTickMs);
   EXPECT_THAT(sleep.Calls(), AllOf(Not(IsEmpty()), Each(FieldsAre(1u)))) << "yields the processor";
-  EXPECT_EQ(limit.Starts(), 1u);
+  EXPECT_EQ(m_limit.Calls().size(), 1u);
   EXPECT_EQ(Messages(), Texts());
   EXPECT_EQ(path.Requests().size(), 1u);
 }
 
-TEST_F(PeekContent, StalledServerIsGivenUpSilently) {
-  const CShortLimit limit;
+TEST_F(PeekContentLimit, StalledServerIsGivenUpSilently) {
   const ScriptedPath path(m_server, Lesson(5000).Hold(http_point::kBeforeHeaders));
   // The call that blocks returns only when the server answers; the body is not read any more.
   const CParallel server([&] {

@@ -29,10 +29,8 @@ struct CProgressDialogPeer {
   bool IsCheckPending() const { return dialog.m_checkPending; }
   bool IsValid() const { return dialog.m_valid; }
   bool IsComplete() const { return dialog.m_complete == 1; }
-  bool IsLengthKnown() const { return dialog.m_lengthKnown == 1; }
   bool IsFinished() const { return dialog.m_finished == 1; }
   bool IsRunning() const { return dialog.m_running; }
-  int Total() const { return dialog.m_total; }
   int Received() const { return dialog.m_received; }
   bool HasThread() const { return dialog.m_thread != nullptr; }
   HINTERNET Session() const { return dialog.m_hSession.Get(); }

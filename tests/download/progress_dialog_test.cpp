@@ -16,12 +16,17 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/download/download_test.h"
-#include "tests/download/failing_read.h"
+#include "tests/download/download_fixture.h"
+#include "tests/download/wininet_recorder.h"
+#include "tests/support/dialog_template.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
+#include "tests/support/parallel.h"
+#include "tests/support/path_script.h"
+#include "tests/support/request_record.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
 
@@ -31,7 +36,7 @@ static_assert(
     std::is_base_of_v<ATL::CAxDialogImpl<CProgressDialog, ATL::CWindow>, CProgressDialog>);
 static_assert(CProgressDialogPeer::kIsLockFree);
 
-class ProgressDialogObject : public DownloadTest {};
+class ProgressDialogObject : public DownloadFixture {};
 
 TEST_F(ProgressDialogObject, ConstructionCopiesItsArguments) {
   std::wstring url = L"http://127.0.0.1/My%20Lesson.qdk?x=1";
@@ -75,15 +80,14 @@ TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
   EXPECT_EQ(close.Calls(), event);
 }
 
-class ProgressDialog : public DownloadTest {
+class ProgressDialog : public DownloadFixture {
  protected:
   CMessageRecorder m_messages;
 };
 
-RECT ChildBounds(HWND window, int id) {
+RECT BoundsOf(HWND window) {
   RECT bounds = {};
-  GetWindowRect(GetDlgItem(window, id), &bounds);
-  MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&bounds), 2);
+  GetWindowRect(window, &bounds);
   return bounds;
 }
 
@@ -113,16 +117,14 @@ TEST_F(ProgressDialog, IsCompleteBeforeItsWorkerStartsAndReportsThatItDoesNot) {
     SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETRANGE, TRUE, reinterpret_cast<LPARAM>(&range));
     EXPECT_EQ(range.iLow, 1);
     EXPECT_EQ(range.iHigh, 100);
-    // One centred row.
-    RECT client = {};
-    GetClientRect(window, &client);
-    const RECT open = ChildBounds(window, IDC_OPEN_FILE);
-    const RECT folder = ChildBounds(window, IDC_OPEN_FOLDER);
-    const RECT cancel = ChildBounds(window, IDCANCEL);
+    // One centred row; that of the template has other gaps.
+    const RECT bounds = BoundsOf(window);
+    const RECT open = BoundsOf(GetDlgItem(window, IDC_OPEN_FILE));
+    const RECT folder = BoundsOf(GetDlgItem(window, IDC_OPEN_FOLDER));
+    const RECT cancel = BoundsOf(GetDlgItem(window, IDCANCEL));
     EXPECT_EQ(folder.left, open.right + 12);
     EXPECT_EQ(cancel.left, folder.right + 12);
-    EXPECT_EQ(open.left, (client.right - (cancel.right - open.left)) / 2);
-    EXPECT_EQ(cancel.bottom, client.bottom - 12);
+    EXPECT_NEAR(open.left - bounds.left, bounds.right - cancel.right, 1);
     return 0;
   });
   EXPECT_EQ(dialog->DoModal(nullptr), 3);
@@ -172,31 +174,8 @@ class CWithheldResult {
       }};
 };
 
-TEST_F(ProgressDialog, CompleteOneReadsCloseAndDeliversWhenThatIsPressed) {
-  const CWithheldResult withheld;
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  const auto dialog = Make(path.Url(L"a.qdk"));
-  const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-    path.AllowAll();
-    withheld.Wait();
-    EXPECT_EQ(TextOf(window), L"Download Complete");
-    EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Download Complete");
-    EXPECT_EQ(ChildText(window, IDCANCEL), L"Close");
-    EXPECT_EQ(SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0), 100);
-    for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
-      EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, id)));
-      EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id)));
-    }
-    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-    Click(window, IDCANCEL);
-  });
-  EXPECT_EQ(result, 1);
-  EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
-  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
-}
-
-TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
-  for (const int command : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
+TEST_F(ProgressDialog, CompleteOneReadsCloseAndEachOfItsCommandsDelivers) {
+  for (const WORD command : {IDCANCEL, IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
     const CLaunchRecorder shell;
     const CWithheldResult withheld;
     const ScriptedPath path(m_server, Lesson(1000).Gated());
@@ -204,34 +183,63 @@ TEST_F(ProgressDialog, OpenCommandsGoToTheShellAndFinishTheDownload) {
     const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
       path.AllowAll();
       withheld.Wait();
+      EXPECT_EQ(TextOf(window), L"Download Complete");
+      EXPECT_EQ(ChildText(window, IDC_PROGRESS_TEXT), L"Download Complete");
+      EXPECT_EQ(ChildText(window, IDCANCEL), L"Close");
+      EXPECT_EQ(SendDlgItemMessageW(window, IDC_PROGRESS, PBM_GETPOS, 0, 0), 100);
+      for (const int id : {IDC_OPEN_FILE, IDC_OPEN_FOLDER}) {
+        EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, id)));
+        EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id)));
+      }
+      EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
       PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
     });
     EXPECT_EQ(result, 1);
-    ASSERT_EQ(shell.Launches().size(), 1u);
-    const CLaunch& launch = shell.Launches()[0];
-    EXPECT_EQ(launch.verb, L"open");
-    EXPECT_EQ(launch.file, command == IDC_OPEN_FILE ? TempPath() : m_sandbox.Path());
-    EXPECT_EQ(launch.mask, 0x4100u);
-    EXPECT_EQ(launch.show, SW_SHOWNORMAL);
+    EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
     EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
+    ASSERT_EQ(shell.Launches().size(), command == IDCANCEL ? 0u : 1u);
+    for (const CLaunch& launch : shell.Launches()) {
+      EXPECT_EQ(launch.verb, L"open");
+      EXPECT_EQ(launch.file, command == IDC_OPEN_FILE ? TempPath() : m_sandbox.Path());
+      EXPECT_EQ(launch.mask, 0x4100u);
+      EXPECT_EQ(launch.show, SW_SHOWNORMAL);
+    }
+    DeleteFileW(DestPath().c_str());
   }
 }
 
-TEST_F(ProgressDialog, OkEndsWithOneAndDoesNothingElse) {
-  const ScriptedPath path(m_server, Lesson(1000).Gated());
-  {
-    const auto dialog = Make(path.Url(L"a.qdk"));
-    const INT_PTR result = RunDialog(*dialog, [&](HWND window) {
-      WaitUntil("the file", [&] { return !m_sandbox.Files().empty(); });
-      PostMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
-    });
-    EXPECT_EQ(result, 1);
-    const CProgressDialogPeer peer{*dialog};
-    EXPECT_TRUE(peer.HasThread());
-    EXPECT_NE(peer.File(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
+/// Answers the system's dialog by a password.
+void AnswerCredentials(const wchar_t* password) {
+  constexpr int kUserEdit = 1027;
+  constexpr int kPasswordEdit = 1028;
+  const HWND prompt = WaitForDialog(L"Authentication Required");
+  EXPECT_EQ(TextOf(GetWindow(prompt, GW_OWNER)), kDownloadTitle);
+  SetDlgItemTextW(prompt, kUserEdit, L"ann");
+  SetDlgItemTextW(prompt, kPasswordEdit, password);
+  PostMessageW(prompt, WM_COMMAND, IDOK, 0);
+  WaitUntilGone(prompt);
+}
+
+TEST_F(ProgressDialog, CredentialsAreAskedForOverItUntilTheyAreRight) {
+  const CImportSpy<&GetForegroundWindow> foreground("user32.dll", "GetForegroundWindow",
+                                                    [] { return GetDesktopWindow(); });
+  CWinInetRecorder winInet;
+  winInet.errorBehindSuccess = ERROR_SUCCESS;
+  PathScript script = Lesson(1000);
+  const ScriptedPath path(m_server, script.Credentials("ann", "right", "Lessons"));
+  const auto dialog = Make(path.Url(L"a.qdk"));
+  const CParallel user([] {
+    AnswerCredentials(L"wrong");
+    AnswerCredentials(L"right");
+  });
+  EXPECT_EQ(dialog->DoModal(nullptr), 1);
+  EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(1000));
+  const auto requests = path.Requests();
+  EXPECT_NE(requests.front().auth, RequestRecord::Auth::kRight);
+  EXPECT_EQ(requests.back().auth, RequestRecord::Auth::kRight);
+  for (const RequestRecord& request : requests) {
+    EXPECT_EQ(request.path, path.Folder() + "a.qdk");
   }
-  path.AllowAll();
 }
 
 TEST_F(ProgressDialog, JoinDispatchesMessagesOfAWorkerThatMovesTheBar) {
@@ -259,16 +267,6 @@ TEST_F(ProgressDialog, JoinDispatchesMessagesOfAWorkerThatMovesTheBar) {
   EXPECT_EQ(dialog->DoModal(nullptr), 1);
   EXPECT_EQ(LocksTaken(), 0) << "joined, not left behind";
   EXPECT_TRUE(ReadFileBytes(DestPath()) == LessonBytes(300000).substr(0, 131072));
-}
-
-TEST_F(ProgressDialog, OnlyAFileThatItHasCreatedIsDeleted) {
-  m_sandbox.Write(L"temporary.qdk", "another download");
-  const ScriptedPath missing(m_server, HttpAnswer().Status(404));
-  EXPECT_FALSE(Make(missing.Url(L"a.qdk"))->PeekContent(L".qdk"));
-  EXPECT_EQ(ReadFileBytes(TempPath()), "another download");
-  const ScriptedPath path(m_server, Lesson(1000));
-  EXPECT_TRUE(Make(path.Url(L"a.qdk"))->PeekContent(L".qdk"));
-  EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
 /// A result that comes early, while the worker fails: inside its read, or where it has come to the
@@ -311,6 +309,19 @@ TEST_F(ProgressDialog, EarlyResultDeliversWhereverTheWorkerIs) {
     DeleteFileW(DestPath().c_str());
   }
   EXPECT_TRUE(m_messages.Take().empty());
+}
+
+// WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_3DLOOK; the controls are
+// visible children: push buttons with tab stops, a bar with a border, a text that begins a group.
+TEST(ProgressDialogTemplate, HasItsStyleFontAndControls) {
+  EXPECT_EQ(DescribeDialogTemplate(IDD_FILE_DOWNLOAD),
+            L"80c800c4/0 0 0 186 73 menu '' class '' title 'MERLO Folivo File Download' "
+            L"font 'MS Sans Serif' 8\n"
+            L"50010000/0 129 50 50 16 id 2 button 'Cancel'\n"
+            L"50800000/0 7 25 172 14 id 205 msctls_progress32 ''\n"
+            L"50020000/0 7 7 172 8 id 207 static 'Progress Text'\n"
+            L"50010000/0 7 50 50 16 id 206 button 'Open'\n"
+            L"50010000/0 68 50 50 16 id 208 button 'Open Folder'\n");
 }
 
 }  // namespace

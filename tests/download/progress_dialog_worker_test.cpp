@@ -6,14 +6,13 @@
 #include <commctrl.h>
 #include <wininet.h>
 
-#include <iterator>
+#include <new>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "tests/download/stepped_download_test.h"
-#include "tests/support/import_patch.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_spy.h"
 
 namespace {
@@ -23,7 +22,7 @@ using Results = std::vector<WPARAM>;
 using WriteSpy = CImportSpy<&WriteFile>;
 using ReadSpy = CImportSpy<&InternetReadFile>;
 
-class ProgressDialogWorkerBar : public SteppedDownloadTest {
+class ProgressDialogWorkerBar : public SteppedDownloadFixture {
  protected:
   /// The positions of the bar since the last call.
   Positions TakePositions() const { return std::exchange(m_positions, {}); }
@@ -89,7 +88,7 @@ TEST_F(ProgressDialogWorkerBar, StoppedTransferDoesNotMoveIt) {
   EXPECT_EQ(TakePositions(), Positions());
 }
 
-class ProgressDialogWorker : public SteppedDownloadTest {};
+class ProgressDialogWorker : public SteppedDownloadFixture {};
 
 TEST_F(ProgressDialogWorker, NamedThreadReadsAllAndPostsOne) {
   const CImportSpy<&Sleep> sleep("kernel32.dll", "Sleep");
@@ -165,37 +164,24 @@ TEST_F(ProgressDialogWorker, WorkerThatIsLeftBehindInAWriteReportsNothingAndClea
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-// What stands in for malloc and for the message box while memory is short: it must not allocate.
-size_t g_smallestFailing = SIZE_MAX;
-void* (*g_malloc)(size_t);
-int g_shown = 0;
-wchar_t g_text[300];
-
+// The fault matrix fails each allocation; here are the texts.
 TEST_F(ProgressDialogWorker, OutOfMemoryIsReportedOnceAndFails) {
-  const CImportPatch memory(
-      "msvcrt.dll", "malloc",
-      +[](size_t size) { return size >= g_smallestFailing ? nullptr : g_malloc(size); });
-  g_malloc = memory.Original<void*(size_t)>();
-  const CImportPatch message(
-      "user32.dll", "MessageBoxW", +[](HWND, LPCWSTR text, LPCWSTR, UINT) -> int {
-        ++g_shown;
-        lstrcpynW(g_text, text, static_cast<int>(std::size(g_text)));
-        return IDOK;
-      });
-  struct {
-    size_t fails;
-    std::wstring text;
-  } const cases[] = {{131072, NotAvailable(m_url)},
-                     {1, L"There is not enough memory to download the file."}};
-  for (const auto& c : cases) {
+  bool isMessageOutOfMemory = false;
+  const CImportSpy<&MessageBoxW> message("user32.dll", "MessageBoxW", [&](auto... arguments) {
+    if (std::exchange(isMessageOutOfMemory, false)) {
+      throw std::bad_alloc();
+    }
+    return message.CallOriginal(arguments...);
+  });
+  const ReadSpy read("wininet.dll", "InternetReadFile",
+                     [](auto...) -> BOOL { throw std::bad_alloc(); });
+  for (const std::wstring& text :
+       {NotAvailable(m_url), std::wstring(L"There is not enough memory to download the file.")}) {
     const auto dialog = Make(m_url);
-    g_shown = 0;
-    g_smallestFailing = c.fails;
     CProgressDialogPeer{*dialog}.RunWorker();
-    g_smallestFailing = SIZE_MAX;
     EXPECT_EQ(TakePostedResults(), Results{3});
-    EXPECT_EQ(g_shown, 1);
-    EXPECT_EQ(g_text, c.text);
+    EXPECT_EQ(Messages(), std::vector{text});
+    isMessageOutOfMemory = true;
   }
 }
 

@@ -9,17 +9,17 @@
 #include <vector>
 
 #include "tests/doubles/ieframe/ieframe_double.h"
-#include "tests/download/failing_read.h"
-#include "tests/download/stepped_download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
+#include "tests/support/run_dialog.h"
 
 namespace {
 
 const HANDLE kState = GetCurrentProcess();  // any value: only handed on
 
-class ProtectedSave : public SteppedDownloadTest {
+class ProtectedSave : public SteppedDownloadFixture {
  protected:
   CProgressDialog::Ptr MakeProtected(const std::wstring& url) const {
     auto dialog = Make(url);
@@ -60,20 +60,6 @@ TEST_F(ProtectedSave, SaveThatIsNotCompletedIsCancelledOnce) {
       {"cancelled", stalled, 2, command(IDCANCEL)},
       {"ended by OK", stalled, 1, command(IDOK)},
       {"never run", m_path, 0, [](CProgressDialog&) { return 0; }},
-      {"never run after its pre-check", m_path, TRUE,
-       [](CProgressDialog& dialog) { return dialog.PeekContent(L".qdk"); }},
-      {"without the file", m_path, TRUE,
-       [](CProgressDialog& dialog) {
-         const CImportPatch end("user32.dll", "EndDialog", +[](HWND, INT_PTR) { return TRUE; });
-         LRESULT result = 0;
-         return dialog.ProcessWindowMessage(nullptr, WM_USER, kDownloadDelivered, 0, result);
-       }},
-      {"stopped twice", m_path, 0,
-       [](CProgressDialog& dialog) {
-         CProgressDialogPeer{dialog}.StopDownload();
-         CProgressDialogPeer{dialog}.StopDownload();
-         return 0;
-       }},
       {"without the function", m_path, 1,
        [&](CProgressDialog& dialog) {
          const CLookupPatch patch("IESaveFile",

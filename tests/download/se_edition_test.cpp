@@ -8,7 +8,7 @@
 
 #include "base/edition.h"
 #include "download/temp_files.h"
-#include "tests/download/download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
@@ -19,10 +19,9 @@ namespace {
 
 static_assert(kSeEdition);
 
-class SeEdition : public DownloadTest {};
+class SeEdition : public DownloadFixture {};
 
 TEST_F(SeEdition, DownloadDialogNamesItAndItsMessagesDoNot) {
-  const CForeignForeground foreground;
   const ScriptedPath path(m_server, HttpAnswer().Bytes("no lesson"));
   const CImportSpy<&MessageBoxW> message(
       "user32.dll", "MessageBoxW", [&](HWND owner, LPCWSTR text, LPCWSTR caption, UINT) {

@@ -3,16 +3,16 @@
 #include <optional>
 #include <string>
 
-#include "tests/collections/collection_test.h"
+#include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/collections/wininet_recorder.h"
+#include "tests/download/wininet_recorder.h"
 #include "tests/faults/run_checks.h"
 #include "tests/faults/transfer_faults.h"
 #include "tests/support/import_spy.h"
 
 /// Faults of an archive's download. The dialog itself ends with 3 and one message in each case: an
 /// archive that has come is still held open when it is to be read.
-class ArchiveFaults : public CollectionTest {
+class ArchiveFaults : public CollectionFixture {
  protected:
   static constexpr size_t kBuffer = 10000;  // of the transfer
   static constexpr size_t kPeekBuffer = 800;

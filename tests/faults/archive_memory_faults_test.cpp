@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/collections/collection_test.h"
+#include "tests/collections/collection_fixture.h"
 #include "tests/collections/control_object.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/faults/failing_allocations.h"
@@ -24,7 +24,7 @@ const char kManifest[] =
 decltype(&Sleep) g_sleep;
 decltype(&InternetOpenUrlW) g_openUrl;
 
-class ArchiveMemoryFaults : public CollectionTest {
+class ArchiveMemoryFaults : public CollectionFixture {
  protected:
   ArchiveMemoryFaults() {
     g_sleep = m_sleep.Original<decltype(Sleep)>();

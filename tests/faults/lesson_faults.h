@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "download/content_check.h"
-#include "tests/download/download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/faults/run_checks.h"
 #include "tests/faults/transfer_faults.h"
 #include "tests/support/deferred_close.h"
 #include "tests/support/message_recorder.h"
 
 /// Faults of a lesson's download.
-class LessonFaults : public DownloadTest {
+class LessonFaults : public DownloadFixture {
  protected:
   static constexpr size_t kBuffer = 131072;  // of the worker
   static constexpr size_t kPeekBuffer = 800;

@@ -12,10 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "tests/download/download_test.h"
+#include "tests/download/download_fixture.h"
 #include "tests/support/deferred_close.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/process_counts.h"
+#include "tests/support/run_dialog.h"
 #include "tests/support/run_seed.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
@@ -35,7 +36,7 @@ constexpr int kHandleSlack = 40;
 constexpr int kThreadSlack = 6;
 constexpr size_t kMemorySlack = 16 * 1024 * 1024;
 
-class CancelStress : public DownloadTest {
+class CancelStress : public DownloadFixture {
  protected:
   uint64_t Random(uint64_t below) { return m_random() % below; }
 

@@ -4,15 +4,32 @@
 #include <atlstr.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "collections/unzip_library.h"
-#include "tests/collections/stdout_capture.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "unzip/unzip_interface.h"
+
+/// Takes what this process writes to standard output, for the object's scope. What nobody has taken
+/// then is written after all: it may be a failure's message.
+class CStdoutCapture {
+ public:
+  CStdoutCapture() { testing::internal::CaptureStdout(); }
+  ~CStdoutCapture() { std::fputs(testing::internal::GetCapturedStdout().c_str(), stdout); }
+  CStdoutCapture(const CStdoutCapture&) = delete;
+  CStdoutCapture& operator=(const CStdoutCapture&) = delete;
+
+  /// What has been written since the last call, with "\n" as line end.
+  std::string Take() {
+    const std::string text = testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    return text;
+  }
+};
 
 /// One of the archives that make_archives.py makes.
 inline CStringW Archive(const wchar_t* name) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "collections/zip_progress_dialog.h"
@@ -22,10 +21,6 @@ inline constexpr wchar_t kUnavailable[] =
 inline constexpr wchar_t kNotValid[] =
     L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
 inline constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
-
-/// Runs the dialog modally with a user: a thread that gets the window once it is visible. A dialog
-/// that the user leaves open and that does not end by itself is cancelled. Gives its result.
-INT_PTR RunDialog(CZipProgressDialog& dialog, const std::function<void(HWND window)>& user);
 
 /// A dialog with a window whose stages a test calls one by one, on its own thread. There is no
 /// message loop, so the timer never ticks.
@@ -55,9 +50,9 @@ class COpenDialog {
 };
 
 /// An archive at a path of the test's own, and a content folder, which is not there yet.
-class CollectionTest : public testing::Test {
+class CollectionFixture : public testing::Test {
  protected:
-  ~CollectionTest() override { EXPECT_TRUE(VisibleDialogs().empty()); }
+  ~CollectionFixture() override { EXPECT_TRUE(VisibleDialogs().empty()); }
 
   std::wstring ZipPath() const { return m_sandbox / L"download.zip"; }
   std::wstring ContentFolder() const { return m_sandbox / L"Downloaded Content"; }
