@@ -14,6 +14,7 @@
 
 #include "collections/unzip_callbacks.h"
 #include "tests/doubles/unzip/unzip_double.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
@@ -103,7 +104,6 @@ TEST(UnzipLibrary, ListedNameFindsItsEntry) {
 
 // Two browser windows, whose threads use the library at the same time, and one that uses it twice.
 
-constexpr DWORD kLongEnoughMs = 100;
 constexpr int kFailure = 9;  // the library then stays loaded
 
 class UnzipLibraryThreads : public testing::Test {
@@ -122,57 +122,106 @@ class UnzipLibraryThreads : public testing::Test {
   CStdoutCapture m_output;
 };
 
-// The first use waits, inside the library and at its release, for the second one, which must not
-// come.
+/// The product's lock, used by the creating thread first, then by another one. Not a spy, which
+/// uses such locks itself.
+class CLockOrder {
+ public:
+  CLockOrder()
+      : m_acquire("kernel32.dll", "AcquireSRWLockExclusive", &Acquire),
+        m_release("kernel32.dll", "ReleaseSRWLockExclusive", &Release) {
+    s_order = this;
+  }
+  CLockOrder(const CLockOrder&) = delete;
+  CLockOrder& operator=(const CLockOrder&) = delete;
+
+  bool IsFirst() const { return GetCurrentThreadId() == m_first; }
+  /// Waits until the other thread finds the lock taken, or is inside all the same.
+  void AwaitSecond() const { WaitForSingleObject(m_comes, INFINITE); }
+  bool IsSecondWaiting() const { return m_isWaiting; }
+  void SetSecondInside() const {
+    SetEvent(m_comes);
+    SetEvent(m_isInside);
+  }
+
+ private:
+  static void WINAPI Acquire(SRWLOCK* lock) {
+    while (!TryAcquireSRWLockExclusive(lock)) {
+      if (!s_order->IsFirst() && !s_order->m_isWaiting) {
+        s_order->m_lock = lock;
+        s_order->m_isWaiting = true;
+        SetEvent(s_order->m_comes);
+      }
+      SwitchToThread();
+    }
+    if (lock == s_order->m_lock) {
+      s_order->m_isWaiting = false;
+    }
+  }
+  /// Returns when the other thread is inside, so that what the first does behind this is too late.
+  static void WINAPI Release(SRWLOCK* lock) {
+    s_order->m_release.Original<decltype(ReleaseSRWLockExclusive)>()(lock);
+    if (lock == s_order->m_lock && s_order->IsFirst()) {
+      WaitForSingleObject(s_order->m_isInside, INFINITE);
+    }
+  }
+
+  static inline CLockOrder* s_order = nullptr;
+  const DWORD m_first = GetCurrentThreadId();
+  const CHandle m_comes{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  const CHandle m_isInside{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  std::atomic<SRWLOCK*> m_lock = nullptr;
+  std::atomic<bool> m_isWaiting = false;
+  const CImportPatch m_acquire;
+  const CImportPatch m_release;
+};
+
 TEST_F(UnzipLibraryThreads, OneWaitsForTheOthersRelease) {
-  const DWORD firstThread = GetCurrentThreadId();
-  const CHandle firstIsInside(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  const CHandle secondComes(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  std::atomic<bool> isInUse = false;
-  int firstResult = 0;
-  const auto isFirst = [&] { return GetCurrentThreadId() == firstThread; };
-  WhileInUse([&](USERFUNCTIONS& functions) {
-    if (!isFirst()) {
-      return 0;
-    }
-    isInUse = true;
-    SetEvent(firstIsInside);
-    WaitForSingleObject(secondComes, INFINITE);
-    Sleep(kLongEnoughMs);
-    Tell(functions.SendApplicationMessage, "first");
-    isInUse = firstResult != kFailure;
-    return firstResult;
-  });
-  const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW", [&](auto... arguments) {
-    EXPECT_TRUE(isFirst() || !isInUse) << "the library is still used";
-    return search.CallOriginal(arguments...);
-  });
-  const CImportSpy<&FreeLibrary> release("kernel32.dll", "FreeLibrary", [&](HMODULE library) {
-    if (isFirst()) {
-      Sleep(kLongEnoughMs);
-      isInUse = false;
-    }
-    return release.CallOriginal(library);
-  });
-  const auto use = [&](bool isListing) {
-    const bool fails = isFirst() && firstResult == kFailure;
-    if (isListing) {
-      const Names names = isFirst() ? Names{L"first"} : Names();
-      EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(names));
-    } else {
-      EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
-    }
-  };
   for (const bool isFirstListing : {true, false}) {
     for (const bool isSecondListing : {true, false}) {
       for (const int result : {0, kFailure}) {
-        firstResult = result;
+        const CHandle firstIsInside(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+        const CHandle firstIsDone(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+        CLockOrder order;
+        const auto expectNoUseInside = [] { EXPECT_EQ(List(L"b.zip"), std::nullopt); };
+        WhileInUse([&](USERFUNCTIONS& functions) {
+          if (!order.IsFirst()) {
+            WaitForSingleObject(firstIsDone, INFINITE);
+            expectNoUseInside();
+            return 0;
+          }
+          SetEvent(firstIsInside);
+          order.AwaitSecond();
+          expectNoUseInside();
+          Tell(functions.SendApplicationMessage, "first");
+          EXPECT_TRUE(order.IsSecondWaiting());
+          return result;
+        });
+        const CImportSpy<&SearchPathW> search("kernel32.dll", "SearchPathW",
+                                              [&](auto... arguments) {
+                                                if (!order.IsFirst()) {
+                                                  order.SetSecondInside();
+                                                }
+                                                return search.CallOriginal(arguments...);
+                                              });
+        const CImportSpy<&FreeLibrary> release("kernel32.dll", "FreeLibrary", [&](HMODULE library) {
+          EXPECT_EQ(order.IsSecondWaiting(), order.IsFirst());
+          return release.CallOriginal(library);
+        });
+        const auto use = [&](bool isListing) {
+          const bool fails = order.IsFirst() && result == kFailure;
+          if (isListing) {
+            const Names names = order.IsFirst() ? Names{L"first"} : Names();
+            EXPECT_EQ(List(L"a.zip"), fails ? std::nullopt : std::optional(names));
+          } else {
+            EXPECT_EQ(Unzip(L"a.zip", L"a.txt").value_or(""), fails ? "" : "bytes");
+          }
+        };
         const CParallel other([&] {
           WaitForSingleObject(firstIsInside, INFINITE);
-          SetEvent(secondComes);
           use(isSecondListing);
         });
         use(isFirstListing);
+        SetEvent(firstIsDone);
       }
     }
   }

@@ -93,7 +93,7 @@ TEST_F(ZipProgressDialogTransfer, LengthIsANumberReadAsAText) {
   }
 }
 
-TEST_F(ZipProgressDialogTransfer, UnknownLengthCountsAsTwoMillion) {
+TEST_F(ZipProgressDialogTransfer, UnknownLengthCountsAsTwoMillionAndEachChunkHasItsPause) {
   constexpr size_t kSize = 2100000;
   Lines chunks;
   for (int chunk = 1; chunk <= 210; ++chunk) {
