@@ -25,15 +25,10 @@ class CDocumentsFolder {
   explicit CDocumentsFolder(const std::wstring& path)
       : m_patch("shell32.dll", "SHGetFolderPathW", &GetFolderPath) {
     s_path = path;
-    s_count = 0;
   }
-
-  /// How often it was asked for.
-  int Count() const { return s_count; }
 
  private:
   static HRESULT WINAPI GetFolderPath(HWND, int folder, HANDLE token, DWORD flags, LPWSTR path) {
-    ++s_count;
     EXPECT_EQ(folder, CSIDL_PERSONAL);
     EXPECT_EQ(token, nullptr);
     EXPECT_EQ(flags, 0u);
@@ -42,7 +37,6 @@ class CDocumentsFolder {
   }
 
   static inline std::wstring s_path;
-  static inline int s_count;
 
   CImportPatch m_patch;
 };
@@ -71,7 +65,6 @@ class CControlObject {
   CQDCDownloadPeer Peer() const { return {*m_object.p}; }
   /// Its IDispatch.
   IQDCDownload* Dispatch() const { return m_object; }
-  int DocumentsQueries() const { return m_documents.Count(); }
   /// Gives up the reference.
   void Release() { m_object.Release(); }
 

@@ -112,7 +112,6 @@ TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
     EXPECT_EQ(messages[0].owner, nullptr);
   }
   EXPECT_EQ(dialog.Count(), 0);
-  EXPECT_EQ(control.DocumentsQueries(), 1);
 }
 
 TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {

@@ -66,9 +66,4 @@ TEST_F(AtomicHandle, CloserIsTheOnlyOneWhereverItMeetsAnother) {
   EXPECT_GT(instructions, 10);
 }
 
-TEST_F(AtomicHandle, EmptyFileIsInvalidHandleValueAndEmptyRequestIsNull) {
-  EXPECT_EQ(CAtomicFile().Get(), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(CAtomicInternetHandle().Get(), nullptr);
-}
-
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "tests/support/dialogs.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/test_module.h"
 #include "tests/support/user.h"

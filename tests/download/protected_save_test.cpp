@@ -10,7 +10,6 @@
 
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/download/download_fixture.h"
-#include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/lookup_patch.h"
 #include "tests/support/run_dialog.h"
