@@ -61,7 +61,12 @@ class CComVariant : public tagVARIANT {
   }
   ~CComVariant() { Clear(); }
 
-  CComVariant& operator=(CComVariant varSrc) noexcept {
+  // Two, not one by value: see CStringT.
+  CComVariant& operator=(const CComVariant& varSrc) {
+    CComVariant(varSrc).Swap(*this);
+    return *this;
+  }
+  CComVariant& operator=(CComVariant&& varSrc) noexcept {
     Swap(varSrc);
     return *this;
   }

@@ -37,7 +37,13 @@ class CStringT {
   CStringT(PCXSTR pchSrc, int nLength) { SetString(pchSrc, nLength); }
   ~CStringT() = default;
 
-  CStringT& operator=(CStringT strSrc) noexcept {
+  // Two, not one by value: that could be noexcept itself, and the compiler would take the assignment
+  // of a class with such a member for noexcept, though the copy in it is not.
+  CStringT& operator=(const CStringT& strSrc) {
+    CStringT(strSrc).Swap(*this);
+    return *this;
+  }
+  CStringT& operator=(CStringT&& strSrc) noexcept {
     Swap(strSrc);
     return *this;
   }

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cwchar>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "tests/support/failing_malloc.h"
@@ -20,6 +21,14 @@ HRESULT ThrownBy(auto action) {
   }
   return S_OK;
 }
+
+/// Its own assignments must promise what the string's do: the compiler leaves out clean-up code around
+/// those that do not throw.
+struct CNamed {
+  CStringW name;
+};
+static_assert(!std::is_nothrow_copy_assignable_v<CNamed>);
+static_assert(std::is_nothrow_move_assignable_v<CNamed>);
 
 TEST(String, SourceMayBePartOfTheString) {
   CStringW text(L"0123456789");
