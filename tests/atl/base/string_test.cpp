@@ -22,8 +22,8 @@ HRESULT ThrownBy(auto action) {
   return S_OK;
 }
 
-/// Its own assignments must promise what the string's do: the compiler leaves out clean-up code around
-/// those that do not throw.
+/// Its own assignments must promise what the string's do: the compiler leaves out clean-up code
+/// around those that do not throw.
 struct CNamed {
   CStringW name;
 };

@@ -1,0 +1,32 @@
+#include "download/temp_file_owner.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_sandbox.h"
+
+namespace {
+
+TEST(TempFileOwner, DiscardDeletesWhatIsNeitherTheWorkersNorTheBrowsers) {
+  const CTempSandbox sandbox;
+  const struct {
+    void (*become)(CTempFileOwner& owner);
+    bool isKept;
+  } cases[] = {
+      {[](CTempFileOwner&) {}, false},
+      {[](CTempFileOwner& owner) { owner.TakeFromSteps(); }, false},
+      {[](CTempFileOwner& owner) { owner.LeaveToWorker(); }, true},
+      {[](CTempFileOwner& owner) { owner.LeaveToBrowser(); }, true},
+      // The first who has it keeps it.
+      {[](CTempFileOwner& owner) { owner.TakeFromSteps(), owner.LeaveToWorker(); }, false},
+      {[](CTempFileOwner& owner) { owner.LeaveToWorker(), owner.TakeFromSteps(); }, true},
+  };
+  for (const auto& c : cases) {
+    const CFilePath path(sandbox.Write(L"a.qdk", "bytes").c_str());
+    CTempFileOwner owner(path);
+    c.become(owner);
+    owner.DiscardUnlessSettled();
+    EXPECT_EQ(PathExists(path), c.isKept) << &c - cases;
+  }
+}
+
+}  // namespace
