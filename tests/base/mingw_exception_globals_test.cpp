@@ -15,7 +15,7 @@
 
 namespace {
 
-TEST(MingwExceptionGlobals, FirstExceptionOfAThreadNeedsNoMemory) {
+TEST(MingwExceptionGlobals, FirstExceptionOfAThreadAllocatesNothing) {
   bool isCaught = false;
   CParallel([&] {
     const CImportPatch memory("msvcrt.dll", "malloc", +[](size_t) -> void* { return nullptr; });
@@ -28,7 +28,7 @@ TEST(MingwExceptionGlobals, FirstExceptionOfAThreadNeedsNoMemory) {
   EXPECT_TRUE(isCaught);
 }
 
-TEST(MingwExceptionGlobals, ThreadHasItsOwn) {
+TEST(MingwExceptionGlobals, EachThreadHasItsOwnState) {
   try {
     throw std::runtime_error("outer");
   } catch (const std::runtime_error&) {

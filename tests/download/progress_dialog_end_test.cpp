@@ -217,7 +217,7 @@ TEST_F(ProgressDialogEndMessages, OpeningIsHandledSoThatTheSystemSetsTheFocus) {
   EXPECT_EQ(Messages().size(), 1u);
 }
 
-TEST_F(ProgressDialogEndMessages, ResultsAreHandledAndTheQuestionOfTheSameNumberIsNot) {
+TEST_F(ProgressDialogEndMessages, ResultsAreHandledAndWmUserWithZeroIsNot) {
   static_assert(DM_GETDEFID == WM_USER);
   EXPECT_FALSE(IsHandled(DM_GETDEFID, 0));
   EXPECT_TRUE(m_peer.IsRunning());
@@ -244,7 +244,7 @@ TEST_F(ProgressDialogEndMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileB
 int g_looks;  // at the clock
 const CInterruption* g_worker;
 
-TEST_F(ProgressDialogEndMessages, WriteThatOutlastsTheWaitSaysDeliveredOnlyIfTheFileWas) {
+TEST_F(ProgressDialogEndMessages, WriteLongerThanTheWaitReturnsFailedUnlessDelivered) {
   // The wait is over at the second look. From there on the worker may put the file back.
   const CImportPatch clock(
       "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {

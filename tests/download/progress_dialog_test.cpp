@@ -58,7 +58,7 @@ TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
             addresses.end());
 }
 
-TEST_F(ProgressDialogObject, TableHoldsTheMessageMapAndThenTheDestructor) {
+TEST_F(ProgressDialogObject, VtableHasTheMessageMapBeforeTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
   // The last of the destructor's two places with this compiler is the deleting one.

@@ -116,7 +116,7 @@ TEST_F(ProgressDialogWorker, NamedThreadReadsAllAndPostsOne) {
   }
 }
 
-TEST_F(ProgressDialogWorker, FailurePostsThreeAndARefusedStatusTwice) {
+TEST_F(ProgressDialogWorker, ResultIsPostedOnceAndTwiceForARefusedStatus) {
   struct {
     HttpAnswer answer;
     Results results;

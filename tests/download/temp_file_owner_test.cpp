@@ -17,8 +17,16 @@ TEST(TempFileOwner, DiscardDeletesWhatIsNeitherTheWorkersNorTheBrowsers) {
       {[](CTempFileOwner& owner) { owner.LeaveToWorker(); }, true},
       {[](CTempFileOwner& owner) { owner.LeaveToBrowser(); }, true},
       // The first who has it keeps it.
-      {[](CTempFileOwner& owner) { owner.TakeFromSteps(), owner.LeaveToWorker(); }, false},
-      {[](CTempFileOwner& owner) { owner.LeaveToWorker(), owner.TakeFromSteps(); }, true},
+      {[](CTempFileOwner& owner) {
+         owner.TakeFromSteps();
+         owner.LeaveToWorker();
+       },
+       false},
+      {[](CTempFileOwner& owner) {
+         owner.LeaveToWorker();
+         owner.TakeFromSteps();
+       },
+       true},
   };
   for (const auto& c : cases) {
     const CFilePath path(sandbox.Write(L"a.qdk", "bytes").c_str());

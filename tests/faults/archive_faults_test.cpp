@@ -150,7 +150,7 @@ void ArchiveFaultsLifetime::Run(Point when, PageAct act) {
   EXPECT_EQ(m_sandbox.Files(), std::vector<std::wstring>());
 }
 
-TEST_F(ArchiveFaultsLifetime, PageMayDoAnythingMeanwhile) {
+TEST_F(ArchiveFaultsLifetime, PageCallAtAnyStageLeavesNoResources) {
   for (const size_t cell : RunIndices(std::size(kPoints) * std::size(kActs))) {
     const size_t when = cell / std::size(kActs);
     const size_t act = cell % std::size(kActs);

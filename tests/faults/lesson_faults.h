@@ -34,7 +34,7 @@ class LessonFaults : public DownloadFixture {
   static std::wstring WrongMessage(const std::wstring& url) { return NotAFolivoFile(url); }
   static std::wstring UnavailableMessage(const std::wstring& url) { return NotAvailable(url); }
   Files TakeMessages() { return m_messages.TakeTexts(); }
-  /// The delivered file's bytes, and nothing else is left; it goes too.
+  /// The delivered file's bytes, and checks that nothing else is left. Deletes the file.
   std::string TakeDelivered() const;
 
   CRunChecks m_checks;

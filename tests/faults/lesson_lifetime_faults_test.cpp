@@ -230,7 +230,7 @@ void LessonLifetimeFaults::Run(Stage stage, Act act) {
   DeleteFileW((m_sandbox / name).c_str());
 }
 
-TEST_F(LessonLifetimeFaults, BrowserMayDoAnythingMeanwhile) {
+TEST_F(LessonLifetimeFaults, BrowserEventAtAnyStageLeavesNoResources) {
   for (const size_t cell : RunIndices(std::size(kStages) * std::size(kActs))) {
     const auto stage = static_cast<Stage>(cell / std::size(kActs));
     const auto act = static_cast<Act>(cell % std::size(kActs));

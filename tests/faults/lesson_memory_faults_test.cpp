@@ -58,8 +58,8 @@ class LessonMemoryFaults : public EventFaults {
     return event.Cancelled();
   }
 
-  /// What is left is the whole lesson, where it was to be put, or nothing; it goes too. True when
-  /// the lesson is there.
+  /// What is left is the whole lesson, where it was to be put, or nothing. Deletes the file
+  /// afterwards. True when the lesson is there.
   bool ExpectAllOrNothing(int button) const {
     const Files files = m_sandbox.Files();
     EXPECT_LE(files.size(), 1u);

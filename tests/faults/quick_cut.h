@@ -5,13 +5,13 @@
 #include <ranges>
 #include <vector>
 
-/// The indices of the cells of a table that this run takes, and a line that tells how many: all of
-/// them, or in a quick run (FOLIVO_FAULTS_QUICK, which ./run test sets without --full) all of a
-/// short table, else a fifth. Five seeds from a multiple of five on take each cell once. The next
-/// five divide the table in another way, so that no row or column of it falls in step with the cut.
+/// Returns the indices of the table's cells to run, and prints how many: all, or in a quick run
+/// (FOLIVO_FAULTS_QUICK, which ./run test sets without --full) a fifth of a table that is not
+/// short. Five seeds from a multiple of five on run each cell once; the next five divide the table
+/// in another way, so that a row or column is not always left out together.
 std::vector<size_t> RunIndices(size_t count);
 
-/// The cells themselves.
+/// Returns copies of these cells.
 template <typename Table>
 auto QuickCut(const Table& table) {
   std::vector<std::ranges::range_value_t<Table>> chosen;
@@ -21,8 +21,8 @@ auto QuickCut(const Table& table) {
   return chosen;
 }
 
-/// For a loop from 1 on whose end shows only on the way: every number, or in a quick run every
-/// `quickStep`th, from one on that the run's seed chooses.
+/// For a loop from 1 to an end that is not known before: each number, or in a quick run each
+/// `quickStep`th from a first one that the run's seed chooses.
 struct CRunSteps {
   int first;
   int step;

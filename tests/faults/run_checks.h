@@ -4,12 +4,13 @@
 
 #include "tests/faults/started_threads.h"
 
-/// What every run of a fault cell must leave as it was, whatever the fault: no thread of its own,
-/// no lock of the module, no handle, no dialog.
+/// Checks that a run of a fault cell leaves no thread, no lock of the module, no handle and no
+/// dialog.
 class CRunChecks {
  public:
-  /// Runs a cell and checks. What the system keeps once (connections, threads of a pool) looks like
-  /// a leak the first time: a run that left handles is repeated, and a leak grows each time.
+  /// Runs a cell and checks. Handles that the system opens once and keeps (connections, threads of
+  /// a pool) are no leak: repeats a run that left handles, and fails if each further one leaves
+  /// more.
   void Run(const std::function<void()>& cell);
 
  private:

@@ -102,7 +102,7 @@ TEST_F(TransferFaultsAnswer, BodyIsWholeWhateverLengthIsClaimed) {
   RunAll(faults);
 }
 
-TEST_F(TransferFaultsAnswer, HeadThatIsNoneIsSurvived) {
+TEST_F(TransferFaultsAnswer, InvalidResponseHeadEndsTheTransfer) {
   const auto body = [](const char* name, const HttpAnswer& answer) {
     return CTransferFault{name, answer, TransferEnd::kBody, BodyBytes(kSmall)};
   };

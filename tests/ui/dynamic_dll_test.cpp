@@ -75,7 +75,7 @@ void CallSlot(CDynamicDll& dll, int slot, Arguments... arguments) {
   reinterpret_cast<Operation>(const_cast<void*>(table[slot]))(&dll, arguments...);
 }
 
-TEST(DynamicDll, OperationsHaveTheirPlacesBehindTheDestructor) {
+TEST(DynamicDll, VtableOrderIsFixed) {
   constexpr int kFirst = 2;  // the destructor takes two places with this compiler
   CRecordingDll dll;
   const auto module = reinterpret_cast<HMODULE>(&dll);

@@ -34,7 +34,7 @@ Result CallSlot(CGenericGUILang& language, int slot) {
   return reinterpret_cast<Function>(const_cast<void*>(table[slot]))(&language);
 }
 
-TEST(GuiLang, FunctionsHaveTheirPlacesBehindTheDestructor) {
+TEST(GuiLang, VtableOrderIsFixed) {
 #ifdef _MSC_VER
   constexpr int kFirst = 1;  // one place for the virtual destructor
 #else
