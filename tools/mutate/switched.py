@@ -49,16 +49,20 @@ def render(text, header, rows):
 
 
 def blamed(log, folder, texts, numbered):
-    """The numbers of mutants on lines that the compiler names; `texts`: the files without faults, to
-    which the numbers of lines belong."""
+    """The numbers of mutants on lines that the compiler names, or else of those next to one: a return
+    that is left out shows elsewhere in its function. `texts`: the files without faults, to which the
+    numbers of lines belong."""
     lines = {(place, int(line)) for place, line in PLACE.findall(log)}
-    result = set()
+    distances = {}
     for number, mutant in numbered.items():
         text, guard = texts[mutant.path], mutant.edit.guard
-        if any((str(folder / mutant.path), line) in lines for line in
-               range(line_of(text, guard.start), line_of(text, guard.end) + 1)):
-            result.add(number)
-    return result
+        first, last = line_of(text, guard.start), line_of(text, guard.end)
+        found = [max(first - line, line - last, 0) for place, line in lines
+                 if place == str(folder / mutant.path)]
+        if found:
+            distances[number] = min(found)
+    return {number for number, distance in distances.items()
+            if distance == min(distances.values())}
 
 
 class Switched:
