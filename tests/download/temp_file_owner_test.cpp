@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(TempFileOwner, DiscardDeletesWhatIsNeitherTheWorkersNorTheBrowsers) {
+TEST(TempFileOwner, DiscardDeletesWhatIsNeitherSettledNorLeftToOthers) {
   const CTempSandbox sandbox;
   const struct {
     void (*become)(CTempFileOwner& owner);
@@ -16,6 +16,7 @@ TEST(TempFileOwner, DiscardDeletesWhatIsNeitherTheWorkersNorTheBrowsers) {
       {[](CTempFileOwner& owner) { owner.TakeFromSteps(); }, false},
       {[](CTempFileOwner& owner) { owner.LeaveToWorker(); }, true},
       {[](CTempFileOwner& owner) { owner.LeaveToBrowser(); }, true},
+      {[](CTempFileOwner& owner) { owner.Settle(); }, true},
       // The first who has it keeps it.
       {[](CTempFileOwner& owner) {
          owner.TakeFromSteps();
