@@ -156,6 +156,11 @@ TEST_F(ApplicationHandoff, OpenDoesNothingWithoutTheLauncher) {
     OpenInApplication(kOwner, CFilePath(L"C:\\a.folivo"));
   }
   EXPECT_TRUE(m_recorder.Launches().empty());
+  // Whatever has its name is started.
+  m_sandbox.Write(L"F\\LaunchFolivo.exe\\file", "");
+  m_information.SetFolder(m_sandbox / L"F");
+  OpenInApplication(kOwner, CFilePath(L"C:\\a.folivo"));
+  EXPECT_EQ(m_recorder.Launches().size(), 1u);
 }
 
 TEST_F(ApplicationHandoff, OpenRunsTheFileItselfWithoutInstallInformation) {

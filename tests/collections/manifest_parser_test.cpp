@@ -47,7 +47,9 @@ int Parse(const std::string& text) {
 }
 
 TEST(ManifestParser, DepthIsTheOnlyLimit) {
-  for (const std::string front : {"", "<?xml version='1.0'?><!-- <b> -->", "</a></a>"}) {
+  for (const std::string front : {"", "<?xml version='1.0'?><!-- <b> -->", "</a></a>",
+                                  "<?xml version = \"1.0\" standalone = \"yes\" ?>"
+                                  "<!DOCTYPE a SYSTEM \"a.dtd\"><?s href=\"?&#x\" ?>"}) {
     for (const std::string inner : {"", "text", "<![CDATA[<b><c>]]>", "<!-- <b> -->", "<!x>"}) {
       EXPECT_EQ(Parse(front + Nest(inner, kDeepest)), kDeepest) << front << inner;
     }

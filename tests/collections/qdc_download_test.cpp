@@ -102,6 +102,7 @@ TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
   EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
   EXPECT_TRUE(IsFolder(m_sandbox / L"ZDH")) << "the rest is made";
   const CDialogResult dialog(1);
+  const CDocumentsFolder now(m_sandbox / L"Documents");  // too late
   for (const size_t length : {10, 1001}) {
     EXPECT_EQ(control->DownloadFile(CComBSTR(std::wstring(length, L'a').c_str())), E_FAIL);
     const std::vector<CShownMessage> messages = m_messages.Take();

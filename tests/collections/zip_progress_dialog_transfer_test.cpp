@@ -197,6 +197,17 @@ TEST_F(ZipProgressDialogTransferFailure, FailedRequestIsUnavailable) {
   }
 }
 
+TEST_F(ZipProgressDialogTransferFailure, RetryThatCannotOpenIsUnavailable) {
+  const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
+  CWinInetRecorder winInet;
+  winInet.errorDialogAnswers = {ERROR_INTERNET_FORCE_RETRY};
+  const CImportSpy<&InternetOpenUrlW> open("wininet.dll", "InternetOpenUrlW", [&](auto... all) {
+    return open.Calls().size() == 1 ? open.CallOriginal(all...) : nullptr;
+  });
+  EXPECT_EQ(Fail(TrustedUrl(path)), kUnavailable);
+  EXPECT_EQ(winInet.closings.Calls().size(), 2u) << "the request and the session";
+}
+
 TEST_F(ZipProgressDialogTransferFailure, LastErrorOfTheWindowCheckIsIgnored) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   const CWinInetRecorder winInet;
@@ -215,6 +226,10 @@ TEST_F(ZipProgressDialogTransferFailure, RetryClosesTheRequestAndOpensAnother) {
   script.Then(HttpAnswer().Bytes("one")).Then(HttpAnswer().Bytes("two"));
   const ScriptedPath path(m_server, script);
   COpenDialog dialog = Open(TrustedUrl(path));
+  const CImportSpy<&InternetOpenUrlW> open("wininet.dll", "InternetOpenUrlW", [&](auto... all) {
+    EXPECT_EQ(winInet.closings.Calls().size() + 1, open.Calls().size()) << "closed before";
+    return open.CallOriginal(all...);
+  });
   ASSERT_TRUE(dialog->DownloadArchive());
   const auto asked = winInet.errorDialogs.Calls();
   ASSERT_EQ(asked.size(), 2u);

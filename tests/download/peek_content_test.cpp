@@ -67,6 +67,9 @@ TEST_F(PeekContent, OtherContentIsLeftToTheBrowserAndAFailureGivesOneMessageAtOn
 }
 
 TEST_F(PeekContent, MessageIsOwnedByTheBrowsersWindowAndShownBeforeTheEventIsSignalled) {
+  // Which is no owner in place of a browser's window that has gone.
+  const CImportSpy<&GetForegroundWindow> foreground("user32.dll", "GetForegroundWindow",
+                                                    [] { return GetDesktopWindow(); });
   const HWND browser = CreateWindowExW(0, L"static", L"Browser", WS_POPUP, 0, 0, 10, 10, nullptr,
                                        nullptr, nullptr, nullptr);
   const auto expectOwner = [&](HWND browserWindow, HWND owner) {

@@ -220,6 +220,10 @@ TEST_F(ProgressDialogTransfer, RetryClosesTheRequestAndOpensTheSameAgain) {
                                               [=] { return foreground; });
   CWinInetRecorder winInet;
   winInet.errorDialogAnswers = {ERROR_INTERNET_FORCE_RETRY, ERROR_CANCELLED};
+  const CImportSpy<&InternetOpenUrlW> open("wininet.dll", "InternetOpenUrlW", [&](auto... all) {
+    EXPECT_EQ(winInet.closings.Calls().size() + 1, open.Calls().size()) << "closed before";
+    return open.CallOriginal(all...);
+  });
   EXPECT_TRUE(m_peer.Step());
   EXPECT_THAT(winInet.openings.Calls(), Each(FieldsAre(m_peer.Session(), StrEq(m_url), nullptr, 0u,
                                                        0x84400000u, DWORD_PTR{0})));

@@ -32,7 +32,7 @@ TEST_F(TempFiles, ClashesDrawTheUnseededSequenceOfTheThread) {
   CParallel([&] {
     for (size_t i = 0; i < expected.size(); ++i) {
       names.emplace_back(MakeUniqueFilePath(m_folder, L"%s", L".folivo").GetFileNamePart());
-      m_sandbox.Write(names.back(), "taken");
+      m_sandbox.Write(i == 1 ? names.back() + L"\\in a folder" : names.back(), "taken");
     }
   }).Join();
   EXPECT_EQ(names, expected);

@@ -42,6 +42,9 @@ class CWinInetRecorder {
         if (!errorDialogAnswers.empty()) {
           const DWORD answer = errorDialogAnswers.front();
           errorDialogAnswers.erase(errorDialogAnswers.begin());
+          if (answer == ERROR_INTERNET_FORCE_RETRY) {
+            SetLastError(answer);  // is no failure of the next request
+          }
           return answer;
         }
         const DWORD answer = errorDialogs.CallOriginal(owner, request, others...);

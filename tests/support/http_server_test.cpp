@@ -4,15 +4,18 @@
 #include <windows.h>
 #include <wininet.h>
 
+#include <stdexcept>
+
 #include "tests/support/scripted_path.h"
 
 namespace {
 
 constexpr auto kShort = std::chrono::milliseconds(20);  // for events that must not come
 
-// Tests that wait for an event would pass without it.
+// Tests that wait for an event, or hold an answer nowhere, would pass without it.
 TEST(HttpServer, WaitsEndWithTheirEventsOnly) {
   const HttpTestServer server;
+  EXPECT_THROW(ScriptedPath(server, HttpAnswer().Hold("nowhere")), std::runtime_error);
   const ScriptedPath path(server, HttpAnswer().Bytes("0123456789").Gated());
   EXPECT_FALSE(path.WaitForHeld({}, kShort));
   const HINTERNET session = InternetOpenW(L"test", INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr, 0);

@@ -93,6 +93,16 @@ TEST_F(Activation, UIActivationSetsActiveObjectAndFocusUntilDeactivation) {
   EXPECT_EQ(0U, m_site.m_activateFlags) << "with a window";
 }
 
+TEST_F(Activation, AnotherSiteReleasesTheOneBefore) {
+  ASSERT_EQ(S_OK, m_object->SetClientSite(&m_site));
+  ASSERT_EQ(S_OK, DoVerb(OLEIVERB_INPLACEACTIVATE));
+  ASSERT_EQ(S_OK, As<IOleInPlaceObject>()->InPlaceDeactivate());
+  CTestSite other;
+  EXPECT_EQ(S_OK, m_object->SetClientSite(&other));
+  EXPECT_EQ(0U, m_site.References());
+  EXPECT_EQ(S_OK, m_object->SetClientSite(nullptr));
+}
+
 TEST_F(Activation, SecondActivationAndHidingKeepTheWindow) {
   ASSERT_EQ(S_OK, DoVerb(OLEIVERB_UIACTIVATE));
   const HWND window = ControlWindow();
