@@ -37,8 +37,8 @@ class CStringT {
   CStringT(PCXSTR pchSrc, int nLength) { SetString(pchSrc, nLength); }
   ~CStringT() = default;
 
-  // Two, not one by value: that could be noexcept itself, and the compiler would take the assignment
-  // of a class with such a member for noexcept, though the copy in it is not.
+  // Two, not one by value: that could be noexcept itself, and the compiler would take the
+  // assignment of a class with such a member for noexcept, though the copy in it is not.
   CStringT& operator=(const CStringT& strSrc) {
     CStringT(strSrc).Swap(*this);
     return *this;

@@ -14,8 +14,8 @@
 #include "download/ie_frame_library.h"
 #include "download/progress_dialog.h"
 #include "download/temp_files.h"
-#include "ui/question_box.h"
 #include "ui/notice.h"
+#include "ui/question_box.h"
 
 namespace {
 
