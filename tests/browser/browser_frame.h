@@ -27,7 +27,8 @@ class CBrowserFrame {
   CBrowserFrame(const CBrowserFrame&) = delete;
   CBrowserFrame& operator=(const CBrowserFrame&) = delete;
 
-  operator HWND() const { return m_window; }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): an argument of system calls
+  operator HWND() const { return m_window; }
 
   /// Runs the action on the browser's thread, which must serve messages, and waits for its end.
   void Run(const std::function<void()>& action) const {

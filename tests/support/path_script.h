@@ -12,7 +12,8 @@ class PathScript {
  public:
   PathScript() = default;
   // Most paths have one answer, and a test reads best with that answer alone.
-  PathScript(HttpAnswer answer);  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): one answer is a script, too
+  PathScript(HttpAnswer answer);
 
   // Adds the answer for the next request.
   PathScript& Then(HttpAnswer answer);

@@ -32,7 +32,8 @@ class COwnerWindow {
   ~COwnerWindow() { DestroyWindow(m_window); }
   COwnerWindow(const COwnerWindow&) = delete;
   COwnerWindow& operator=(const COwnerWindow&) = delete;
-  operator HWND() const { return m_window; }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor): an argument of system calls
+  operator HWND() const { return m_window; }
 
  private:
   const HWND m_window;
