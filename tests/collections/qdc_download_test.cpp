@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -63,6 +64,12 @@ TEST_F(QdcDownload, ContentFolderThatCannotBeMadeLeavesItReady) {
   const CControlObject control(m_sandbox);
   EXPECT_TRUE(control.Peer().IsReady());
   EXPECT_FALSE(control.Peer().ContentFolder().IsEmpty());
+}
+
+TEST_F(QdcDownload, OutOfMemoryInItsConstructorMakesItNotReady) {
+  const CImportSpy<&GetTempPathW> path("kernel32.dll", "GetTempPathW",
+                                       [](DWORD, LPWSTR) -> DWORD { throw std::bad_alloc(); });
+  EXPECT_FALSE(CControlObject(m_sandbox).Peer().IsReady());
 }
 
 TEST_F(QdcDownload, MissingTemporaryFolderMakesItNotReady) {

@@ -84,7 +84,9 @@ TEST(QuestionBoxLayout, BoxIsAsHighAsIconTextAndCheckBoxNeed) {
       const int above = std::max(height, 32);
       // In the other edition this title gets a suffix.
       const auto children = ChildrenOf(
-          {.title = L"MERLO Folivo", .text = text.c_str(), .checkLabel = checkLabel.c_str()},
+          {.title = L"MERLO Folivo",
+           .text = text.empty() ? nullptr : text.c_str(),
+           .checkLabel = checkLabel.c_str()},
           [&](HWND box) {
             const int content = height + (hasCheckBox ? checkHeight : 0);
             const auto [left, top, right, bottom] = ScreenBounds(box);
