@@ -134,11 +134,11 @@ class CWebBrowserStub : public IWebBrowser2 {
   FOLIVO_STUB(get_TheaterMode, VARIANT_BOOL*) FOLIVO_STUB(put_TheaterMode, VARIANT_BOOL)
   FOLIVO_STUB(get_AddressBar, VARIANT_BOOL*) FOLIVO_STUB(put_AddressBar, VARIANT_BOOL)
   FOLIVO_STUB(get_Resizable, VARIANT_BOOL*) FOLIVO_STUB(put_Resizable, VARIANT_BOOL)
-  // clang-format on
 #undef FOLIVO_STUB
 
-                                                                             protected
-     : ~CWebBrowserStub() = default;
+ protected:
+  ~CWebBrowserStub() = default;
+  // clang-format on
 };
 
 /// A browser as a helper object sees it.

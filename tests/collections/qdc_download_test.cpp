@@ -158,7 +158,14 @@ TEST_F(QdcDownloadCall, DialogGetsTheActiveWindowAndTheSamePathsEachTime) {
        {L"http://folivo-schools.example/a.zip", L"http://folivo-schools.example/b.zip"}) {
     const CDialogResult dialog(2);
     Texts given;
+    std::vector<DWORD> classes;  // of controls, registered before the dialog
+    const CImportSpy<&InitCommonControlsEx> controls("comctl32.dll", "InitCommonControlsEx",
+                                                     [&](const INITCOMMONCONTROLSEX* wanted) {
+                                                       classes.push_back(wanted->dwICC);
+                                                       return TRUE;
+                                                     });
     dialog.WhileRunning([&] {
+      EXPECT_EQ(classes, std::vector<DWORD>{ICC_PROGRESS_CLASS});
       const CZipProgressDialogPeer peer = RunningDialogPeer();
       given = {peer.SourceUrl().GetString(), peer.ZipPath().GetString(),
                peer.ContentFolder().GetString()};

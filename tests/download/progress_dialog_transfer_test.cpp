@@ -152,6 +152,19 @@ TEST_F(ProgressDialogTransfer, RepeatedOpenClosesWhatTheFirstLeft) {
   EXPECT_TRUE(m_peer.IsOpened());
 }
 
+TEST_F(ProgressDialogTransfer, FileThatCouldNotBeCreatedIsNotWaitedFor) {
+  CProgressDialog::Ptr dialog = Make(m_url);
+  CProgressDialogPeer peer{*dialog};
+  peer.BeginPeek();
+  CreateDirectoryW(TempPath().c_str(), nullptr);
+  ASSERT_TRUE(peer.Step());
+  const CImportSpy<&SwitchToThread> wait("kernel32.dll", "SwitchToThread");
+  dialog.reset();
+  EXPECT_TRUE(wait.Calls().empty());
+  EXPECT_EQ(Messages(), Texts{CannotCreate(TempPath())});
+  RemoveDirectoryW(TempPath().c_str());
+}
+
 TEST_F(ProgressDialogTransfer, FirstChunkIsWrittenOnlyIfValid) {
   const ScriptedPath page(m_server, HttpAnswer().Bytes("<html>").Pattern(1, 5000));
   for (const bool valid : {true, false}) {
