@@ -26,7 +26,7 @@ TEST(TrustedHosts, ListHoldsBareLowerCaseNames) {
   }
 }
 
-TEST(TrustedHosts, EachIsTrustedWhateverFollowsItsName) {
+TEST(TrustedHosts, EachIsTrustedInTheseFormsOnly) {
   // "NAME" is the name, "Name" that with a capital.
   const std::pair<const wchar_t*, bool> cases[] = {
       {L"http://NAME/a.zip", true},
