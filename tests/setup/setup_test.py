@@ -115,9 +115,8 @@ class SetupTest(unittest.TestCase):
         (self.checkout / "tests/http_server").mkdir(parents=True)
         (self.checkout / "build/wine").mkdir(parents=True)
         (self.checkout / "build/logs").mkdir()
-        waits = "echo $BASHPID >> pids; exec sleep 600"
         service = self.checkout / "service.sh"
-        service.write_text(f"#!/bin/bash\ncase $1 in -p) ({waits}) & ;; esac\n")
+        service.write_text("#!/bin/bash\ncase $1 in -p) sleep 600 & echo $! >> pids ;; esac\n")
         service.chmod(0o755)
         (self.checkout / "tests/http_server/server.py").write_text(
             "import os, time\nprint(os.getpid(), file=open('pids', 'a'))\n"

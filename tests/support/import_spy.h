@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/srw_lock.h"
 #include "tests/support/import_patch.h"
 
 /// Stands in for an imported function in the object's scope, and knows its type. Records the
@@ -46,30 +47,18 @@ class CImportSpy<function> {
 
   /// The arguments of the calls until now. What they point to may be gone.
   std::vector<Call> Calls() const {
-    const CLock lock(m_lock);
+    const CSrwLock lock(m_lock);
     return m_calls;
   }
 
  private:
-  // Not a mutex, which calls functions that a spy may stand in for.
-  class CLock {
-   public:
-    explicit CLock(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-    ~CLock() { ReleaseSRWLockExclusive(&m_lock); }
-    CLock(const CLock&) = delete;
-    CLock& operator=(const CLock&) = delete;
-
-   private:
-    SRWLOCK& m_lock;
-  };
-
   static Result WINAPI Replacement(Arguments... arguments) {
     return s_innermost->Called(arguments...);
   }
 
   Result Called(Arguments... arguments) const {
     {
-      const CLock lock(m_lock);
+      const CSrwLock lock(m_lock);
       m_calls.emplace_back(arguments...);
     }
     return m_answer ? m_answer(arguments...) : CallOriginal(arguments...);
@@ -79,6 +68,7 @@ class CImportSpy<function> {
 
   const Answer m_answer;
   const CImportSpy* const m_outer;
+  // Not a mutex, which calls functions that a spy may stand in for.
   mutable SRWLOCK m_lock = SRWLOCK_INIT;
   mutable std::vector<Call> m_calls;
   const CImportPatch m_patch;  // last: calls may come as soon as it exists
