@@ -7,6 +7,10 @@ import syntax
 FLAGS = ["-x", "c++", "-std=c++20", "--target=x86_64-w64-mingw32", "-nostdinc"]
 PLAIN = "void f(int a, int b) {{ {} }}"
 RETURNS = "{} f(int& a) {{{{ return {{}}; }}}}"
+CLASS = ("enum {{ N = sizeof(long) }}; struct Text {{ void operator=(int); }}; namespace std {{ struct atomic : Text {{ "
+         "using Text::operator=; }}; }} struct S {{ int Get() const; int Set(); void Empty(int) {{}} "
+         "void f() {{ {} }} int m, n, row[N]; struct {{ int a, b; }} inner; Text text; "
+         "std::atomic flag; }};")
 COM = ("typedef long HRESULT;\n#define S_OK 0L\n#define E_FAIL 1L\n"
        "HRESULT f(int a) {{ return {}; }}")
 
@@ -36,6 +40,24 @@ ROWS = [
     ("swapped statements", PLAIN, "f(a, b); f(a, b);"),
     ("swapped statements", PLAIN, "f(a, b); int c = a; a = b;"),
     ("swapped statements", PLAIN, "f(a, b);\n#ifdef X\n#endif\n(void)a;"),
+    # What changes nothing in whatever order, or has no effect at all.
+    ("swapped statements", PLAIN, "a = 1; b = 2;"),
+    ("swapped statements", PLAIN, "a = 1; b = a;", "b = a; a = 1;"),
+    ("swapped statements", PLAIN, "a = b; b = 1;", "b = 1; a = b;"),
+    ("swapped statements", PLAIN, "a = 1; a = 2;", "a = 2; a = 1;"),
+    ("swapped statements", "void f(int* a, int* b) {{ {} }}", "*a = 1; *b = 2;",
+     "*b = 2; *a = 1;"),
+    ("swapped statements", CLASS, "m = 1; n = 2;"),
+    ("swapped statements", CLASS, "m = Get(); n = 2;"),
+    ("swapped statements", CLASS, "m = Set(); n = 2;", "n = 2; m = Set();"),
+    ("swapped statements", CLASS, "inner.a = 1; inner.b = 2;"),
+    ("swapped statements", CLASS, "row[0] = 1; row[1] = 2;"),
+    ("swapped statements", CLASS, "row[m] = 1; row[n] = 2;", "row[n] = 2; row[m] = 1;"),
+    ("swapped statements", CLASS, "text = 1; m = 2;"),
+    ("swapped statements", CLASS, "flag = 1; m = 2;", "m = 2; flag = 1;"),
+    ("dropped statement", CLASS, "Empty(m); (void)0; Get();"),
+    ("dropped statement", CLASS, "Empty(Set());", ";"),
+    ("constant", CLASS, "Empty(2);"),
     ("dropped exit", PLAIN, "if (a) { return; } a = b;", "if (a) { ; } a = b;"),
     ("dropped exit", PLAIN, "while (a) { if (b) { break; } }", "while (a) { if (b) { ; } }"),
     ("dropped exit", PLAIN, "return;"),
