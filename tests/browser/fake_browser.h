@@ -164,7 +164,9 @@ class CFakeBrowser final : public CStackObject<IWebBrowser2, CWebBrowserStub> {
     if (onGetWindow) {
       onGetWindow();
     }
-    *value = reinterpret_cast<SHANDLE_PTR>(window);
+    if (window != nullptr) {  // else the caller's value stays
+      *value = reinterpret_cast<SHANDLE_PTR>(window);
+    }
     return windowResult;
   }
   HRESULT STDMETHODCALLTYPE Stop() override {

@@ -216,7 +216,7 @@ TEST_F(IeDownloadFrame, IsOneOfTheThread) {
     SetEvent(made);
     WaitForSingleObject(looked, INFINITE);
   });
-  EXPECT_EQ(WaitForSingleObject(made, kUserPatienceMs), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(made, PatienceMs()), WAIT_OBJECT_0);
   const CBrowserFrame ofNoBrowser(L"IEFrameOther");
   EXPECT_EQ(m_helper->FindBrowserFrameWindow(), E_POINTER);
   SetEvent(looked);

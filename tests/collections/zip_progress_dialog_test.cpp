@@ -146,7 +146,7 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDOK)));
       EXPECT_TRUE(IsWindowEnabled(GetDlgItem(window, IDCANCEL)));
       EXPECT_EQ(SendDlgItemMessageW(window, kBar, PBM_GETPOS, 0, 0), 100);
-      SendMessageW(window, WM_TIMER, 0, 0);  // A late tick does not begin again.
+      EXPECT_EQ(SendMessageW(window, WM_TIMER, 0, 0), 0);  // A late tick does not begin again.
       EXPECT_TRUE(IsWindowVisible(window));
       Click(window, answer);
     });
@@ -258,9 +258,9 @@ TEST_F(ZipProgressDialogEnd, CommandsAndTicksDuringAStageAreIgnored) {
   // What comes while the system's message box serves messages.
   const CImportSpy<&MessageBoxW> message(
       "user32.dll", "MessageBoxW", [](HWND window, LPCWSTR, LPCWSTR, UINT) {
-        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0);
-        SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0);
-        SendMessageW(window, WM_TIMER, 0, 0);
+        EXPECT_EQ(SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, 0), 0), 0);
+        EXPECT_EQ(SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 0), 0), 0);
+        EXPECT_EQ(SendMessageW(window, WM_TIMER, 0, 0), 0);
         EXPECT_TRUE(IsWindowVisible(window)) << "it has not been ended";
         return IDOK;
       });

@@ -192,7 +192,7 @@ TEST_F(ProgressDialog, CompleteOneReadsCloseAndEachOfItsCommandsDelivers) {
         EXPECT_FALSE(IsWindowVisible(GetDlgItem(window, id)));
       }
       EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"});
-      PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+      EXPECT_EQ(SendMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0), 0);
     });
     EXPECT_EQ(result, 1);
     EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});

@@ -21,7 +21,7 @@ constexpr ULONGLONG kAtOnceMs = 10000;
 
 /// Serves what other threads send to this one's windows until the event is signalled.
 void ServeSentMessagesUntil(HANDLE event) {
-  while (MsgWaitForMultipleObjects(1, &event, FALSE, kUserPatienceMs, QS_SENDMESSAGE) ==
+  while (MsgWaitForMultipleObjects(1, &event, FALSE, PatienceMs(), QS_SENDMESSAGE) ==
          WAIT_OBJECT_0 + 1) {
     MSG message = {};
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);

@@ -87,11 +87,11 @@ class CHeldThread {
   /// On the thread to hold.
   void Hold() const {
     SetEvent(m_held);
-    EXPECT_EQ(WaitForSingleObject(m_letGo, kUserPatienceMs), WAIT_OBJECT_0) << "never let go";
+    EXPECT_EQ(WaitForSingleObject(m_letGo, PatienceMs()), WAIT_OBJECT_0) << "never let go";
   }
   /// On another one.
   void WaitUntilHeld() const {
-    EXPECT_EQ(WaitForSingleObject(m_held, kUserPatienceMs), WAIT_OBJECT_0) << "not reached";
+    EXPECT_EQ(WaitForSingleObject(m_held, PatienceMs()), WAIT_OBJECT_0) << "not reached";
   }
   void LetGo() const { SetEvent(m_letGo); }
 

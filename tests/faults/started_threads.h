@@ -38,7 +38,7 @@ class CStartedThreads {
     ReleaseSRWLockExclusive(&m_lock);
     bool ended = true;
     for (const CHandle& thread : threads) {
-      ended = WaitForSingleObject(thread, kUserPatienceMs) == WAIT_OBJECT_0 && ended;
+      ended = WaitForSingleObject(thread, PatienceMs()) == WAIT_OBJECT_0 && ended;
     }
     return ended;
   }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/path_script.h"
+#include "tests/support/patience.h"
 #include "tests/support/request_record.h"
 
 class HttpTestServer;
@@ -17,8 +18,6 @@ class HttpTestServer;
 // any thread. All throw std::runtime_error when the server does not answer.
 class ScriptedPath {
  public:
-  static constexpr std::chrono::milliseconds kPatience = std::chrono::seconds(60);
-
   ScriptedPath(const HttpTestServer& server, const PathScript& script);
   ~ScriptedPath();
   ScriptedPath(const ScriptedPath&) = delete;
@@ -36,12 +35,14 @@ class ScriptedPath {
   // Each waits until the event has happened, at once if that was before, and returns false if it
   // does not happen within the time-out.
   // At least `bytes` body bytes of one answer have been handed to the network.
-  [[nodiscard]] bool WaitForBytesSent(uint64_t bytes,
-                                      std::chrono::milliseconds timeout = kPatience) const;
+  [[nodiscard]] bool WaitForBytesSent(
+      uint64_t bytes,
+      std::chrono::milliseconds timeout = std::chrono::milliseconds(PatienceMs())) const;
   // An answer waits at a point (see http_point); empty: at any. The first wait of a gated answer is
   // at BodyByte(0).
-  [[nodiscard]] bool WaitForHeld(std::string_view point = {},
-                                 std::chrono::milliseconds timeout = kPatience) const;
+  [[nodiscard]] bool WaitForHeld(
+      std::string_view point = {},
+      std::chrono::milliseconds timeout = std::chrono::milliseconds(PatienceMs())) const;
 
   // Lets that many body bytes of each gated answer pass in all, and held body points before them.
   void AllowUpTo(uint64_t bytes) const;

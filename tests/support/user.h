@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/patience.h"
+
 // What a person does with the dialogs of this process: waits for them, reads them, clicks. Called
 // from a thread beside the one that is inside the modal dialog (CParallel). Waits poll, as another
 // thread's windows signal nothing; when the time is up they fail the test and answer null or false.
 
-inline constexpr DWORD kUserPatienceMs = 60000;
-
 /// Waits for a visible, enabled dialog with exactly this title, also one whose thread serves no
 /// messages. Null after the time is up.
-HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs = kUserPatienceMs);
+HWND WaitForDialog(const std::wstring& title, DWORD timeoutMs = PatienceMs());
 
 /// Whether such a dialog is there now.
 HWND FindDialog(const std::wstring& title);
@@ -23,11 +23,11 @@ HWND FindDialog(const std::wstring& title);
 std::vector<HWND> VisibleDialogs();
 
 /// Waits until the window is gone or hidden.
-bool WaitUntilGone(HWND window, DWORD timeoutMs = kUserPatienceMs);
+bool WaitUntilGone(HWND window, DWORD timeoutMs = PatienceMs());
 
 /// Waits until `condition` holds, polling. `what` names it in the failure.
 bool WaitUntil(const char* what, const std::function<bool()>& condition,
-               DWORD timeoutMs = kUserPatienceMs);
+               DWORD timeoutMs = PatienceMs());
 
 /// Clicks the button with this identifier.
 void Click(HWND dialog, int id);

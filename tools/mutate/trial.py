@@ -20,6 +20,9 @@ SAME_CODE = "same code"
 OBJCOPY = "/usr/bin/x86_64-w64-mingw32-objcopy"
 # A program that takes longer is first run with the cases that noticed faults of the file before.
 SHORT_SECONDS = 3.0
+# For how long a test waits for what must happen. Less than the shortest limit: then the test fails
+# before the limit ends its program.
+PATIENCE = {"FOLIVO_PATIENCE_MS": "7000"}
 # Compilers do not come to an end with everything that a fault can make of a constant.
 BUILD_SECONDS = 900
 
@@ -133,7 +136,8 @@ class Trials:
     def run_once(self, program, cases=None):
         """Unit tests that end by themselves leave nothing; others may leave processes, or what they
         have registered."""
-        own = dataclasses.replace(program, environment={**program.environment, **self.environment})
+        own = dataclasses.replace(program, environment={
+            **program.environment, **PATIENCE, **self.environment})
         run = self.run(own, self.baseline.limit(program), cases)
         if not run.orderly or (run.outcome != "passed" and program.label != "unit"):
             self.renew()
