@@ -61,7 +61,7 @@ class CComVariant : public tagVARIANT {
   }
   ~CComVariant() { Clear(); }
 
-  // Two, not one by value: see CStringT.
+  // Two overloads instead of operator=(CComVariant): see CStringT.
   CComVariant& operator=(const CComVariant& varSrc) {
     CComVariant(varSrc).Swap(*this);
     return *this;

@@ -6,7 +6,7 @@ from table import Row, ratio_row
 from turns import Ratio
 
 _LESSON = 50 * MIB
-# What is behind the head is not looked at before the question. Were it sent, Wine would read it to
+# What is after the head is not looked at before the question. Were it sent, Wine would read it to
 # its end when the request is closed, which takes seconds.
 _SENT = 64 << 10
 _COUNTED_EVENTS = 1000

@@ -186,7 +186,7 @@ void CIEDownload::Navigate(LPCWSTR url, const DISPPARAMS& params) {
   }
   const std::wstring_view extension = GetPathExtension(path);
   const CFileType* const type = FindFileType(extension);
-  if (type != nullptr && type->links == LinkRule::kIntercepted) {
+  if (type != nullptr && type->links == LinkRule::kChecked) {
     OfferFile(url, {extension.data(), static_cast<int>(extension.size())}, params);
   }
 }

@@ -32,8 +32,8 @@ CFilePath MakeOpenPath(const CStringW& name, const CStringW& extension) {
   return path;
 }
 
-/// Runs the dialog, which downloads the rest of the file and delivers it to `place`. Returns true
-/// when the file was delivered.
+/// Runs the dialog, which downloads the rest of the file and delivers it to `place`. Returns
+/// whether the dialog ended with kDownloadDelivered.
 bool RunDownload(CProgressDialog& dialog, CSaveChoice& place) {
   dialog.SetTarget(place.path, place.saveState.Detach());
   return dialog.DoModal(GetActiveWindow()) == kDownloadDelivered;

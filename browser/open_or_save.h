@@ -7,7 +7,7 @@
 #include "ui/question_box.h"
 
 /// Answers of `AskOpenOrSave`. Every other answer means Cancel: no file is opened or saved, but the
-/// browser's navigation is still cancelled, as for Open and Save. Only kAnswerNotAsked leaves the
+/// browser's navigation is still cancelled, as for Open and Save. kAnswerNotAsked leaves the
 /// navigation to the browser.
 enum OpenOrSaveAnswer {
   kAnswerOpen = kMessageBoxButton1,

@@ -188,7 +188,8 @@ bool UnzipEntryToMemory(const CStringW& zipPath, const CStringW& entryName, unsi
     return false;
   }
   FillUserFunctions(*functions.Get(), UnzipReportEntry);
-  UzpBuffer buffer = {0, nullptr};  // Not longer in version 6.0.
+  // Needs no spare room after it: the structure has the same size in version 6.0.
+  UzpBuffer buffer = {0, nullptr};
   const int result =
       g_functions.unzipToMemory(archive.Get(), entry.Get(), functions.Get(), &buffer);
   if (result >= kFirstFailure) {

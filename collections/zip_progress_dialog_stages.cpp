@@ -58,7 +58,7 @@ HRESULT CZipProgressDialog::ReadManifest(TiXmlDocument& document) {
     }
   }
   SetProgress(100);
-  // Quirk 62: a failure on every path, whether a manifest was read or not. The stages behind it are
+  // Quirk 62: a failure on every path, whether a manifest was read or not. The stages after it are
   // complete, and reached by tests only.
   return E_FAIL;
 }

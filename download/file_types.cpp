@@ -34,17 +34,17 @@ constexpr const char* kFvkHeads[] = {kCompoundFileHeader};
 constexpr const char* kZipHeads[] = {kZipHeader};
 
 constexpr CFileType kFileTypes[] = {
-    {L".qdk", kLesson, 2, kOfItsKind, kIntercepted, kQdkHeads},
-    {L".qdc", kGallery, 3, kOfItsKind, kIntercepted, kQdcHeads},
-    // Quirk 23: intercepted, and then always left to the browser, as no content is genuine.
+    {L".qdk", kLesson, 2, kOfItsKind, kChecked, kQdkHeads},
+    {L".qdc", kGallery, 3, kOfItsKind, kChecked, kQdcHeads},
+    // Quirk 23: requested and checked, but never genuine, so the browser downloads it.
     // Quirk 17: listed in the filter of its kind, but its own save dialog has no filter.
-    {L".qdt", kGallery, 4, kNone, kIntercepted, {}},
-    {L".fvk", kLesson, 3, kOfItsKind, kIntercepted, kFvkHeads},
-    {L".folivo", kLesson, 1, kOfItsKind, kIntercepted, kZipHeads},
-    {L".gallery", kGallery, 1, kOfItsKind, kIntercepted, kZipHeads},
-    {L".galleryitem", kGallery, 2, kOfItsKind, kIntercepted, kZipHeads},
+    {L".qdt", kGallery, 4, kNone, kChecked, {}},
+    {L".fvk", kLesson, 3, kOfItsKind, kChecked, kFvkHeads},
+    {L".folivo", kLesson, 1, kOfItsKind, kChecked, kZipHeads},
+    {L".gallery", kGallery, 1, kOfItsKind, kChecked, kZipHeads},
+    {L".galleryitem", kGallery, 2, kOfItsKind, kChecked, kZipHeads},
     // Quirk 6: only the save dialog's filter knows it.
-    {L".qdi", kGallery, 5, kOfItsKind, kLeftToBrowser, {}},
+    {L".qdi", kGallery, 5, kOfItsKind, kNotChecked, {}},
 };
 
 }  // namespace

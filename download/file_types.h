@@ -9,8 +9,9 @@ enum class FileKind { kLesson, kGallery };
 /// The list of file types in the save dialog for a download.
 enum class SaveFilter { kOfItsKind, kNone };
 
-/// What happens to a link to a file.
-enum class LinkRule { kIntercepted, kLeftToBrowser };
+/// Whether the first bytes of a linked file are checked. Genuine files are downloaded by the
+/// plug-in; all others are left to the browser.
+enum class LinkRule { kChecked, kNotChecked };
 
 /// Everything that depends on a file's extension.
 struct CFileType {
@@ -25,7 +26,7 @@ struct CFileType {
   std::span<const char* const> heads;
 };
 
-/// The table of all file types. A new type is one line here, and its heads.
+/// The table of all file types. A new type is one line of kFileTypes, and its heads.
 std::span<const CFileType> GetFileTypes();
 
 /// Returns the type of an extension (with its dot, case ignored); null when there is none.

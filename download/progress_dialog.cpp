@@ -114,6 +114,7 @@ void CProgressDialog::ShowInitialState() {
 
 LRESULT CProgressDialog::OnOk(WORD, WORD, HWND, BOOL&) {
   ATLASSERT(m_dialogThread.MayCall());
+  // Quirk 97: as delivered, although the file is not.
   EndDialog(kDownloadDelivered);
   return 0;
 }

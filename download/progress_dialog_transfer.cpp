@@ -12,8 +12,8 @@
 //      m_finished is 0 in mid-transfer, so the worker is detached (KeepModuleUntilThreadEnds). It
 //      is joined only after it has posted its result, unless the gate (blocking_call_gate.h) says
 //      that it is inside a blocking call. Closes file, request and session; closing the request
-//      ends a read from the network. Deletes the file, unless the worker has it open. Ends the
-//      dialog.
+//      ends a read from the network. Cancels a protected-mode save. Deletes the file, unless the
+//      worker has it open. Ends the dialog.
 //    Worker, when its call returns: every step finds m_running cleared and returns false, without a
 //      message. If it was left behind inside the call, closes the handles that it has put back, and
 //      deletes the file if it was among them. Releases the object, whose destructor may run here.
@@ -48,7 +48,7 @@ constexpr DWORD kPeekBufferSize = kContentHeadSize;
 constexpr LONGLONG kPeekTimeLimit = -250000000;  // 25 s from now, in units of 100 ns
 constexpr int kProgressFull = 100;
 
-/// Lets the current thread alone make the steps, until scope end.
+/// For debug builds: until scope end, only the current thread may call DownloadStep.
 class CStepsScope {
  public:
   explicit CStepsScope(CBoundThread& thread) : m_thread(thread) {

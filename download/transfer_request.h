@@ -46,6 +46,6 @@ bool HasAcceptedStatus(HINTERNET request);
 
 /// Returns the response's Content-Length, as _wtoi reads it from the text that HttpQueryInfo writes
 /// to `buffer`; nullopt without one. `queryFlags`: 0, or modifiers such as HTTP_QUERY_FLAG_NUMBER.
-/// `buffer` has `size` bytes and, behind them, room for a terminator.
+/// `buffer` has `size` bytes and, after them, room for a terminator.
 std::optional<std::int32_t> ReadContentLength(HINTERNET request, DWORD queryFlags, void* buffer,
                                               DWORD size);

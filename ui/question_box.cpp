@@ -40,7 +40,7 @@ constexpr DWORD kCheckStyle =
 constexpr DWORD kPlainStyle = WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_MULTILINE;
 constexpr DWORD kDefaultStyle = kPlainStyle | WS_GROUP | BS_DEFPUSHBUTTON;
 
-/// A dialog template without items. The system reads menu, class and title behind the header.
+/// A dialog template without items. The system reads menu, class and title after the header.
 struct CEmptyTemplate {
   DLGTEMPLATE header;
   WORD menu;
@@ -128,8 +128,8 @@ void CreateCheckBox(HWND dialog, int textHeight, int checkHeight, HGDIOBJ font) 
   SendMessageW(g_box.checkBox, BM_SETCHECK, g_box.checkState != 0 ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
-/// Button 1 has the default style. Quirk 80: button 2 looks at button 1, but 3 and 4 both look at
-/// button 2 only: plain when that has a label, else default.
+/// Button 1 has the default style. Button 2 is plain when button 1 has a label, else default.
+/// Quirk 80: buttons 3 and 4 are both plain when button 2 has a label, else default.
 DWORD ButtonStyle(int index) {
   switch (index) {
     case 0:

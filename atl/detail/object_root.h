@@ -40,7 +40,7 @@ class CComObjectRootBase {
   /// The first part of destruction: the object is still complete.
   void FinalRelease() {}
 
-  /// Receives the argument of the creator.
+  /// Receives the argument of CreateInstance.
   void SetVoid(void*) {}
   // DECLARE_PROTECT_FINAL_CONSTRUCT replaces these by functions that hold a reference.
   void InternalFinalConstructAddRef() {}

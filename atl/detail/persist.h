@@ -143,7 +143,8 @@ class IPersistStorageImpl : public IPersistStorage {
 }  // namespace ATL
 
 // offsetof is conditionally supported for classes with virtual functions; GCC and clang support it
-// and warn. The table is a constant at every level of optimisation: the linker keeps one copy.
+// and warn. The table is constant-initialised at every level of optimisation, so that the linker
+// keeps one copy.
 
 /// The saved data members of class `theClass`, which has no virtual base classes.
 #define BEGIN_PROP_MAP(theClass)                                                            \

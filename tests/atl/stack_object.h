@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <unknwn.h>
 
-/// Implements IUnknown for an object in the scope of a test, which has `Interfaces` and their
-/// identifiers: counts its references, of which none may be left at the end.
+/// Implements IUnknown for an object on the stack, which implements `Interfaces`. The destructor
+/// fails the test when references to the object are left.
 template <class... Interfaces>
 class CStackObject : public Interfaces... {
  public:

@@ -1,4 +1,5 @@
-// What each thread has for its exceptions: tests are linked with what the product has.
+// Each thread's exception state. The test programs are linked with the product's replacement of the
+// runtime's functions.
 
 #include <atlbase.h>
 #include <gtest/gtest.h>

@@ -103,7 +103,7 @@ const struct {
     {"no bytes", {true, REG_SZ, L"", 0}, kNoKey, L""},
     {"one byte", {true, REG_SZ, L"x", 1}, kNoKey, L"x"},
     {"half a character", {true, REG_SZ, L"C:\\Appx", 13}, kNoKey, L"C:\\Appx"},
-    {"text behind a zero", {true, REG_SZ, std::wstring(L"C:\\App\0x", 8)}, kNoKey, L"C:\\App"},
+    {"text after a zero", {true, REG_SZ, std::wstring(L"C:\\App\0x", 8)}, kNoKey, L"C:\\App"},
     {"empty", {true, REG_SZ, L""}, kNoKey, L""},
     {"no terminator", {true, REG_SZ, L"C:\\App, and no zero here", 12}, kNoKey, L"C:\\App"},
     {"512 characters", {true, REG_SZ, kLongest + L"no zero here", 1024}, kNoKey, kLongest},
@@ -190,7 +190,7 @@ TEST_F(ApplicationHandoffShortcut, HoldsTheWholeUrlUnderANameOfItsOwn) {
     EXPECT_EQ(WriteInternetShortcut(url.c_str(), path), S_OK);
     EXPECT_TRUE(std::wstring(path).starts_with(name));
     EXPECT_TRUE(std::wstring(path).ends_with(L".url"));
-    // Line ends of a text file; nothing behind the URL.
+    // Line ends of a text file; nothing after the URL.
     EXPECT_EQ(ReadFileBytes(std::wstring(path)), "[InternetShortcut]\r\nURL=" + text);
     name = m_sandbox / kTempFiles + L"File(";
   }

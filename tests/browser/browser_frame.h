@@ -34,7 +34,7 @@ class CBrowserFrame {
   void Run(const std::function<void()>& action) const {
     SendMessageW(m_window, kRun, 0, reinterpret_cast<LPARAM>(&action));
   }
-  /// The same without waiting: for actions that open a dialog of their own. One at a time.
+  /// Posts the action and returns at once, for actions that open a modal dialog. One at a time.
   void Begin(std::function<void()> action) {
     m_begun = std::move(action);
     PostMessageW(m_window, kRun, 0, reinterpret_cast<LPARAM>(&m_begun));

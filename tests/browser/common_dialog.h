@@ -26,7 +26,7 @@ class CCommonDialog {
   const std::wstring& GivenName() const { return m_name; }
   /// The filter with a bar for each text's NUL; "none" for a null filter.
   const std::wstring& GivenFilter() const { return m_filter; }
-  /// What is to happen while it is open.
+  /// Sets what is called while it is open.
   void WhileOpen(std::function<void()> action) const { m_action = std::move(action); }
 
  private:

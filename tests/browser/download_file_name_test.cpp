@@ -23,7 +23,7 @@ void ExpectNames(std::initializer_list<std::pair<std::wstring, std::wstring>> ro
   EXPECT_TRUE(messages.Take().empty());
 }
 
-TEST(DownloadFileName, IsWhatFollowsTheLastOfTheFirstSeparatorThatOccurs) {
+TEST(DownloadFileName, StartsAfterTheLastOccurrenceOfTheFirstSeparatorInTheList) {
   const std::wstring longest = std::wstring(259 - 4, L'n') + L".qdk";
   ExpectNames({{L"http://server/files/My%20Lesson.folivo", L"My Lesson.folivo"},
                {L"a=b=c", L"c"},

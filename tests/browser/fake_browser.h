@@ -77,7 +77,7 @@ class CFakeContainer final : public CStackObject<IConnectionPointContainer> {
   }
 };
 
-/// An IWebBrowser2 of which nothing works; for fakes that override what their test is about.
+/// An IWebBrowser2 whose methods all return E_NOTIMPL. Fakes override those that their test needs.
 class CWebBrowserStub : public IWebBrowser2 {
  public:
 #define FOLIVO_STUB(method, ...) \

@@ -101,7 +101,7 @@ TEST_F(IeDownloadSetSite, NullReleasesTheBrowserButNotItsEvents) {
   EXPECT_EQ(m_events.unadvised, (Cookies{7001}));
 }
 
-TEST_F(IeDownloadSetSite, SiteWithoutABrowserIsInvalidAndReleasesTheHeldOne) {
+TEST_F(IeDownloadSetSite, SiteWithoutABrowserReturnsInvalidArgumentAndReleasesTheOneBefore) {
   CFakeSite stranger(nullptr);
   m_helper->SetSite(&m_browser);
   EXPECT_EQ(m_helper->SetSite(&stranger), E_INVALIDARG);

@@ -53,7 +53,7 @@ struct CFileSystemOfOneName : CEverythingExists {
                wcscpy(data->cFileName, name.c_str());
                return data;  // any value but the one for failure
              }) {}
-  std::wstring asked;  // the patterns, each with a semicolon behind it
+  std::wstring asked;  // the patterns, each with a semicolon after it
   const CImportSpy<&FindFirstFileW> find;
   const CImportSpy<&FindClose> close{"kernel32.dll", "FindClose", [](HANDLE) { return TRUE; }};
 };
@@ -82,7 +82,7 @@ TEST(LongPath, RootAndDotsStayAsWritten) {
   }
 }
 
-TEST(LongPath, ComponentsBelowAShareAreLookedUp) {
+TEST(LongPath, ShortNamesBelowAShareAreExpanded) {
   const CFileSystemOfOneName fileSystem(L"Long");
   ExpectForm(L"\\\\server\\share\\A~1\\B~1", L"\\\\server\\share\\Long\\Long");
   EXPECT_EQ(fileSystem.asked, L"\\\\server\\share\\A~1;\\\\server\\share\\Long\\B~1;");
@@ -114,7 +114,7 @@ TEST(LongPath, BufferMayBeNullButNotTooSmall) {
   EXPECT_EQ(std::wstring(buffer), L"0123456789abc");
 }
 
-TEST(LongPathFit, ExcessAndFiveSpareCharactersGo) {
+TEST(LongPathFit, BaseNameLosesTheExcessAndFiveMoreCharacters) {
   const struct {
     size_t folder;
     size_t base;
@@ -134,7 +134,7 @@ TEST(LongPathFit, ExcessAndFiveSpareCharactersGo) {
 
 TEST(LongPathFit, FolderIsMeasuredInItsLongFormUpTo259Characters) {
   for (const size_t length : {258, 259, 260}) {
-    const CFileSystemOfOneName fileSystem(std::wstring(length - 3, L'n'));  // behind the root
+    const CFileSystemOfOneName fileSystem(std::wstring(length - 3, L'n'));  // after the root
     CStringW base(L"name");
     EXPECT_EQ(FitPathLength(CFilePath(L"C:\\A\\name.qdk"), L".qdk", base), length < 260) << length;
   }

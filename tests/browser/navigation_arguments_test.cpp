@@ -112,7 +112,7 @@ TEST(NavigationArgumentsUrl, IsEmptyForNullTexts) {
   }
 }
 
-TEST(NavigationArgumentsUrl, VariantOfAnyOtherTypeIsNoAddressAndItsFailureToBeCopiedIsThrown) {
+TEST(NavigationArgumentsUrl, OtherVariantTypesGiveNoUrlAndAFailedCopyThrows) {
   const unsigned char zeros[64] = {};
   alignas(16) unsigned char target[64] = {};  // room for what a reference of any type points to
   for (const int type : Types()) {
@@ -133,7 +133,7 @@ TEST(NavigationArgumentsUrl, VariantOfAnyOtherTypeIsNoAddressAndItsFailureToBeCo
   EXPECT_EQ(UrlOf(MakeVariant(0x0FFF)), L"failed " + std::to_wstring(DISP_E_BADVARTYPE));
 }
 
-TEST(NavigationArgumentsUrl, ObjectsAndArraysAreNoAddressAndStayTheCallers) {
+TEST(NavigationArgumentsUrl, ObjectAndArrayVariantsGiveNoUrlAndAreNotReleased) {
   CFakeBrowser browser;  // must have all its references back in the end
   IDispatch* dispatch = &browser;
   SAFEARRAYBOUND bound = {3, 0};
@@ -167,7 +167,7 @@ TEST(NavigationArgumentsCancel, TurnsAVariantByReferenceIntoAFlagAndReleasesWhat
 }
 
 TEST(NavigationArgumentsCancel, IgnoresNullReferencesAndOtherTypes) {
-  // What a reference of another type points to, with room behind it for any type.
+  // What a reference of another type points to, with room after it for any type.
   unsigned char target[64];
   std::memset(target, 0xA5, sizeof(target));
   CNavigationEvent event(L"");

@@ -281,7 +281,7 @@ TEST_F(OpenOrSaveLocalFile, FileThatHasGoneIsReportedAndNothingElseHappens) {
   EXPECT_TRUE(m_sandbox.Files().empty());
 }
 
-TEST_F(OpenOrSaveLocalFile, ProtectedSaveIsACopyAndTheBrowsersIsCancelled) {
+TEST_F(OpenOrSaveLocalFile, ProtectedModeSaveCopiesTheFileAndCancelsTheSaveState) {
   Protect(m_target);
   Run(true, m_file);
   EXPECT_EQ(ReadFileBytes(m_target), kOldLessonHead);

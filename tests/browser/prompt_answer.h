@@ -24,7 +24,7 @@ class CPromptAnswer {
   /// How often the box was shown, and its owner the last time.
   int Count() const { return m_count; }
   HWND Owner() const { return m_owner; }
-  /// What is to happen while it is open.
+  /// Sets what is called while it is open.
   void WhileOpen(std::function<void()> action) const { m_action = std::move(action); }
 
  private:

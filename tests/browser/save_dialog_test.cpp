@@ -61,7 +61,7 @@ TEST(SaveDialogFilter, FollowsTheTypeOfTheFile) {
   }
 }
 
-TEST(SaveDialogCommon, IsGivenExactlyWhatItNeeds) {
+TEST(SaveDialogCommon, StructureHasExactlyTheseFields) {
   const std::wstring longest(259, L'n');
   const struct {
     std::wstring name;
@@ -220,7 +220,7 @@ class SaveDialogProtected : public testing::Test {
   const CIeFrameDouble m_browser;
 };
 
-TEST_F(SaveDialogProtected, IsGivenExactlyWhatItNeeds) {
+TEST_F(SaveDialogProtected, StructureHasExactlyTheseFields) {
   AskSavePath(kOwner, true, L"My Lesson.folivo", L".folivo");
   EXPECT_EQ(m_browser->saveDialogCalls, 1);
   EXPECT_EQ(m_browser->saveDialogOwner, kOwner);

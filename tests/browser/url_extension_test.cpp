@@ -30,7 +30,7 @@ TEST(UrlExtension, QueryIsCutAtTheFirstQuestionMarkAndAFragmentIsNot) {
                     {L"http://localhost/a.folivo#part", L".folivo#part"}});
 }
 
-TEST(UrlExtension, OnlyABackslashEndsAFolder) {
+TEST(UrlExtension, BackslashEndsAFolderAndSlashDoesNot) {
   ExpectExtensions({{L"C:\\a.b\\file", L""},
                     {L"C:\\a.b\\file.qdk", L".qdk"},
                     {L"C:\\a.b\\", L""},

@@ -97,7 +97,7 @@ TEST(ManifestParser, TextIsInTheSystemCodePageWhateverTheManifestAndTheThreadSay
   for (int i = 0x80; i < 0x100; ++i) {
     value += static_cast<char>(i);
   }
-  value += '\xE0';  // as UTF-8 it would take in the quote behind it
+  value += '\xE0';  // as UTF-8 it would take in the quote after it
   for (const std::string declaration :
        {"", "<?xml version=\"1.0\"?>", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
         "<?xml version=\"1.0\" encoding=\"windows-1252\"?>", "\xEF\xBB\xBF"}) {

@@ -103,7 +103,7 @@ TEST_F(QdcDownload, ComIsInitialisedForGood) {
 
 // A control that is not ready.
 
-TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
+TEST_F(QdcDownload, WithoutADocumentsFolderEachCallShowsAMessageAndFails) {
   const CControlObject control(L"");
   EXPECT_FALSE(control.Peer().IsReady());
   EXPECT_TRUE(control.Peer().ContentFolder().IsEmpty());
@@ -122,7 +122,7 @@ TEST_F(QdcDownload, MissingDocumentsFolderMakesItNotReadyWhichEachCallReports) {
   EXPECT_EQ(dialog.Count(), 0);
 }
 
-TEST_F(QdcDownload, MessageBelongsToItsWindowElseToTheContainers) {
+TEST_F(QdcDownload, MessageIsOwnedByTheControlsWindowElseByTheContainers) {
   const CControlObject control(L"");
   const auto owner = [&] {
     control->DownloadFile(CComBSTR(L"x"));

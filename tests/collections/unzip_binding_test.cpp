@@ -35,11 +35,11 @@ static_assert(offsetof(USERFUNCTIONS, password) == 24 &&
               offsetof(USERFUNCTIONS, cchComment) == 64);
 static_assert(offsetof(UzpBuffer, strlength) == 0 && offsetof(UzpBuffer, strptr) == 8);
 
-using Text = std::optional<std::string>;  // none: null
+using Text = std::optional<std::string>;  // nullopt: a null pointer
 
 Text Copy(LPCSTR text) { return text != nullptr ? Text(text) : std::nullopt; }
 
-/// Takes down what is in a block, and uses it as a library of version 6.0 does, whose blocks are
+/// Records what is in a block, and uses it as a library of version 6.0 does, whose blocks are
 /// longer: reads and writes behind it. The heap check notices where there is no room.
 template <typename Block>
 void UseAsLonger(Block& block, Block& copy) {
@@ -50,7 +50,7 @@ void UseAsLonger(Block& block, Block& copy) {
   std::fill(bytes + sizeof(block), bytes + kLonger, BYTE{0xA5});
 }
 
-/// Takes down the calls of a system function.
+/// Records the calls of a system function.
 template <auto function>
 struct CNote;
 template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>

@@ -157,7 +157,7 @@ class CLockOrder {
       s_order->m_isWaiting = false;
     }
   }
-  /// Returns when the other thread is inside, so that what the first does behind this is too late.
+  /// Returns when the other thread is inside, so that what the first does after this is too late.
   static void WINAPI Release(SRWLOCK* lock) {
     s_order->m_release.Original<decltype(ReleaseSRWLockExclusive)>()(lock);
     if (lock == s_order->m_lock && s_order->IsFirst()) {
@@ -243,9 +243,9 @@ TEST_F(UnzipLibraryThreads, UseInsideAnotherOfTheThreadFails) {
   EXPECT_TRUE(m_unzip.Release());
 }
 
-// What the library calls.
+// The functions that the library calls.
 
-/// The library's texts are its own to change, so they come as such.
+/// They take texts that may be changed.
 LPSTR Text(const char* text) { return const_cast<LPSTR>(text); }
 
 TEST(UnzipLibraryCallbacks, PrintWritesTheTextAndReturnsItsLength) {

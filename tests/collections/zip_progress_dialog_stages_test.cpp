@@ -148,7 +148,7 @@ TEST_F(ZipProgressDialogStages, ExistingFileIsNotReplaced) {
   EXPECT_EQ(ReadFileBytes(added[0]), "theirs");
 }
 
-TEST_F(ZipProgressDialogStages, AddedCollectionGivesItsPathAndAFailureGivesNone) {
+TEST_F(ZipProgressDialogStages, PathIsReturnedOnlyWhenTheCollectionWasAdded) {
   m_sandbox.Write(L"download.zip", CStoredZip().Add("a.qdc", "a").Add("a<b", "x").Bytes());
   m_sandbox.Write(L"Downloaded Content\\file", "");
   const struct {

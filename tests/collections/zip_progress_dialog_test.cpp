@@ -283,7 +283,7 @@ TEST_F(ZipProgressDialogEnd, OutOfMemoryIsOneMessageOfTheStage) {
     expectMessage(kCannotUnzip);
     EXPECT_FALSE(ArchiveExists());
   }
-  // The archive is looked for in the same way, so that it cannot be deleted.
+  // The deletion of the archive calls it too, so the archive stays.
   const CImportSpy<&PathFileExistsW> exists("shlwapi.dll", "PathFileExistsW", fail);
   expectMessage(kUnavailable);
 }

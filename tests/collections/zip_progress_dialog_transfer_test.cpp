@@ -197,7 +197,7 @@ TEST_F(ZipProgressDialogTransferFailure, FailedRequestIsUnavailable) {
   }
 }
 
-TEST_F(ZipProgressDialogTransferFailure, RetryThatCannotOpenIsUnavailable) {
+TEST_F(ZipProgressDialogTransferFailure, RetryThatGetsNoRequestReportsThatItIsUnavailable) {
   const ScriptedPath path(m_server, HttpAnswer().Bytes("PK"));
   CWinInetRecorder winInet;
   winInet.errorDialogAnswers = {ERROR_INTERNET_FORCE_RETRY};

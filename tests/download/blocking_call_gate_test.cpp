@@ -14,8 +14,8 @@ namespace {
 struct CFate {
   bool mayBeWaitedFor = false;
   bool called = false;
-  bool wasInCall = false;  // when it was stopped
-  bool calledBehindStop = false;
+  bool wasInCall = false;  // when Stop was called
+  bool calledAfterStop = false;
 
   auto operator<=>(const CFate&) const = default;
 };
@@ -40,15 +40,14 @@ TEST(BlockingCallGate, WorkerThatMayBeWaitedForMakesNoCallWhereverItIsStopped) {
       if (call) {
         inCall = true;
         fate.called = true;
-        fate.calledBehindStop = stopped;
+        fate.calledAfterStop = stopped;
         inCall = false;
       }
     }
     isReached = interruption.WasReached();
     if (isReached) {
       EXPECT_FALSE(running);
-      EXPECT_FALSE(fate.mayBeWaitedFor && (fate.wasInCall || fate.calledBehindStop))
-          << instructions;
+      EXPECT_FALSE(fate.mayBeWaitedFor && (fate.wasInCall || fate.calledAfterStop)) << instructions;
       EXPECT_FALSE(CBlockingCallGate::CCall(gate)) << "none later";
       EXPECT_NE(gate.IsLeftBehind(), fate.mayBeWaitedFor) << instructions;
       EXPECT_EQ(gate.Stop(), fate.mayBeWaitedFor) << instructions;
@@ -59,7 +58,7 @@ TEST(BlockingCallGate, WorkerThatMayBeWaitedForMakesNoCallWhereverItIsStopped) {
   EXPECT_TRUE(fates.contains({false, false, false, false})) << "between entering and looking";
   EXPECT_TRUE(fates.contains({false, true, false, true})) << "between looking and calling";
   EXPECT_TRUE(fates.contains({false, true, true, false})) << "in the call";
-  EXPECT_TRUE(fates.contains({true, true, false, false})) << "behind it";
+  EXPECT_TRUE(fates.contains({true, true, false, false})) << "after it";
 }
 
 }  // namespace

@@ -86,12 +86,12 @@ class SteppedDownloadFixture : public DownloadFixture {
   CMessageRecorder m_messages;
 };
 
-/// An event that stays signalled. `Wait` fails the test after 20 seconds.
+/// An event that stays signalled. `Wait` fails the test when nothing signals it.
 class CTestEvent {
  public:
   bool Set() const { return SetEvent(m_event) != FALSE; }
   bool IsSet() const { return WaitForSingleObject(m_event, 0) == WAIT_OBJECT_0; }
-  void Wait() const { EXPECT_EQ(WaitForSingleObject(m_event, 20000), WAIT_OBJECT_0); }
+  void Wait() const { EXPECT_EQ(WaitForSingleObject(m_event, PatienceMs()), WAIT_OBJECT_0); }
 
  private:
   const CHandle m_event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
@@ -103,7 +103,7 @@ class CFailingRead {
   void WaitUntilReached() const { m_reached.Wait(); }
   void FailAndWaitForTheWorker() const {
     m_fails.Set();
-    EXPECT_EQ(WaitForSingleObject(m_worker, 20000), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(m_worker, PatienceMs()), WAIT_OBJECT_0);
   }
 
  private:

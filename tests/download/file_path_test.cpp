@@ -11,7 +11,7 @@ struct CTextCase {
   const wchar_t* expected;
 };
 
-TEST(FilePath, TextTakesItsNormalForm) {
+TEST(FilePath, ConstructorNormalisesTheText) {
   const CTextCase cases[] = {
       {L"", L""},
       {L"C:/Temp/x/", L"C:\\Temp\\x"},
@@ -30,7 +30,7 @@ TEST(FilePath, TextTakesItsNormalForm) {
       // Looked for before slashes are turned: this is no drive yet.
       {L"file:///C:/x", L"file:\\\\\\C:\\x"},
       {L"http://host/a/b", L"http:\\\\host\\a\\b"},
-      // A colon further left, or without a backslash, is none of a drive behind
+      // A colon further left, or without a backslash, is none of a drive after
       // a prefix.
       {L"a:b\\c", L"a:b\\c"},
       {L":\\x", L":\\x"},

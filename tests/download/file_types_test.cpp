@@ -30,14 +30,14 @@ TEST(FileTypes, TableHasExactlyTheseRows) {
                       Heads(type.heads.begin(), type.heads.end()));
   }
   const std::vector<Row> expected = {
-      {L".qdk", kLesson, 2, kOfItsKind, kIntercepted, qdk},
-      {L".qdc", kGallery, 3, kOfItsKind, kIntercepted, qdc},
-      {L".qdt", kGallery, 4, kNone, kIntercepted, {}},
-      {L".fvk", kLesson, 3, kOfItsKind, kIntercepted, fvk},
-      {L".folivo", kLesson, 1, kOfItsKind, kIntercepted, zip},
-      {L".gallery", kGallery, 1, kOfItsKind, kIntercepted, zip},
-      {L".galleryitem", kGallery, 2, kOfItsKind, kIntercepted, zip},
-      {L".qdi", kGallery, 5, kOfItsKind, kLeftToBrowser, {}},
+      {L".qdk", kLesson, 2, kOfItsKind, kChecked, qdk},
+      {L".qdc", kGallery, 3, kOfItsKind, kChecked, qdc},
+      {L".qdt", kGallery, 4, kNone, kChecked, {}},
+      {L".fvk", kLesson, 3, kOfItsKind, kChecked, fvk},
+      {L".folivo", kLesson, 1, kOfItsKind, kChecked, zip},
+      {L".gallery", kGallery, 1, kOfItsKind, kChecked, zip},
+      {L".galleryitem", kGallery, 2, kOfItsKind, kChecked, zip},
+      {L".qdi", kGallery, 5, kOfItsKind, kNotChecked, {}},
   };
   EXPECT_EQ(rows, expected);
 }

@@ -56,7 +56,7 @@ TEST_F(ModuleKeepAlive, FailureKeepsTheModuleForGood) {
     Keep();
   }
   EXPECT_EQ(LocksTaken(), 2);
-  EXPECT_TRUE(wait.Calls().empty()) << "nothing would free the module behind it";
+  EXPECT_TRUE(wait.Calls().empty()) << "nothing would free the module after it";
   Keep();
   EXPECT_EQ(LocksTaken(), 3);
   EXPECT_EQ(wait.Calls().size(), 1u);

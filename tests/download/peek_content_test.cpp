@@ -137,7 +137,7 @@ constexpr DWORD kTimer = WAIT_OBJECT_0;
 constexpr DWORD kEvent = WAIT_OBJECT_0 + 1;
 constexpr DWORD kInput = WAIT_OBJECT_0 + 2;
 
-TEST_F(PeekContentWait, OnlyATimeOutMakesAStep) {
+TEST_F(PeekContentWait, StepRunsOnlyAfterATimeOutOfTheWait) {
   for (const DWORD end : {kTimer, kEvent, DWORD{WAIT_FAILED}}) {
     EXPECT_FALSE(Peek({end}));
     EXPECT_TRUE(m_path.Requests().empty());
@@ -162,7 +162,7 @@ TEST_F(PeekContentWait, InputDispatchesOneMessage) {
   EXPECT_TRUE(PeekMessageW(&left, nullptr, WM_APP + 1, WM_APP + 1, PM_REMOVE));
 }
 
-TEST_F(PeekContentWait, QuitMessageEndsItAndIsPutBack) {
+TEST_F(PeekContentWait, QuitMessageEndsThePreCheckAndIsPostedAgain) {
   PostQuitMessage(17);
   EXPECT_FALSE(Peek({kInput}));
   MSG message = {};

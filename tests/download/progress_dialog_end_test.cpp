@@ -273,7 +273,7 @@ TEST_F(ProgressDialogEndMessages, WriteLongerThanTheWaitReturnsFailedUnlessDeliv
     dialog->m_hWnd = nullptr;
   }
   EXPECT_EQ(Results().front(), 1) << "put back before the last look";
-  EXPECT_EQ(Results().back(), 3) << "put back behind it";
+  EXPECT_EQ(Results().back(), 3) << "put back after it";
 }
 
 TEST_F(ProgressDialogEndMessages, SecondResultChangesNothing) {

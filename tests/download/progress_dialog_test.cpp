@@ -61,7 +61,7 @@ TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
 TEST_F(ProgressDialogObject, VtableHasTheMessageMapBeforeTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
-  // The last of the destructor's two places with this compiler is the deleting one.
+  // This compiler makes two entries for the destructor; the second one also frees the object.
   constexpr int kDeletingDestructor = 2;
   auto* const dialog = std::make_unique<CProgressDialog>(L"http://127.0.0.1:1/a.qdk",
                                                          CFilePath(L"C:\\a.qdk"), nullptr)
@@ -270,7 +270,7 @@ TEST_F(ProgressDialog, JoinDispatchesMessagesOfAWorkerThatMovesTheBar) {
 }
 
 /// A result that comes early, while the worker fails: inside its read, or where it has come to the
-/// deletion behind that. The worker ends before the file is copied.
+/// deletion after that. The worker ends before the file is copied.
 TEST_F(ProgressDialog, EarlyResultDeliversWhereverTheWorkerIs) {
   for (const bool inTheRead : {true, false}) {
     const CFailingRead read;

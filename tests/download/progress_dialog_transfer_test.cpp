@@ -61,7 +61,7 @@ TEST_F(ProgressDialogTransfer, FirstStepOpensSessionRequestAndFile) {
 /// event.
 class ProgressDialogTransferFailure : public ProgressDialogTransfer {
  protected:
-  /// The step behind `steps` successful ones fails, with and without the pre-check. A refusal posts
+  /// The step after `steps` successful ones fails, with and without the pre-check. A refusal posts
   /// the worker's result at once, and fails the step under the pre-check too.
   void Expect(const std::wstring& message, const std::wstring& url, int steps = 0,
               bool isRefusal = false) {

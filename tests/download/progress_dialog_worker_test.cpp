@@ -56,7 +56,7 @@ TEST_F(ProgressDialogWorkerBar, FollowsTheKnownLength) {
       << "a length of 0 moves it at the end only";
 }
 
-TEST_F(ProgressDialogWorkerBar, UnknownLengthIsRaisedEachTimeItIsExceeded) {
+TEST_F(ProgressDialogWorkerBar, AssumedLengthGrowsEachTimeItIsExceeded) {
   EXPECT_EQ(PositionsOf(Lesson(3000000 - 2).CloseDelimited()),
             (Positions{13, 26, 39, 52, 65, 78, 91, 51, 57, 63, 70, 76,
                        83, 89, 95, 67, 71, 76, 80, 84, 88, 93, 96, 100}));
@@ -108,7 +108,7 @@ TEST_F(ProgressDialogWorker, NamedThreadReadsAllAndPostsOne) {
   peer.CloseFile();
   EXPECT_EQ(ReadFileBytes(TempPath()), LessonBytes(300000));
   EXPECT_EQ(name, "CProgressDialog");
-  // Yields behind the opening and three chunks; the end of the body is the last read.
+  // Yields after the opening and three chunks; the end of the body is the last read.
   EXPECT_EQ(sleep.Calls(), std::vector(4, std::tuple(DWORD{0})));
   EXPECT_EQ(read.Calls().size(), 4u);
   for (const auto& call : read.Calls()) {

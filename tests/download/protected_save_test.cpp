@@ -1,5 +1,5 @@
-// The end of a download whose file the browser saves outside its protected mode. What its functions
-// answer, and one of them missing: tests/faults/navigation_faults_test.cpp.
+// Delivery by the browser's protected-mode functions. Their failures, and one of them missing:
+// tests/faults/navigation_faults_test.cpp.
 
 #include <gtest/gtest.h>
 #include <windows.h>

@@ -17,7 +17,7 @@ class CWinInetRecorder {
  public:
   /// Answers of InternetErrorDlg, from the first on, in place of its own.
   std::vector<DWORD> errorDialogAnswers;
-  /// The last error behind each opening that succeeds.
+  /// The last error after each opening that succeeds.
   std::optional<DWORD> errorBehindSuccess;
   /// Of the buffers of the queries.
   std::vector<DWORD> querySizes;

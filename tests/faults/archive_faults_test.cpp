@@ -127,7 +127,7 @@ void ArchiveFaultsLifetime::Run(Point when, PageAct act) {
   m_when = when;
   m_act = [&] { Do(act, control, TrustedUrl(second)); };
   if (when == Point::kBeforeTheFirstTick) {
-    frame.Begin(m_act);  // what is posted comes before any tick
+    frame.Begin(m_act);  // posted messages are dispatched before WM_TIMER
   }
   CComObject<CQDCDownload>* const object = control.operator->();
   EXPECT_EQ(

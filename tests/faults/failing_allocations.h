@@ -11,7 +11,7 @@
 /// Counts this program's messages in place of showing them, without memory. One at a time.
 class CMessageCount {
  public:
-  /// Those since the last time.
+  /// The number of messages since the last call.
   static int Take() { return s_count.exchange(0); }
 
  private:
@@ -30,7 +30,7 @@ using Fail = std::function<bool(const std::function<void()>& action)>;
 /// or in a quick run with every `quickStep`th; and once more with all from that one on. The cell
 /// calls `Fail` once, and gives its answer. Allocations are those of its thread in `Fail`, and of
 /// threads that are begun there: `new`, malloc and what the product imports of the system for it.
-/// The system's own are none of its business, nor is what the language's runtime keeps for each
+/// The system's own are ignored, nor is what the language's runtime keeps for each
 /// thread: it ends the program when there is no memory for that.
 void RunOutOfMemory(CRunChecks& checks, const std::function<bool(const Fail& fail)>& cell,
                     int quickStep = 17);

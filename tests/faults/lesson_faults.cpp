@@ -7,7 +7,7 @@
 namespace {
 
 bool Peek(CProgressDialog& dialog, const CTransferFault& fault) {
-  // Where there may be nothing to judge, the pre-check waits for its time limit: here 300 ms.
+  // When there may be no body to check, the pre-check runs to its time limit: here 300 ms.
   const bool isShort = fault.bytes.empty() || fault.end != TransferEnd::kBody;
   const CImportSpy<&SetWaitableTimer> timer(
       "kernel32.dll", "SetWaitableTimer",

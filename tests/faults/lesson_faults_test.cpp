@@ -127,10 +127,10 @@ TEST_F(LessonFaultsCancel, CancelAfterTheResultWasPosted) {
   const HttpAnswer page = HttpAnswer().Bytes(kPage).Pattern(1, kSize);
   const CLateCell cells[] = {
       {"complete, Cancel twice", Body(kSize), 2, 0, kDownloadDelivered},
-      {"complete, Cancel behind it", Body(kSize), 0, 1, kDownloadDelivered},
+      {"complete, Cancel after it", Body(kSize), 0, 1, kDownloadDelivered},
       {"complete, Cancel on both sides", Body(kSize), 1, 2, kDownloadDelivered},
       {"failed, Cancel twice", page, 2, 0, kDownloadCancelled},
-      {"failed, Cancel behind it", page, 0, 1, kDownloadFailed},
+      {"failed, Cancel after it", page, 0, 1, kDownloadFailed},
       {"failed, Cancel on both sides", page, 1, 2, kDownloadCancelled},
   };
   for (const CLateCell& cell : QuickCut(cells)) {

@@ -131,7 +131,7 @@ const std::vector<wstring> kParts = {
     L"%2F",     L"%00",  L"%E9",     L"..\\", L":\\", L"=",  L"&",       L"*|\"<>",
     L"C:",      L"@",    L"#",       L".qdk", L"//",  L"%s", L"\\\\?\\", L"\u4F60\u597D"};
 
-/// As far as a text goes: behind a zero character, product and rule need not agree.
+/// As far as a text goes: after a zero character, product and rule need not agree.
 void ForEachUrl(const std::function<void(const wstring& url)>& check) {
   CMutator<wchar_t>(kUrls, kParts).ForEach([&](wstring text) {
     std::erase(text, L'\0');
@@ -141,7 +141,7 @@ void ForEachUrl(const std::function<void(const wstring& url)>& check) {
 
 wstring Wide(const CStringW& text) { return {text.GetString(), size_t(text.GetLength())}; }
 
-TEST(MutatedInput, ExtensionOfAUrlIsItsLastDotsTail) {
+TEST(MutatedInput, ExtensionOfAUrlStartsAtItsLastDot) {
   int found = 0;
   ForEachUrl([&](const wstring& url) {
     const wstring path = url.substr(0, url.find(L'?'));

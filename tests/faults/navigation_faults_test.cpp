@@ -80,7 +80,7 @@ const CSeen kTaken = {L"asked", L"cancelled"};
 TEST_F(NavigationFaultsUrl, ServersAddressIsJudgedByItsLastDot) {
   struct CUrlFault {
     const char* name;
-    std::wstring tail;  // behind the server's folder
+    std::wstring tail;  // after the server's folder
     CSeen seen;
     size_t length = 0;  // of the whole address, filled up in front of the tail
   };
@@ -143,7 +143,7 @@ TEST_F(NavigationFaultsUrl, AddressWithoutAServerIsReportedOrLeftAlone) {
 
 using NavigationFaultsName = NavigationFaults;
 
-/// The second of two lessons at once.
+/// The body of the second of two downloads at the same time.
 std::string SecondBytes() { return kOldLessonHead + std::string(100000, '2'); }
 
 // Two browser windows with a thread each, whose lessons have one name. The first one stalls until
@@ -316,7 +316,7 @@ TEST_F(NavigationFaultsProtected, MissingLibraryFunctionsAndFile) {
   });
 }
 
-TEST_F(NavigationFaultsProtected, ChoiceMayBeRefusedOrLackItsPathOrItsState) {
+TEST_F(NavigationFaultsProtected, CancelledSaveDialogMissingPathAndMissingStateAreHandled) {
   const std::wstring longPath = L"C:\\" + std::wstring(1000, L'n');
   RunAll({
       {"refused", SaveEnd::kNothing, &ChooseNothing, "", 0, 1},

@@ -31,7 +31,7 @@ class CPlaceHook {
   CPlaceHook(const CPlaceHook&) = delete;
   CPlaceHook& operator=(const CPlaceHook&) = delete;
 
-  /// Whether the transfer came there.
+  /// Whether the transfer has reached the place.
   bool WasReached() const { return !m_isArmed; }
 
  private:

@@ -11,7 +11,7 @@
 #include "tests/support/user.h"
 
 /// Follows the threads that one module starts while it lives: this program, with the product's and
-/// the tests' own, or a DLL. The system's are none of its business. One at a time.
+/// the tests' own, or a DLL. The system's are ignored. One at a time.
 class CStartedThreads {
  public:
   /// `importer`: the DLL; null for this program.

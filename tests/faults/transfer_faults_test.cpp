@@ -23,7 +23,7 @@ constexpr size_t kSmall = 5000;
 
 using TransferFaultsAnswer = TransferFaults;
 
-/// The server claims these lengths and hangs up behind the body.
+/// The server claims these lengths and hangs up after the body.
 HttpAnswer Claiming(HttpAnswer body, const std::vector<std::string>& lengths) {
   body.Close();
   for (const std::string& length : lengths) {
@@ -111,7 +111,7 @@ TEST_F(TransferFaultsAnswer, InvalidResponseHeadEndsTheTransfer) {
     headers.Header("X-" + std::to_string(i), "x");
   }
   // The system gives an answer that never came as one without a status and without a body, and
-  // what is behind a line that is no status line as a body.
+  // what is after a line that is no status line as a body.
   RunAll({{"hangs up", Body(kSmall).Cut(http_point::kBeforeHeaders, HttpCut::kGraceful),
            TransferEnd::kBody},
           {"resets", Body(kSmall).Cut(http_point::kBeforeHeaders, HttpCut::kReset),
@@ -297,7 +297,7 @@ TEST_F(TransferFaultsDestination, DiskThatFillsUpLeavesNothing) {
       const ScriptedPath path(m_server, Body(kSize));
       EXPECT_EQ(DownloadTo(UrlOf(path), kFile).message,
                 L"Unable to write to the destination file " + (m_sandbox / kFile) + L".");
-      EXPECT_EQ(disk.Writes(), failing) << "nothing is written behind a failure";
+      EXPECT_EQ(disk.Writes(), failing) << "nothing is written after a failure";
       EXPECT_EQ(m_sandbox.Files(), Files());
     });
   }

@@ -115,14 +115,14 @@ class Answer:
     rate: int = 0  # body bytes per second, 0: unlimited
     cut_at: str = ""
     reset: bool = False  # how it is cut
-    close: bool = False  # the connection has to end behind it
+    close: bool = False  # the connection has to end after it
 
     @property
     def length(self) -> int:
         return sum(segment.length for segment in self.body)
 
     def stops(self, kind: str) -> list[int]:
-        """Where "head" or "body" holds or is cut behind its first byte, ascending."""
+        """Where "head" or "body" holds or is cut after its first byte, ascending."""
         points = [point.partition(":") for point in self.hold | {self.cut_at}]
         return sorted(int(at) for name, _, at in points if name == kind and int(at) > 0)
 
@@ -194,7 +194,7 @@ def _parse(value: Any) -> Answer:
         reset=reset,
         close=close,
     )
-    require(max(answer.stops("body"), default=0) <= length, "a point lies behind the body's end")
+    require(max(answer.stops("body"), default=0) <= length, "a point lies after the body's end")
     return answer
 
 

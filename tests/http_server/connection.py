@@ -78,7 +78,7 @@ class Connection:
         return Request(method, target, headers.items(), content, self._number)
 
     async def _answer(self, request: Request) -> bool:
-        """Answers a request. False when the connection has to end behind that."""
+        """Answers a request. False when the connection has to end after that."""
         script = self._plain
         if request.path.startswith(CONTROL_PREFIX):
             answer = await answer_control(self._registry, request, self.wait)

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A function of the library that fails after it has written its result.
+/// Makes a function of version.dll fail after it has written its result.
 template <auto function>
 class CFailing {
  public:

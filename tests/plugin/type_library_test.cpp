@@ -135,7 +135,7 @@ TEST_F(TypeLibrary, InterfacesHaveTheirMembers) {
     ASSERT_EQ(info->GetFuncDesc(0, &function), S_OK);
     EXPECT_EQ(function->memid, 1);
     EXPECT_EQ(function->invkind, row.kind);
-    EXPECT_EQ(function->oVft, static_cast<SHORT>(7 * sizeof(void*))) << "behind IDispatch";
+    EXPECT_EQ(function->oVft, static_cast<SHORT>(7 * sizeof(void*))) << "after IDispatch";
     EXPECT_EQ(function->wFuncFlags, 0) << "not hidden";
     EXPECT_EQ(function->elemdescFunc.tdesc.vt, VT_HRESULT);
     ASSERT_EQ(function->cParams, 1);

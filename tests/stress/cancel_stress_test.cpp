@@ -27,7 +27,7 @@ constexpr int kDefaultRounds = 50;  // 300 in a full run
 constexpr int kWarmUpRounds = 20;
 constexpr size_t kStalledAtOnce = 16;
 constexpr int kBodySize = 400000;
-constexpr int kBytesPerSecond = 200000;  // far behind the latest click, on a busy machine too
+constexpr int kBytesPerSecond = 200000;  // far after the latest click, on a busy machine too
 constexpr int kLongestDelayMs = 60;
 constexpr ULONGLONG kAtOnceMs = 10000;
 

@@ -43,14 +43,14 @@ namespace {
 
 constexpr int kDownloads = 2000;
 constexpr int kCollections = 200;
-constexpr int kAwaitedEach = 50;  // downloads behind which all workers are awaited
+constexpr int kAwaitedEach = 50;  // downloads after which all workers are awaited
 
 constexpr uint64_t kSeed = 20;
 constexpr size_t kSizes[] = {100, 5000, 40000, 131072, 300000, 1000000};
 constexpr size_t kFlowingSize = 400000;
 constexpr int kBytesPerSecond = 200000;  // the user cancels long before its end
 
-// What the second half may have beyond the first: the system's pools breathe.
+// How much more the second half may have than the first: the sizes of the system's pools vary.
 constexpr int kHandleSlack = 10;
 constexpr int kThreadSlack = 3;
 constexpr int kMemorySlackKiB = 2048;

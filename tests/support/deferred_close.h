@@ -16,7 +16,7 @@
 /// with the handle fail as with any closed one. Only for the code of one module, one at a time.
 class CDeferredClose {
  public:
-  /// `importer`: the DLL whose code it is; null for this program's.
+  /// `importer`: the module whose calls are deferred; null for this program.
   explicit CDeferredClose(HMODULE importer = nullptr);
   ~CDeferredClose();
   CDeferredClose(const CDeferredClose&) = delete;

@@ -30,7 +30,7 @@ class CDialogResult {
   HWND Parent() const { return m_parent; }
   /// The parameter of the dialog's WM_INITDIALOG: the address of its object.
   static LPARAM Parameter() { return s_parameter; }
-  /// What is to happen while it runs.
+  /// Sets what is called while it runs.
   void WhileRunning(std::function<void()> action) const { m_action = std::move(action); }
 
  private:

@@ -13,7 +13,7 @@ namespace {
 constexpr auto kShort = std::chrono::milliseconds(20);  // for events that must not come
 
 // Tests that wait for an event, or hold an answer nowhere, would pass without it.
-TEST(HttpServer, WaitsEndWithTheirEventsOnly) {
+TEST(HttpServer, WaitSucceedsOnlyAfterItsEvent) {
   const HttpTestServer server;
   EXPECT_THROW(ScriptedPath(server, HttpAnswer().Hold("nowhere")), std::runtime_error);
   const ScriptedPath path(server, HttpAnswer().Bytes("0123456789").Gated());

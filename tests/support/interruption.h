@@ -3,7 +3,7 @@
 #include <functional>
 
 /// Another thread's turn between two machine instructions of this one: the action runs once, that
-/// many instructions behind `Arm`. A test that goes through all numbers tries every interleaving
+/// many instructions after `Arm`. A test that goes through all numbers tries every interleaving
 /// with code too short to be met otherwise. Counting ends at the first system call, as that takes
 /// the processor's trap flag. One at a time, for the thread that made it.
 class CInterruption {

@@ -37,7 +37,7 @@ class CLaunchRecorder {
   const std::vector<CLaunch>& Launches() const { return m_launches; }
   /// What every launch answers from now on; TRUE at first.
   void SetAnswer(BOOL answer) const { m_answer = answer; }
-  /// What is to happen during a launch.
+  /// Sets what is called during a launch.
   void WhileLaunching(std::function<void()> action) const { m_action = std::move(action); }
 
  private:

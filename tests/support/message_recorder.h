@@ -16,7 +16,7 @@ struct CShownMessage {
   UINT style;
 };
 
-/// Stands in for the system's message box while it lives: takes down each call of this program, on
+/// Stands in for the system's message box while it lives: records each call of this program, on
 /// any thread, and answers at once.
 class CMessageRecorder {
  public:

@@ -26,7 +26,7 @@ TEST(GuiLang, GenericLanguageIsCurrentUntilAnotherIsSet) {
   EXPECT_EQ(&GetGUILang(), &generic);
 }
 
-/// A function by its place in the table: host products may be built by another compiler.
+/// Calls a virtual function by its place in the table, as a host of another compiler does.
 template <typename Result>
 Result CallSlot(CGenericGUILang& language, int slot) {
   using Function = Result (*)(void*);
@@ -36,9 +36,9 @@ Result CallSlot(CGenericGUILang& language, int slot) {
 
 TEST(GuiLang, VtableOrderIsFixed) {
 #ifdef _MSC_VER
-  constexpr int kFirst = 1;  // one place for the virtual destructor
+  constexpr int kFirst = 1;  // one entry for the virtual destructor
 #else
-  constexpr int kFirst = 2;  // GCC: one that destroys, and one that also frees
+  constexpr int kFirst = 2;  // GCC has two entries: one destroys, one also frees
 #endif
   CMarkedLang language;
   EXPECT_TRUE(CallSlot<bool>(language, kFirst));

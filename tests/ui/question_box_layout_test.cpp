@@ -165,7 +165,7 @@ TEST(QuestionBoxLayout, ControlsHaveTheDialogFontAndTheIconAskedFor) {
 TEST(QuestionBoxLayout, WindowIsHiddenMovedCentredAndShownTopmostLast) {
   std::string calls;
   HWND box = nullptr;  // the window of the first call
-  // Takes down a call for the box itself, not for its controls.
+  // Records a call for the box itself, not for its controls.
   const auto note = [&](HWND window, const char* call) {
     box = box != nullptr ? box : window;
     calls += window == box ? call : "";

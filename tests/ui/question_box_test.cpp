@@ -103,7 +103,7 @@ TEST(QuestionBox, AnyStateButZeroIsCheckedAndStaysUnlessToggled) {
 TEST(QuestionBox, WithoutAPointerTheLastBoxesStateIsKept) {
   for (const LONG last : {1L, 0L}) {
     LONG state = last;
-    ShowTo({.checkState = &state}, [](HWND) {});  // read even without a check box
+    ShowTo({.checkState = &state}, [](HWND) {});  // the state is read even without a check box
     ShowTo({.checkLabel = L"Check"}, [=](HWND box) {
       EXPECT_EQ(CheckState(box), last != 0 ? BST_CHECKED : BST_UNCHECKED);
       Toggle(box);
@@ -142,7 +142,7 @@ TEST(QuestionBox, FirstButtonHasTheFocusAlsoAfterABoxWhoseOwnerWasDestroyed) {
       const DWORD thread = GetWindowThreadProcessId(box, nullptr);
       SendMessageW(owner, WM_CLOSE, 0, 0);
       WaitUntilGone(box);
-      // The system's dialog loop looks at its window with the next message only.
+      // The system's dialog loop notices the destroyed window at the next message only.
       PostThreadMessageW(thread, WM_NULL, 0, 0);
     });
     EXPECT_EQ(result, 0);

@@ -22,7 +22,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// The interface has no room for a caller's state.
+// Global, as the callbacks have no parameter for a caller's state.
 std::string g_printed;
 std::vector<std::string> g_messages;
 int g_passwords = 0;

@@ -26,7 +26,7 @@ struct Command {
   DWORD milliseconds = 0;  // wait
 };
 
-/// Reads one command from a line such as "navigate about:blank"; everything behind the first blank
+/// Reads one command from a line such as "navigate about:blank"; everything after the first blank
 /// is the argument. Nothing when there is no such command or its argument is missing or bad.
 std::optional<Command> ParseCommandLine(std::wstring_view line);
 

@@ -20,7 +20,7 @@ Without `quit` the window stays open until it is closed by hand. Without any com
 
 options
   --show                  show the window (it is hidden when there are commands)
-  --commands-from-stdin   read commands from standard input, one a line, everything behind the first
+  --commands-from-stdin   read commands from standard input, one a line, everything after the first
                           blank being the argument; answer each with the line "ok" or "error TEXT".
                           In addition `close` closes the window at once, even while an earlier
                           command is held up by a modal dialog. The end of the input is a `quit`.

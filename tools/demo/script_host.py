@@ -23,7 +23,7 @@ class ScriptHost:
         # Whoever installs the plug-in puts the unzip library on the search path.
         environment = {**os.environ, "WINEPATH": wine.windows_path(build)}
         self.dialogs = Dialogs(build / "tools" / "dialog_driver.exe", None)
-        # Without the bridge Wine leaves an error behind a request that has been opened.
+        # Without the bridge Wine leaves an error after a request that has been opened.
         bridge = build / "tools" / "with_wininet_bridge.exe"
         command = wine.command(bridge, "cscript", "//nologo", rf"{_FOLDER}\{name}", *arguments)
         self._process = subprocess.Popen(

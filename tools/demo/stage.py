@@ -78,7 +78,7 @@ class Stage:
         return _names(wine.unix_path(LESSONS))
 
     def launches(self) -> list[str]:
-        """The launcher's command lines behind the program's name, oldest first."""
+        """The launcher's command lines after the program's name, oldest first."""
         if not self._records.exists():
             return []
         lines = self._records.read_text(encoding="utf-8").splitlines()

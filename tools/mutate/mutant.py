@@ -11,7 +11,7 @@ PLANTED = "\0"
 
 @dataclasses.dataclass(frozen=True)
 class Guard:
-    """Texts before and behind the bytes [start, end), which stay as they are."""
+    """Texts before and after the bytes [start, end), which stay as they are."""
 
     start: int
     end: int

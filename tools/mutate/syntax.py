@@ -175,7 +175,7 @@ class Walk:
         return None
 
     def token_from(self, start):
-        """The first token that begins at or behind `start`."""
+        """The first token that begins at or after `start`."""
         index = bisect.bisect_left(self.starts, start)
         return self.tokens[index] if index < len(self.tokens) else (start, start, "")
 
@@ -213,7 +213,7 @@ class Walk:
         return self.guard(first, last, f"({PLANTED} ? ({other}) : (", "))")
 
     def parentheses_behind(self, start):
-        """The range between the first "(" behind `start` and the ")" that belongs to it."""
+        """The range between the first "(" after `start` and the ")" that belongs to it."""
         depth, begin = 0, None
         first = bisect.bisect_left(self.starts, start)
         for token_start, token_end, spelling in self.tokens[first:]:

@@ -55,7 +55,7 @@ TEST(ComPtr, CountsOneReferencePerOwner) {
   EXPECT_EQ(2U, object.References());
 }
 
-TEST(ComPtr, ReleaseMayBeCalledByTheObjectThatItReleases) {
+TEST(ComPtr, ReleaseIsReentrant) {
   class CReentrant : public CCountedObject {
    public:
     STDMETHOD_(ULONG, Release)() override {

@@ -84,7 +84,7 @@ TEST(Dialog, SendMessageReturnsResultOfHandler) {
   ::SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDOK, 1), 0);
   ::SendMessageW(window, WM_COMMAND, MAKEWPARAM(IDC_EDIT, 0), 0);
   EXPECT_EQ("init;", dialog.m_log) << "neither the command's code nor its identifier may differ";
-  // One of the messages whose result is that of the dialog procedure.
+  // A message whose result the dialog procedure returns itself, not by DWLP_MSGRESULT.
   const HDC dc = ::GetDC(window);
   EXPECT_EQ(reinterpret_cast<LRESULT>(::GetStockObject(BLACK_BRUSH)),
             ::SendMessageW(window, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc),

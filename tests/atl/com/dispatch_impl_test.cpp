@@ -88,7 +88,7 @@ TEST_F(DispatchImpl, TypeInfoIsThatOfInterfaceAndClass) {
   EXPECT_EQ(E_POINTER, m_dispatch->GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr));
 }
 
-TEST_F(DispatchImpl, NamesAndCallsGoToTheTypeInfo) {
+TEST_F(DispatchImpl, GetIDsOfNamesAndInvokeAreForwardedToTheTypeInfo) {
   DISPID id = 0;
   EXPECT_EQ(S_OK, IdOf(L"VERSION", id));
   EXPECT_EQ(1, id);

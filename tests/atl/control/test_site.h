@@ -79,7 +79,7 @@ class CTestSite final
   HWND m_window = nullptr;
   RECT m_position = {10, 20, 110, 70};
   bool m_userMode = true;
-  std::map<std::string, HRESULT> m_results;  // by call, others succeed
+  std::map<std::string, HRESULT> m_results;  // by method; others succeed
   DWORD m_activateFlags = 0xDEAD;
   DWORD m_keyModifiers = 0xDEAD;
 
