@@ -14,7 +14,7 @@
 #include "tests/browser/fake_browser.h"
 #include "tests/browser/install_information.h"
 #include "tests/browser/navigation_event.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"

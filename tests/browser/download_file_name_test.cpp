@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/message_recorder.h"
 
 namespace {

@@ -9,11 +9,11 @@
 
 /// An object on the stack: its references are only counted, and must be back at 0 in the end.
 template <typename Interface, typename Base = Interface>
-class CStackObject : public Base {
+class CFakeObject : public Base {
  public:
-  CStackObject() = default;
-  CStackObject(const CStackObject&) = delete;
-  CStackObject& operator=(const CStackObject&) = delete;
+  CFakeObject() = default;
+  CFakeObject(const CFakeObject&) = delete;
+  CFakeObject& operator=(const CFakeObject&) = delete;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     const bool isOwn = iid == IID_IUnknown || iid == __uuidof(Interface);
@@ -27,11 +27,11 @@ class CStackObject : public Base {
   long references = 0;
 
  protected:
-  ~CStackObject() { EXPECT_EQ(references, 0); }
+  ~CFakeObject() { EXPECT_EQ(references, 0); }
 };
 
 /// The browser's source of DWebBrowserEvents2.
-class CFakeConnectionPoint final : public CStackObject<IConnectionPoint> {
+class CFakeConnectionPoint final : public CFakeObject<IConnectionPoint> {
  public:
   HRESULT adviseResult = S_OK;
   HRESULT unadviseResult = S_OK;
@@ -59,7 +59,7 @@ class CFakeConnectionPoint final : public CStackObject<IConnectionPoint> {
 };
 
 /// The container of that connection point.
-class CFakeContainer final : public CStackObject<IConnectionPointContainer> {
+class CFakeContainer final : public CFakeObject<IConnectionPointContainer> {
  public:
   HRESULT findResult = S_OK;
   bool hasPoint = true;    // false: success without a connection point
@@ -142,7 +142,7 @@ class CWebBrowserStub : public IWebBrowser2 {
 };
 
 /// A browser as a helper object sees it.
-class CFakeBrowser final : public CStackObject<IWebBrowser2, CWebBrowserStub> {
+class CFakeBrowser final : public CFakeObject<IWebBrowser2, CWebBrowserStub> {
  public:
   int browserQueries = 0;  // how often IWebBrowser2 was asked for
   bool hasContainer = true;
@@ -158,7 +158,7 @@ class CFakeBrowser final : public CStackObject<IWebBrowser2, CWebBrowserStub> {
       return container.QueryInterface(iid, object);
     }
     browserQueries += iid == IID_IWebBrowser2 ? 1 : 0;
-    return CStackObject::QueryInterface(iid == IID_IDispatch ? IID_IUnknown : iid, object);
+    return CFakeObject::QueryInterface(iid == IID_IDispatch ? IID_IUnknown : iid, object);
   }
   HRESULT STDMETHODCALLTYPE get_HWND(SHANDLE_PTR* value) override {
     if (onGetWindow) {
@@ -179,13 +179,13 @@ class CFakeBrowser final : public CStackObject<IWebBrowser2, CWebBrowserStub> {
 };
 
 /// An object with an identity of its own that leads to a browser, or to none.
-class CFakeSite final : public CStackObject<IUnknown> {
+class CFakeSite final : public CFakeObject<IUnknown> {
  public:
   explicit CFakeSite(CFakeBrowser* browser) : m_browser(browser) {}
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     return iid != IID_IUnknown && m_browser != nullptr ? m_browser->QueryInterface(iid, object)
-                                                       : CStackObject::QueryInterface(iid, object);
+                                                       : CFakeObject::QueryInterface(iid, object);
   }
 
  private:

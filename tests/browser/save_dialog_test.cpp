@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "browser/current_directory_keeper.h"
-#include "tests/browser/common_dialog.h"
+#include "tests/browser/fake_save_dialog.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/import_spy.h"

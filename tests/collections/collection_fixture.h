@@ -6,7 +6,7 @@
 
 #include "collections/zip_progress_dialog.h"
 #include "tests/collections/zip_progress_dialog_peer.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/temp_sandbox.h"

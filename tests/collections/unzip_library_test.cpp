@@ -13,12 +13,12 @@
 #include <vector>
 
 #include "collections/unzip_callbacks.h"
+#include "tests/collections/unzip_calls.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"
-#include "tests/unzip/unzip_test.h"
 
 namespace {
 

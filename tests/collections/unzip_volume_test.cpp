@@ -1,9 +1,9 @@
 // Many runs with the real library: without heap checks, each of which looks at everything.
 #include <gtest/gtest.h>
 
+#include "tests/collections/unzip_calls.h"
 #include "tests/doubles/unzip/unzip_search_path.h"
 #include "tests/support/process_counts.h"
-#include "tests/unzip/unzip_test.h"
 
 namespace {
 

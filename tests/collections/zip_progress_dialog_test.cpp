@@ -18,12 +18,12 @@
 
 #include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/download/wininet_recorder.h"
 #include "tests/support/dialog_template.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/message_recorder.h"
 #include "tests/support/run_dialog.h"
 #include "tests/support/user.h"
+#include "tests/support/wininet_recorder.h"
 
 namespace {
 

@@ -15,9 +15,9 @@
 
 #include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/download/wininet_recorder.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/wininet_recorder.h"
 
 namespace {
 

@@ -45,6 +45,6 @@ CProgressDialog::Ptr DownloadFixture::Make(const std::wstring& url, HWND browser
   return dialog;
 }
 
-std::string LessonBytes(size_t length) { return kLessonHead + PatternBytes(kSeed, 0, length); }
+std::string LessonBytes(size_t length) { return kQdkHead + PatternBytes(kSeed, 0, length); }
 
-HttpAnswer Lesson(size_t length) { return HttpAnswer().Bytes(kLessonHead).Pattern(kSeed, length); }
+HttpAnswer Lesson(size_t length) { return HttpAnswer().Bytes(kQdkHead).Pattern(kSeed, length); }

@@ -11,7 +11,7 @@
 
 #include "download/progress_dialog.h"
 #include "tests/download/progress_dialog_peer.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_answer.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_spy.h"
@@ -68,7 +68,7 @@ class DownloadFixture : public testing::Test {
 
 /// The head of a lesson body, and a whole one: the head and `length` bytes of a
 /// pattern.
-inline constexpr char kLessonHead[] = "\x78\x9C";
+inline constexpr char kQdkHead[] = "\x78\x9C";
 std::string LessonBytes(size_t length);
 /// The same as a server's answer.
 HttpAnswer Lesson(size_t length);

@@ -17,9 +17,8 @@
 #include <vector>
 
 #include "tests/download/download_fixture.h"
-#include "tests/download/wininet_recorder.h"
 #include "tests/support/dialog_template.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/launch_recorder.h"
 #include "tests/support/message_recorder.h"
@@ -29,6 +28,7 @@
 #include "tests/support/run_dialog.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
+#include "tests/support/wininet_recorder.h"
 
 namespace {
 
@@ -58,6 +58,13 @@ TEST_F(ProgressDialogObject, MembersStandInTheirOrder) {
             addresses.end());
 }
 
+TEST_F(ProgressDialogObject, DestroyHasTheResultOneAndIsNotHandled) {
+  const auto dialog = Make(L"http://127.0.0.1:1/a.qdk");
+  LRESULT result = 0;
+  EXPECT_FALSE(dialog->ProcessWindowMessage(nullptr, WM_DESTROY, 0, 0, result));
+  EXPECT_EQ(result, 1);
+}
+
 TEST_F(ProgressDialogObject, VtableHasTheMessageMapBeforeTheDestructor) {
   using MessageMap = BOOL (*)(void*, HWND, UINT, WPARAM, LPARAM, LRESULT&, DWORD);
   using Destructor = void (*)(void*);
@@ -71,7 +78,6 @@ TEST_F(ProgressDialogObject, VtableHasTheMessageMapBeforeTheDestructor) {
   LRESULT result = 0;
   EXPECT_FALSE(reinterpret_cast<MessageMap>(const_cast<void*>(table[0]))(
       dialog, nullptr, WM_DESTROY, 0, 0, result, 0));
-  EXPECT_EQ(result, 1);
   const std::vector<std::tuple<HANDLE>> event = {{CProgressDialogPeer{*dialog}.PeekEvent()}};
   const CImportSpy<&SetEvent> wake("kernel32.dll", "SetEvent");
   const CImportSpy<&CloseHandle> close("kernel32.dll", "CloseHandle");

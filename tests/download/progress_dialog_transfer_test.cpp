@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "tests/download/download_fixture.h"
-#include "tests/download/wininet_recorder.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/wininet_recorder.h"
 
 namespace {
 

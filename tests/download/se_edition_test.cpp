@@ -13,7 +13,7 @@
 #include "tests/support/parallel.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/user.h"
-#include "tests/ui/question_box.h"
+#include "tests/ui/question_box_user.h"
 
 namespace {
 

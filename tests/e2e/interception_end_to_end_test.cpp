@@ -14,7 +14,7 @@
 #include "tests/browser/install_information.h"
 #include "tests/e2e/registered_plugin.h"
 #include "tests/e2e/tool_process.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_pattern.h"
 #include "tools/dialog_driver/window_actions.h"
 #include "tools/dialog_driver/window_query.h"

@@ -11,7 +11,7 @@
 
 #include "tests/e2e/registered_plugin.h"
 #include "tests/e2e/tool_process.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/scripted_path.h"
 #include "tests/support/stored_zip.h"
 #include "tools/dialog_driver/window_actions.h"

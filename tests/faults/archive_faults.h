@@ -5,10 +5,10 @@
 
 #include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
-#include "tests/download/wininet_recorder.h"
 #include "tests/faults/run_checks.h"
 #include "tests/faults/transfer_faults.h"
 #include "tests/support/import_spy.h"
+#include "tests/support/wininet_recorder.h"
 
 /// Faults of an archive's download. The dialog itself ends with 3 and one message in each case: an
 /// archive that has come is still held open when it is to be read.

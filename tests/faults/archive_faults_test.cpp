@@ -10,7 +10,7 @@
 #include "tests/faults/archive_faults.h"
 #include "tests/faults/cancel_faults.h"
 #include "tests/faults/quick_cut.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/parallel.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include "tests/browser/navigation_event.h"
 #include "tests/doubles/ieframe/ieframe_double.h"
 #include "tests/faults/run_checks.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/scripted_path.h"

@@ -21,7 +21,7 @@ bool Peek(CProgressDialog& dialog, const CTransferFault& fault) {
 }  // namespace
 
 HttpAnswer LessonFaults::Body(size_t size) {
-  const size_t head = sizeof(kLessonHead) - 1;
+  const size_t head = sizeof(kQdkHead) - 1;
   return size < head ? HttpAnswer().Bytes(BodyBytes(size)) : Lesson(size - head);
 }
 

@@ -9,7 +9,7 @@
 #include "tests/faults/cancel_faults.h"
 #include "tests/faults/lesson_faults.h"
 #include "tests/faults/quick_cut.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/browser/common_dialog.h"
 #include "tests/browser/fake_browser.h"
+#include "tests/browser/fake_save_dialog.h"
 #include "tests/browser/helper_object.h"
 #include "tests/browser/prompt_answer.h"
 #include "tests/faults/event_faults.h"

@@ -8,7 +8,7 @@
 #include "folivo_plugin_h.h"
 #include "tests/browser/navigation_event.h"
 #include "tests/plugin/plugin_library.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_server.h"
 #include "tests/support/parallel.h"
 #include "tests/support/temp_sandbox.h"

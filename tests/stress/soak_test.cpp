@@ -27,7 +27,7 @@
 #include "tests/faults/started_threads.h"
 #include "tests/plugin/plugin_library.h"
 #include "tests/support/deferred_close.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/http_server.h"
 #include "tests/support/import_spy.h"

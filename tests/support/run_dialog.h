@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "resources/resource.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
 

@@ -1,5 +1,5 @@
 #include "tests/support/user.h"
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/support/dialogs.h"
+#include "tests/support/dialog_texts.h"
 #include "tests/support/message_recorder.h"
 
 namespace {

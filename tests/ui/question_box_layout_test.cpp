@@ -12,7 +12,7 @@
 
 #include "tests/support/import_spy.h"
 #include "tests/support/user.h"
-#include "tests/ui/question_box.h"
+#include "tests/ui/question_box_user.h"
 #include "ui/gui_lang.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/user.h"
-#include "tests/ui/question_box.h"
+#include "tests/ui/question_box_user.h"
 
 namespace {
 

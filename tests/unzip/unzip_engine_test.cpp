@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "base/code_pages.h"
-#include "tests/unzip/unzip_test.h"
+#include "tests/collections/unzip_calls.h"
 #include "ui/bind_function.h"
 #include "unzip/unzip_interface.h"
 

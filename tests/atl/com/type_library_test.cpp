@@ -13,7 +13,7 @@
 
 namespace {
 
-class TypeLibrary : public testing::Test {
+class TypeLibraryRegistration : public testing::Test {
  protected:
   const HINSTANCE m_module = _AtlBaseModule.GetModuleInstance();
   const std::wstring m_path = ATL::detail::ModulePath(nullptr);
@@ -21,12 +21,12 @@ class TypeLibrary : public testing::Test {
   const CScratchRegistry m_registry;
 };
 
-TEST_F(TypeLibrary, MissingResourceFails) {
+TEST_F(TypeLibraryRegistration, MissingResourceFails) {
   EXPECT_TRUE(FAILED(AtlRegisterTypeLib(m_module, L"\\2")));
   EXPECT_TRUE(FAILED(AtlUnRegisterTypeLib(m_module, L"\\2")));
 }
 
-TEST_F(TypeLibrary, ModulePathHasAnyLength) {
+TEST_F(TypeLibraryRegistration, ModulePathHasAnyLength) {
   std::wstring claimed;
   const CImportSpy<&GetModuleFileNameW> spy(
       "kernel32.dll", "GetModuleFileNameW", [&](HMODULE, LPWSTR buffer, DWORD size) {
@@ -52,7 +52,7 @@ HRESULT WINAPI FakeUnRegisterForUser(REFGUID guid, WORD major, WORD minor, LCID,
   return S_OK;
 }
 
-TEST_F(TypeLibrary, RegistersForTheUserWhereTheSystemCan) {
+TEST_F(TypeLibraryRegistration, RegistersForTheUserWhereTheSystemCan) {
   bool hasFunctions = true;
   const CImportSpy<&GetProcAddress> spy(
       "kernel32.dll", "GetProcAddress", [&](HMODULE module, LPCSTR szName) -> FARPROC {

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "collections/unzip_callbacks.h"
+#include "tests/collections/unzip_calls.h"
 #include "tests/doubles/unzip/unzip_double.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/import_spy.h"
-#include "tests/unzip/unzip_test.h"
 
 namespace {
 
@@ -63,9 +63,9 @@ struct CNote<function> {
   const CImportSpy<function> spy;
 };
 
-class UnzipBinding : public testing::Test {
+class UnzipLibraryCalls : public testing::Test {
  protected:
-  UnzipBinding() {
+  UnzipLibraryCalls() {
     m_unzip->list = [this](DCL& options, USERFUNCTIONS& functions) {
       UseAsLonger(options, m_options);
       m_archive = Copy(options.lpszZipFN);
@@ -147,7 +147,7 @@ class UnzipBinding : public testing::Test {
 };
 
 // 64: filled with zeros, and fixed. 80 and 72 bytes of options and functions, with 128 behind them.
-TEST_F(UnzipBinding, ListingIsVerboseAndOfTheWholeArchiveAndFreesAllThatItTook) {
+TEST_F(UnzipLibraryCalls, ListingIsVerboseAndOfTheWholeArchiveAndFreesAllThatItTook) {
   EXPECT_TRUE(List(L"C:\\folder\\a.zip").has_value());
   DCL expected;
   std::memset(&expected, 0, sizeof(expected));
@@ -163,7 +163,7 @@ TEST_F(UnzipBinding, ListingIsVerboseAndOfTheWholeArchiveAndFreesAllThatItTook) 
                           "GlobalUnlock", "GlobalFree", "GlobalUnlock", "GlobalFree"));
 }
 
-TEST_F(UnzipBinding, ExtractionNamesArchiveAndEntryAndFreesAllThatItTook) {
+TEST_F(UnzipLibraryCalls, ExtractionNamesArchiveAndEntryAndFreesAllThatItTook) {
   std::string bytes = "bytes";
   SetAnswer(bytes);
   EXPECT_EQ(Unzip(L"C:\\Gr\u00fc\u00df\\a.zip", L"folder/%s.txt"), "bytes");
@@ -175,7 +175,7 @@ TEST_F(UnzipBinding, ExtractionNamesArchiveAndEntryAndFreesAllThatItTook) {
                                     "FreeLibrary", "GlobalUnlock", "GlobalFree"));
 }
 
-TEST_F(UnzipBinding, NamesAreAppendedToTheListOfTheCall) {
+TEST_F(UnzipLibraryCalls, NamesAreAppendedToTheListOfTheCall) {
   // The list is registered in front of the two allocations.
   const CImportSpy<&GlobalAlloc> alloc("kernel32.dll", "GlobalAlloc", [&](UINT flags, SIZE_T size) {
     Tell(UnzipListEntry, "early");
@@ -190,7 +190,7 @@ TEST_F(UnzipBinding, NamesAreAppendedToTheListOfTheCall) {
               ElementsAre(L"before", L"early", L"early", L"one", L"Gr\u00fc\u00df", L"100%s"));
 }
 
-TEST_F(UnzipBinding, ResultsBelowTwoAreSuccess) {
+TEST_F(UnzipLibraryCalls, ResultsBelowTwoAreSuccess) {
   for (const int result : {-1, 0, 1}) {
     m_result = result;
     for (const std::string& bytes : {std::string("with\0zeros\xFF", 11), std::string()}) {
@@ -204,7 +204,7 @@ TEST_F(UnzipBinding, ResultsBelowTwoAreSuccess) {
   EXPECT_TRUE(m_unzip.Release()) << "unloaded after each";
 }
 
-TEST_F(UnzipBinding, OtherResultsAreReportedAndLeaveTheLibraryLoaded) {
+TEST_F(UnzipLibraryCalls, OtherResultsAreReportedAndLeaveTheLibraryLoaded) {
   std::string bytes = "bytes";
   SetAnswer(bytes);
   for (const int result : {2, 9, 1000000}) {
@@ -221,7 +221,7 @@ TEST_F(UnzipBinding, OtherResultsAreReportedAndLeaveTheLibraryLoaded) {
 }
 
 // The published library answers like this for most failures: 0 or 1, a size and no bytes.
-TEST_F(UnzipBinding, ExtractionWithoutBytesFails) {
+TEST_F(UnzipLibraryCalls, ExtractionWithoutBytesFails) {
   for (const unsigned long length : {0ul, 5ul, 0xFFFFFFFFul}) {
     m_answer = {length, nullptr};
     EXPECT_EQ(Unzip(L"a.zip", L"a.txt"), std::nullopt);
@@ -230,7 +230,7 @@ TEST_F(UnzipBinding, ExtractionWithoutBytesFails) {
   EXPECT_TRUE(m_unzip.Release());
 }
 
-TEST_F(UnzipBinding, FailedBlockFailsTheUse) {
+TEST_F(UnzipLibraryCalls, FailedBlockFailsTheUse) {
   for (int* const failing : {&m_failingAlloc, &m_failingLock}) {
     for (const int place : {0, 1}) {
       m_events.clear();
@@ -257,7 +257,7 @@ void* __cdecl AllocateAllButThat(size_t size) {
   return size == g_failingSize ? nullptr : std::calloc(1, size);
 }
 
-TEST_F(UnzipBinding, OutOfMemoryFailsTheUseWithoutAnException) {
+TEST_F(UnzipLibraryCalls, OutOfMemoryFailsTheUseWithoutAnException) {
   constexpr int kNames = 1024;  // the list then grows to twice as many
   std::string bytes(123457, 'x');
   SetAnswer(bytes);
@@ -280,7 +280,7 @@ TEST_F(UnzipBinding, OutOfMemoryFailsTheUseWithoutAnException) {
   EXPECT_TRUE(m_unzip.Release());
 }
 
-TEST_F(UnzipBinding, NullArgumentsFailBeforeAnythingElse) {
+TEST_F(UnzipLibraryCalls, NullArgumentsFailBeforeAnythingElse) {
   unsigned long size = 7;
   auto data = std::make_unique<char[]>(1);
   EXPECT_FALSE(ListZipEntries(L"a.zip", nullptr));
@@ -291,7 +291,7 @@ TEST_F(UnzipBinding, NullArgumentsFailBeforeAnythingElse) {
   EXPECT_NE(data, nullptr);
 }
 
-TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePage) {
+TEST_F(UnzipLibraryCalls, NamesAreConvertedToTheThreadsCodePage) {
   std::vector<std::wstring> texts;
   const CImportSpy<&WideCharToMultiByte> convert(
       "kernel32.dll", "WideCharToMultiByte",
@@ -309,7 +309,7 @@ TEST_F(UnzipBinding, NamesAreConvertedToTheThreadsCodePage) {
   EXPECT_EQ(texts, (std::vector<std::wstring>{L"C:\\a.zip", L"b.zip", L"c.txt"}));
 }
 
-TEST_F(UnzipBinding, NameThatCannotBeConvertedIsPassedAsNull) {
+TEST_F(UnzipLibraryCalls, NameThatCannotBeConvertedIsPassedAsNull) {
   const std::wstring longest(32768, L'x');
   Unzip(L"a.zip", longest.c_str());
   EXPECT_EQ(m_entry, std::string(32768, 'x'));

@@ -1,4 +1,4 @@
-#include "tests/ui/question_box.h"
+#include "tests/ui/question_box_user.h"
 
 #include "tests/support/parallel.h"
 #include "tests/support/user.h"
