@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <string_view>
 
 #include "download/file_path.h"
 
@@ -15,10 +16,9 @@ constexpr wchar_t kDeviceNumbers[] = L"0123456789\u00B9\u00B2\u00B3";
 
 /// Whether the name, without its extension, is that of a device.
 bool IsDeviceName(const CStringW& name) {
-  CStringW stem = name;
-  if (const int dot = stem.Find(L'.'); dot >= 0) {
-    stem = stem.Left(dot);
-  }
+  const std::wstring_view text = name.GetString();
+  const std::wstring_view beforeDot = text.substr(0, text.find(L'.'));
+  CStringW stem(beforeDot.data(), static_cast<int>(beforeDot.size()));
   stem.TrimRight();
   const auto isStem = [&](const wchar_t* device) { return stem.CompareNoCase(device) == 0; };
   if (std::any_of(std::begin(kDeviceNames), std::end(kDeviceNames), isStem)) {

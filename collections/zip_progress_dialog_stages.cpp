@@ -6,6 +6,7 @@
 #include <tinyxml.h>
 
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "base/code_pages.h"
@@ -25,14 +26,10 @@ constexpr char kCollectionElement[] = "DownloadedFile";
 constexpr char kFileNameAttribute[] = "Filename";
 constexpr char kDestinationAttribute[] = "Destination";
 
-/// Returns the attribute's text; empty when it is missing or empty, which `isPresent`
-/// distinguishes.
-CStringW ReadAttribute(const TiXmlElement& element, const char* name, bool* isPresent = nullptr) {
+/// Returns the attribute's text; nullopt when it is missing.
+std::optional<CStringW> ReadAttribute(const TiXmlElement& element, const char* name) {
   const char* const value = element.Attribute(name);
-  if (isPresent != nullptr) {
-    *isPresent = value != nullptr;
-  }
-  return FromSystemCodePage(value);
+  return value != nullptr ? std::optional(FromSystemCodePage(value)) : std::nullopt;
 }
 
 }  // namespace
@@ -70,13 +67,13 @@ HRESULT CZipProgressDialog::AddCollections(const TiXmlDocument& document) {
   const TiXmlElement* element =
       root != nullptr ? root->FirstChildElement(kCollectionElement) : nullptr;
   for (int i = 0; element != nullptr; ++i) {
-    bool hasDestination = false;
-    const CStringW destination = ReadAttribute(*element, kDestinationAttribute, &hasDestination);
+    const std::optional<CStringW> destination = ReadAttribute(*element, kDestinationAttribute);
     // Without a destination a collection goes into the content folder itself.
     const CFilePath folder =
-        hasDestination ? JoinPath(m_contentFolder, destination) : m_contentFolder;
+        destination ? JoinPath(m_contentFolder, *destination) : m_contentFolder;
+    const CStringW name = ReadAttribute(*element, kFileNameAttribute).value_or(CStringW());
     CFilePath added;
-    if (SUCCEEDED(AddCollection(ReadAttribute(*element, kFileNameAttribute), folder, added))) {
+    if (SUCCEEDED(AddCollection(name, folder, added))) {
       SetStatus(kAddingStage, added);
     }
     SetProgress(100 * (i + 1));  // Quirk 63: full after the first one.

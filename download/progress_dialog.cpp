@@ -288,15 +288,11 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
   while (file == CFileTraits::Empty() && m_fileInUse && !m_gate.IsLeftBehind() &&
          GetTickCount64() < deadline) {
     SwitchToThread();
-    file = m_hFile.Take();
-  }
-  if (file == CFileTraits::Empty()) {
-    file = m_hFile.Take();  // The worker may have returned it before m_fileInUse was read.
   }
   m_gate.Stop();
   const bool isInUse = m_fileInUse;
   if (file == CFileTraits::Empty()) {
-    file = m_hFile.Take();  // The worker may have returned it before the gate was stopped.
+    file = m_hFile.Take();  // The worker may have put it back until the gate was stopped.
   }
   if (file != CFileTraits::Empty()) {
     m_tempFile.TakeFromSteps();

@@ -22,7 +22,7 @@ class CSelectedFontDC {
     if (DrawTextW(m_dc, text, -1, &bounds, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX) == 0) {
       return {};
     }
-    return {bounds.right - bounds.left, bounds.bottom - bounds.top};
+    return {bounds.right, bounds.bottom};
   }
 
  private:

@@ -28,6 +28,7 @@ TEST(DownloadFileName, StartsAfterTheLastOccurrenceOfTheFirstSeparatorInTheList)
   ExpectNames({{L"http://server/files/My%20Lesson.folivo", L"My Lesson.folivo"},
                {L"a=b=c", L"c"},
                {L"a|b|c", L"c"},
+               {L"/c", L"c"},
                {L"http://server/lesson.folivo?", L""},
                {L"http://server/folder/", L""},
                {L"http://server/get?a&b", L"a&b"},  // file names may hold an ampersand

@@ -11,6 +11,7 @@
 #include "tests/collections/collection_fixture.h"
 #include "tests/collections/dialog_trace.h"
 #include "tests/doubles/unzip/unzip_double.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/http_pattern.h"
 #include "tests/support/import_spy.h"
 #include "tests/support/stored_zip.h"
@@ -168,6 +169,20 @@ TEST_F(ZipProgressDialogStages, PathIsReturnedOnlyWhenTheCollectionWasAdded) {
   EXPECT_EQ(m_sandbox.Files(), (Paths{L"Downloaded Content\\file", L"download.zip"}));
   EXPECT_EQ(AddOne(L"a.qdc", Content(L"new\\folder")), S_OK);
   EXPECT_EQ(m_output.GetText(), Content(L"new\\folder\\a.qdc").c_str());
+}
+
+TEST_F(ZipProgressDialogStages, CollectionThatCannotBeListedIsDeletedAndThrows) {
+  constexpr int kFull = 512;  // then the list needs a longer block
+  m_sandbox.Write(L"download.zip", CStoredZip().Add("a.qdc", "a").Bytes());
+  for (int i = 0; i < kFull; ++i) {
+    m_dialog->AddFile(L"earlier.qdc");
+  }
+  {
+    const CFailingMalloc failing(sizeof(CStringW) * (kFull + 1));
+    EXPECT_THROW(AddOne(L"a.qdc", Content(L"x")), CAtlException);
+  }
+  EXPECT_EQ(m_output.GetText(), L"unset");
+  EXPECT_EQ(m_sandbox.Files(), Paths{L"download.zip"});
 }
 
 TEST_F(ZipProgressDialogStages, FullDiskLeavesNoPartOfAFile) {

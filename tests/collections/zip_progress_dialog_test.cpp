@@ -56,6 +56,9 @@ class ZipProgressDialog : public CollectionFixture {
 };
 
 TEST_F(ZipProgressDialog, StartsWithOnlyCancelEnabled) {
+  const CZipProgressDialogPeer peer{m_dialog};
+  EXPECT_EQ(peer.Total(), 0);
+  EXPECT_EQ(peer.Received(), 0);
   const INT_PTR result = Run([this](HWND window) {
     EXPECT_EQ(ChildText(window, kTitle), L"Downloading Folivo Collections...");
     EXPECT_EQ(ChildText(window, kSubtitle), L"");

@@ -116,6 +116,28 @@ TEST_F(ProgressDialogEnd, FileIsDeletedWhereverItsCreationMeetsCancelOrTheDialog
   }
 }
 
+TEST_F(ProgressDialogEnd, FailureHasAnOwnerWhereverItMeetsTheWindowsEnd) {
+  constexpr int kInstructions = 400;  // past the look at the owner
+  const CStringW subject = L"a";
+  size_t shown = 0;
+  for (int i = 1; i <= kInstructions; ++i) {
+    m_peer.SetRunning(true);
+    m_peer.SetWindow(GetDesktopWindow());
+    const CInterruption dialogThread(i, [this] {
+      m_peer.SetRunning(false);
+      m_peer.SetWindow(nullptr);
+    });
+    dialogThread.Arm();
+    EXPECT_FALSE(m_peer.ReportFailure(L"%s", subject));
+    ASSERT_TRUE(dialogThread.WasReached());
+    const std::vector<CShownMessage> messages = m_messages.Take();
+    shown = messages.size();
+    ASSERT_TRUE(messages.empty() || messages[0].owner != nullptr) << i;
+    ASSERT_TRUE(i != 1 || messages.empty());
+  }
+  EXPECT_EQ(shown, 1u);
+}
+
 /// The worker is held inside its write, as by a dead disk. From then on the disk holds whoever
 /// looks for the file.
 TEST_F(ProgressDialogEnd, DiskThatNeverAnswersIsLeftToTheWorker) {

@@ -82,7 +82,11 @@ struct CProgressDialogPeer {
     dialog.m_hFile.Put(file);
     dialog.m_fileInUse = false;
   }
+  void SetWindow(HWND window) { dialog.m_window = window; }
   bool CreateTempFile() { return dialog.CreateTempFile(); }
+  bool ReportFailure(LPCWSTR format, const CStringW& subject) {
+    return dialog.ReportFailure(format, subject);
+  }
   void StopDownload() { dialog.StopDownload(); }
   void Abandon() { dialog.Abandon(); }
 };
