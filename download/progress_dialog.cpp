@@ -294,9 +294,7 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
   if (file == CFileTraits::Empty()) {
     file = m_hFile.Take();  // The worker may have put it back until the gate was stopped.
   }
-  if (file != CFileTraits::Empty()) {
-    m_tempFile.TakeFromSteps();
-  } else if (isInUse) {
+  if (file == CFileTraits::Empty() && isInUse) {
     m_tempFile.LeaveToWorker();
   }
   return CScopedHandle<CFileTraits>(file);

@@ -4,9 +4,9 @@
 
 #include "download/file_operations.h"
 
-/// Knows who has a download's temporary file, and deletes it. The transfer's steps have it open
-/// first; then either the dialog takes it, or a worker that is left behind keeps it. The dialog can
-/// leave it to the browser. All members but `Delete` are called on the dialog thread only.
+/// Knows who deletes a download's temporary file, and deletes it: the dialog, unless it leaves the
+/// file to a worker that is left behind, or to the browser. All members but `Delete` are called on
+/// the dialog thread only.
 class CTempFileOwner {
  public:
   /// `path` must outlive this object.
@@ -14,11 +14,8 @@ class CTempFileOwner {
   CTempFileOwner(const CTempFileOwner&) = delete;
   CTempFileOwner& operator=(const CTempFileOwner&) = delete;
 
-  /// The dialog has taken the file's handle from the steps.
-  void TakeFromSteps() { Replace(kSteps, kDialog); }
-  /// A worker that is left behind has the file open: it closes and deletes it. No effect when the
-  /// dialog has taken the file before.
-  void LeaveToWorker() { Replace(kSteps, kWorker); }
+  /// A worker that is left behind has the file open: it closes and deletes it.
+  void LeaveToWorker() { m_holder = kWorker; }
   bool IsLeftToWorker() const { return m_holder == kWorker; }
   /// The browser uses the file from now on: nobody deletes it.
   void LeaveToBrowser() { m_holder = kBrowser; }
@@ -47,12 +44,10 @@ class CTempFileOwner {
   }
 
  private:
-  enum Holder { kSteps, kDialog, kWorker, kBrowser };
+  enum Holder { kDialog, kWorker, kBrowser };
   static_assert(std::atomic<Holder>::is_always_lock_free);
 
-  void Replace(Holder from, Holder to) { m_holder.compare_exchange_strong(from, to); }
-
   const CFilePath& m_path;
-  std::atomic<Holder> m_holder{kSteps};
+  std::atomic<Holder> m_holder{kDialog};
   bool m_isSettled = false;
 };

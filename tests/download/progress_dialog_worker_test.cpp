@@ -42,8 +42,9 @@ class ProgressDialogWorkerBar : public SteppedDownloadFixture {
   mutable Positions m_positions;
   const CImportSpy<&SendDlgItemMessageW> m_bar{
       "user32.dll", "SendDlgItemMessageW",
-      [this](HWND, int id, UINT message, WPARAM position, LPARAM) {
+      [this](HWND, int id, UINT message, WPARAM position, LPARAM reserved) {
         EXPECT_EQ(id, IDC_PROGRESS);
+        EXPECT_EQ(reserved, 0);
         EXPECT_EQ(message, UINT{PBM_SETPOS});
         m_positions.push_back(position);
         return 0;
@@ -57,6 +58,9 @@ TEST_F(ProgressDialogWorkerBar, FollowsTheKnownLength) {
 }
 
 TEST_F(ProgressDialogWorkerBar, AssumedLengthGrowsEachTimeItIsExceeded) {
+  EXPECT_EQ(PositionsOf(Lesson(1000000 - 2).CloseDelimited(), 250000),
+            (Positions{25, 50, 75, 100, 100}))
+      << "reached, not exceeded";
   EXPECT_EQ(PositionsOf(Lesson(3000000 - 2).CloseDelimited()),
             (Positions{13, 26, 39, 52, 65, 78, 91, 51, 57, 63, 70, 76,
                        83, 89, 95, 67, 71, 76, 80, 84, 88, 93, 96, 100}));

@@ -13,21 +13,9 @@ TEST(TempFileOwner, DiscardDeletesWhatIsNeitherSettledNorLeftToOthers) {
     bool isKept;
   } cases[] = {
       {[](CTempFileOwner&) {}, false},
-      {[](CTempFileOwner& owner) { owner.TakeFromSteps(); }, false},
       {[](CTempFileOwner& owner) { owner.LeaveToWorker(); }, true},
       {[](CTempFileOwner& owner) { owner.LeaveToBrowser(); }, true},
       {[](CTempFileOwner& owner) { owner.Settle(); }, true},
-      // The first who has it keeps it.
-      {[](CTempFileOwner& owner) {
-         owner.TakeFromSteps();
-         owner.LeaveToWorker();
-       },
-       false},
-      {[](CTempFileOwner& owner) {
-         owner.LeaveToWorker();
-         owner.TakeFromSteps();
-       },
-       true},
   };
   for (const auto& c : cases) {
     const CFilePath path(sandbox.Write(L"a.qdk", "bytes").c_str());
