@@ -2,7 +2,6 @@
 
 #include <tinyxml.h>
 
-#include <algorithm>
 #include <climits>
 #include <string_view>
 
@@ -18,18 +17,6 @@ namespace {
 // The byte-order mark that some editors write.
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-/// Returns a text with as many characters as there are bytes. If it has fewer, because of
-/// multi-byte characters, zeros follow; the parser stops at the first.
-CStringW Decode(std::string_view bytes) {
-  const auto size = static_cast<int>(bytes.size());
-  CStringW text = FromSystemCodePage(bytes.data(), size);
-  const int length = text.GetLength();
-  wchar_t* const buffer = text.GetBuffer(size);
-  std::fill(buffer + length, buffer + size, L'\0');
-  text.ReleaseBufferSetLength(size);
-  return text;
-}
-
 }  // namespace
 
 void ParseManifest(std::string_view manifest, TiXmlDocument& document) {
@@ -42,7 +29,8 @@ void ParseManifest(std::string_view manifest, TiXmlDocument& document) {
   }
   // TIXML_ENCODING_LEGACY, as the parser would otherwise read most manifests as UTF-8: a letter
   // outside ASCII would begin a multi-byte sequence, which could include the quote after it.
-  document.Parse(ToSystemCodePage(Decode(manifest)), nullptr, TIXML_ENCODING_LEGACY);
+  const CStringW text = FromSystemCodePage(manifest.data(), static_cast<int>(manifest.size()));
+  document.Parse(ToSystemCodePage(text), nullptr, TIXML_ENCODING_LEGACY);
   if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {  // set by our altered parser: nested too deep
     document.Clear();
   }

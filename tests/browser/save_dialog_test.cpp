@@ -150,17 +150,22 @@ TEST_F(SaveDialogDirectory, IsPutBackByEachOfThreeDialogsThatOverlap) {
 }
 
 TEST_F(SaveDialogDirectory, SystemsDirectoryStandsInForOneThatHasGone) {
-  const std::wstring gone = m_sandbox / L"gone";
-  std::filesystem::create_directory(gone);
-  MoveTo(gone);
-  {
-    const CCurrentDirectoryKeeper keeper;
-    MoveTo(m_sandbox.Path());
-    EXPECT_TRUE(RemoveDirectoryW(gone.c_str()));
-  }
   wchar_t system[MAX_PATH] = {};
   GetSystemDirectoryW(system, MAX_PATH);
-  EXPECT_EQ(Current(), system);
+  for (const bool isKnown : {true, false}) {
+    const CImportSpy<&GetSystemDirectoryW> directory(
+        "kernel32.dll", "GetSystemDirectoryW",
+        [&](LPWSTR path, UINT size) { return isKnown ? directory.CallOriginal(path, size) : 0; });
+    const std::wstring gone = m_sandbox / L"gone";
+    std::filesystem::create_directory(gone);
+    MoveTo(gone);
+    {
+      const CCurrentDirectoryKeeper keeper;
+      MoveTo(m_sandbox.Path());
+      EXPECT_TRUE(RemoveDirectoryW(gone.c_str()));
+    }
+    EXPECT_EQ(Current(), isKnown ? system : m_sandbox.Path());
+  }
 }
 
 TEST(SaveDialogChoice, IsNormalisedOnceAndGetsAMissingExtension) {

@@ -151,9 +151,12 @@ TEST_F(ProgressDialog, DeliversAndEndsByItself) {
       EXPECT_FALSE(peer.HasThread() || peer.IsRunning());
       EXPECT_EQ(peer.Session(), nullptr);
       EXPECT_EQ(peer.Request(), nullptr);
+      EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
+      m_sandbox.Write(L"temporary.qdk", "another download");
     }
     EXPECT_TRUE(watched.expired()) << "no worker is left";
-    EXPECT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"});
+    EXPECT_EQ(m_sandbox.Files(), (Files{L"Lesson.qdk", L"temporary.qdk"}));
+    DeleteFileW(TempPath().c_str());
     EXPECT_EQ(ReadFileBytes(DestPath()), LessonBytes(500000));
     EXPECT_EQ(path.Requests().size(), 1u) << "nothing is fetched twice";
   }
