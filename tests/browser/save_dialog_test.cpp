@@ -154,8 +154,10 @@ TEST_F(SaveDialogDirectory, SystemsDirectoryStandsInForOneThatHasGone) {
   GetSystemDirectoryW(system, MAX_PATH);
   for (const bool isKnown : {true, false}) {
     const CImportSpy<&GetSystemDirectoryW> directory(
-        "kernel32.dll", "GetSystemDirectoryW",
-        [&](LPWSTR path, UINT size) { return isKnown ? directory.CallOriginal(path, size) : 0; });
+        "kernel32.dll", "GetSystemDirectoryW", [&](LPWSTR path, UINT size) {
+          wcscpy(path, L"C:\\");  // what a failed call leaves is not used
+          return isKnown ? directory.CallOriginal(path, size) : 0;
+        });
     const std::wstring gone = m_sandbox / L"gone";
     std::filesystem::create_directory(gone);
     MoveTo(gone);
