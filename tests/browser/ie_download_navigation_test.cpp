@@ -103,12 +103,15 @@ TEST_F(IeDownloadNavigation, OtherTypesAndWrongContentAreLeftToTheBrowser) {
 }
 
 TEST_F(IeDownloadNavigation, EventWithoutSixArgumentsOrAUrlIsIgnored) {
-  for (const UINT count : {0u, 5u, 7u}) {
+  void (*const faults[])(CNavigationEvent&) = {
+      [](CNavigationEvent& event) { event.Params()->cArgs = 0; },
+      [](CNavigationEvent& event) { event.Params()->cArgs = 5; },
+      [](CNavigationEvent& event) { event.Argument(5) = VARIANT(); },
+      [](CNavigationEvent& event) { event.Argument(5).pvarVal = nullptr; },
+  };
+  for (const auto& spoil : faults) {
     CNavigationEvent event(m_lesson);
-    event.Params()->cArgs = count;
-    if (count == 7) {
-      event.Argument(5) = VARIANT();
-    }
+    spoil(event);
     VARIANT before[CNavigationEvent::kArgumentCount];
     std::memcpy(before, event.Params()->rgvarg, sizeof(before));
     EXPECT_FALSE(m_helper.Navigate(event));

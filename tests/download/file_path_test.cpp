@@ -79,6 +79,7 @@ TEST(FilePath, PartsEndAtTheLastBackslashAndTheLastDotBehindIt) {
       {L"C:\\a\\\\", L"C:\\a", L"", L"", L"C:\\a\\.qdk"},
       {L"a.b.c", L"a.b.c", L"a.b.c", L".c", L"a.b.qdk"},
       {L"a.", L"a.", L"a.", L".", L"a.qdk"},
+      {L".a", L".a", L".a", L".a", L".qdk"},
       {L"", L"", L"", L"", L".qdk"},
   };
   for (const auto& c : cases) {

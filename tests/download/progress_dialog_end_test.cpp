@@ -321,6 +321,21 @@ TEST_F(ProgressDialogEndMessages, SecondResultChangesNothing) {
   EXPECT_EQ(Results(), (Ends{1, 1, 3, 1}));
 }
 
+TEST_F(ProgressDialogEndMessages, CloseOfACompleteDialogPostsItsResultAndMarksItFinished) {
+  while (m_peer.Step()) {
+  }
+  ASSERT_TRUE(m_peer.IsComplete());
+  EXPECT_FALSE(m_peer.IsFinished());
+  const CImportSpy<&PostMessageW> post("user32.dll", "PostMessageW", [&](auto...) {
+    EXPECT_TRUE(m_peer.IsFinished());
+    return TRUE;
+  });
+  EXPECT_TRUE(IsHandled(WM_COMMAND, IDCANCEL));
+  EXPECT_EQ(post.Calls(),
+            (std::vector<std::tuple<HWND, UINT, WPARAM, LPARAM>>{{m_window, WM_USER, 1, 0}}));
+  EXPECT_EQ(Results(), Ends());
+}
+
 TEST_F(ProgressDialogEndMessages, NothingElseIsHandled) {
   const std::set<UINT> own = {WM_INITDIALOG, WM_COMMAND, WM_USER, WM_DESTROY};
   const std::set<UINT> commands = {IDOK, IDCANCEL, IDC_OPEN_FILE, IDC_OPEN_FOLDER};

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,15 @@ TEST_F(ProtectedSave, SaveThatIsNotCompletedIsCancelledOnce) {
   stalled.AllowAll();
   AwaitWorkers();
   EXPECT_EQ(m_sandbox.Files(), Files{L"temporary.qdk"}) << "of the last one";
+}
+
+TEST_F(ProtectedSave, DestructorCancelsIt) {
+  auto dialog =
+      std::make_unique<CProgressDialog>(m_url.c_str(), CFilePath(TempPath().c_str()), nullptr);
+  dialog->SetTarget(CFilePath(DestPath().c_str()), kState);
+  dialog.reset();
+  EXPECT_EQ(m_ieframe->cancelCalls, 1);
+  EXPECT_EQ(m_ieframe->cancelledState, kState);
 }
 
 TEST_F(ProtectedSave, EarlyResultLeavesAReadThatFailsMeanwhileUnreported) {
