@@ -18,7 +18,7 @@ constexpr DWORD kPathLength = 259;
 /// module of that name is loaded, the null handle stands for the host program.
 CStringW FindModulePath() {
   wchar_t path[kPathLength + 1] = {};
-  GetModuleFileNameW(GetModuleHandleW(kModuleName), path, kPathLength);
+  GetModuleFileNameW(GetModuleHandleW(kModuleName), path, ARRAYSIZE(path) - 1);
   return path;
 }
 

@@ -12,7 +12,7 @@ constexpr DWORD kPathLength = 260;
 // Without allocations, as an exception must not leave DllMain.
 bool IsRefusedHost(LPCWSTR path) {
   wchar_t lowered[kPathLength + 1] = {};
-  wcsncpy(lowered, path, kPathLength);
+  wcsncpy(lowered, path, ARRAYSIZE(lowered) - 1);
   _wcslwr(lowered);
   // Quirk 87: anywhere in the path, a folder's name included. The browser's "iexplore.exe" does not
   // contain it.
@@ -21,6 +21,6 @@ bool IsRefusedHost(LPCWSTR path) {
 
 bool IsRefusedHostProcess() {
   wchar_t path[kPathLength + 1] = {};
-  GetModuleFileNameW(nullptr, path, kPathLength);
+  GetModuleFileNameW(nullptr, path, ARRAYSIZE(path) - 1);
   return IsRefusedHost(path);
 }

@@ -21,6 +21,8 @@ inline constexpr wchar_t kUnavailable[] =
 inline constexpr wchar_t kNotValid[] =
     L"The Folivo Collection file is not valid. Please ensure that the link to the file is valid";
 inline constexpr wchar_t kCannotUnzip[] = L"Could not unzip the Folivo Collections file.";
+inline constexpr wchar_t kCannotAdd[] =
+    L"Could not save the Folivo Collections file to the Folivo Content directory.";
 
 /// A dialog with a window whose stages a test calls one by one, on its own thread. There is no
 /// message loop, so the timer never ticks.

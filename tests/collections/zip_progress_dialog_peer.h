@@ -32,6 +32,7 @@ struct CZipProgressDialogPeer {
   HINTERNET Session() const { return dialog.m_hSession; }
   HINTERNET Request() const { return dialog.m_hRequest; }
   HANDLE File() const { return dialog.m_hFile; }
+  LPCWSTR ShortageText() const { return dialog.m_shortageText; }
   int Total() const { return dialog.m_total; }
   int Received() const { return dialog.m_received; }
 

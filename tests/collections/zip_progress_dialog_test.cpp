@@ -137,6 +137,7 @@ TEST_F(ZipProgressDialog, QuestionBehindTheAddedCollectionsWaitsForTheAnswer) {
           if (message == PBM_SETRANGE32) {
             peer.Begin();
             peer.FinishPipeline(TiXmlDocument());
+            EXPECT_STREQ(peer.ShortageText(), kCannotAdd);
           }
           return result;
         });
