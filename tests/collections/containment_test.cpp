@@ -14,9 +14,9 @@ bool IsWithin(const std::wstring& destination) {
 }
 
 TEST(Containment, FoldersBelowAreWithin) {
-  for (const wchar_t* destination :
-       {L"", L"a", L"a\\b", L"a/b/c", L"a\\", L"\\a", L"a\\\\b", L"a.b\\c d", L"...a", L" a",
-        L"Gr\u00F6\u00DFe", L"console", L"com", L"com10", L"comb", L"nul1", L"auxiliary.x"}) {
+  for (const wchar_t* destination : {L"", L"a", L"a\\b", L"a/b/c", L"a\\", L"\\a", L"a\\\\b",
+                                     L"a.b\\c d", L"...a", L" a", L"Gr\u00F6\u00DFe", L"console",
+                                     L"com", L"com10", L"comb", L"comx", L"nul1", L"auxiliary.x"}) {
     EXPECT_TRUE(IsWithin(destination)) << destination;
   }
 }
