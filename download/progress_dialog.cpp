@@ -288,11 +288,17 @@ CScopedHandle<CFileTraits> CProgressDialog::StopWorker() {
   while (file == CFileTraits::Empty() && m_fileInUse && !m_gate.IsLeftBehind() &&
          GetTickCount64() < deadline) {
     SwitchToThread();
+    file = m_hFile.Take();
+  }
+  if (file == CFileTraits::Empty()) {
+    // The worker may have put it back before m_fileInUse was read. After the stop, a worker that is
+    // left behind could be the first to take it, and would delete the file.
+    file = m_hFile.Take();
   }
   m_gate.Stop();
   const bool isInUse = m_fileInUse;
   if (file == CFileTraits::Empty()) {
-    file = m_hFile.Take();  // The worker may have put it back until the gate was stopped.
+    file = m_hFile.Take();  // The worker may have returned it before the gate was stopped.
   }
   if (file == CFileTraits::Empty() && isInUse) {
     m_tempFile.LeaveToWorker();

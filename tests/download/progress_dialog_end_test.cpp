@@ -9,6 +9,7 @@
 #include <wininet.h>
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -319,6 +320,42 @@ TEST_F(ProgressDialogEndMessages, SecondResultChangesNothing) {
     dialog->m_hWnd = nullptr;
   }
   EXPECT_EQ(Results(), (Ends{1, 1, 3, 1}));
+}
+
+TEST_F(ProgressDialogEndMessages, FileThatIsPutBackDuringTheWaitIsDeliveredWhereverItsWorkerEnds) {
+  static HANDLE taken;
+  static CProgressDialogPeer* writing;
+  // The worker puts the file back at the second look, still inside its call, and the wait is over.
+  const CImportPatch clock(
+      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+        if (++g_looks == 2) {
+          writing->EndWrite(taken);
+          g_worker->Arm();
+        }
+        return g_looks * 1000ULL;
+      });
+  constexpr int kInstructions = 200;
+  for (int i = 1; i < kInstructions; ++i) {
+    const auto dialog = Make(m_url);
+    dialog->m_hWnd = m_window;
+    CProgressDialogPeer peer{*dialog};
+    taken = BeginWrite(peer);
+    writing = &peer;
+    std::optional<CBlockingCallGate::CCall> call(peer.Gate());
+    const CInterruption worker(i, [&] {
+      call.reset();
+      if (peer.Gate().IsLeftBehind()) {
+        peer.CloseLateHandles();
+      }
+    });
+    g_worker = &worker;
+    g_looks = 0;
+    Send(WM_USER, kDownloadDelivered, *dialog);
+    ASSERT_TRUE(worker.WasReached()) << i;
+    ASSERT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"}) << i;
+    DeleteFileW(DestPath().c_str());
+    dialog->m_hWnd = nullptr;
+  }
 }
 
 TEST_F(ProgressDialogEndMessages, CloseOfACompleteDialogPostsItsResultAndMarksItFinished) {

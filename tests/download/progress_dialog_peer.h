@@ -83,6 +83,8 @@ struct CProgressDialogPeer {
     dialog.m_fileInUse = false;
   }
   void SetWindow(HWND window) { dialog.m_window = window; }
+  CBlockingCallGate& Gate() { return dialog.m_gate; }
+  void CloseLateHandles() { dialog.CloseLateHandles(); }
   bool CreateTempFile() { return dialog.CreateTempFile(); }
   bool ReportFailure(LPCWSTR format, const CStringW& subject) {
     return dialog.ReportFailure(format, subject);
