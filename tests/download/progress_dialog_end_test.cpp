@@ -264,6 +264,13 @@ TEST_F(ProgressDialogEndMessages, ResultIsDeliveredWhereverTheWorkerPutsTheFileB
   }
 }
 
+// From the look at the clock that ends the wait to behind the last look for the file.
+#ifdef NDEBUG
+constexpr int kInstructionsOfTheStop = 200;
+#else
+constexpr int kInstructionsOfTheStop = 600;
+#endif
+
 int g_looks;  // at the clock
 const CInterruption* g_worker;
 
@@ -276,8 +283,7 @@ TEST_F(ProgressDialogEndMessages, WriteLongerThanTheWaitReturnsFailedUnlessDeliv
         }
         return g_looks * 1000ULL;
       });
-  constexpr int kBehindTheLastLook = 200;
-  for (int instructions = 1; instructions < kBehindTheLastLook; ++instructions) {
+  for (int instructions = 1; instructions < kInstructionsOfTheStop; ++instructions) {
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
@@ -334,8 +340,7 @@ TEST_F(ProgressDialogEndMessages, FileThatIsPutBackDuringTheWaitIsDeliveredWhere
         }
         return g_looks * 1000ULL;
       });
-  constexpr int kInstructions = 200;
-  for (int i = 1; i < kInstructions; ++i) {
+  for (int i = 1; i < kInstructionsOfTheStop; ++i) {
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
