@@ -69,7 +69,10 @@ void AppendButton(CRow& row, HWND dialog, int id, const CStringW& label, bool ke
 
 /// Moves the measured buttons to their places and returns the width that the row takes.
 int PlaceRow(CRow& row, HWND dialog, bool centre) {
-  const int count = row.GetSize();  // at least 1
+  const int count = row.GetSize();
+  if (count == 0) {  // never, as long as the first button always has a place
+    AtlThrow(E_INVALIDARG);
+  }
   const int gap = HeightOf(row[0].bounds) / 2;
   const int rowRight = row[count - 1].bounds.right;
   RECT client = {};
