@@ -9,6 +9,7 @@ import pathlib
 import random
 
 import compile_flags
+import effects
 import faults
 import mutant
 import syntax
@@ -28,7 +29,7 @@ class Planner:
         self.resources = compile_flags.resource_flags()
         self.entries = json.loads((build_dir / "compile_commands.json").read_text())
         # Whatever these modules do differently, they do to all files.
-        modules = [compile_flags, faults, mutant, syntax]
+        modules = [compile_flags, effects, faults, mutant, syntax]
         self.version = hashlib.sha256(b"".join(
             pathlib.Path(module.__file__).read_bytes() for module in modules)).digest()
 
