@@ -42,6 +42,8 @@ TEST(MingwExceptionGlobals, EachThreadHasItsOwnState) {
   EXPECT_EQ(std::current_exception(), nullptr);
 }
 
+constexpr int kMoreThanPlaces = 300;  // threads
+
 /// Runs more threads than there are places, one after another. Each throws. Their handles stay
 /// open, so each has an identifier of its own. Returns the threads.
 std::vector<CHandle> RunThrowingThreads() {
@@ -53,7 +55,7 @@ std::vector<CHandle> RunThrowingThreads() {
       return GetLastError();
     }
   };
-  std::vector<CHandle> ended(300);
+  std::vector<CHandle> ended(kMoreThanPlaces);
   for (CHandle& thread : ended) {
     thread.Attach(CreateThread(nullptr, 0, throwOnce, nullptr, 0, nullptr));
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
@@ -70,7 +72,6 @@ TEST(MingwExceptionGlobals, PlacesOfEndedThreadsAreUsedAgain) {
 }
 
 TEST(MingwExceptionGlobals, PlaceOfANewThreadWithTheIdentifierOfAnEndedOneIsNotTaken) {
-  constexpr int kMostThreads = 300;
   const std::vector<CHandle> ended = RunThrowingThreads();
   const CHandle hasThrown(CreateEventW(nullptr, FALSE, FALSE, nullptr));
   const CHandle mayGoOn(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -90,7 +91,7 @@ TEST(MingwExceptionGlobals, PlaceOfANewThreadWithTheIdentifierOfAnEndedOneIsNotT
   std::list<CParallel> threads;  // open until the end: each has an identifier of its own
   // A thread whose identifier has a place from before looks for none: others follow it. The holder
   // takes the first place that can be had.
-  while (holder == 0 && threads.size() < kMostThreads) {
+  while (holder == 0 && threads.size() < kMoreThanPlaces) {
     threads.emplace_back([&] {
       const int before = looks;
       try {
@@ -105,7 +106,7 @@ TEST(MingwExceptionGlobals, PlaceOfANewThreadWithTheIdentifierOfAnEndedOneIsNotT
     });
     WaitForSingleObject(hasThrown, INFINITE);
   }
-  while (looksForHolder == 0 && threads.size() < 2 * kMostThreads) {
+  while (looksForHolder == 0 && threads.size() < 2 * kMoreThanPlaces) {
     threads.emplace_back([&] {
       try {
         throw std::runtime_error("other");

@@ -12,10 +12,10 @@
 
 /// Stands in for the system's save dialog while it lives: records what it is given, and chooses
 /// without showing anything. One at a time.
-class CCommonDialog {
+class CFakeSaveDialog {
  public:
   /// An empty choice cancels.
-  explicit CCommonDialog(std::wstring choice)
+  explicit CFakeSaveDialog(std::wstring choice)
       : m_choice(std::move(choice)), m_patch("GetSaveFileNameW", &Show) {
     s_current = this;
   }
@@ -52,7 +52,7 @@ class CCommonDialog {
     return TRUE;
   }
 
-  inline static const CCommonDialog* s_current = nullptr;
+  inline static const CFakeSaveDialog* s_current = nullptr;
 
   const std::wstring m_choice;
   mutable std::function<void()> m_action;

@@ -148,7 +148,7 @@ TEST_F(IeDownloadNavigation, LocalLessonIsOpenedWhereItIsOrCopied) {
   EXPECT_EQ(m_launches.Launches()[0].file, m_lesson);
   EXPECT_EQ(m_launches.Launches()[0].owner, m_browser.window);
   const CPromptAnswer prompt(kSaveButton);
-  const CCommonDialog dialog(m_sandbox / L"copy.qdk");
+  const CFakeSaveDialog dialog(m_sandbox / L"copy.qdk");
   EXPECT_TRUE(Navigate(m_lesson));
   EXPECT_EQ(ReadFileBytes(m_sandbox / L"copy.qdk"), kOldLessonHead + "rest");
   EXPECT_EQ(m_launches.Launches().size(), 1u);

@@ -119,7 +119,7 @@ class OpenOrSaveDownload : public OpenOrSave {
 };
 
 TEST_F(OpenOrSaveDownload, SaveGoesToTheChosenPath) {
-  const CCommonDialog dialog(L"C:/x/My name");
+  const CFakeSaveDialog dialog(L"C:/x/My name");
   EXPECT_TRUE(Run(true, L"files/a%20b.qdk"));
   EXPECT_EQ(dialog.GivenName(), L"a b.qdk");
   EXPECT_EQ(dialog.Given().hwndOwner, kOwner);
@@ -130,7 +130,7 @@ TEST_F(OpenOrSaveDownload, SaveGoesToTheChosenPath) {
 }
 
 TEST_F(OpenOrSaveDownload, CancelledSaveDialogRunsNothing) {
-  const CCommonDialog dialog(L"");
+  const CFakeSaveDialog dialog(L"");
   EXPECT_FALSE(Run(true, L"a.qdk"));
   EXPECT_EQ(dialog.Calls(), 1);
   EXPECT_EQ(Opened(), L"");
@@ -148,7 +148,7 @@ TEST_F(OpenOrSaveDownload, OnlyADeliveredDownloadIsOpened) {
 TEST_F(OpenOrSaveDownload, OpenGoesToATemporaryFileOfTheDownloadsName) {
   m_sandbox.Write(L"taken.qdk", "another");
   const std::wstring generated = L"FVK-" + std::to_wstring(GetCurrentProcessId()) + L"-";
-  const CCommonDialog dialog(L"C:\\not asked.qdk");
+  const CFakeSaveDialog dialog(L"C:\\not asked.qdk");
   const std::pair<LPCWSTR, std::wstring> rows[] = {{L"files/a%20b.qdk", L"a b.qdk"},
                                                    {L"a.qdk?name=other.exe", L"other.qdk"},
                                                    {L"taken.qdk", L"taken("},
@@ -184,7 +184,7 @@ TEST_F(OpenOrSaveDownload, LongNameIsShortenedUntilThePathFitsAndUnique) {
 
 TEST_F(OpenOrSaveDownload, OnlyAProtectedSaveHandsAStateToTheDownload) {
   Protect(L"C:\\Users\\chosen.qdk");
-  const CCommonDialog dialog(L"C:\\not asked.qdk");
+  const CFakeSaveDialog dialog(L"C:\\not asked.qdk");
   EXPECT_TRUE(Run(false, L"a.qdk"));
   EXPECT_EQ(m_browser->saveDialogCalls, 0);
   EXPECT_EQ(m_saveState, nullptr);
@@ -233,7 +233,7 @@ TEST_F(OpenOrSaveLocalFile, SaveCopiesOverAnExistingFileWithoutAnotherQuestion) 
     EXPECT_TRUE(IsWaiting());
     return copy.CallOriginal(arguments...);
   });
-  const CCommonDialog dialog(m_target);
+  const CFakeSaveDialog dialog(m_target);
   Run(true, m_file);
   EXPECT_EQ(dialog.GivenName(), L"a b.qdk");
   EXPECT_EQ(ReadFileBytes(m_target), kOldLessonHead);
@@ -244,7 +244,7 @@ TEST_F(OpenOrSaveLocalFile, SaveCopiesOverAnExistingFileWithoutAnotherQuestion) 
 }
 
 TEST_F(OpenOrSaveLocalFile, FailedCopyIsNotReported) {
-  const CCommonDialog dialog(m_sandbox / L"no such folder\\target.qdk");
+  const CFakeSaveDialog dialog(m_sandbox / L"no such folder\\target.qdk");
   Run(true, m_file);
   EXPECT_TRUE(m_messages.Take().empty());
   EXPECT_EQ(m_sandbox.Files().size(), 1u);
@@ -252,7 +252,7 @@ TEST_F(OpenOrSaveLocalFile, FailedCopyIsNotReported) {
 
 TEST_F(OpenOrSaveLocalFile, UrlWithoutADownloadIsNeitherOpenedNorCopied) {
   const std::wstring url = L"file:///" + m_file;
-  const CCommonDialog dialog(m_target);
+  const CFakeSaveDialog dialog(m_target);
   const CDialogResult run(kDownloadDelivered);
   for (const bool save : {false, true}) {
     Run(save, url);
@@ -265,7 +265,7 @@ TEST_F(OpenOrSaveLocalFile, UrlWithoutADownloadIsNeitherOpenedNorCopied) {
 
 TEST_F(OpenOrSaveLocalFile, FileThatHasGoneIsReportedAndNothingElseHappens) {
   std::filesystem::remove(m_file);
-  const CCommonDialog dialog(m_target);
+  const CFakeSaveDialog dialog(m_target);
   for (const bool save : {false, true}) {
     Run(save, m_file);
     const auto shown = m_messages.Take();

@@ -31,7 +31,7 @@ const HWND kOwner = GetDesktopWindow();
 const HANDLE kState = GetCurrentThread();  // any value: only handed on
 
 std::wstring ChosenPath(const std::wstring& choice, LPCWSTR extension = L".folivo") {
-  const CCommonDialog dialog(choice);
+  const CFakeSaveDialog dialog(choice);
   const auto answer = AskSavePath(kOwner, false, L"lesson.folivo", extension);
   return answer ? answer->path.GetText().GetString() : L"nothing";
 }
@@ -49,7 +49,7 @@ TEST(SaveDialogFilter, FollowsTheTypeOfTheFile) {
                                               {L"", kGalleries},
                                               {L".qdt", L""}};
   const CIeFrameDouble browser;
-  const CCommonDialog dialog(L"");
+  const CFakeSaveDialog dialog(L"");
   for (const auto& [extension, filter] : rows) {
     const std::wstring expected(filter);
     EXPECT_EQ(GetSaveFilter(extension), filter) << extension;
@@ -71,7 +71,7 @@ TEST(SaveDialogCommon, StructureHasExactlyTheseFields) {
               {L"1", L"1", 0},
               {longest, longest, 0},
               {longest + L"n", longest, 0}};
-  const CCommonDialog dialog(L"");
+  const CFakeSaveDialog dialog(L"");
   for (const auto& row : rows) {
     AskSavePath(kOwner, false, row.name.c_str(), L".folivo");
     const OPENFILENAMEW& given = dialog.Given();
@@ -99,7 +99,7 @@ TEST(SaveDialogCommon, OldSystemIsGivenTheOldSize) {
               {TRUE, VER_PLATFORM_WIN32_NT, 4, kOldSize},
               {TRUE, VER_PLATFORM_WIN32_WINDOWS, 5, kOldSize},
               {FALSE, VER_PLATFORM_WIN32_NT, 5, kOldSize}};
-  const CCommonDialog dialog(L"");
+  const CFakeSaveDialog dialog(L"");
   for (const auto& row : rows) {
     const CImportSpy<&GetVersionExW> version("kernel32.dll", "GetVersionExW",
                                              [&](OSVERSIONINFOW* out) {
@@ -124,7 +124,7 @@ class SaveDialogDirectory : public testing::Test {
 
 TEST_F(SaveDialogDirectory, IsPutBackWhateverTheAnswer) {
   for (const std::wstring choice : {L"C:\\x\\a.qdk", L""}) {
-    const CCommonDialog dialog(choice);
+    const CFakeSaveDialog dialog(choice);
     dialog.WhileOpen([&] { MoveTo(m_sandbox.Path()); });
     EXPECT_EQ(AskSavePath(kOwner, false, L"a.qdk", L".qdk").has_value(), !choice.empty());
     EXPECT_EQ(Current(), m_before);

@@ -185,7 +185,7 @@ TEST_F(ZipProgressDialogTransferFailure, FailedRequestIsUnavailable) {
   };
   for (const auto& c : cases) {
     CWinInetRecorder winInet;
-    winInet.errorBehindSuccess = c.error;
+    winInet.errorAfterSuccess = c.error;
     winInet.errorDialogAnswers = {ERROR_SUCCESS};
     const CImportSpy<&InternetOpenW> session(
         "wininet.dll", "InternetOpenW", [&](auto... arguments) {

@@ -30,8 +30,7 @@ TEST(FilePath, ConstructorNormalisesTheText) {
       // Looked for before slashes are turned: this is no drive yet.
       {L"file:///C:/x", L"file:\\\\\\C:\\x"},
       {L"http://host/a/b", L"http:\\\\host\\a\\b"},
-      // A colon further left, or without a backslash, is none of a drive after
-      // a prefix.
+      // A colon further left, or without a backslash after it, ends no prefix.
       {L"a:b\\c", L"a:b\\c"},
       {L":\\x", L":\\x"},
       {L"a:\\x", L"a:\\x"},

@@ -8,6 +8,7 @@
 #include <shlwapi.h>
 #include <wininet.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -271,31 +272,45 @@ constexpr int kInstructionsOfTheStop = 200;
 constexpr int kInstructionsOfTheStop = 600;
 #endif
 
-int g_looks;  // at the clock
-const CInterruption* g_worker;
+/// The clock of a wait that is over at its second look, where `atTheSecond` is called.
+class CWaitOfTwoLooks {
+ public:
+  explicit CWaitOfTwoLooks(std::function<void()> atTheSecond) {
+    s_looks = 0;
+    s_atTheSecond = std::move(atTheSecond);
+  }
+  ~CWaitOfTwoLooks() { s_atTheSecond = nullptr; }
+  CWaitOfTwoLooks(const CWaitOfTwoLooks&) = delete;
+  CWaitOfTwoLooks& operator=(const CWaitOfTwoLooks&) = delete;
+
+  static int Looks() { return s_looks; }
+
+ private:
+  static inline int s_looks;
+  static inline std::function<void()> s_atTheSecond;
+
+  // Not a spy, which allocates: the worker may interrupt an allocation.
+  const CImportPatch m_clock{"kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
+                               if (++s_looks == 2) {
+                                 s_atTheSecond();
+                               }
+                               return s_looks * 1000ULL;
+                             }};
+};
 
 TEST_F(ProgressDialogEndMessages, WriteLongerThanTheWaitReturnsFailedUnlessDelivered) {
-  // The wait is over at the second look. From there on the worker may put the file back.
-  const CImportPatch clock(
-      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
-        if (++g_looks == 2) {
-          g_worker->Arm();
-        }
-        return g_looks * 1000ULL;
-      });
   for (int instructions = 1; instructions < kInstructionsOfTheStop; ++instructions) {
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
     const HANDLE taken = BeginWrite(peer);
     const CInterruption worker(instructions, [&] { peer.EndWrite(taken); });
-    g_worker = &worker;
-    g_looks = 0;
+    const CWaitOfTwoLooks wait([&] { worker.Arm(); });
     Send(WM_USER, kDownloadDelivered, *dialog);
     EXPECT_TRUE(worker.WasReached()) << instructions;
     const bool isDelivered = m_sandbox.Files() == Files{L"Lesson.qdk"};
     ASSERT_EQ(Results().back(), isDelivered ? 1 : 3) << instructions;
-    EXPECT_TRUE(isDelivered || g_looks == 2) << "the disk is waited for once";
+    EXPECT_TRUE(isDelivered || CWaitOfTwoLooks::Looks() == 2) << "the disk is waited for once";
     peer.CloseFile();
     DeleteFileW(DestPath().c_str());
     DeleteFileW(TempPath().c_str());
@@ -329,23 +344,11 @@ TEST_F(ProgressDialogEndMessages, SecondResultChangesNothing) {
 }
 
 TEST_F(ProgressDialogEndMessages, FileThatIsPutBackDuringTheWaitIsDeliveredWhereverItsWorkerEnds) {
-  static HANDLE taken;
-  static CProgressDialogPeer* writing;
-  // The worker puts the file back at the second look, still inside its call, and the wait is over.
-  const CImportPatch clock(
-      "kernel32.dll", "GetTickCount64", +[]() -> ULONGLONG {
-        if (++g_looks == 2) {
-          writing->EndWrite(taken);
-          g_worker->Arm();
-        }
-        return g_looks * 1000ULL;
-      });
   for (int i = 1; i < kInstructionsOfTheStop; ++i) {
     const auto dialog = Make(m_url);
     dialog->m_hWnd = m_window;
     CProgressDialogPeer peer{*dialog};
-    taken = BeginWrite(peer);
-    writing = &peer;
+    const HANDLE taken = BeginWrite(peer);
     std::optional<CBlockingCallGate::CCall> call(peer.Gate());
     const CInterruption worker(i, [&] {
       call.reset();
@@ -353,8 +356,10 @@ TEST_F(ProgressDialogEndMessages, FileThatIsPutBackDuringTheWaitIsDeliveredWhere
         peer.CloseLateHandles();
       }
     });
-    g_worker = &worker;
-    g_looks = 0;
+    const CWaitOfTwoLooks wait([&] {
+      peer.EndWrite(taken);  // still inside its call
+      worker.Arm();
+    });
     Send(WM_USER, kDownloadDelivered, *dialog);
     ASSERT_TRUE(worker.WasReached()) << i;
     ASSERT_EQ(m_sandbox.Files(), Files{L"Lesson.qdk"}) << i;

@@ -233,7 +233,7 @@ TEST_F(ProgressDialog, CredentialsAreAskedForOverItUntilTheyAreRight) {
   const CImportSpy<&GetForegroundWindow> foreground("user32.dll", "GetForegroundWindow",
                                                     [] { return GetDesktopWindow(); });
   CWinInetRecorder winInet;
-  winInet.errorBehindSuccess = ERROR_SUCCESS;
+  winInet.errorAfterSuccess = ERROR_SUCCESS;
   PathScript script = Lesson(1000);
   const ScriptedPath path(m_server, script.Credentials("ann", "right", "Lessons"));
   const auto dialog = Make(path.Url(L"a.qdk"));

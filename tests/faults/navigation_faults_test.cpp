@@ -245,7 +245,7 @@ class NavigationFaultsProtected : public NavigationFaults {
 void NavigationFaultsProtected::Run(const CProtectedFault& fault) {
   const SaveEnd end = fault.end;
   const std::wstring temporary = Temporary(L"iedownload.qdk");
-  const CCommonDialog dialog(m_sandbox / L"chosen.qdk");
+  const CFakeSaveDialog dialog(m_sandbox / L"chosen.qdk");
   const CIeFrameDouble browser;
   browser->isProtectedMode = TRUE;
   browser->saveDialogState = kState;

@@ -18,7 +18,7 @@ class CWinInetRecorder {
   /// Answers of InternetErrorDlg, from the first on, in place of its own.
   std::vector<DWORD> errorDialogAnswers;
   /// The last error after each opening that succeeds.
-  std::optional<DWORD> errorBehindSuccess;
+  std::optional<DWORD> errorAfterSuccess;
   /// Of the buffers of the queries.
   std::vector<DWORD> querySizes;
 
@@ -33,7 +33,7 @@ class CWinInetRecorder {
         const DWORD before = GetLastError();
         const HINTERNET request = openings.CallOriginal(arguments...);
         if (request != nullptr) {
-          SetLastError(errorBehindSuccess.value_or(before));
+          SetLastError(errorAfterSuccess.value_or(before));
         }
         return request;
       }};
