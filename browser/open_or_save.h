@@ -6,9 +6,9 @@
 #include "download/progress_dialog.h"
 #include "ui/question_box.h"
 
-/// Answers of `AskOpenOrSave`. Every other answer means Cancel: no file is opened or saved, but the
-/// browser's navigation is still cancelled, as for Open and Save. kAnswerNotAsked leaves the
-/// navigation to the browser.
+/// Answers of `AskOpenOrSave`. kAnswerNotAsked leaves the navigation to the browser. Every answer
+/// that is not listed means Cancel: no file is opened or saved, but the browser's navigation is
+/// still cancelled, as for Open and Save.
 enum OpenOrSaveAnswer {
   kAnswerOpen = kMessageBoxButton1,
   kAnswerSave = kMessageBoxButton2,

@@ -3,8 +3,8 @@
 #include <atomic>
 
 /// Decides whether the dialog thread may wait for a download's worker to end. A worker that is
-/// detached while it is inside a call is left behind: it also closes the handles, and
-/// deletes the file if it still has it open.
+/// detached while it is inside a call is left behind: it also closes the handles, and deletes the
+/// file if it still has it open.
 ///
 /// The worker makes each call that can block (network, disk, message boxes) in the scope of a
 /// `CCall`, and only if that converts to true. The dialog thread stops the worker with `Stop`,

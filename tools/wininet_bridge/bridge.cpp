@@ -1,6 +1,6 @@
-// A library that is loaded into a program to make up for one difference of Wine 8: a successful
-// InternetOpenUrlW leaves an error code after a success there, where Windows leaves none. The
-// plug-in judges by that code, as it must.
+// A library that is loaded into a program to make up for one difference of Wine 8: there a
+// successful InternetOpenUrlW sets an error code, where Windows sets none. The plug-in judges by
+// that code, as it must.
 
 #include <windows.h>
 #include <winternl.h>
